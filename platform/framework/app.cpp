@@ -1,0 +1,57 @@
+#include "app.h"
+
+namespace {
+
+CWinApp* application;
+HINSTANCE instanceModule;
+HINSTANCE resourceModule;
+
+}  // namespace
+
+IMPLEMENT_DYNAMIC(CCmdTarget, CObject)
+IMPLEMENT_DYNAMIC(CWinThread, CCmdTarget)
+IMPLEMENT_DYNAMIC(CWinApp, CWinThread)
+
+int CWinThread::Run() {
+    if (!m_pMainWnd) return 0;
+    MSG message = {};
+    while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+        TranslateMessage(&message);
+        DispatchMessageW(&message);
+    }
+    return static_cast<int>(message.wParam);
+}
+
+CWinApp::CWinApp() {
+    application = this;
+}
+
+CWinApp::~CWinApp() {
+    if (application == this) application = nullptr;
+}
+
+CWinApp* AfxGetApp() {
+    return application;
+}
+
+int AfxMessageBox(LPCWSTR text, UINT type) {
+    return MessageBoxW(nullptr, text, application ? application->m_pszAppName : nullptr, type);
+}
+
+HINSTANCE AfxGetInstanceHandle() {
+    return instanceModule;
+}
+HINSTANCE AfxGetResourceHandle() {
+    return resourceModule;
+}
+void AfxSetInstanceHandle(HINSTANCE module) {
+    instanceModule = module;
+}
+void AfxSetResourceHandle(HINSTANCE module) {
+    resourceModule = module;
+}
+
+int AfxWinMain() {
+    if (!application || !application->InitInstance()) return 0;
+    return application->Run();
+}

@@ -1,0 +1,16 @@
+// The dialog framework that the program is written against: small, over Win32 alone, the same code on both
+// targets.
+//
+//   CObject, CRuntimeClass       object.h       base class with run-time class information
+//   CString                      text.h         wide text that owns its characters
+//   CDWordArray                  collections.h  growing array of 32-bit numbers with checked access
+//   CInvalidArgException         collections.h  what checked access raises
+//   CMutex, CSingleLock          sync.h         a named mutex, and the lock that takes it
+//   CWinApp, CWnd (declared)     app.h          the application object, AfxMessageBox, the program's entry
+#pragma once
+
+#include "app.h"
+#include "collections.h"
+#include "object.h"
+#include "sync.h"
+#include "text.h"

@@ -1,0 +1,5 @@
+// The shell's commands that this house calls.
+#pragma once
+#include <windows.h>
+
+HINSTANCE ShellExecuteW(HWND owner, LPCWSTR verb, LPCWSTR file, LPCWSTR parameters, LPCWSTR folder, int showCommand);

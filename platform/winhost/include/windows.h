@@ -1,0 +1,551 @@
+// The part of <windows.h> that this house calls, for a host that has none. Names, values and sizes are Windows'.
+// What stands here is implemented in platform/winhost; a call, flag or argument that is not modelled ends the run.
+//
+//   types and constants   ·  text of the runtime library   ·  files   ·  profile files   ·  processes and modules
+//   security              ·  system                        ·  registry ·  resources and versions ·  windows
+#pragma once
+
+#include <cstdarg>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+
+// ---- types and constants ----------------------------------------------------------------------------------------
+
+using WCHAR = char16_t;
+using CHAR = char;
+using BYTE = std::uint8_t;
+using WORD = std::uint16_t;
+using DWORD = std::uint32_t;
+using UINT = std::uint32_t;
+using ULONG = std::uint32_t;
+using LONG = std::int32_t;
+using INT = std::int32_t;
+using BOOL = std::int32_t;
+using BOOLEAN = std::uint8_t;
+using USHORT = std::uint16_t;
+using UCHAR = std::uint8_t;
+using SHORT = std::int16_t;
+using LONGLONG = std::int64_t;
+using ULONGLONG = std::uint64_t;
+using DWORD_PTR = std::uintptr_t;
+using ULONG_PTR = std::uintptr_t;
+using UINT_PTR = std::uintptr_t;
+using LONG_PTR = std::intptr_t;
+using INT_PTR = std::intptr_t;
+using SIZE_T = std::size_t;
+using WPARAM = UINT_PTR;
+using LPARAM = LONG_PTR;
+using LRESULT = LONG_PTR;
+using HRESULT = LONG;
+using LSTATUS = LONG;
+using NTSTATUS = LONG;
+using ATOM = WORD;
+using LCID = DWORD;
+using COLORREF = DWORD;
+
+using PVOID = void*;
+using LPVOID = void*;
+using LPCVOID = const void*;
+using LPWSTR = WCHAR*;
+using PWSTR = WCHAR*;
+using LPCWSTR = const WCHAR*;
+using PCWSTR = const WCHAR*;
+using LPSTR = char*;
+using LPCSTR = const char*;
+using LPBYTE = BYTE*;
+using PBYTE = BYTE*;
+using LPDWORD = DWORD*;
+using PDWORD = DWORD*;
+using PBOOL = BOOL*;
+using LPBOOL = BOOL*;
+using PUINT = UINT*;
+using PULONG = ULONG*;
+
+using HANDLE = void*;
+using PHANDLE = HANDLE*;
+#define DECLARE_HANDLE(name) \
+    struct name##__ {        \
+        int unused;          \
+    };                       \
+    using name = name##__*
+DECLARE_HANDLE(HINSTANCE);
+DECLARE_HANDLE(HKEY);
+DECLARE_HANDLE(HWND);
+DECLARE_HANDLE(HRSRC);
+DECLARE_HANDLE(HICON);
+DECLARE_HANDLE(HBITMAP);
+DECLARE_HANDLE(HMENU);
+DECLARE_HANDLE(HFONT);
+DECLARE_HANDLE(HDC);
+DECLARE_HANDLE(HBRUSH);
+using HMODULE = HINSTANCE;
+using HGLOBAL = HANDLE;
+using HLOCAL = HANDLE;
+using HCURSOR = HICON;
+using HGDIOBJ = void*;
+using PHKEY = HKEY*;
+using FARPROC = INT_PTR (*)();
+using WNDPROC = LRESULT (*)(HWND, UINT, WPARAM, LPARAM);
+using DLGPROC = INT_PTR (*)(HWND, UINT, WPARAM, LPARAM);
+
+#define WINAPI
+#define APIENTRY
+#define CALLBACK
+#define CONST const
+#define TEXT(quote) u##quote
+#define FALSE 0
+#define TRUE 1
+#define MAX_PATH 260
+#define INFINITE 0xFFFFFFFFu
+#define INVALID_HANDLE_VALUE (reinterpret_cast<HANDLE>(static_cast<LONG_PTR>(-1)))
+#define LOWORD(l) (static_cast<WORD>(static_cast<DWORD_PTR>(l) & 0xFFFF))
+#define HIWORD(l) (static_cast<WORD>((static_cast<DWORD_PTR>(l) >> 16) & 0xFFFF))
+#define MAKELONG(a, b) (static_cast<LONG>((static_cast<WORD>(a)) | (static_cast<DWORD>(static_cast<WORD>(b)) << 16)))
+#define MAKEWPARAM(l, h) (static_cast<WPARAM>(static_cast<DWORD>(MAKELONG(l, h))))
+#define MAKEINTRESOURCEW(i) (reinterpret_cast<LPCWSTR>(static_cast<ULONG_PTR>(static_cast<WORD>(i))))
+#define MAKEINTRESOURCE MAKEINTRESOURCEW
+#define IS_INTRESOURCE(p) ((reinterpret_cast<ULONG_PTR>(p) >> 16) == 0)
+
+struct FILETIME {
+    DWORD dwLowDateTime;
+    DWORD dwHighDateTime;
+};
+struct POINT {
+    LONG x;
+    LONG y;
+};
+struct RECT {
+    LONG left;
+    LONG top;
+    LONG right;
+    LONG bottom;
+};
+struct SECURITY_ATTRIBUTES;
+using LPSECURITY_ATTRIBUTES = SECURITY_ATTRIBUTES*;
+
+#define ERROR_SUCCESS 0L
+#define NO_ERROR 0L
+#define ERROR_INVALID_FUNCTION 1L
+#define ERROR_FILE_NOT_FOUND 2L
+#define ERROR_PATH_NOT_FOUND 3L
+#define ERROR_ACCESS_DENIED 5L
+#define ERROR_INVALID_HANDLE 6L
+#define ERROR_NOT_ENOUGH_MEMORY 8L
+#define ERROR_NOT_SAME_DEVICE 17L
+#define ERROR_INVALID_DATA 13L
+#define ERROR_NO_MORE_FILES 18L
+#define ERROR_SHARING_VIOLATION 32L
+#define ERROR_FILE_EXISTS 80L
+#define ERROR_INVALID_PARAMETER 87L
+#define ERROR_BUFFER_OVERFLOW 111L
+#define ERROR_DISK_FULL 112L
+#define ERROR_INSUFFICIENT_BUFFER 122L
+#define ERROR_INVALID_NAME 123L
+#define ERROR_MOD_NOT_FOUND 126L
+#define ERROR_PROC_NOT_FOUND 127L
+#define ERROR_DIR_NOT_EMPTY 145L
+#define ERROR_BAD_PATHNAME 161L
+#define ERROR_ALREADY_EXISTS 183L
+#define ERROR_BAD_EXE_FORMAT 193L
+#define ERROR_ENVVAR_NOT_FOUND 203L
+#define ERROR_FILENAME_EXCED_RANGE 206L
+#define ERROR_MORE_DATA 234L
+#define ERROR_NO_MORE_ITEMS 259L
+#define ERROR_DIRECTORY 267L
+#define ERROR_ELEVATION_REQUIRED 740L
+#define ERROR_NOACCESS 998L
+#define ERROR_KEY_DELETED 1018L
+#define ERROR_PRIVILEGE_NOT_HELD 1314L
+#define ERROR_NO_SUCH_PRIVILEGE 1313L
+#define ERROR_NOT_ALL_ASSIGNED 1300L
+#define ERROR_INVALID_WINDOW_HANDLE 1400L
+#define ERROR_RESOURCE_DATA_NOT_FOUND 1812L
+#define ERROR_RESOURCE_TYPE_NOT_FOUND 1813L
+#define ERROR_RESOURCE_NAME_NOT_FOUND 1814L
+
+#define S_OK 0
+#define S_FALSE 1
+#define E_NOTIMPL (static_cast<HRESULT>(0x80004001u))
+#define E_NOINTERFACE (static_cast<HRESULT>(0x80004002u))
+#define E_POINTER (static_cast<HRESULT>(0x80004003u))
+#define E_FAIL (static_cast<HRESULT>(0x80004005u))
+#define E_OUTOFMEMORY (static_cast<HRESULT>(0x8007000Eu))
+#define E_INVALIDARG (static_cast<HRESULT>(0x80070057u))
+#define REGDB_E_CLASSNOTREG (static_cast<HRESULT>(0x80040154u))
+#define CO_E_NOTINITIALIZED (static_cast<HRESULT>(0x800401F0u))
+#define SUCCEEDED(hr) (static_cast<HRESULT>(hr) >= 0)
+#define FAILED(hr) (static_cast<HRESULT>(hr) < 0)
+constexpr HRESULT HRESULT_FROM_WIN32(DWORD code) {
+    return static_cast<HRESULT>(code == 0 ? 0u : (code & 0xFFFFu) | 0x80070000u);
+}
+
+DWORD GetLastError();
+void SetLastError(DWORD code);
+
+// ---- text of the runtime library --------------------------------------------------------------------------------
+// Overloads for 16-bit text, in the "C" locale of Windows' runtime: only A to Z have a case, white space is Unicode's.
+
+std::size_t wcslen(const char16_t* text);
+std::size_t wcsnlen(const char16_t* text, std::size_t limit);
+char16_t* wcscpy(char16_t* target, const char16_t* source);
+char16_t* wcscat(char16_t* target, const char16_t* source);
+int wcscmp(const char16_t* left, const char16_t* right);
+int wcsncmp(const char16_t* left, const char16_t* right, std::size_t count);
+const char16_t* wcschr(const char16_t* text, char16_t unit);
+char16_t* wcschr(char16_t* text, char16_t unit);
+const char16_t* wcsrchr(const char16_t* text, char16_t unit);
+char16_t* wcsrchr(char16_t* text, char16_t unit);
+const char16_t* wcsstr(const char16_t* text, const char16_t* part);
+char16_t* wcsstr(char16_t* text, const char16_t* part);
+int _wcsicmp(const char16_t* left, const char16_t* right);
+int _wcsnicmp(const char16_t* left, const char16_t* right, std::size_t count);
+char16_t* _wcslwr(char16_t* text);
+int iswspace(char16_t unit);
+char16_t towupper(char16_t unit);
+char16_t towlower(char16_t unit);
+int _wtoi(const char16_t* text);
+int _vsnwprintf(char16_t* buffer, std::size_t count, const char16_t* format, va_list arguments);
+
+// ---- runtime library: files, processes ---------------------------------------------------------------------------
+
+// Text mode as Windows' runtime has it: CR LF arrives as one line feed, 0x1A ends the text, a line feed is stored as
+// CR LF. Modes: "r", "w", "a", "rb", "wb", "ab".
+FILE* _wfopen(const char16_t* path, const char16_t* mode);
+int _waccess(const char16_t* path, int mode);
+void _wsplitpath(const char16_t* path, char16_t* drive, char16_t* directory, char16_t* name, char16_t* extension);
+// The arguments after the program are LPCWSTR, ended by a null one.
+INT_PTR _wexecl(const char16_t* program, const char16_t* argument0, ...);
+extern int __argc;
+extern char16_t** __wargv;
+
+#define _MAX_PATH 260
+#define _MAX_DRIVE 3
+#define _MAX_DIR 256
+
+// ---- files ------------------------------------------------------------------------------------------------------
+
+#define GENERIC_READ 0x80000000u
+#define GENERIC_WRITE 0x40000000u
+#define DELETE 0x00010000u
+#define FILE_SHARE_READ 1u
+#define FILE_SHARE_WRITE 2u
+#define FILE_SHARE_DELETE 4u
+#define CREATE_NEW 1u
+#define CREATE_ALWAYS 2u
+#define OPEN_EXISTING 3u
+#define OPEN_ALWAYS 4u
+#define TRUNCATE_EXISTING 5u
+#define FILE_ATTRIBUTE_READONLY 0x1u
+#define FILE_ATTRIBUTE_HIDDEN 0x2u
+#define FILE_ATTRIBUTE_SYSTEM 0x4u
+#define FILE_ATTRIBUTE_DIRECTORY 0x10u
+#define FILE_ATTRIBUTE_ARCHIVE 0x20u
+#define FILE_ATTRIBUTE_NORMAL 0x80u
+#define FILE_FLAG_BACKUP_SEMANTICS 0x02000000u
+#define INVALID_FILE_ATTRIBUTES 0xFFFFFFFFu
+#define INVALID_FILE_SIZE 0xFFFFFFFFu
+#define MOVEFILE_REPLACE_EXISTING 1u
+#define MOVEFILE_COPY_ALLOWED 2u
+#define MOVEFILE_DELAY_UNTIL_REBOOT 4u
+#define DRIVE_UNKNOWN 0u
+#define DRIVE_NO_ROOT_DIR 1u
+#define DRIVE_REMOVABLE 2u
+#define DRIVE_FIXED 3u
+#define DRIVE_REMOTE 4u
+#define DRIVE_CDROM 5u
+
+struct WIN32_FIND_DATAW {
+    DWORD dwFileAttributes;
+    FILETIME ftCreationTime;
+    FILETIME ftLastAccessTime;
+    FILETIME ftLastWriteTime;
+    DWORD nFileSizeHigh;
+    DWORD nFileSizeLow;
+    DWORD dwReserved0;
+    DWORD dwReserved1;
+    WCHAR cFileName[MAX_PATH];
+    WCHAR cAlternateFileName[14];
+};
+
+HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security, DWORD disposition,
+                   DWORD flags, HANDLE templateFile);
+BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD cbBuffer, LPDWORD cbRead, void* overlapped);
+BOOL WriteFile(HANDLE file, LPCVOID data, DWORD cbData, LPDWORD cbWritten, void* overlapped);
+DWORD GetFileSize(HANDLE file, LPDWORD high);
+BOOL CloseHandle(HANDLE handle);
+BOOL CopyFileW(LPCWSTR source, LPCWSTR target, BOOL failIfExists);
+BOOL MoveFileW(LPCWSTR source, LPCWSTR target);
+BOOL MoveFileExW(LPCWSTR source, LPCWSTR target, DWORD flags);
+BOOL DeleteFileW(LPCWSTR path);
+BOOL CreateDirectoryW(LPCWSTR path, LPSECURITY_ATTRIBUTES security);
+BOOL RemoveDirectoryW(LPCWSTR path);
+DWORD GetFileAttributesW(LPCWSTR path);
+BOOL SetFileAttributesW(LPCWSTR path, DWORD attributes);
+HANDLE FindFirstFileW(LPCWSTR pattern, WIN32_FIND_DATAW* data);
+BOOL FindNextFileW(HANDLE find, WIN32_FIND_DATAW* data);
+BOOL FindClose(HANDLE find);
+DWORD GetTempPathW(DWORD cchBuffer, LPWSTR buffer);
+UINT GetTempFileNameW(LPCWSTR folder, LPCWSTR prefix, UINT unique, LPWSTR name);
+UINT GetWindowsDirectoryW(LPWSTR buffer, UINT cchBuffer);
+UINT GetSystemDirectoryW(LPWSTR buffer, UINT cchBuffer);
+DWORD GetCurrentDirectoryW(DWORD cchBuffer, LPWSTR buffer);
+BOOL SetCurrentDirectoryW(LPCWSTR path);
+DWORD GetFullPathNameW(LPCWSTR path, DWORD cchBuffer, LPWSTR buffer, LPWSTR* filePart);
+UINT GetDriveTypeW(LPCWSTR root);
+
+// ---- profile files ----------------------------------------------------------------------------------------------
+
+DWORD GetPrivateProfileSectionW(LPCWSTR section, LPWSTR buffer, DWORD cchBuffer, LPCWSTR file);
+BOOL WritePrivateProfileSectionW(LPCWSTR section, LPCWSTR entries, LPCWSTR file);
+
+// ---- processes and modules --------------------------------------------------------------------------------------
+
+#define PROCESS_TERMINATE 1u
+#define PROCESS_QUERY_INFORMATION 0x400u
+#define PROCESS_QUERY_LIMITED_INFORMATION 0x1000u
+#define SYNCHRONIZE 0x00100000u
+#define STILL_ACTIVE 259u
+#define WAIT_OBJECT_0 0u
+#define WAIT_ABANDONED 0x80u
+#define WAIT_TIMEOUT 258u
+#define WAIT_FAILED 0xFFFFFFFFu
+#define STARTF_USESHOWWINDOW 1u
+#define STARTF_USESTDHANDLES 0x100u
+
+struct STARTUPINFOW {
+    DWORD cb;
+    LPWSTR lpReserved;
+    LPWSTR lpDesktop;
+    LPWSTR lpTitle;
+    DWORD dwX;
+    DWORD dwY;
+    DWORD dwXSize;
+    DWORD dwYSize;
+    DWORD dwXCountChars;
+    DWORD dwYCountChars;
+    DWORD dwFillAttribute;
+    DWORD dwFlags;
+    WORD wShowWindow;
+    WORD cbReserved2;
+    LPBYTE lpReserved2;
+    HANDLE hStdInput;
+    HANDLE hStdOutput;
+    HANDLE hStdError;
+};
+struct PROCESS_INFORMATION {
+    HANDLE hProcess;
+    HANDLE hThread;
+    DWORD dwProcessId;
+    DWORD dwThreadId;
+};
+
+BOOL CreateProcessW(LPCWSTR application, LPWSTR commandLine, LPSECURITY_ATTRIBUTES processSecurity,
+                    LPSECURITY_ATTRIBUTES threadSecurity, BOOL inheritHandles, DWORD flags, LPVOID environment,
+                    LPCWSTR folder, STARTUPINFOW* startup, PROCESS_INFORMATION* process);
+DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds);
+HANDLE OpenProcess(DWORD access, BOOL inherit, DWORD id);
+BOOL TerminateProcess(HANDLE process, UINT exitCode);
+BOOL GetExitCodeProcess(HANDLE process, LPDWORD exitCode);
+HANDLE GetCurrentProcess();
+DWORD GetCurrentProcessId();
+DWORD GetCurrentThreadId();
+[[noreturn]] void ExitProcess(UINT exitCode);
+void Sleep(DWORD milliseconds);
+DWORD GetTickCount();
+DWORD GetEnvironmentVariableW(LPCWSTR name, LPWSTR buffer, DWORD cchBuffer);
+BOOL SetEnvironmentVariableW(LPCWSTR name, LPCWSTR value);
+LPWSTR GetCommandLineW();
+
+HMODULE LoadLibraryW(LPCWSTR name);
+BOOL FreeLibrary(HMODULE module);
+HMODULE GetModuleHandleA(LPCSTR name);
+HMODULE GetModuleHandleW(LPCWSTR name);
+DWORD GetModuleFileNameW(HMODULE module, LPWSTR buffer, DWORD cchBuffer);
+FARPROC GetProcAddress(HMODULE module, LPCSTR name);
+BOOL IsWow64Process(HANDLE process, PBOOL wow64);
+
+#define FAST_FAIL_RANGE_CHECK_FAILURE 8
+[[noreturn]] inline void __fastfail(unsigned) { std::abort(); }
+
+// ---- shared objects ---------------------------------------------------------------------------------------------
+
+#define PAGE_READWRITE 0x04u
+#define SEC_COMMIT 0x08000000u
+#define FILE_MAP_WRITE 2u
+#define FILE_MAP_READ 4u
+
+HANDLE CreateFileMappingW(HANDLE file, LPSECURITY_ATTRIBUTES security, DWORD protection, DWORD sizeHigh, DWORD sizeLow,
+                          LPCWSTR name);
+HANDLE OpenFileMappingW(DWORD access, BOOL inherit, LPCWSTR name);
+LPVOID MapViewOfFile(HANDLE mapping, DWORD access, DWORD offsetHigh, DWORD offsetLow, SIZE_T cbView);
+BOOL UnmapViewOfFile(LPCVOID view);
+HANDLE CreateMutexW(LPSECURITY_ATTRIBUTES security, BOOL initialOwner, LPCWSTR name);
+BOOL ReleaseMutex(HANDLE mutex);
+
+// ---- security ---------------------------------------------------------------------------------------------------
+
+#define TOKEN_ADJUST_PRIVILEGES 0x20u
+#define TOKEN_QUERY 0x8u
+#define SE_PRIVILEGE_ENABLED 2u
+#define ANYSIZE_ARRAY 1
+#define SE_SHUTDOWN_NAME TEXT("SeShutdownPrivilege")
+
+struct LUID {
+    DWORD LowPart;
+    LONG HighPart;
+};
+using PLUID = LUID*;
+struct LUID_AND_ATTRIBUTES {
+    LUID Luid;
+    DWORD Attributes;
+};
+struct TOKEN_PRIVILEGES {
+    DWORD PrivilegeCount;
+    LUID_AND_ATTRIBUTES Privileges[ANYSIZE_ARRAY];
+};
+using PTOKEN_PRIVILEGES = TOKEN_PRIVILEGES*;
+
+BOOL OpenProcessToken(HANDLE process, DWORD access, PHANDLE token);
+BOOL LookupPrivilegeValueW(LPCWSTR system, LPCWSTR name, PLUID luid);
+BOOL AdjustTokenPrivileges(HANDLE token, BOOL disableAll, PTOKEN_PRIVILEGES state, DWORD cbPrevious,
+                           PTOKEN_PRIVILEGES previous, PDWORD cbNeeded);
+
+// ---- system -----------------------------------------------------------------------------------------------------
+
+#define EWX_REBOOT 2u
+
+struct RTL_OSVERSIONINFOEXW {
+    ULONG dwOSVersionInfoSize;
+    ULONG dwMajorVersion;
+    ULONG dwMinorVersion;
+    ULONG dwBuildNumber;
+    ULONG dwPlatformId;
+    WCHAR szCSDVersion[128];
+    USHORT wServicePackMajor;
+    USHORT wServicePackMinor;
+    USHORT wSuiteMask;
+    UCHAR wProductType;
+    UCHAR wReserved;
+};
+using RTL_OSVERSIONINFOW = RTL_OSVERSIONINFOEXW;
+struct SYSTEM_INFO {
+    WORD wProcessorArchitecture;
+    WORD wReserved;
+    DWORD dwPageSize;
+    LPVOID lpMinimumApplicationAddress;
+    LPVOID lpMaximumApplicationAddress;
+    DWORD_PTR dwActiveProcessorMask;
+    DWORD dwNumberOfProcessors;
+    DWORD dwProcessorType;
+    DWORD dwAllocationGranularity;
+    WORD wProcessorLevel;
+    WORD wProcessorRevision;
+};
+
+void GetSystemInfo(SYSTEM_INFO* info);
+BOOL ExitWindowsEx(UINT flags, DWORD reason);
+
+// ---- registry ---------------------------------------------------------------------------------------------------
+
+#define HKEY_CLASSES_ROOT (reinterpret_cast<HKEY>(static_cast<LONG_PTR>(static_cast<LONG>(0x80000000u))))
+#define HKEY_CURRENT_USER (reinterpret_cast<HKEY>(static_cast<LONG_PTR>(static_cast<LONG>(0x80000001u))))
+#define HKEY_LOCAL_MACHINE (reinterpret_cast<HKEY>(static_cast<LONG_PTR>(static_cast<LONG>(0x80000002u))))
+#define HKEY_USERS (reinterpret_cast<HKEY>(static_cast<LONG_PTR>(static_cast<LONG>(0x80000003u))))
+#define KEY_QUERY_VALUE 0x1u
+#define KEY_SET_VALUE 0x2u
+#define KEY_ENUMERATE_SUB_KEYS 0x8u
+#define KEY_READ 0x20019u
+#define KEY_WRITE 0x20006u
+#define KEY_ALL_ACCESS 0xF003Fu
+#define KEY_WOW64_64KEY 0x100u
+#define KEY_WOW64_32KEY 0x200u
+#define REG_NONE 0u
+#define REG_SZ 1u
+#define REG_EXPAND_SZ 2u
+#define REG_BINARY 3u
+#define REG_DWORD 4u
+#define REG_MULTI_SZ 7u
+#define REG_QWORD 11u
+using REGSAM = DWORD;
+
+LSTATUS RegOpenKeyExW(HKEY parent, LPCWSTR name, DWORD options, REGSAM access, PHKEY key);
+LSTATUS RegCreateKeyW(HKEY parent, LPCWSTR name, PHKEY key);
+LSTATUS RegEnumKeyW(HKEY key, DWORD index, LPWSTR name, DWORD cchName);
+LSTATUS RegEnumValueW(HKEY key, DWORD index, LPWSTR name, LPDWORD cchName, LPDWORD reserved, LPDWORD type, LPBYTE data,
+                      LPDWORD cbData);
+LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD reserved, LPDWORD type, LPBYTE data, LPDWORD cbData);
+LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD reserved, DWORD type, const BYTE* data, DWORD cbData);
+LSTATUS RegDeleteKeyW(HKEY key, LPCWSTR name);
+LSTATUS RegDeleteValueW(HKEY key, LPCWSTR name);
+LSTATUS RegCloseKey(HKEY key);
+
+// ---- resources and versions -------------------------------------------------------------------------------------
+
+struct VS_FIXEDFILEINFO {
+    DWORD dwSignature;
+    DWORD dwStrucVersion;
+    DWORD dwFileVersionMS;
+    DWORD dwFileVersionLS;
+    DWORD dwProductVersionMS;
+    DWORD dwProductVersionLS;
+    DWORD dwFileFlagsMask;
+    DWORD dwFileFlags;
+    DWORD dwFileOS;
+    DWORD dwFileType;
+    DWORD dwFileSubtype;
+    DWORD dwFileDateMS;
+    DWORD dwFileDateLS;
+};
+
+int LoadStringW(HINSTANCE module, UINT id, LPWSTR buffer, int cchBuffer);
+DWORD GetFileVersionInfoSizeW(LPCWSTR path, LPDWORD handle);
+BOOL GetFileVersionInfoW(LPCWSTR path, DWORD handle, DWORD cbData, LPVOID data);
+BOOL VerQueryValueW(LPCVOID block, LPCWSTR query, LPVOID* value, PUINT cbValue);
+
+// ---- windows ----------------------------------------------------------------------------------------------------
+
+#define MB_OK 0x0u
+#define MB_OKCANCEL 0x1u
+#define MB_YESNOCANCEL 0x3u
+#define MB_YESNO 0x4u
+#define MB_ICONSTOP 0x10u
+#define MB_ICONQUESTION 0x20u
+#define MB_ICONWARNING 0x30u
+#define MB_ICONINFORMATION 0x40u
+#define MB_DEFBUTTON1 0x0u
+#define MB_DEFBUTTON2 0x100u
+#define IDOK 1
+#define IDCANCEL 2
+#define IDABORT 3
+#define IDRETRY 4
+#define IDIGNORE 5
+#define IDYES 6
+#define IDNO 7
+#define SW_HIDE 0
+#define SW_SHOWNORMAL 1
+#define SW_SHOW 5
+#define SW_RESTORE 9
+#define WM_NULL 0x0u
+#define WM_CREATE 0x1u
+#define WM_DESTROY 0x2u
+#define WM_CLOSE 0x10u
+#define WM_QUIT 0x12u
+#define WM_COMMAND 0x111u
+
+struct MSG {
+    HWND hwnd;
+    UINT message;
+    WPARAM wParam;
+    LPARAM lParam;
+    DWORD time;
+    POINT pt;
+};
+
+int MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR caption, UINT style);
+BOOL PostMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+BOOL GetMessageW(MSG* message, HWND window, UINT first, UINT last);
+BOOL TranslateMessage(const MSG* message);
+LRESULT DispatchMessageW(const MSG* message);
+void PostQuitMessage(int exitCode);

@@ -1,0 +1,36 @@
+// Shell links: what one holds, and the public binary format of link files.
+#pragma once
+
+#include <shlobj.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace winhost {
+
+struct LinkData {
+    std::u16string path;  // full Windows path, empty for a link without a target
+    bool toFolder = false;
+    DWORD attributes = 0;
+    std::u16string description;
+    std::u16string workingFolder;
+    std::u16string arguments;
+    std::u16string iconPath;
+    int icon = 0;
+    int showCommand = SW_SHOWNORMAL;
+    WORD hotkey = 0;
+};
+
+// Longest text that a link file holds, in characters.
+inline constexpr std::size_t kMaxLinkText = 0xFFFF;
+
+// ---- link_format.cpp ----
+std::string FormatLink(const LinkData& link);
+// None when the bytes are no link file. Damaged parts of one read as missing.
+std::optional<LinkData> ParseLink(std::string_view bytes);
+
+// ---- shell_link.cpp ----
+HRESULT CreateShellLink(REFIID iid, void** object);
+
+}  // namespace winhost

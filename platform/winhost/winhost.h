@@ -1,0 +1,71 @@
+// The host's side of the embedded machine: what tests and tools do to a machine from outside.
+//
+// A machine is a folder: a drive a sub-folder (C, D), registry.reg, a marker file that names it a machine, and .state
+// with its running processes, events and shared objects. A program stored inside finds its machine by walking up from
+// its own path; a program outside (a test, a tool) enters one by EnterMachine.
+#pragma once
+
+#include <windows.h>
+
+#include <filesystem>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace winhost {
+
+// Makes a new machine in an empty or missing folder: drives, system folders, two users, registry, regsvr32.exe.
+void CreateMachine(const std::filesystem::path& root);
+
+// Makes this process one of the machine, as if it had been started there from `program` (a full Windows path). The
+// current folder becomes the program's. Entering another machine, or the same one again, starts afresh.
+void EnterMachine(const std::filesystem::path& root, std::u16string_view program = u"C:\\Windows\\host.exe");
+
+// Where a file of the machine lies on the host, whether or not it exists.
+std::filesystem::path HostPath(std::u16string_view path);
+
+// The next start of the machine: carries the boot-time marks out by Windows' rules, and takes them away.
+void RestartMachine();
+
+// Waits until no process of the machine is left but this one. False when `milliseconds` ran out.
+bool WaitForProcesses(DWORD milliseconds);
+
+// The system's version, as RtlGetVersion gives it to every process of the machine.
+void SetSystemVersion(DWORD major, DWORD minor, DWORD build);
+
+// Hides a function from GetProcAddress, as on a system that lacks it, in this process and those that it starts.
+void HideFunction(const std::string& name, bool hidden);
+
+// What the machine saw besides files and registry, in order, a line each: its kind, a tab, and its fields with tabs
+// between them; a line feed inside a field stands as \n. Kinds: message-box (caption, text, style, answer),
+// unanswered-box (the same), shell-execute (verb, file, show command), start-process (command line, folder), exit-windows (flags, reason),
+// change-notify (event).
+std::vector<std::string> Events();
+void ClearEvents();
+
+// The buttons that answer the next message boxes of the machine, in order. A box without an answer left, or without
+// that button, takes its safe one (No, Cancel, or OK), and is recorded as unanswered. EndBoxAnswers goes back to asking at the terminal.
+void SetBoxAnswers(const std::vector<int>& buttons);
+void EndBoxAnswers();
+
+// ---- faults: any platform call can be told to fail, and every call is counted by name ----
+
+struct Fault {
+    std::string call;   // name of the call, or "*" for any
+    unsigned nth = 0;   // fails at this use, counted from 1; 0: at every use
+    DWORD error = 0;    // the error code; 0: what the call gives for want of rights
+    bool kill = false;  // the process is killed at the call instead
+};
+// Sets the faults of this process and starts its counts at 0. Programs that it starts take theirs from the environment
+// (see faults.cpp).
+void SetFaults(std::vector<Fault> faults);
+std::map<std::string, unsigned> CallCounts();
+
+// With a virtual clock Sleep returns at once.
+void SetVirtualClock(bool on);
+
+// Handles of this process that are open: files, searches, keys, processes, tokens, modules.
+unsigned OpenHandles();
+
+}  // namespace winhost

@@ -1,0 +1,112 @@
+#include <framework.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+std::basic_string<WCHAR> Str(const CString& text) {
+    return text.Text();
+}
+
+}  // namespace
+
+TEST(CString, PartsAreClampedToTheText) {
+    const CString text = TEXT("abcde");
+    static const struct {
+        CString part;
+        LPCWSTR expected;
+    } kRows[] = {
+        {text.Left(2), TEXT("ab")},     {text.Left(9), TEXT("abcde")},
+        {text.Left(-1), TEXT("")},      {text.Right(2), TEXT("de")},
+        {text.Right(9), TEXT("abcde")}, {text.Right(-1), TEXT("")},
+        {text.Mid(2), TEXT("cde")},     {text.Mid(5), TEXT("")},
+        {text.Mid(9), TEXT("")},        {text.Mid(-3), TEXT("abcde")},
+        {text.Mid(1, 2), TEXT("bc")},   {text.Mid(3, 9), TEXT("de")},
+        {text.Mid(2, -1), TEXT("")},    {CString().Left(1), TEXT("")},
+        {CString().Right(1), TEXT("")}, {CString(TEXT("abc"), 2), TEXT("ab")},
+        {CString(nullptr), TEXT("")},   {CString(nullptr, 0), TEXT("")},
+    };
+    for (const auto& row : kRows)
+        EXPECT_EQ(Str(row.part), row.expected);
+
+    EXPECT_EQ(text[4], TEXT('e'));
+    EXPECT_EQ(text[5], 0);
+    EXPECT_EQ(text[-1], 0);
+    EXPECT_EQ(text.Last(), TEXT('e'));
+    EXPECT_EQ(CString().Last(), 0);
+}
+
+TEST(CString, JoinsTextsInEitherOrder) {
+    const CString folder = TEXT("C:\\a");
+    const LPCWSTR none = nullptr;
+    EXPECT_EQ(Str(folder + CString(TEXT("\\b"))), TEXT("C:\\a\\b"));
+    EXPECT_EQ(Str(folder + TEXT("\\b")), TEXT("C:\\a\\b"));
+    EXPECT_EQ(Str(TEXT("\"") + folder), TEXT("\"C:\\a"));
+    EXPECT_EQ(Str(folder + TEXT('\\')), TEXT("C:\\a\\"));
+    EXPECT_EQ(Str(folder + none), TEXT("C:\\a"));
+    CString sum = folder;
+    sum += sum;
+    sum += TEXT(";");
+    sum += TEXT('x');
+    sum += none;
+    EXPECT_EQ(Str(sum), TEXT("C:\\aC:\\a;x"));
+}
+
+TEST(CString, FindsFromAPositionOn) {
+    const CString path = TEXT("C:\\a\\b");
+    EXPECT_EQ(path.Find(TEXT('\\')), 2);
+    EXPECT_EQ(path.Find(TEXT('\\'), 3), 4);
+    EXPECT_EQ(path.Find(TEXT('\\'), 5), -1);
+    EXPECT_EQ(path.Find(TEXT('\\'), -7), 2);
+    EXPECT_EQ(path.Find(TEXT("\\b")), 4);
+    EXPECT_EQ(path.Find(TEXT("\\B")), -1);
+    EXPECT_EQ(path.Find(TEXT("\\b"), 99), -1);
+    EXPECT_EQ(path.ReverseFind(TEXT('\\')), 4);
+    EXPECT_EQ(path.ReverseFind(TEXT('/')), -1);
+}
+
+TEST(CString, ComparesByCodeUnitAndFoldsOnlyAToZ) {
+    const CString text = TEXT("Setup\u00C9");
+    EXPECT_TRUE(text == TEXT("Setup\u00C9"));
+    EXPECT_TRUE(text != TEXT("setup\u00C9"));
+    EXPECT_LT(text.Compare(TEXT("setup")), 0);
+    EXPECT_GT(text.Compare(nullptr), 0);
+    EXPECT_EQ(text.CompareNoCase(TEXT("sETUP\u00C9")), 0);
+    EXPECT_NE(text.CompareNoCase(TEXT("setup\u00E9")), 0);
+    EXPECT_EQ(Str(CString(text).MakeLower()), TEXT("setup\u00C9"));
+    EXPECT_EQ(Str(CString(TEXT("az[\u00E9")).MakeUpper()), TEXT("AZ[\u00E9"));
+}
+
+// What counts as white space is the runtime library's decision, and must be the same on every machine.
+TEST(CString, TrimsTheRuntimeLibrarysWhiteSpace) {
+    for (const WCHAR space : {0x09, 0x0A, 0x0B, 0x0C, 0x0D, 0x20, 0xA0, 0x1680, 0x2000, 0x200A, 0x2028,
+                              0x2029, 0x202F, 0x205F, 0x3000})
+        EXPECT_TRUE((CString() + space).Trim().IsEmpty()) << std::hex << static_cast<unsigned>(space);
+    for (const WCHAR other : {0x01, 0x08, 0x0E, 0x1F, 0x7F, 0x85, 0x180E, 0x200B, 0xFEFF})
+        EXPECT_FALSE((CString() + other).Trim().IsEmpty()) << std::hex << static_cast<unsigned>(other);
+
+    const CString text = TEXT(" \t a b\r\n");
+    EXPECT_EQ(Str(CString(text).TrimLeft()), TEXT("a b\r\n"));
+    EXPECT_EQ(Str(CString(text).TrimRight()), TEXT(" \t a b"));
+    EXPECT_EQ(Str(CString(text).Trim()), TEXT("a b"));
+    EXPECT_EQ(Str(CString(TEXT("\\/a\\b/")).Trim(TEXT("\\/"))), TEXT("a\\b"));
+    EXPECT_EQ(Str(CString(TEXT("\\\\")).Trim(TEXT("\\"))), TEXT(""));
+    EXPECT_EQ(Str(CString().Trim(TEXT("\\"))), TEXT(""));
+    EXPECT_EQ(Str(CString(TEXT("a ")).Trim(nullptr)), TEXT("a "));
+}
+
+TEST(CString, ReplacesEveryOccurrence) {
+    CString path = TEXT("a/b/c");
+    EXPECT_EQ(path.Replace(TEXT('/'), TEXT('\\')), 2);
+    EXPECT_EQ(Str(path), TEXT("a\\b\\c"));
+    EXPECT_EQ(path.Replace(TEXT('/'), TEXT('\\')), 0);
+}
+
+TEST(CString, LosesItsTextWhenTheResourceDoesNotExist) {
+    CString text = TEXT("before");
+    EXPECT_TRUE(text.LoadResource(2));
+    EXPECT_EQ(Str(text), TEXT("Qantivo Setup"));
+    EXPECT_FALSE(text.LoadResource(9999));
+    EXPECT_TRUE(text.IsEmpty());
+}

@@ -1,0 +1,88 @@
+// Boot-time marks and files in use, as the file engine relies on them.
+#include "support/scratch.h"
+
+namespace {
+
+constexpr DWORD kDelayed = MOVEFILE_DELAY_UNTIL_REBOOT;
+
+class Restart : public ScratchTest {};
+
+TEST_F(Restart, CarriesMarksOutInOrderAndTakesThemAway) {
+    for (const LPCWSTR file : {TEXT("gone"), TEXT("kept"), TEXT("taken"), TEXT("moves"), TEXT("new"),
+                               TEXT("old"), TEXT("ini"), TEXT("full\\file")})
+        MakeFile(kScratch + TEXT("\\") + file, "a");
+    MakeFile(TEXT("C:\\Scratch\\taken"), "b");
+    MakeFolder(TEXT("C:\\Scratch\\empty"));
+    const std::vector<Mark> marks = {
+        {TEXT("C:\\Scratch\\gone"), TEXT("")},
+        {TEXT("C:\\Scratch\\kept"), TEXT("C:\\Scratch\\taken")},  // a move doesn't replace
+        {TEXT("C:\\Scratch\\moves"), TEXT("C:\\Scratch\\moved")},
+        {TEXT("C:\\Scratch\\old"), TEXT("")},  // but a delete mark in front makes room
+        {TEXT("C:\\Scratch\\new"), TEXT("C:\\Scratch\\old")},
+        {TEXT("C:\\Scratch\\empty"), TEXT("")},
+        {TEXT("C:\\Scratch\\full"), TEXT("")},
+        {TEXT("C:\\Scratch\\full\\file"), TEXT("")},
+        {TEXT("C:\\Scratch\\missing"), TEXT("")},
+    };
+    MakeFile(TEXT("C:\\Scratch\\missing"));
+    for (const auto& [source, target] : marks)
+        EXPECT_TRUE(MoveFileExW(source.c_str(), target.empty() ? nullptr : target.c_str(), kDelayed))
+            << GetLastError();
+    EXPECT_EQ(BootMarks(), marks);
+    EXPECT_EQ(Tree().size(), 11u) << "a mark changes nothing before the restart";
+    EXPECT_TRUE(DeleteFileW(TEXT("C:\\Scratch\\missing")));
+    EXPECT_TRUE(
+        WritePrivateProfileSectionW(TEXT("rename"), TEXT("NUL=C:\\Scratch\\ini\0"), TEXT("WININIT.INI")));
+
+    RestartMachine();
+    EXPECT_EQ(Tree(),
+              (std::vector<Text>{TEXT("full\\"), TEXT("kept"), TEXT("moved"), TEXT("old"), TEXT("taken")}));
+    EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\taken")), "b");
+    EXPECT_EQ(BootMarks(), std::vector<Mark>{});
+    EXPECT_FALSE(Exists(TEXT("C:\\windows\\wininit.ini")));
+}
+
+TEST_F(Restart, EndsWhatRunsAndDeletesIt) {
+    const Text path = TEXT("C:\\Scratch\\running.exe");
+    const HeldFile running(path, Hold::Running);
+    EXPECT_TRUE(MoveFileExW(path.c_str(), nullptr, kDelayed));
+    RestartMachine();
+    EXPECT_FALSE(Exists(path));
+}
+
+TEST_F(Restart, MarksAMoveThatMayReplace) {
+    MakeFile(TEXT("C:\\Scratch\\new"), "new");
+    MakeFile(TEXT("C:\\Scratch\\old"), "old");
+    EXPECT_TRUE(MoveFileExW(TEXT("C:\\Scratch\\new"), TEXT("C:\\Scratch\\old"),
+                            kDelayed | MOVEFILE_REPLACE_EXISTING));
+    EXPECT_EQ(BootMarks(), (std::vector<Mark>{{TEXT("C:\\Scratch\\new"), TEXT("!C:\\Scratch\\old")}}));
+    RestartMachine();
+    EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\old")), "new");
+}
+
+struct InUse {
+    Hold hold;
+    DWORD deleteError, renameError, overwriteError;
+};
+
+TEST_F(Restart, FileInUseIsNeitherDeletedNorWrittenAndRenamedOnlyWhenItRuns) {
+    const Text path = TEXT("C:\\Scratch\\used.dll");
+    for (const InUse& use :
+         {InUse{Hold::NoDelete, ERROR_SHARING_VIOLATION, ERROR_SHARING_VIOLATION, ERROR_SHARING_VIOLATION},
+          InUse{Hold::Running, ERROR_ACCESS_DENIED, ERROR_SUCCESS, ERROR_SHARING_VIOLATION}}) {
+        MakeFile(path);
+        MakeFile(TEXT("C:\\Scratch\\source"), "source");
+        {
+            const HeldFile held(path, use.hold);
+            const auto error = [](BOOL done) { return done ? DWORD{ERROR_SUCCESS} : GetLastError(); };
+            EXPECT_EQ(error(DeleteFileW(path.c_str())), use.deleteError);
+            EXPECT_EQ(error(CopyFileW(TEXT("C:\\Scratch\\source"), path.c_str(), FALSE)), use.overwriteError);
+            EXPECT_EQ(error(MoveFileW(path.c_str(), TEXT("C:\\Scratch\\aside.dll"))), use.renameError);
+        }
+        const Text left = use.renameError ? path : Text(TEXT("C:\\Scratch\\aside.dll"));
+        EXPECT_TRUE(DeleteFileW(left.c_str()))
+            << "free again once its user is gone, error " << GetLastError();
+    }
+}
+
+}  // namespace

@@ -1,0 +1,6 @@
+#include "support/target.h"
+
+int main(int argc, char** argv) {
+    ::testing::InitGoogleTest(&argc, argv);
+    return RunTestsOrChild();
+}

@@ -1,0 +1,6 @@
+#include "support/target.h"
+
+int wmain(int argc, wchar_t** argv) {
+    ::testing::InitGoogleTest(&argc, argv);
+    return RunTestsOrChild();
+}

@@ -1,0 +1,374 @@
+#include "support/scratch.h"
+
+#include <shlobj.h>
+
+#include <algorithm>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <map>
+
+#include "support/target.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr DWORD kPatience = 60000;
+constexpr DWORD kInUsePatience = 5000;
+constexpr DWORD kPollPause = 5;
+constexpr WCHAR kSessionManager[] = TEXT("SYSTEM\\CurrentControlSet\\Control\\Session Manager");
+constexpr WCHAR kPendingMoves[] = TEXT("PendingFileRenameOperations");
+constexpr WCHAR kChildVariable[] = TEXT("QTV_TEST_CHILD");
+
+std::map<std::string, int (*)()>& ChildPrograms() {
+    static std::map<std::string, int (*)()> programs;
+    return programs;
+}
+
+Text Widen(const std::string& ascii) {
+    return Text(ascii.begin(), ascii.end());
+}
+
+// Calls the body for each entry of the folder but "." and "..".
+template <class Body>
+void ForEachEntry(const Text& folder, const Text& pattern, Body body) {
+    WIN32_FIND_DATAW data;
+    const HANDLE find = FindFirstFileW((folder + TEXT("\\") + pattern).c_str(), &data);
+    if (find == INVALID_HANDLE_VALUE) return;
+    do {
+        const Text name = data.cFileName;
+        if (name != TEXT(".") && name != TEXT(".."))
+            body(name, data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY);
+    } while (FindNextFileW(find, &data));
+    FindClose(find);
+}
+
+void AddTree(const Text& folder, const Text& prefix, std::vector<Text>& names) {
+    ForEachEntry(folder, TEXT("*"), [&](const Text& name, bool isFolder) {
+        names.push_back(prefix + name + (isFolder ? TEXT("\\") : TEXT("")));
+        if (isFolder) AddTree(folder + TEXT("\\") + name, names.back(), names);
+    });
+}
+
+void DeleteValue(HKEY hive, const Text& key, const Text& value) {
+    HKEY opened;
+    if (RegOpenKeyExW(hive, key.c_str(), 0, KEY_ALL_ACCESS, &opened) != ERROR_SUCCESS) return;
+    (void)RegDeleteValueW(opened, value.c_str());
+    RegCloseKey(opened);
+}
+
+void EndStartedPrograms() {
+    for (const DWORD id : StartedPrograms()) {
+        const HANDLE process = OpenProcess(PROCESS_TERMINATE | SYNCHRONIZE, FALSE, id);
+        if (!process) continue;
+        (void)TerminateProcess(process, 1);
+        (void)WaitForSingleObject(process, kPatience);
+        CloseHandle(process);
+    }
+}
+
+void CleanRegistry() {
+    DeleteValue(HKEY_LOCAL_MACHINE, kSessionManager, kPendingMoves);
+    DeleteValue(HKEY_LOCAL_MACHINE, TEXT("SOFTWARE\\RegisteredApplications"), TEXT("Qantivo.8"));
+    for (const HKEY hive : {HKEY_LOCAL_MACHINE, HKEY_CURRENT_USER})
+        for (const LPCWSTR key : {
+                 TEXT("SOFTWARE\\Lorvanta"),
+                 TEXT("SOFTWARE\\Classes\\Applications\\QtvApp8.exe"),
+                 TEXT("SOFTWARE\\Classes\\Qantivo.8"),
+                 TEXT("SOFTWARE\\Classes\\QV8.Document"),
+                 TEXT("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\QtvApp8.exe"),
+                 TEXT("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Qantivo 8"),
+                 TEXT("SOFTWARE\\Mozilla\\NativeMessagingHosts\\qtvff"),
+             })
+            DeleteKeyTree(hive, key);
+    WCHAR user[MAX_PATH];
+    for (DWORD index = 0; RegEnumKeyW(HKEY_USERS, index, user, MAX_PATH) == ERROR_SUCCESS; ++index) {
+        DeleteKeyTree(HKEY_USERS, user + Text(TEXT("\\Software\\Lorvanta")));
+        DeleteKeyTree(HKEY_USERS, user + Text(TEXT("\\Software\\Classes\\Applications\\QtvApp8.exe")));
+    }
+}
+
+void CleanFiles() {
+    DeleteTree(kScratch);
+    DeleteTree(TEXT("C:\\Program Files\\Qantivo 8"));
+    WCHAR path[MAX_PATH];
+    (void)GetWindowsDirectoryW(path, MAX_PATH);
+    DeleteTree(path + Text(TEXT("\\wininit.ini")));
+    if (GetTempPathW(MAX_PATH, path))
+        ForEachEntry(path, TEXT("uni*"), [&](const Text& name, bool) { DeleteTree(path + name); });
+    for (const int folder : {CSIDL_PROGRAMS, CSIDL_COMMON_PROGRAMS, CSIDL_STARTUP, CSIDL_COMMON_STARTUP,
+                             CSIDL_DESKTOP, CSIDL_COMMON_DESKTOPDIRECTORY})
+        if (SHGetFolderPathW(nullptr, folder, nullptr, SHGFP_TYPE_CURRENT, path) == S_OK)
+            ForEachEntry(path, TEXT("Qantivo*"),
+                         [&](const Text& name, bool) { DeleteTree(path + Text(TEXT("\\")) + name); });
+}
+
+void ExpectAllAnswered() {
+    for (const ShownBox& box : BoxesSoFar().unanswered)
+        ADD_FAILURE() << "no answer for the message box " << ::testing::PrintToString(box.text);
+}
+
+}  // namespace
+
+ScratchTest::ScratchTest() {
+    (void)SetCurrentDirectoryW(TEXT("C:\\"));
+    EndStartedPrograms();
+    CleanFiles();
+    CleanRegistry();
+    MakeFolder(kScratch);
+    EXPECT_TRUE(SetCurrentDirectoryW(kScratch.c_str()));
+    StartBoxes({});
+}
+
+ScratchTest::~ScratchTest() {
+    ExpectAllAnswered();
+    (void)SetCurrentDirectoryW(TEXT("C:\\"));
+    EndStartedPrograms();
+}
+
+// ---- files ----
+
+void MakeFolder(const Text& path) {
+    for (std::size_t end = path.find(TEXT('\\'), 3);; end = path.find(TEXT('\\'), end + 1)) {
+        const bool made = CreateDirectoryW(path.substr(0, end).c_str(), nullptr);
+        EXPECT_TRUE(made || GetLastError() == ERROR_ALREADY_EXISTS) << GetLastError();
+        if (end == Text::npos) return;
+    }
+}
+
+void MakeFile(const Text& path, const std::string& bytes) {
+    const std::size_t end = path.rfind(TEXT('\\'));
+    if (end != Text::npos && end > 2) MakeFolder(path.substr(0, end));
+    const HANDLE file =
+        CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    ASSERT_NE(file, INVALID_HANDLE_VALUE) << GetLastError();
+    DWORD cbWritten = 0;
+    EXPECT_TRUE(WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &cbWritten, nullptr));
+    EXPECT_EQ(cbWritten, bytes.size());
+    CloseHandle(file);
+}
+
+std::optional<std::string> FileBytes(const Text& path) {
+    const HANDLE file =
+        CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                    nullptr, OPEN_EXISTING, 0, nullptr);
+    if (file == INVALID_HANDLE_VALUE) return {};
+    std::string bytes(GetFileSize(file, nullptr), '\0');
+    DWORD cbRead = 0;
+    const bool read = ReadFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &cbRead, nullptr);
+    CloseHandle(file);
+    if (!read || cbRead != bytes.size()) return {};
+    return bytes;
+}
+
+bool Exists(const Text& path) {
+    return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+void DeleteTree(const Text& path) {
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES) return;
+    (void)SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+    const bool isFolder = attributes & FILE_ATTRIBUTE_DIRECTORY;
+    if (isFolder)
+        ForEachEntry(path, TEXT("*"), [&](const Text& name, bool) { DeleteTree(path + TEXT("\\") + name); });
+    // A program's file is in use for a moment longer than the program.
+    const DWORD start = GetTickCount();
+    while (!(isFolder ? RemoveDirectoryW(path.c_str()) : DeleteFileW(path.c_str()))) {
+        const DWORD error = GetLastError();
+        ASSERT_LT(GetTickCount() - start, kInUsePatience)
+            << "can't be deleted, error " << error << ": " << ::testing::PrintToString(path);
+        Sleep(kPollPause);
+    }
+}
+
+std::vector<Text> Tree(const Text& folder) {
+    std::vector<Text> names;
+    AddTree(folder, {}, names);
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+static void Import(const fs::path& source, const Text& target) {
+    std::ifstream file(source, std::ios::binary);
+    ASSERT_TRUE(file) << source;
+    MakeFile(target, {std::istreambuf_iterator<char>(file), {}});
+    KeepRunnable(source, target);
+}
+
+void ImportFile(const std::string& buildPath, const Text& target) {
+    Import(BuildPath(buildPath), target);
+}
+
+void ImportFolder(const std::string& buildPath, const Text& target) {
+    MakeFolder(target);
+    const fs::path folder = BuildPath(buildPath);
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
+        const std::u16string name = entry.path().filename().u16string();
+        const Text path = target + TEXT("\\") + Text(name.begin(), name.end());
+        if (entry.is_directory())
+            ImportFolder(buildPath + "/" + entry.path().filename().string(), path);
+        else
+            Import(entry.path(), path);
+    }
+}
+
+void SetFileVersion(const Text& path, unsigned major, unsigned minor, unsigned release, unsigned build) {
+    std::optional<std::string> bytes = FileBytes(path);
+    ASSERT_TRUE(bytes) << GetLastError();
+    // Put together here, so that the test program's own file doesn't hold the key a second time.
+    std::string key;
+    for (const char unit : std::string("VS_VERSION_INFO"))
+        key += {unit, '\0'};
+    const std::size_t block = bytes->find("\xBD\x04\xEF\xFE", bytes->find(key));
+    ASSERT_NE(block, std::string::npos) << "no version block";
+    const WORD numbers[] = {static_cast<WORD>(minor), static_cast<WORD>(major), static_cast<WORD>(build),
+                            static_cast<WORD>(release)};
+    for (const std::size_t field :
+         {offsetof(VS_FIXEDFILEINFO, dwFileVersionMS), offsetof(VS_FIXEDFILEINFO, dwProductVersionMS)})
+        std::memcpy(&(*bytes)[block + field], numbers, sizeof numbers);
+    MakeFile(path, *bytes);
+}
+
+// ---- a file in use ----
+
+HeldFile::HeldFile(const Text& path, Hold how) {
+    if (how == Hold::NoDelete) {
+        m_file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+        EXPECT_NE(m_file, INVALID_HANDLE_VALUE) << GetLastError();
+        return;
+    }
+    ImportFile(QTV_BUILD_FOLDER "/sleeper.exe", path);
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process = {};
+    Text commandLine = TEXT("\"") + path + TEXT("\"");
+    EXPECT_TRUE(CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, TEXT("C:\\"),
+                               &startup, &process))
+        << GetLastError();
+    if (process.hThread) CloseHandle(process.hThread);
+    m_process = process.hProcess;
+}
+
+HeldFile::~HeldFile() {
+    if (m_file != INVALID_HANDLE_VALUE) CloseHandle(m_file);
+    if (!m_process) return;
+    (void)TerminateProcess(m_process, 0);
+    EXPECT_EQ(WaitForSingleObject(m_process, kPatience), WAIT_OBJECT_0);
+    CloseHandle(m_process);
+}
+
+// ---- registry, boot-time marks ----
+
+void DeleteKeyTree(HKEY parent, const Text& key) {
+    HKEY opened;
+    if (RegOpenKeyExW(parent, key.c_str(), 0, KEY_READ, &opened) != ERROR_SUCCESS) return;
+    WCHAR name[MAX_PATH];
+    std::vector<Text> names;
+    while (RegEnumKeyW(opened, static_cast<DWORD>(names.size()), name, MAX_PATH) == ERROR_SUCCESS)
+        names.push_back(name);
+    RegCloseKey(opened);
+    for (const Text& subKey : names)
+        DeleteKeyTree(parent, key + TEXT("\\") + subKey);
+    EXPECT_EQ(RegDeleteKeyW(parent, key.c_str()), ERROR_SUCCESS) << ::testing::PrintToString(key);
+}
+
+std::vector<Mark> BootMarks() {
+    HKEY key;
+    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSessionManager, 0, KEY_QUERY_VALUE, &key) != ERROR_SUCCESS)
+        return {};
+    DWORD cbData = 0;
+    (void)RegQueryValueExW(key, kPendingMoves, nullptr, nullptr, nullptr, &cbData);
+    Text data(cbData / sizeof(WCHAR), 0);
+    (void)RegQueryValueExW(key, kPendingMoves, nullptr, nullptr, reinterpret_cast<LPBYTE>(data.data()),
+                           &cbData);
+    RegCloseKey(key);
+    std::size_t at = 0;
+    const auto next = [&] {
+        Text path = data.substr(at, data.find(WCHAR{0}, at) - at);
+        at = std::min(at + path.size() + 1, data.size());
+        const std::size_t prefix = path.find(TEXT("\\??\\"));
+        if (prefix <= 1) path.erase(prefix, 4);
+        return path;
+    };
+    std::vector<Mark> marks;
+    for (Text source = next(); !source.empty(); source = next())
+        marks.emplace_back(source, next());
+    return marks;
+}
+
+void RestartMachine() {
+    EndStartedPrograms();
+    CarryOutMarks();
+}
+
+// ---- programs ----
+
+Outcome RunProgram(const Text& commandLine, const Text& folder) {
+    const std::vector<DWORD> before = StartedPrograms();
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process = {};
+    Text arguments = commandLine;
+    Outcome outcome;
+    outcome.started = CreateProcessW(nullptr, arguments.data(), nullptr, nullptr, FALSE, 0, nullptr,
+                                     folder.c_str(), &startup, &process);
+    if (!outcome.started) return outcome;
+    CloseHandle(process.hThread);
+    const auto running = [&] {
+        const std::vector<DWORD> now = StartedPrograms();
+        return std::any_of(now.begin(), now.end(), [&](DWORD id) {
+            return std::find(before.begin(), before.end(), id) == before.end();
+        });
+    };
+    (void)WaitForSingleObject(process.hProcess, kPatience);
+    for (const DWORD start = GetTickCount(); running();) {
+        if (GetTickCount() - start > kPatience) {
+            ADD_FAILURE() << "still running: " << ::testing::PrintToString(commandLine);
+            EndStartedPrograms();
+            break;
+        }
+        Sleep(kPollPause);
+    }
+    EXPECT_TRUE(GetExitCodeProcess(process.hProcess, &outcome.exitCode));
+    CloseHandle(process.hProcess);
+    return outcome;
+}
+
+bool AddChildProgram(const char* name, int (*body)()) {
+    return ChildPrograms().emplace(name, body).second;
+}
+
+Outcome RunChild(const char* name, const Text& program, const Text& arguments) {
+    Import(OwnProgram(), program);
+    (void)SetEnvironmentVariableW(kChildVariable, Widen(name).c_str());
+    const Outcome outcome = RunProgram(TEXT("\"") + program + TEXT("\" ") + arguments);
+    (void)SetEnvironmentVariableW(kChildVariable, nullptr);
+    EXPECT_TRUE(outcome.started);
+    return outcome;
+}
+
+int RunTestsOrChild() {
+    WCHAR name[MAX_PATH] = {};
+    if (!GetEnvironmentVariableW(kChildVariable, name, MAX_PATH)) return RUN_ALL_TESTS();
+    for (const auto& [known, body] : ChildPrograms())
+        if (Widen(known) == name) return body();
+    return -1;
+}
+
+// ---- message boxes ----
+
+BoxAnswers::BoxAnswers(std::vector<int> buttons) : m_answers(buttons.size()) {
+    StartBoxes(std::move(buttons));
+}
+
+BoxAnswers::~BoxAnswers() {
+    ExpectAllAnswered();
+    EXPECT_GE(Shown().size(), m_answers) << "an answer that no message box took";
+    StartBoxes({});
+}
+
+std::vector<ShownBox> BoxAnswers::Shown() const {
+    return BoxesSoFar().shown;
+}

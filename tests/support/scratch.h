@@ -1,0 +1,119 @@
+// A machine to act on, the same for both targets: under Windows the running system (a Wine prefix), on the
+// host an embedded machine of the test program's own.
+#pragma once
+
+#include <framework.h>
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+using Text = std::basic_string<WCHAR>;
+
+// Where a test keeps its files.
+inline const Text kScratch = TEXT("C:\\Scratch");
+
+// Each test starts on a clean machine: an empty C:\Scratch that is the current folder, no uninstaller
+// (uni*) in the temporary folder, no boot-time marks, no WININIT.INI, no registry keys of the product, no
+// C:\Program Files\Qantivo 8, nothing whose name begins with "Qantivo" in the Programs, Startup and Desktop
+// folders, and no program left running by an earlier test. Programs that the test has started and left
+// running end with it.
+class ScratchTest : public ::testing::Test {
+  protected:
+    ScratchTest();
+    ~ScratchTest() override;
+};
+
+// ---- files (paths are Windows paths) ----
+void MakeFile(const Text& path, const std::string& bytes = "content");  // makes missing folders too
+std::optional<std::string> FileBytes(const Text& path);                 // none when it can't be read
+bool Exists(const Text& path);
+void MakeFolder(const Text& path);  // with missing parents
+// Deletes a folder with all below it, whatever its attributes, or a file. A failure of the test when
+// something stays.
+void DeleteTree(const Text& path);
+// Every file and folder below, sorted, relative to the folder; folders end in a backslash.
+std::vector<Text> Tree(const Text& folder = kScratch);
+// Copy a file or folder of the build (an absolute path of the build machine, such as QTV_BUILD_FOLDER
+// "/package") onto the machine. Programs stay programs.
+void ImportFile(const std::string& buildPath, const Text& target);
+void ImportFolder(const std::string& buildPath, const Text& target);
+// Overwrites the four numbers of the version block in a program file.
+void SetFileVersion(const Text& path, unsigned major, unsigned minor, unsigned release, unsigned build);
+
+// ---- what the running system does otherwise than Windows; all false but under Wine ----
+enum class Deviation {
+    OverwritesReadOnly,  // opening or copying over a read-only file succeeds (Wine as root)
+    ClassesNotMerged,    // HKEY_CLASSES_ROOT shows the machine's classes alone, not the user's
+};
+bool Deviates(Deviation deviation);
+
+// ---- a file in use ----
+enum class Hold {
+    NoDelete,  // open for reading and shared for reading alone: neither deleted, renamed nor written
+    Running,   // a program that runs from it: renamed, but not deleted. The file at the path becomes a small
+               // program.
+};
+class HeldFile {
+  public:
+    HeldFile(const Text& path, Hold how);
+    ~HeldFile();
+    HeldFile(const HeldFile&) = delete;
+    HeldFile& operator=(const HeldFile&) = delete;
+
+  private:
+    HANDLE m_file = INVALID_HANDLE_VALUE;
+    HANDLE m_process = nullptr;
+};
+
+// ---- registry ----
+// Deletes a key with all below it; a missing key is none of its business.
+void DeleteKeyTree(HKEY parent, const Text& key);
+
+// ---- boot-time marks, in order: source, and target or empty for a delete; "!" before a target that may be
+// replaced ----
+using Mark = std::pair<Text, Text>;
+std::vector<Mark> BootMarks();
+// The next start of the machine: ends the programs that the test left running and carries the marks out.
+void RestartMachine();
+
+// ---- programs ----
+struct Outcome {
+    bool started = false;
+    DWORD exitCode = 0;  // of the program named, not of those that it started
+};
+// Runs a program and waits for it and all that it started; after a minute that is a failure of the test.
+Outcome RunProgram(const Text& commandLine, const Text& folder = kScratch);
+
+// Code that ends its process runs in a process of its own: CHILD_PROGRAM(Name) { ...; return exitCode; }
+// stands beside the tests, and RunChild copies the test program to `program` and runs it with the arguments.
+// There it runs the named body instead of tests, and so does every program that it copies itself to.
+Outcome RunChild(const char* name, const Text& program = kScratch + TEXT("\\child.exe"),
+                 const Text& arguments = {});
+bool AddChildProgram(const char* name, int (*body)());
+#define CHILD_PROGRAM(name)                                       \
+    static int name();                                            \
+    static const bool name##Added = AddChildProgram(#name, name); \
+    static int name()
+
+// Message boxes shown by this process and by programs it runs, answered with the button ids given, in order.
+// A box without an answer left, or without the button, is a failure of the test, and so is an answer that no
+// box took; a box outside any such scope is one too. One scope at a time.
+struct ShownBox {
+    Text caption;
+    Text text;
+};
+class BoxAnswers {
+  public:
+    explicit BoxAnswers(std::vector<int> buttons);
+    ~BoxAnswers();
+    BoxAnswers(const BoxAnswers&) = delete;
+    BoxAnswers& operator=(const BoxAnswers&) = delete;
+    // The boxes shown so far, in order.
+    std::vector<ShownBox> Shown() const;
+
+  private:
+    const std::size_t m_answers;
+};

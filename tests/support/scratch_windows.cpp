@@ -1,0 +1,144 @@
+// The running system as the machine; under Wine, a prefix.
+#include <mutex>
+#include <thread>
+
+#include "support/target.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr DWORD kPollPause = 10;
+constexpr UINT kAnswerMs = 5000;
+constexpr int kBoxText = 0xFFFF;
+constexpr int kLastBoxButton = 11;
+constexpr int kMaxPrograms = 256;
+
+// The job that this process and all that it starts belong to.
+HANDLE OwnJob() {
+    static const HANDLE job = [] {
+        // The desktop's own process, which the first window starts, stays outside.
+        (void)GetDesktopWindow();
+        const HANDLE made = CreateJobObjectW(nullptr, nullptr);
+        EXPECT_TRUE(AssignProcessToJobObject(made, GetCurrentProcess()));
+        return made;
+    }();
+    return job;
+}
+
+bool IsOwnWindow(HWND window) {
+    DWORD id = 0;
+    GetWindowThreadProcessId(window, &id);
+    if (id == GetCurrentProcessId()) return true;
+    for (const DWORD started : StartedPrograms())
+        if (started == id) return true;
+    return false;
+}
+
+// Other dialogs hold other controls than a box's buttons, text and icon.
+bool IsMessageBox(HWND window) {
+    bool box = IsWindowVisible(window) && GetDlgItem(window, kBoxText);
+    for (HWND child = GetWindow(window, GW_CHILD); child && box; child = GetWindow(child, GW_HWNDNEXT)) {
+        WCHAR kind[MAX_PATH] = {};
+        GetClassNameW(child, kind, MAX_PATH);
+        const int id = GetDlgCtrlID(child);
+        box =
+            !_wcsicmp(kind, L"Static") || (!_wcsicmp(kind, L"Button") && id >= IDOK && id <= kLastBoxButton);
+    }
+    return box;
+}
+
+Text WindowText(HWND window) {
+    Text text(static_cast<std::size_t>(SendMessageW(window, WM_GETTEXTLENGTH, 0, 0)) + 1, 0);
+    text.resize(static_cast<std::size_t>(
+        SendMessageW(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()))));
+    return text;
+}
+
+std::mutex boxMutex;
+std::vector<int> boxButtons;
+Boxes boxes;
+
+void Answer(HWND box) {
+    int button = 0;
+    {
+        const std::lock_guard lock(boxMutex);
+        const std::size_t index = boxes.shown.size();
+        boxes.shown.push_back({WindowText(box), WindowText(GetDlgItem(box, kBoxText))});
+        if (index < boxButtons.size() && GetDlgItem(box, boxButtons[index]))
+            button = boxButtons[index];
+        else
+            boxes.unanswered.push_back(boxes.shown.back());
+    }
+    for (const int safe : {IDCANCEL, IDOK, IDNO})
+        if (!button && GetDlgItem(box, safe)) button = safe;
+    // Sent, not posted: the box is hidden when the call is back, and so isn't answered twice.
+    DWORD_PTR result;
+    SendMessageTimeoutW(box, WM_COMMAND, static_cast<WPARAM>(button), 0, SMTO_NORMAL, kAnswerMs, &result);
+}
+
+}  // namespace
+
+std::vector<DWORD> StartedPrograms() {
+    struct {
+        JOBOBJECT_BASIC_PROCESS_ID_LIST list;
+        ULONG_PTR more[kMaxPrograms];
+    } found = {};
+    EXPECT_TRUE(
+        QueryInformationJobObject(OwnJob(), JobObjectBasicProcessIdList, &found, sizeof found, nullptr));
+    std::vector<DWORD> ids;
+    for (DWORD i = 0; i < found.list.NumberOfProcessIdsInList; ++i) {
+        const DWORD id = static_cast<DWORD>(found.list.ProcessIdList[i]);
+        if (id != GetCurrentProcessId()) ids.push_back(id);
+    }
+    return ids;
+}
+
+fs::path BuildPath(const std::string& path) {
+    // Wine shows the build machine's root as drive Z.
+    return path.starts_with('/') ? "Z:" + path : path;
+}
+
+fs::path OwnProgram() {
+    WCHAR path[MAX_PATH] = {};
+    GetModuleFileNameW(nullptr, path, MAX_PATH);
+    return path;
+}
+
+void KeepRunnable(const fs::path&, const Text&) {}
+
+void CarryOutMarks() {
+    const Outcome outcome = RunProgram(L"C:\\windows\\system32\\wineboot.exe -r");
+    EXPECT_TRUE(outcome.started && outcome.exitCode == 0);
+}
+
+bool Deviates(Deviation deviation) {
+    const HMODULE system = GetModuleHandleW(L"ntdll.dll");
+    if (!system || !GetProcAddress(system, "wine_get_version")) return false;
+    if (deviation == Deviation::ClassesNotMerged) return true;
+    const Text probe = kScratch + L".probe";
+    MakeFile(probe);
+    EXPECT_TRUE(SetFileAttributesW(probe.c_str(), FILE_ATTRIBUTE_READONLY));
+    const HANDLE file = CreateFileW(probe.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    if (file != INVALID_HANDLE_VALUE) CloseHandle(file);
+    DeleteTree(probe);
+    return file != INVALID_HANDLE_VALUE;
+}
+
+void StartBoxes(std::vector<int> buttons) {
+    const std::lock_guard lock(boxMutex);
+    boxButtons = std::move(buttons);
+    boxes = {};
+    static const std::jthread watch([](const std::stop_token& stop) {
+        while (!stop.stop_requested()) {
+            for (HWND box = nullptr; (box = FindWindowExW(nullptr, box, L"#32770", nullptr));)
+                if (IsOwnWindow(box) && IsMessageBox(box)) Answer(box);
+            Sleep(kPollPause);
+        }
+    });
+}
+
+Boxes BoxesSoFar() {
+    const std::lock_guard lock(boxMutex);
+    return boxes;
+}

@@ -1,0 +1,34 @@
+// What differs between the targets behind scratch.h.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "support/scratch.h"
+
+// Ids of the running programs that this test program started, directly or through others.
+std::vector<DWORD> StartedPrograms();
+
+// A path of the build machine as the running system spells it.
+std::filesystem::path BuildPath(const std::string& path);
+// The test program's own file.
+std::filesystem::path OwnProgram();
+
+// Makes the file at `target` a program when `source`, which it was copied from, is one.
+void KeepRunnable(const std::filesystem::path& source, const Text& target);
+
+// Carries the boot-time marks out.
+void CarryOutMarks();
+
+// From now on message boxes of this process and of those it started take these buttons, in order. Without one
+// left, or when it lacks the button, a box takes its safest one and counts as unanswered too.
+struct Boxes {
+    std::vector<ShownBox> shown;
+    std::vector<ShownBox> unanswered;
+};
+void StartBoxes(std::vector<int> buttons);
+Boxes BoxesSoFar();
+
+// Runs the tests, or in a child the named body; both targets' entries end here.
+int RunTestsOrChild();

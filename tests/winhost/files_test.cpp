@@ -1,0 +1,398 @@
+// Files of the embedded machine, where the host's own would behave otherwise or no other target shows it.
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <functional>
+
+#include "files.h"
+#include "support/scratch.h"
+#include "winhost.h"
+
+namespace {
+
+using Texts = std::vector<Text>;
+
+class HostFiles : public ScratchTest {
+  protected:
+    ~HostFiles() override { winhost::SetFaults({}); }
+};
+
+DWORD ErrorOf(BOOL done) {
+    return done ? DWORD{ERROR_SUCCESS} : GetLastError();
+}
+
+DWORD OpenError(LPCWSTR path, DWORD access, DWORD share, DWORD disposition = OPEN_EXISTING, DWORD flags = 0) {
+    const HANDLE file = CreateFileW(path, access, share, nullptr, disposition, flags, nullptr);
+    return file == INVALID_HANDLE_VALUE ? GetLastError() : ErrorOf(CloseHandle(file));
+}
+
+// Another process of the machine, which does something and then waits for its end.
+class Neighbour {
+  public:
+    explicit Neighbour(const std::function<bool()>& act) {
+        int ready[2];
+        if (pipe(ready) != 0) return;
+        m_id = fork();
+        if (m_id == 0) {
+            const char done = act();
+            if (write(ready[1], &done, 1) == 1) pause();
+            _exit(1);
+        }
+        char done = 0;
+        EXPECT_EQ(read(ready[0], &done, 1), 1);
+        EXPECT_TRUE(done);
+        close(ready[0]);
+        close(ready[1]);
+    }
+    ~Neighbour() {
+        kill(m_id, SIGKILL);
+        waitpid(m_id, nullptr, 0);
+    }
+    Neighbour(const Neighbour&) = delete;
+    Neighbour& operator=(const Neighbour&) = delete;
+
+  private:
+    pid_t m_id = -1;
+};
+
+TEST_F(HostFiles, AreSharedAcrossProcessesAsBothSidesAllow) {
+    constexpr DWORD kAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    MakeFile(TEXT("C:\\Scratch\\a"));
+    const struct {
+        DWORD heldAccess, heldShare, access, share;
+        bool allowed;
+    } rows[] = {
+        {GENERIC_READ, FILE_SHARE_READ, GENERIC_READ, FILE_SHARE_READ, true},
+        {GENERIC_READ, FILE_SHARE_READ, GENERIC_READ, 0, false},
+        {GENERIC_READ, FILE_SHARE_READ, GENERIC_WRITE, kAll, false},
+        {GENERIC_READ, FILE_SHARE_WRITE, GENERIC_READ, kAll, false},
+        {GENERIC_WRITE, kAll, GENERIC_READ, FILE_SHARE_READ, false},
+        {GENERIC_WRITE, kAll, GENERIC_READ | GENERIC_WRITE, kAll, true},
+        {GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, DELETE, kAll, false},
+        {DELETE, kAll, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, false},
+        {GENERIC_READ, 0, 0, 0, true},
+    };
+    for (const auto& row : rows) {
+        const Neighbour neighbour([&] {
+            return CreateFileW(TEXT("a"), row.heldAccess, row.heldShare, nullptr, OPEN_EXISTING, 0,
+                               nullptr) != INVALID_HANDLE_VALUE;
+        });
+        EXPECT_EQ(OpenError(TEXT("A"), row.access, row.share),
+                  row.allowed ? DWORD{ERROR_SUCCESS} : DWORD{ERROR_SHARING_VIOLATION})
+            << row.heldAccess << " " << row.heldShare << " " << row.access << " " << row.share;
+    }
+    EXPECT_EQ(OpenError(TEXT("a"), GENERIC_READ | GENERIC_WRITE, 0), DWORD{ERROR_SUCCESS})
+        << "a claim ends with its process";
+}
+
+TEST_F(HostFiles, StayWhereAnotherProcessNeedsThem) {
+    MakeFile(TEXT("C:\\Scratch\\top\\deep\\image"));
+    MakeFolder(TEXT("C:\\Scratch\\top\\current"));
+    {
+        const Neighbour neighbour([] { return SetCurrentDirectoryW(TEXT("top\\current")); });
+        EXPECT_EQ(ErrorOf(RemoveDirectoryW(TEXT("top\\current"))), DWORD{ERROR_SHARING_VIOLATION});
+        EXPECT_EQ(ErrorOf(MoveFileW(TEXT("top\\current"), TEXT("x"))), DWORD{ERROR_SHARING_VIOLATION});
+        EXPECT_EQ(ErrorOf(MoveFileW(TEXT("top"), TEXT("x"))), DWORD{ERROR_ACCESS_DENIED});
+    }
+    EXPECT_TRUE(RemoveDirectoryW(TEXT("top\\current")));
+    const std::string image = winhost::HostPath(u"top\\deep\\image").native();
+    const Neighbour neighbour([&] { return winhost::OpenFile::OpenImage(image).release() != nullptr; });
+    EXPECT_EQ(ErrorOf(DeleteFileW(TEXT("top\\deep\\image"))), DWORD{ERROR_ACCESS_DENIED});
+    EXPECT_EQ(OpenError(TEXT("top\\deep\\image"), GENERIC_WRITE, 7), DWORD{ERROR_SHARING_VIOLATION});
+    EXPECT_EQ(OpenError(TEXT("top\\deep\\image"), GENERIC_READ, 1), DWORD{ERROR_SUCCESS});
+    EXPECT_TRUE(MoveFileW(TEXT("top\\deep\\image"), TEXT("top\\aside")));
+    EXPECT_EQ(ErrorOf(DeleteFileW(TEXT("top\\aside"))), DWORD{ERROR_ACCESS_DENIED});
+    EXPECT_TRUE(MoveFileW(TEXT("top"), TEXT("bottom")));
+}
+
+TEST_F(HostFiles, KeepAttributesThroughARenameAndGuardThem) {
+    MakeFile(TEXT("C:\\Scratch\\a"));
+    MakeFile(TEXT("C:\\Scratch\\plain"));
+    EXPECT_EQ(GetFileAttributesW(TEXT("a")), FILE_ATTRIBUTE_ARCHIVE);
+    EXPECT_TRUE(SetFileAttributesW(TEXT("a"), FILE_ATTRIBUTE_NORMAL));
+    EXPECT_EQ(GetFileAttributesW(TEXT("a")), FILE_ATTRIBUTE_NORMAL);
+    EXPECT_TRUE(SetFileAttributesW(TEXT("a"), FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_DIRECTORY));
+    EXPECT_TRUE(MoveFileW(TEXT("a"), TEXT("A.txt")));
+    EXPECT_EQ(GetFileAttributesW(TEXT("a.TXT")), FILE_ATTRIBUTE_HIDDEN);
+    EXPECT_EQ(ErrorOf(CopyFileW(TEXT("plain"), TEXT("a.txt"), FALSE)), DWORD{ERROR_ACCESS_DENIED});
+    EXPECT_EQ(OpenError(TEXT("a.txt"), GENERIC_WRITE, 0, CREATE_ALWAYS), DWORD{ERROR_ACCESS_DENIED});
+    EXPECT_EQ(OpenError(TEXT("a.txt"), GENERIC_WRITE, 0, CREATE_ALWAYS, FILE_ATTRIBUTE_HIDDEN),
+              DWORD{ERROR_SUCCESS});
+    EXPECT_EQ(GetFileAttributesW(TEXT("a.txt")), FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_ARCHIVE);
+    MakeFolder(TEXT("C:\\Scratch\\folder"));
+    EXPECT_TRUE(SetFileAttributesW(TEXT("folder"), FILE_ATTRIBUTE_READONLY));
+    EXPECT_EQ(GetFileAttributesW(TEXT("folder")), FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY);
+    EXPECT_EQ(ErrorOf(RemoveDirectoryW(TEXT("folder"))), DWORD{ERROR_ACCESS_DENIED});
+    EXPECT_EQ(_waccess(TEXT("folder"), 2), 0);
+    EXPECT_TRUE(SetFileAttributesW(TEXT("folder"), FILE_ATTRIBUTE_NORMAL));
+}
+
+TEST_F(HostFiles, DispositionsDecideWhatBecomesOfAFile) {
+    MakeFolder(TEXT("C:\\Scratch\\folder"));
+    // What CreateFileW leaves as the last error, and the file's bytes; "-" for no file.
+    const struct {
+        DWORD disposition;
+        bool exists;
+        DWORD error;
+        const char* bytes;
+    } rows[] = {
+        {CREATE_NEW, false, ERROR_SUCCESS, ""},
+        {CREATE_NEW, true, ERROR_FILE_EXISTS, "old"},
+        {CREATE_ALWAYS, false, ERROR_SUCCESS, ""},
+        {CREATE_ALWAYS, true, ERROR_ALREADY_EXISTS, ""},
+        {OPEN_EXISTING, false, ERROR_FILE_NOT_FOUND, "-"},
+        {OPEN_EXISTING, true, ERROR_SUCCESS, "old"},
+        {OPEN_ALWAYS, false, ERROR_SUCCESS, ""},
+        {OPEN_ALWAYS, true, ERROR_ALREADY_EXISTS, "old"},
+        {TRUNCATE_EXISTING, false, ERROR_FILE_NOT_FOUND, "-"},
+        {TRUNCATE_EXISTING, true, ERROR_SUCCESS, ""},
+    };
+    for (const auto& row : rows) {
+        (void)DeleteFileW(TEXT("a"));
+        if (row.exists) MakeFile(TEXT("C:\\Scratch\\a"), "old");
+        SetLastError(ERROR_MORE_DATA);
+        const HANDLE file = CreateFileW(TEXT("a"), GENERIC_WRITE, 0, nullptr, row.disposition, 0, nullptr);
+        EXPECT_EQ(GetLastError(), row.error) << row.disposition;
+        if (file != INVALID_HANDLE_VALUE) CloseHandle(file);
+        EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\a")).value_or("-"), row.bytes) << row.disposition;
+    }
+    EXPECT_EQ(OpenError(TEXT("folder"), GENERIC_READ, 7), DWORD{ERROR_ACCESS_DENIED});
+    EXPECT_EQ(OpenError(TEXT("folder\\"), GENERIC_READ, 7), DWORD{ERROR_PATH_NOT_FOUND});
+    EXPECT_EQ(OpenError(TEXT("new\\"), GENERIC_WRITE, 7, CREATE_NEW), DWORD{ERROR_INVALID_NAME});
+    const HANDLE file = CreateFileW(TEXT("a"), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    DWORD cbWritten;
+    EXPECT_EQ(ErrorOf(WriteFile(file, "x", 1, &cbWritten, nullptr)), DWORD{ERROR_ACCESS_DENIED});
+    CloseHandle(file);
+    EXPECT_EQ(ErrorOf(WriteFile(file, "x", 1, &cbWritten, nullptr)), DWORD{ERROR_INVALID_HANDLE});
+}
+
+TEST_F(HostFiles, PathsFollowWindowsRules) {
+    MakeFile(TEXT("C:\\Scratch\\dir\\File"));
+    const struct {
+        LPCWSTR path;
+        DWORD error;
+    } rows[] = {
+        {TEXT("dir\\file..  ."), ERROR_SUCCESS},
+        {TEXT("DIR\\.\\..\\dir\\FILE"), ERROR_SUCCESS},
+        {TEXT("C:dir/file"), ERROR_SUCCESS},
+        {TEXT("\\scratch\\\\dir\\file"), ERROR_SUCCESS},
+        {TEXT("C:\\..\\..\\..\\Scratch\\dir\\file"), ERROR_SUCCESS},
+        {TEXT("nowhere\\..\\dir\\file"), ERROR_SUCCESS},
+        {TEXT("dir\\"), ERROR_SUCCESS},
+        {TEXT("dir\\file\\"), ERROR_INVALID_NAME},
+        {TEXT("dir\\file\\below"), ERROR_PATH_NOT_FOUND},
+        {TEXT("dir\\none"), ERROR_FILE_NOT_FOUND},
+        {TEXT("none\\file"), ERROR_PATH_NOT_FOUND},
+        {TEXT("dir\\f?le"), ERROR_INVALID_NAME},
+        {TEXT("dir\\a:b"), ERROR_INVALID_NAME},
+        {TEXT("E:\\"), ERROR_PATH_NOT_FOUND},
+        {TEXT("\\\\server\\share\\file"), ERROR_PATH_NOT_FOUND},
+        {TEXT(""), ERROR_PATH_NOT_FOUND},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(ErrorOf(GetFileAttributesW(row.path) != INVALID_FILE_ATTRIBUTES), row.error)
+            << ::testing::PrintToString(Text(row.path));
+    const Text longest = kScratch + TEXT("\\") + Text(247 - kScratch.size() - 1, TEXT('x'));
+    EXPECT_TRUE(CreateDirectoryW(longest.c_str(), nullptr));
+    EXPECT_EQ(ErrorOf(CreateDirectoryW((longest + TEXT("x")).c_str(), nullptr)),
+              DWORD{ERROR_FILENAME_EXCED_RANGE});
+    EXPECT_TRUE(MoveFileW(TEXT("dir"), TEXT("DIR")));
+    EXPECT_EQ(Tree()[0], TEXT("DIR\\"));
+    EXPECT_FALSE(MoveFileW(TEXT("dir"), TEXT("dir\\inside")));
+    EXPECT_EQ(ErrorOf(MoveFileW(TEXT("dir"), TEXT("D:\\dir"))), DWORD{ERROR_NOT_SAME_DEVICE});
+    EXPECT_TRUE(MoveFileW(TEXT("dir\\file"), TEXT("D:\\moved")));
+    EXPECT_EQ(FileBytes(TEXT("D:\\moved")), "content");
+    EXPECT_TRUE(DeleteFileW(TEXT("D:\\moved")));
+    EXPECT_FALSE(Exists(TEXT("dir\\file")));
+    WCHAR buffer[MAX_PATH];
+    LPWSTR filePart;
+    EXPECT_EQ(GetFullPathNameW(TEXT("a\\..\\b."), MAX_PATH, buffer, &filePart), 12u);
+    EXPECT_EQ(Text(buffer), TEXT("C:\\Scratch\\b"));
+    EXPECT_EQ(Text(filePart), TEXT("b"));
+    EXPECT_EQ(GetFullPathNameW(TEXT("b"), 12, buffer, nullptr), 13u);
+}
+
+TEST_F(HostFiles, OldWildcardsFindWhatTheyAlwaysFound) {
+    for (const LPCWSTR name : {TEXT("a"), TEXT("ab"), TEXT("a.b"), TEXT("a.b.c"), TEXT("Z_"), TEXT("za")})
+        MakeFile(TEXT("C:\\Scratch\\found\\") + Text(name));
+    const struct {
+        LPCWSTR pattern;
+        Texts names;
+    } rows[] = {
+        {TEXT("*."), {TEXT("a"), TEXT("ab"), TEXT("za"), TEXT("Z_")}},
+        {TEXT("a*."), {TEXT("a"), TEXT("ab")}},
+        {TEXT("a???"), {TEXT("a"), TEXT("ab")}},
+        {TEXT("?"), {TEXT("a")}},
+        {TEXT("?.*"), {TEXT("."), TEXT(".."), TEXT("a"), TEXT("a.b"), TEXT("a.b.c")}},
+        {TEXT("*.b"), {TEXT("a.b")}},
+        {TEXT("a.*"), {TEXT("a"), TEXT("a.b"), TEXT("a.b.c")}},
+        {TEXT("*b*c"), {TEXT("a.b.c")}},
+    };
+    for (const auto& row : rows) {
+        Texts names;
+        WIN32_FIND_DATAW data;
+        const HANDLE find = FindFirstFileW((TEXT("found\\") + Text(row.pattern)).c_str(), &data);
+        ASSERT_NE(find, INVALID_HANDLE_VALUE) << ::testing::PrintToString(Text(row.pattern));
+        do
+            names.push_back(data.cFileName);
+        while (FindNextFileW(find, &data));
+        FindClose(find);
+        EXPECT_EQ(names, row.names) << ::testing::PrintToString(Text(row.pattern));
+    }
+    WIN32_FIND_DATAW data;
+    const HANDLE find = FindFirstFileW(TEXT("C:\\*"), &data);
+    EXPECT_EQ(Text(data.cFileName), TEXT("Program Files")) << "a root has neither . nor ..";
+    FindClose(find);
+}
+
+std::string ReadText(LPCWSTR path) {
+    const std::unique_ptr<FILE, int (*)(FILE*)> file(_wfopen(path, TEXT("r")), std::fclose);
+    if (!file) return "no file";
+    std::string first, second;
+    for (int byte; (byte = std::fgetc(file.get())) != EOF;)
+        first += static_cast<char>(byte);
+    std::rewind(file.get());
+    for (int byte; (byte = std::fgetc(file.get())) != EOF;)
+        second += static_cast<char>(byte);
+    EXPECT_EQ(first, second) << "the second pass reads the same";
+    return first;
+}
+
+TEST_F(HostFiles, TextStreamsTranslateLineEnds) {
+    const struct {
+        std::string stored, text;
+    } rows[] = {
+        {"a\r\nb\n\rc\r\r\nd\r", "a\nb\n\rc\r\nd\r"},
+        {"a\x1Axy\r\n", "a"},
+        {"", ""},
+    };
+    for (const auto& row : rows) {
+        MakeFile(TEXT("C:\\Scratch\\text"), row.stored);
+        EXPECT_EQ(ReadText(TEXT("text")), row.text);
+    }
+    // A line end is told apart wherever the library's buffer ends.
+    std::string stored = "a", text = "a";
+    for (int i = 0; i < 20000; ++i) {
+        stored += "\r\n";
+        text += "\n";
+    }
+    MakeFile(TEXT("C:\\Scratch\\text"), stored);
+    EXPECT_EQ(ReadText(TEXT("text")), text);
+
+    (void)DeleteFileW(TEXT("text"));
+    for (const LPCWSTR mode : {TEXT("w"), TEXT("a"), TEXT("ab")}) {
+        FILE* file = _wfopen(TEXT("text"), mode);
+        ASSERT_TRUE(file);
+        std::fputs("x\ny\r\n", file);
+        EXPECT_EQ(ErrorOf(DeleteFileW(TEXT("text"))), DWORD{ERROR_SHARING_VIOLATION});
+        EXPECT_EQ(std::fclose(file), 0);
+    }
+    EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\text")), "x\r\ny\r\r\nx\r\ny\r\r\nx\ny\r\n");
+    errno = 0;
+    EXPECT_FALSE(_wfopen(TEXT("C:\\Windows"), TEXT("r")));
+    EXPECT_EQ(errno, EACCES);
+    EXPECT_FALSE(_wfopen(TEXT("none\\x"), TEXT("w")));
+    EXPECT_EQ(errno, ENOENT);
+}
+
+TEST_F(HostFiles, LongPathPartsAreCutToTheirBuffers) {
+    WCHAR drive[3], directory[256], name[256], extension[256];
+    const Text part(300, TEXT('x'));
+    _wsplitpath((TEXT("C:\\") + part + TEXT("\\") + part + TEXT(".") + part).c_str(), drive, directory, name,
+                extension);
+    EXPECT_EQ(Text(drive), TEXT("C:"));
+    EXPECT_EQ(Text(directory), TEXT("\\") + part.substr(0, 254));
+    EXPECT_EQ(Text(name), part.substr(0, 255));
+    EXPECT_EQ(Text(extension), TEXT(".") + part.substr(0, 254));
+}
+
+TEST_F(HostFiles, ProfileFilesKeepTheirEncodingAndOtherSections) {
+    const std::string wide("\xFF\xFE[\0a\0]\0\r\0\n\0", 12);
+    const struct {
+        std::string before;
+        LPCWSTR entries;
+        std::string after;
+    } rows[] = {
+        {"", TEXT("k=\u20AC\u0151\0v=2\0"), "[a]\r\nk=\x80?\r\nv=2\r\n"},
+        {"[b]\r\nx=1", TEXT("k=1\0"), "[b]\r\nx=1\r\n[a]\r\nk=1\r\n"},
+        {"[A]\r\nold=1\r\n; remark\r\n\r\n[b]\nx= 1\n", TEXT("k=1\0"), "[a]\r\nk=1\r\n\r\n[b]\r\nx= 1\r\n"},
+        {"[x]\r\n[a]\r\nold=1\r\n[b]\r\n", TEXT("\0"), "[x]\r\n[a]\r\n[b]\r\n"},
+        {"[x]\r\n[a]\r\nold=1\r\n\r\n[b]\r\n", nullptr, "[x]\r\n[b]\r\n"},
+        {wide, TEXT("\u0151=\0"), wide + std::string("\x51\x01=\0\r\0\n\0", 8)},
+    };
+    for (const auto& row : rows) {
+        MakeFile(TEXT("C:\\Windows\\test.ini"), row.before);
+        EXPECT_TRUE(WritePrivateProfileSectionW(TEXT("a"), row.entries, TEXT("test.ini")));
+        EXPECT_EQ(FileBytes(TEXT("C:\\Windows\\test.ini")), row.after);
+    }
+    WCHAR buffer[20];
+    EXPECT_EQ(GetPrivateProfileSectionW(TEXT("A"), buffer, 20, TEXT("TEST.INI")), 3u);
+    EXPECT_EQ(Text(buffer, 4), Text(TEXT("\u0151=\0"), 4));
+    EXPECT_TRUE(DeleteFileW(TEXT("C:\\Windows\\test.ini")));
+}
+
+TEST_F(HostFiles, RestartKeepsWhatWindowsWouldKeep) {
+    constexpr DWORD kDelayed = MOVEFILE_DELAY_UNTIL_REBOOT;
+    for (const LPCWSTR name :
+         {TEXT("guarded"), TEXT("new"), TEXT("shown"), TEXT("fresh"), TEXT("current\\x")})
+        MakeFile(kScratch + TEXT("\\") + name, "new");
+    for (const LPCWSTR name : {TEXT("hidden"), TEXT("stale")})
+        MakeFile(kScratch + TEXT("\\") + name, "old");
+    EXPECT_TRUE(SetFileAttributesW(TEXT("guarded"), FILE_ATTRIBUTE_READONLY));
+    EXPECT_TRUE(MoveFileExW(TEXT("guarded"), nullptr, kDelayed));
+    EXPECT_TRUE(MoveFileExW(TEXT("new"), TEXT("guarded"), kDelayed | MOVEFILE_REPLACE_EXISTING));
+    EXPECT_TRUE(MoveFileExW(TEXT("missing"), TEXT("shown"), kDelayed | MOVEFILE_REPLACE_EXISTING));
+    EXPECT_TRUE(MoveFileExW(TEXT("current\\x"), nullptr, kDelayed));
+    EXPECT_TRUE(MoveFileExW(TEXT("current"), nullptr, kDelayed));
+    EXPECT_TRUE(SetCurrentDirectoryW(TEXT("current")));
+    EXPECT_TRUE(WritePrivateProfileSectionW(
+        TEXT("rename"), TEXT("C:\\Scratch\\stale=C:\\Scratch\\fresh\0NUL=C:\\Scratch\\hidden\0"),
+        TEXT("WININIT.INI")));
+    RestartMachine();
+    EXPECT_EQ(Tree(), (Texts{TEXT("guarded"), TEXT("new"), TEXT("shown"), TEXT("stale")}));
+    EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\stale")), "new");
+    EXPECT_TRUE(Exists(TEXT("C:\\Windows\\wininit.bak")));
+    EXPECT_TRUE(DeleteFileW(TEXT("C:\\Windows\\wininit.bak")));
+}
+
+TEST_F(HostFiles, FailAsToldAndChangeNothing) {
+    MakeFile(TEXT("C:\\Scratch\\a"));
+    MakeFolder(TEXT("C:\\Scratch\\folder"));
+    WCHAR buffer[MAX_PATH];
+    WIN32_FIND_DATAW data;
+    const std::pair<const char*, std::function<bool()>> rows[] = {
+        {"CopyFileW", [] { return CopyFileW(TEXT("a"), TEXT("b"), FALSE); }},
+        {"MoveFileW", [] { return MoveFileW(TEXT("a"), TEXT("b")); }},
+        {"MoveFileExW", [] { return MoveFileExW(TEXT("a"), nullptr, MOVEFILE_DELAY_UNTIL_REBOOT); }},
+        {"DeleteFileW", [] { return DeleteFileW(TEXT("a")); }},
+        {"CreateFileW",
+         [] {
+             return CreateFileW(TEXT("b"), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr) !=
+                    INVALID_HANDLE_VALUE;
+         }},
+        {"CreateDirectoryW", [] { return CreateDirectoryW(TEXT("b"), nullptr); }},
+        {"RemoveDirectoryW", [] { return RemoveDirectoryW(TEXT("folder")); }},
+        {"GetFileAttributesW", [] { return GetFileAttributesW(TEXT("a")) != INVALID_FILE_ATTRIBUTES; }},
+        {"SetFileAttributesW", [] { return SetFileAttributesW(TEXT("a"), FILE_ATTRIBUTE_READONLY); }},
+        {"FindFirstFileW", [&] { return FindFirstFileW(TEXT("*"), &data) != INVALID_HANDLE_VALUE; }},
+        {"SetCurrentDirectoryW", [] { return SetCurrentDirectoryW(TEXT("folder")); }},
+        {"GetTempFileNameW", [&] { return GetTempFileNameW(TEXT("."), TEXT("x"), 0, buffer) != 0; }},
+        {"_wfopen", [] { return _wfopen(TEXT("b"), TEXT("w")) != nullptr; }},
+        {"_waccess", [] { return _waccess(TEXT("a"), 0) == 0; }},
+        {"WritePrivateProfileSectionW",
+         [] { return WritePrivateProfileSectionW(TEXT("a"), TEXT("b=1\0"), TEXT(".\\b")); }},
+    };
+    for (const auto& [call, act] : rows) {
+        winhost::SetFaults({{.call = call, .nth = 1, .error = ERROR_DISK_FULL, .kill = false}});
+        EXPECT_FALSE(act()) << call;
+        EXPECT_EQ(GetLastError(), DWORD{ERROR_DISK_FULL}) << call;
+        EXPECT_EQ(winhost::CallCounts()[call], 1u) << call;
+    }
+    winhost::SetFaults({});
+    EXPECT_EQ(Tree(), (Texts{TEXT("a"), TEXT("folder\\")}));
+    EXPECT_EQ(GetFileAttributesW(TEXT("a")), FILE_ATTRIBUTE_ARCHIVE);
+    EXPECT_EQ(BootMarks(), std::vector<Mark>{});
+}
+
+}  // namespace

@@ -1,0 +1,235 @@
+// The registry's file, which processes share and people edit, and what only this machine's registry has.
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <iterator>
+
+#include <shlobj.h>
+
+#include "internal.h"
+#include "support/registry_values.h"
+#include "support/scratch.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr WCHAR kProbe[] = TEXT("Software\\Lorvanta\\Probe");
+constexpr WCHAR kUserClasses[] = TEXT("Software\\Classes");
+constexpr WCHAR kMachineClasses[] = TEXT("SOFTWARE\\Classes");
+
+fs::path File() {
+    return winhost::Root() / "registry.reg";
+}
+
+std::string ReadText() {
+    std::ifstream file(File(), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// Another file in the old one's place, so that it is read again.
+void WriteText(const std::string& text) {
+    const fs::path fresh = File().native() + ".edited";
+    std::ofstream(fresh, std::ios::binary) << text;
+    fs::rename(fresh, File());
+}
+
+class HostRegistry : public ScratchTest {
+  protected:
+    HostRegistry() : m_before(ReadText()) {}
+    ~HostRegistry() override { WriteText(m_before); }
+
+    const std::string m_before;
+};
+
+std::vector<Text> SubKeys(HKEY hive, LPCWSTR path) {
+    std::vector<Text> names;
+    HKEY key;
+    WCHAR name[256];
+    if (RegOpenKeyExW(hive, path, 0, KEY_READ, &key) != ERROR_SUCCESS) return names;
+    for (DWORD index = 0; RegEnumKeyW(key, index, name, 256) == ERROR_SUCCESS; ++index)
+        names.push_back(name);
+    RegCloseKey(key);
+    return names;
+}
+
+TEST_F(HostRegistry, KeepsBytesInItsTextForm) {
+    const std::string lone("\x00\xD8x\0\0\0", 6);
+    const struct {
+        LPCWSTR name;
+        StoredValue value;
+        const char* line;  // in the file
+    } rows[] = {
+        {nullptr, Sz(TEXT("default")), "@=\"default\""},
+        {TEXT("@"), Sz(TEXT("")), "\"@\"=\"\""},
+        {TEXT("a\"b\\c\nd="), Sz(TEXT("x\\\"y\"\n\r[z]\t\\n")),
+         "\"a\\\"b\\\\c\\nd=\"=\"x\\\\\\\"y\\\"\\n\r[z]\t\\\\n\""},
+        {TEXT("\u4E2D\U0001F600"), Sz(TEXT("\U0001F600\u00E4")), "=\"\xF0\x9F\x98\x80\xC3\xA4\""},
+        {TEXT("half a pair"), {REG_SZ, lone}, "half"},
+        {TEXT("no terminator"), {REG_SZ, {"a\0", 2}}, "=hex(1):61,00"},
+        {TEXT("two terminators"), {REG_SZ, {"a\0\0\0\0\0", 6}}, "=hex(1):61,00,00,00,00,00"},
+        {TEXT("half a unit"), {REG_SZ, {"a\0\0\0b", 5}}, "=hex(1):61,00,00,00,62"},
+        {TEXT("empty text"), {REG_SZ, ""}, "=hex(1):"},
+        {TEXT("variable"), Sz(TEXT("%x%"), REG_EXPAND_SZ), "=hex(2):25,00,78,00,25,00,00,00"},
+        {TEXT("list"), {REG_MULTI_SZ, {"a\0\0\0b\0\0\0\0\0", 10}}, "=hex(7):61,00,00,00,62,00,00,00,00,00"},
+        {TEXT("number"), Number(0xA5), "=dword:000000a5"},
+        {TEXT("short number"), {REG_DWORD, "abc"}, "=hex(4):61,62,63"},
+        {TEXT("long number"), {REG_QWORD, "abcdefgh"}, "=hex(b):61,62,63,64,65,66,67,68"},
+        {TEXT("bytes"), {REG_BINARY, {"\xFF\x00", 2}}, "=hex:ff,00"},
+        {TEXT("none"), {REG_NONE, ""}, "=hex(0):"},
+        {TEXT("type of its own"), {0xABCDEF01, "z"}, "=hex(abcdef01):7a"},
+    };
+    for (const auto& row : rows)
+        PutValue(HKEY_CURRENT_USER, kProbe, row.name, row.value);
+    const std::string text = ReadText();
+    WriteText(text);
+    for (const auto& row : rows) {
+        EXPECT_EQ(GetValue(HKEY_CURRENT_USER, kProbe, row.name), row.value) << row.line;
+        EXPECT_NE(text.find(row.line), text.npos) << row.line;
+    }
+    // Written again from what was read, the file is the same.
+    PutValue(HKEY_CURRENT_USER, kProbe, nullptr, rows[0].value);
+    EXPECT_EQ(ReadText(), text);
+}
+
+TEST_F(HostRegistry, PassesOverLinesThatItCantRead) {
+    WriteText("\xEF\xBB\xBF" + m_before +
+              "[HKEY_CURRENT_USER\\Software]\n\"alias\"=\"x\"\n[HKEY_NOWHERE\\x]\n\"nowhere\"=\"x\"\n"
+              "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Lorvanta]\r\n"
+              "\"good\"=\"1\"\r\n\"list\"=hex(7):61,00,\\\r\n  00,00,\\\r\n  00,00\r\n"
+              "\"open=\"x\"\n\"open\"=\"x\n\"tail\"=\"x\"y\n\"digits\"=dword:xyz\n\"hex\"=hex:1,,2\n\"kind\"="
+              "hex(:00\n"
+              "\"none\"\nnoise\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\Lorvanta\n\"unclosed\"=\"x\"\n"
+              "[HKEY_LOCAL_MACHINE\\\\SOFTWARE\\lorvanta\\]\n\"also good\"=dword:7\n\\");
+    constexpr WCHAR kKey[] = TEXT("SOFTWARE\\Lorvanta");
+    EXPECT_EQ(GetValue(HKEY_LOCAL_MACHINE, kKey, TEXT("good")), Sz(TEXT("1")));
+    EXPECT_EQ(GetValue(HKEY_LOCAL_MACHINE, kKey, TEXT("list")),
+              (StoredValue{REG_MULTI_SZ, {"a\0\0\0\0\0", 6}}));
+    EXPECT_EQ(GetValue(HKEY_LOCAL_MACHINE, kKey, TEXT("also good")), Number(7));
+    HKEY key;
+    ASSERT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, kKey, 0, KEY_READ, &key), ERROR_SUCCESS);
+    WCHAR name[32];
+    DWORD cchName = 32;
+    EXPECT_EQ(RegEnumValueW(key, 3, name, &cchName, nullptr, nullptr, nullptr, nullptr), ERROR_NO_MORE_ITEMS);
+    RegCloseKey(key);
+}
+
+TEST_F(HostRegistry, WorksOnWithACutFile) {
+    for (std::size_t end = 0; end < m_before.size(); end += 37) {
+        WriteText(m_before.substr(0, end));
+        PutValue(HKEY_CURRENT_USER, kProbe, TEXT("x"), Sz(TEXT("y")));
+        EXPECT_EQ(GetValue(HKEY_CURRENT_USER, kProbe, TEXT("x")), Sz(TEXT("y"))) << end;
+        EXPECT_TRUE(HasKey(HKEY_CLASSES_ROOT, TEXT("")));
+    }
+}
+
+TEST_F(HostRegistry, LosesNoWriteOfManyProcesses) {
+    constexpr int kProcesses = 4, kWrites = 25;
+    const auto name = [](int process, int write) {
+        return Text{static_cast<WCHAR>(u'a' + process), static_cast<WCHAR>(u'A' + write)};
+    };
+    std::vector<pid_t> writers;
+    for (int process = 0; process < kProcesses; ++process) {
+        writers.push_back(fork());
+        if (writers.back() != 0) continue;
+        for (int write = 0; write < kWrites; ++write)
+            PutValue(HKEY_CURRENT_USER, kProbe + (TEXT("\\") + name(process, write)), nullptr, Number(42));
+        _exit(0);
+    }
+    for (const pid_t writer : writers) {
+        int status = 1;
+        waitpid(writer, &status, 0);
+        EXPECT_EQ(status, 0);
+    }
+    EXPECT_EQ(SubKeys(HKEY_CURRENT_USER, kProbe).size(), std::size_t{kProcesses * kWrites});
+    for (int process = 0; process < kProcesses; ++process)
+        for (int write = 0; write < kWrites; ++write)
+            EXPECT_EQ(GetValue(HKEY_CURRENT_USER, kProbe + (TEXT("\\") + name(process, write)), nullptr),
+                      Number(42));
+}
+
+TEST_F(HostRegistry, ShowsTheUsersClassesOverTheMachines) {
+    const Text user = kUserClasses + Text(TEXT("\\QV8.Document")),
+               machine = kMachineClasses + Text(TEXT("\\QV8.Document"));
+    PutValue(HKEY_LOCAL_MACHINE, machine, TEXT("both"), Sz(TEXT("machine")));
+    PutValue(HKEY_LOCAL_MACHINE, machine + TEXT("\\b"), TEXT("machine"), Sz(TEXT("1")));
+    PutValue(HKEY_CLASSES_ROOT, TEXT("QV8.Document\\c"), TEXT("new key"), Sz(TEXT("1")));
+    EXPECT_TRUE(HasKey(HKEY_LOCAL_MACHINE, machine + TEXT("\\c")));
+    PutValue(HKEY_CURRENT_USER, user, TEXT("both"), Sz(TEXT("user")));
+    PutValue(HKEY_CURRENT_USER, user + TEXT("\\a"), nullptr, Sz(TEXT("1")));
+    PutValue(HKEY_CURRENT_USER, user + TEXT("\\B"), nullptr, Sz(TEXT("1")));
+
+    EXPECT_EQ(SubKeys(HKEY_CLASSES_ROOT, TEXT("QV8.Document")),
+              (std::vector<Text>{TEXT("a"), TEXT("B"), TEXT("c")}));
+    EXPECT_EQ(GetValue(HKEY_CLASSES_ROOT, TEXT("QV8.Document"), TEXT("both")), Sz(TEXT("user")));
+    EXPECT_EQ(GetValue(HKEY_CLASSES_ROOT, TEXT("QV8.Document\\b"), TEXT("machine")), Sz(TEXT("1")));
+    PutValue(HKEY_CLASSES_ROOT, TEXT("QV8.Document\\b"), TEXT("set"), Sz(TEXT("1")));
+    EXPECT_TRUE(GetValue(HKEY_CURRENT_USER, user + TEXT("\\b"), TEXT("set")));
+    EXPECT_FALSE(GetValue(HKEY_LOCAL_MACHINE, machine + TEXT("\\b"), TEXT("set")));
+    // One place a delete, the user's first.
+    EXPECT_EQ(RegDeleteKeyW(HKEY_CLASSES_ROOT, TEXT("QV8.Document\\b")), ERROR_SUCCESS);
+    EXPECT_FALSE(HasKey(HKEY_CURRENT_USER, user + TEXT("\\b")));
+    EXPECT_TRUE(HasKey(HKEY_CLASSES_ROOT, TEXT("QV8.Document\\b")));
+    EXPECT_EQ(RegDeleteKeyW(HKEY_CLASSES_ROOT, TEXT("QV8.Document\\b")), ERROR_SUCCESS);
+    EXPECT_FALSE(HasKey(HKEY_CLASSES_ROOT, TEXT("QV8.Document\\b")));
+}
+
+TEST_F(HostRegistry, HoldsTheHivesOfTwoUsers) {
+    const Text ann = TEXT("S-1-5-21-1000-1000-1000-1001"), bob = TEXT("S-1-5-21-1000-1000-1000-1002");
+    EXPECT_EQ(SubKeys(HKEY_USERS, nullptr),
+              (std::vector<Text>{TEXT(".DEFAULT"), ann, ann + TEXT("_Classes"), bob}));
+    PutValue(HKEY_CURRENT_USER, kProbe, nullptr, Number(1));
+    EXPECT_TRUE(HasKey(HKEY_USERS, ann + TEXT("\\") + kProbe));
+    PutValue(HKEY_CURRENT_USER, kUserClasses + Text(TEXT("\\Qantivo.8")), nullptr, Number(1));
+    EXPECT_TRUE(HasKey(HKEY_USERS, ann + TEXT("_Classes\\Qantivo.8")));
+    // Hives come and go by loading alone.
+    HKEY key;
+    EXPECT_EQ(RegCreateKeyW(HKEY_USERS, TEXT("Carol"), &key), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(RegCreateKeyW(HKEY_LOCAL_MACHINE, TEXT("NEW\\x"), &key), ERROR_INVALID_PARAMETER);
+    WriteText(m_before + "[HKEY_USERS\\Empty]\n");
+    EXPECT_EQ(RegDeleteKeyW(HKEY_USERS, TEXT("Empty")), ERROR_ACCESS_DENIED);
+}
+
+TEST_F(HostRegistry, LeadsToTheShellsFolders) {
+    constexpr WCHAR kShellFolders[] =
+        TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders");
+    const auto lookUp = [](int folder, Text& path) {
+        WCHAR buffer[MAX_PATH] = TEXT("#");
+        const HRESULT result = SHGetFolderPathW(nullptr, folder, nullptr, SHGFP_TYPE_CURRENT, buffer);
+        path = buffer;
+        return result;
+    };
+    Text path;
+    EXPECT_EQ(lookUp(CSIDL_COMMON_STARTUP, path), S_OK);
+    EXPECT_EQ(path, TEXT("C:\\ProgramData\\Microsoft\\Windows\\Start Menu\\Programs\\Startup"));
+    EXPECT_EQ(lookUp(0x7000, path), E_INVALIDARG);
+    EXPECT_EQ(path, TEXT(""));
+
+    MakeFile(TEXT("C:\\Scratch\\file"));
+    const struct {
+        LPCWSTR stored;
+        HRESULT plain, creating;
+    } rows[] = {
+        {TEXT("C:\\Scratch"), S_OK, S_OK},
+        {TEXT("C:\\Scratch\\new\\one"), HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND), S_OK},
+        {TEXT("C:\\Scratch\\other"), HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND), S_OK},
+        {TEXT("C:\\Scratch\\file"), HRESULT_FROM_WIN32(ERROR_DIRECTORY), HRESULT_FROM_WIN32(ERROR_DIRECTORY)},
+        {TEXT("Z:\\x"), HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND), HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND)},
+        {TEXT(""), HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND), HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND)},
+    };
+    for (const auto& row : rows) {
+        PutValue(HKEY_CURRENT_USER, kShellFolders, TEXT("Desktop"), Sz(row.stored));
+        EXPECT_EQ(lookUp(CSIDL_DESKTOP, path), row.plain);
+        EXPECT_EQ(path, row.plain == S_OK ? row.stored : TEXT(""));
+        EXPECT_EQ(lookUp(CSIDL_DESKTOP | CSIDL_FLAG_CREATE, path), row.creating);
+        EXPECT_EQ(path, row.creating == S_OK ? row.stored : TEXT(""));
+        EXPECT_EQ(Exists(row.stored),
+                  row.creating == S_OK || row.creating == HRESULT_FROM_WIN32(ERROR_DIRECTORY));
+    }
+    PutValue(HKEY_CURRENT_USER, kShellFolders, TEXT("Desktop"), Sz(TEXT("C:\\") + Text(MAX_PATH, TEXT('x'))));
+    EXPECT_EQ(lookUp(CSIDL_DESKTOP | CSIDL_FLAG_CREATE, path),
+              HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE));
+}
+
+}  // namespace
