@@ -1,0 +1,44 @@
+// Ids of the program's resources and the maker's addresses, for the resource script and for code.
+#pragma once
+
+// The maker's addresses, one macro each: narrow literals, so that the resource script can join them with
+// other text. Code takes them through QTV_WIDE.
+#define QTV_HOME_PAGE "http://www.lorvanta.example/"  // told and opened when the setup files are damaged
+#define QTV_WEB_SITE "http://www.lorvanta.example/qantivo/"  // URLInfoAbout of the installed program
+#define QTV_WEB_SERVER "www.lorvanta.example"                // host of the page that closes an installation
+#define QTV_WIDE(text) TEXT(text)
+
+// Strings. The numbers are fixed; gaps stay free.
+#define IDS_PRODUCT 1
+#define IDS_SETUP_TITLE 2
+#define IDS_PRODUCT_SHORT 3
+#define IDS_INSTANCES_OPEN 4
+#define IDS_CONFIRM_UNINSTALL 6
+#define IDS_ACCEPT_AGREEMENT 7
+#define IDS_FINISH 8
+#define IDS_INSTALLED 9
+#define IDS_PRESS_FINISH 10
+#define IDS_CONFIRM_CANCEL 11
+#define IDS_SELECT_FOLDER 12
+#define IDS_INVALID_FOLDER 13
+#define IDS_OLDER_VERSION_FOLDER 14
+#define IDS_SETUP_ABORTED 15
+#define IDS_NEWER_INSTALLED 16
+#define IDS_SAME_INSTALLED 17
+#define IDS_DAMAGED 18
+#define IDS_PREVIOUS_COPY_FOLDER 19
+#define IDS_UNINSTALLED 20
+#define IDS_YES 21
+#define IDS_NO 22
+#define IDS_GROUP_TOO_SHORT 23
+#define IDS_GROUP_INVALID 24
+#define IDS_BROWSE_PORTABLE 26
+#define IDS_BROWSE_FIRST 27
+#define IDS_PORTABLE_START 28
+#define IDS_RESTART_NEEDED 30
+#define IDS_RESTART_ON_FINISH 31
+#define IDS_ONE_INSTANCE_OPEN 33
+#define IDS_HELP_LINK 101
+
+// The icon of the program; Windows shows the one with the lowest id.
+#define IDI_SETUP 128

@@ -1,0 +1,143 @@
+#include "app/setup_app.h"
+
+#include <iterator>
+
+#include "app/process_helpers.h"
+#include "app/setup_state.h"
+#include "install/install_driver.h"
+#include "resource.h"
+#include "support/handles.h"
+#include "support/path_text.h"
+#include "uninstall/relaunch.h"
+
+namespace {
+
+constexpr int kMessageChars = 256;
+constexpr DWORD kEnvironmentChars = 1024;
+// Tells a running copy that setup closes it; it has kCloseMs to end by itself.
+constexpr WPARAM kClosedBySetup = 1001;
+constexpr DWORD kCloseMs = 10;
+
+bool IsOption(LPCWSTR argument, LPCWSTR option) {
+    return _wcsicmp(argument, option) == 0;
+}
+
+// Reads the options of silence and package into the variables of the run. True when "-s" stands among them.
+bool ReadOptions() {
+    constexpr WCHAR kPackageOption[] = TEXT("-sfxname=");
+    constexpr std::size_t cchPackageOption = std::size(kPackageOption) - 1;
+    bool explicitSilent = false;
+    for (int position = 1; position < __argc; ++position) {
+        const LPCWSTR argument = __wargv[position];
+        if (IsOption(argument, TEXT("-v"))) {
+            g_silentMode = 0;
+            break;
+        }
+        if (IsOption(argument, TEXT("-s"))) {
+            explicitSilent = true;
+        } else if (IsOption(argument, TEXT("-sconf"))) {
+            g_silentMode = 2;
+            break;
+        } else if (wcsncmp(argument, kPackageOption, cchPackageOption) == 0) {
+            g_sfxDir = ParentDir(argument + cchPackageOption);
+        }
+    }
+    return explicitSilent;
+}
+
+bool IsTemporaryCopy() {
+    return __argc > 2 && wcscmp(__wargv[1], TEXT("-delself")) == 0;
+}
+
+// The full path of the running program; empty when it doesn't fit.
+CString ProgramPath() {
+    WCHAR path[kPathChars];
+    const DWORD cchPath = GetModuleFileNameW(nullptr, path, kPathChars);
+    return cchPath < kPathChars ? CString(path, static_cast<int>(cchPath)) : CString();
+}
+
+bool IsInstallJob() {
+    if (__argc > 1 && IsOption(__wargv[1], TEXT("-install"))) return true;
+    return ProgramPath().MakeLower().Find(kInstallerNameTest) >= 0;
+}
+
+// True when running copies are to be closed unasked. A flag at position 1 deliberately doesn't count.
+bool ClosesUnasked() {
+    for (int position = 2; position < __argc; ++position)
+        if (IsOption(__wargv[position], TEXT("/s")) || IsOption(__wargv[position], TEXT("-s"))) return true;
+    return false;
+}
+
+bool ConfirmUninstall(LPCWSTR title) {
+    return MessageBoxW(nullptr, LoadResString(IDS_CONFIRM_UNINSTALL), title,
+                       MB_YESNO | MB_ICONWARNING | MB_DEFBUTTON2) == IDYES;
+}
+
+bool ConfirmClosing(int others, LPCWSTR title) {
+    WCHAR message[kMessageChars];
+    (void)FormatBounded(message, kMessageChars,
+                        LoadResString(others == 1 ? IDS_ONE_INSTANCE_OPEN : IDS_INSTANCES_OPEN), others);
+    if (MessageBoxW(nullptr, message, title, MB_YESNO | MB_ICONWARNING) == IDYES) return true;
+    (void)MessageBoxW(nullptr, LoadResString(IDS_SETUP_ABORTED), title, MB_OK | MB_ICONINFORMATION);
+    return false;
+}
+
+// Closes running copies, by force when they don't end at once. Only the first `others` entries are visited:
+// this process stands last in the list unless a copy started after it. A list that shrank since it was
+// counted ends the process by the array's exception.
+void CloseRunningCopies(int others) {
+    CDWordArray ids;
+    if (!g_instanceManager.ListInstances(ids)) return;
+    for (int index = 0; index < others; ++index) {
+        const DWORD id = ids[index];
+        if (id == GetCurrentProcessId()) continue;
+        (void)PostMessageW(COXInstanceManager::FindInstanceWindow(id), WM_CLOSE, kClosedBySetup, 0);
+        Sleep(kCloseMs);
+        const KernelHandle process(OpenProcess(PROCESS_TERMINATE, FALSE, id));
+        if (process) (void)TerminateProcess(process.get(), 0);
+    }
+}
+
+}  // namespace
+
+BOOL CSetupApp::InitInstance() {
+    g_silentMode = 1;
+    const bool explicitSilent = ReadOptions();
+    if (IsTemporaryCopy()) RunTemporaryCopy();
+
+    AfxSetInstanceHandle(GetModuleHandleW(nullptr));
+    AfxSetResourceHandle(GetModuleHandleW(nullptr));
+    const CString title = LoadResString(IDS_SETUP_TITLE);
+
+    const bool isInstall = IsInstallJob();
+    if (isInstall && !explicitSilent && g_silentMode < 2) g_silentMode = 0;
+    if (!isInstall && g_silentMode == 0 && !ConfirmUninstall(title)) return 0;
+
+    // The list counts this process too.
+    const int others = g_instanceManager.CountInstances() - 1;
+    if (others > 0) {
+        if (isInstall && !ClosesUnasked() && !ConfirmClosing(others, title)) return 1;
+        CloseRunningCopies(others);
+    }
+
+    if (isInstall) return RunInstall();
+    RelaunchFromTemp();
+    return 0;
+}
+
+void PrepareProcess(CWinApp& application) {
+    application.m_pszAppName = kProductName;
+    (void)GetOsVersion(&g_osVersion);
+    PutOwnFolderOnPath();
+    LookUpSystemFunctions();
+}
+
+void PutOwnFolderOnPath() {
+    const CString folder = ParentDir(ProgramPath()).MakeLower();
+    WCHAR value[kEnvironmentChars] = {};
+    // A result at or above the buffer's length is the length needed: there is no text to put the folder in
+    // front of.
+    if (GetEnvironmentVariableW(TEXT("Path"), value, kEnvironmentChars) >= kEnvironmentChars) return;
+    const CString path = CString(value).MakeLower();
+    if (path.Find(folder) < 0) (void)SetEnvironmentVariableW(TEXT("Path"), folder + TEXT(";") + path);
+}

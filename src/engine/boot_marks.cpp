@@ -1,0 +1,75 @@
+#include "engine/file_ops.h"
+
+#include "app/setup_state.h"
+#include "engine/file_steps.h"
+#include "support/handles.h"
+#include "support/path_text.h"
+
+namespace {
+
+// Without a folder the profile functions look in the Windows folder.
+constexpr WCHAR kInitFile[] = TEXT("WININIT.INI");
+constexpr WCHAR kRenameSection[] = TEXT("rename");
+constexpr DWORD kSectionChars = 16384;
+constexpr WCHAR kEntryStart[] = TEXT("NUL=");
+constexpr std::size_t cchEntryStart = 4;
+// The exit code of a process that the system ends for a failed range check.
+constexpr UINT kRangeCheckFailure = 0xC0000409;
+
+// Puts an entry behind those of the section. The left side "NUL" means delete.
+BOOL AddRenameEntry(LPCWSTR path) {
+    WCHAR section[kSectionChars];
+    section[0] = 0;
+    const std::size_t count = GetPrivateProfileSectionW(kRenameSection, section, kSectionChars, kInitFile);
+    // Behind the entry and its own null stands the null that closes the list.
+    const std::size_t end = count + cchEntryStart + wcslen(path) + 1;
+    if (end >= kSectionChars) {
+        // A list cut short would lose marks that other programs placed. No exit handler runs and no message
+        // shows.
+        (void)TerminateProcess(GetCurrentProcess(), kRangeCheckFailure);
+        return FALSE;
+    }
+    wcscpy(section + count, kEntryStart);
+    wcscpy(section + count + cchEntryStart, path);
+    section[end] = 0;
+    return WritePrivateProfileSectionW(kRenameSection, section, kInitFile);
+}
+
+}  // namespace
+
+int ScheduleBootDelete(LPCWSTR path) {
+    if (const BOOL marked = MoveFileExW(path, nullptr, MOVEFILE_DELAY_UNTIL_REBOOT)) return marked;
+    return AddRenameEntry(path);
+}
+
+int ScheduleBootReplace(LPCWSTR source, LPCWSTR target) {
+    g_rebootNeeded = MoveFileExW(source, target, MOVEFILE_DELAY_UNTIL_REBOOT);
+    // The entry is that of a delete, on purpose: on this route the source goes and never takes the target's
+    // place.
+    if (!g_rebootNeeded) g_rebootNeeded = AddRenameEntry(source);
+    return g_rebootNeeded;
+}
+
+int DeleteMatching(LPCWSTR folder, LPCWSTR pattern) {
+    const CString start = *folder ? WithSeparator(folder) : CString();
+    const CString search = start + pattern;
+    if (search.GetLength() >= kPathChars) return 0;
+    WIN32_FIND_DATAW match;
+    const FindHandle find(FindFirstFileW(search, &match));
+    if (!find) return 0;
+
+    // Only a backslash parts the pattern's folder from its name, so a match behind a forward slash is missed.
+    const CString patternText = pattern;
+    const CString place = start + patternText.Left(patternText.ReverseFind(TEXT('\\')) + 1);
+    int deleted = 0;
+    do {
+        const CString path = place + match.cFileName;
+        ClearReadOnlyAndHidden(path);
+        if (DeleteFileW(path)) {
+            ++deleted;
+        } else {
+            (void)ScheduleBootDelete(path);
+        }
+    } while (FindNextFileW(find.get(), &match));
+    return deleted;
+}

@@ -1,0 +1,109 @@
+#include "engine/file_ops.h"
+
+#include "app/process_helpers.h"
+#include "app/setup_state.h"
+#include "engine/file_steps.h"
+#include "engine/manifest.h"
+#include "support/handles.h"
+#include "support/path_text.h"
+
+namespace {
+
+constexpr int kPortable = 2;
+
+// A value of two names is taken literally; only a plain one is a pattern and makes folders. A comment stays
+// part of the name, and so disables the record.
+void CopyRecord(LPCWSTR value, LPCWSTR folder) {
+    const CString text = value;
+    const int split = text.Find(TEXT('>'));
+    if (split < 0) {
+        (void)CopyMatching(value, g_sourceDir, folder);
+        return;
+    }
+    (void)ReplaceFile(text.Left(split).TrimRight(), g_sourceDir, folder, text.Mid(split + 1).TrimLeft());
+}
+
+// Whether the system finds a library of that name other than the package's own, which is hidden meanwhile:
+// the folder of the running program is among the places searched.
+bool LoadsFromElsewhere(LPCWSTR value) {
+    CString name = value;
+    const int split = name.Find(TEXT('>'));
+    if (split >= 0) name = name.Left(split).TrimRight();
+    const CString path = WithSeparator(g_sourceDir) + name;
+    const CString hidden = path + TEXT(".toinst");
+
+    (void)MoveFileW(path, hidden);
+    const LibraryHandle library(LoadLibraryW(name));
+    (void)MoveFileW(hidden, path);
+    return library != nullptr;
+}
+
+void CarryOutRecord(LPCWSTR line, bool wow64, bool portable) {
+    if (const LPCWSTR file = RecordValue(line, kFileCopy)) {
+        CopyRecord(file, g_targetDir);
+    } else if (const LPCWSTR x64 = RecordValue(line, kFileCopyX64)) {
+        if (wow64 || portable) CopyRecord(x64, g_targetDir);
+    } else if (const LPCWSTR parent = RecordValue(line, kFileCopyPrt)) {
+        if (portable) CopyRecord(parent, ParentDir(g_targetDir));
+    } else if (const LPCWSTR library = RecordValue(line, kFileCopyInd)) {
+        if (portable || !LoadsFromElsewhere(library)) CopyRecord(library, g_targetDir);
+    } else if (const LPCWSTR folder = RecordValue(line, kMakeDir)) {
+        (void)CreateDirectoryW(g_targetDir + TEXT("\\") + folder, nullptr);
+    }
+}
+
+// The folder that a pattern's files go into: its own folder part included, with a closing backslash.
+CString FolderBehind(LPCWSTR toFolder, LPCWSTR pattern) {
+    CString path = toFolder;
+    path.Replace(TEXT('/'), TEXT('\\'));
+    if (path.Last() != TEXT('\\')) path += TEXT('\\');
+    path += pattern;
+    path.Replace(TEXT('/'), TEXT('\\'));
+    return path.Left(path.ReverseFind(TEXT('\\')) + 1);
+}
+
+// Makes the folder with every level above it. The trim takes the leading backslashes of a network path too.
+void MakeFolders(CString& folder) {
+    folder.Trim(TEXT(" \t\r\n\\"));
+    for (int end = folder.Find(TEXT('\\')); end >= 0; end = folder.Find(TEXT('\\'), end + 1)) {
+        (void)CreateDirectoryW(folder.Left(end), nullptr);
+    }
+    (void)CreateDirectoryW(folder, nullptr);
+}
+
+bool IsDotName(LPCWSTR name) {
+    return wcscmp(name, TEXT(".")) == 0 || wcscmp(name, TEXT("..")) == 0;
+}
+
+}  // namespace
+
+void RunCopyPass(LPCWSTR manifestPath) {
+    const bool wow64 = IsWow64() != 0;
+    const FileStream manifest(_wfopen(manifestPath, TEXT("r")));
+    if (!manifest) return;
+    const bool portable = g_installType == kPortable;
+    WCHAR line[kLineChars];
+    while (ReadLogLine(line, manifest.get()))
+        CarryOutRecord(line, wow64, portable);
+}
+
+int CopyMatching(LPCWSTR pattern, LPCWSTR fromFolder, LPCWSTR toFolder) {
+    const CString search = WithSeparator(fromFolder) + pattern;
+    WIN32_FIND_DATAW match;
+    const FindHandle find(FindFirstFileW(search, &match));
+    if (!find) return 0;
+
+    CString target = FolderBehind(toFolder, pattern);
+    if (GetFileAttributesW(target) == INVALID_FILE_ATTRIBUTES) MakeFolders(target);
+    const bool hasFolderPart = wcschr(pattern, TEXT('\\')) != nullptr;
+    const CString source = hasFolderPart ? search.Left(search.ReverseFind(TEXT('\\'))) : CString(fromFolder);
+
+    int done = 0;
+    do {
+        if (IsDotName(match.cFileName)) continue;
+        // The first failure gives the rest of the pattern up; the pass goes on with its next record.
+        if (!ReplaceFile(match.cFileName, source, target, nullptr)) break;
+        ++done;
+    } while (FindNextFileW(find.get(), &match));
+    return done;
+}

@@ -1,0 +1,103 @@
+#include "engine/manifest.h"
+
+#include "engine/machine_view.h"
+#include "install/shell_links.h"
+#include "support/handles.h"
+
+namespace {
+
+using ManifestTest = ScratchTest;
+
+std::vector<Text> ReadLines(const Text& path) {
+    std::vector<Text> lines;
+    const FileStream file(_wfopen(path.c_str(), TEXT("r")));
+    WCHAR line[kLineChars];
+    std::fill(std::begin(line), std::end(line), TEXT('#'));
+    while (file && ReadLogLine(line, file.get())) {
+        EXPECT_EQ(line[kLineChars - 1], 0);
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+TEST_F(ManifestTest, LinesAreBytesTrimmedAtTheirRightEnd) {
+    const std::string long511(511, 'x');
+    const Text wide511(511, TEXT('x'));
+    const struct {
+        const char* name;
+        std::string bytes;
+        std::vector<Text> lines;
+    } rows[] = {
+        {"empty file", "", {}},
+        {"either line end, and none at last", "a b\r\nc\nd", {TEXT("a b"), TEXT("c"), TEXT("d")}},
+        {"right end", "name \t\x01\x1f \r\n", {TEXT("name")}},
+        {"left end stays", " \tname\n", {TEXT(" \tname")}},
+        {"the first character is never cut",
+         "\n \n\t \n \r\n",
+         {TEXT("\n"), TEXT(" "), TEXT("\t"), TEXT(" ")}},
+        {"a null ends its line's text", std::string("ab \0cd\nef\n", 10), {TEXT("ab"), TEXT("ef")}},
+        {"0x1A ends the file", "ab\ncd\x1a\nef\n", {TEXT("ab"), TEXT("cd")}},
+        {"every byte is its own character", "\x80\xe4\xa0\xff\n", {Text{0x80, 0xE4, 0xA0, 0xFF}}},
+        {"no byte-order mark is known", "\xef\xbb\xbfz\n", {Text{0xEF, 0xBB, 0xBF, 'z'}}},
+        {"511 characters and the line end", long511 + "\r\nz\n", {wide511, TEXT("\n"), TEXT("z")}},
+        {"510 characters", long511.substr(1) + "\nz\n", {wide511.substr(1), TEXT("z")}},
+        {"pieces", long511 + long511 + "File Del: z\n", {wide511, wide511, TEXT("File Del: z")}},
+        {"blanks where a piece ends", long511.substr(9) + "         y\n", {wide511.substr(9), TEXT("y")}},
+    };
+    for (const auto& row : rows) {
+        MakeFile(At(TEXT("list")), row.bytes);
+        EXPECT_EQ(ReadLines(At(TEXT("list"))), row.lines) << row.name;
+    }
+}
+
+TEST_F(ManifestTest, ARecordBeginsWithItsExactPrefix) {
+    const struct {
+        const char* line;
+        LPCWSTR kind;
+        std::optional<Text> value;
+    } rows[] = {
+        {"File Copy: a.dll\r\n", kFileCopy, TEXT("a.dll")},
+        {"File Copy:  a.dll\n", kFileCopy, TEXT(" a.dll")},
+        {"File Copy: File Copy: b\n", kFileCopy, TEXT("File Copy: b")},
+        {"File Copy x64: a\n", kFileCopy, {}},
+        {"File Copy x64: a\n", kFileCopyX64, TEXT("a")},
+        {"File Copy ind: a\n", kFileCopyInd, TEXT("a")},
+        {"File Copy prt: a\n", kFileCopyPrt, TEXT("a")},
+        {"File Overwrite: a\n", kFileOverwrite, TEXT("a")},
+        {"File Del: a\n", kFileDel, TEXT("a")},
+        {"Make Dir: a\n", kMakeDir, TEXT("a")},
+        {"Made Dir: a\n", kMadeDir, TEXT("a")},
+        {"Shell Link: a\n", kShellLink, TEXT("a")},
+        {"file copy: a\n", kFileCopy, {}},
+        {" File Copy: a\n", kFileCopy, {}},
+        {"x File Copy: a\n", kFileCopy, {}},
+        {"File Copy:\ta\n", kFileCopy, {}},
+        {"File Copy: \n", kFileCopy, {}},
+        {"\n", kFileCopy, {}},
+    };
+    for (const auto& row : rows) {
+        MakeFile(At(TEXT("list")), row.line);
+        const std::vector<Text> lines = ReadLines(At(TEXT("list")));
+        ASSERT_EQ(lines.size(), 1u) << row.line;
+        const LPCWSTR value = RecordValue(lines[0].c_str(), row.kind);
+        EXPECT_EQ(value ? std::optional<Text>(value) : std::nullopt, row.value) << row.line;
+    }
+}
+
+TEST_F(ManifestTest, TheAppenderWritesWhatTheReaderTakes) {
+    const Text log = At(TEXT("log"));
+    MakeFile(log, "File Copy: last");
+    const Text path = TEXT("Made Dir: C:\\M\xFC\x80sli\\") + Text(600, TEXT('p'));
+    for (const Text& line : {Text(), path, Text{'a', 0x100, 0x4E2D, 'b'}})
+        AppendLogLine(log.c_str(), line.c_str());
+    EXPECT_EQ(FileBytes(log),
+              "File Copy: last\r\nMade Dir: C:\\M\xFC\x80sli\\" + std::string(600, 'p') + "\r\na??b\r\n");
+    EXPECT_EQ(ReadLines(log), (std::vector<Text>{TEXT("File Copy: last"), path.substr(0, 511),
+                                                 path.substr(511), TEXT("a??b")}));
+
+    AppendLogLine(At(TEXT("new")).c_str(), TEXT("x"));
+    AppendLogLine(At(TEXT("no folder\\log")).c_str(), TEXT("lost"));
+    EXPECT_EQ(Tree(), (std::vector<Text>{TEXT("log"), TEXT("new")}));
+}
+
+}  // namespace

@@ -1,0 +1,43 @@
+// The program's own variables as they stand when the first line of InitInstance runs.
+#include "app/process_helpers.h"
+#include "app/setup_state.h"
+#include "support/scratch.h"
+
+namespace {
+
+class StartUpTest : public ScratchTest {};
+
+}  // namespace
+
+TEST_F(StartUpTest, VariablesHoldTheirStartValues) {
+    EXPECT_EQ(g_silentMode, 1);
+    EXPECT_EQ(g_installType, 1);
+    EXPECT_EQ(g_desktopIcon, 1);
+    for (const int* number : {&g_autoStart, &g_runAfter, &g_freshInstall, &g_rebootNeeded, &g_upgradeOlder,
+                              &g_settingsFromPackage})
+        EXPECT_EQ(*number, 0);
+    for (const DWORD number : {g_version.major, g_version.minor, g_version.release, g_version.build})
+        EXPECT_EQ(number, 0u);
+    for (const CString* text : {&g_targetDir, &g_sourceDir, &g_groupName, &g_sfxDir})
+        EXPECT_TRUE(text->IsEmpty());
+}
+
+TEST_F(StartUpTest, ProcessIsSetUp) {
+    EXPECT_EQ(AfxGetApp(), &theApp);
+    EXPECT_GE(g_osVersion.dwMajorVersion, 6u);
+    EXPECT_TRUE(g_lookupPrivilegeValue && g_adjustTokenPrivileges && g_openProcessToken && g_isWow64Process);
+
+    WCHAR program[MAX_PATH];
+    CString folder(program, static_cast<int>(GetModuleFileNameW(nullptr, program, MAX_PATH)));
+    folder = folder.Left(folder.ReverseFind(TEXT('\\'))).MakeLower();
+    WCHAR path[1024 + MAX_PATH + 1] = {};
+    (void)GetEnvironmentVariableW(TEXT("Path"), path, 1024 + MAX_PATH + 1);
+    EXPECT_EQ(CString(path).Left(folder.GetLength() + 1).Text(), (folder + TEXT(";")).Text());
+}
+
+TEST_F(StartUpTest, MessagesCarryTheProductsName) {
+    const BoxAnswers answers({IDOK});
+    EXPECT_EQ(AfxMessageBox(TEXT("A message")), IDOK);
+    ASSERT_EQ(answers.Shown().size(), 1u);
+    EXPECT_EQ(answers.Shown()[0].caption, TEXT("Qantivo 8"));
+}
