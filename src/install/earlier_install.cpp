@@ -1,0 +1,139 @@
+#include "install/earlier_install.h"
+
+#include <io.h>
+#include <resource.h>
+#include <shlobj.h>
+
+#include "app/setup_state.h"
+#include "engine/manifest.h"
+#include "install/install_driver.h"
+#include "support/handles.h"
+#include "support/path_text.h"
+#include "support/registry.h"
+#include "support/shell_folders.h"
+
+namespace {
+
+// A question with eight numbers in it, the longest possible ones included, is below this.
+constexpr std::size_t kQuestionChars = 512;
+// A folder path up to this length counts as no folder.
+constexpr int kNoFolderChars = 4;
+
+// The version as one number. Fields above 99 carry into the next place.
+DWORD VersionAsNumber(const VersionNumbers& version) {
+    return ((version.major * 100 + version.minor) * 100 + version.release) * 100 + version.build;
+}
+
+bool Ask(LPCWSTR question) {
+    return AfxMessageBox(question, MB_YESNO | MB_ICONQUESTION) == IDYES;
+}
+
+bool AskAboutNewer(const VersionNumbers& installed) {
+    WCHAR question[kQuestionChars];
+    (void)FormatBounded(question, kQuestionChars, LoadResString(IDS_NEWER_INSTALLED),
+                        static_cast<int>(installed.major), static_cast<int>(installed.minor),
+                        static_cast<int>(installed.release), static_cast<int>(installed.build),
+                        static_cast<int>(g_version.major), static_cast<int>(g_version.minor),
+                        static_cast<int>(g_version.release), static_cast<int>(g_version.build));
+    return Ask(question);
+}
+
+bool AskAboutSame() {
+    WCHAR question[kQuestionChars];
+    (void)FormatBounded(question, kQuestionChars, LoadResString(IDS_SAME_INSTALLED),
+                        static_cast<int>(g_version.major), static_cast<int>(g_version.minor),
+                        static_cast<int>(g_version.release), static_cast<int>(g_version.build));
+    return Ask(question);
+}
+
+FileStream OpenEarlierLog() {
+    FileStream log(_wfopen(g_targetDir + TEXT("\\") + kLogFile, TEXT("r")));
+    if (!log) log.reset(_wfopen(g_targetDir + TEXT("\\") + kOlderLogFile, TEXT("r")));
+    return log;
+}
+
+// The lower-cased folders that a logged shortcut is held against.
+struct GroupFolders {
+    CString programsPrefix;
+    CString startupFolder;
+};
+
+GroupFolders FindGroupFolders() {
+    GroupFolders folders;
+    if (g_installType == 1) {
+        folders.programsPrefix = GetShellFolder(CSIDL_COMMON_PROGRAMS);
+        folders.startupFolder = GetShellFolder(CSIDL_COMMON_STARTUP);
+    } else if (g_installType == 0) {
+        folders.programsPrefix = GetShellFolder(CSIDL_PROGRAMS);
+        folders.startupFolder = GetShellFolder(CSIDL_STARTUP);
+    }
+    if (folders.programsPrefix.Last() != '\\') folders.programsPrefix += TEXT("\\");
+    folders.programsPrefix.MakeLower();
+    folders.startupFolder.MakeLower();
+    return folders;
+}
+
+bool LiesInGroup(LPCWSTR link, const GroupFolders& folders) {
+    CString lowered = link;
+    lowered.MakeLower();
+    return lowered.Find(folders.programsPrefix) == 0 && lowered.Find(folders.startupFolder) < 0;
+}
+
+// Tries whether the folder takes a file. What comes out of it decides nothing; the name goes again.
+void ProbeForWriting(LPCWSTR folder) {
+    WCHAR name[kPathChars];
+    if (!GetTempFileNameW(folder, TEXT("q8t"), 0, name)) return;
+    FileStream probe(_wfopen(name, TEXT("w")));
+    if (!probe) return;
+    probe.reset();
+    (void)DeleteFileW(name);
+}
+
+bool HasProductLink(const CString& folder) {
+    const CString link = folder + TEXT("\\") + kProductName + TEXT(".lnk");
+    return link.GetLength() < kPathChars && _waccess(link, 0) >= 0;
+}
+
+}  // namespace
+
+bool AgreeToReplaceVersion() {
+    ReadFileVersion(g_targetDir + TEXT("\\") + kApplicationFile);
+    const VersionNumbers installed = g_version;
+    ReadFileVersion(g_sourceDir + TEXT("\\") + kApplicationFile);
+    const DWORD oldNumber = VersionAsNumber(installed);
+    const DWORD newNumber = VersionAsNumber(g_version);
+    if (g_silentMode != 0 || oldNumber < newNumber) {
+        g_upgradeOlder = 1;
+        return true;
+    }
+    return oldNumber > newNumber ? AskAboutNewer(installed) : AskAboutSame();
+}
+
+void TakeUpInstallType() {
+    if (g_installType >= 2) return;
+    g_installType = GetRegString(HKEY_LOCAL_MACHINE, kProductKey, TEXT("AllUsers")) == TEXT("B") ? 1 : 0;
+}
+
+void TakeUpGroup() {
+    const FileStream log = OpenEarlierLog();
+    if (!log) return;
+    const GroupFolders folders = FindGroupFolders();
+    WCHAR line[kLineChars];
+    while (ReadLogLine(line, log.get())) {
+        const LPCWSTR link = RecordValue(line, kShellLink);
+        if (link && LiesInGroup(link, folders))
+            g_groupName = ParentDir(link + folders.programsPrefix.GetLength());
+    }
+}
+
+void TakeUpAutoStart() {
+    const CString commonStartup = GetShellFolder(CSIDL_COMMON_STARTUP);
+    const CString userStartup = GetShellFolder(CSIDL_STARTUP);
+    bool commonLinkFound = false;
+    if (commonStartup.GetLength() > kNoFolderChars) {
+        ProbeForWriting(commonStartup);
+        commonLinkFound = HasProductLink(commonStartup);
+    }
+    const bool userLinkFound = userStartup.GetLength() > kNoFolderChars && HasProductLink(userStartup);
+    g_autoStart = userLinkFound || commonLinkFound;
+}

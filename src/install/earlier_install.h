@@ -1,0 +1,17 @@
+// What an earlier installation in g_targetDir decides about this one.
+#pragma once
+
+// Compares the installed version with that in g_sourceDir, which g_version holds afterwards. An older one or
+// a silent run needs no question (g_upgradeOlder becomes 1). False when the user was asked and didn't answer
+// with Yes.
+bool AgreeToReplaceVersion();
+
+// Takes up the earlier choice of users (g_installType); a portable install is left alone.
+void TakeUpInstallType();
+
+// Takes up the program group (g_groupName) from the last shortcut below the Programs folder that the log
+// names.
+void TakeUpGroup();
+
+// Takes up the Startup choice (g_autoStart) from the shortcut in either Startup folder.
+void TakeUpAutoStart();

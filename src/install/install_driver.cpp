@@ -1,0 +1,165 @@
+#include "install/install_driver.h"
+
+#include <io.h>
+#include <resource.h>
+#include <shellapi.h>
+
+#include <cstdlib>
+
+#include "app/process_helpers.h"
+#include "app/setup_state.h"
+#include "install/earlier_install.h"
+#include "install/install_action.h"
+#include "support/handles.h"
+#include "support/path_text.h"
+#include "support/registry.h"
+
+namespace {
+
+// Planned, by an application, for an installation.
+constexpr DWORD kRestartReason = 0x80040002;
+
+CString WithoutClosingBackslash(const CString& path) {
+    return path.Last() == '\\' ? path.Left(path.GetLength() - 1) : path;
+}
+
+// `-instdir "C:\Apps\Qa\"` reaches the program as `C:\Apps\Qa"`, since a backslash escapes the quote behind
+// it.
+CString CleanFolderArgument(const CString& argument) {
+    const CString folder = argument.Last() == '"' ? argument.Left(argument.GetLength() - 1) : argument;
+    const WCHAR last = folder.Last();
+    return last == '\\' || last == '/' ? folder.Left(folder.GetLength() - 1) : folder;
+}
+
+// Reads the options of the install into the variables of the run, and gives the folder that the line names
+// last, or an empty text. A folder argument is not skipped: it is looked at as an option, too.
+CString ReadInstallOptions() {
+    CString folderArg;
+    for (int i = 1; i < __argc; ++i) {
+        const CString argument = __wargv[i];
+        if (argument.Find(TEXT("-inst")) == 0) {
+            const bool portable = argument == TEXT("-instport");
+            if (portable) g_installType = 2;
+            if ((portable || argument == TEXT("-instdir")) && i + 1 < __argc)
+                folderArg = CleanFolderArgument(__wargv[i + 1]);
+        } else if (argument.CompareNoCase(TEXT("-runafter")) == 0) {
+            g_runAfter = 1;
+        } else if (g_installType == 0 && argument.CompareNoCase(TEXT("-allusers")) == 0) {
+            g_installType = 1;
+        } else if (argument.CompareNoCase(TEXT("-autostart")) == 0) {
+            g_autoStart = 1;
+        } else if (argument.CompareNoCase(TEXT("-nodeskico")) == 0) {
+            g_desktopIcon = 0;
+        }
+    }
+    return folderArg;
+}
+
+void ChooseTargetFolder(const CString& folderArg) {
+    if (!folderArg.IsEmpty()) g_targetDir = folderArg;
+    if (!g_targetDir.IsEmpty()) return;
+    g_targetDir = GetProgramFilesDir() + TEXT("\\") + kProductName;
+    g_freshInstall = 1;
+}
+
+// Learns the version to install and, from an earlier installation, the choices to keep. False when the user
+// doesn't want that installation replaced.
+bool TakeUpEarlierInstallation() {
+    if (g_freshInstall) {
+        ReadFileVersion(g_sourceDir + TEXT("\\") + kApplicationFile);
+        return true;
+    }
+    if (!AgreeToReplaceVersion()) return false;
+    TakeUpInstallType();
+    TakeUpGroup();
+    TakeUpAutoStart();
+    return true;
+}
+
+// Without a source folder a path made from it would name a file in the root of the drive.
+bool SetupFilesAreWhole() {
+    return !g_sourceDir.IsEmpty() && g_version.major != 0 &&
+           _waccess(g_sourceDir + TEXT("\\") + kLogFile, 0) >= 0;
+}
+
+// The interactive install. True when the user went through its last page; this build has no pages to go
+// through.
+bool InstallByWizard() {
+    return false;
+}
+
+void InstallSilently() {
+    if (g_freshInstall) g_installType = 1;
+    PerformInstall();
+}
+
+void RestartMachine() {
+    HANDLE opened = nullptr;
+    if (g_openProcessToken) (void)g_openProcessToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES, &opened);
+    if (const KernelHandle token{opened}) (void)EnablePrivilege(token.get(), TEXT("SeShutdownPrivilege"), 1);
+    (void)ExitWindowsEx(EWX_REBOOT, kRestartReason);
+}
+
+void RestartOrStartProduct() {
+    if (g_rebootNeeded != 0) {
+        RestartMachine();
+        return;
+    }
+    // Quoted: with a blank in the folder, a program named by the text in front of it would be started
+    // instead.
+    (void)ExecAndWait(TEXT("\"") + g_targetDir + TEXT("\\") + kApplicationFile + TEXT("\""), nullptr, 0);
+}
+
+}  // namespace
+
+int RunInstall() {
+    g_targetDir = GetInstalledFolder();
+    g_sourceDir = GetSourceFolder();
+    ChooseTargetFolder(ReadInstallOptions());
+    g_groupName = kProductName;
+    if (!TakeUpEarlierInstallation()) return 1;
+    if (!SetupFilesAreWhole()) AbortDamaged();
+    if (g_silentMode != 0)
+        InstallSilently();
+    else if (!InstallByWizard())
+        return 1;
+    (void)SetCurrentDirectoryW(g_targetDir);
+    if (g_runAfter) RestartOrStartProduct();
+    return 0;
+}
+
+CString GetInstalledFolder() {
+    CString folder = GetRegString(HKEY_LOCAL_MACHINE, kProductKey, TEXT("Path"));
+    if (folder.IsEmpty()) {
+        const CString application = GetRegString(HKEY_LOCAL_MACHINE, kAppPathsKey, nullptr);
+        folder = application.Left(application.Find(TEXT("\\") + CString(kApplicationFile)));
+    }
+    return WithoutClosingBackslash(folder);
+}
+
+CString GetSourceFolder() {
+    WCHAR path[kPathChars];
+    const DWORD cchPath = GetModuleFileNameW(nullptr, path, kPathChars);
+    // A longer path arrives cut, and its last backslash is then another folder's.
+    if (cchPath >= kPathChars) return {};
+    const CString program(path, static_cast<int>(cchPath));
+    return program.Left(program.ReverseFind('\\'));
+}
+
+CString GetProgramFilesDir() {
+    CString folder = GetRegString(HKEY_LOCAL_MACHINE, TEXT("SOFTWARE\\Microsoft\\Windows\\CurrentVersion"),
+                                  TEXT("ProgramFilesDir"));
+    if (folder.IsEmpty()) {
+        WCHAR windows[kPathChars] = {};
+        (void)GetWindowsDirectoryW(windows, kPathChars);
+        const CString path = windows;
+        folder = path.Left(path.Find('\\') + 1) + TEXT("Program Files");
+    }
+    return WithoutClosingBackslash(folder);
+}
+
+void AbortDamaged() {
+    AfxMessageBox(LoadResString(IDS_DAMAGED), MB_OK | MB_ICONSTOP);
+    (void)ShellExecuteW(nullptr, TEXT("open"), QTV_WIDE(QTV_HOME_PAGE), nullptr, nullptr, SW_SHOW);
+    std::exit(1);
+}

@@ -1,0 +1,22 @@
+// Settles what an install needs to know before it starts, runs it silently or by the wizard, and does the
+// last step.
+#pragma once
+
+#include <framework.h>
+
+// Does the whole install. 0 when the run came to its end, 1 when the user stopped it. Ends the process with
+// exit code 1 when the setup files are damaged.
+int RunInstall();
+
+// Reads the numbers of a file's version block into g_version; all 0 when it has none.
+void ReadFileVersion(LPCWSTR path);
+
+// The folder of an earlier installation, without a closing separator; empty when there is none.
+CString GetInstalledFolder();
+// The folder of the running program, without a closing separator.
+CString GetSourceFolder();
+// The Program Files folder, without a closing separator.
+CString GetProgramFilesDir();
+
+// Says that the setup files are damaged, opens the maker's home page, and ends the process with exit code 1.
+[[noreturn]] void AbortDamaged();

@@ -1,0 +1,26 @@
+// What ties the application into Windows: registry values and the thumbnail handler.
+#pragma once
+
+#include <framework.h>
+
+// An image file extension, and whether the product owns it on this machine.
+struct ExtensionRow {
+    LPCWSTR extension;
+    int ownedByUs;
+};
+inline constexpr int kExtensionCount = 14;
+// The install reads `extension` alone; `ownedByUs` is working state of the file association restore.
+extern ExtensionRow g_extensionTable[kExtensionCount];
+
+// Writes all registry values, in a fixed order. A value that can't be written is left out.
+void WriteSystemRegistration();
+
+// The thumbnail handler for this process and system, in `folder` (with a closing backslash); empty when there
+// is none. The install registers it and the uninstall takes the same one out.
+CString ThumbnailHandlerPath(LPCWSTR folder);
+
+// Handler paths up to this length count as none.
+inline constexpr int kNoHandlerChars = 4;
+
+// Has the system's regsvr32.exe register the thumbnail handler for this machine; waits for nothing.
+void RegisterThumbnailHandler();

@@ -1,0 +1,90 @@
+#include "uninstall/relaunch.h"
+
+#include <process.h>
+#include <resource.h>
+
+#include <cstdlib>
+#include <optional>
+
+#include "app/process_helpers.h"
+#include "app/setup_state.h"
+#include "engine/file_ops.h"
+#include "install/system_registration.h"
+#include "support/path_text.h"
+#include "uninstall/uninstall_driver.h"
+
+namespace {
+
+constexpr DWORD kFirstProcessEndsMs = 1000;
+constexpr DWORD kUnregisterMs = 5000;
+constexpr int kFirstProgramPosition = 2;
+
+// None when the path is too long for the buffer: what arrives cut names another file.
+std::optional<CString> OwnPath() {
+    WCHAR path[kPathChars];
+    const DWORD cchPath = GetModuleFileNameW(nullptr, path, kPathChars);
+    if (cchPath == 0 || cchPath >= kPathChars) return std::nullopt;
+    return CString(path);
+}
+
+std::optional<CString> MakeTemporaryName() {
+    WCHAR folder[kPathChars];
+    WCHAR name[kPathChars];
+    const DWORD cchFolder = GetTempPathW(kPathChars, folder);
+    if (cchFolder == 0 || cchFolder >= kPathChars) return std::nullopt;
+    if (!GetTempFileNameW(folder, TEXT("uni"), 0, name)) return std::nullopt;
+    return CString(name);
+}
+
+// The runtime joins the arguments by blanks, so one with a blank in it has to be quoted beforehand.
+CString QuotedForJoining(const CString& path) {
+    if (path.Find(' ') < 0 && path.Find('\t') < 0) return path;
+    return TEXT("\"") + path + TEXT("\"");
+}
+
+// Drive and directory of a path, with the closing backslash. None when the path is too long to be split
+// whole.
+std::optional<CString> FolderOf(LPCWSTR program) {
+    WCHAR drive[_MAX_DRIVE];
+    WCHAR directory[_MAX_PATH];
+    if (wcslen(program) >= _MAX_PATH) return std::nullopt;
+    _wsplitpath(program, drive, directory, nullptr, nullptr);
+    // The runtime cuts a directory of more than this.
+    if (wcslen(directory) >= _MAX_DIR - 1) return std::nullopt;
+    return CString(drive) + directory;
+}
+
+void UnregisterThumbnailHandler(const CString& folder) {
+    const CString handler = ThumbnailHandlerPath(folder);
+    if (handler.GetLength() <= kNoHandlerChars) return;
+    (void)ExecAndWait(TEXT("regsvr32.exe /s /u \"") + handler + TEXT("\""), folder, kUnregisterMs);
+}
+
+void UninstallFrom(const CString& folder, LPCWSTR firstProgram) {
+    // The handler unregisters itself, so its file must still stand.
+    UnregisterThumbnailHandler(folder);
+    (void)DeleteFileW(firstProgram);
+    PerformUninstall(folder);
+    if (g_silentMode == 0) AfxMessageBox(LoadResString(IDS_UNINSTALLED), MB_OK);
+}
+
+}  // namespace
+
+void RelaunchFromTemp() {
+    const std::optional<CString> copy = MakeTemporaryName();
+    const std::optional<CString> own = OwnPath();
+    if (!copy || !own) return;
+    (void)CopyFileW(*own, *copy, FALSE);
+    const LPCWSTR end = nullptr;
+    (void)_wexecl(*copy, static_cast<LPCWSTR>(QuotedForJoining(*copy)), TEXT("-delself"),
+                  static_cast<LPCWSTR>(QuotedForJoining(*own)), g_silentMode != 0 ? TEXT("-s") : end, end);
+}
+
+void RunTemporaryCopy() {
+    Sleep(kFirstProcessEndsMs);
+    // The copy marks itself first, so that nothing that fails below can leave it behind.
+    if (const std::optional<CString> own = OwnPath()) (void)ScheduleBootDelete(*own);
+    const LPCWSTR firstProgram = __wargv[kFirstProgramPosition];
+    if (const std::optional<CString> folder = FolderOf(firstProgram)) UninstallFrom(*folder, firstProgram);
+    std::exit(0);
+}

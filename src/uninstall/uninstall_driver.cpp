@@ -1,0 +1,122 @@
+#include "uninstall/uninstall_driver.h"
+
+#include <io.h>
+#include <shlobj.h>
+
+#include <algorithm>
+#include <iterator>
+
+#include "app/process_helpers.h"
+#include "app/setup_state.h"
+#include "engine/file_ops.h"
+#include "support/registry.h"
+#include "support/shell_folders.h"
+#include "uninstall/file_associations.h"
+#include "uninstall/registry_purge.h"
+
+WCHAR g_regScratch[kRegScratchChars];
+
+namespace {
+
+constexpr DWORD kUnregisterMs = 5000;
+// A shell folder's path up to this length counts as no folder.
+constexpr int kNoFolderChars = 4;
+
+bool Exists(LPCWSTR path) {
+    return _waccess(path, 0) != -1;
+}
+
+void UnregisterApplication(const CString& folder) {
+    (void)ExecAndWait(TEXT("\"") + folder + kApplicationFile + TEXT("\" -unregonly"), folder, kUnregisterMs);
+}
+
+void RemoveLoggedItems(const CString& folder) {
+    const CString olderLog = folder + kOlderLogFile;
+    const CString log = folder + kLogFile;
+    RemoveLoggedLinks(olderLog);
+    RemoveLoggedLinks(log);
+    RunRemovalPass(olderLog, folder, nullptr);
+    RunRemovalPass(log, folder, nullptr);
+    (void)DeleteMatching(folder, kLogFile);
+}
+
+// For a product name of several levels: the folder that the installation folder lies in.
+void RemoveParentFolder(const CString& folder) {
+    if (CString(kProductName).Find('\\') < 0) return;
+    CString parent = folder;
+    while (parent.Last() == '\\')
+        parent = parent.Left(parent.GetLength() - 1);
+    parent = parent.Left(parent.ReverseFind('\\'));
+    if (!RemoveDirectoryW(parent)) (void)ScheduleBootDelete(parent);
+}
+
+void RemoveInstallFolders(const CString& folder) {
+    const CString x64 = folder + TEXT("\\x64");
+    const CString x32 = folder + TEXT("\\x32");
+    if (!RemoveDirectoryW(x64)) (void)ScheduleBootDelete(x64);
+    if (!RemoveDirectoryW(x32) && Exists(x32)) (void)ScheduleBootDelete(x32);
+    // The x32 folder decides here, too, and is meant to: without one, a folder that holds files of the user's
+    // stays unmarked.
+    if (!RemoveDirectoryW(folder) && Exists(x32)) (void)ScheduleBootDelete(folder);
+    RemoveParentFolder(folder);
+}
+
+void DeleteProductLink(const CString& folder) {
+    (void)DeleteFileW(folder + TEXT("\\") + kProductName + TEXT(".lnk"));
+}
+
+// All that lies in the group goes, the user's own files included.
+void DeleteProductGroup(const CString& programs) {
+    const CString group = programs + TEXT("\\") + kProductName + TEXT("\\");
+    (void)DeleteMatching(group, TEXT("*.*"));
+    (void)RemoveDirectoryW(group);
+}
+
+void SweepCommonFolders() {
+    for (const int folder : {CSIDL_COMMON_STARTUP, CSIDL_COMMON_DESKTOPDIRECTORY}) {
+        const CString path = GetShellFolder(folder);
+        if (path.GetLength() > kNoFolderChars) DeleteProductLink(path);
+    }
+    const CString programs = GetShellFolder(CSIDL_COMMON_PROGRAMS);
+    if (programs.GetLength() > kNoFolderChars) DeleteProductGroup(programs);
+}
+
+void SweepUser(LPCWSTR userName) {
+    const RegistryKey user = OpenRegKey(HKEY_USERS, userName, KEY_ALL_ACCESS);
+    if (!user) return;
+    const RegistryKey folders = OpenRegKey(user.get(), kShellFoldersKey, KEY_ALL_ACCESS);
+    if (!folders) return;
+    for (const LPCWSTR value : {TEXT("Startup"), TEXT("Desktop")})
+        if (ReadRegScratch(folders.get(), value) && *g_regScratch) DeleteProductLink(g_regScratch);
+    if (ReadRegScratch(folders.get(), TEXT("Programs")) && *g_regScratch) DeleteProductGroup(g_regScratch);
+}
+
+void SweepUserFolders() {
+    for (DWORD index = 0; RegEnumKeyW(HKEY_USERS, index, g_regScratch, kRegScratchChars) == ERROR_SUCCESS;
+         ++index)
+        SweepUser(g_regScratch);
+}
+
+}  // namespace
+
+bool ReadRegScratch(HKEY key, LPCWSTR value) {
+    std::fill(std::begin(g_regScratch), std::end(g_regScratch), WCHAR{0});
+    DWORD cbText = sizeof g_regScratch;
+    const LSTATUS status =
+        RegQueryValueExW(key, value, nullptr, nullptr, reinterpret_cast<LPBYTE>(g_regScratch), &cbText);
+    // A stored value need not hold a terminator.
+    g_regScratch[status == ERROR_SUCCESS ? kRegScratchChars - 1 : 0] = 0;
+    return status == ERROR_SUCCESS;
+}
+
+void PerformUninstall(LPCWSTR folder) {
+    UnregisterApplication(folder);
+    PurgeRegistry(TEXT("Lorvanta"), kProductName, kProductName, kApplicationFile);
+    RestoreFileAssociations();
+    RemoveLoggedItems(folder);
+    // A current folder can't be removed.
+    (void)SetCurrentDirectoryW(TEXT("\\"));
+    RemoveInstallFolders(folder);
+    SweepCommonFolders();
+    SweepUserFolders();
+}

@@ -1,0 +1,96 @@
+#include "uninstall/file_associations.h"
+
+#include "app/setup_state.h"
+#include "support/registry_values.h"
+
+namespace {
+
+const Text kFileExts = TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\FileExts");
+using Stored = std::optional<StoredValue>;
+
+class FileAssociations : public ScratchTest {
+  protected:
+    FileAssociations() { Clean(); }
+    ~FileAssociations() override { Clean(); }
+    static void Clean() {
+        DeleteKeyTree(HKEY_CURRENT_USER, kFileExts);
+        DeleteKeyTree(HKEY_CLASSES_ROOT, TEXT(".qvi"));
+    }
+    static void Put(const Text& key, LPCWSTR name, const Stored& value) {
+        if (value) PutValue(HKEY_CURRENT_USER, key, name, *value);
+    }
+};
+
+// From Windows Vista on: the user's choice goes when it is the product's application, the note of a former
+// one always.
+TEST_F(FileAssociations, ChoicesOfTheProductAreDropped) {
+    const struct {
+        LPCWSTR extension, progId;
+        bool stays;
+    } rows[] = {
+        {TEXT(".png"), TEXT("Applications\\QtvApp8.exe"), false},
+        {TEXT(".qvi"), TEXT("x Applications\\QtvApp8.exe y"), false},
+        {TEXT(".jpg"), TEXT("Qantivo.8"), true},
+        {TEXT(".bmp"), TEXT("QtvApp8.exe"), true},
+        {TEXT(".zip"), TEXT("Applications\\QtvApp8.exe"), true},
+    };
+    for (const auto& row : rows) {
+        const Text key = kFileExts + TEXT("\\") + row.extension;
+        PutValue(HKEY_CURRENT_USER, key + TEXT("\\UserChoice"), TEXT("Progid"), Sz(row.progId));
+        PutValue(HKEY_CURRENT_USER, key, TEXT("QtvAppOld"), Sz(TEXT("old.exe")));
+    }
+    RestoreFileAssociations();
+    for (const auto& row : rows) {
+        const Text key = kFileExts + TEXT("\\") + row.extension;
+        EXPECT_EQ(HasKey(HKEY_CURRENT_USER, key + TEXT("\\UserChoice")), row.stays);
+        EXPECT_EQ(GetValue(HKEY_CURRENT_USER, key, TEXT("QtvAppOld")).has_value(),
+                  row.extension == Text(TEXT(".zip")));
+    }
+    // Without the user's record the classes are asked.
+    DeleteKeyTree(HKEY_CURRENT_USER, kFileExts);
+    PutValue(HKEY_CLASSES_ROOT, TEXT(".qvi\\UserChoice"), TEXT("Progid"),
+             Sz(TEXT("Applications\\QtvApp8.exe")));
+    RestoreFileAssociations();
+    EXPECT_FALSE(HasKey(HKEY_CLASSES_ROOT, TEXT(".qvi\\UserChoice")));
+}
+
+// Before Windows Vista: the former choice comes back where the product's program is the present one.
+TEST_F(FileAssociations, FormerChoicesComeBack) {
+    const Stored ours = Sz(TEXT("C:\\x\\QtvApp8.exe")), paint = Sz(TEXT("mspaint.exe")), none;
+    // A text over the whole buffer, without a terminator.
+    const Stored unended = StoredValue{REG_BINARY, std::string(1024, 'A')};
+    const struct {
+        LPCWSTR extension;
+        Stored present, former, presentAfter, formerAfter;
+    } rows[] = {
+        {TEXT(".bmp"), ours, paint, paint, none},
+        {TEXT(".dib"), ours, none, none, none},
+        {TEXT(".gif"), ours, Sz(TEXT("")), none, none},
+        {TEXT(".jpg"), paint, paint, paint, paint},
+        {TEXT(".tif"), none, paint, none, paint},
+        {TEXT(".cmp"), ours, Sz(Text(511, 'p')), Sz(Text(511, 'p')), none},
+        {TEXT(".tga"), ours, Sz(Text(512, 'p')), none, none},
+        {TEXT(".wpg"), unended, paint, unended, paint},
+        {TEXT(".qvi"), ours, unended, Sz(Text(511, 0x4141)), none},
+    };
+    g_osVersion.dwMajorVersion = 5;
+    for (const auto& row : rows) {
+        Put(kFileExts + TEXT("\\") + row.extension, TEXT("Application"), row.present);
+        Put(kFileExts + TEXT("\\") + row.extension, TEXT("QtvAppOld"), row.former);
+    }
+    RestoreFileAssociations();
+    for (const auto& row : rows) {
+        const Text key = kFileExts + TEXT("\\") + row.extension;
+        EXPECT_EQ(GetValue(HKEY_CURRENT_USER, key, TEXT("Application")), row.presentAfter) << &row - rows;
+        EXPECT_EQ(GetValue(HKEY_CURRENT_USER, key, TEXT("QtvAppOld")), row.formerAfter) << &row - rows;
+    }
+    // Without the user's record the classes are asked, by their default value.
+    DeleteKeyTree(HKEY_CURRENT_USER, kFileExts);
+    PutValue(HKEY_CLASSES_ROOT, TEXT(".qvi"), nullptr, *ours);
+    PutValue(HKEY_CLASSES_ROOT, TEXT(".qvi"), TEXT("QtvAppOld"), *paint);
+    RestoreFileAssociations();
+    EXPECT_EQ(GetValue(HKEY_CLASSES_ROOT, TEXT(".qvi"), nullptr), paint);
+    EXPECT_FALSE(GetValue(HKEY_CLASSES_ROOT, TEXT(".qvi"), TEXT("QtvAppOld")));
+}
+
+}  // namespace
