@@ -1,0 +1,73 @@
+// The sample application. It does its own registration for the current user:
+//   -regonly     writes it and ends
+//   -unregonly   takes back exactly what -regonly wrote, and ends
+// Started plainly it counts the start in its settings.
+#include <windows.h>
+
+#include <cstdlib>
+#include <cwchar>
+
+namespace {
+
+constexpr WCHAR kSettingsKey[] = TEXT("Software\\Lorvanta\\Qantivo 8");
+constexpr WCHAR kRegisteredValue[] = TEXT("Registered");
+constexpr WCHAR kRegisteredPathValue[] = TEXT("RegisteredPath");
+constexpr WCHAR kStartsValue[] = TEXT("Starts");
+
+HKEY OpenSettings() {
+    HKEY key = nullptr;
+    return RegCreateKeyW(HKEY_CURRENT_USER, kSettingsKey, &key) == ERROR_SUCCESS ? key : nullptr;
+}
+
+bool SetNumber(HKEY key, LPCWSTR name, DWORD number) {
+    return RegSetValueExW(key, name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&number), sizeof number) ==
+           ERROR_SUCCESS;
+}
+
+bool SetText(HKEY key, LPCWSTR name, LPCWSTR text) {
+    const DWORD cbText = static_cast<DWORD>((wcslen(text) + 1) * sizeof(WCHAR));
+    return RegSetValueExW(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text), cbText) == ERROR_SUCCESS;
+}
+
+bool Register(HKEY settings) {
+    WCHAR path[MAX_PATH];
+    const DWORD cchPath = GetModuleFileNameW(nullptr, path, MAX_PATH);
+    if (cchPath == 0 || cchPath == MAX_PATH) return false;
+    return SetNumber(settings, kRegisteredValue, 1) && SetText(settings, kRegisteredPathValue, path);
+}
+
+bool Unregister(HKEY settings) {
+    const bool flagGone = RegDeleteValueW(settings, kRegisteredValue) == ERROR_SUCCESS;
+    const bool pathGone = RegDeleteValueW(settings, kRegisteredPathValue) == ERROR_SUCCESS;
+    return flagGone && pathGone;
+}
+
+bool CountStart(HKEY settings) {
+    DWORD type = 0;
+    DWORD starts = 0;
+    DWORD cbStarts = sizeof starts;
+    if (RegQueryValueExW(settings, kStartsValue, nullptr, &type, reinterpret_cast<BYTE*>(&starts),
+                         &cbStarts) != ERROR_SUCCESS ||
+        type != REG_DWORD) {
+        starts = 0;
+    }
+    return SetNumber(settings, kStartsValue, starts + 1);
+}
+
+}  // namespace
+
+int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR, int) {
+    HKEY settings = OpenSettings();
+    if (!settings) return 1;
+    const LPCWSTR option = __argc > 1 ? __wargv[1] : TEXT("");
+    bool done = false;
+    if (wcscmp(option, TEXT("-regonly")) == 0) {
+        done = Register(settings);
+    } else if (wcscmp(option, TEXT("-unregonly")) == 0) {
+        done = Unregister(settings);
+    } else {
+        done = CountStart(settings);
+    }
+    RegCloseKey(settings);
+    return done ? 0 : 1;
+}

@@ -1,0 +1,34 @@
+#!/usr/bin/env bash
+# Checks a built setup.exe for Windows: size, imports, manifest and the protections in its headers.
+set -euo pipefail
+program=$1
+most_bytes=$((400 * 1024))
+system_dlls='ADVAPI32 COMCTL32 COMDLG32 GDI32 KERNEL32 MSVCRT OLE32 SHELL32 USER32'
+
+fail() {
+    echo "$program: $*" >&2
+    exit 1
+}
+
+copy=$(mktemp)
+trap 'rm -f "$copy"' EXIT
+x86_64-w64-mingw32-strip -o "$copy" "$program"
+size=$(stat -c %s "$copy")
+[ "$size" -le "$most_bytes" ] || fail "$size bytes stripped, more than $most_bytes"
+
+headers=$(x86_64-w64-mingw32-objdump -x "$program")
+imports=$(sed -n 's/^\s*DLL Name: \(.*\)\.dll$/\U\1/Ip' <<<"$headers" | sort -u)
+[ -n "$imports" ] || fail 'no imports found'
+for dll in $imports; do
+    [[ " $system_dlls " == *" $dll "* ]] || fail "imports $dll.dll"
+done
+for protection in HIGH_ENTROPY_VA DYNAMIC_BASE NX_COMPAT; do
+    grep -q "$protection" <<<"$headers" || fail "without $protection"
+done
+# Without relocations no address is ever randomised, whatever the header promises.
+grep -q ' \.reloc ' <<<"$headers" || fail 'without relocations'
+for entry in requireAdministrator '<dpiAware[^>]*>true' e2011457-1546-43c5-a5fe-008deee3d3f0 \
+    35138b9a-5d96-4fbd-8e2d-a2440225f93a; do
+    grep -aq -- "$entry" "$program" || fail "its manifest lacks $entry"
+done
+echo "$program: $size bytes stripped; imports ${imports//$'\n'/ }"

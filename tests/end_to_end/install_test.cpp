@@ -1,0 +1,220 @@
+#include "end_to_end/run.h"
+
+namespace {
+
+constexpr char kTarget[] = "<Scratch>\\Qantivo";
+
+// Over a folder that the command line names, setup clears the ground first, as over an earlier installation:
+// the folders of "Make Dir: " records that are not there yet are marked, and the marks later find them in
+// use.
+State FolderMarks(const std::string& target) {
+    return {{"mark 001", "delete " + target + "\\x64"}, {"mark 002", "delete " + target + "\\Samples"}};
+}
+
+class Install : public EndToEndTest {};
+
+TEST_F(Install, FreshForAllUsers) {
+    EXPECT_EQ(Setup(TEXT("-s -autostart")), 0u);
+    const Plan plan = {.target = "C:\\Program Files\\Qantivo 8", .allUsers = true, .autoStart = true};
+    EXPECT_TRUE(Same(Installed(plan), Changes()));
+}
+
+TEST_F(Install, IntoAFolderOfItsOwnForTheCurrentUser) {
+    EXPECT_EQ(Setup(TEXT("-s -instdir C:\\Scratch\\Qantivo -nodeskico")), 0u);
+    EXPECT_TRUE(Same(With(Installed({.desktopIcon = false}), FolderMarks(kTarget)), Changes()));
+}
+
+TEST_F(Install, PortableWithTheParentsRecords) {
+    EXPECT_EQ(Setup(TEXT("-s -instport C:\\Scratch\\Stick\\Qantivo")), 0u);
+    const std::string folder = "<Scratch>\\Stick\\Qantivo";
+    const State expected = With(PortableFiles(folder), {{"<Scratch>\\Stick\\", "folder"}});
+    EXPECT_TRUE(Same(With(expected, FolderMarks(folder)), Changes()));
+    EXPECT_EQ(FileBytes(kScratch + TEXT("\\Stick\\Qantivo\\QtvUnInst.log")),
+              FileBytes(package + TEXT("\\QtvUnInst.log")).value_or("") + "\r\n");
+}
+
+// The log is the manifest to the byte, an empty line, and what was made outside the folder.
+TEST_F(Install, LeavesTheManifestAsTheLog) {
+    Setup(TEXT("-s -instdir C:\\Scratch\\Qantivo"));
+    const std::string manifest = FileBytes(package + TEXT("\\QtvUnInst.log")).value_or("");
+    const std::string log = FileBytes(target + TEXT("\\QtvUnInst.log")).value_or("");
+    ASSERT_TRUE(log.starts_with(manifest));
+    EXPECT_EQ(Neutral(log.substr(manifest.size())),
+              "\r\n"
+              "Made Dir: <Programs>\\Qantivo 8\r\n"
+              "Shell Link: <Programs>\\Qantivo 8\\Qantivo 8.lnk\r\n"
+              "Shell Link: <Programs>\\Qantivo 8\\Qantivo 8 Help.lnk\r\n"
+              "Shell Link: <Desktop>\\Qantivo 8.lnk\r\n");
+}
+
+// However its lines end, a manifest installs the same files.
+TEST_F(Install, TakesAnyLineEnd) {
+    const Text path = package + TEXT("\\QtvUnInst.log");
+    const std::string crlf = FileBytes(path).value_or("");
+    ASSERT_TRUE(crlf.ends_with("\r\n"));
+    std::string lf = crlf;
+    std::erase(lf, '\r');
+    State expected = InstalledFiles(kTarget);
+    expected.erase("<Scratch>\\Qantivo\\QtvUnInst.log");
+    for (const std::string& manifest : {crlf, lf, crlf.substr(0, crlf.size() - 2)}) {
+        MakeFile(path, manifest);
+        DeleteTree(target);
+        Setup(TEXT("-s -instdir C:\\Scratch\\Qantivo"));
+        State files;
+        for (const auto& [name, what] : Changes())
+            if (name.starts_with(kTarget) && !name.ends_with(".log")) files[name] = what;
+        EXPECT_TRUE(Same(expected, files));
+    }
+}
+
+TEST_F(Install, TakesTheSettingsBesideThePackageAndStartsTheProduct) {
+    MakeFile(kScratch + TEXT("\\dl\\QtvApp8.ini"), "settings");
+    MakeFile(kScratch + TEXT("\\dl\\QtvApp8.reg"), "more settings");
+    Rebase();
+    EXPECT_EQ(Setup(TEXT("-s -sfxname=C:\\Scratch\\dl\\pkg.exe -runafter")), 0u);
+    const Plan plan = {.target = "C:\\Program Files\\Qantivo 8", .allUsers = true};
+    State expected =
+        With(Installed(plan), {{"<user>\\Software\\Lorvanta\\Qantivo 8\\ : Starts", "REG_DWORD 1"}});
+    State changes = Changes();
+    for (const char* name : {"QtvApp8.ini", "QtvApp8.reg"}) {
+        EXPECT_EQ(changes.erase(plan.target + "\\" + name), 1u);
+        EXPECT_EQ(FileBytes(Where(plan.target + "\\" + name)),
+                  FileBytes(kScratch + TEXT("\\dl\\") + Text(name, name + 11)));
+    }
+    EXPECT_TRUE(Same(expected, changes));
+}
+
+// Records of the package's own folder: files stay as they are, and the records go onto the manifest itself.
+TEST_F(Install, FromInsideTheTargetFolder) {
+    const std::string manifest = FileBytes(package + TEXT("\\QtvUnInst.log")).value_or("");
+    EXPECT_EQ(Setup(TEXT("-s -instdir C:\\Scratch\\package")), 0u);
+    State expected = Installed({.target = "<Scratch>\\package"});
+    for (auto it = expected.begin(); it != expected.end();)
+        it = it->first.starts_with("<Scratch>\\package") ? expected.erase(it) : std::next(it);
+    expected["<Scratch>\\package\\readme.txt"] = "= readme-en.txt";
+    expected["<Scratch>\\package\\QtvUnInst.log"] = "the log";
+    expected["mark 001"] = "delete <Scratch>\\package\\x64";
+    expected["mark 002"] = "delete <Scratch>\\package\\Samples";
+    EXPECT_TRUE(Same(expected, Changes()));
+    EXPECT_TRUE(FileBytes(package + TEXT("\\QtvUnInst.log"))->starts_with(manifest + "\r\nMade Dir: "));
+}
+
+// Without its manifest or with an application of no version a package is damaged; nothing is touched.
+TEST_F(Install, RefusesADamagedPackage) {
+    for (const Text& missing : {Text(TEXT("\\QtvUnInst.log")), Text(TEXT("\\QtvApp8.exe"))}) {
+        const Text path = package + missing;
+        ASSERT_TRUE(MoveFileW(path.c_str(), (kScratch + TEXT("\\away")).c_str()));
+        Rebase();
+        const BoxAnswers answers({IDOK});
+        EXPECT_EQ(Setup(TEXT("-s")), 1u);
+        EXPECT_TRUE(Same({}, Changes()));
+        ASSERT_EQ(answers.Shown().size(), 1u);
+        EXPECT_EQ(answers.Shown()[0].caption, TEXT("Qantivo 8"));
+        EXPECT_EQ(answers.Shown()[0].text.find(TEXT("This setup files are damaged, installation aborted.")),
+                  0u);
+        ASSERT_TRUE(MoveFileW((kScratch + TEXT("\\away")).c_str(), path.c_str()));
+    }
+}
+
+// ---- over an earlier installation, which is for all users in the default folder ----
+
+class Update : public EndToEndTest {
+  protected:
+    void InstallEarlier(unsigned minor) {
+        const Text application = package + TEXT("\\QtvApp8.exe");
+        SetFileVersion(application, 8, minor, 2, 0);
+        EXPECT_EQ(Setup(TEXT("-s")), 0u);
+        SetFileVersion(application, 8, 5, 2, 0);
+    }
+    Text Installed8(const Text& name) const { return folder + TEXT("\\") + name; }
+
+    const Text folder = TEXT("C:\\Program Files\\Qantivo 8");
+    const Plan plan = {.target = "C:\\Program Files\\Qantivo 8", .allUsers = true};
+    // The clean-up of an update passes over folders with files in them, but marks them; x64 holds none.
+    const State marks = {{"mark 001", "delete C:\\Program Files\\Qantivo 8\\Samples"}};
+};
+
+TEST_F(Update, ReplacesAnyVersionSilently) {
+    for (const unsigned minor : {4u, 5u, 6u}) {
+        InstallEarlier(minor);
+        MakeFile(Installed8(TEXT("QtvApp8Man.hlp")), "help of an earlier version");
+        MakeFile(Installed8(TEXT("QtvApp8Man.chm")), "help of an earlier version");
+        EXPECT_EQ(Setup(TEXT("-s")), 0u);
+        State changes = Changes();
+        for (int number = 2; number <= 5; ++number)
+            changes.erase("mark 00" + std::to_string(number));
+        EXPECT_TRUE(Same(With(Installed(plan), marks), changes)) << "over 8." << minor;
+    }
+}
+
+// Group and Startup choice come from the earlier log and folders; only the older log names them here.
+TEST_F(Update, KeepsANestedGroupThatTheOlderLogNames) {
+    InstallEarlier(4);
+    const Text programs = Where("<CommonPrograms>");
+    MakeFolder(programs + TEXT("\\Qantivo Imaging"));
+    ASSERT_TRUE(MoveFileW((programs + TEXT("\\Qantivo 8")).c_str(),
+                          (programs + TEXT("\\Qantivo Imaging\\Pictures")).c_str()));
+    std::string log = FileBytes(Installed8(TEXT("QtvUnInst.log"))).value_or("");
+    for (std::size_t at; (at = log.find("\\Programs\\Qantivo 8")) != log.npos;)
+        log.replace(at, 19, "\\Programs\\Qantivo Imaging\\Pictures");
+    MakeFile(Installed8(TEXT("install.log")), log);
+    ASSERT_TRUE(DeleteFileW(Installed8(TEXT("QtvUnInst.log")).c_str()));
+    MakeFile(Where("<Startup>\\Qantivo 8.lnk"));
+    Rebase();
+
+    EXPECT_EQ(Setup(TEXT("-s")), 0u);
+    State changes = Changes();
+    EXPECT_EQ(changes["<CommonStartup>\\Qantivo 8.lnk"],
+              "shortcut to C:\\Program Files\\Qantivo 8\\QtvApp8.exe in <Pictures>");
+    EXPECT_EQ(Neutral(FileBytes(Installed8(TEXT("QtvUnInst.log"))).value_or(""))
+                  .find("\r\nMade Dir: <CommonPrograms>\\Qantivo Imaging\\Pictures\r\n"),
+              FileBytes(package + TEXT("\\QtvUnInst.log"))->size());
+    // The shortcuts were deleted and made again, the older log stays as it is.
+    EXPECT_TRUE(Exists(programs + TEXT("\\Qantivo Imaging\\Pictures\\Qantivo 8.lnk")));
+    EXPECT_EQ(FileBytes(Installed8(TEXT("install.log"))), log);
+    EXPECT_FALSE(Exists(programs + TEXT("\\Qantivo 8")));
+}
+
+// A file that can be moved aside is replaced at once; one that can't waits for the next start of the machine.
+TEST_F(Update, SurvivesFilesInUse) {
+    InstallEarlier(4);
+    const Text help = Installed8(TEXT("QtvApp8Man.chm"));
+    MakeFile(help, "help of an earlier version");
+    const HMODULE loaded = LoadLibraryW(Installed8(TEXT("ThumbQvi32.dll")).c_str());
+    ASSERT_TRUE(loaded);
+    {
+        const HeldFile held(help, Hold::NoDelete);
+        EXPECT_EQ(Setup(TEXT("-s")), 0u);
+    }
+    const std::string target = plan.target;
+    const State pending = {
+        {target + "\\QtvApp8Man.chm", ""},  // still the earlier one, looked at below
+        {target + "\\QtvApp8Man.chm.new", "= QtvApp8Man.chm"},
+        {target + "\\ThumbQvi32.dll.old", "= ThumbQvi32.dll"},
+        {"mark 001", "delete " + target + "\\Samples"},
+        {"mark 002", "delete " + target + "\\QtvApp8Man.chm"},
+        {"mark 003", "move " + target + "\\QtvApp8Man.chm.new to " + target + "\\QtvApp8Man.chm"},
+        {"mark 004", "delete " + target + "\\ThumbQvi32.dll.old"},
+    };
+    State changes = Changes();
+    EXPECT_EQ(changes.erase(target + "\\QtvApp8Man.chm"), 1u);
+    EXPECT_EQ(FileBytes(help), "help of an earlier version");
+    EXPECT_TRUE(Same(With(Installed(plan), pending), changes));
+
+    FreeLibrary(loaded);
+    RestartMachine();
+    EXPECT_TRUE(Same(Installed(plan), Changes()));
+}
+
+// A second run over the first leaves the same machine, with the same log.
+TEST_F(Update, RunTwiceIsRunOnce) {
+    Setup(TEXT("-s -instdir C:\\Scratch\\Qantivo"));
+    const auto log = FileBytes(target + TEXT("\\QtvUnInst.log"));
+    RestartMachine();
+    Setup(TEXT("-s"));
+    EXPECT_EQ(FileBytes(target + TEXT("\\QtvUnInst.log")), log);
+    // The restart took the empty x64 folder, so that it is missing and marked again.
+    EXPECT_TRUE(Same(With(Installed({}), FolderMarks(kTarget)), Changes()));
+}
+
+}  // namespace

@@ -1,0 +1,287 @@
+#include "end_to_end/run.h"
+
+#include <shlobj.h>
+
+std::string Narrow(const Text& text) {
+    return {text.begin(), text.end()};
+}
+
+namespace {
+
+std::string ShellFolder(int folder) {
+    WCHAR path[MAX_PATH] = {};
+    (void)SHGetFolderPathW(nullptr, folder | CSIDL_FLAG_CREATE, nullptr, SHGFP_TYPE_CURRENT, path);
+    return Narrow(path);
+}
+
+std::string TemporaryFolder() {
+    WCHAR path[MAX_PATH] = {};
+    EXPECT_NE(GetTempPathW(MAX_PATH, path), 0u);
+    const std::string folder = Narrow(path);
+    return folder.substr(0, folder.size() - 1);
+}
+
+// The key of the current user below HKEY_USERS.
+std::string CurrentUser() {
+    const Text probe = TEXT("Software\\EndToEndProbe");
+    HKEY key;
+    EXPECT_EQ(RegCreateKeyW(HKEY_CURRENT_USER, probe.c_str(), &key), ERROR_SUCCESS);
+    RegCloseKey(key);
+    std::string found;
+    WCHAR name[256];
+    for (DWORD index = 0; RegEnumKeyW(HKEY_USERS, index, name, 256) == ERROR_SUCCESS; ++index) {
+        if (RegOpenKeyExW(HKEY_USERS, (name + (TEXT("\\") + probe)).c_str(), 0, KEY_READ, &key) !=
+            ERROR_SUCCESS)
+            continue;
+        RegCloseKey(key);
+        found = Narrow(name);
+    }
+    EXPECT_EQ(RegDeleteKeyW(HKEY_CURRENT_USER, probe.c_str()), ERROR_SUCCESS);
+    return found;
+}
+
+// Longer paths first, since the Startup folders lie below the Programs folders.
+const std::vector<std::pair<std::string, std::string>>& Names() {
+    static const std::vector<std::pair<std::string, std::string>> names = {
+        {ShellFolder(CSIDL_COMMON_STARTUP), "<CommonStartup>"},
+        {ShellFolder(CSIDL_STARTUP), "<Startup>"},
+        {ShellFolder(CSIDL_COMMON_PROGRAMS), "<CommonPrograms>"},
+        {ShellFolder(CSIDL_PROGRAMS), "<Programs>"},
+        {ShellFolder(CSIDL_COMMON_DESKTOPDIRECTORY), "<CommonDesktop>"},
+        {ShellFolder(CSIDL_DESKTOP), "<Desktop>"},
+        {ShellFolder(CSIDL_MYPICTURES), "<Pictures>"},
+        {TemporaryFolder(), "<Temp>"},
+        {"C:\\Scratch", "<Scratch>"},
+        {"HKU\\" + CurrentUser(), "<user>"},
+    };
+    return names;
+}
+
+std::string Replaced(std::string text, const std::string& from, const std::string& to) {
+    for (std::size_t at = 0; (at = text.find(from, at)) != text.npos; at += to.size())
+        text.replace(at, from.size(), to);
+    return text;
+}
+
+// The shell keeps lists of its own that change whenever somebody asks for a folder, and 64-bit Windows shows
+// some keys to 32-bit programs a second time.
+bool IsSystemsOwn(const std::string& name) {
+    for (const char* part :
+         {"\\Explorer\\Shell Folders", "\\Explorer\\User Shell Folders", "\\Wow6432Node\\"})
+        if (name.find(part) != name.npos) return true;
+    return false;
+}
+
+std::string FileName(const std::string& path) {
+    return path.substr(path.rfind('\\') + 1);
+}
+
+}  // namespace
+
+const Text EndToEndTest::package = kScratch + TEXT("\\package");
+const Text EndToEndTest::target = kScratch + TEXT("\\Qantivo");
+
+EndToEndTest::EndToEndTest() {
+    ImportFolder(QTV_BUILD_FOLDER "/package", package);
+    DeleteKeyTree(HKEY_LOCAL_MACHINE,
+                  TEXT("SOFTWARE\\Classes\\CLSID\\{5E0C2B7A-8D41-4F69-9C3B-71A6D2E48F15}"));
+    // Every Windows has this list, but not every new Wine prefix.
+    HKEY applications;
+    EXPECT_EQ(RegCreateKeyW(HKEY_LOCAL_MACHINE, TEXT("SOFTWARE\\RegisteredApplications"), &applications),
+              ERROR_SUCCESS);
+    RegCloseKey(applications);
+    Rebase();
+}
+
+void EndToEndTest::Rebase() {
+    m_before = snapshot::Take();
+}
+
+DWORD EndToEndTest::Setup(const Text& arguments) {
+    const Outcome outcome = RunProgram(TEXT("\"") + package + TEXT("\\setup.exe\" ") + arguments, package);
+    EXPECT_TRUE(outcome.started);
+    return outcome.exitCode;
+}
+
+void EndToEndTest::Uninstall(const Text& folder) {
+    EXPECT_TRUE(RunProgram(TEXT("\"") + folder + TEXT("\\QtvUnInst.exe\"")).started);
+}
+
+State EndToEndTest::Changes() const {
+    const snapshot::Snapshot now = snapshot::Take();
+    const std::string packageFolder = Narrow(package) + "\\";
+    // By name first: setup program and uninstaller are the same bytes.
+    const auto origin = [&](const std::string& name, const std::string& what) -> std::string {
+        std::string other;
+        for (auto it = m_before.lower_bound(packageFolder);
+             it != m_before.end() && it->first.starts_with(packageFolder); ++it) {
+            if (it->second != what) continue;
+            if (FileName(it->first) == FileName(name)) return it->first.substr(packageFolder.size());
+            other = it->first.substr(packageFolder.size());
+        }
+        return other;
+    };
+    State changes;
+    for (const auto& change : snapshot::Compare(m_before, now)) {
+        if (IsSystemsOwn(change.name)) continue;
+        std::string what = change.kind == '-' ? "gone" : change.after;
+        if (what.starts_with("file "))
+            if (const std::string source = origin(change.name, what); !source.empty()) what = "= " + source;
+        changes[Neutral(change.name)] = Neutral(what);
+    }
+    return changes;
+}
+
+State InstalledFiles(const std::string& target) {
+    State state;
+    for (const char* name : {"HomePage.url", "QtvApp8.exe", "QtvApp8Man.chm", "QtvUnInst.exe",
+                             "Samples\\meadow.bmp", "Samples\\mountains.png", "Samples\\sunset.jpg",
+                             "Samples\\tiles.gif", "ThumbQvi32.dll", "ThumbQviXP32.dll", "runtime9.dll"})
+        state[target + "\\" + name] = "= " + std::string(name);
+    state[target + "\\readme.txt"] = "= readme-en.txt";
+    state[target + "\\"] = state[target + "\\Samples\\"] = state[target + "\\x64\\"] = "folder";
+    state[target + "\\QtvUnInst.log"] = "the log";
+    return state;
+}
+
+State PortableFiles(const std::string& target) {
+    State state = InstalledFiles(target);
+    state[target + "\\x64\\ThumbQvi64.dll"] = "= x64\\ThumbQvi64.dll";
+    state[target.substr(0, target.rfind('\\')) + "\\StartQV8.exe"] = "= StartQV8.exe";
+    return state;
+}
+
+namespace {
+
+State Shortcuts(const Plan& plan) {
+    const std::string common = plan.allUsers ? "Common" : "";
+    const std::string application = "shortcut to " + plan.target + "\\QtvApp8.exe in <Pictures>";
+    const std::string programs = "<" + common + "Programs>";
+    State state;
+    for (std::size_t end = 0; end != std::string::npos;) {
+        end = plan.group.find('\\', end + 1);
+        state[programs + "\\" + plan.group.substr(0, end) + "\\"] = "folder";
+    }
+    state[programs + "\\" + plan.group + "\\Qantivo 8.lnk"] = application;
+    state[programs + "\\" + plan.group + "\\Qantivo 8 Help.lnk"] =
+        "shortcut to " + plan.target + "\\QtvApp8Man.chm";
+    if (plan.desktopIcon) state["<" + common + "Desktop>\\Qantivo 8.lnk"] = application;
+    if (plan.autoStart) state["<" + common + "Startup>\\Qantivo 8.lnk"] = application;
+    return state;
+}
+
+std::string Sz(const std::string& text) {
+    return "REG_SZ \"" + text + "\"";
+}
+
+void AddKey(State& state, const std::string& key, const State& values) {
+    state[key] = "key";
+    for (const auto& [name, what] : values)
+        state[key + " : " + name] = what;
+}
+
+State Registry(const Plan& plan) {
+    const std::string application = plan.target + "\\QtvApp8.exe";
+    const std::string open = "\"" + application + "\" \"%1\"";
+    const std::string software = "HKLM\\SOFTWARE\\";
+    State state;
+    AddKey(state, software + "Lorvanta\\", {});
+    AddKey(state, software + "Lorvanta\\Qantivo 8\\",
+           {{"AllUsers", Sz(plan.allUsers ? "B" : "A")}, {"Path", Sz(plan.target)}});
+    AddKey(state, software + "Lorvanta\\Qantivo 8\\Capabilities\\", {});
+    State extensions;
+    for (const char* extension : {".bmp", ".dib", ".gif", ".jpg", ".jpeg", ".tif", ".tiff", ".png", ".cmp",
+                                  ".tga", ".wpg", ".jp2", ".j2k", ".qvi"})
+        extensions[extension] = Sz("Qantivo.8");
+    AddKey(state, software + "Lorvanta\\Qantivo 8\\Capabilities\\FileAssociations\\", extensions);
+    state[software + "RegisteredApplications\\ : Qantivo.8"] =
+        Sz("SOFTWARE\\Lorvanta\\Qantivo 8\\Capabilities");
+    AddKey(state, software + "Microsoft\\Windows\\CurrentVersion\\App Paths\\QtvApp8.exe\\",
+           {{"(default)", Sz(application)}, {"Path", Sz(plan.target)}});
+    AddKey(state, software + "Microsoft\\Windows\\CurrentVersion\\Uninstall\\Qantivo 8\\",
+           {{"Contact", Sz("Support")},
+            {"DisplayName", Sz("Qantivo 8")},
+            {"DisplayVersion", Sz("8.05.02")},
+            {"InstallLocation", Sz(plan.target)},
+            {"MajorVersion", "REG_DWORD 8"},
+            {"MinorVersion", "REG_DWORD 5"},
+            {"Publisher", Sz("Lorvanta Technology LLC")},
+            {"UninstallString", Sz(plan.target + "\\QtvUnInst.exe")},
+            {"URLInfoAbout", Sz("http://www.lorvanta.example/qantivo/")},
+            {"VersionMajor", Sz("8")},
+            {"VersionMinor", Sz("5")}});
+    for (const char* progId : {"Qantivo.8\\", "Applications\\QtvApp8.exe\\"}) {
+        std::string key = software + "Classes\\" + progId;
+        AddKey(state, key, {});
+        AddKey(state, key += "shell\\", {});
+        AddKey(state, key += "open\\", {});
+        AddKey(state, key += "command\\", {{"(default)", Sz(open)}});
+    }
+    return state;
+}
+
+// What the application and the thumbnail handler of the sample package register by themselves.
+State OwnRegistration(const Plan& plan) {
+    State state;
+    AddKey(state, "<user>\\Software\\Lorvanta\\", {});
+    AddKey(state, "<user>\\Software\\Lorvanta\\Qantivo 8\\",
+           {{"Registered", "REG_DWORD 1"}, {"RegisteredPath", Sz(plan.target + "\\QtvApp8.exe")}});
+    const std::string handler = "HKLM\\SOFTWARE\\Classes\\CLSID\\{5E0C2B7A-8D41-4F69-9C3B-71A6D2E48F15}\\";
+    AddKey(state, handler, {{"(default)", Sz("Qantivo thumbnails")}});
+    AddKey(state, handler + "InprocServer32\\",
+           {{"(default)", Sz(plan.target + "\\ThumbQvi32.dll")}, {"ThreadingModel", Sz("Apartment")}});
+    return state;
+}
+
+}  // namespace
+
+State Installed(const Plan& plan) {
+    State state = InstalledFiles(plan.target);
+    for (const State& part : {Shortcuts(plan), Registry(plan), OwnRegistration(plan)})
+        state = With(std::move(state), part);
+    return state;
+}
+
+State With(State base, const State& more) {
+    for (const auto& [name, what] : more) {
+        if (what.empty())
+            base.erase(name);
+        else
+            base[name] = what;
+    }
+    return base;
+}
+
+::testing::AssertionResult Same(const State& expected, const State& actual) {
+    std::string difference;
+    for (const auto& [name, what] : expected) {
+        const auto found = actual.find(name);
+        if (found == actual.end())
+            difference += "missing:    " + name + "   " + what + "\n";
+        else if (found->second != what && what != "the log")
+            difference += "differs:    " + name + "   " + found->second + "\n   expected " + what + "\n";
+    }
+    for (const auto& [name, what] : actual)
+        if (!expected.contains(name)) difference += "unexpected: " + name + "   " + what + "\n";
+    if (difference.empty()) return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << "\n" << difference;
+}
+
+std::string Neutral(std::string text) {
+    for (const auto& [path, name] : Names())
+        text = Replaced(std::move(text), path, name);
+    // The temporary copy's name has a number of the system's choosing.
+    const auto copy = text.find("<Temp>\\uni");
+    const auto end = copy == text.npos ? copy : text.find(".tmp", copy);
+    return end == text.npos ? text : text.replace(copy, end + 4 - copy, "<copy>");
+}
+
+Text Where(std::string text) {
+    for (const auto& [path, name] : Names())
+        text = Replaced(std::move(text), name, path);
+    return {text.begin(), text.end()};
+}
+
+void AppendBytes(const Text& path, const std::string& bytes) {
+    MakeFile(path, FileBytes(path).value_or("") + bytes);
+}

@@ -1,0 +1,54 @@
+// snapshot                  prints what this machine holds
+// snapshot BEFORE AFTER     prints what changed between two printed snapshots, in a form that a person likes
+// to read
+#include <windows.h>
+
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+
+#include "snapshot/snapshot.h"
+
+namespace {
+
+std::string ReadWhole(LPCWSTR path) {
+    std::string text;
+    if (FILE* file = _wfopen(path, TEXT("rb"))) {
+        char buffer[4096];
+        for (std::size_t count; (count = std::fread(buffer, 1, sizeof buffer, file)) > 0;)
+            text.append(buffer, count);
+        std::fclose(file);
+    }
+    return text;
+}
+
+void Print(const std::string& text) {
+    (void)std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
+void PrintChanges(const std::vector<snapshot::Change>& changes) {
+    for (const auto& change : changes) {
+        Print(std::string(1, change.kind) + " " + change.name + "   ");
+        Print(change.kind == '*'   ? change.before + "  ->  " + change.after
+              : change.kind == '+' ? change.after
+                                   : "was " + change.before);
+        Print("\n");
+    }
+    if (changes.empty()) Print("nothing changed\n");
+}
+
+}  // namespace
+
+int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR, int) {
+    if (__argc == 1) {
+        Print(snapshot::ToText(snapshot::Take()));
+        return 0;
+    }
+    if (__argc != 3) {
+        Print("usage: snapshot [BEFORE AFTER]\n");
+        return 2;
+    }
+    PrintChanges(snapshot::Compare(snapshot::FromText(ReadWhole(__wargv[1])),
+                                   snapshot::FromText(ReadWhole(__wargv[2]))));
+    return 0;
+}

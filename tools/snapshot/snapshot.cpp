@@ -1,0 +1,297 @@
+#include "snapshot/snapshot.h"
+
+#include <shlobj.h>
+#include <windows.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <sstream>
+
+namespace snapshot {
+
+namespace {
+
+using Wide = std::basic_string<WCHAR>;
+
+std::string Narrow(const Wide& text) {
+    std::string out;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        std::uint32_t code = static_cast<std::uint16_t>(text[i]);
+        if (code >= 0xD800 && code < 0xDC00 && i + 1 < text.size())
+            code = 0x10000 + ((code - 0xD800) << 10) +
+                   ((static_cast<std::uint16_t>(text[++i]) - 0xDC00u) & 0x3FF);
+        const int trailing = code < 0x80 ? 0 : code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
+        static constexpr unsigned char kLead[] = {0, 0xC0, 0xE0, 0xF0};
+        out += static_cast<char>(kLead[trailing] | (code >> (6 * trailing)));
+        for (int shift = 6 * (trailing - 1); shift >= 0; shift -= 6)
+            out += static_cast<char>(0x80 | ((code >> shift) & 0x3F));
+    }
+    return out;
+}
+
+// Line feeds, tabs and other control characters would break the one-line form.
+std::string Escaped(const std::string& text) {
+    static constexpr char kDigits[] = "0123456789abcdef";
+    std::string out;
+    for (const char byte : text) {
+        const auto code = static_cast<unsigned char>(byte);
+        if (code >= 0x20) {
+            out += byte;
+        } else {
+            out += "\\x";
+            out += kDigits[code >> 4];
+            out += kDigits[code & 15];
+        }
+    }
+    return out;
+}
+
+std::string Hex(std::uint64_t number, int digits) {
+    static constexpr char kDigits[] = "0123456789abcdef";
+    std::string out;
+    for (int shift = 4 * (digits - 1); shift >= 0; shift -= 4)
+        out += kDigits[(number >> shift) & 15];
+    return out;
+}
+
+// FNV-1a: tells changes, not attacks.
+constexpr std::uint64_t kDigestStart = 0xcbf29ce484222325u;
+constexpr std::uint64_t kDigestPrime = 0x100000001b3u;
+
+std::string FileWhat(const Wide& path, DWORD attributes) {
+    std::string what = "file ";
+    if (attributes & FILE_ATTRIBUTE_READONLY) what += 'R';
+    if (attributes & FILE_ATTRIBUTE_HIDDEN) what += 'H';
+    if (attributes & FILE_ATTRIBUTE_SYSTEM) what += 'S';
+    if (what.back() != ' ') what += ' ';
+    const HANDLE file =
+        CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                    nullptr, OPEN_EXISTING, 0, nullptr);
+    if (file == INVALID_HANDLE_VALUE) return what + "held";
+    std::uint64_t digest = kDigestStart;
+    std::uint64_t size = 0;
+    std::vector<BYTE> buffer(1 << 16);
+    DWORD cbRead = 0;
+    while (ReadFile(file, buffer.data(), static_cast<DWORD>(buffer.size()), &cbRead, nullptr) && cbRead > 0) {
+        for (DWORD i = 0; i < cbRead; ++i)
+            digest = (digest ^ buffer[i]) * kDigestPrime;
+        size += cbRead;
+    }
+    CloseHandle(file);
+    return what + std::to_string(size) + " bytes " + Hex(digest, 16);
+}
+
+// The link's target and working folder; empty when the file is no shortcut that the shell reads.
+std::string ShortcutWhat(const Wide& path) {
+    IShellLinkW* link = nullptr;
+    if (FAILED(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
+                                reinterpret_cast<void**>(&link))))
+        return {};
+    std::string what;
+    IPersistFile* file = nullptr;
+    if (SUCCEEDED(link->QueryInterface(IID_IPersistFile, reinterpret_cast<void**>(&file)))) {
+        WCHAR target[MAX_PATH] = {};
+        WCHAR folder[MAX_PATH] = {};
+        if (SUCCEEDED(file->Load(path.c_str(), 0)) &&
+            SUCCEEDED(link->GetPath(target, MAX_PATH, nullptr, SLGP_RAWPATH))) {
+            what = "shortcut to " + Narrow(target);
+            if (SUCCEEDED(link->GetWorkingDirectory(folder, MAX_PATH)) && folder[0])
+                what += " in " + Narrow(folder);
+        }
+        file->Release();
+    }
+    link->Release();
+    return what;
+}
+
+bool EndsIn(const Wide& text, const Wide& end) {
+    return text.size() >= end.size() && _wcsicmp(text.c_str() + text.size() - end.size(), end.c_str()) == 0;
+}
+
+// The system's own folders are not looked into: setup has no business there, and they are large.
+bool IsSystemFolder(const Wide& parent, const WCHAR* name) {
+    if (_wcsicmp(parent.c_str(), TEXT("C:\\")) == 0) return false;
+    return _wcsicmp(parent.c_str(), TEXT("C:\\Windows\\")) == 0 && _wcsicmp(name, TEXT("Temp")) != 0;
+}
+
+void TakeFolder(Snapshot& snapshot, const Wide& folder) {
+    WIN32_FIND_DATAW data;
+    const HANDLE find = FindFirstFileW((folder + TEXT("*")).c_str(), &data);
+    if (find == INVALID_HANDLE_VALUE) return;
+    do {
+        if (wcscmp(data.cFileName, TEXT(".")) == 0 || wcscmp(data.cFileName, TEXT("..")) == 0) continue;
+        const Wide path = folder + data.cFileName;
+        if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
+            if (IsSystemFolder(folder, data.cFileName)) continue;
+            snapshot[Narrow(path) + "\\"] = "folder";
+            TakeFolder(snapshot, path + TEXT("\\"));
+            continue;
+        }
+        std::string what;
+        if (EndsIn(path, TEXT(".lnk"))) what = ShortcutWhat(path);
+        snapshot[Narrow(path)] = what.empty() ? FileWhat(path, data.dwFileAttributes) : what;
+    } while (FindNextFileW(find, &data));
+    FindClose(find);
+}
+
+std::string ValueWhat(DWORD type, const std::vector<BYTE>& data) {
+    const auto text = [&] {
+        Wide wide(data.size() / sizeof(WCHAR), WCHAR{0});
+        std::memcpy(wide.data(), data.data(), wide.size() * sizeof(WCHAR));
+        while (!wide.empty() && wide.back() == 0)
+            wide.pop_back();
+        return "\"" + Escaped(Narrow(wide)) + "\"";
+    };
+    switch (type) {
+        case REG_SZ:
+            return "REG_SZ " + text();
+        case REG_EXPAND_SZ:
+            return "REG_EXPAND_SZ " + text();
+        case REG_DWORD:
+            if (data.size() == sizeof(DWORD)) {
+                DWORD number;
+                std::memcpy(&number, data.data(), sizeof number);
+                return "REG_DWORD " + std::to_string(number);
+            }
+            [[fallthrough]];
+        default: {
+            std::string what = "type " + std::to_string(type);
+            for (const BYTE byte : data)
+                what += " " + Hex(byte, 2);
+            return what;
+        }
+    }
+}
+
+void TakeKey(Snapshot& snapshot, HKEY key, const std::string& name) {
+    static constexpr DWORD kNameChars = 16384;
+    std::vector<WCHAR> valueName(kNameChars);
+    std::vector<BYTE> data(1 << 16);
+    for (DWORD index = 0;; ++index) {
+        DWORD cchName = kNameChars;
+        DWORD cbData = static_cast<DWORD>(data.size());
+        DWORD type = 0;
+        const LSTATUS status =
+            RegEnumValueW(key, index, valueName.data(), &cchName, nullptr, &type, data.data(), &cbData);
+        if (status == ERROR_MORE_DATA) continue;
+        if (status != ERROR_SUCCESS) break;
+        const std::string shown = cchName ? Escaped(Narrow(valueName.data())) : "(default)";
+        snapshot[name + " : " + shown] =
+            ValueWhat(type, {data.begin(), data.begin() + static_cast<std::ptrdiff_t>(cbData)});
+    }
+    WCHAR subName[512];
+    for (DWORD index = 0; RegEnumKeyW(key, index, subName, 512) == ERROR_SUCCESS; ++index) {
+        HKEY subKey = nullptr;
+        if (RegOpenKeyExW(key, subName, 0, KEY_READ, &subKey) != ERROR_SUCCESS) continue;
+        const std::string below = name + Escaped(Narrow(subName)) + "\\";
+        snapshot[below] = "key";
+        TakeKey(snapshot, subKey, below);
+        RegCloseKey(subKey);
+    }
+}
+
+void TakeTree(Snapshot& snapshot, HKEY hive, LPCWSTR path, const std::string& name) {
+    HKEY key = nullptr;
+    if (RegOpenKeyExW(hive, path, 0, KEY_READ, &key) != ERROR_SUCCESS) return;
+    snapshot[name] = "key";
+    TakeKey(snapshot, key, name);
+    RegCloseKey(key);
+}
+
+void TakeUsers(Snapshot& snapshot) {
+    WCHAR user[512];
+    for (DWORD index = 0; RegEnumKeyW(HKEY_USERS, index, user, 512) == ERROR_SUCCESS; ++index) {
+        const Wide name = user;
+        // A user's classes are a hive of their own, with the classes at its root.
+        const bool classes = EndsIn(name, TEXT("_Classes"));
+        TakeTree(snapshot, HKEY_USERS, (classes ? name : name + TEXT("\\Software")).c_str(),
+                 "HKU\\" + Narrow(name) + (classes ? "\\" : "\\Software\\"));
+    }
+}
+
+void TakeMarks(Snapshot& snapshot) {
+    HKEY key = nullptr;
+    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, TEXT("SYSTEM\\CurrentControlSet\\Control\\Session Manager"), 0,
+                      KEY_READ, &key) != ERROR_SUCCESS)
+        return;
+    DWORD cbData = 0;
+    const LPCWSTR value = TEXT("PendingFileRenameOperations");
+    if (RegQueryValueExW(key, value, nullptr, nullptr, nullptr, &cbData) == ERROR_SUCCESS) {
+        std::vector<WCHAR> data(cbData / sizeof(WCHAR) + 2);
+        if (RegQueryValueExW(key, value, nullptr, nullptr, reinterpret_cast<LPBYTE>(data.data()), &cbData) ==
+            ERROR_SUCCESS) {
+            const auto shown = [](const WCHAR* path) {
+                std::string text = Narrow(path);
+                if (const auto prefix = text.find("\\??\\"); prefix != text.npos) text.erase(prefix, 4);
+                return text;
+            };
+            const WCHAR* end = data.data() + cbData / sizeof(WCHAR);
+            int number = 0;
+            for (const WCHAR* source = data.data(); source < end && *source;) {
+                const WCHAR* target = source + wcslen(source) + 1;
+                const std::string count = std::to_string(++number);
+                snapshot["mark " + std::string(3 - std::min<std::size_t>(3, count.size()), '0') + count] =
+                    target < end && *target ? "move " + shown(source) + " to " + shown(target)
+                                            : "delete " + shown(source);
+                if (target >= end) break;
+                source = target + wcslen(target) + 1;
+            }
+        }
+    }
+    RegCloseKey(key);
+}
+
+}  // namespace
+
+Snapshot Take() {
+    Snapshot snapshot;
+    // The shell reads shortcuts through COM; a caller that has it already only counts one more use.
+    (void)CoInitialize(nullptr);
+    for (const Wide drive : {TEXT("C:\\"), TEXT("D:\\")})
+        TakeFolder(snapshot, drive);
+    TakeTree(snapshot, HKEY_LOCAL_MACHINE, TEXT("SOFTWARE"), "HKLM\\SOFTWARE\\");
+    TakeUsers(snapshot);
+    TakeMarks(snapshot);
+    return snapshot;
+}
+
+std::vector<Change> Compare(const Snapshot& before, const Snapshot& after) {
+    std::vector<Change> changes;
+    auto old = before.begin();
+    auto now = after.begin();
+    while (old != before.end() || now != after.end()) {
+        if (now == after.end() || (old != before.end() && old->first < now->first)) {
+            changes.push_back({'-', old->first, old->second, {}});
+            ++old;
+        } else if (old == before.end() || now->first < old->first) {
+            changes.push_back({'+', now->first, {}, now->second});
+            ++now;
+        } else {
+            if (old->second != now->second) changes.push_back({'*', now->first, old->second, now->second});
+            ++old;
+            ++now;
+        }
+    }
+    return changes;
+}
+
+std::string ToText(const Snapshot& snapshot) {
+    std::string text;
+    for (const auto& [name, what] : snapshot)
+        text += name + "\t" + what + "\n";
+    return text;
+}
+
+Snapshot FromText(const std::string& text) {
+    Snapshot snapshot;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        if (!line.empty() && line.back() == '\r') line.pop_back();
+        if (const auto tab = line.find('\t'); tab != line.npos)
+            snapshot[line.substr(0, tab)] = line.substr(tab + 1);
+    }
+    return snapshot;
+}
+
+}  // namespace snapshot
