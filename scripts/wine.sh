@@ -5,7 +5,7 @@ set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 wine_home=${QTV_WINE_HOME:-$root/build/wine}
 export HOME=$wine_home WINEPREFIX=$wine_home/prefix WINEARCH=win64
-export WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES='winemenubuilder.exe=d;mscoree,mshtml=d'
+export WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES='winemenubuilder.exe,winedbg.exe=d;mscoree,mshtml=d'
 
 # Debian keeps the loader out of PATH; its /usr/bin/wine is a script that asks for 32-bit Wine.
 for wine in /usr/lib/wine/wine64 "$(command -v wine64 || true)" "$(command -v wine || true)" ''; do

@@ -27,11 +27,13 @@ void AppendText(std::string& bytes, std::u16string_view text) {
     }
 }
 
-// The value's bytes without the empty text that ends the list.
-std::string StoredMarks() {
-    std::string bytes = ReadMachineValue(kKey, kValue).value_or(std::string());
-    if (bytes.size() >= 2) bytes.resize(bytes.size() - 2);
-    return bytes;
+// The list's bytes without the empty text that ends it. None when the value is no list: it then takes no
+// marks.
+std::optional<std::string> StoredMarks() {
+    const std::optional<MachineValue> value = ReadMachineValue(kKey, kValue);
+    if (!value) return std::string();
+    if (value->type != REG_MULTI_SZ) return std::nullopt;
+    return value->bytes.substr(0, std::max<std::size_t>(value->bytes.size(), 2) - 2);
 }
 
 std::vector<std::u16string> Texts(std::string_view bytes) {
@@ -81,7 +83,12 @@ bool AddBootMark(LPCWSTR source, LPCWSTR target, bool replace) {
     const std::u16string to = target ? MarkedPath(target) : std::u16string();
     if (from.empty() || (target && to.empty())) return false;
     const MachineLock lock("boot-marks");
-    std::string bytes = StoredMarks();
+    std::optional<std::string> stored = StoredMarks();
+    if (!stored) {
+        SetLastError(ERROR_INVALID_DATA);
+        return false;
+    }
+    std::string& bytes = *stored;
     AppendText(bytes, std::u16string(kObjectPrefix) + from);
     const std::u16string mark = replace ? std::u16string(1, kReplaces) : std::u16string();
     AppendText(bytes, to.empty() ? to : mark + std::u16string(kObjectPrefix) + to);
@@ -108,7 +115,7 @@ void CarryOutWininit() {
 
 void RestartMachine() {
     CarryOutWininit();
-    const std::vector<std::u16string> texts = Texts(StoredMarks());
+    const std::vector<std::u16string> texts = Texts(StoredMarks().value_or(std::string()));
     for (std::size_t i = 0; i + 1 < texts.size(); i += 2)
         CarryOut({texts[i], texts[i + 1]});
     DeleteMachineValue(kKey, kValue);

@@ -23,7 +23,8 @@ bool SameName(std::u16string_view left, std::u16string_view right);
 // ---- machine.cpp ----
 // Whether this process stands in a machine, by its program's place or by EnterMachine.
 bool InMachine();
-// The machine of this process. A process outside any machine ends here, with 2 and one line on standard error.
+// The machine of this process. A process outside any machine ends here, with 2 and one line on standard
+// error.
 const std::filesystem::path& Root();
 // The machine's own files: running processes, events, shared objects.
 std::filesystem::path StateFolder();
@@ -47,14 +48,14 @@ class MachineLock {
 };
 
 // ---- paths.cpp ----
-// The full Windows path: drive letter, backslashes, no "." or "..", no closing backslash but a root's. Empty, with the
-// last error set, when the text is no path of this machine.
+// The full Windows path: drive letter, backslashes, no "." or "..", no closing backslash but a root's. Empty,
+// with the last error set, when the text is no path of this machine.
 std::u16string FullPath(LPCWSTR path);
 struct Place {
-    DWORD error = 0;          // 0 when the file or folder exists; ERROR_FILE_NOT_FOUND when its last name alone is
-                              // missing; otherwise why the path leads nowhere
-    std::u16string windows;   // full Windows path, names as the caller spelled them
-    std::string host;         // path on the host: names as they are stored, or as spelled where missing
+    DWORD error = 0;  // 0 when the file or folder exists; ERROR_FILE_NOT_FOUND when its last name alone is
+                      // missing; otherwise why the path leads nowhere
+    std::u16string windows;  // full Windows path, names as the caller spelled them
+    std::string host;        // path on the host: names as they are stored, or as spelled where missing
     bool isFolder = false;
     bool exists() const { return error == 0; }
     // The folder that would hold it is there.
@@ -78,8 +79,10 @@ inline constexpr unsigned kReading = 1, kWriting = 2, kDeleting = 4;
 // A host file opened under Windows' sharing rules. `share` holds FILE_SHARE_ flags, `access` the bits above.
 class OpenFile {
   public:
-    // Null, with the last error set, when another opening doesn't share the access, or the file can't be opened.
-    static std::unique_ptr<OpenFile> Open(const std::string& host, int hostFlags, unsigned access, unsigned share);
+    // Null, with the last error set, when another opening doesn't share the access, or the file can't be
+    // opened.
+    static std::unique_ptr<OpenFile> Open(const std::string& host, int hostFlags, unsigned access,
+                                          unsigned share);
     // Marks a program or library that runs: it can be renamed but neither deleted nor written.
     static std::unique_ptr<OpenFile> OpenImage(const std::string& host);
     ~OpenFile();
@@ -91,8 +94,8 @@ class OpenFile {
     explicit OpenFile(int descriptor) : m_descriptor(descriptor) {}
     int m_descriptor;
 };
-// What stops a delete or a rename of the file: 0, ERROR_SHARING_VIOLATION, or ERROR_ACCESS_DENIED for a running image
-// (which may be renamed).
+// What stops a delete or a rename of the file: 0, ERROR_SHARING_VIOLATION, or ERROR_ACCESS_DENIED for a
+// running image (which may be renamed).
 DWORD DeleteBlockedBy(const std::string& host);
 DWORD RenameBlockedBy(const std::string& host);
 
@@ -116,8 +119,8 @@ std::shared_ptr<Kind> HandleAs(HANDLE handle) {
 bool DropHandle(HANDLE handle);
 
 // ---- faults.cpp ----
-// Every platform call begins with this: counts it by name, and says whether it is to fail, with the last error then set
-// to `error` or to the one the fault names.
+// Every platform call begins with this: counts it by name, and says whether it is to fail, with the last
+// error then set to `error` or to the one the fault names.
 bool Fails(const char* call, DWORD error = ERROR_ACCESS_DENIED);
 // The same for calls that give their error back: 0, or the error code of the fault.
 DWORD FaultOf(const char* call, DWORD error = ERROR_ACCESS_DENIED);
@@ -144,9 +147,14 @@ NTSTATUS RtlGetVersion(RTL_OSVERSIONINFOW* version);
 void CarryOutWininit();
 
 // ---- registry_store.cpp: used by boot marks, folders and the registry calls ----
-// Reads one value's bytes of a machine-wide key ("SYSTEM\\..." below HKEY_LOCAL_MACHINE); none when missing.
-std::optional<std::string> ReadMachineValue(std::u16string_view key, std::u16string_view value);
-void WriteMachineValue(std::u16string_view key, std::u16string_view value, DWORD type, std::string_view bytes);
+// Reads one value of a machine-wide key ("SYSTEM\\..." below HKEY_LOCAL_MACHINE); none when missing.
+struct MachineValue {
+    DWORD type = REG_NONE;
+    std::string bytes;
+};
+std::optional<MachineValue> ReadMachineValue(std::u16string_view key, std::u16string_view value);
+void WriteMachineValue(std::u16string_view key, std::u16string_view value, DWORD type,
+                       std::string_view bytes);
 void DeleteMachineValue(std::u16string_view key, std::u16string_view value);
 // Writes the registry that a new machine starts with.
 void CreateRegistry(const std::filesystem::path& root);

@@ -164,12 +164,12 @@ DWORD RegistryFile::Save() {
     return error;
 }
 
-std::optional<std::string> ReadMachineValue(std::u16string_view key, std::u16string_view value) {
+std::optional<MachineValue> ReadMachineValue(std::u16string_view key, std::u16string_view value) {
     RegistryFile file;
     RegistryNode* node = file.root().FindKey(MachineKey(key));
     const RegistryValue* found = node ? node->FindValue(value) : nullptr;
     if (!found) return std::nullopt;
-    return found->bytes;
+    return MachineValue{found->type, found->bytes};
 }
 
 void WriteMachineValue(std::u16string_view key, std::u16string_view value, DWORD type,

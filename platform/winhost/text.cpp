@@ -196,7 +196,7 @@ char16_t* _wcslwr(char16_t* text) {
 }
 
 int iswspace(char16_t unit) {
-    return (unit >= 0x09 && unit <= 0x0D) || unit == 0x20 || unit == 0x85 || unit == 0xA0 || unit == 0x1680 ||
+    return (unit >= 0x09 && unit <= 0x0D) || unit == 0x20 || unit == 0xA0 || unit == 0x1680 ||
            (unit >= 0x2000 && unit <= 0x200A) || unit == 0x2028 || unit == 0x2029 || unit == 0x202F ||
            unit == 0x205F || unit == 0x3000;
 }

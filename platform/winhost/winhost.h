@@ -39,13 +39,14 @@ void HideFunction(const std::string& name, bool hidden);
 
 // What the machine saw besides files and registry, in order, a line each: its kind, a tab, and its fields with tabs
 // between them; a line feed inside a field stands as \n. Kinds: message-box (caption, text, style, answer),
-// unanswered-box (the same), shell-execute (verb, file, show command), start-process (command line, folder), exit-windows (flags, reason),
-// change-notify (event).
+// unanswered-box (the same), shell-execute (verb, file, show command), start-process (command line, folder),
+// exit-windows (flags, reason), change-notify (event). Numbers are decimal.
 std::vector<std::string> Events();
 void ClearEvents();
 
 // The buttons that answer the next message boxes of the machine, in order. A box without an answer left, or without
-// that button, takes its safe one (No, Cancel, or OK), and is recorded as unanswered. EndBoxAnswers goes back to asking at the terminal.
+// that button, takes its safe one (No, Cancel, or OK), and is recorded as unanswered. EndBoxAnswers goes back to asking
+// at the terminal.
 void SetBoxAnswers(const std::vector<int>& buttons);
 void EndBoxAnswers();
 

@@ -234,7 +234,7 @@ TEST_F(ScratchTest, OwnFolderGoesInFrontOfPathUnlessItStandsThere) {
         std::optional<Text> value;
         Text expected;
     } rows[] = {
-        {TEXT("C:\\Windows;D:\\Tools"), lowered + TEXT(";c:\\windows;d:\\tools")},
+        {TEXT("C:\\Base;D:\\Tools"), lowered + TEXT(";c:\\base;d:\\tools")},
         {{}, lowered + TEXT(";")},
         {TEXT("C:\\A;") + shouted + TEXT("\\Sub;C:\\B"), TEXT("C:\\A;") + shouted + TEXT("\\Sub;C:\\B")},
         {longest, lowered + TEXT(";") + Text(1023, TEXT('x'))},

@@ -167,12 +167,12 @@ TEST_F(CopyPassTest, CopyMatchingMakesTheFolderThatItNeeds) {
          TEXT("a.dll"),
          TEXT(" t "),
          1,
-         {TEXT("t \\"), TEXT("t \\a.dll")}},
+         {TEXT("t\\"), TEXT("t\\a.dll")}},
         {"onto itself", TEXT("*.dll"), kPackage, 2, {}},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        for (const LPCWSTR top : {TEXT("t"), TEXT("t "), TEXT("nobody"), TEXT("apps")})
+        for (const LPCWSTR top : {TEXT("t"), TEXT("nobody"), TEXT("apps")})
             DeleteTree(At(top));
         EXPECT_EQ(CopyMatching(row.pattern.c_str(), kPackage.c_str(), row.folder.c_str()), row.done);
         std::vector<Text> made;

@@ -75,21 +75,24 @@ TEST_F(Mutexes, OneLockAtATimeHoldsAName) {
     EXPECT_FALSE(first.Unlock());
 }
 
-TEST_F(Mutexes, TakeWhatADyingOwnerLeft) {
-    CMutex left(FALSE, kName);
-    std::thread([&] { EXPECT_TRUE(left.Lock(0)); }).join();
-    EXPECT_TRUE(left.Lock(0));
-    EXPECT_TRUE(left.Unlock());
+CHILD_PROGRAM(EndsAsAnOwner) {
+    CMutex mutex(TRUE, TEXT("Local\\Qantivo.Tests.Mutex"));
+    ExitProcess(0);
 }
 
-TEST_F(Mutexes, CannotBeLockedWhenTheNameBelongsToAnotherKindOfObject) {
-    const HANDLE mapping =
-        CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE | SEC_COMMIT, 0, 4096, kName);
-    ASSERT_TRUE(mapping);
-    CMutex mutex(FALSE, kName);
+TEST_F(Mutexes, TakeWhatADyingOwnerLeft) {
+    CMutex left(FALSE, kName);
+    EXPECT_EQ(RunChild("EndsAsAnOwner").exitCode, 0u);
+    EXPECT_TRUE(left.Lock(0));
+    EXPECT_TRUE(left.Unlock());
+    EXPECT_FALSE(left.Unlock());
+}
+
+TEST_F(Mutexes, CannotBeLockedWhenTheSystemRefusesTheName) {
+    CMutex mutex(FALSE, TEXT("Local\\no\\folder"));
     EXPECT_FALSE(mutex.Lock(0));
+    EXPECT_FALSE(mutex.Unlock());
     EXPECT_FALSE(CSingleLock(&mutex, true).IsLocked());
-    CloseHandle(mapping);
 }
 
 namespace {

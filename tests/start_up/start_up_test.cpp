@@ -26,13 +26,16 @@ TEST_F(StartUpTest, ProcessIsSetUp) {
     EXPECT_EQ(AfxGetApp(), &theApp);
     EXPECT_GE(g_osVersion.dwMajorVersion, 6u);
     EXPECT_TRUE(g_lookupPrivilegeValue && g_adjustTokenPrivileges && g_openProcessToken && g_isWow64Process);
+}
 
-    WCHAR program[MAX_PATH];
-    CString folder(program, static_cast<int>(GetModuleFileNameW(nullptr, program, MAX_PATH)));
-    folder = folder.Left(folder.ReverseFind(TEXT('\\'))).MakeLower();
+CHILD_PROGRAM(HasItsFolderOnPath) {
     WCHAR path[1024 + MAX_PATH + 1] = {};
     (void)GetEnvironmentVariableW(TEXT("Path"), path, 1024 + MAX_PATH + 1);
-    EXPECT_EQ(CString(path).Left(folder.GetLength() + 1).Text(), (folder + TEXT(";")).Text());
+    return Text(path).starts_with(TEXT("c:\\scratch\\own;")) ? 0 : 1;
+}
+
+TEST_F(StartUpTest, OwnFolderStandsInFrontOfPath) {
+    EXPECT_EQ(RunChild("HasItsFolderOnPath", kScratch + TEXT("\\Own\\child.exe")).exitCode, 0u);
 }
 
 TEST_F(StartUpTest, MessagesCarryTheProductsName) {

@@ -46,8 +46,9 @@ void ForEachEntry(const Text& folder, const Text& pattern, Body body) {
 
 void AddTree(const Text& folder, const Text& prefix, std::vector<Text>& names) {
     ForEachEntry(folder, TEXT("*"), [&](const Text& name, bool isFolder) {
-        names.push_back(prefix + name + (isFolder ? TEXT("\\") : TEXT("")));
-        if (isFolder) AddTree(folder + TEXT("\\") + name, names.back(), names);
+        const Text path = prefix + name + (isFolder ? TEXT("\\") : TEXT(""));
+        names.push_back(path);
+        if (isFolder) AddTree(folder + TEXT("\\") + name, path, names);
     });
 }
 
@@ -193,7 +194,9 @@ std::vector<Text> Tree(const Text& folder) {
 static void Import(const fs::path& source, const Text& target) {
     std::ifstream file(source, std::ios::binary);
     ASSERT_TRUE(file) << source;
-    MakeFile(target, {std::istreambuf_iterator<char>(file), {}});
+    std::string bytes(fs::file_size(source), '\0');
+    ASSERT_TRUE(file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()))) << source;
+    MakeFile(target, bytes);
     KeepRunnable(source, target);
 }
 

@@ -27,7 +27,8 @@ TEST(PathText, ParentDirCutsTheLastComponent) {
         {nullptr, TEXT("")},
     };
     for (const auto& row : kRows)
-        EXPECT_EQ(ParentDir(row.path).Text(), row.parent) << CString(row.path).Text();
+        EXPECT_EQ(ParentDir(row.path).Text(), row.parent)
+            << ::testing::PrintToString(CString(row.path).Text());
 }
 
 TEST(PathText, FormatBoundedRefusesWhatDoesNotFit) {

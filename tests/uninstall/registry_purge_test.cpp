@@ -6,13 +6,12 @@ namespace {
 
 class RegistryPurge : public ScratchTest {
   protected:
-    RegistryPurge() { DeleteKeyTree(HKEY_USERS, kUser); }
     ~RegistryPurge() override {
-        DeleteKeyTree(HKEY_USERS, kUser);
+        DeleteKeyTree(HKEY_USERS, kUser + TEXT("\\SOFTWARE\\Classes\\Applications\\Another.exe"));
         DeleteKeyTree(HKEY_LOCAL_MACHINE, kBrowserHosts + TEXT("\\other"));
     }
-    // Stands for another user whose hive is loaded.
-    const Text kUser = TEXT("S-1-5-21-1-2-3-1001");
+    // A user whose hive is always loaded, and who is not the current one.
+    const Text kUser = TEXT(".DEFAULT");
     const Text kBrowserHosts = TEXT("SOFTWARE\\Mozilla\\NativeMessagingHosts");
     const Text kWindows = TEXT("SOFTWARE\\Microsoft\\Windows\\CurrentVersion");
 };
@@ -36,6 +35,7 @@ TEST_F(RegistryPurge, TakesTheProductsKeysAndNoOthers) {
         {HKEY_USERS, kUser + TEXT("\\SOFTWARE\\Classes\\Applications\\Another.exe"), true},
         {HKEY_LOCAL_MACHINE, classes + TEXT("Applications\\QtvApp8.exe\\shell\\open\\command"), false},
         {HKEY_CLASSES_ROOT, TEXT("QV8.Document\\a"), false},
+        {HKEY_CLASSES_ROOT, TEXT("QV8.Document\\b"), false},
         {HKEY_CLASSES_ROOT, TEXT("Qantivo.8\\shell\\open\\command"), false},
         // The list of installed programs is the one place without recursion.
         {HKEY_LOCAL_MACHINE, kWindows + TEXT("\\Uninstall\\Qantivo 8\\Foreign"), true},
