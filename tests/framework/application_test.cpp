@@ -76,8 +76,8 @@ TEST_F(Mutexes, OneLockAtATimeHoldsAName) {
 }
 
 CHILD_PROGRAM(EndsAsAnOwner) {
-    CMutex mutex(TRUE, TEXT("Local\\Qantivo.Tests.Mutex"));
-    ExitProcess(0);
+    CMutex mutex(FALSE, TEXT("Local\\Qantivo.Tests.Mutex"));
+    ExitProcess(mutex.Lock(0) ? 0 : 1);
 }
 
 TEST_F(Mutexes, TakeWhatADyingOwnerLeft) {

@@ -37,35 +37,6 @@ TEST(CString, PartsAreClampedToTheText) {
     EXPECT_EQ(CString().Last(), 0);
 }
 
-TEST(CString, JoinsTextsInEitherOrder) {
-    const CString folder = TEXT("C:\\a");
-    const LPCWSTR none = nullptr;
-    EXPECT_EQ(Str(folder + CString(TEXT("\\b"))), TEXT("C:\\a\\b"));
-    EXPECT_EQ(Str(folder + TEXT("\\b")), TEXT("C:\\a\\b"));
-    EXPECT_EQ(Str(TEXT("\"") + folder), TEXT("\"C:\\a"));
-    EXPECT_EQ(Str(folder + TEXT('\\')), TEXT("C:\\a\\"));
-    EXPECT_EQ(Str(folder + none), TEXT("C:\\a"));
-    CString sum = folder;
-    sum += sum;
-    sum += TEXT(";");
-    sum += TEXT('x');
-    sum += none;
-    EXPECT_EQ(Str(sum), TEXT("C:\\aC:\\a;x"));
-}
-
-TEST(CString, FindsFromAPositionOn) {
-    const CString path = TEXT("C:\\a\\b");
-    EXPECT_EQ(path.Find(TEXT('\\')), 2);
-    EXPECT_EQ(path.Find(TEXT('\\'), 3), 4);
-    EXPECT_EQ(path.Find(TEXT('\\'), 5), -1);
-    EXPECT_EQ(path.Find(TEXT('\\'), -7), 2);
-    EXPECT_EQ(path.Find(TEXT("\\b")), 4);
-    EXPECT_EQ(path.Find(TEXT("\\B")), -1);
-    EXPECT_EQ(path.Find(TEXT("\\b"), 99), -1);
-    EXPECT_EQ(path.ReverseFind(TEXT('\\')), 4);
-    EXPECT_EQ(path.ReverseFind(TEXT('/')), -1);
-}
-
 TEST(CString, ComparesByCodeUnitAndFoldsOnlyAToZ) {
     const CString text = TEXT("Setup\u00C9");
     EXPECT_TRUE(text == TEXT("Setup\u00C9"));
@@ -94,13 +65,6 @@ TEST(CString, TrimsTheRuntimeLibrarysWhiteSpace) {
     EXPECT_EQ(Str(CString(TEXT("\\\\")).Trim(TEXT("\\"))), TEXT(""));
     EXPECT_EQ(Str(CString().Trim(TEXT("\\"))), TEXT(""));
     EXPECT_EQ(Str(CString(TEXT("a ")).Trim(nullptr)), TEXT("a "));
-}
-
-TEST(CString, ReplacesEveryOccurrence) {
-    CString path = TEXT("a/b/c");
-    EXPECT_EQ(path.Replace(TEXT('/'), TEXT('\\')), 2);
-    EXPECT_EQ(Str(path), TEXT("a\\b\\c"));
-    EXPECT_EQ(path.Replace(TEXT('/'), TEXT('\\')), 0);
 }
 
 TEST(CString, LosesItsTextWhenTheResourceDoesNotExist) {

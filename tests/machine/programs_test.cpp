@@ -61,14 +61,6 @@ TEST_F(Programs, ReplaceThemselvesByOneWithJoinedArguments) {
     EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\arguments")), "-delself\nC:\\a b\nc\nd\n");
 }
 
-TEST_F(Programs, DontStartFromWhatIsNoProgram) {
-    MakeFile(TEXT("C:\\Scratch\\text.exe"), "no program at all");
-    EXPECT_FALSE(RunProgram(TEXT("C:\\Scratch\\text.exe")).started);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_BAD_EXE_FORMAT});
-    EXPECT_FALSE(RunProgram(TEXT("C:\\Scratch\\none.exe -x")).started);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
-}
-
 CHILD_PROGRAM(Ask) {
     return MessageBoxW(nullptr, TEXT("Do you want\nit?"), TEXT("Asker"), MB_YESNO | MB_ICONQUESTION);
 }
@@ -85,15 +77,6 @@ TEST_F(Programs, MessageBoxesAreAnsweredInOrder) {
     EXPECT_EQ(shown[1].caption, TEXT("Error"));
     EXPECT_EQ(shown[2].caption, TEXT("Asker"));
     EXPECT_EQ(shown[2].text, TEXT("Do you want\nit?"));
-}
-
-TEST_F(Programs, MessageBoxWithoutAnAnswerFailsTheTest) {
-    EXPECT_NONFATAL_FAILURE(
-        {
-            const BoxAnswers none({});
-            EXPECT_EQ(MessageBoxW(nullptr, TEXT("Stray"), TEXT("Test"), MB_YESNO), IDNO);
-        },
-        "no answer");
 }
 
 TEST_F(Programs, CarryAVersionBlock) {

@@ -47,14 +47,6 @@ LSTATUS QueryError(HKEY key, LPCWSTR name, LPDWORD reserved, LPBYTE data, LPDWOR
     return RegQueryValueExW(key, name, reserved, nullptr, data, cbData);
 }
 
-std::vector<Text> SubKeys(HKEY key) {
-    std::vector<Text> names;
-    WCHAR name[kTextChars];
-    for (DWORD index = 0; RegEnumKeyW(key, index, name, kTextChars) == ERROR_SUCCESS; ++index)
-        names.push_back(name);
-    return names;
-}
-
 TEST_F(Registry, FailsWithTheErrorThatItsCallersTellApart) {
     ASSERT_EQ(MakeError(m_key, TEXT("Parent\\Child")), ERROR_SUCCESS);
     HKEY reader = nullptr;
@@ -101,13 +93,6 @@ TEST_F(Registry, FailsWithTheErrorThatItsCallersTellApart) {
     for (const auto& row : rows)
         EXPECT_EQ(row.found, row.expected) << row.call;
     RegCloseKey(reader);
-}
-
-TEST_F(Registry, EnumeratesInTheOrderOfUpperCasedNames) {
-    for (LPCWSTR name : {TEXT("b"), TEXT("C"), TEXT("a\\x\\y"), TEXT("-"), TEXT("B1"), TEXT(".z")})
-        ASSERT_EQ(MakeError(m_key, name), ERROR_SUCCESS);
-    EXPECT_EQ(SubKeys(m_key),
-              (std::vector<Text>{TEXT("-"), TEXT(".z"), TEXT("a"), TEXT("b"), TEXT("B1"), TEXT("C")}));
 }
 
 TEST_F(Registry, GivesValuesByBytes) {

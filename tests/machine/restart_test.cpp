@@ -50,16 +50,6 @@ TEST_F(Restart, EndsWhatRunsAndDeletesIt) {
     EXPECT_FALSE(Exists(path));
 }
 
-TEST_F(Restart, MarksAMoveThatMayReplace) {
-    MakeFile(TEXT("C:\\Scratch\\new"), "new");
-    MakeFile(TEXT("C:\\Scratch\\old"), "old");
-    EXPECT_TRUE(MoveFileExW(TEXT("C:\\Scratch\\new"), TEXT("C:\\Scratch\\old"),
-                            kDelayed | MOVEFILE_REPLACE_EXISTING));
-    EXPECT_EQ(BootMarks(), (std::vector<Mark>{{TEXT("C:\\Scratch\\new"), TEXT("!C:\\Scratch\\old")}}));
-    RestartMachine();
-    EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\old")), "new");
-}
-
 struct InUse {
     Hold hold;
     DWORD deleteError, renameError, overwriteError;

@@ -106,67 +106,6 @@ TEST_F(HostFiles, StayWhereAnotherProcessNeedsThem) {
     EXPECT_TRUE(MoveFileW(TEXT("top"), TEXT("bottom")));
 }
 
-TEST_F(HostFiles, KeepAttributesThroughARenameAndGuardThem) {
-    MakeFile(TEXT("C:\\Scratch\\a"));
-    MakeFile(TEXT("C:\\Scratch\\plain"));
-    EXPECT_EQ(GetFileAttributesW(TEXT("a")), FILE_ATTRIBUTE_ARCHIVE);
-    EXPECT_TRUE(SetFileAttributesW(TEXT("a"), FILE_ATTRIBUTE_NORMAL));
-    EXPECT_EQ(GetFileAttributesW(TEXT("a")), FILE_ATTRIBUTE_NORMAL);
-    EXPECT_TRUE(SetFileAttributesW(TEXT("a"), FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_DIRECTORY));
-    EXPECT_TRUE(MoveFileW(TEXT("a"), TEXT("A.txt")));
-    EXPECT_EQ(GetFileAttributesW(TEXT("a.TXT")), FILE_ATTRIBUTE_HIDDEN);
-    EXPECT_EQ(ErrorOf(CopyFileW(TEXT("plain"), TEXT("a.txt"), FALSE)), DWORD{ERROR_ACCESS_DENIED});
-    EXPECT_EQ(OpenError(TEXT("a.txt"), GENERIC_WRITE, 0, CREATE_ALWAYS), DWORD{ERROR_ACCESS_DENIED});
-    EXPECT_EQ(OpenError(TEXT("a.txt"), GENERIC_WRITE, 0, CREATE_ALWAYS, FILE_ATTRIBUTE_HIDDEN),
-              DWORD{ERROR_SUCCESS});
-    EXPECT_EQ(GetFileAttributesW(TEXT("a.txt")), FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_ARCHIVE);
-    MakeFolder(TEXT("C:\\Scratch\\folder"));
-    EXPECT_TRUE(SetFileAttributesW(TEXT("folder"), FILE_ATTRIBUTE_READONLY));
-    EXPECT_EQ(GetFileAttributesW(TEXT("folder")), FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY);
-    EXPECT_EQ(ErrorOf(RemoveDirectoryW(TEXT("folder"))), DWORD{ERROR_ACCESS_DENIED});
-    EXPECT_EQ(_waccess(TEXT("folder"), 2), 0);
-    EXPECT_TRUE(SetFileAttributesW(TEXT("folder"), FILE_ATTRIBUTE_NORMAL));
-}
-
-TEST_F(HostFiles, DispositionsDecideWhatBecomesOfAFile) {
-    MakeFolder(TEXT("C:\\Scratch\\folder"));
-    // What CreateFileW leaves as the last error, and the file's bytes; "-" for no file.
-    const struct {
-        DWORD disposition;
-        bool exists;
-        DWORD error;
-        const char* bytes;
-    } rows[] = {
-        {CREATE_NEW, false, ERROR_SUCCESS, ""},
-        {CREATE_NEW, true, ERROR_FILE_EXISTS, "old"},
-        {CREATE_ALWAYS, false, ERROR_SUCCESS, ""},
-        {CREATE_ALWAYS, true, ERROR_ALREADY_EXISTS, ""},
-        {OPEN_EXISTING, false, ERROR_FILE_NOT_FOUND, "-"},
-        {OPEN_EXISTING, true, ERROR_SUCCESS, "old"},
-        {OPEN_ALWAYS, false, ERROR_SUCCESS, ""},
-        {OPEN_ALWAYS, true, ERROR_ALREADY_EXISTS, "old"},
-        {TRUNCATE_EXISTING, false, ERROR_FILE_NOT_FOUND, "-"},
-        {TRUNCATE_EXISTING, true, ERROR_SUCCESS, ""},
-    };
-    for (const auto& row : rows) {
-        (void)DeleteFileW(TEXT("a"));
-        if (row.exists) MakeFile(TEXT("C:\\Scratch\\a"), "old");
-        SetLastError(ERROR_MORE_DATA);
-        const HANDLE file = CreateFileW(TEXT("a"), GENERIC_WRITE, 0, nullptr, row.disposition, 0, nullptr);
-        EXPECT_EQ(GetLastError(), row.error) << row.disposition;
-        if (file != INVALID_HANDLE_VALUE) CloseHandle(file);
-        EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\a")).value_or("-"), row.bytes) << row.disposition;
-    }
-    EXPECT_EQ(OpenError(TEXT("folder"), GENERIC_READ, 7), DWORD{ERROR_ACCESS_DENIED});
-    EXPECT_EQ(OpenError(TEXT("folder\\"), GENERIC_READ, 7), DWORD{ERROR_PATH_NOT_FOUND});
-    EXPECT_EQ(OpenError(TEXT("new\\"), GENERIC_WRITE, 7, CREATE_NEW), DWORD{ERROR_INVALID_NAME});
-    const HANDLE file = CreateFileW(TEXT("a"), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-    DWORD cbWritten;
-    EXPECT_EQ(ErrorOf(WriteFile(file, "x", 1, &cbWritten, nullptr)), DWORD{ERROR_ACCESS_DENIED});
-    CloseHandle(file);
-    EXPECT_EQ(ErrorOf(WriteFile(file, "x", 1, &cbWritten, nullptr)), DWORD{ERROR_INVALID_HANDLE});
-}
-
 TEST_F(HostFiles, PathsFollowWindowsRules) {
     MakeFile(TEXT("C:\\Scratch\\dir\\File"));
     const struct {
@@ -296,17 +235,6 @@ TEST_F(HostFiles, TextStreamsTranslateLineEnds) {
     EXPECT_EQ(errno, ENOENT);
 }
 
-TEST_F(HostFiles, LongPathPartsAreCutToTheirBuffers) {
-    WCHAR drive[3], directory[256], name[256], extension[256];
-    const Text part(300, TEXT('x'));
-    _wsplitpath((TEXT("C:\\") + part + TEXT("\\") + part + TEXT(".") + part).c_str(), drive, directory, name,
-                extension);
-    EXPECT_EQ(Text(drive), TEXT("C:"));
-    EXPECT_EQ(Text(directory), TEXT("\\") + part.substr(0, 254));
-    EXPECT_EQ(Text(name), part.substr(0, 255));
-    EXPECT_EQ(Text(extension), TEXT(".") + part.substr(0, 254));
-}
-
 TEST_F(HostFiles, ProfileFilesKeepTheirEncodingAndOtherSections) {
     const std::string wide("\xFF\xFE[\0a\0]\0\r\0\n\0", 12);
     const struct {
@@ -354,45 +282,6 @@ TEST_F(HostFiles, RestartKeepsWhatWindowsWouldKeep) {
     EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\stale")), "new");
     EXPECT_TRUE(Exists(TEXT("C:\\Windows\\wininit.bak")));
     EXPECT_TRUE(DeleteFileW(TEXT("C:\\Windows\\wininit.bak")));
-}
-
-TEST_F(HostFiles, FailAsToldAndChangeNothing) {
-    MakeFile(TEXT("C:\\Scratch\\a"));
-    MakeFolder(TEXT("C:\\Scratch\\folder"));
-    WCHAR buffer[MAX_PATH];
-    WIN32_FIND_DATAW data;
-    const std::pair<const char*, std::function<bool()>> rows[] = {
-        {"CopyFileW", [] { return CopyFileW(TEXT("a"), TEXT("b"), FALSE); }},
-        {"MoveFileW", [] { return MoveFileW(TEXT("a"), TEXT("b")); }},
-        {"MoveFileExW", [] { return MoveFileExW(TEXT("a"), nullptr, MOVEFILE_DELAY_UNTIL_REBOOT); }},
-        {"DeleteFileW", [] { return DeleteFileW(TEXT("a")); }},
-        {"CreateFileW",
-         [] {
-             return CreateFileW(TEXT("b"), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr) !=
-                    INVALID_HANDLE_VALUE;
-         }},
-        {"CreateDirectoryW", [] { return CreateDirectoryW(TEXT("b"), nullptr); }},
-        {"RemoveDirectoryW", [] { return RemoveDirectoryW(TEXT("folder")); }},
-        {"GetFileAttributesW", [] { return GetFileAttributesW(TEXT("a")) != INVALID_FILE_ATTRIBUTES; }},
-        {"SetFileAttributesW", [] { return SetFileAttributesW(TEXT("a"), FILE_ATTRIBUTE_READONLY); }},
-        {"FindFirstFileW", [&] { return FindFirstFileW(TEXT("*"), &data) != INVALID_HANDLE_VALUE; }},
-        {"SetCurrentDirectoryW", [] { return SetCurrentDirectoryW(TEXT("folder")); }},
-        {"GetTempFileNameW", [&] { return GetTempFileNameW(TEXT("."), TEXT("x"), 0, buffer) != 0; }},
-        {"_wfopen", [] { return _wfopen(TEXT("b"), TEXT("w")) != nullptr; }},
-        {"_waccess", [] { return _waccess(TEXT("a"), 0) == 0; }},
-        {"WritePrivateProfileSectionW",
-         [] { return WritePrivateProfileSectionW(TEXT("a"), TEXT("b=1\0"), TEXT(".\\b")); }},
-    };
-    for (const auto& [call, act] : rows) {
-        winhost::SetFaults({{.call = call, .nth = 1, .error = ERROR_DISK_FULL, .kill = false}});
-        EXPECT_FALSE(act()) << call;
-        EXPECT_EQ(GetLastError(), DWORD{ERROR_DISK_FULL}) << call;
-        EXPECT_EQ(winhost::CallCounts()[call], 1u) << call;
-    }
-    winhost::SetFaults({});
-    EXPECT_EQ(Tree(), (Texts{TEXT("a"), TEXT("folder\\")}));
-    EXPECT_EQ(GetFileAttributesW(TEXT("a")), FILE_ATTRIBUTE_ARCHIVE);
-    EXPECT_EQ(BootMarks(), std::vector<Mark>{});
 }
 
 }  // namespace

@@ -33,32 +33,6 @@ TEST_F(HostModules, AreLoadedBySearchAndCounted) {
     EXPECT_EQ(winhost::OpenHandles(), handles);
 }
 
-TEST_F(HostModules, FailToLoadWithTheErrorOfWindows) {
-    MakeFile(TEXT("C:\\Scratch\\text.dll"));
-    const std::pair<LPCWSTR, DWORD> rows[] = {
-        {TEXT("text.dll"), ERROR_BAD_EXE_FORMAT},
-        {TEXT("none"), ERROR_MOD_NOT_FOUND},
-        {TEXT("C:\\none\\text.dll"), ERROR_MOD_NOT_FOUND},
-        {TEXT(""), ERROR_INVALID_PARAMETER},
-    };
-    for (const auto& [name, error] : rows) {
-        EXPECT_EQ(LoadLibraryW(name), nullptr);
-        EXPECT_EQ(GetLastError(), error);
-    }
-}
-
-TEST_F(HostModules, FileNameIsCutToTheBuffer) {
-    WCHAR path[MAX_PATH] = {};
-    const DWORD length = GetModuleFileNameW(nullptr, path, MAX_PATH);
-    const Text whole = path;
-    EXPECT_EQ(length, whole.size());
-    for (const DWORD cch : {length, DWORD{4}}) {
-        EXPECT_EQ(GetModuleFileNameW(nullptr, path, cch), cch);
-        EXPECT_EQ(GetLastError(), DWORD{ERROR_INSUFFICIENT_BUFFER});
-        EXPECT_EQ(Text(path), whole.substr(0, cch - 1));
-    }
-}
-
 CHILD_PROGRAM(FindTokenFunction) {
     return GetProcAddress(GetModuleHandleA("Advapi32.dll"), "OpenProcessToken") != nullptr;
 }

@@ -85,33 +85,6 @@ TEST_F(HostObjects, MappingLivesAsLongAsAProcessHoldsIt) {
     EXPECT_TRUE(std::filesystem::is_empty(winhost::StateFolder() / "objects"));
 }
 
-TEST_F(HostObjects, ViewsKeepToTheirMapping) {
-    const HANDLE mapping = CreateMapping(TEXT("Local\\views"));
-    const struct {
-        DWORD offset;
-        SIZE_T size;
-        DWORD error;
-    } rows[] = {
-        {0, 131072, ERROR_SUCCESS},
-        {65536, 65536, ERROR_SUCCESS},
-        {65536, 65537, ERROR_ACCESS_DENIED},
-        {131072, 0, ERROR_ACCESS_DENIED},
-        {4096, 4096, 1132},
-        {0, SIZE_MAX, ERROR_ACCESS_DENIED},
-    };
-    for (const auto& row : rows) {
-        SetLastError(ERROR_SUCCESS);
-        void* view = MapViewOfFile(mapping, FILE_MAP_READ, 0, row.offset, row.size);
-        EXPECT_EQ(GetLastError(), row.error) << row.offset << " " << row.size;
-        EXPECT_EQ(view && UnmapViewOfFile(view), row.error == ERROR_SUCCESS);
-    }
-    const HANDLE reader = OpenFileMappingW(FILE_MAP_READ, FALSE, TEXT("Local\\views"));
-    EXPECT_EQ(MapViewOfFile(reader, FILE_MAP_READ | FILE_MAP_WRITE, 0, 0, 0), nullptr);
-    EXPECT_TRUE(CloseHandle(reader));
-    EXPECT_TRUE(CloseHandle(mapping));
-    EXPECT_FALSE(UnmapViewOfFile(&rows));
-}
-
 constexpr LPCWSTR kMutex = TEXT("Local\\owned");
 
 CHILD_PROGRAM(TakeMutex) {

@@ -110,20 +110,6 @@ TEST_F(HostProcesses, GuardTheirFileFromTheFirstMoment) {
     }
 }
 
-CHILD_PROGRAM(EndAsTold) {
-    const Text how = __wargv[1];
-    std::signal(SIGSEGV, SIG_DFL);
-    if (how == TEXT("abort")) std::abort();
-    if (how == TEXT("crash")) std::raise(SIGSEGV);
-    if (how == TEXT("ExitProcess")) ExitProcess(0x10000);
-    if (how == TEXT("_wexecl")) {
-        (void)CopyFileW(TEXT("C:\\Scratch\\child.exe"), TEXT("C:\\Scratch\\copy.tmp"), FALSE);
-        return static_cast<int>(
-            _wexecl(TEXT("C:\\Scratch\\copy.tmp"), TEXT("x"), TEXT("exit"), static_cast<LPCWSTR>(nullptr)));
-    }
-    return 300;
-}
-
 TEST_F(HostProcesses, EndWithTheCodeThatWindowsWouldGive) {
     const std::pair<LPCWSTR, DWORD> rows[] = {
         {TEXT("abort"), 0xC0000409}, {TEXT("crash"), 0xC0000005}, {TEXT("ExitProcess"), 0x10000},
@@ -176,35 +162,6 @@ TEST_F(HostProcesses, EndWithOneLineOutsideAnyMachine) {
     EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
 }
 
-CHILD_PROGRAM(MoveToOtherMachine) {
-    const fs::path firstEntry = fs::path(winhost::TableFolder()) / std::to_string(getpid());
-    const fs::path other = winhost::HostPath(TEXT("C:\\Scratch\\other"));
-    (void)SetEnvironmentVariableW(TEXT("TEMP"), TEXT("C:\\Scratch"));
-    if (!fs::exists(firstEntry)) return 1;
-    winhost::CreateMachine(other);
-    winhost::EnterMachine(other);
-    WCHAR temp[MAX_PATH] = {};
-    (void)GetEnvironmentVariableW(TEXT("TEMP"), temp, MAX_PATH);
-    if (fs::exists(firstEntry)) return 2;
-    if (!winhost::FindProcess(GetCurrentProcessId())) return 3;
-    if (Text(temp).find(TEXT("Scratch")) != Text::npos) return 4;
-    return 0;
-}
-
-TEST_F(HostProcesses, BelongToOneMachineAtATime) {
-    EXPECT_EQ(RunChild("MoveToOtherMachine").exitCode, 0u);
-}
-
-TEST_F(HostProcesses, QuotedArgumentsArriveAsTheyStand) {
-    const std::vector<std::u16string> odd = {
-        u"prog.exe", u"",       u" ",          u"a b",    u"\"",        u"\\",           u"a\\",
-        u"a b\\",    u"a\\\"b", u"\\\\\"\\\\", u"\"\"\"", u"tab\there", u"x\\\\y z\\\\", u"\xD800"};
-    std::u16string line;
-    for (const auto& argument : odd)
-        line += (line.empty() ? u"" : u" ") + winhost::QuoteArgument(argument);
-    EXPECT_EQ(winhost::SplitArguments(line), odd);
-}
-
 TEST_F(HostProcesses, ProgramIsLookedForInTheOrderOfWindows) {
     // This process's program stands in C:\Windows.
     for (const LPCWSTR file :
@@ -232,17 +189,6 @@ TEST_F(HostProcesses, ProgramIsLookedForInTheOrderOfWindows) {
                                TEXT("C:\\Windows\\System32\\two.exe")})
         DeleteTree(file);
     (void)SetEnvironmentVariableW(TEXT("Path"), TEXT("C:\\Windows\\system32;C:\\Windows"));
-}
-
-TEST_F(HostProcesses, VariablesAreFoundWithoutRegardToCase) {
-    WCHAR value[8] = {};
-    EXPECT_TRUE(SetEnvironmentVariableW(TEXT("Qtv_Test"), TEXT("seven c")));
-    EXPECT_EQ(GetEnvironmentVariableW(TEXT("QTV_tEST"), value, 7), 8u) << "room for the terminator too";
-    EXPECT_EQ(GetEnvironmentVariableW(TEXT("QTV_tEST"), value, 8), 7u);
-    EXPECT_EQ(Text(value), TEXT("seven c"));
-    EXPECT_TRUE(SetEnvironmentVariableW(TEXT("QTV_TEST"), nullptr));
-    EXPECT_EQ(GetEnvironmentVariableW(TEXT("QTV_TEST"), value, 8), 0u);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_ENVVAR_NOT_FOUND});
 }
 
 }  // namespace

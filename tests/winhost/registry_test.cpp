@@ -115,15 +115,6 @@ TEST_F(HostRegistry, PassesOverLinesThatItCantRead) {
     RegCloseKey(key);
 }
 
-TEST_F(HostRegistry, WorksOnWithACutFile) {
-    for (std::size_t end = 0; end < m_before.size(); end += 37) {
-        WriteText(m_before.substr(0, end));
-        PutValue(HKEY_CURRENT_USER, kProbe, TEXT("x"), Sz(TEXT("y")));
-        EXPECT_EQ(GetValue(HKEY_CURRENT_USER, kProbe, TEXT("x")), Sz(TEXT("y"))) << end;
-        EXPECT_TRUE(HasKey(HKEY_CLASSES_ROOT, TEXT("")));
-    }
-}
-
 TEST_F(HostRegistry, LosesNoWriteOfManyProcesses) {
     constexpr int kProcesses = 4, kWrites = 25;
     const auto name = [](int process, int write) {
@@ -173,63 +164,6 @@ TEST_F(HostRegistry, ShowsTheUsersClassesOverTheMachines) {
     EXPECT_TRUE(HasKey(HKEY_CLASSES_ROOT, TEXT("QV8.Document\\b")));
     EXPECT_EQ(RegDeleteKeyW(HKEY_CLASSES_ROOT, TEXT("QV8.Document\\b")), ERROR_SUCCESS);
     EXPECT_FALSE(HasKey(HKEY_CLASSES_ROOT, TEXT("QV8.Document\\b")));
-}
-
-TEST_F(HostRegistry, HoldsTheHivesOfTwoUsers) {
-    const Text ann = TEXT("S-1-5-21-1000-1000-1000-1001"), bob = TEXT("S-1-5-21-1000-1000-1000-1002");
-    EXPECT_EQ(SubKeys(HKEY_USERS, nullptr),
-              (std::vector<Text>{TEXT(".DEFAULT"), ann, ann + TEXT("_Classes"), bob}));
-    PutValue(HKEY_CURRENT_USER, kProbe, nullptr, Number(1));
-    EXPECT_TRUE(HasKey(HKEY_USERS, ann + TEXT("\\") + kProbe));
-    PutValue(HKEY_CURRENT_USER, kUserClasses + Text(TEXT("\\Qantivo.8")), nullptr, Number(1));
-    EXPECT_TRUE(HasKey(HKEY_USERS, ann + TEXT("_Classes\\Qantivo.8")));
-    // Hives come and go by loading alone.
-    HKEY key;
-    EXPECT_EQ(RegCreateKeyW(HKEY_USERS, TEXT("Carol"), &key), ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(RegCreateKeyW(HKEY_LOCAL_MACHINE, TEXT("NEW\\x"), &key), ERROR_INVALID_PARAMETER);
-    WriteText(m_before + "[HKEY_USERS\\Empty]\n");
-    EXPECT_EQ(RegDeleteKeyW(HKEY_USERS, TEXT("Empty")), ERROR_ACCESS_DENIED);
-}
-
-TEST_F(HostRegistry, LeadsToTheShellsFolders) {
-    constexpr WCHAR kShellFolders[] =
-        TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders");
-    const auto lookUp = [](int folder, Text& path) {
-        WCHAR buffer[MAX_PATH] = TEXT("#");
-        const HRESULT result = SHGetFolderPathW(nullptr, folder, nullptr, SHGFP_TYPE_CURRENT, buffer);
-        path = buffer;
-        return result;
-    };
-    Text path;
-    EXPECT_EQ(lookUp(CSIDL_COMMON_STARTUP, path), S_OK);
-    EXPECT_EQ(path, TEXT("C:\\ProgramData\\Microsoft\\Windows\\Start Menu\\Programs\\Startup"));
-    EXPECT_EQ(lookUp(0x7000, path), E_INVALIDARG);
-    EXPECT_EQ(path, TEXT(""));
-
-    MakeFile(TEXT("C:\\Scratch\\file"));
-    const struct {
-        LPCWSTR stored;
-        HRESULT plain, creating;
-    } rows[] = {
-        {TEXT("C:\\Scratch"), S_OK, S_OK},
-        {TEXT("C:\\Scratch\\new\\one"), HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND), S_OK},
-        {TEXT("C:\\Scratch\\other"), HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND), S_OK},
-        {TEXT("C:\\Scratch\\file"), HRESULT_FROM_WIN32(ERROR_DIRECTORY), HRESULT_FROM_WIN32(ERROR_DIRECTORY)},
-        {TEXT("Z:\\x"), HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND), HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND)},
-        {TEXT(""), HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND), HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND)},
-    };
-    for (const auto& row : rows) {
-        PutValue(HKEY_CURRENT_USER, kShellFolders, TEXT("Desktop"), Sz(row.stored));
-        EXPECT_EQ(lookUp(CSIDL_DESKTOP, path), row.plain);
-        EXPECT_EQ(path, row.plain == S_OK ? row.stored : TEXT(""));
-        EXPECT_EQ(lookUp(CSIDL_DESKTOP | CSIDL_FLAG_CREATE, path), row.creating);
-        EXPECT_EQ(path, row.creating == S_OK ? row.stored : TEXT(""));
-        EXPECT_EQ(Exists(row.stored),
-                  row.creating == S_OK || row.creating == HRESULT_FROM_WIN32(ERROR_DIRECTORY));
-    }
-    PutValue(HKEY_CURRENT_USER, kShellFolders, TEXT("Desktop"), Sz(TEXT("C:\\") + Text(MAX_PATH, TEXT('x'))));
-    EXPECT_EQ(lookUp(CSIDL_DESKTOP | CSIDL_FLAG_CREATE, path),
-              HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE));
 }
 
 }  // namespace

@@ -107,40 +107,4 @@ TEST_F(HostVersions, OfDamagedFilesAreWholeOrMissing) {
             }
 }
 
-TEST_F(HostVersions, ShortBuffersHoldTheBeginningOfABlock) {
-    MakeFile(kFile, WindowsProgram());
-    const DWORD cbBlock = GetFileVersionInfoSizeW(kFile, nullptr);
-    for (DWORD cbBuffer = 0; cbBuffer <= 100; ++cbBuffer) {
-        std::vector<BYTE> block(cbBuffer);
-        void* value = nullptr;
-        UINT cbValue = 0;
-        if (!GetFileVersionInfoW(kFile, 0, cbBuffer, block.data())) continue;
-        if (VerQueryValueW(block.data(), TEXT("\\"), &value, &cbValue)) {
-            EXPECT_GE(cbBuffer, 40 + sizeof(VS_FIXEDFILEINFO));
-            EXPECT_EQ(cbValue, sizeof(VS_FIXEDFILEINFO));
-            EXPECT_EQ(value, block.data() + 40);
-        }
-    }
-    std::vector<BYTE> block(cbBlock + 10);
-    void* value;
-    UINT cbValue;
-    EXPECT_TRUE(GetFileVersionInfoW(kFile, 0, cbBlock + 10, block.data()));
-    EXPECT_TRUE(VerQueryValueW(block.data(), TEXT("\\"), &value, &cbValue));
-    EXPECT_FALSE(VerQueryValueW(block.data(), TEXT("\\StringFileInfo\\x"), &value, &cbValue));
-}
-
-TEST_F(HostVersions, ResourcesThatAreCutStayInside) {
-    const std::string_view whole = winhost::OwnResources();
-    ASSERT_FALSE(whole.empty());
-    for (std::size_t end = 0; end < whole.size(); end += 7) {
-        const std::string cut(whole.substr(0, end));
-        for (const WORD type : {winhost::kStringTable, winhost::kVersionResource}) {
-            const auto found = winhost::FindResource(cut, type, 1);
-            if (found.data.empty()) continue;
-            EXPECT_GE(found.data.data(), cut.data());
-            EXPECT_LE(found.data.data() + found.data.size(), cut.data() + cut.size());
-        }
-    }
-}
-
 }  // namespace
