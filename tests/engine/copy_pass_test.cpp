@@ -180,6 +180,7 @@ TEST_F(CopyPassTest, CopyMatchingMakesTheFolderThatItNeeds) {
             if (!name.starts_with(TEXT("pkg\\"))) made.push_back(name);
         EXPECT_EQ(made, row.made);
     }
+    EXPECT_EQ(CopyMatching(TEXT("a.dll"), (kPackage + TEXT("/")).c_str(), At(TEXT("t")).c_str()), 1);
     Files withFolders = package;
     withFolders[TEXT("sub\\")] = "";
     EXPECT_EQ(Look(kPackage), withFolders);

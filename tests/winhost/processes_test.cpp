@@ -110,6 +110,20 @@ TEST_F(HostProcesses, GuardTheirFileFromTheFirstMoment) {
     }
 }
 
+CHILD_PROGRAM(EndAsTold) {
+    const Text how = __wargv[1];
+    std::signal(SIGSEGV, SIG_DFL);
+    if (how == TEXT("abort")) std::abort();
+    if (how == TEXT("crash")) std::raise(SIGSEGV);
+    if (how == TEXT("ExitProcess")) ExitProcess(0x10000);
+    if (how == TEXT("_wexecl")) {
+        (void)CopyFileW(TEXT("C:\\Scratch\\child.exe"), TEXT("C:\\Scratch\\copy.tmp"), FALSE);
+        return static_cast<int>(
+            _wexecl(TEXT("C:\\Scratch\\copy.tmp"), TEXT("x"), TEXT("exit"), static_cast<LPCWSTR>(nullptr)));
+    }
+    return 300;
+}
+
 TEST_F(HostProcesses, EndWithTheCodeThatWindowsWouldGive) {
     const std::pair<LPCWSTR, DWORD> rows[] = {
         {TEXT("abort"), 0xC0000409}, {TEXT("crash"), 0xC0000005}, {TEXT("ExitProcess"), 0x10000},
