@@ -23,7 +23,6 @@ class CString {
     const Store& Text() const { return m_text; }
     int GetLength() const { return static_cast<int>(m_text.size()); }
     bool IsEmpty() const { return m_text.empty(); }
-    void Empty() { m_text.clear(); }
     // The character at `index`; 0 at the end and beyond.
     WCHAR GetAt(int index) const;
     WCHAR operator[](int index) const { return GetAt(index); }

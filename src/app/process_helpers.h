@@ -28,7 +28,7 @@ int ExecAndWait(LPCWSTR commandLine, LPCWSTR folder, DWORD waitMs);
 int IsWow64();
 
 // Switches a privilege of the token on (`enable` non-zero) or off. 1 on success; 0 on any failure, with a
-// line on standard output.
+// line on standard output unless the system lacks the function.
 int EnablePrivilege(HANDLE token, LPCWSTR privilege, int enable);
 
 // The version that no compatibility setting changes. 0, with the record cleared, when it can't be had.

@@ -5,6 +5,7 @@
 #include "app/process_helpers.h"
 #include "app/setup_state.h"
 #include "install/install_driver.h"
+#include "instances/instance_manager.h"
 #include "resource.h"
 #include "support/handles.h"
 #include "support/path_text.h"
@@ -114,7 +115,8 @@ BOOL CSetupApp::InitInstance() {
     if (!isInstall && g_silentMode == 0 && !ConfirmUninstall(title)) return 0;
 
     // The list counts this process too.
-    const int others = g_instanceManager.CountInstances() - 1;
+    // The count comes as it stands from memory that other processes write: the subtraction must not overflow.
+    const int others = static_cast<int>(static_cast<DWORD>(g_instanceManager.CountInstances()) - 1);
     if (others > 0) {
         if (isInstall && !ClosesUnasked() && !ConfirmClosing(others, title)) return 1;
         CloseRunningCopies(others);

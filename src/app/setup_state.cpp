@@ -1,5 +1,8 @@
 #include "app/setup_state.h"
 
+#include "app/setup_app.h"
+#include "instances/instance_manager.h"
+
 int g_silentMode = 1;
 int g_installType = 1;
 int g_desktopIcon = 1;

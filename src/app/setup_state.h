@@ -4,8 +4,8 @@
 
 #include <framework.h>
 
-#include "instances/instance_manager.h"
-#include "app/setup_app.h"
+class COXInstanceManager;
+class CSetupApp;
 
 // Names of the product and its files.
 inline constexpr WCHAR kProductName[] = TEXT("Qantivo 8");

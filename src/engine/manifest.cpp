@@ -20,7 +20,3 @@ LPCWSTR RecordValue(LPCWSTR line, LPCWSTR prefix) {
     const std::size_t cchPrefix = wcslen(prefix);
     return wcsncmp(line, prefix, cchPrefix) == 0 ? line + cchPrefix : nullptr;
 }
-
-LPWSTR RecordValue(LPWSTR line, LPCWSTR prefix) {
-    return const_cast<LPWSTR>(RecordValue(static_cast<LPCWSTR>(line), prefix));
-}

@@ -1,7 +1,7 @@
 // The one text format of manifest and log: records of one line, a prefix and a value.
 //
-// The file is bytes: byte b is character b, both ways, on every machine alike. No byte-order mark is known, no comment
-// line, no header; a line that starts with no known prefix is skipped.
+// The file is bytes: byte b is character b, both ways, on every machine alike. No byte-order mark is known,
+// no comment line, no header; a line that starts with no known prefix is skipped.
 #pragma once
 
 #include <framework.h>
@@ -23,10 +23,9 @@ inline constexpr WCHAR kComment[] = TEXT(" | ");
 // The line buffer: a read takes at most 511 characters, and a longer line arrives in pieces.
 inline constexpr int kLineChars = 512;
 
-// Reads one line and trims its right end of every character up to 0x20, but never the character at index 0. False at
-// the end of the file. Allocates nothing.
+// Reads one line and trims its right end of every character up to 0x20, but never the character at index 0.
+// False at the end of the file. Allocates nothing.
 bool ReadLogLine(WCHAR (&line)[kLineChars], FILE* file);
 
 // The value behind the prefix when the line is a record of that kind (exact and case-sensitive), else null.
-LPWSTR RecordValue(LPWSTR line, LPCWSTR prefix);
 LPCWSTR RecordValue(LPCWSTR line, LPCWSTR prefix);

@@ -16,8 +16,6 @@ namespace {
 
 // A question with eight numbers in it, the longest possible ones included, is below this.
 constexpr std::size_t kQuestionChars = 512;
-// A folder path up to this length counts as no folder.
-constexpr int kNoFolderChars = 4;
 
 // The version as one number. Fields above 99 carry into the next place.
 DWORD VersionAsNumber(const VersionNumbers& version) {
@@ -79,7 +77,8 @@ bool LiesInGroup(LPCWSTR link, const GroupFolders& folders) {
     return lowered.Find(folders.programsPrefix) == 0 && lowered.Find(folders.startupFolder) < 0;
 }
 
-// Tries whether the folder takes a file. What comes out of it decides nothing; the name goes again.
+// Tries whether the folder takes a file. What comes out of it decides nothing. A file that could be opened
+// goes again.
 void ProbeForWriting(LPCWSTR folder) {
     WCHAR name[kPathChars];
     if (!GetTempFileNameW(folder, TEXT("q8t"), 0, name)) return;

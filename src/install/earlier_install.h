@@ -9,9 +9,10 @@ bool AgreeToReplaceVersion();
 // Takes up the earlier choice of users (g_installType); a portable install is left alone.
 void TakeUpInstallType();
 
-// Takes up the program group (g_groupName) from the last shortcut below the Programs folder that the log
-// names.
+// Takes up the program group (g_groupName) from the last shortcut that the log names below the Programs
+// folder, but not below the Startup folder. The older log is read only when the present one can't be opened.
 void TakeUpGroup();
 
-// Takes up the Startup choice (g_autoStart) from the shortcut in either Startup folder.
+// Takes up the Startup choice (g_autoStart) from the shortcut in either Startup folder. Tries on the way
+// whether the all-users one takes a file.
 void TakeUpAutoStart();

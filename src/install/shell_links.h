@@ -17,6 +17,5 @@ HRESULT MakeShellLink(LPCWSTR target, LPCWSTR linkPath, LPCWSTR description, DWO
                       LPCWSTR arguments, LPCWSTR workingFolder);
 
 // Appends the text and a line end to the file, which is made when it isn't there. A character above 0xFF is
-// written as
-// '?'. When the file can't be opened the record is lost without a word.
+// written as '?'. When the file can't be opened the record is lost without a word.
 void AppendLogLine(LPCWSTR logPath, LPCWSTR text);

@@ -22,5 +22,5 @@ CString ThumbnailHandlerPath(LPCWSTR folder);
 // Handler paths up to this length count as none.
 inline constexpr int kNoHandlerChars = 4;
 
-// Has the system's regsvr32.exe register the thumbnail handler for this machine; waits for nothing.
+// Has regsvr32.exe, as the system's search finds it, register the thumbnail handler; waits for nothing.
 void RegisterThumbnailHandler();

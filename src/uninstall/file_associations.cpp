@@ -70,7 +70,7 @@ void NoteChoice(const Choices& choices, int row) {
         NoteChosenValue(extension.get(), choices.valueName, row);
 }
 
-// ---- second pass: give it back; true when that changed a choice ----
+// ---- second pass: give it back; true when it counts as a change ----
 
 bool DropUserChoice(HKEY extension, int row) {
     const bool owned = g_extensionTable[row].ownedByUs != 0;

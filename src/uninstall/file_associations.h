@@ -1,6 +1,6 @@
 // Gives the user's image file extensions back when the application goes away.
 #pragma once
 
-// Restores, or before Windows Vista puts back, the choice for each extension of g_extensionTable, and tells
-// the shell once if anything changed.
+// For each extension of g_extensionTable that the product had taken: before Windows Vista puts the former
+// choice back, from then on deletes the user's choice. Tells the shell once when that counted as a change.
 void RestoreFileAssociations();

@@ -3,6 +3,8 @@
 
 #include <framework.h>
 
+// company and product name the product's key below SOFTWARE, uninstallKey its entry in the list of installed
+// programs, exeName its application. A path of 512 characters or more names no key and is passed over.
 void PurgeRegistry(LPCWSTR company, LPCWSTR product, LPCWSTR uninstallKey, LPCWSTR exeName);
 
 // Deletes a key with all below it; what can't be deleted is stepped over. True when the key itself went.

@@ -3,6 +3,7 @@
 #include <process.h>
 #include <resource.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <optional>
 
@@ -42,15 +43,15 @@ CString QuotedForJoining(const CString& path) {
     return TEXT("\"") + path + TEXT("\"");
 }
 
-// Drive and directory of a path, with the closing backslash. None when the path is too long to be split
-// whole.
+// Drive and directory of a path, with the closing backslash. None when they don't fit the runtime's buffers:
+// what it gives then, a part cut or none at all, names another folder.
 std::optional<CString> FolderOf(LPCWSTR program) {
+    const CString path = program;
+    const int cchFolder = std::max(path.ReverseFind('\\'), path.ReverseFind('/')) + 1;
+    if (cchFolder >= _MAX_DIR || path.GetLength() >= _MAX_PATH) return std::nullopt;
     WCHAR drive[_MAX_DRIVE];
-    WCHAR directory[_MAX_PATH];
-    if (wcslen(program) >= _MAX_PATH) return std::nullopt;
+    WCHAR directory[_MAX_DIR];
     _wsplitpath(program, drive, directory, nullptr, nullptr);
-    // The runtime cuts a directory of more than this.
-    if (wcslen(directory) >= _MAX_DIR - 1) return std::nullopt;
     return CString(drive) + directory;
 }
 

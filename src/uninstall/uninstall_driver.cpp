@@ -19,8 +19,6 @@ WCHAR g_regScratch[kRegScratchChars];
 namespace {
 
 constexpr DWORD kUnregisterMs = 5000;
-// A shell folder's path up to this length counts as no folder.
-constexpr int kNoFolderChars = 4;
 
 bool Exists(LPCWSTR path) {
     return _waccess(path, 0) != -1;
@@ -81,20 +79,25 @@ void SweepCommonFolders() {
     if (programs.GetLength() > kNoFolderChars) DeleteProductGroup(programs);
 }
 
-void SweepUser(LPCWSTR userName) {
-    const RegistryKey user = OpenRegKey(HKEY_USERS, userName, KEY_ALL_ACCESS);
-    if (!user) return;
-    const RegistryKey folders = OpenRegKey(user.get(), kShellFoldersKey, KEY_ALL_ACCESS);
-    if (!folders) return;
-    for (const LPCWSTR value : {TEXT("Startup"), TEXT("Desktop")})
-        if (ReadRegScratch(folders.get(), value) && *g_regScratch) DeleteProductLink(g_regScratch);
-    if (ReadRegScratch(folders.get(), TEXT("Programs")) && *g_regScratch) DeleteProductGroup(g_regScratch);
+// Only what the scratch text then holds decides, not what came of the reads.
+void SweepUser(HKEY user) {
+    {
+        const RegistryKey folders = OpenRegKey(user, kShellFoldersKey, KEY_ALL_ACCESS);
+        if (!folders) return;
+        for (const LPCWSTR value : {TEXT("Startup"), TEXT("Desktop")}) {
+            (void)ReadRegScratch(folders.get(), value);
+            if (*g_regScratch) DeleteProductLink(g_regScratch);
+        }
+        (void)ReadRegScratch(folders.get(), TEXT("Programs"));
+    }
+    if (*g_regScratch) DeleteProductGroup(g_regScratch);
 }
 
 void SweepUserFolders() {
     for (DWORD index = 0; RegEnumKeyW(HKEY_USERS, index, g_regScratch, kRegScratchChars) == ERROR_SUCCESS;
          ++index)
-        SweepUser(g_regScratch);
+        if (const RegistryKey user = OpenRegKey(HKEY_USERS, g_regScratch, KEY_ALL_ACCESS))
+            SweepUser(user.get());
 }
 
 }  // namespace
@@ -104,9 +107,10 @@ bool ReadRegScratch(HKEY key, LPCWSTR value) {
     DWORD cbText = sizeof g_regScratch;
     const LSTATUS status =
         RegQueryValueExW(key, value, nullptr, nullptr, reinterpret_cast<LPBYTE>(g_regScratch), &cbText);
-    // A stored value need not hold a terminator.
-    g_regScratch[status == ERROR_SUCCESS ? kRegScratchChars - 1 : 0] = 0;
-    return status == ERROR_SUCCESS;
+    // A stored value need not hold a terminator; one that fills the buffer without one doesn't fit.
+    const bool whole = status == ERROR_SUCCESS && g_regScratch[kRegScratchChars - 1] == 0;
+    if (!whole) g_regScratch[0] = 0;
+    return whole;
 }
 
 void PerformUninstall(LPCWSTR folder) {

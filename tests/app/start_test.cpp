@@ -1,4 +1,6 @@
 // What a command line comes to: the job, how quiet it is, and what is asked before it.
+#include "instances/instance_manager.h"
+#include "app/setup_app.h"
 #include "app/setup_state.h"
 #include "support/scratch.h"
 

@@ -59,14 +59,12 @@ CHILD_PROGRAM(MarkAVeryLongPath) {
 }
 
 TEST_F(BootMarksTest, MarksKeepTheOrderOfTheirCalls) {
-    EXPECT_TRUE(ScheduleBootDelete(At(TEXT("a")).c_str()));
+    EXPECT_TRUE(ScheduleBootDelete(At("a").c_str()));
     EXPECT_EQ(g_rebootNeeded, 0);
-    EXPECT_TRUE(ScheduleBootReplace(At(TEXT("a.new")).c_str(), At(TEXT("a")).c_str()));
+    EXPECT_TRUE(ScheduleBootReplace(At("a.new").c_str(), At("a").c_str()));
     EXPECT_EQ(g_rebootNeeded, 1);
-    EXPECT_TRUE(ScheduleBootDelete(At(TEXT("a")).c_str()));
-    EXPECT_EQ(BootMarks(),
-              (std::vector<Mark>{
-                  {At(TEXT("a")), TEXT("")}, {At(TEXT("a.new")), At(TEXT("a"))}, {At(TEXT("a")), TEXT("")}}));
+    EXPECT_TRUE(ScheduleBootDelete(At("a").c_str()));
+    EXPECT_EQ(BootMarks(), Marks("a a.new>a a"));
     EXPECT_FALSE(Exists(InitPath()));
 }
 
@@ -92,12 +90,12 @@ TEST_F(BootMarksTest, TheSectionTakesWhatTheSystemRefuses) {
 }
 
 TEST_F(BootMarksTest, TheLatestReplacementDecides) {
-    EXPECT_TRUE(ScheduleBootReplace(At(TEXT("a.new")).c_str(), At(TEXT("a")).c_str()));
+    EXPECT_TRUE(ScheduleBootReplace(At("a.new").c_str(), At("a").c_str()));
     RefuseMarks();
     MakeFolder(InitPath());
-    EXPECT_FALSE(ScheduleBootDelete(At(TEXT("b")).c_str()));
+    EXPECT_FALSE(ScheduleBootDelete(At("b").c_str()));
     EXPECT_NE(g_rebootNeeded, 0);
-    EXPECT_FALSE(ScheduleBootReplace(At(TEXT("b.new")).c_str(), At(TEXT("b")).c_str()));
+    EXPECT_FALSE(ScheduleBootReplace(At("b.new").c_str(), At("b").c_str()));
     EXPECT_EQ(g_rebootNeeded, 0);
 }
 
@@ -123,89 +121,62 @@ TEST_F(BootMarksTest, ASectionThatWouldReachItsLimitEndsTheProcess) {
 }
 
 TEST_F(BootMarksTest, DeleteMatchingDeletesOrMarks) {
-    const Files files = {{TEXT("f\\"), ""},          {TEXT("f\\a.dll"), "a"}, {TEXT("f\\b.DLL"), "b"},
-                         {TEXT("f\\c.txt"), "c"},    {TEXT("f\\sub\\"), ""},  {TEXT("f\\sub\\x.dll"), "x"},
-                         {TEXT("f\\x.dll"), "stays"}};
-    // "a" and stars up to the length at which a search path is full.
-    const auto stars = [](std::size_t cch) {
-        return Text(TEXT("a")) + Text(cch - At(TEXT("f\\a")).size(), TEXT('*'));
-    };
+    const std::string all = "a.dll:a b.DLL:b c.txt:c sub\\x.dll:x x.dll:y";
+    // "a" and stars up to the length of a search path.
+    const auto stars = [](std::size_t cch) { return "a" + std::string(cch - At("f\\a").size(), '*'); };
     const struct {
         const char* name;
         Text folder;
-        Text pattern;
+        std::string pattern;
+        const char *held, *left, *marks;
         int deleted;
-        std::vector<Text> gone;
-        std::vector<Text> marked;
-        LPCWSTR held;
     } rows[] = {
-        {"one name", At(TEXT("f")), TEXT("c.txt"), 1, {TEXT("f\\c.txt")}, {}, nullptr},
-        {"wildcards, without regard to case",
-         At(TEXT("f\\")),
-         TEXT("?.dll"),
-         3,
-         {TEXT("f\\a.dll"), TEXT("f\\b.DLL"), TEXT("f\\x.dll")},
-         {},
-         nullptr},
-        {"other separator", At(TEXT("f/")), TEXT("c.txt"), 1, {TEXT("f\\c.txt")}, {}, nullptr},
-        {"one in use",
-         At(TEXT("f")),
-         TEXT("?.dll"),
-         2,
-         {TEXT("f\\b.DLL"), TEXT("f\\x.dll")},
-         {TEXT("\\a.dll")},
-         TEXT("f\\a.dll")},
-        {"folder part", At(TEXT("f")), TEXT("sub\\*.dll"), 1, {TEXT("f\\sub\\x.dll")}, {}, nullptr},
-        {"nothing matches", At(TEXT("f")), TEXT("*.exe"), 0, {}, {}, nullptr},
-        {"no such folder", At(TEXT("g")), TEXT("*.*"), 0, {}, {}, nullptr},
-        {"no pattern", At(TEXT("f")), TEXT(""), 0, {}, {}, nullptr},
-        {"a folder", At(TEXT("f")), TEXT("sub"), 0, {}, {TEXT("\\sub")}, nullptr},
-        {"all, and so the folder and its parent",
-         At(TEXT("f\\sub")),
-         TEXT("*.*"),
-         1,
-         {TEXT("f\\sub\\x.dll")},
-         {TEXT("\\sub"), TEXT("")},
-         nullptr},
-        {"current folder", TEXT(""), TEXT("f\\c.txt"), 1, {TEXT("f\\c.txt")}, {}, nullptr},
-        {"longest search path", At(TEXT("f")), stars(MAX_PATH - 1), 1, {TEXT("f\\a.dll")}, {}, nullptr},
-        {"search path too long", At(TEXT("f")), stars(MAX_PATH), 0, {}, {}, nullptr},
-        {"far too long", At(TEXT("f")), Text(40000, TEXT('*')), 0, {}, {}, nullptr},
+        {"one name", At("f"), "c.txt", "", "a.dll:a b.DLL:b sub\\x.dll:x x.dll:y", "", 1},
+        {"wildcards, in any case", At("f\\"), "?.dll", "", "c.txt:c sub\\x.dll:x", "", 3},
+        {"one in use", At("f/"), "?.dll", "a.dll", "a.dll:a c.txt:c sub\\x.dll:x", "a.dll", 2},
+        {"folder part", At("f"), "sub\\?.dll", "", "a.dll:a b.DLL:b c.txt:c sub\\ x.dll:y", "", 1},
+        {"folder part with the other separator", At("f"), "sub/x.*", "sub\\x.dll",
+         "a.dll:a b.DLL:b c.txt:c sub\\x.dll:x", "", 1},
+        {"nothing matches", At("f"), "*.exe", "", all.c_str(), "", 0},
+        {"no such folder", At("g"), "*.*", "", all.c_str(), "", 0},
+        {"no pattern", At("f"), "", "", all.c_str(), "", 0},
+        {"a folder", At("f"), "sub", "", all.c_str(), "sub", 0},
+        {"all, with the folder and its parent", At("f\\sub"), "*.*", "",
+         "a.dll:a b.DLL:b c.txt:c sub\\ x.dll:y", "sub .", 1},
+        {"current folder", TEXT(""), "f\\c.txt", "", "a.dll:a b.DLL:b sub\\x.dll:x x.dll:y", "", 1},
+        {"longest search path", At("f"), stars(MAX_PATH - 1), "", "b.DLL:b c.txt:c sub\\x.dll:x x.dll:y", "",
+         1},
+        {"search path too long", At("f"), stars(MAX_PATH), "", all.c_str(), "", 0},
+        {"far too long", At("f"), stars(40000), "", all.c_str(), "", 0},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        Make(files);
-        for (const LPCWSTR name : {TEXT("f\\a.dll"), TEXT("f\\c.txt")})
+        DeleteTree(At("f"));
+        Make(all, At("f"));
+        for (const char* name : {"f\\a.dll", "f\\c.txt"}) {
             ASSERT_TRUE(
                 SetFileAttributesW(At(name).c_str(), FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN));
+        }
         const std::size_t earlier = BootMarks().size();
         std::optional<HeldFile> held;
-        if (row.held) held.emplace(At(row.held), Hold::NoDelete);
+        if (*row.held) held.emplace(At("f\\") + Wide(row.held), Hold::NoDelete);
 
-        EXPECT_EQ(DeleteMatching(row.folder.c_str(), row.pattern.c_str()), row.deleted);
-        Files left = files;
-        for (const Text& name : row.gone)
-            left.erase(name);
-        EXPECT_EQ(Look(), left);
-        if (row.held) {
-            EXPECT_EQ(GetFileAttributesW(At(row.held).c_str()) & FILE_ATTRIBUTE_READONLY, 0u);
+        EXPECT_EQ(DeleteMatching(row.folder.c_str(), Wide(row.pattern).c_str()), row.deleted);
+        EXPECT_EQ(Look(At("f")), State(row.left));
+        EXPECT_EQ(MarksFrom(earlier), Marks(row.marks, At("f")));
+        // Taken away before the delete was tried.
+        if (std::string(row.marks) == "a.dll") {
+            EXPECT_EQ(GetFileAttributesW(At("f\\a.dll").c_str()) & FILE_ATTRIBUTE_READONLY, 0u);
         }
-        std::vector<Mark> marks = BootMarks(), expected;
-        marks.erase(marks.begin(), marks.begin() + static_cast<std::ptrdiff_t>(earlier));
-        for (const Text& name : row.marked)
-            expected.emplace_back(At(TEXT("f")) + name, TEXT(""));
-        EXPECT_EQ(marks, expected);
-        held.reset();
-        DeleteTree(At(TEXT("f")));
     }
     EXPECT_EQ(g_rebootNeeded, 0);
 }
 
 TEST_F(BootMarksTest, AMatchBehindAForwardSlashIsMissedAndMarked) {
-    Make({{TEXT("f\\sub\\x.dll"), "x"}});
-    EXPECT_EQ(DeleteMatching(At(TEXT("f")).c_str(), TEXT("sub/*.dll")), 0);
-    EXPECT_TRUE(Exists(At(TEXT("f\\sub\\x.dll"))));
-    EXPECT_EQ(BootMarks(), (std::vector<Mark>{{At(TEXT("f\\x.dll")), TEXT("")}}));
+    Make("sub\\y.dll:x");
+    EXPECT_EQ(DeleteMatching(kScratch.c_str(), TEXT("sub/*.dll")), 0);
+    EXPECT_EQ(Look(), State("sub\\y.dll:x"));
+    EXPECT_EQ(BootMarks(), Marks("y.dll"));
 }
 
 }  // namespace

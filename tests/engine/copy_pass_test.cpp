@@ -5,8 +5,8 @@
 
 namespace {
 
-const Text kPackage = At(TEXT("pkg"));
-const Text kTarget = At(TEXT("apps\\Q8"));
+const Text kPackage = At("pkg");
+const Text kTarget = At("apps\\Q8");
 
 BOOL WINAPI SayWow64(HANDLE, PBOOL wow64) {
     return *wow64 = TRUE;
@@ -22,8 +22,8 @@ class CopyPassTest : public ScratchTest {
     ~CopyPassTest() override { g_isWow64Process = m_isWow64Process; }
 
     void Run(const std::string& manifest) {
-        MakeFile(At(TEXT("manifest")), manifest);
-        RunCopyPass(At(TEXT("manifest")).c_str());
+        MakeFile(At("manifest"), manifest);
+        RunCopyPass(At("manifest").c_str());
     }
 
   private:
@@ -31,164 +31,128 @@ class CopyPassTest : public ScratchTest {
 };
 
 TEST_F(CopyPassTest, EachKindGoesWhereTheMachineAndTheInstallTypeSay) {
-    for (const LPCWSTR name : {TEXT("plain"), TEXT("x64"), TEXT("prt"), TEXT("own9.dll"),
-                               TEXT("kernel32.dll"), TEXT("sub\\in"), TEXT("skipped"), TEXT("last")})
-        MakeFile(kPackage + TEXT("\\") + name, "package's");
-    const Files package = Look(kPackage);
-    const std::string manifest =
-        "File Copy: plain\r\n"
-        "File Copy x64: x64\r\n"
-        "File Copy prt: prt\r\n"
-        "File Copy ind: own9.dll\r\n"
-        "File Copy ind: kernel32.dll > second.dll\r\n"
-        "Make Dir: made\r\n"
-        "Make Dir: deep\\er\r\n"
-        "File Copy: sub\\*\r\n"
-        "File Overwrite: skipped\r\nFile Del: skipped\r\nMade Dir: skipped\r\nShell Link: skipped\r\n"
-        "file copy: skipped\r\n File Copy: skipped\r\nFile Copy: skipped | a comment\r\n\r\nFile Copy: "
-        "none*\r\n"
-        "File Copy: last";
-    const std::vector<Text> always = {TEXT("Q8\\"),         TEXT("Q8\\last"),  TEXT("Q8\\made\\"),
-                                      TEXT("Q8\\own9.dll"), TEXT("Q8\\plain"), TEXT("Q8\\sub\\"),
-                                      TEXT("Q8\\sub\\in")};
+    const std::string package = "plain:1 x64:2 prt:3 own9.dll:4 kernel32.dll:5 sub\\in:6 skipped:7 last:8";
+    Make(package, kPackage);
+    const std::string always = "Q8\\plain:1 Q8\\own9.dll:4 Q8\\made\\ Q8\\sub\\in:6 Q8\\last:8 ";
     const struct {
         const char* name;
         bool wow64;
         int installType;
-        std::vector<Text> more;
+        const char* more;
     } rows[] = {
-        {"for all users", false, 1, {}},
-        {"for one user", false, 0, {}},
-        {"under the 32-bit layer", true, 1, {TEXT("Q8\\x64")}},
-        {"portable", false, 2, {TEXT("Q8\\second.dll"), TEXT("Q8\\x64"), TEXT("prt")}},
-        {"portable under the 32-bit layer", true, 2, {TEXT("Q8\\second.dll"), TEXT("Q8\\x64"), TEXT("prt")}},
+        {"for all users", false, 1, ""},
+        {"for one user", false, 0, ""},
+        {"under the 32-bit layer", true, 1, "Q8\\x64:2"},
+        {"portable", false, 2, "Q8\\x64:2 Q8\\second.dll:5 prt:3"},
+        {"portable under the 32-bit layer", true, 2, "Q8\\x64:2 Q8\\second.dll:5 prt:3"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        DeleteTree(At(TEXT("apps")));
+        DeleteTree(At("apps"));
         MakeFolder(kTarget);
         g_isWow64Process = row.wow64 ? SayWow64 : nullptr;
         g_installType = row.installType;
-        Run(manifest);
-        std::vector<Text> expected = always;
-        expected.insert(expected.end(), row.more.begin(), row.more.end());
-        std::sort(expected.begin(), expected.end());
-        EXPECT_EQ(Tree(At(TEXT("apps"))), expected);
-        EXPECT_EQ(Look(kPackage), package);
+        Run("File Copy: plain\r\n"
+            "File Copy x64: x64\r\n"
+            "File Copy prt: prt\r\n"
+            "File Copy ind: own9.dll\r\n"
+            "File Copy ind: kernel32.dll > second.dll\r\n"
+            "Make Dir: made\r\n"
+            "Make Dir: deep\\er\r\n"
+            "File Copy: sub\\*\r\n"
+            "File Overwrite: skipped\r\nFile Del: skipped\r\nMade Dir: skipped\r\nShell Link: skipped\r\n"
+            "file copy: skipped\r\n File Copy: skipped\r\nFile Copy: skipped | a comment\r\n\r\n"
+            "File Copy: none*\r\n"
+            "File Copy: last");
+        EXPECT_EQ(Look(At("apps")), State(always + row.more));
+        EXPECT_EQ(Look(kPackage), State(package));
     }
     EXPECT_TRUE(BootMarks().empty());
-    RunCopyPass(At(TEXT("none")).c_str());
+    RunCopyPass(At("none").c_str());
 }
 
 TEST_F(CopyPassTest, TwoNamesAreTakenLiterally) {
-    Make({{TEXT("a b"), "1"}, {TEXT("c"), "2"}, {TEXT("sub\\d"), "3"}, {TEXT("e"), "4"}}, kPackage);
-    Run("File Copy: a b \t> \t new name\r\n"
+    Make("c:1 sub\\d:2 e:3", kPackage);
+    MakeFile(kPackage + TEXT("\\a b"), "4");
+    Run("File Copy: a b \t> \t new\r\n"
         "File Copy: c>tight\r\n"
         "File Copy: c > x > y\r\n"
         "File Copy: sub\\d > d\r\n"
         "File Copy: e > nowhere\\e\r\n"
         "File Copy: ? > wild\r\n");
-    EXPECT_EQ(Look(kTarget), (Files{{TEXT("new name"), "1"}, {TEXT("tight"), "2"}, {TEXT("d"), "3"}}));
+    EXPECT_EQ(Look(kTarget), State("new:4 tight:1 d:2"));
 }
 
 TEST_F(CopyPassTest, AnEmptyNewNameMarksTheTargetFolder) {
-    MakeFile(kPackage + TEXT("\\a"), "1");
-    MakeFile(kPackage + TEXT("\\b"), "2");
+    Make("a:1 b:2", kPackage);
     Run("File Copy: a >\r\nFile Copy: b\r\n");
-    EXPECT_EQ(Look(kTarget), (Files{{TEXT(".new"), "1"}, {TEXT("b"), "2"}}));
-    EXPECT_EQ(BootMarks(), (std::vector<Mark>{{kTarget + TEXT("\\"), TEXT("")},
-                                              {kTarget + TEXT("\\.new"), kTarget + TEXT("\\")}}));
+    EXPECT_EQ(Look(kTarget), State(".new:1 b:2"));
+    EXPECT_EQ(BootMarks(), Marks("Q8\\ Q8\\.new>Q8\\", At("apps")));
     EXPECT_NE(g_rebootNeeded, 0);
 }
 
 TEST_F(CopyPassTest, TheProbeLooksForALibraryOtherThanThePackagesOwn) {
     // The current folder is among the places where the system looks.
     g_sourceDir = kScratch.c_str();
-    const Text library = At(TEXT("runtime9.dll"));
+    const Text library = At("runtime9.dll");
     ImportFile(QTV_BUILD_FOLDER "/package/runtime9.dll", library);
     const auto copied = [&](const char* record) {
+        DeleteTree(kTarget);
+        MakeFolder(kTarget);
         Run(record);
         EXPECT_TRUE(Exists(library));
         EXPECT_FALSE(Exists(library + TEXT(".toinst")));
-        const std::vector<Text> names = Tree(kTarget);
-        for (const Text& name : names)
-            DeleteTree(kTarget + TEXT("\\") + name);
-        return names;
+        return Tree(kTarget);
     };
-    const std::vector<Text> one = {TEXT("runtime9.dll")}, renamed = {TEXT("r.dll")}, none;
-    EXPECT_EQ(copied("File Copy ind: runtime9.dll"), one);
-    EXPECT_EQ(copied("File Copy ind: runtime9.dll > r.dll"), renamed);
+    EXPECT_EQ(copied("File Copy ind: runtime9.dll"), Names("runtime9.dll"));
+    EXPECT_EQ(copied("File Copy ind: runtime9.dll > r.dll"), Names("r.dll"));
     {
-        // A package that can't be renamed in is taken for the system.
+        // A file that can't be renamed, as on a disc, is taken for one from elsewhere.
         const HeldFile held(library, Hold::NoDelete);
-        EXPECT_EQ(copied("File Copy ind: runtime9.dll"), none);
-        EXPECT_EQ(copied("File Copy ind: runtime9.dll > r.dll"), none);
+        EXPECT_EQ(copied("File Copy ind: runtime9.dll"), Names(""));
+        EXPECT_EQ(copied("File Copy ind: runtime9.dll > r.dll"), Names(""));
     }
     MakeFile(library, "no library");
     const HeldFile held(library, Hold::NoDelete);
-    EXPECT_EQ(copied("File Copy ind: runtime9.dll"), one);
+    EXPECT_EQ(copied("File Copy ind: runtime9.dll"), Names("runtime9.dll"));
 }
 
 TEST_F(CopyPassTest, CopyMatchingMakesTheFolderThatItNeeds) {
-    const Files package = {
-        {TEXT("a.dll"), "a"}, {TEXT("b.dll"), "b"}, {TEXT("sub\\c.txt"), "c"}, {TEXT("sub\\dir\\"), ""}};
-    Make(package, kPackage);
+    const std::string package = "a.dll:1 b.dll:2 sub\\c.txt:3 sub\\dir\\";
+    const Text t = At("t");
     const struct {
         const char* name;
-        Text pattern;
-        Text folder;
+        LPCWSTR pattern;
+        Text from, to;
         int done;
-        std::vector<Text> made;  // below C:\Scratch
+        const char* made;  // below C:\Scratch, the package aside
     } rows[] = {
-        {"one name", TEXT("a.dll"), At(TEXT("t")), 1, {TEXT("t\\"), TEXT("t\\a.dll")}},
-        {"every level, either separator",
-         TEXT("*.dll"),
-         At(TEXT("t/u\\v/")),
-         2,
-         {TEXT("t\\"), TEXT("t\\u\\"), TEXT("t\\u\\v\\"), TEXT("t\\u\\v\\a.dll"), TEXT("t\\u\\v\\b.dll")}},
-        {"folder part",
-         TEXT("sub\\*.txt"),
-         At(TEXT("t")),
-         1,
-         {TEXT("t\\"), TEXT("t\\sub\\"), TEXT("t\\sub\\c.txt")}},
-        {"forward slashes lose the folder part",
-         TEXT("sub/c.txt"),
-         At(TEXT("t")),
-         0,
-         {TEXT("t\\"), TEXT("t\\sub\\")}},
-        {"nothing matches", TEXT("*.exe"), At(TEXT("t")), 0, {}},
-        {"a folder ends the walk", TEXT("sub\\d*"), At(TEXT("t")), 0, {TEXT("t\\"), TEXT("t\\sub\\")}},
-        {"a network folder that isn't there",
-         TEXT("a.dll"),
-         TEXT("\\\\nobody\\t"),
-         1,
-         {TEXT("nobody\\"), TEXT("nobody\\t\\"), TEXT("nobody\\t\\a.dll")}},
-        {"blanks around a folder that isn't there",
-         TEXT("a.dll"),
-         TEXT(" t "),
-         1,
-         {TEXT("t\\"), TEXT("t\\a.dll")}},
-        {"onto itself", TEXT("*.dll"), kPackage, 2, {}},
+        {"one name", TEXT("a.dll"), kPackage + TEXT("/"), t, 1, "t\\a.dll:1"},
+        {"every level", TEXT("*.dll"), kPackage, At("t/u\\v/"), 2, "t\\u\\v\\a.dll:1 t\\u\\v\\b.dll:2"},
+        {"folder part", TEXT("sub\\*.txt"), kPackage, t, 1, "t\\sub\\c.txt:3"},
+        {"folder part with the other separator", TEXT("sub/c.txt"), kPackage, t, 0, "t\\sub\\"},
+        {"nothing matches", TEXT("*.exe"), kPackage, t, 0, ""},
+        {"a folder ends the walk", TEXT("sub\\d*"), kPackage, t, 0, "t\\sub\\"},
+        {"no such network folder", TEXT("a.dll"), kPackage, TEXT("\\\\nobody\\t"), 1, "nobody\\t\\a.dll:1"},
+        {"blanks around the folder", TEXT("a.dll"), kPackage, TEXT(" t "), 1, "t\\a.dll:1"},
+        {"a folder that is there", TEXT("a.dll"), kPackage, TEXT("\\Scratch"), 1, "a.dll:1"},
+        {"onto itself", TEXT("*.dll"), kPackage, kPackage, 2, ""},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        for (const LPCWSTR top : {TEXT("t"), TEXT("nobody"), TEXT("apps")})
-            DeleteTree(At(top));
-        EXPECT_EQ(CopyMatching(row.pattern.c_str(), kPackage.c_str(), row.folder.c_str()), row.done);
-        std::vector<Text> made;
         for (const Text& name : Tree())
-            if (!name.starts_with(TEXT("pkg\\"))) made.push_back(name);
-        EXPECT_EQ(made, row.made);
+            DeleteTree(kScratch + TEXT("\\") + name);
+        Make(package, kPackage);
+        EXPECT_EQ(CopyMatching(row.pattern, row.from.c_str(), row.to.c_str()), row.done);
+        EXPECT_EQ(Look(kPackage), State(package));
+        DeleteTree(kPackage);
+        EXPECT_EQ(Look(), State(row.made));
     }
-    EXPECT_EQ(CopyMatching(TEXT("a.dll"), (kPackage + TEXT("/")).c_str(), At(TEXT("t")).c_str()), 1);
-    Files withFolders = package;
-    withFolders[TEXT("sub\\")] = "";
-    EXPECT_EQ(Look(kPackage), withFolders);
 }
 
 TEST_F(CopyPassTest, TheWalkStopsAtTheFirstFailureAndThePassGoesOn) {
-    Make({{TEXT("a.dll"), "new"}, {TEXT("b.dll"), "new"}, {TEXT("z.txt"), "new"}}, kPackage);
-    Make({{TEXT("a.dll"), "old"}, {TEXT("b.dll"), "old"}}, kTarget);
+    Make("a.dll:new b.dll:new z.txt:new", kPackage);
+    Make("a.dll:old b.dll:old", kTarget);
     const HeldFile a(kTarget + TEXT("\\a.dll"), Hold::NoDelete), b(kTarget + TEXT("\\b.dll"), Hold::NoDelete);
     Run("File Copy: *.dll\r\nFile Copy: z.txt\r\n");
     // Which of the two comes first is the file system's business.

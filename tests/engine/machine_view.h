@@ -1,12 +1,47 @@
-// What the engine's tests look at: all that is left below C:\Scratch.
+// Files, folders and marks of the engine's tests in short notation, all by paths relative to a folder. A list
+// has blanks between its items.
 #pragma once
 
 #include <map>
+#include <sstream>
 
 #include "support/scratch.h"
 
-// Every file with its bytes and every folder with none, by the path relative to the folder.
+inline Text Wide(const std::string& ascii) {
+    return Text(ascii.begin(), ascii.end());
+}
+
+// A path below C:\Scratch.
+inline Text At(const std::string& name) {
+    return kScratch + TEXT("\\") + Wide(name);
+}
+
+inline std::vector<std::string> Items(const std::string& list) {
+    std::istringstream text(list);
+    return {std::istream_iterator<std::string>(text), {}};
+}
+
+inline std::vector<Text> Names(const std::string& list) {
+    std::vector<Text> names;
+    for (const std::string& item : Items(list))
+        names.push_back(Wide(item));
+    return names;
+}
+
+// Every file with its bytes, and every folder, with a closing separator, with none.
 using Files = std::map<Text, std::string>;
+
+// A list of NAME:BYTES for files and NAME\ for folders; the folders above them belong to it unnamed.
+inline Files State(const std::string& list) {
+    Files files;
+    for (const std::string& item : Items(list)) {
+        const std::size_t end = std::min(item.find(':'), item.size());
+        for (std::size_t at = 0; (at = item.find('\\', at)) < end; ++at)
+            files[Wide(item.substr(0, at + 1))];
+        if (end < item.size()) files[Wide(item.substr(0, end))] = item.substr(end + 1);
+    }
+    return files;
+}
 
 inline Files Look(const Text& folder = kScratch) {
     Files files;
@@ -15,18 +50,34 @@ inline Files Look(const Text& folder = kScratch) {
     return files;
 }
 
-inline void Make(const Files& files, const Text& folder = kScratch) {
-    for (const auto& [name, bytes] : files) {
-        const Text path = folder + TEXT("\\") + name;
+inline void Make(const std::string& list, const Text& folder = kScratch) {
+    MakeFolder(folder);
+    for (const auto& [name, bytes] : State(list)) {
         if (name.back() == TEXT('\\')) {
-            MakeFolder(path.substr(0, path.size() - 1));
+            MakeFolder(folder + TEXT("\\") + name.substr(0, name.size() - 1));
         } else {
-            MakeFile(path, bytes);
+            MakeFile(folder + TEXT("\\") + name, bytes);
         }
     }
 }
 
-// A path below C:\Scratch.
-inline Text At(const Text& name) {
-    return kScratch + TEXT("\\") + name;
+// A list of SOURCE for deletes and SOURCE>TARGET for moves; "." is the folder itself.
+inline std::vector<Mark> Marks(const std::string& list, const Text& folder = kScratch) {
+    const auto path = [&](const std::string& name) {
+        return name == "." ? folder : folder + TEXT("\\") + Wide(name);
+    };
+    std::vector<Mark> marks;
+    for (const std::string& item : Items(list)) {
+        const std::size_t split = item.find('>');
+        marks.emplace_back(path(item.substr(0, split)),
+                           split < item.size() ? path(item.substr(split + 1)) : Text());
+    }
+    return marks;
+}
+
+// The marks behind the first `earlier`.
+inline std::vector<Mark> MarksFrom(std::size_t earlier) {
+    std::vector<Mark> marks = BootMarks();
+    marks.erase(marks.begin(), marks.begin() + static_cast<std::ptrdiff_t>(std::min(earlier, marks.size())));
+    return marks;
 }

@@ -1,5 +1,6 @@
 // The program's own variables as they stand when the first line of InitInstance runs.
 #include "app/process_helpers.h"
+#include "app/setup_app.h"
 #include "app/setup_state.h"
 #include "support/scratch.h"
 

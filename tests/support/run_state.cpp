@@ -2,6 +2,9 @@
 // start values before each test, and the list of running copies is another one than the product's.
 #include "app/setup_state.h"
 
+#include "app/setup_app.h"
+#include "instances/instance_manager.h"
+
 #include <gtest/gtest.h>
 
 int g_silentMode = 1;
@@ -34,7 +37,7 @@ class StartValues : public ::testing::EmptyTestEventListener {
             0;
         g_version = {};
         for (CString* text : {&g_targetDir, &g_sourceDir, &g_groupName, &g_sfxDir})
-            text->Empty();
+            *text = CString();
         g_osVersion = {};
         g_osVersion.dwOSVersionInfoSize = sizeof g_osVersion;
         g_osVersion.dwMajorVersion = 10;

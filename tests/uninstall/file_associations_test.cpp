@@ -71,7 +71,7 @@ TEST_F(FileAssociations, FormerChoicesComeBack) {
         {TEXT(".cmp"), ours, Sz(Text(511, 'p')), Sz(Text(511, 'p')), none},
         {TEXT(".tga"), ours, Sz(Text(512, 'p')), none, none},
         {TEXT(".wpg"), unended, paint, unended, paint},
-        {TEXT(".qvi"), ours, unended, Sz(Text(511, 0x4141)), none},
+        {TEXT(".qvi"), ours, unended, none, none},
     };
     g_osVersion.dwMajorVersion = 5;
     for (const auto& row : rows) {

@@ -70,8 +70,10 @@ CHILD_PROGRAM(TemporaryCopy) {
 // Started by hand, the copy works on the folder that it is told, and says so when it isn't silent.
 TEST_F(Uninstall, CopyStartedByHand) {
     const Text tooLong = kScratch + TEXT("\\") + Text(260, 'x') + TEXT("\\QtvUnInst.exe");
+    // A folder just past the runtime's buffer, which leaves none at all: not the current one instead.
+    const Text folderTooLong = TEXT("C:\\") + Text(252, 'x') + TEXT("\\f");
     const Text first = kMarked + TEXT("QtvUnInst.exe");
-    for (const Text& position2 : {tooLong, first}) {
+    for (const Text& position2 : {tooLong, folderTooLong, first}) {
         MakeFile(first);
         MakeFile(kScratch + TEXT("\\QtvUnInst.log"));
         const bool fits = position2 == first;

@@ -1,0 +1,87 @@
+// What a run does last, and what only the embedded machine tells of it: restarts and pages opened.
+#include <algorithm>
+
+#include "end_to_end/run.h"
+#include "winhost.h"
+
+namespace {
+
+class LastStep : public EndToEndTest {
+  protected:
+    // The recorded events of one kind.
+    static std::vector<std::string> Events(const std::string& kind) {
+        std::vector<std::string> events = winhost::Events();
+        std::erase_if(events, [&](const std::string& event) { return !event.starts_with(kind + "\t"); });
+        return events;
+    }
+    // How often the product was started plainly.
+    static long Starts() {
+        const auto events = Events("start-process");
+        return std::count_if(events.begin(), events.end(), [](const std::string& event) {
+            return event.find("QtvApp8.exe") != event.npos && event.find("-regonly") == event.npos;
+        });
+    }
+};
+
+// A restart takes the place of the product's start, and comes only when it was asked for.
+TEST_F(LastStep, RestartsOnlyWhenAReplacementWaits) {
+    const Text help = Where("C:\\Program Files\\Qantivo 8\\QtvApp8Man.chm");
+    Setup(TEXT("-s"));
+    const struct {
+        const char* name;
+        Text arguments;
+        bool held, token;
+        long starts;
+        std::size_t restarts;
+    } rows[] = {
+        {"nothing waits", TEXT("-s -runafter"), false, true, 1, 0},
+        {"not asked for", TEXT("-s"), true, true, 0, 0},
+        {"asked for", TEXT("-s -runafter"), true, true, 0, 1},
+        {"no privilege to be had", TEXT("-s -runafter"), true, false, 0, 0},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        winhost::ClearEvents();
+        winhost::HideFunction("OpenProcessToken", !row.token);
+        {
+            std::optional<HeldFile> held;
+            if (row.held) held.emplace(help, Hold::NoDelete);
+            EXPECT_EQ(Setup(row.arguments), 0u);
+        }
+        EXPECT_EQ(Starts(), row.starts);
+        // EWX_REBOOT, and the reason: planned, an application, an installation.
+        EXPECT_EQ(Events("exit-windows"),
+                  std::vector<std::string>(row.restarts, "exit-windows\t2\t2147745794"));
+        RestartMachine();
+    }
+    winhost::HideFunction("OpenProcessToken", false);
+}
+
+// A package damaged after it was installed leaves the installation alone, and leads to the maker's page.
+TEST_F(LastStep, DamagedPackageOpensTheHomePage) {
+    Setup(TEXT("-s"));
+    ASSERT_TRUE(DeleteFileW((package + TEXT("\\QtvApp8.exe")).c_str()));
+    Rebase();
+    winhost::ClearEvents();
+    const BoxAnswers answers({IDOK});
+    EXPECT_EQ(Setup(TEXT("-s -runafter")), 1u);
+    EXPECT_TRUE(Same({}, Changes()));
+    EXPECT_EQ(Events("shell-execute"),
+              std::vector<std::string>{"shell-execute\topen\thttp://www.lorvanta.example/\t5"});
+    EXPECT_EQ(Starts(), 0);
+}
+
+// Without rights to a hive each write fails by itself, and all the rest of the install is done.
+TEST_F(LastStep, MissingRightsLeaveOutTheirItemAlone) {
+    setenv("WINHOST_FAULTS", "RegCreateKeyW#*=5;CoCreateInstance#*;SHGetFolderPathW#3", 1);
+    EXPECT_EQ(Setup(TEXT("-s -instport C:\\Scratch\\Qantivo")), 0u);
+    EXPECT_EQ(Setup(TEXT("-s")), 0u);
+    unsetenv("WINHOST_FAULTS");
+    State changes = Changes();
+    std::erase_if(changes, [](const auto& item) { return !item.first.starts_with("HKLM"); });
+    EXPECT_TRUE(Same({}, changes));
+    for (const char* folder : {"C:\\Program Files\\Qantivo 8", "<Scratch>\\Qantivo"})
+        EXPECT_TRUE(Exists(Where(std::string(folder) + "\\QtvUnInst.log")));
+}
+
+}  // namespace
