@@ -81,8 +81,13 @@ added=$(($(wc -l <"$machine/C/Package/QtvUnInst.log") + 2))
 tail -n +"$added" "$machine/C/Apps/Qantivo/QtvUnInst.log" | tr -d '\r'
 
 run 'C:\Apps\Qantivo\QtvUnInst.exe'
+note_changes
+show_files 'Files and folders that are left until the next start of the machine'
+show 'Left to do at the next start of the machine' '^. mark' 'print name, what'
+
+heading 'The machine restarts'
 "$build/winmachine" restart "$machine"
 note_changes
-show_files 'Files and folders that are left after a restart'
+show_files 'Files and folders that are left'
 show_shortcuts 'Shortcuts that are left'
 show_registry 'Registry values that are left'
