@@ -1,8 +1,12 @@
 // The sample application. It does its own registration for the current user:
 //   -regonly     writes it and ends
 //   -unregonly   takes back exactly what -regonly wrote, and ends
-// Started plainly it counts the start in its settings.
-#include <windows.h>
+// Started plainly it counts the start in its settings. As a running copy:
+//   -show        enters the list of running copies and shows its window until that is asked to close; then it
+//   ends
+//                with the message's wParam as its exit code
+//   -stay        the same, but it doesn't close
+#include "instances/instance_manager.h"
 
 #include <cstdlib>
 #include <cwchar>
@@ -13,6 +17,13 @@ constexpr WCHAR kSettingsKey[] = TEXT("Software\\Lorvanta\\Qantivo 8");
 constexpr WCHAR kRegisteredValue[] = TEXT("Registered");
 constexpr WCHAR kRegisteredPathValue[] = TEXT("RegisteredPath");
 constexpr WCHAR kStartsValue[] = TEXT("Starts");
+
+constexpr WCHAR kListName[] = TEXT("Lorvanta.Qantivo-ZR.v4");
+constexpr DWORD kListExtraBytes = 1024;
+constexpr WCHAR kWindowClass[] = TEXT("QantivoFrame");
+constexpr WCHAR kWindowTitle[] = TEXT("Qantivo - meadow.bmp");
+
+bool staysOpen;
 
 HKEY OpenSettings() {
     HKEY key = nullptr;
@@ -54,12 +65,42 @@ bool CountStart(HKEY settings) {
     return SetNumber(settings, kStartsValue, starts + 1);
 }
 
+LRESULT CALLBACK FrameProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message != WM_CLOSE) return DefWindowProcW(window, message, wParam, lParam);
+    if (staysOpen) return 0;
+    DestroyWindow(window);
+    PostQuitMessage(static_cast<int>(wParam));
+    return 0;
+}
+
+HWND ShowFrame(HINSTANCE instance) {
+    WNDCLASSEXW frame = {};
+    frame.cbSize = sizeof frame;
+    frame.lpfnWndProc = FrameProcedure;
+    frame.hInstance = instance;
+    frame.lpszClassName = kWindowClass;
+    if (!RegisterClassExW(&frame)) return nullptr;
+    return CreateWindowExW(0, kWindowClass, kWindowTitle, WS_OVERLAPPEDWINDOW | WS_VISIBLE, CW_USEDEFAULT,
+                           CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, nullptr, nullptr, instance, nullptr);
+}
+
+int RunAsCopy(HINSTANCE instance) {
+    const COXInstanceManager copies(kListName, kListExtraBytes, true);
+    if (!ShowFrame(instance)) return 1;
+    MSG message = {};
+    while (GetMessageW(&message, nullptr, 0, 0) > 0)
+        DispatchMessageW(&message);
+    return static_cast<int>(message.wParam);
+}
+
 }  // namespace
 
-int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR, int) {
+int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, LPWSTR, int) {
+    const LPCWSTR option = __argc > 1 ? __wargv[1] : TEXT("");
+    staysOpen = wcscmp(option, TEXT("-stay")) == 0;
+    if (staysOpen || wcscmp(option, TEXT("-show")) == 0) return RunAsCopy(instance);
     HKEY settings = OpenSettings();
     if (!settings) return 1;
-    const LPCWSTR option = __argc > 1 ? __wargv[1] : TEXT("");
     bool done = false;
     if (wcscmp(option, TEXT("-regonly")) == 0) {
         done = Register(settings);

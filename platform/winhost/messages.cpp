@@ -1,12 +1,11 @@
-// Message boxes, answered by a test's list or at the terminal, and the thread's queue of messages.
+// Message boxes, answered by a test's list or at the terminal.
 #include <unistd.h>
 
 #include <algorithm>
-#include <deque>
 #include <fstream>
 #include <iostream>
 
-#include "internal.h"
+#include "window_table.h"
 #include "winhost.h"
 
 namespace fs = std::filesystem;
@@ -102,13 +101,6 @@ Answer AnswerBox(const std::vector<int>& buttons, const std::string& caption, co
     return {buttons.back(), false};
 }
 
-struct Queue {
-    std::deque<MSG> posted;
-    bool quits = false;
-    int exitCode = 0;
-};
-thread_local Queue queue;
-
 }  // namespace
 
 void SetBoxAnswers(const std::vector<int>& buttons) {
@@ -126,8 +118,8 @@ void EndBoxAnswers() {
 int MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) {
     if (winhost::Fails("MessageBoxW")) return 0;
     if (owner) {
-        SetLastError(ERROR_INVALID_WINDOW_HANDLE);
-        return 0;
+        if (!winhost::WindowTable().Find(owner)) return 0;
+        winhost::NotModelled("MessageBoxW", "an owner");
     }
     const std::u16string shownText = text ? text : u"";
     const std::u16string shownCaption = caption ? caption : u"Error";
@@ -137,47 +129,4 @@ int MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) {
                     {shownCaption, shownText, winhost::Utf16(std::to_string(style)),
                      winhost::Utf16(std::to_string(answer.button))});
     return answer.button;
-}
-
-BOOL PostMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    if (winhost::Fails("PostMessageW")) return FALSE;
-    if (window) {
-        SetLastError(ERROR_INVALID_WINDOW_HANDLE);
-        return FALSE;
-    }
-    // Without a window it goes to the thread itself.
-    winhost::queue.posted.push_back({nullptr, message, wParam, lParam, GetTickCount(), {}});
-    return TRUE;
-}
-
-BOOL GetMessageW(MSG* message, HWND window, UINT first, UINT last) {
-    if (winhost::Fails("GetMessageW")) return -1;
-    if (window || first || last) winhost::NotModelled("GetMessageW", "a choice of messages");
-    auto& queue = winhost::queue;
-    if (!queue.posted.empty()) {
-        *message = queue.posted.front();
-        queue.posted.pop_front();
-        return message->message != WM_QUIT;
-    }
-    // The end of the queue comes behind all that was posted.
-    if (!queue.quits) winhost::NotModelled("GetMessageW", "an empty queue that nobody can fill");
-    queue.quits = false;
-    *message = {nullptr, WM_QUIT, static_cast<WPARAM>(queue.exitCode), 0, GetTickCount(), {}};
-    return FALSE;
-}
-
-BOOL TranslateMessage(const MSG*) {
-    (void)winhost::FaultOf("TranslateMessage");
-    return FALSE;
-}
-
-LRESULT DispatchMessageW(const MSG*) {
-    (void)winhost::FaultOf("DispatchMessageW");
-    return 0;
-}
-
-void PostQuitMessage(int exitCode) {
-    (void)winhost::FaultOf("PostQuitMessage");
-    winhost::queue.quits = true;
-    winhost::queue.exitCode = exitCode;
 }

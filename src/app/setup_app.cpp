@@ -1,5 +1,6 @@
 #include "app/setup_app.h"
 
+#include <algorithm>
 #include <iterator>
 
 #include "app/process_helpers.h"
@@ -85,11 +86,12 @@ bool ConfirmClosing(int others, LPCWSTR title) {
 
 // Closes running copies, by force when they don't end at once. Only the first `others` entries are visited:
 // this process stands last in the list unless a copy started after it. A list that shrank since it was
-// counted ends the process by the array's exception.
+// counted ends the process by the array's exception; a count beyond what a list can hold doesn't.
 void CloseRunningCopies(int others) {
     CDWordArray ids;
     if (!g_instanceManager.ListInstances(ids)) return;
-    for (int index = 0; index < others; ++index) {
+    const int visited = std::min(others, static_cast<int>(kMaxListedInstances));
+    for (int index = 0; index < visited; ++index) {
         const DWORD id = ids[index];
         if (id == GetCurrentProcessId()) continue;
         (void)PostMessageW(COXInstanceManager::FindInstanceWindow(id), WM_CLOSE, kClosedBySetup, 0);

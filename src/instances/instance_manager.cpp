@@ -1,11 +1,242 @@
 #include "instances/instance_manager.h"
 
+#include <algorithm>
+#include <iterator>
+
+namespace {
+
+constexpr WCHAR kListMutexPrefix[] = TEXT("Local\\COXInstanceManager_InstanceList_Mutex_");
+constexpr WCHAR kAdditionalMutexPrefix[] = TEXT("Local\\COXInstanceManager_Additional_Mutex_");
+constexpr WCHAR kFileMapPrefix[] = TEXT("Local\\COXInstanceManager_FileMap_");
+
+constexpr DWORD kListAccess = FILE_MAP_READ | FILE_MAP_WRITE;
+constexpr int kTitleChars = 512;
+constexpr WCHAR kTitleStart[] = TEXT("Qantivo");
+// Hidden windows that COM and DDE make in a process.
+constexpr LPCWSTR kForeignTitles[] = {TEXT("DDE Server Window"), TEXT("OleMainThreadWndName")};
+
+// The application rounds by the same formula, which is right below the granularity alone: both must agree on
+// where the additional region begins.
+DWORD RoundedSize(DWORD cbWanted) {
+    SYSTEM_INFO system = {};
+    GetSystemInfo(&system);
+    const DWORD granularity = system.dwAllocationGranularity;
+    return cbWanted / granularity + (cbWanted % granularity != 0 ? granularity : 0);
+}
+
+// A word that another process may be writing, read once.
+DWORD ReadShared(const volatile DWORD& word) {
+    return word;
+}
+
+struct WindowSearch {
+    DWORD processId;
+    HWND found;
+};
+
+}  // namespace
+
 IMPLEMENT_DYNAMIC(COXInstanceManager, CObject)
 
-COXInstanceManager::COXInstanceManager(LPCWSTR, DWORD, bool) {}
+// One operation on the list: false when there is nothing to work on. The view goes while the lock still
+// holds.
+class COXInstanceManager::ListAccess {
+  public:
+    explicit ListAccess(COXInstanceManager& manager) : m_manager(manager), m_lock(&manager.m_listMutex) {
+        if (m_manager.MapInstanceList()) (void)m_lock.Lock();
+    }
+    ~ListAccess() { m_manager.UnmapInstanceList(); }
+    ListAccess(const ListAccess&) = delete;
+    ListAccess& operator=(const ListAccess&) = delete;
+    explicit operator bool() const { return m_lock.IsLocked(); }
 
-int COXInstanceManager::CountInstances() { return 0; }
+  private:
+    COXInstanceManager& m_manager;
+    CSingleLock m_lock;
+};
 
-int COXInstanceManager::ListInstances(CDWordArray&) { return 0; }
+COXInstanceManager::COXInstanceManager(LPCWSTR name, DWORD cbAdditional, bool addThis)
+    : m_name(name),
+      m_listSize(RoundedSize(sizeof(InstanceListHeader))),
+      m_additionalSize(RoundedSize(cbAdditional)),
+      m_listMutex(FALSE, kListMutexPrefix + m_name),
+      m_additionalMutex(FALSE, kAdditionalMutexPrefix + m_name) {
+    const CString mappingName = kFileMapPrefix + m_name;
+    m_fileMapping.reset(CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE | SEC_COMMIT, 0,
+                                           m_listSize + m_additionalSize, mappingName));
+    // Nothing guards the time between the two steps: a process that enters itself before the list is written
+    // is lost from it.
+    if (GetLastError() != ERROR_ALREADY_EXISTS) InitInstanceList();
+    if (addThis) (void)AddInstance(GetCurrentProcessId());
+}
 
-HWND COXInstanceManager::FindInstanceWindow(DWORD) { return nullptr; }
+COXInstanceManager::~COXInstanceManager() {
+    (void)RemoveInstance(GetCurrentProcessId());
+    UnmapAdditionalData();
+}
+
+bool COXInstanceManager::MapInstanceList() {
+    if (!m_fileMapping) return false;
+    m_listView =
+        static_cast<InstanceListHeader*>(MapViewOfFile(m_fileMapping.get(), kListAccess, 0, 0, m_listSize));
+    return m_listView != nullptr;
+}
+
+void COXInstanceManager::UnmapInstanceList() {
+    if (m_listView) (void)UnmapViewOfFile(m_listView);
+    m_listView = nullptr;
+}
+
+void COXInstanceManager::InitInstanceList() {
+    const ListAccess access(*this);
+    if (!access) return;
+    m_listView->maxInstances = 1;
+    m_listView->instanceCount = 0;
+    std::fill(std::begin(m_listView->processIds), std::end(m_listView->processIds), 0);
+}
+
+DWORD COXInstanceManager::ListedEntries() const {
+    return std::min(ReadShared(m_listView->instanceCount), kMaxListedInstances);
+}
+
+// Posted, never sent: nobody waits for another process under the lock. Without a window it goes to this
+// thread.
+void COXInstanceManager::NotifyListed(UINT message, DWORD processId) const {
+    const DWORD entries = ListedEntries();
+    for (DWORD index = 0; index < entries; ++index)
+        (void)PostMessageW(FindInstanceWindow(m_listView->processIds[index]), message, 0,
+                           static_cast<LPARAM>(processId));
+}
+
+int COXInstanceManager::AddInstance(DWORD processId) {
+    const ListAccess access(*this);
+    if (!access) return 0;
+    const DWORD count = ListedEntries();
+    if (count >= kMaxListedInstances) return 0;
+    // Before the entry, so that the new process hears nothing of itself.
+    NotifyListed(WM_INSTANCE_ADDED, processId);
+    m_listView->processIds[count] = processId;
+    m_listView->instanceCount = count + 1;
+    return 1;
+}
+
+int COXInstanceManager::RemoveInstance(DWORD processId) {
+    const ListAccess access(*this);
+    if (!access) return 0;
+    const DWORD entries = ListedEntries();
+    DWORD* const first = m_listView->processIds;
+    DWORD* const end = first + entries;
+    DWORD* const entry = std::find(first, end, processId);
+    if (entry == end) return 0;
+    (void)std::copy(entry + 1, end, entry);
+    // The slot behind the old last entry, not the one that became free: readers stop at the count. In a full
+    // list it is the first word behind the record.
+    reinterpret_cast<DWORD*>(reinterpret_cast<BYTE*>(m_listView) +
+                             offsetof(InstanceListHeader, processIds))[entries] = 0;
+    m_listView->instanceCount = ReadShared(m_listView->instanceCount) - 1;
+    NotifyListed(WM_INSTANCE_REMOVED, processId);
+    return 1;
+}
+
+int COXInstanceManager::CountInstances() {
+    const ListAccess access(*this);
+    return access ? static_cast<int>(ReadShared(m_listView->instanceCount)) : 0;
+}
+
+int COXInstanceManager::ListInstances(CDWordArray& ids) {
+    const ListAccess access(*this);
+    if (!access) return 0;
+    const DWORD entries = ListedEntries();
+    ids.SetSize(static_cast<int>(entries));
+    (void)std::copy_n(m_listView->processIds, entries, ids.GetData());
+    return 1;
+}
+
+bool COXInstanceManager::IsOtherInstanceRunning() {
+    return CountInstances() > 1;
+}
+
+BOOL CALLBACK COXInstanceManager::EnumInstanceWindowsProc(HWND window, LPARAM context) {
+    WindowSearch& search = *reinterpret_cast<WindowSearch*>(context);
+    DWORD processId = 0;
+    (void)GetWindowThreadProcessId(window, &processId);
+    if (processId != search.processId) return TRUE;
+    if (GetWindow(window, GW_OWNER)) return TRUE;
+    if (GetWindowLongW(window, GWL_EXSTYLE) & WS_EX_TOOLWINDOW) return TRUE;
+    WCHAR title[kTitleChars] = {};
+    (void)GetWindowTextW(window, title, kTitleChars);
+    for (const LPCWSTR foreign : kForeignTitles)
+        if (wcscmp(title, foreign) == 0) return TRUE;
+    if (wcsncmp(title, kTitleStart, std::size(kTitleStart) - 1) != 0) return TRUE;
+    search.found = window;
+    return FALSE;
+}
+
+HWND COXInstanceManager::FindInstanceWindow(DWORD processId) {
+    WindowSearch search = {processId, nullptr};
+    (void)EnumWindows(EnumInstanceWindowsProc, reinterpret_cast<LPARAM>(&search));
+    return search.found;
+}
+
+int COXInstanceManager::CloseInstance(DWORD processId) {
+    const HWND window = FindInstanceWindow(processId);
+    if (!window || !IsWindowEnabled(window)) return 0;
+    (void)PostMessageW(window, WM_CLOSE, 0, 0);
+    return 1;
+}
+
+DWORD COXInstanceManager::GetMaxInstances() {
+    const ListAccess access(*this);
+    return access ? ReadShared(m_listView->maxInstances) : 0;
+}
+
+int COXInstanceManager::SetMaxInstances(DWORD limit, bool closeExcess) {
+    DWORD ids[kMaxListedInstances];
+    DWORD entries = 0;
+    LONGLONG excess = 0;
+    {
+        const ListAccess access(*this);
+        if (!access) return 0;
+        m_listView->maxInstances = limit;
+        entries = ListedEntries();
+        (void)std::copy_n(m_listView->processIds, entries, ids);
+        excess = static_cast<LONGLONG>(ReadShared(m_listView->instanceCount)) - limit;
+    }
+    if (!closeExcess) return 1;
+    const DWORD own = GetCurrentProcessId();
+    for (DWORD index = entries; index > 0 && excess > 0; --index)
+        if (ids[index - 1] != own) excess -= CloseInstance(ids[index - 1]);
+    if (excess > 0) (void)CloseInstance(own);
+    return 1;
+}
+
+bool COXInstanceManager::IsOverLimit(bool bringForward) {
+    const ListAccess access(*this);
+    if (!access) return false;
+    const bool over = ReadShared(m_listView->maxInstances) < ReadShared(m_listView->instanceCount);
+    if (over && bringForward) BringForward();
+    return over;
+}
+
+void COXInstanceManager::BringForward() const {
+    const DWORD* const first = m_listView->processIds;
+    const DWORD* const end = first + std::min<DWORD>(ListedEntries(), 2);
+    const DWORD own = GetCurrentProcessId();
+    const DWORD* const earlier = first != end && *first == own ? first + 1 : first;
+    if (earlier == end || *earlier == 0) return;
+    const HWND window = FindInstanceWindow(*earlier);
+    if (!window) return;
+    (void)SetForegroundWindow(window);
+    if (GetWindowLongW(window, GWL_STYLE) & WS_MINIMIZE) (void)ShowWindow(window, SW_RESTORE);
+}
+
+void* COXInstanceManager::MapAdditionalData() {
+    if (!m_additionalView && m_fileMapping)
+        m_additionalView = MapViewOfFile(m_fileMapping.get(), kListAccess, 0, m_listSize, m_additionalSize);
+    return m_additionalView;
+}
+
+void COXInstanceManager::UnmapAdditionalData() {
+    if (m_additionalView) (void)UnmapViewOfFile(m_additionalView);
+    m_additionalView = nullptr;
+}

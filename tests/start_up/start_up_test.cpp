@@ -1,5 +1,6 @@
 // The program's own variables as they stand when the first line of InitInstance runs.
 #include "app/process_helpers.h"
+#include "instances/instance_manager.h"
 #include "app/setup_app.h"
 #include "app/setup_state.h"
 #include "support/scratch.h"
@@ -21,6 +22,13 @@ TEST_F(StartUpTest, VariablesHoldTheirStartValues) {
         EXPECT_EQ(number, 0u);
     for (const CString* text : {&g_targetDir, &g_sourceDir, &g_groupName, &g_sfxDir})
         EXPECT_TRUE(text->IsEmpty());
+}
+
+TEST_F(StartUpTest, ProcessStandsInTheListOfTheProduct) {
+    CDWordArray ids;
+    ASSERT_TRUE(g_instanceManager.ListInstances(ids));
+    ASSERT_GE(ids.GetSize(), 1);
+    EXPECT_EQ(ids[ids.GetSize() - 1], GetCurrentProcessId());
 }
 
 TEST_F(StartUpTest, ProcessIsSetUp) {

@@ -243,23 +243,11 @@ HeldFile::HeldFile(const Text& path, Hold how) {
         return;
     }
     ImportFile(QTV_BUILD_FOLDER "/sleeper.exe", path);
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process = {};
-    Text commandLine = TEXT("\"") + path + TEXT("\"");
-    EXPECT_TRUE(CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, TEXT("C:\\"),
-                               &startup, &process))
-        << GetLastError();
-    if (process.hThread) CloseHandle(process.hThread);
-    m_process = process.hProcess;
+    m_program.emplace(TEXT("\"") + path + TEXT("\""), TEXT("C:\\"));
 }
 
 HeldFile::~HeldFile() {
     if (m_file != INVALID_HANDLE_VALUE) CloseHandle(m_file);
-    if (!m_process) return;
-    (void)TerminateProcess(m_process, 0);
-    EXPECT_EQ(WaitForSingleObject(m_process, kPatience), WAIT_OBJECT_0);
-    CloseHandle(m_process);
 }
 
 // ---- registry, boot-time marks ----
@@ -308,6 +296,35 @@ void RestartMachine() {
 
 // ---- programs ----
 
+RunningProgram::RunningProgram(const Text& commandLine, const Text& folder) {
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    Text arguments = commandLine;
+    EXPECT_TRUE(CreateProcessW(nullptr, arguments.data(), nullptr, nullptr, FALSE, 0, nullptr, folder.c_str(),
+                               &startup, &m_process))
+        << GetLastError();
+}
+
+RunningProgram::~RunningProgram() {
+    if (!m_process.hProcess) return;
+    (void)TerminateProcess(m_process.hProcess, 1);
+    EXPECT_EQ(WaitForSingleObject(m_process.hProcess, kPatience), WAIT_OBJECT_0);
+    CloseHandle(m_process.hThread);
+    CloseHandle(m_process.hProcess);
+}
+
+bool RunningProgram::Runs() const {
+    return WaitForSingleObject(m_process.hProcess, 0) == WAIT_TIMEOUT;
+}
+
+std::optional<DWORD> RunningProgram::ExitCode() const {
+    DWORD exitCode = 0;
+    const bool ended = WaitForSingleObject(m_process.hProcess, kPatience) == WAIT_OBJECT_0 &&
+                       GetExitCodeProcess(m_process.hProcess, &exitCode);
+    EXPECT_TRUE(ended);
+    return ended ? std::optional(exitCode) : std::nullopt;
+}
+
 Outcome RunProgram(const Text& commandLine, const Text& folder) {
     const std::vector<DWORD> before = StartedPrograms();
     STARTUPINFOW startup = {};
@@ -343,13 +360,35 @@ bool AddChildProgram(const char* name, int (*body)()) {
     return ChildPrograms().emplace(name, body).second;
 }
 
+namespace {
+
+// What the programs started meanwhile run instead of tests.
+class ChildName {
+  public:
+    explicit ChildName(const char* name) {
+        (void)SetEnvironmentVariableW(kChildVariable, Widen(name).c_str());
+    }
+    ~ChildName() { (void)SetEnvironmentVariableW(kChildVariable, nullptr); }
+    ChildName(const ChildName&) = delete;
+    ChildName& operator=(const ChildName&) = delete;
+};
+
+}  // namespace
+
 Outcome RunChild(const char* name, const Text& program, const Text& arguments) {
     Import(OwnProgram(), program);
-    (void)SetEnvironmentVariableW(kChildVariable, Widen(name).c_str());
+    const ChildName child(name);
     const Outcome outcome = RunProgram(TEXT("\"") + program + TEXT("\" ") + arguments);
-    (void)SetEnvironmentVariableW(kChildVariable, nullptr);
     EXPECT_TRUE(outcome.started);
     return outcome;
+}
+
+RunningProgram StartChild(const char* name, const Text& arguments) {
+    const Text program = kScratch + TEXT("\\running.exe");
+    // Another one may be running from it.
+    if (!Exists(program)) Import(OwnProgram(), program);
+    const ChildName child(name);
+    return RunningProgram(program + TEXT(" ") + arguments);
 }
 
 int RunTestsOrChild() {

@@ -50,24 +50,6 @@ enum class Deviation {
 };
 bool Deviates(Deviation deviation);
 
-// ---- a file in use ----
-enum class Hold {
-    NoDelete,  // open for reading and shared for reading alone: neither deleted, renamed nor written
-    Running,   // a program that runs from it: renamed, but not deleted. The file at the path becomes a small
-               // program.
-};
-class HeldFile {
-  public:
-    HeldFile(const Text& path, Hold how);
-    ~HeldFile();
-    HeldFile(const HeldFile&) = delete;
-    HeldFile& operator=(const HeldFile&) = delete;
-
-  private:
-    HANDLE m_file = INVALID_HANDLE_VALUE;
-    HANDLE m_process = nullptr;
-};
-
 // ---- registry ----
 // Deletes a key with all below it; a missing key is none of its business.
 void DeleteKeyTree(HKEY parent, const Text& key);
@@ -87,11 +69,48 @@ struct Outcome {
 // Runs a program and waits for it and all that it started; after a minute that is a failure of the test.
 Outcome RunProgram(const Text& commandLine, const Text& folder = kScratch);
 
+// A program that runs beside the test; it is ended with the object.
+class RunningProgram {
+  public:
+    explicit RunningProgram(const Text& commandLine, const Text& folder = kScratch);
+    ~RunningProgram();
+    RunningProgram(RunningProgram&& other) noexcept : m_process(std::exchange(other.m_process, {})) {}
+    RunningProgram& operator=(RunningProgram&&) = delete;
+    DWORD Id() const { return m_process.dwProcessId; }
+    bool Runs() const;
+    // Waits for its end; none, with a failure of the test, when that doesn't come.
+    std::optional<DWORD> ExitCode() const;
+
+  private:
+    PROCESS_INFORMATION m_process = {};
+};
+
+// ---- a file in use ----
+enum class Hold {
+    NoDelete,  // open for reading and shared for reading alone: neither deleted, renamed nor written
+    Running,   // a program that runs from it: renamed, but not deleted. The file at the path becomes a small
+               // program.
+};
+class HeldFile {
+  public:
+    HeldFile(const Text& path, Hold how);
+    ~HeldFile();
+    HeldFile(const HeldFile&) = delete;
+    HeldFile& operator=(const HeldFile&) = delete;
+
+  private:
+    HANDLE m_file = INVALID_HANDLE_VALUE;
+    std::optional<RunningProgram> m_program;
+};
+
+// ---- code in a process of its own ----
 // Code that ends its process runs in a process of its own: CHILD_PROGRAM(Name) { ...; return exitCode; }
 // stands beside the tests, and RunChild copies the test program to `program` and runs it with the arguments.
 // There it runs the named body instead of tests, and so does every program that it copies itself to.
 Outcome RunChild(const char* name, const Text& program = kScratch + TEXT("\\child.exe"),
                  const Text& arguments = {});
+// The same beside the test.
+RunningProgram StartChild(const char* name, const Text& arguments = {});
 bool AddChildProgram(const char* name, int (*body)());
 #define CHILD_PROGRAM(name)                                       \
     static int name();                                            \

@@ -161,9 +161,12 @@ using LPSECURITY_ATTRIBUTES = SECURITY_ATTRIBUTES*;
 #define ERROR_NO_SUCH_PRIVILEGE 1313L
 #define ERROR_NOT_ALL_ASSIGNED 1300L
 #define ERROR_INVALID_WINDOW_HANDLE 1400L
+#define ERROR_CANNOT_FIND_WND_CLASS 1407L
+#define ERROR_CLASS_ALREADY_EXISTS 1410L
 #define ERROR_RESOURCE_DATA_NOT_FOUND 1812L
 #define ERROR_RESOURCE_TYPE_NOT_FOUND 1813L
 #define ERROR_RESOURCE_NAME_NOT_FOUND 1814L
+#define ERROR_NOT_ENOUGH_QUOTA 1816L
 
 #define S_OK 0
 #define S_FALSE 1
@@ -366,9 +369,6 @@ DWORD GetModuleFileNameW(HMODULE module, LPWSTR buffer, DWORD cchBuffer);
 FARPROC GetProcAddress(HMODULE module, LPCSTR name);
 BOOL IsWow64Process(HANDLE process, PBOOL wow64);
 
-#define FAST_FAIL_RANGE_CHECK_FAILURE 8
-[[noreturn]] inline void __fastfail(unsigned) { std::abort(); }
-
 // ---- shared objects ---------------------------------------------------------------------------------------------
 
 #define PAGE_READWRITE 0x04u
@@ -525,14 +525,98 @@ BOOL VerQueryValueW(LPCVOID block, LPCWSTR query, LPVOID* value, PUINT cbValue);
 #define IDNO 7
 #define SW_HIDE 0
 #define SW_SHOWNORMAL 1
+#define SW_SHOWMINIMIZED 2
 #define SW_SHOW 5
+#define SW_MINIMIZE 6
 #define SW_RESTORE 9
 #define WM_NULL 0x0u
 #define WM_CREATE 0x1u
 #define WM_DESTROY 0x2u
+#define WM_SETTEXT 0xCu
+#define WM_GETTEXT 0xDu
+#define WM_GETTEXTLENGTH 0xEu
 #define WM_CLOSE 0x10u
 #define WM_QUIT 0x12u
+#define WM_NCCREATE 0x81u
+#define WM_NCDESTROY 0x82u
 #define WM_COMMAND 0x111u
+#define WM_USER 0x400u
+#define WM_APP 0x8000u
+#define WS_OVERLAPPED 0x0u
+#define WS_CHILD 0x40000000u
+#define WS_POPUP 0x80000000u
+#define WS_MINIMIZE 0x20000000u
+#define WS_VISIBLE 0x10000000u
+#define WS_DISABLED 0x08000000u
+#define WS_CLIPSIBLINGS 0x04000000u
+#define WS_MAXIMIZE 0x01000000u
+#define WS_CAPTION 0x00C00000u
+#define WS_DLGFRAME 0x00400000u
+#define WS_SYSMENU 0x00080000u
+#define WS_THICKFRAME 0x00040000u
+#define WS_MINIMIZEBOX 0x00020000u
+#define WS_MAXIMIZEBOX 0x00010000u
+#define WS_OVERLAPPEDWINDOW \
+    (WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU | WS_THICKFRAME | WS_MINIMIZEBOX | WS_MAXIMIZEBOX)
+#define WS_EX_DLGMODALFRAME 0x1u
+#define WS_EX_TOOLWINDOW 0x80u
+#define WS_EX_WINDOWEDGE 0x100u
+#define WS_EX_STATICEDGE 0x20000u
+#define CW_USEDEFAULT (static_cast<int>(0x80000000u))
+#define HWND_MESSAGE (reinterpret_cast<HWND>(static_cast<LONG_PTR>(-3)))
+#define GWL_STYLE (-16)
+#define GWL_EXSTYLE (-20)
+#define GW_OWNER 4u
+
+struct WNDCLASSEXW {
+    UINT cbSize;
+    UINT style;
+    WNDPROC lpfnWndProc;
+    int cbClsExtra;
+    int cbWndExtra;
+    HINSTANCE hInstance;
+    HICON hIcon;
+    HCURSOR hCursor;
+    HBRUSH hbrBackground;
+    LPCWSTR lpszMenuName;
+    LPCWSTR lpszClassName;
+    HICON hIconSm;
+};
+struct CREATESTRUCTW {
+    LPVOID lpCreateParams;
+    HINSTANCE hInstance;
+    HMENU hMenu;
+    HWND hwndParent;
+    int cy;
+    int cx;
+    int y;
+    int x;
+    LONG style;
+    LPCWSTR lpszName;
+    LPCWSTR lpszClass;
+    DWORD dwExStyle;
+};
+using WNDENUMPROC = BOOL (*)(HWND, LPARAM);
+
+ATOM RegisterClassExW(const WNDCLASSEXW* windowClass);
+HWND CreateWindowExW(DWORD exStyle, LPCWSTR className, LPCWSTR title, DWORD style, int x, int y, int width, int height,
+                     HWND parent, HMENU menu, HINSTANCE instance, LPVOID parameter);
+BOOL DestroyWindow(HWND window);
+LRESULT DefWindowProcW(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+LRESULT SendMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+BOOL EnumWindows(WNDENUMPROC callback, LPARAM context);
+DWORD GetWindowThreadProcessId(HWND window, LPDWORD process);
+HWND GetWindow(HWND window, UINT relation);
+LONG GetWindowLongW(HWND window, int index);
+int GetWindowTextW(HWND window, LPWSTR text, int cchText);
+BOOL SetWindowTextW(HWND window, LPCWSTR text);
+BOOL IsWindow(HWND window);
+BOOL IsWindowEnabled(HWND window);
+BOOL EnableWindow(HWND window, BOOL enable);
+BOOL IsWindowVisible(HWND window);
+BOOL ShowWindow(HWND window, int command);
+HWND GetForegroundWindow();
+BOOL SetForegroundWindow(HWND window);
 
 struct MSG {
     HWND hwnd;

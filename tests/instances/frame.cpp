@@ -1,0 +1,96 @@
+#include "instances/frame.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr DWORD kPause = 5;
+constexpr DWORD kPatience = 20000;
+
+HWND MakeWindow(LPCWSTR title, DWORD style, DWORD exStyle, HWND owner) {
+    static const bool registered = [] {
+        WNDCLASSEXW frame = {};
+        frame.cbSize = sizeof frame;
+        frame.lpfnWndProc = DefWindowProcW;
+        frame.lpszClassName = TEXT("TestFrame");
+        return RegisterClassExW(&frame) != 0;
+    }();
+    EXPECT_TRUE(registered);
+    return CreateWindowExW(exStyle, TEXT("TestFrame"), title, style, 0, 0, 200, 100, owner, nullptr, nullptr,
+                           nullptr);
+}
+
+}  // namespace
+
+RawList::RawList() : m_mapping(OpenFileMappingW(FILE_MAP_READ | FILE_MAP_WRITE, FALSE, kListMapping)) {
+    if (!m_mapping) return;
+    m_words = static_cast<DWORD*>(
+        MapViewOfFile(m_mapping, FILE_MAP_READ | FILE_MAP_WRITE, 0, 0, kWords * sizeof(DWORD)));
+}
+
+RawList::~RawList() {
+    if (m_words) UnmapViewOfFile(m_words);
+    if (m_mapping) CloseHandle(m_mapping);
+}
+
+std::vector<DWORD> RawList::Slots(std::size_t count) const {
+    return {m_words + kFirstId, m_words + kFirstId + count};
+}
+
+void RawList::Fill(DWORD word) {
+    std::fill(m_words + kFirstId, m_words + kAdditional, word);
+}
+
+Frame::Frame(LPCWSTR title, DWORD style, DWORD exStyle, HWND owner)
+    : m_window(MakeWindow(title, style, exStyle, owner)) {
+    EXPECT_TRUE(m_window) << GetLastError();
+}
+
+Frame::~Frame() {
+    (void)DestroyWindow(m_window);
+}
+
+std::vector<Received> Frame::Take() {
+    EXPECT_TRUE(PostMessageW(m_window, WM_APP, 0, 0));
+    std::vector<Received> received;
+    MSG message = {};
+    while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+        if (message.hwnd != m_window) continue;
+        if (message.message == WM_APP) break;
+        if (message.message == WM_CLOSE || message.message == WM_INSTANCE_ADDED ||
+            message.message == WM_INSTANCE_REMOVED)
+            received.push_back({message.message, message.wParam, message.lParam});
+    }
+    return received;
+}
+
+CHILD_PROGRAM(NeighbourProgram) {
+    const Text kind = __wargv[1];
+    DWORD style = WS_OVERLAPPEDWINDOW | WS_VISIBLE;
+    if (kind == TEXT("1")) style |= WS_DISABLED;
+    if (kind == TEXT("2")) style |= WS_MINIMIZE;
+    if (!MakeWindow(TEXT("Qantivo - neighbour"), style, 0, nullptr)) return 3;
+    MSG message = {};
+    while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+        if (message.message == WM_CLOSE) return message.wParam == 0 && message.lParam == 0 ? 1 : 3;
+        if (message.message == WM_APP) return 2;
+        DispatchMessageW(&message);
+    }
+    return 3;
+}
+
+Neighbour::Neighbour(Kind kind)
+    : m_program(StartChild("NeighbourProgram", Text(1, static_cast<WCHAR>('0' + kind)))) {
+    for (DWORD waited = 0; !m_window && waited < kPatience; waited += kPause) {
+        m_window = COXInstanceManager::FindInstanceWindow(Id());
+        if (!m_window) Sleep(kPause);
+    }
+    EXPECT_TRUE(m_window);
+}
+
+bool Neighbour::WasAskedToClose() const {
+    (void)PostMessageW(m_window, WM_APP, 0, 0);
+    const DWORD exitCode = ExitCode();
+    EXPECT_TRUE(exitCode == 1 || exitCode == 2) << exitCode;
+    return exitCode == 1;
+}

@@ -1,0 +1,74 @@
+// A window of the test's own, and the list's memory as another process sees it that knows only the layout.
+#pragma once
+
+#include "instances/instance_manager.h"
+#include "support/scratch.h"
+
+inline constexpr WCHAR kListName[] = TEXT("Qantivo.Tests.List");
+inline constexpr WCHAR kListMapping[] = TEXT("Local\\COXInstanceManager_FileMap_Qantivo.Tests.List");
+inline constexpr WCHAR kListMutex[] = TEXT("Local\\COXInstanceManager_InstanceList_Mutex_Qantivo.Tests.List");
+inline constexpr DWORD kFull = 1000;
+
+// The words of the list's memory: the limit, the count, a thousand ids.
+class RawList {
+  public:
+    static constexpr std::size_t kWords = 131072 / sizeof(DWORD);
+    static constexpr std::size_t kFirstId = 2;
+    static constexpr std::size_t kReserved = kFirstId + kFull;
+    static constexpr std::size_t kAdditional = 65536 / sizeof(DWORD);
+
+    RawList();
+    ~RawList();
+    RawList(const RawList&) = delete;
+    RawList& operator=(const RawList&) = delete;
+    explicit operator bool() const { return m_words; }
+    DWORD& operator[](std::size_t index) { return m_words[index]; }
+    // The ids that stand in the first slots, counted or not.
+    std::vector<DWORD> Slots(std::size_t count) const;
+    // Fills all slots and the words behind them.
+    void Fill(DWORD word);
+
+  private:
+    HANDLE m_mapping;
+    DWORD* m_words = nullptr;
+};
+
+struct Received {
+    UINT message;
+    WPARAM wParam;
+    LPARAM lParam;
+    bool operator==(const Received&) const = default;
+};
+
+// A top-level window of this process. Asked to close, it stays.
+class Frame {
+  public:
+    explicit Frame(LPCWSTR title, DWORD style = WS_OVERLAPPEDWINDOW, DWORD exStyle = 0, HWND owner = nullptr);
+    ~Frame();
+    Frame(const Frame&) = delete;
+    Frame& operator=(const Frame&) = delete;
+    HWND window() const { return m_window; }
+    // What the list's operations have posted to it since the last time.
+    std::vector<Received> Take();
+
+  private:
+    HWND m_window;
+};
+
+// Starts a program with a window of that title and waits until the window is there. It ends with 1 when it is
+// asked to close by a WM_CLOSE without parameters, with 2 on WM_APP, whichever comes first, and otherwise
+// with 3.
+class Neighbour {
+  public:
+    enum Kind { Plain, Disabled, Minimized };
+    explicit Neighbour(Kind kind = Plain);
+    DWORD Id() const { return m_program.Id(); }
+    HWND window() const { return m_window; }
+    DWORD ExitCode() const { return m_program.ExitCode().value_or(0); }
+    // Ends the program unless it was asked to close before; whether it was.
+    bool WasAskedToClose() const;
+
+  private:
+    RunningProgram m_program;
+    HWND m_window = nullptr;
+};

@@ -1,0 +1,90 @@
+// Several processes at one list.
+#include "instances/frame.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr int kProcesses = 8;
+constexpr int kRounds = 1000;
+
+class InstanceProcesses : public ScratchTest {};
+
+std::vector<DWORD> Listed(COXInstanceManager& manager) {
+    CDWordArray ids;
+    EXPECT_EQ(manager.ListInstances(ids), 1);
+    return {ids.GetData(), ids.GetData() + ids.GetSize()};
+}
+
+// The holder stands first, and this process once, whenever it looks.
+CHILD_PROGRAM(EntersAndLeaves) {
+    for (int round = 0; round < kRounds; ++round) {
+        COXInstanceManager manager(kListName, 1024, true);
+        const std::vector<DWORD> ids = Listed(manager);
+        if (ids.empty() || ids.size() > kProcesses + 1 || ids[0] != static_cast<DWORD>(_wtoi(__wargv[1])))
+            return 1;
+        if (std::count(ids.begin(), ids.end(), GetCurrentProcessId()) != 1) return 2;
+    }
+    return 0;
+}
+
+TEST_F(InstanceProcesses, ComeAndGoWithoutLosingAnEntry) {
+    COXInstanceManager holder(kListName, 1024, true);
+    Text id;
+    for (const char digit : std::to_string(GetCurrentProcessId()))
+        id += static_cast<WCHAR>(digit);
+    std::vector<RunningProgram> workers;
+    for (int index = 0; index < kProcesses; ++index)
+        workers.push_back(StartChild("EntersAndLeaves", id));
+    for (const RunningProgram& worker : workers)
+        EXPECT_EQ(worker.ExitCode(), 0u);
+    EXPECT_EQ(Listed(holder), std::vector{GetCurrentProcessId()});
+}
+
+CHILD_PROGRAM(DiesWithTheMutex) {
+    COXInstanceManager manager(kListName, 1024, true);
+    CMutex mutex(TRUE, kListMutex);
+    if (!mutex.Lock(0)) return 1;
+    ExitProcess(0);
+}
+
+TEST_F(InstanceProcesses, DeadProcessKeepsItsEntryButNotTheMutex) {
+    COXInstanceManager manager(kListName, 1024, true);
+    EXPECT_EQ(RunChild("DiesWithTheMutex").exitCode, 0u);
+    const std::vector<DWORD> ids = Listed(manager);
+    ASSERT_EQ(ids.size(), 2u);
+    EXPECT_EQ(ids[0], GetCurrentProcessId());
+    EXPECT_EQ(manager.RemoveInstance(ids[1]), 1);
+}
+
+TEST_F(InstanceProcesses, ListLivesAsLongAsOneHoldsIt) {
+    {
+        const COXInstanceManager last(kListName, 1024, true);
+        EXPECT_TRUE(RawList());
+    }
+    EXPECT_FALSE(RawList());
+    COXInstanceManager fresh(kListName, 1024, false);
+    EXPECT_EQ(fresh.CountInstances(), 0);
+}
+
+CHILD_PROGRAM(ComesFirst) {
+    COXInstanceManager manager(kListName, 1024, true);
+    return Listed(manager) == std::vector{GetCurrentProcessId()} ? 0 : 1;
+}
+
+// Making the mapping and writing the list are two steps. A process that enters itself between them is wiped
+// out by the first one, and neither learns of it.
+TEST_F(InstanceProcesses, EntryMadeBeforeTheListIsWrittenIsLost) {
+    CMutex mutex(FALSE, kListMutex);
+    CSingleLock lock(&mutex, true);
+    const RunningProgram first = StartChild("ComesFirst");  // makes the mapping, and waits for the mutex
+    while (first.Runs() && !RawList())
+        Sleep(1);
+    COXInstanceManager second(kListName, 1024, true);
+    EXPECT_EQ(Listed(second), std::vector{GetCurrentProcessId()});
+    EXPECT_TRUE(lock.Unlock());
+    EXPECT_EQ(first.ExitCode(), 0u) << "it finds itself alone in the list";
+    EXPECT_EQ(Listed(second), std::vector<DWORD>{});
+}
+
+}  // namespace

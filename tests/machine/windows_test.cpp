@@ -1,0 +1,161 @@
+// Top-level windows and messages between processes, as the program relies on them.
+#include "support/scratch.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr WCHAR kClass[] = TEXT("MachineTestFrame");
+
+std::vector<UINT> seen;
+LRESULT refusal = 0;
+
+LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    switch (message) {
+        case WM_CREATE:
+            seen.push_back(message);
+            return refusal;
+        case WM_DESTROY:
+        case WM_NCDESTROY:
+            seen.push_back(message);
+            break;
+        case WM_USER:
+            return static_cast<LRESULT>(wParam) + lParam;
+        default:
+            break;
+    }
+    return DefWindowProcW(window, message, wParam, lParam);
+}
+
+HWND Make(LPCWSTR title, DWORD style = WS_OVERLAPPEDWINDOW, HWND owner = nullptr, DWORD exStyle = 0) {
+    WNDCLASSEXW frame = {};
+    frame.cbSize = sizeof frame;
+    frame.lpfnWndProc = Procedure;
+    frame.lpszClassName = kClass;
+    (void)RegisterClassExW(&frame);
+    return CreateWindowExW(exStyle, kClass, title, style, 0, 0, 200, 100, owner, nullptr, nullptr, nullptr);
+}
+
+// The windows of a process, the top one first.
+std::vector<HWND> WindowsOf(DWORD process) {
+    struct Search {
+        DWORD process;
+        std::vector<HWND> found;
+    } search = {process, {}};
+    EXPECT_TRUE(EnumWindows(
+        [](HWND window, LPARAM context) -> BOOL {
+            auto& wanted = *reinterpret_cast<Search*>(context);
+            DWORD owner = 0;
+            EXPECT_NE(GetWindowThreadProcessId(window, &owner), 0u);
+            WCHAR title[8] = {};
+            if (owner == wanted.process && GetWindowTextW(window, title, 8) > 0)
+                wanted.found.push_back(window);
+            return TRUE;
+        },
+        reinterpret_cast<LPARAM>(&search)));
+    return search.found;
+}
+
+class Windows : public ScratchTest {
+  protected:
+    Windows() {
+        seen.clear();
+        refusal = 0;
+    }
+};
+
+TEST_F(Windows, LiveFromTheirCreationToTheirEnd) {
+    const HWND frame = Make(TEXT("Frame"));
+    const HWND owned = Make(TEXT("Owned"), WS_POPUP, frame);
+    ASSERT_TRUE(frame && owned);
+    EXPECT_EQ(GetWindow(owned, GW_OWNER), frame);
+    EXPECT_EQ(GetWindow(frame, GW_OWNER), nullptr);
+    EXPECT_EQ(WindowsOf(GetCurrentProcessId()), (std::vector{owned, frame}));
+    EXPECT_EQ(SendMessageW(frame, WM_USER, 3, 4), 7);
+    EXPECT_TRUE(PostMessageW(owned, WM_USER, 0, 0));
+    EXPECT_EQ(SendMessageW(frame, WM_CLOSE, 0, 0), 0);
+    EXPECT_EQ(seen,
+              (std::vector<UINT>{WM_CREATE, WM_CREATE, WM_DESTROY, WM_NCDESTROY, WM_DESTROY, WM_NCDESTROY}))
+        << "what it owns goes with a window";
+    for (const HWND window : {frame, owned}) {
+        EXPECT_FALSE(IsWindow(window));
+        EXPECT_FALSE(PostMessageW(window, WM_USER, 0, 0));
+        EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_WINDOW_HANDLE});
+        EXPECT_FALSE(DestroyWindow(window));
+    }
+    refusal = -1;
+    EXPECT_EQ(Make(TEXT("Refused")), nullptr);
+    EXPECT_TRUE(WindowsOf(GetCurrentProcessId()).empty());
+    EXPECT_EQ(
+        CreateWindowExW(0, TEXT("NoSuchClass"), TEXT(""), 0, 0, 0, 0, 0, nullptr, nullptr, nullptr, nullptr),
+        nullptr);
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_CANNOT_FIND_WND_CLASS});
+}
+
+TEST_F(Windows, HaveStylesAndATitle) {
+    const HWND frame = Make(TEXT("A title"), WS_OVERLAPPED | WS_DISABLED, nullptr, WS_EX_TOOLWINDOW);
+    EXPECT_EQ(static_cast<DWORD>(GetWindowLongW(frame, GWL_STYLE)),
+              WS_CAPTION | WS_CLIPSIBLINGS | WS_DISABLED);
+    EXPECT_EQ(static_cast<DWORD>(GetWindowLongW(frame, GWL_EXSTYLE)), WS_EX_TOOLWINDOW | WS_EX_WINDOWEDGE);
+    EXPECT_FALSE(IsWindowEnabled(frame));
+    EXPECT_TRUE(EnableWindow(frame, TRUE));
+    EXPECT_FALSE(EnableWindow(frame, TRUE));
+    EXPECT_TRUE(IsWindowEnabled(frame));
+
+    EXPECT_FALSE(ShowWindow(frame, SW_SHOW));
+    EXPECT_TRUE(IsWindowVisible(frame));
+    EXPECT_TRUE(ShowWindow(frame, SW_MINIMIZE));
+    EXPECT_TRUE(GetWindowLongW(frame, GWL_STYLE) & WS_MINIMIZE);
+    EXPECT_TRUE(ShowWindow(frame, SW_RESTORE));
+    EXPECT_FALSE(GetWindowLongW(frame, GWL_STYLE) & WS_MINIMIZE);
+    EXPECT_TRUE(ShowWindow(frame, SW_HIDE));
+    EXPECT_FALSE(IsWindowVisible(frame));
+
+    WCHAR title[16] = TEXT("before");
+    EXPECT_EQ(GetWindowTextW(frame, title, 5), 4);
+    EXPECT_EQ(Text(title), TEXT("A ti"));
+    EXPECT_TRUE(SetWindowTextW(frame, nullptr));
+    EXPECT_EQ(GetWindowTextW(frame, title, 16), 0);
+    EXPECT_EQ(Text(title), TEXT(""));
+    EXPECT_TRUE(DestroyWindow(frame));
+}
+
+// Answers the first message with a second one, and ends with what it is told then.
+CHILD_PROGRAM(AnswersPosts) {
+    const HWND own = Make(TEXT("Child"));
+    MSG message = {};
+    while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+        if (message.hwnd != own || message.message < WM_APP) continue;
+        if (message.message == WM_APP + 1) PostQuitMessage(static_cast<int>(message.lParam));
+        if (message.message == WM_APP)
+            (void)PostMessageW(reinterpret_cast<HWND>(message.wParam), WM_APP, 0, message.lParam + 1);
+    }
+    return static_cast<int>(message.wParam);
+}
+
+TEST_F(Windows, OfOtherProcessesAreFoundAndPostedTo) {
+    const HWND own = Make(TEXT("Own"));
+    const RunningProgram child = StartChild("AnswersPosts");
+    while (child.Runs() && WindowsOf(child.Id()).empty())
+        Sleep(5);
+    const std::vector<HWND> found = WindowsOf(child.Id());
+    ASSERT_EQ(found.size(), 1u);
+    WCHAR title[16] = {};
+    EXPECT_EQ(GetWindowTextW(found[0], title, 16), 5);
+    EXPECT_EQ(Text(title), TEXT("Child"));
+    EXPECT_FALSE(DestroyWindow(found[0]));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+
+    EXPECT_TRUE(PostMessageW(found[0], WM_APP, reinterpret_cast<WPARAM>(own), 0x123456789ALL));
+    EXPECT_TRUE(PostMessageW(found[0], WM_APP + 1, 0, 77));
+    MSG message = {};
+    while (GetMessageW(&message, nullptr, 0, 0) > 0 && message.message != WM_APP)
+        DispatchMessageW(&message);
+    EXPECT_EQ(message.hwnd, own);
+    EXPECT_EQ(message.lParam, 0x123456789BLL);
+    EXPECT_EQ(child.ExitCode(), 77u);
+    EXPECT_FALSE(IsWindow(found[0])) << "it went with its process";
+    EXPECT_TRUE(DestroyWindow(own));
+}
+
+}  // namespace
