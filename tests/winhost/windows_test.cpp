@@ -67,20 +67,4 @@ TEST_F(HostWindows, AreAsManyAsTheTableHolds) {
         EXPECT_TRUE(DestroyWindow(window));
 }
 
-TEST_F(HostWindows, QueueThatNobodyReadsFillsUp) {
-    const RunningProgram child = StartChild("MakesWindowsUntilItDies");
-    while (child.Runs() && CountWindows() == 0)
-        Sleep(1);
-    HWND window = nullptr;
-    {
-        winhost::WindowTable table;
-        window = table.All().back()->handle;
-    }
-    unsigned posted = 0;
-    while (posted < 100000 && PostMessageW(window, WM_APP, 0, 0))
-        ++posted;
-    EXPECT_GE(posted, 10000u);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_NOT_ENOUGH_QUOTA});
-}
-
 }  // namespace
