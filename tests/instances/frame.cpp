@@ -69,7 +69,9 @@ CHILD_PROGRAM(NeighbourProgram) {
     DWORD style = WS_OVERLAPPEDWINDOW | WS_VISIBLE;
     if (kind == TEXT("1")) style |= WS_DISABLED;
     if (kind == TEXT("2")) style |= WS_MINIMIZE;
-    if (!MakeWindow(TEXT("Qantivo - neighbour"), style, 0, nullptr)) return 3;
+    // The title is what others find it by: it comes when the window stands as it will.
+    const HWND own = MakeWindow(TEXT(""), style, 0, nullptr);
+    if (!own || !SetWindowTextW(own, TEXT("Qantivo - neighbour"))) return 3;
     MSG message = {};
     while (GetMessageW(&message, nullptr, 0, 0) > 0) {
         if (message.message == WM_CLOSE) return message.wParam == 0 && message.lParam == 0 ? 1 : 3;
