@@ -40,5 +40,38 @@
 #define IDS_ONE_INSTANCE_OPEN 33
 #define IDS_HELP_LINK 101
 
+// The wizard's frame, its pages, and the picture at the side.
+#define IDB_SIDE 101
+#define IDD_SETUP 103
+#define IDD_AGREEMENT 104
+#define IDD_INTO 105
+#define IDD_FOLDER 106
+#define IDD_GROUP 107
+#define IDD_START 108
+
+// Controls of the frame. Next is IDOK and Cancel is IDCANCEL.
+#define IDC_BACK 3
+#define IDC_PICTURE 1002
+// Of the agreement page.
+#define IDC_AGREEMENT 1000
+// Of the welcome page.
+#define IDC_VERSION 1003
+// Of the destination page.
+#define IDC_FOR_USER 1001
+#define IDC_FOR_ALL 1002
+#define IDC_PORTABLE 1003
+#define IDC_BROWSE 1005
+#define IDC_HINT 1006
+#define IDC_FOLDER 1013
+// Of the group page.
+#define IDC_GROUP 1000
+#define IDC_AUTOSTART 1008
+#define IDC_DESKTOP 1009
+// Of the ready page, which is the last page too.
+#define IDC_WAIT_OR_PORTABLE 1009
+#define IDC_HEADLINE 1010
+#define IDC_ADVICE 1011
+#define IDC_RUN_AFTER 1012
+
 // The icon of the program; Windows shows the one with the lowest id.
 #define IDI_SETUP 128

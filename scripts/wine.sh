@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Runs a Windows program under Wine in the prefix inside build/, which is made when it is missing.
 # HOME lies inside build/ too: a prefix links its Desktop and Documents into the home folder.
+# QTV_WINE_HOME names another folder for it, QTV_WINE_GRAPHICS a graphics driver with windows to look at (x11).
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 wine_home=${QTV_WINE_HOME:-$root/build/wine}
@@ -33,7 +34,7 @@ make_prefix() (
     mkdir -p "$HOME"/{Desktop,Documents,Downloads,Music,Pictures,Templates,Movies}
     "$wine" wineboot.exe -i >/dev/null 2>&1 9>&-
     # Message boxes need a graphics driver even where there is no display; the null driver shows nothing and works.
-    "$wine" reg.exe add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f >/dev/null 2>&1 9>&-
+    "$wine" reg.exe add 'HKCU\Software\Wine\Drivers' /v Graphics /d "${QTV_WINE_GRAPHICS:-null}" /f >/dev/null 2>&1 9>&-
     # The system that both targets stand for.
     "$wine" reg.exe add 'HKCU\Software\Wine' /v Version /d win10 /f >/dev/null 2>&1 9>&-
     # The registry reaches the disk when the server ends.

@@ -1,5 +1,7 @@
 #include "app.h"
 
+#include "window.h"
+
 namespace {
 
 CWinApp* application;
@@ -35,7 +37,10 @@ CWinApp* AfxGetApp() {
 }
 
 int AfxMessageBox(LPCWSTR text, UINT type) {
-    return MessageBoxW(nullptr, text, application ? application->m_pszAppName : nullptr, type);
+    const CWnd* const main = application ? application->m_pMainWnd : nullptr;
+    // In front of the main window or of what that has opened, and neither can be used meanwhile.
+    const HWND owner = main && main->m_hWnd ? GetLastActivePopup(main->m_hWnd) : nullptr;
+    return MessageBoxW(owner, text, application ? application->m_pszAppName : nullptr, type);
 }
 
 HINSTANCE AfxGetInstanceHandle() {

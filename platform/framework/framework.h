@@ -6,11 +6,16 @@
 //   CDWordArray                  collections.h  growing array of 32-bit numbers with checked access
 //   CInvalidArgException         collections.h  what checked access raises
 //   CMutex, CSingleLock          sync.h         a named mutex, and the lock that takes it
-//   CWinApp, CWnd (declared)     app.h          the application object, AfxMessageBox, the program's entry
+//   CWinApp, CWinThread          app.h          the application object, AfxMessageBox, the program's entry
+//   CWnd and its message map     window.h       a window by its handle
+//   CButton, CStatic, CEdit      window.h       the controls of a dialog
+//   CDialog, CDataExchange       dialog.h       a dialog from a template; its fields and controls
 #pragma once
 
 #include "app.h"
 #include "collections.h"
+#include "dialog.h"
 #include "object.h"
 #include "sync.h"
 #include "text.h"
+#include "window.h"

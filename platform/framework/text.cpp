@@ -118,6 +118,16 @@ int CString::Replace(WCHAR from, WCHAR to) {
     return static_cast<int>(count);
 }
 
+int CString::Replace(LPCWSTR from, LPCWSTR to) {
+    const std::size_t cchFrom = wcslen(from);
+    int count = 0;
+    for (std::size_t at = 0; cchFrom > 0 && (at = m_text.find(from, at)) != Store::npos; at += wcslen(to)) {
+        m_text.replace(at, cchFrom, to);
+        ++count;
+    }
+    return count;
+}
+
 bool CString::LoadResource(UINT id) {
     // The string table's longest text is below 300 characters; a longer one would arrive cut, never overrun.
     WCHAR buffer[1024];

@@ -56,6 +56,7 @@ class CString {
     CString& MakeUpper();
     // Replaces every `from` by `to`, and gives how many there were.
     int Replace(WCHAR from, WCHAR to);
+    int Replace(LPCWSTR from, LPCWSTR to);
 
     // Takes the text of a string resource of the program. False, with the string emptied, when the id doesn't
     // exist.

@@ -1,17 +1,11 @@
 #include "engine/manifest.h"
 
-bool ReadLogLine(WCHAR (&line)[kLineChars], FILE* file) {
-    // Bytes, not fgetws: its conversion depends on the locale, and an install must read back what it logged
-    // whatever the locale is. A null byte ends the text of its line.
-    char bytes[kLineChars];
-    if (!std::fgets(bytes, kLineChars, file)) return false;
-    int end = 0;
-    for (; bytes[end]; ++end)
-        line[end] = static_cast<unsigned char>(bytes[end]);
-    line[end] = 0;
-    line[kLineChars - 1] = 0;
+#include "support/text_lines.h"
 
-    for (; end > 0 && line[end] <= 0x20; --end)
+bool ReadLogLine(WCHAR (&line)[kLineChars], FILE* file) {
+    if (!ReadTextLine(line, kLineChars, file)) return false;
+    line[kLineChars - 1] = 0;
+    for (auto end = wcslen(line); end > 0 && line[end] <= 0x20; --end)
         line[end] = 0;
     return true;
 }
@@ -19,4 +13,21 @@ bool ReadLogLine(WCHAR (&line)[kLineChars], FILE* file) {
 LPCWSTR RecordValue(LPCWSTR line, LPCWSTR prefix) {
     const std::size_t cchPrefix = wcslen(prefix);
     return wcsncmp(line, prefix, cchPrefix) == 0 ? line + cchPrefix : nullptr;
+}
+
+bool SplitNames(LPCWSTR value, CString& name, CString& newName) {
+    const WCHAR* const split = wcschr(value, TEXT('>'));
+    if (!split) return false;
+    name = CString(value, static_cast<int>(split - value)).TrimRight();
+    newName = CString(split + 1).TrimLeft();
+    return true;
+}
+
+CString RemovalPattern(LPCWSTR line, LPCWSTR prefix) {
+    CString record = line;
+    const int comment = record.Find(kComment);
+    if (comment >= 0) record = record.Left(comment);
+    const CString value = record.Mid(static_cast<int>(wcslen(prefix)));
+    CString name, newName;
+    return SplitNames(value, name, newName) ? newName : value;
 }

@@ -7,17 +7,23 @@
 #include <cstdlib>
 
 #include "app/process_helpers.h"
+#include "app/setup_app.h"
 #include "app/setup_state.h"
 #include "install/earlier_install.h"
 #include "install/install_action.h"
 #include "support/handles.h"
 #include "support/path_text.h"
 #include "support/registry.h"
+#include "wizard/setup_dlg.h"
 
 namespace {
 
 // Planned, by an application, for an installation.
 constexpr DWORD kRestartReason = 0x80040002;
+
+// Steps of the wizard behind which it opens.
+constexpr int kFirstStep = -1;
+constexpr int kReadyStep = 4;
 
 CString WithoutClosingBackslash(const CString& path) {
     return path.Last() == '\\' ? path.Left(path.GetLength() - 1) : path;
@@ -82,15 +88,18 @@ bool SetupFilesAreWhole() {
            _waccess(g_sourceDir + TEXT("\\") + kLogFile, 0) >= 0;
 }
 
-// The interactive install. True when the user went through its last page; this build has no pages to go
-// through.
-bool InstallByWizard() {
-    return false;
+// Shows the wizard, at its first page or, from step 4 on, at its last. True when the user went through it.
+bool RunWizard(int step) {
+    CSetupDlg wizard;
+    wizard.m_page = step;
+    theApp.m_pMainWnd = &wizard;
+    return wizard.DoModal() == IDOK;
 }
 
 void InstallSilently() {
     if (g_freshInstall) g_installType = 1;
     PerformInstall();
+    if (g_silentMode == 2) (void)RunWizard(kReadyStep);
 }
 
 void RestartMachine() {
@@ -121,7 +130,7 @@ int RunInstall() {
     if (!SetupFilesAreWhole()) AbortDamaged();
     if (g_silentMode != 0)
         InstallSilently();
-    else if (!InstallByWizard())
+    else if (!RunWizard(kFirstStep))
         return 1;
     (void)SetCurrentDirectoryW(g_targetDir);
     if (g_runAfter) RestartOrStartProduct();

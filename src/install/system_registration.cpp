@@ -18,7 +18,6 @@ namespace {
 constexpr WCHAR kCapabilitiesKey[] = TEXT("SOFTWARE\\Lorvanta\\Qantivo 8\\Capabilities");
 constexpr WCHAR kFileAssociationsKey[] =
     TEXT("SOFTWARE\\Lorvanta\\Qantivo 8\\Capabilities\\FileAssociations");
-constexpr WCHAR kProgId[] = TEXT("Qantivo.8");
 constexpr std::size_t kVersionTextChars = 128;
 
 // Windows 8 is the first that takes a ProgID of its own here; the systems before it take the application's
@@ -26,7 +25,7 @@ constexpr std::size_t kVersionTextChars = 128;
 LPCWSTR AssociationTarget() {
     const bool windows8 = g_osVersion.dwMajorVersion > 6 ||
                           (g_osVersion.dwMajorVersion == 6 && g_osVersion.dwMinorVersion >= 2);
-    return windows8 ? kProgId : TEXT("Applications\\QtvApp8.exe");
+    return windows8 ? kProgId : kApplicationProgId;
 }
 
 void WriteUninstallEntry() {
@@ -61,15 +60,16 @@ void WriteSystemRegistration() {
 
     (void)SetRegString(hive, kProductKey, TEXT("AllUsers"), g_installType == 1 ? TEXT("B") : TEXT("A"));
     (void)SetRegString(hive, kProductKey, TEXT("Path"), g_targetDir);
-    (void)SetRegString(HKEY_CLASSES_ROOT, TEXT("Qantivo.8\\shell\\open\\command"), nullptr, openCommand);
+    (void)SetRegString(HKEY_CLASSES_ROOT, CString(kProgId) + TEXT("\\shell\\open\\command"), nullptr,
+                       openCommand);
     for (const ExtensionRow& row : g_extensionTable)
         (void)SetRegString(hive, kFileAssociationsKey, row.extension, AssociationTarget());
     (void)SetRegString(hive, TEXT("SOFTWARE\\RegisteredApplications"), kProgId, kCapabilitiesKey);
     (void)SetRegString(hive, kAppPathsKey, nullptr, application);
     (void)SetRegString(hive, kAppPathsKey, TEXT("Path"), g_targetDir);
     WriteUninstallEntry();
-    (void)SetRegString(HKEY_CLASSES_ROOT, TEXT("Applications\\QtvApp8.exe\\shell\\open\\command"), nullptr,
-                       openCommand);
+    (void)SetRegString(HKEY_CLASSES_ROOT, CString(kApplicationProgId) + TEXT("\\shell\\open\\command"),
+                       nullptr, openCommand);
 }
 
 CString ThumbnailHandlerPath(LPCWSTR folder) {

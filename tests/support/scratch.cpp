@@ -325,7 +325,7 @@ std::optional<DWORD> RunningProgram::ExitCode() const {
     return ended ? std::optional(exitCode) : std::nullopt;
 }
 
-Outcome RunProgram(const Text& commandLine, const Text& folder) {
+Outcome RunProgram(const Text& commandLine, const Text& folder, const std::function<void(DWORD)>& meanwhile) {
     const std::vector<DWORD> before = StartedPrograms();
     STARTUPINFOW startup = {};
     startup.cb = sizeof startup;
@@ -342,6 +342,7 @@ Outcome RunProgram(const Text& commandLine, const Text& folder) {
             return std::find(before.begin(), before.end(), id) == before.end();
         });
     };
+    if (meanwhile) meanwhile(process.dwProcessId);
     (void)WaitForSingleObject(process.hProcess, kPatience);
     for (const DWORD start = GetTickCount(); running();) {
         if (GetTickCount() - start > kPatience) {

@@ -5,6 +5,7 @@
 #include <framework.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <utility>
@@ -67,7 +68,9 @@ struct Outcome {
     DWORD exitCode = 0;  // of the program named, not of those that it started
 };
 // Runs a program and waits for it and all that it started; after a minute that is a failure of the test.
-Outcome RunProgram(const Text& commandLine, const Text& folder = kScratch);
+// `meanwhile` is called with the program's id before the wait.
+Outcome RunProgram(const Text& commandLine, const Text& folder = kScratch,
+                   const std::function<void(DWORD)>& meanwhile = {});
 
 // A program that runs beside the test; it is ended with the object.
 class RunningProgram {

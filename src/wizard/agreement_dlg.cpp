@@ -1,0 +1,47 @@
+#include "wizard/agreement_dlg.h"
+
+#include <cstdio>
+
+#include "resource.h"
+#include "support/handles.h"
+
+namespace {
+
+// Pixels from the frame's edges.
+constexpr int kMargin = 4;
+
+// The file's 16-bit units as they stand: no mark is known, nothing is converted, an odd last byte is left. A
+// name without a folder: the file lies in the folder that the program was started in. Empty when it can't be
+// read.
+CString ReadAgreement() {
+    const FileStream file(_wfopen(TEXT("agreement.txt"), TEXT("rb")));
+    if (!file || std::fseek(file.get(), 0, SEEK_END) != 0) return {};
+    const long cbText = std::ftell(file.get());
+    if (cbText < 0 || std::fseek(file.get(), 0, SEEK_SET) != 0) return {};
+    CString::Store text(static_cast<std::size_t>(cbText) / sizeof(WCHAR), 0);
+    (void)std::fread(text.data(), sizeof(WCHAR), text.size(), file.get());
+    return CString(std::move(text));
+}
+
+}  // namespace
+
+IMPLEMENT_DYNAMIC(CAgreementDlg, CDialog)
+
+CAgreementDlg::CAgreementDlg(CWnd* parent) : CDialog(IDD_AGREEMENT, parent) {}
+
+void CAgreementDlg::DoDataExchange(CDataExchange* exchange) {
+    DDX_Control(exchange, IDC_AGREEMENT, m_edit);
+}
+
+BOOL CAgreementDlg::OnInitDialog() {
+    (void)CDialog::OnInitDialog();
+    m_text = ReadAgreement();
+    m_edit.SetText(m_text);
+    (void)UpdateData(FALSE);
+    // Nothing selected, and the view at the start.
+    (void)m_edit.Send(EM_SETSEL, static_cast<WPARAM>(-1), 0);
+    (void)m_edit.Send(EM_SCROLLCARET);
+    (void)SetWindowPos(m_hWnd, HWND_TOP, kMargin, kMargin, 0, 0, SWP_NOSIZE | SWP_SHOWWINDOW);
+    (void)UpdateData(FALSE);
+    return FALSE;
+}

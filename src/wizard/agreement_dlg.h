@@ -1,0 +1,19 @@
+// The agreement page: the text of agreement.txt, to be accepted by the frame's Next button.
+#pragma once
+
+#include <framework.h>
+
+class CAgreementDlg : public CDialog {
+    DECLARE_DYNAMIC(CAgreementDlg)
+
+    CEdit m_edit;
+    CString m_text;
+
+  public:
+    explicit CAgreementDlg(CWnd* parent = nullptr);
+    BOOL CreatePage(UINT templateId, CWnd* parent) { return Create(templateId, parent); }
+
+  protected:
+    void DoDataExchange(CDataExchange* exchange) override;
+    BOOL OnInitDialog() override;
+};

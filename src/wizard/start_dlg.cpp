@@ -1,0 +1,3 @@
+#include "wizard/start_dlg.h"
+
+IMPLEMENT_DYNAMIC(CStartDlg, CDialog)

@@ -1,0 +1,68 @@
+// The page that an install by the wizard opens at its end; only the embedded machine tells of it.
+#include "install/closing_page.h"
+
+#include "app/setup_state.h"
+#include "support/scratch.h"
+#include "winhost.h"
+
+namespace {
+
+class ClosingPage : public ScratchTest {
+  protected:
+    ClosingPage() {
+        g_silentMode = 0;
+        g_freshInstall = 1;
+        g_targetDir = kScratch.c_str();
+    }
+    static std::vector<std::string> Opened() {
+        winhost::ClearEvents();
+        OpenClosingPage();
+        return winhost::Events();
+    }
+};
+
+TEST_F(ClosingPage, CarriesQueryAndLanguageOfTheUrlFile) {
+    const std::string filler(259 - 12, 'x');
+    const struct {
+        const char* name;
+        std::optional<std::string> file;
+        std::string query;
+    } rows[] = {
+        {"no file", std::nullopt, ""},
+        {"both", "URL=http://host/x?a=1\r\nUpdate=http://host/y/de\r\n", "?a=1&Lang=DE"},
+        {"the language wiped out", "Update=http://host/y/de\nURL=http://host/x?a=1", "?a=1"},
+        {"the language alone", " \tUpdate=http://host/y/de \n", "?Lang=DE"},
+        {"two languages", "Update=http://h/de\nUpdate=http://h/fr\n", "?Lang=DE&Lang=FR"},
+        {"digits", "Update=http://h/8.1\nUpdate=http://h/2b\nUpdate=http://h/b2\n", ""},
+        {"no language at all", "Update=http://\n", "?Lang=//"},
+        {"no query", "URL=http://h/x?a=1\nURL=http://h/x\n", "?a=1"},
+        {"other lines", "[Shortcut]\nURL=https://h/x?a=1\nurl=http://h/x?a=1\nX URL=http://h/x?b\n", ""},
+        {"a query of queries", "URL=http://h/x?a=1?b=2", "?a=1?b=2"},
+        {"a long line's second piece", "URL=http://h" + filler + "URL=http://h/?b=2", "?b=2"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        DeleteTree(TEXT("HomePage.url"));
+        if (row.file) MakeFile(TEXT("HomePage.url"), *row.file);
+        EXPECT_EQ(Opened(), std::vector<std::string>{
+                                "shell-execute\topen\thttp://www.lorvanta.example/qvdx/InstScript.asp" +
+                                row.query + "\t5"});
+    }
+}
+
+TEST_F(ClosingPage, ComesOnlyWithSomethingNewer) {
+    const struct {
+        int silentMode, fresh, upgrade, settings;
+        bool opens;
+    } rows[] = {{0, 1, 0, 0, true},  {0, 0, 1, 0, true},  {0, 0, 0, 0, false},
+                {0, 1, 1, 1, false}, {1, 1, 1, 0, false}, {2, 1, 1, 0, false}};
+    for (const auto& row : rows) {
+        g_silentMode = row.silentMode;
+        g_freshInstall = row.fresh;
+        g_upgradeOlder = row.upgrade;
+        g_settingsFromPackage = row.settings;
+        EXPECT_EQ(Opened().size(), row.opens ? 1u : 0u) << &row - rows;
+    }
+}
+
+}  // namespace

@@ -1,0 +1,186 @@
+// The frame: its steps and buttons, what it makes of a page that refuses to be left, and its last page.
+#include "wizard/wizard_run.h"
+
+namespace {
+
+class Frame : public WizardTest {};
+
+struct Looks {
+    int step;
+    Text title, next, cancel;
+    bool back, picture;
+    bool operator==(const Looks&) const = default;
+};
+
+Looks LooksOf(const Driver& wizard, int step) {
+    return {step,
+            wizard.Title(),
+            TextOf(wizard.Control(IDOK)),
+            TextOf(wizard.Control(IDCANCEL)),
+            IsShown(wizard.Control(IDC_BACK)),
+            IsShown(wizard.Control(IDC_PICTURE))};
+}
+
+Looks LooksAt(int step) {
+    if (step == 1)
+        return {1, Resource(IDS_ACCEPT_AGREEMENT), Resource(IDS_YES), Resource(IDS_NO), true, false};
+    return {step, TEXT("Qantivo Setup"), TEXT("&Next >"), TEXT("Cancel"), step != 0, true};
+}
+
+// Presses the buttons in order, 'N'ext and 'B'ack, and compares the steps that they lead to.
+void Walk(const Driver& wizard, const std::string& buttons, const std::vector<int>& steps,
+          int (*stepOn)(const Driver&)) {
+    ASSERT_EQ(buttons.size(), steps.size());
+    for (std::size_t i = 0; i < steps.size(); ++i) {
+        wizard.Press(buttons[i] == 'N' ? IDOK : IDC_BACK);
+        EXPECT_EQ(LooksOf(wizard, stepOn(wizard)), LooksAt(steps[i])) << "press " << i;
+    }
+}
+
+TEST_F(Frame, GoesThroughItsStepsAndBack) {
+    RunAt(0, [](const Driver& wizard) {
+        EXPECT_EQ(LooksOf(wizard, StepOn(wizard)), LooksAt(0));
+        Walk(wizard, "NBNNBNNNBBB", {1, 0, 1, 2, 1, 2, 3, 4, 3, 2, 1}, StepOn);
+    });
+}
+
+TEST_F(Frame, LeavesTheGroupOutOfAPortableInstall) {
+    g_installType = 2;
+    RunAt(2, [](const Driver& wizard) {
+        Walk(wizard, "NB", {4, 2}, StepOn);
+        wizard.PressInPage(IDC_FOR_ALL);
+        Walk(wizard, "NN", {3, 4}, StepOn);
+        EXPECT_EQ(g_installType, 1);
+    });
+}
+
+// The number is counted down before the page refuses, and stays: the next press goes on from there.
+TEST_F(Frame, GoesOnFromTheLowerNumberAfterARefusedBack) {
+    RunAt(3, [](const Driver& wizard) {
+        const HWND group = wizard.PageControl(IDC_GROUP);
+        wizard.Type(group, TEXT(" ab "));
+        Press(wizard, IDC_BACK, {Resource(IDS_GROUP_TOO_SHORT)});
+        EXPECT_EQ(StepOn(wizard), 3);
+        EXPECT_EQ(TextOf(group), TEXT(" ab ")) << "what the user typed stays";
+        wizard.Type(group, TEXT("abc"));
+        Walk(wizard, "N", {2}, StepOn);
+
+        wizard.PressInPage(IDC_PORTABLE);
+        Press(wizard, IDC_BACK, {Resource(IDS_BROWSE_FIRST)});
+        EXPECT_EQ(StepOn(wizard), 2);
+        wizard.PressInPage(IDC_FOR_USER);
+        Walk(wizard, "N", {1}, StepOn);
+    });
+}
+
+TEST_F(Frame, AsksBeforeItIsCancelled) {
+    for (int step = 0; step <= 4; ++step)
+        RunAt(step, [&](const Driver& wizard) {
+            Press(wizard, IDCANCEL, {Resource(IDS_CONFIRM_CANCEL)}, IDNO);
+            EXPECT_EQ(LooksOf(wizard, StepOn(wizard)), LooksAt(step));
+        });
+}
+
+// A key or the title bar's cross asks for Cancel whether or not the button can be pressed.
+TEST_F(Frame, TakesNoCommandOfADisabledButton) {
+    g_silentMode = 2;
+    EXPECT_EQ(Run(
+                  [](const Driver& wizard) {
+                      for (const int button : {IDCANCEL, IDC_BACK}) {
+                          EXPECT_FALSE(IsWindowEnabled(wizard.Control(button)));
+                          (void)SendMessageW(wizard.Window(), WM_COMMAND, static_cast<WPARAM>(button), 0);
+                      }
+                      EXPECT_EQ(StepOn(wizard), 5);
+                      wizard.Press(IDOK);
+                  },
+                  4),
+              IDOK);
+}
+
+// Enter and Esc in a control of a page are the frame's Next and Cancel.
+TEST_F(Frame, TakesTheKeysOfItsPages) {
+    RunAt(1, [](const Driver& wizard) {
+        const auto press = [&](int control, WPARAM key) {
+            const HWND focus = wizard.PageControl(control);
+            EXPECT_TRUE(PostMessageW(focus, WM_KEYDOWN, key, 0));
+        };
+        {
+            const BoxAnswers answers({IDNO});
+            press(IDC_AGREEMENT, VK_ESCAPE);
+            wizard.Await([&] { return answers.Shown().size() == 1 && IsWindowEnabled(wizard.Window()); });
+            EXPECT_EQ(answers.Shown()[0].text, Resource(IDS_CONFIRM_CANCEL));
+        }
+        wizard.Press(IDOK);
+        press(IDC_FOR_USER, VK_RETURN);
+        wizard.Await([&] { return StepOn(wizard) == 3; });
+        press(IDC_GROUP, VK_RETURN);
+        wizard.Await([&] { return StepOn(wizard) == 4; });
+    });
+}
+
+TEST_F(Frame, EndsOnThePageThatTellsWhatToDoNext) {
+    const Text installed = TEXT("Qantivo 8.05.02 has been successfully installed.");
+    const Text portable = TEXT("To run portable Qantivo, double-click 'StartQV8' icon located at:\nD:\\Apps");
+    const Text run = TEXT("Run Qantivo");
+    const struct {
+        const char* name;
+        int type, rebootNeeded;
+        LPCWSTR target;
+        bool boxShown, ticked, press;
+        int runAfter;
+    } rows[] = {
+        {"not to be run", 1, 0, TEXT("D:\\Apps\\Qantivo 8"), true, false, false, 0},
+        {"to be run", 0, 0, TEXT("D:\\Apps\\Qantivo 8"), true, false, true, 1},
+        {"to be restarted", 1, 1, TEXT("D:\\Apps\\Qantivo 8"), true, true, false, 1},
+        {"not to be restarted", 1, 1, TEXT("D:\\Apps\\Qantivo 8"), true, true, true, 0},
+        {"portable", 2, 0, TEXT("D:\\Apps\\Qantivo 8\\"), false, false, false, 0},
+        {"portable, with an unseen tick", 2, 1, TEXT("D:\\Apps\\Qantivo 8"), false, true, false, 1},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        g_silentMode = 2;
+        g_installType = row.type;
+        g_rebootNeeded = row.rebootNeeded;
+        g_targetDir = row.target;
+        g_runAfter = 7;
+        const auto person = [&](const Driver& wizard) {
+            const HWND box = wizard.PageControl(IDC_RUN_AFTER);
+            const HWND note = wizard.PageControl(IDC_WAIT_OR_PORTABLE);
+            EXPECT_EQ(TextOf(wizard.Control(IDOK)), Resource(IDS_FINISH));
+            EXPECT_TRUE(IsShown(wizard.Control(IDC_BACK)));
+            EXPECT_EQ(TextOf(wizard.PageControl(IDC_HEADLINE)), installed);
+            EXPECT_EQ(TextOf(wizard.PageControl(IDC_ADVICE)),
+                      Resource(row.rebootNeeded ? IDS_RESTART_NEEDED : IDS_PRESS_FINISH));
+            EXPECT_EQ(TextOf(box), row.rebootNeeded ? Resource(IDS_RESTART_ON_FINISH) : run);
+            EXPECT_EQ(IsShown(box), row.boxShown);
+            EXPECT_EQ(IsTicked(box), row.ticked);
+            EXPECT_EQ(IsShown(note), !row.boxShown);
+            if (!row.boxShown) {
+                EXPECT_EQ(TextOf(note), portable);
+            }
+            if (row.press) wizard.Press(box);
+            wizard.Press(IDOK);
+        };
+        EXPECT_EQ(Run(person, 4), IDOK);
+        EXPECT_EQ(g_runAfter, row.runAfter);
+    }
+    EXPECT_TRUE(Tree().empty()) << "no install runs";
+}
+
+// Right of the picture and level with it; the agreement in the frame's corner.
+TEST_F(Frame, PlacesItsPages) {
+    RunAt(0, [](const Driver& wizard) {
+        for (const int step : {0, 1, 2}) {
+            RECT page = {}, picture = {};
+            EXPECT_TRUE(GetWindowRect(wizard.Page(), &page));
+            EXPECT_TRUE(GetWindowRect(wizard.Control(IDC_PICTURE), &picture));
+            POINT corner = {0, 0};
+            EXPECT_TRUE(ClientToScreen(wizard.Window(), &corner));
+            EXPECT_EQ(page.left, step == 1 ? corner.x + 4 : picture.right + 4);
+            EXPECT_EQ(page.top, step == 1 ? corner.y + 4 : picture.top);
+            if (step != 2) wizard.Press(IDOK);
+        }
+    });
+}
+
+}  // namespace

@@ -1,0 +1,219 @@
+// The pages: what they show, what they refuse, and what they take over.
+#include <shlobj.h>
+
+#include <ctime>
+
+#include "support/shell_folders.h"
+#include "wizard/folder_dlg.h"
+#include "wizard/wizard_run.h"
+
+namespace {
+
+class Pages : public WizardTest {};
+
+TEST_F(Pages, WelcomeTellsTheVersion) {
+    const std::time_t now = std::time(nullptr);
+    const std::string year = std::to_string(std::localtime(&now)->tm_year + 1900);
+    const Text rest = TEXT("\nCopyright 1999-") + Text(year.begin(), year.end()) +
+                      TEXT(" Lorvanta Technology LLC.\nAll rights reserved.");
+    for (const auto& [build, line] :
+         {std::pair{0u, TEXT("Qantivo ver. 8.05.02 ")}, std::pair{3u, TEXT("Qantivo ver. 8.05.02 Beta 3")}}) {
+        g_version.build = build;
+        RunAt(0,
+              [&](const Driver& wizard) { EXPECT_EQ(TextOf(wizard.PageControl(IDC_VERSION)), line + rest); });
+    }
+    g_version = {0xFFFFFFFF, 0x80000000, 1, 0};
+    RunAt(0, [](const Driver& wizard) {
+        EXPECT_EQ(TextOf(wizard.PageControl(IDC_VERSION)).find(TEXT("Qantivo ver. -1.-2147483648.01 ")), 0u);
+    });
+}
+
+std::string Wide(const std::string& text) {
+    std::string bytes;
+    for (const char c : text)
+        bytes += {c, 0};
+    return bytes;
+}
+
+TEST_F(Pages, AgreementShowsTheFileOfTheCurrentFolder) {
+    std::string tenMegabytes;
+    while (tenMegabytes.size() < 5'000'000)
+        tenMegabytes +=
+            "A line of an agreement that nobody will read to its very end, whatever they say.\r\n";
+    const struct {
+        const char* name;
+        std::optional<std::string> file;
+        Text shown;
+    } rows[] = {
+        {"missing", std::nullopt, {}},
+        {"empty", "", {}},
+        {"odd", Wide("Hello") + "!", TEXT("Hello")},
+        {"marked", "\xFF\xFE" + Wide("Hi"), Text(1, 0xFEFF) + TEXT("Hi")},
+        {"narrow", "AB", Text(1, 0x4241)},
+        {"ended early", Wide(std::string("ab\0cd", 5)), TEXT("ab")},
+        {"long", Wide(tenMegabytes), Text(tenMegabytes.begin(), tenMegabytes.end())},
+    };
+    MakeFile(kScratch + TEXT("\\elsewhere\\agreement.txt"), Wide("Not this one"));
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        DeleteTree(TEXT("agreement.txt"));
+        if (row.file) MakeFile(TEXT("agreement.txt"), *row.file);
+        RunAt(1, [&](const Driver& wizard) {
+            const HWND edit = wizard.PageControl(IDC_AGREEMENT);
+            EXPECT_TRUE(TextOf(edit) == row.shown);
+            EXPECT_EQ(SendMessageW(edit, EM_GETSEL, 0, 0), 0) << "nothing is selected";
+            EXPECT_TRUE(GetWindowLongW(edit, GWL_STYLE) & ES_READONLY);
+        });
+    }
+}
+
+TEST_F(Pages, GroupTakesANameOfThreeCharacters) {
+    const Text startup = GetShellFolder(CSIDL_STARTUP).Text();
+    Text word = startup.substr(startup.rfind('\\') + 1);
+    for (WCHAR& c : word)
+        c = static_cast<WCHAR>(c >= 'a' && c <= 'z' ? c - 32 : c);
+    const struct {
+        Text name;
+        Text message;
+        Text taken;
+    } rows[] = {
+        {TEXT(" ab "), Resource(IDS_GROUP_TOO_SHORT), {}},
+        {TEXT("   "), Resource(IDS_GROUP_TOO_SHORT), {}},
+        {word, Resource(IDS_GROUP_INVALID), {}},
+        {TEXT(" ") + word, Resource(IDS_GROUP_INVALID), {}},
+        {TEXT("\tabc "), {}, TEXT("abc")},
+        {word + TEXT("s"), {}, word + TEXT("s")},
+        {TEXT("abc\\") + word, {}, TEXT("abc\\") + word},
+        {TEXT("a:*?\"<>|/"), {}, TEXT("a:*?\"<>|/")},
+        {Text(3000, 'g'), {}, Text(3000, 'g')},
+    };
+    g_desktopIcon = 1;
+    RunAt(3, [&](const Driver& wizard) {
+        EXPECT_TRUE(IsTicked(wizard.PageControl(IDC_DESKTOP)));
+        EXPECT_FALSE(IsTicked(wizard.PageControl(IDC_AUTOSTART)));
+        wizard.PressInPage(IDC_DESKTOP);
+        wizard.PressInPage(IDC_AUTOSTART);
+        for (const auto& row : rows) {
+            wizard.Type(wizard.PageControl(IDC_GROUP), row.name);
+            if (!row.message.empty()) {
+                const Text before = g_groupName.Text();
+                Press(wizard, IDOK, {row.message});
+                EXPECT_EQ(g_groupName.Text(), before);
+                EXPECT_EQ(StepOn(wizard), 3);
+                continue;
+            }
+            wizard.Press(IDOK);
+            EXPECT_EQ(g_groupName.Text(), row.taken);
+            EXPECT_EQ(g_desktopIcon, 0);
+            EXPECT_EQ(g_autoStart, 1);
+            wizard.Press(IDC_BACK);
+            EXPECT_EQ(TextOf(wizard.PageControl(IDC_GROUP)), row.taken);
+            EXPECT_FALSE(IsTicked(wizard.PageControl(IDC_DESKTOP)));
+        }
+        wizard.PressInPage(IDC_DESKTOP);
+        wizard.Press(IDC_BACK);
+        EXPECT_EQ(g_desktopIcon, 1) << "the way back takes the choices over, too";
+    });
+}
+
+TEST_F(Pages, DestinationFollowsTheFolderThatIsChosen) {
+    const Text old = g_targetDir.Text();
+    const Text elsewhere = kScratch + TEXT("\\elsewhere");
+    const Text own = TEXT("\\Qantivo 8");
+    const struct {
+        const char* name;
+        const char* content;
+        int type;
+        Text target;
+        bool refused = false;
+    } rows[] = {
+        {"empty", nullptr, 0, elsewhere},
+        {"empty, portable", nullptr, 2, elsewhere + own},
+        {"other things", "\\other.txt", 1, elsewhere + own},
+        {"only a folder", "\\below\\other.txt", 0, elsewhere + own},
+        {"the product", "\\QtvApp8.exe", 1, elsewhere},
+        {"the product, portable", "\\QtvApp8.exe", 2, elsewhere + own},
+        {"version 5", "\\QtvApp5.exe", 0, old, true},
+        {"version 6, portable", "\\QtvApp6.exe", 2, old, true},
+        {"version 7", "\\QtvApp7.exe", 0, elsewhere + own},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        g_targetDir = old.c_str();
+        g_installType = 0;
+        DeleteTree(elsewhere);
+        MakeFolder(elsewhere);
+        const std::string content = row.content ? row.content : "";
+        if (row.content) MakeFile(elsewhere + Text(content.begin(), content.end()));
+        RunAt(2, [&](const Driver& wizard) {
+            const HWND shown = wizard.PageControl(IDC_FOLDER);
+            wizard.PressInPage(IDC_FOR_USER + row.type);
+            if (row.refused) {
+                Browse(wizard, elsewhere, {Resource(IDS_OLDER_VERSION_FOLDER)});
+                EXPECT_EQ(TextOf(shown), row.type == 2 ? Text() : old);
+            } else {
+                Browse(wizard, elsewhere);
+                EXPECT_EQ(TextOf(shown), row.target);
+            }
+            EXPECT_EQ(g_targetDir.Text(), row.target);
+            EXPECT_EQ(Exists(elsewhere), row.content != nullptr) << "an empty folder goes";
+            EXPECT_FALSE(Exists(old)) << "it was there for the browser alone";
+        });
+    }
+}
+
+TEST_F(Pages, DestinationKeepsItsFolderWhenTheBrowserIsCancelled) {
+    RunAt(2, [](const Driver& wizard) {
+        Browse(wizard, {});
+        EXPECT_EQ(TextOf(wizard.PageControl(IDC_FOLDER)), g_targetDir.Text());
+        EXPECT_TRUE(Tree().empty());
+    });
+    const BoxAnswers answers({IDOK});
+    EXPECT_EQ(BrowseCallbackProc(nullptr, BFFM_VALIDATEFAILEDW, 0, 0), 1) << "a typed name that is no folder";
+    EXPECT_EQ(answers.Shown().at(0).text, Resource(IDS_INVALID_FOLDER));
+    EXPECT_EQ(BrowseCallbackProc(nullptr, BFFM_SELCHANGED, 0, 0), 0);
+}
+
+TEST_F(Pages, DestinationTellsWhatTheTypeNeeds) {
+    const Text target = g_targetDir.Text();
+    MakeFile(target + TEXT("\\QtvApp8.exe"));
+    MakeFolder(kScratch + TEXT("\\usb"));
+    g_installType = 2;
+    RunAt(2, [&](const Driver& wizard) {
+        const HWND folder = wizard.PageControl(IDC_FOLDER);
+        const HWND hint = wizard.PageControl(IDC_HINT);
+        EXPECT_TRUE(IsTicked(wizard.PageControl(IDC_PORTABLE)));
+        EXPECT_EQ(TextOf(folder), target) << "until the user clicks, as for the other types";
+        EXPECT_EQ(TextOf(hint), Resource(IDS_PREVIOUS_COPY_FOLDER));
+        wizard.PressInPage(IDC_PORTABLE);
+        EXPECT_EQ(TextOf(folder), Text());
+        EXPECT_EQ(TextOf(hint), Resource(IDS_BROWSE_PORTABLE));
+        Press(wizard, IDOK, {Resource(IDS_BROWSE_FIRST)});
+        EXPECT_EQ(StepOn(wizard), 2);
+        Browse(wizard, kScratch + TEXT("\\usb"));
+        wizard.PressInPage(IDC_FOR_ALL);
+        EXPECT_EQ(TextOf(folder), kScratch + TEXT("\\usb\\Qantivo 8"));
+        wizard.PressInPage(IDC_PORTABLE);
+        EXPECT_EQ(TextOf(folder), kScratch + TEXT("\\usb\\Qantivo 8")) << "chosen for it before";
+    });
+    g_targetDir = target.c_str();
+    g_installType = 0;
+    g_freshInstall = 1;
+    RunAt(2, [](const Driver& wizard) {
+        EXPECT_EQ(TextOf(wizard.PageControl(IDC_HINT)),
+                  TEXT("To install into a different folder, click Browse, and select another one."))
+            << "a first install knows of no previous copy";
+    });
+}
+
+TEST_F(Pages, EntriesOfAFolderAreCounted) {
+    MakeFile(kScratch + TEXT("\\a.txt"));
+    MakeFolder(kScratch + TEXT("\\b"));
+    EXPECT_EQ(CountFolderEntries(TEXT("*"), kScratch.c_str()), 2);
+    EXPECT_EQ(CountFolderEntries(TEXT("*.txt"), kScratch.c_str()), 1);
+    EXPECT_EQ(CountFolderEntries(TEXT("*"), TEXT("C:\\Scratch\\b")), 0);
+    EXPECT_EQ(CountFolderEntries(TEXT("*"), TEXT("C:\\Scratch\\none")), 0);
+    EXPECT_EQ(CountFolderEntries(TEXT("*"), Text(600, 'x').c_str()), 0);
+}
+
+}  // namespace

@@ -1,0 +1,78 @@
+#include "wizard/wizard_run.h"
+
+#include "app/setup_app.h"
+#include "wizard/setup_dlg.h"
+
+namespace {
+
+const Text kTitle = TEXT("Qantivo Setup");
+
+void ExpectShown(const BoxAnswers& answers, const std::vector<Text>& messages) {
+    const std::vector<ShownBox> shown = answers.Shown();
+    ASSERT_EQ(shown.size(), messages.size());
+    for (std::size_t i = 0; i < shown.size(); ++i) {
+        EXPECT_EQ(shown[i].text, messages[i]);
+        EXPECT_EQ(shown[i].caption, kProductName);
+    }
+}
+
+}  // namespace
+
+WizardTest::WizardTest() {
+    g_silentMode = 0;
+    g_installType = 0;
+    g_targetDir = TEXT("C:\\Scratch\\Qantivo 8");
+    g_groupName = kProductName;
+    g_version = {8, 5, 2, 0};
+}
+
+INT_PTR WizardTest::Run(const Person& person, int step) {
+    CSetupDlg wizard;
+    wizard.m_page = step;
+    theApp.m_pMainWnd = &wizard;
+    const INT_PTR result = RunDriven(
+        kTitle, [&] { return wizard.DoModal(); }, person);
+    // The program's message loop, which a main window's end must end.
+    EXPECT_EQ(theApp.m_pMainWnd, nullptr);
+    MSG message = {};
+    while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+    }
+    return result;
+}
+
+void WizardTest::RunAt(int step, const Person& person) {
+    EXPECT_EQ(Run([&](const Driver& wizard) {
+                  for (int passed = 0; passed < step; ++passed)
+                      wizard.Press(IDOK);
+                  person(wizard);
+                  Cancel(wizard);
+              }),
+              IDCANCEL);
+}
+
+void WizardTest::Press(const Driver& wizard, int control, const std::vector<Text>& messages, int button) {
+    const BoxAnswers answers(std::vector<int>(messages.size(), button));
+    wizard.Press(control);
+    ExpectShown(answers, messages);
+}
+
+void WizardTest::Browse(const Driver& wizard, const Text& folder, const std::vector<Text>& messages) {
+    const BoxAnswers answers(std::vector<int>(messages.size(), IDOK));
+    wizard.Browse(wizard.PageControl(IDC_BROWSE), folder);
+    // A message comes behind the browser, and the frame is disabled as long as it is there.
+    wizard.Await(
+        [&] { return answers.Shown().size() >= messages.size() && IsWindowEnabled(wizard.Window()); });
+    ExpectShown(answers, messages);
+}
+
+void WizardTest::Cancel(const Driver& wizard) {
+    Press(wizard, IDCANCEL, {Resource(IDS_CONFIRM_CANCEL)}, IDYES);
+}
+
+int WizardTest::StepOn(const Driver& wizard) {
+    if (wizard.PageControl(IDC_VERSION) && !wizard.PageControl(IDC_BROWSE)) return 0;
+    if (wizard.PageControl(IDC_BROWSE)) return 2;
+    if (wizard.PageControl(IDC_AUTOSTART)) return 3;
+    if (wizard.PageControl(IDC_HEADLINE)) return IsWindowEnabled(wizard.Control(IDCANCEL)) ? 4 : 5;
+    return wizard.PageControl(IDC_AGREEMENT) ? 1 : -1;
+}
