@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <mutex>
 
 #include "internal.h"
 #include "winhost.h"
@@ -23,6 +24,7 @@ struct Seam {
     std::map<std::string, unsigned> counts;
     unsigned total = 0;
     bool virtualClock = false;
+    std::mutex threads;
 };
 
 std::vector<Fault> ParseFaults(std::string_view text) {
@@ -63,12 +65,16 @@ Seam& TheSeam() {
 
 void SetFaults(std::vector<Fault> faults) {
     Seam& seam = TheSeam();
+    const std::lock_guard lock(seam.threads);
     seam.faults = std::move(faults);
     seam.counts.clear();
     seam.total = 0;
 }
 
-std::map<std::string, unsigned> CallCounts() { return TheSeam().counts; }
+std::map<std::string, unsigned> CallCounts() {
+    const std::lock_guard lock(TheSeam().threads);
+    return TheSeam().counts;
+}
 
 void WriteCounts() {
     const char* path = std::getenv("WINHOST_COUNTS");
@@ -80,6 +86,7 @@ void WriteCounts() {
 
 DWORD FaultOf(const char* call, DWORD error) {
     Seam& seam = TheSeam();
+    const std::lock_guard lock(seam.threads);
     const unsigned own = ++seam.counts[call];
     const unsigned total = ++seam.total;
     for (const Fault& fault : seam.faults) {

@@ -1,5 +1,6 @@
 // Handles: numbers that stand for the objects a process holds open.
 #include <map>
+#include <mutex>
 
 #include "internal.h"
 #include "winhost.h"
@@ -11,6 +12,7 @@ namespace {
 struct HandleTable {
     std::map<ULONG_PTR, std::shared_ptr<KernelObject>> objects;
     ULONG_PTR next = 4;
+    std::mutex threads;
 };
 
 HandleTable& Table() {
@@ -30,6 +32,7 @@ DWORD KernelObject::Wait(DWORD) {
 
 HANDLE AddHandle(std::shared_ptr<KernelObject> object) {
     HandleTable& table = Table();
+    const std::lock_guard lock(table.threads);
     const ULONG_PTR number = table.next;
     table.next += 4;
     table.objects[number] = std::move(object);
@@ -37,20 +40,28 @@ HANDLE AddHandle(std::shared_ptr<KernelObject> object) {
 }
 
 std::shared_ptr<KernelObject> FindHandle(HANDLE handle) {
-    const auto& objects = Table().objects;
-    const auto found = objects.find(reinterpret_cast<ULONG_PTR>(handle));
-    if (found != objects.end()) return found->second;
+    HandleTable& table = Table();
+    const std::lock_guard lock(table.threads);
+    const auto found = table.objects.find(reinterpret_cast<ULONG_PTR>(handle));
+    if (found != table.objects.end()) return found->second;
     SetLastError(ERROR_INVALID_HANDLE);
     return nullptr;
 }
 
 bool DropHandle(HANDLE handle) {
-    if (Table().objects.erase(reinterpret_cast<ULONG_PTR>(handle)) == 1) return true;
-    SetLastError(ERROR_INVALID_HANDLE);
-    return false;
+    HandleTable& table = Table();
+    std::unique_lock lock(table.threads);
+    // The object ends with the lock let go: its end may close others.
+    const auto gone = table.objects.extract(reinterpret_cast<ULONG_PTR>(handle));
+    lock.unlock();
+    if (!gone) SetLastError(ERROR_INVALID_HANDLE);
+    return !gone.empty();
 }
 
-unsigned OpenHandles() { return static_cast<unsigned>(Table().objects.size()); }
+unsigned OpenHandles() {
+    const std::lock_guard lock(Table().threads);
+    return static_cast<unsigned>(Table().objects.size());
+}
 
 }  // namespace winhost
 

@@ -1,7 +1,8 @@
-// The messages of a thread. What others post to its windows comes in through a FIFO of .state/queues, which
-// is there while the thread has windows.
+// The messages of a thread. While it has windows, others reach it through .state/queues: what they post waits
+// in a file there, and a socket beside it wakes the thread, or brings it what is sent.
 #pragma once
 
+#include "process_table.h"
 #include "window_table.h"
 
 namespace winhost {
@@ -13,5 +14,18 @@ void CloseInbox();
 void RemoveInbox(const WindowRecord& window);
 // Forgets what waits for a window that is being destroyed.
 void DropMessagesOf(HWND window);
+
+// Gives the next message, or WM_QUIT, having carried out what others have sent; false when there is none.
+enum class Taking { Waits, Tries, Peeks };  // a peeked one stays
+bool TakeMessage(MSG& message, Taking how);
+
+// The socket on which the calling thread is woken; -1 while it has no windows.
+int OwnDoor();
+// A connection to the thread of a window; none when nobody is there.
+Descriptor Knock(const WindowRecord& window);
+
+// ---- sent_messages.cpp ----
+// Carries out what others have sent to the calling thread's windows.
+void CarryOutSent();
 
 }  // namespace winhost

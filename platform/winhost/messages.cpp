@@ -5,7 +5,8 @@
 #include <fstream>
 #include <iostream>
 
-#include "window_table.h"
+#include "own_windows.h"
+#include "terminal.h"
 #include "winhost.h"
 
 namespace fs = std::filesystem;
@@ -95,13 +96,17 @@ Answer AskAtTerminal(const std::vector<int>& buttons, const std::string& caption
 }
 
 Answer AnswerBox(const std::vector<int>& buttons, const std::string& caption, const std::string& text) {
-    if (fs::exists(AnswerFile())) return NextOfList(buttons);
+    if (IsAnsweredByTest()) return NextOfList(buttons);
     if (isatty(STDIN_FILENO)) return AskAtTerminal(buttons, caption, text);
     std::cerr << "[" << caption << "] " << text << "\n(nobody to ask: " << LabelOf(buttons.back()) << ")\n";
     return {buttons.back(), false};
 }
 
 }  // namespace
+
+bool IsAnsweredByTest() {
+    return fs::exists(AnswerFile());
+}
 
 void SetBoxAnswers(const std::vector<int>& buttons) {
     const MachineLock lock("answers.lock");
@@ -117,14 +122,17 @@ void EndBoxAnswers() {
 
 int MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) {
     if (winhost::Fails("MessageBoxW")) return 0;
-    if (owner) {
-        if (!winhost::WindowTable().Find(owner)) return 0;
-        winhost::NotModelled("MessageBoxW", "an owner");
-    }
+    const HWND root = owner ? winhost::RootOf(owner) : nullptr;
+    if (owner && !root) return 0;
     const std::u16string shownText = text ? text : u"";
     const std::u16string shownCaption = caption ? caption : u"Error";
-    const auto answer =
-        winhost::AnswerBox(winhost::ButtonsOf(style), winhost::Utf8(shownCaption), winhost::Utf8(shownText));
+    const std::vector<int> buttons = winhost::ButtonsOf(style);
+    // While the box is up its owner takes no input.
+    const auto record = root ? winhost::Look(root) : std::nullopt;
+    const bool disables = record && !(record->style & WS_DISABLED);
+    if (disables) winhost::ChangeStyle(root, 0, WS_DISABLED);
+    const auto answer = winhost::AnswerBox(buttons, winhost::Utf8(shownCaption), winhost::Utf8(shownText));
+    if (disables) winhost::ChangeStyle(root, WS_DISABLED, 0);
     winhost::Record(answer.given ? "message-box" : "unanswered-box",
                     {shownCaption, shownText, winhost::Utf16(std::to_string(style)),
                      winhost::Utf16(std::to_string(answer.button))});

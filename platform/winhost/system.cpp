@@ -73,3 +73,16 @@ void GetSystemInfo(SYSTEM_INFO* info) {
     info->dwProcessorType = kAmd64Type;
     info->dwAllocationGranularity = 65536;
 }
+
+__time64_t _time64(__time64_t* now) {
+    (void)winhost::FaultOf("_time64");
+    const __time64_t seconds = std::time(nullptr);
+    if (now) *now = seconds;
+    return seconds;
+}
+
+std::tm* _localtime64(const __time64_t* time) {
+    if (winhost::Fails("_localtime64")) return nullptr;
+    const std::time_t seconds = *time;
+    return std::localtime(&seconds);
+}

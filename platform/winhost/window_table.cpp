@@ -110,7 +110,7 @@ bool WindowTable::Lives(const WindowRecord& window) const {
 
 WindowRecord* WindowTable::Add(const WindowRecord& window) {
     WindowTableContents& contents = Contents();
-    if (contents.slots == kMostWindows) (void)All();  // makes room
+    if (contents.slots == kMostWindows) (void)Where([](const auto&) { return false; });  // makes room
     WindowRecord* const end = contents.windows + contents.slots;
     WindowRecord* slot =
         std::find_if(contents.windows, end, [](const WindowRecord& used) { return !used.handle; });
@@ -125,7 +125,7 @@ WindowRecord* WindowTable::Add(const WindowRecord& window) {
     added.holder = OwnHolder();
     added.process = GetCurrentProcessId();
     added.thread = GetCurrentThreadId();
-    added.rank = ++contents.ranks;
+    added.rank = added.isChild() ? --contents.lowest : ++contents.highest;
     *slot = added;
     slot->handle = reinterpret_cast<HWND>(ULONG_PTR{number << kNumberShift | place << kSlotShift});
     return slot;
@@ -147,10 +147,10 @@ WindowRecord* WindowTable::Find(HWND handle) {
 }
 
 void WindowTable::Raise(WindowRecord& window) {
-    window.rank = ++Contents().ranks;
+    window.rank = ++Contents().highest;
 }
 
-std::vector<WindowRecord*> WindowTable::All() {
+std::vector<WindowRecord*> WindowTable::Where(const std::function<bool(const WindowRecord&)>& wanted) {
     WindowTableContents& contents = Contents();
     std::vector<WindowRecord*> windows;
     std::uint64_t living = 0;  // the holder asked last: windows of one process mostly lie together
@@ -159,7 +159,7 @@ std::vector<WindowRecord*> WindowTable::All() {
         if (!window.handle) continue;
         if (window.holder == living || Lives(window)) {
             living = window.holder;
-            windows.push_back(&window);
+            if (wanted(window)) windows.push_back(&window);
         } else {
             RemoveInbox(window);
             Remove(window);
@@ -170,8 +170,37 @@ std::vector<WindowRecord*> WindowTable::All() {
     return windows;
 }
 
+WindowRecord* WindowTable::Marked(DWORD thread, bool WindowRecord::*mark) {
+    const auto marked =
+        Where([&](const WindowRecord& window) { return window.thread == thread && window.*mark; });
+    return marked.empty() ? nullptr : marked.front();
+}
+
 HWND& WindowTable::foreground() {
     return Contents().foreground;
+}
+
+std::optional<WindowRecord> Look(HWND window) {
+    WindowTable table;
+    const WindowRecord* const record = table.Find(window);
+    return record ? std::optional(*record) : std::nullopt;
+}
+
+std::vector<HWND> Children(HWND parent) {
+    WindowTable table;
+    std::vector<HWND> children;
+    for (const WindowRecord* child :
+         table.Where([parent](const WindowRecord& window) { return window.parent == parent; }))
+        children.push_back(child->handle);
+    return children;
+}
+
+HWND RootOf(HWND window) {
+    WindowTable table;
+    const WindowRecord* record = table.Find(window);
+    while (record && record->parent)
+        record = table.Find(record->parent);
+    return record ? record->handle : nullptr;
 }
 
 }  // namespace winhost

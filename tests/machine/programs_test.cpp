@@ -79,20 +79,4 @@ TEST_F(Programs, MessageBoxesAreAnsweredInOrder) {
     EXPECT_EQ(shown[2].text, TEXT("Do you want\nit?"));
 }
 
-TEST_F(Programs, CarryAVersionBlock) {
-    const Text path = TEXT("C:\\Scratch\\program.exe");
-    ImportFile(QTV_BUILD_FOLDER "/machine_tests.exe", path);
-    SetFileVersion(path, 8, 5, 2, 65535);
-    std::vector<BYTE> block(GetFileVersionInfoSizeW(path.c_str(), nullptr));
-    ASSERT_TRUE(GetFileVersionInfoW(path.c_str(), 0, static_cast<DWORD>(block.size()), block.data()));
-    LPVOID found = nullptr;
-    UINT cbFound = 0;
-    ASSERT_TRUE(VerQueryValueW(block.data(), TEXT("\\"), &found, &cbFound));
-    EXPECT_EQ(static_cast<VS_FIXEDFILEINFO*>(found)->dwFileVersionMS, DWORD{8 << 16 | 5});
-    EXPECT_EQ(static_cast<VS_FIXEDFILEINFO*>(found)->dwFileVersionLS, DWORD{2 << 16 | 65535});
-    MakeFile(TEXT("C:\\Scratch\\text.exe"));
-    EXPECT_EQ(GetFileVersionInfoSizeW(TEXT("C:\\Scratch\\text.exe"), nullptr), 0u);
-    EXPECT_EQ(GetFileVersionInfoSizeW(TEXT("C:\\Scratch\\none.exe"), nullptr), 0u);
-}
-
 }  // namespace

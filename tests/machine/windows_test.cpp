@@ -1,7 +1,7 @@
 // Top-level windows and messages between processes, as the program relies on them.
 #include "support/scratch.h"
 
-#include <algorithm>
+#include <thread>
 
 namespace {
 
@@ -117,6 +117,19 @@ TEST_F(Windows, HaveStylesAndATitle) {
     EXPECT_TRUE(SetWindowTextW(frame, nullptr));
     EXPECT_EQ(GetWindowTextW(frame, title, 16), 0);
     EXPECT_EQ(Text(title), TEXT(""));
+    EXPECT_TRUE(DestroyWindow(frame));
+}
+
+TEST_F(Windows, GetTenThousandMessagesInOrder) {
+    const HWND frame = Make(TEXT("Frame"));
+    std::thread([frame] {
+        for (WPARAM i = 0; i < 10000; ++i)
+            EXPECT_TRUE(PostMessageW(frame, WM_APP, i, 0)) << i;
+    }).join();
+    MSG message = {};
+    for (WPARAM i = 0; i < 10000; ++i)
+        ASSERT_TRUE(GetMessageW(&message, nullptr, 0, 0) && message.hwnd == frame && message.wParam == i);
+    EXPECT_FALSE(PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE));
     EXPECT_TRUE(DestroyWindow(frame));
 }
 

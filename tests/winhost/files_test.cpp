@@ -1,13 +1,8 @@
 // Files of the embedded machine, where the host's own would behave otherwise or no other target shows it.
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <csignal>
-#include <functional>
-
 #include "files.h"
 #include "support/scratch.h"
 #include "winhost.h"
+#include "winhost/neighbour.h"
 
 namespace {
 
@@ -26,35 +21,6 @@ DWORD OpenError(LPCWSTR path, DWORD access, DWORD share, DWORD disposition = OPE
     const HANDLE file = CreateFileW(path, access, share, nullptr, disposition, flags, nullptr);
     return file == INVALID_HANDLE_VALUE ? GetLastError() : ErrorOf(CloseHandle(file));
 }
-
-// Another process of the machine, which does something and then waits for its end.
-class Neighbour {
-  public:
-    explicit Neighbour(const std::function<bool()>& act) {
-        int ready[2];
-        if (pipe(ready) != 0) return;
-        m_id = fork();
-        if (m_id == 0) {
-            const char done = act();
-            if (write(ready[1], &done, 1) == 1) pause();
-            _exit(1);
-        }
-        char done = 0;
-        EXPECT_EQ(read(ready[0], &done, 1), 1);
-        EXPECT_TRUE(done);
-        close(ready[0]);
-        close(ready[1]);
-    }
-    ~Neighbour() {
-        kill(m_id, SIGKILL);
-        waitpid(m_id, nullptr, 0);
-    }
-    Neighbour(const Neighbour&) = delete;
-    Neighbour& operator=(const Neighbour&) = delete;
-
-  private:
-    pid_t m_id = -1;
-};
 
 TEST_F(HostFiles, AreSharedAcrossProcessesAsBothSidesAllow) {
     constexpr DWORD kAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
@@ -150,39 +116,6 @@ TEST_F(HostFiles, PathsFollowWindowsRules) {
     EXPECT_EQ(Text(buffer), TEXT("C:\\Scratch\\b"));
     EXPECT_EQ(Text(filePart), TEXT("b"));
     EXPECT_EQ(GetFullPathNameW(TEXT("b"), 12, buffer, nullptr), 13u);
-}
-
-TEST_F(HostFiles, OldWildcardsFindWhatTheyAlwaysFound) {
-    for (const LPCWSTR name : {TEXT("a"), TEXT("ab"), TEXT("a.b"), TEXT("a.b.c"), TEXT("Z_"), TEXT("za")})
-        MakeFile(TEXT("C:\\Scratch\\found\\") + Text(name));
-    const struct {
-        LPCWSTR pattern;
-        Texts names;
-    } rows[] = {
-        {TEXT("*."), {TEXT("a"), TEXT("ab"), TEXT("za"), TEXT("Z_")}},
-        {TEXT("a*."), {TEXT("a"), TEXT("ab")}},
-        {TEXT("a???"), {TEXT("a"), TEXT("ab")}},
-        {TEXT("?"), {TEXT("a")}},
-        {TEXT("?.*"), {TEXT("."), TEXT(".."), TEXT("a"), TEXT("a.b"), TEXT("a.b.c")}},
-        {TEXT("*.b"), {TEXT("a.b")}},
-        {TEXT("a.*"), {TEXT("a"), TEXT("a.b"), TEXT("a.b.c")}},
-        {TEXT("*b*c"), {TEXT("a.b.c")}},
-    };
-    for (const auto& row : rows) {
-        Texts names;
-        WIN32_FIND_DATAW data;
-        const HANDLE find = FindFirstFileW((TEXT("found\\") + Text(row.pattern)).c_str(), &data);
-        ASSERT_NE(find, INVALID_HANDLE_VALUE) << ::testing::PrintToString(Text(row.pattern));
-        do
-            names.push_back(data.cFileName);
-        while (FindNextFileW(find, &data));
-        FindClose(find);
-        EXPECT_EQ(names, row.names) << ::testing::PrintToString(Text(row.pattern));
-    }
-    WIN32_FIND_DATAW data;
-    const HANDLE find = FindFirstFileW(TEXT("C:\\*"), &data);
-    EXPECT_EQ(Text(data.cFileName), TEXT("Program Files")) << "a root has neither . nor ..";
-    FindClose(find);
 }
 
 std::string ReadText(LPCWSTR path) {

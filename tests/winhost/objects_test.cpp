@@ -1,41 +1,15 @@
 // Objects that the processes of the embedded machine share: mappings and mutexes, their lifetime and their
 // owners.
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <csignal>
 #include <filesystem>
-#include <functional>
+#include <optional>
 
-#include "support/scratch.h"
 #include "internal.h"
+#include "support/scratch.h"
+#include "winhost/neighbour.h"
 
 namespace {
 
 class HostObjects : public ScratchTest {};
-
-// Runs the body in a process of its own and gives its id; the process waits to be ended when `stays` is set.
-pid_t Fork(const std::function<bool()>& body, bool stays) {
-    int ready[2];
-    if (pipe(ready) != 0) return -1;
-    const pid_t id = fork();
-    if (id == 0) {
-        const char done = body();
-        if (stays && write(ready[1], &done, 1) == 1) pause();
-        _exit(done ? 0 : 1);
-    }
-    char done = 1;
-    if (stays && read(ready[0], &done, 1) != 1) done = 0;
-    EXPECT_TRUE(done);
-    close(ready[0]);
-    close(ready[1]);
-    return id;
-}
-
-void End(pid_t id) {
-    kill(id, SIGKILL);
-    waitpid(id, nullptr, 0);
-}
 
 HANDLE CreateMapping(LPCWSTR name, DWORD size = 131072) {
     return CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE | SEC_COMMIT, 0, size, name);
@@ -54,14 +28,14 @@ TEST_F(HostObjects, MappingLivesAsLongAsAProcessHoldsIt) {
         *MapFirst(mapping) = 7;
         return GetLastError() == ERROR_SUCCESS;
     };
-    const pid_t holder = Fork(writeSeven, true);
+    std::optional<Neighbour> holder(writeSeven);
     const HANDLE second = CreateMapping(kName, 4096);
     EXPECT_EQ(GetLastError(), DWORD{ERROR_ALREADY_EXISTS});
     int* view = MapFirst(second);
     ASSERT_TRUE(view);
     EXPECT_EQ(view[0], 7);
     view[131072 / sizeof(int) - 1] = 1;  // the first size counts
-    End(holder);
+    holder.reset();
     EXPECT_EQ(view[0], 7) << "this process holds it still";
 
     EXPECT_TRUE(CloseHandle(second));
@@ -75,7 +49,7 @@ TEST_F(HostObjects, MappingLivesAsLongAsAProcessHoldsIt) {
     EXPECT_TRUE(CloseHandle(fresh));
 
     // Nobody says goodbye for a process that is killed while it is the only holder.
-    End(Fork(writeSeven, true));
+    { const Neighbour killed(writeSeven); }
     const HANDLE third = CreateMapping(kName);
     EXPECT_EQ(GetLastError(), DWORD{ERROR_SUCCESS});
     freshView = MapFirst(third);
@@ -129,12 +103,14 @@ TEST_F(HostObjects, MutexKeepsProcessesApart) {
         return true;
     };
     std::vector<pid_t> workers;
+    for (int i = 0; i < kProcesses; ++i) {
+        workers.push_back(fork());
+        if (workers.back() == 0) _exit(work() ? 0 : 1);
+    }
     for (int i = 0; i < kProcesses; ++i)
-        workers.push_back(Fork(work, false));
-    for (int i = 0; i < kProcesses; ++i)
-        End(Fork(
-            [] { return WaitForSingleObject(CreateMutexW(nullptr, FALSE, kMutex), INFINITE) != WAIT_FAILED; },
-            true));
+        const Neighbour killed([] {
+            return WaitForSingleObject(CreateMutexW(nullptr, FALSE, kMutex), INFINITE) != WAIT_FAILED;
+        });
     for (const pid_t worker : workers) {
         int status = 1;
         waitpid(worker, &status, 0);

@@ -94,22 +94,6 @@ TEST_F(HostProcesses, AreFoundByIdAndEndedThroughAHandleThatMay) {
     EXPECT_EQ(TableSize(), 1u) << "this process alone is left in the table";
 }
 
-// A program is held as a running image before CreateProcessW returns.
-TEST_F(HostProcesses, GuardTheirFileFromTheFirstMoment) {
-    ImportFile(kSleeper, TEXT("C:\\Scratch\\original.exe"));
-    for (int i = 0; i < 20; ++i) {
-        ASSERT_TRUE(CopyFileW(TEXT("C:\\Scratch\\original.exe"), TEXT("C:\\Scratch\\sleeper.exe"), TRUE));
-        {
-            const Started sleeper(TEXT("C:\\Scratch\\sleeper.exe"));
-            ASSERT_TRUE(sleeper.done);
-            ASSERT_FALSE(DeleteFileW(TEXT("C:\\Scratch\\sleeper.exe")));
-            ASSERT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
-        }
-        ASSERT_TRUE(DeleteFileW(TEXT("C:\\Scratch\\sleeper.exe")))
-            << "and let go when it has been waited for";
-    }
-}
-
 CHILD_PROGRAM(EndAsTold) {
     const Text how = __wargv[1];
     std::signal(SIGSEGV, SIG_DFL);
@@ -132,39 +116,6 @@ TEST_F(HostProcesses, EndWithTheCodeThatWindowsWouldGive) {
     for (const auto& [how, exitCode] : rows)
         EXPECT_EQ(RunChild("EndAsTold", kScratch + TEXT("\\child.exe"), how).exitCode, exitCode)
             << winhost::Utf8(how);
-}
-
-TEST_F(HostProcesses, TakeTheirFaultsFromTheEnvironment) {
-    struct {
-        const char* faults;
-        DWORD exitCode;
-        const char* counts;  // none of a process that was killed
-    } const rows[] = {
-        {"DeleteFileW#2=32", 0x0002, "DeleteFileW 3"},
-        {"DeleteFileW#*", 0x0007, "DeleteFileW 3"},
-        {"DeleteFileW#3=kill", 1, nullptr},
-    };
-    const fs::path counts = winhost::HostPath(TEXT("C:\\Scratch\\counts"));
-    for (const auto& row : rows) {
-        fs::remove(counts);
-        setenv("WINHOST_FAULTS", row.faults, 1);
-        setenv("WINHOST_COUNTS", counts.c_str(), 1);
-        EXPECT_EQ(RunChild("DeleteThree").exitCode, row.exitCode) << row.faults;
-        unsetenv("WINHOST_FAULTS");
-        unsetenv("WINHOST_COUNTS");
-        std::string lines = FileBytes(TEXT("C:\\Scratch\\counts")).value_or("");
-        EXPECT_EQ(lines.find(row.counts ? row.counts : "DeleteFileW") != lines.npos, row.counts != nullptr)
-            << lines;
-    }
-}
-
-CHILD_PROGRAM(DeleteThree) {
-    int failed = 0;
-    for (int i = 0; i < 3; ++i) {
-        MakeFile(TEXT("C:\\Scratch\\victim"));
-        if (!DeleteFileW(TEXT("C:\\Scratch\\victim"))) failed |= 1 << i;
-    }
-    return failed;
 }
 
 TEST_F(HostProcesses, EndWithOneLineOutsideAnyMachine) {

@@ -27,7 +27,7 @@ CHILD_PROGRAM(MakesWindowsUntilItDies) {
 
 std::size_t CountWindows() {
     winhost::WindowTable table;
-    return table.All().size();
+    return table.Where([](const auto&) { return true; }).size();
 }
 
 std::size_t CountQueues() {
@@ -48,7 +48,7 @@ TEST_F(HostWindows, GoWithTheirProcessHoweverItEnds) {
     }
     EXPECT_EQ(RunChild("MakesWindowsUntilItDies", kScratch + TEXT("\\child.exe"), TEXT("once")).exitCode, 0u);
     EXPECT_EQ(CountWindows(), 1u);
-    EXPECT_EQ(CountQueues(), 1u);
+    EXPECT_EQ(CountQueues(), 2u);  // a file and a socket
     EXPECT_TRUE(DestroyWindow(own));
     EXPECT_EQ(CountQueues(), 0u);
 }
@@ -65,6 +65,49 @@ TEST_F(HostWindows, AreAsManyAsTheTableHolds) {
     windows[7] = late;
     for (const HWND window : windows)
         EXPECT_TRUE(DestroyWindow(window));
+}
+
+CHILD_PROGRAM(PostsUntilTheQueueIsFull) {
+    const auto window = reinterpret_cast<HWND>(std::stoull(winhost::Utf8(__wargv[1])));
+    int posted = 0;
+    while (PostMessageW(window, WM_APP, 0, 0))
+        ++posted;
+    return GetLastError() == ERROR_NOT_ENOUGH_QUOTA ? posted : -1;
+}
+
+TEST_F(HostWindows, QueueIsFullAtTheSameNumberWhoeverHasTakenIn) {
+    const HWND own = Make(TEXT("Own"));
+    const Text number = winhost::Utf16(std::to_string(reinterpret_cast<ULONG_PTR>(own)));
+    MSG message = {};
+    for (const DWORD free : {10000u, 1u, 0u}) {
+        EXPECT_EQ(RunChild("PostsUntilTheQueueIsFull", kScratch + TEXT("\\child.exe"), number).exitCode,
+                  free);
+        EXPECT_FALSE(PostMessageW(own, WM_APP, 0, 0));
+        EXPECT_EQ(PeekMessageW(&message, nullptr, 0, 0, free > 1 ? PM_REMOVE : PM_NOREMOVE), TRUE);
+    }
+    EXPECT_TRUE(DestroyWindow(own));
+}
+
+// As Windows does it and Wine does not.
+TEST_F(HostWindows, DisabledButtonAnswersNobody) {
+    static int commands;
+    const HWND dialog = CreateDialogParamW(
+        nullptr, MAKEINTRESOURCEW(103), nullptr,
+        [](HWND, UINT message, WPARAM, LPARAM) -> INT_PTR { return message == WM_COMMAND && ++commands; }, 0);
+    ASSERT_TRUE(dialog);
+    const HWND cancel = GetDlgItem(dialog, IDCANCEL);
+    for (const int expected : {3, 0}) {
+        commands = 0;
+        (void)SendMessageW(dialog, WM_CLOSE, 0, 0);
+        (void)SendMessageW(cancel, BM_CLICK, 0, 0);
+        (void)PostMessageW(cancel, WM_KEYDOWN, VK_ESCAPE, 0);
+        for (MSG message; PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE);)
+            EXPECT_TRUE(IsDialogMessageW(dialog, &message));
+        EXPECT_EQ(commands, expected);
+        (void)EnableWindow(cancel, FALSE);
+        EXPECT_EQ(GetFocus(), nullptr);
+    }
+    EXPECT_TRUE(DestroyWindow(dialog));
 }
 
 }  // namespace

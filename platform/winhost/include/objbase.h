@@ -46,6 +46,18 @@ struct IPersistFile : IPersist {
     ~IPersistFile() = default;
 };
 
+struct IMalloc : IUnknown {
+    virtual void* STDMETHODCALLTYPE Alloc(std::size_t size) = 0;
+    virtual void* STDMETHODCALLTYPE Realloc(void* memory, std::size_t size) = 0;
+    virtual void STDMETHODCALLTYPE Free(void* memory) = 0;
+    virtual std::size_t STDMETHODCALLTYPE GetSize(void* memory) = 0;
+    virtual int STDMETHODCALLTYPE DidAlloc(void* memory) = 0;
+    virtual void STDMETHODCALLTYPE HeapMinimize() = 0;
+
+  protected:
+    ~IMalloc() = default;
+};
+
 extern const IID IID_IUnknown;
 extern const IID IID_IPersistFile;
 

@@ -21,6 +21,35 @@
 #define SHCNE_ASSOCCHANGED 0x08000000
 #define SHCNF_IDLIST 0x0000
 #define SLGP_RAWPATH 4
+#define BIF_RETURNONLYFSDIRS 0x1u
+#define BIF_EDITBOX 0x10u
+#define BIF_VALIDATE 0x20u
+#define BIF_NEWDIALOGSTYLE 0x40u
+#define BFFM_INITIALIZED 1u
+#define BFFM_SELCHANGED 2u
+#define BFFM_VALIDATEFAILEDW 4u
+#define BFFM_SETSELECTIONW (WM_USER + 103)
+
+struct SHITEMID {
+    USHORT cb;
+    BYTE abID[1];
+};
+struct ITEMIDLIST {
+    SHITEMID mkid;
+};
+using PIDLIST_ABSOLUTE = ITEMIDLIST*;
+using PCIDLIST_ABSOLUTE = const ITEMIDLIST*;
+using BFFCALLBACK = int (*)(HWND, UINT, LPARAM, LPARAM);
+struct BROWSEINFOW {
+    HWND hwndOwner;
+    PCIDLIST_ABSOLUTE pidlRoot;
+    LPWSTR pszDisplayName;
+    LPCWSTR lpszTitle;
+    UINT ulFlags;
+    BFFCALLBACK lpfn;
+    LPARAM lParam;
+    int iImage;
+};
 
 struct IShellLinkW : IUnknown {
     virtual HRESULT STDMETHODCALLTYPE GetPath(LPWSTR path, int cchPath, WIN32_FIND_DATAW* data, DWORD flags) = 0;
@@ -49,5 +78,8 @@ struct IShellLinkW : IUnknown {
 extern const CLSID CLSID_ShellLink;
 extern const IID IID_IShellLinkW;
 
+PIDLIST_ABSOLUTE SHBrowseForFolderW(BROWSEINFOW* browse);
+BOOL SHGetPathFromIDListW(PCIDLIST_ABSOLUTE items, LPWSTR path);
+HRESULT SHGetMalloc(IMalloc** allocator);
 HRESULT SHGetFolderPathW(HWND owner, int folder, HANDLE token, DWORD flags, LPWSTR path);
 void SHChangeNotify(LONG event, UINT flags, LPCVOID item1, LPCVOID item2);

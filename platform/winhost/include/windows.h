@@ -2,7 +2,8 @@
 // What stands here is implemented in platform/winhost; a call, flag or argument that is not modelled ends the run.
 //
 //   types and constants   ·  text of the runtime library   ·  files   ·  profile files   ·  processes and modules
-//   security              ·  system                        ·  registry ·  resources and versions ·  windows
+//   security              ·  system                        ·  registry ·  resources and versions
+//   windows               ·  dialogs and controls
 #pragma once
 
 #include <cstdarg>
@@ -10,6 +11,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 
 // ---- types and constants ----------------------------------------------------------------------------------------
 
@@ -104,6 +106,7 @@ using DLGPROC = INT_PTR (*)(HWND, UINT, WPARAM, LPARAM);
 #define HIWORD(l) (static_cast<WORD>((static_cast<DWORD_PTR>(l) >> 16) & 0xFFFF))
 #define MAKELONG(a, b) (static_cast<LONG>((static_cast<WORD>(a)) | (static_cast<DWORD>(static_cast<WORD>(b)) << 16)))
 #define MAKEWPARAM(l, h) (static_cast<WPARAM>(static_cast<DWORD>(MAKELONG(l, h))))
+#define MAKELPARAM(l, h) (static_cast<LPARAM>(static_cast<DWORD>(MAKELONG(l, h))))
 #define MAKEINTRESOURCEW(i) (reinterpret_cast<LPCWSTR>(static_cast<ULONG_PTR>(static_cast<WORD>(i))))
 #define MAKEINTRESOURCE MAKEINTRESOURCEW
 #define IS_INTRESOURCE(p) ((reinterpret_cast<ULONG_PTR>(p) >> 16) == 0)
@@ -122,6 +125,8 @@ struct RECT {
     LONG right;
     LONG bottom;
 };
+using LPPOINT = POINT*;
+using LPRECT = RECT*;
 struct SECURITY_ATTRIBUTES;
 using LPSECURITY_ATTRIBUTES = SECURITY_ATTRIBUTES*;
 
@@ -161,8 +166,11 @@ using LPSECURITY_ATTRIBUTES = SECURITY_ATTRIBUTES*;
 #define ERROR_NO_SUCH_PRIVILEGE 1313L
 #define ERROR_NOT_ALL_ASSIGNED 1300L
 #define ERROR_INVALID_WINDOW_HANDLE 1400L
+#define ERROR_TLW_WITH_WSCHILD 1406L
 #define ERROR_CANNOT_FIND_WND_CLASS 1407L
 #define ERROR_CLASS_ALREADY_EXISTS 1410L
+#define ERROR_CONTROL_ID_NOT_FOUND 1421L
+#define ERROR_TIMEOUT 1460L
 #define ERROR_RESOURCE_DATA_NOT_FOUND 1812L
 #define ERROR_RESOURCE_TYPE_NOT_FOUND 1813L
 #define ERROR_RESOURCE_NAME_NOT_FOUND 1814L
@@ -226,6 +234,10 @@ extern char16_t** __wargv;
 #define _MAX_PATH 260
 #define _MAX_DRIVE 3
 #define _MAX_DIR 256
+
+using __time64_t = long long;
+__time64_t _time64(__time64_t* now);
+std::tm* _localtime64(const __time64_t* time);
 
 // ---- files ------------------------------------------------------------------------------------------------------
 
@@ -529,19 +541,46 @@ BOOL VerQueryValueW(LPCVOID block, LPCWSTR query, LPVOID* value, PUINT cbValue);
 #define SW_SHOW 5
 #define SW_MINIMIZE 6
 #define SW_RESTORE 9
+#define SWP_NOSIZE 0x1u
+#define SWP_NOMOVE 0x2u
+#define SWP_NOZORDER 0x4u
+#define SWP_NOACTIVATE 0x10u
+#define SWP_SHOWWINDOW 0x40u
+#define SWP_HIDEWINDOW 0x80u
+#define HWND_TOP (reinterpret_cast<HWND>(static_cast<LONG_PTR>(0)))
+#define HWND_MESSAGE (reinterpret_cast<HWND>(static_cast<LONG_PTR>(-3)))
 #define WM_NULL 0x0u
 #define WM_CREATE 0x1u
 #define WM_DESTROY 0x2u
+#define WM_ACTIVATE 0x6u
+#define WM_SETFOCUS 0x7u
+#define WM_KILLFOCUS 0x8u
 #define WM_SETTEXT 0xCu
 #define WM_GETTEXT 0xDu
 #define WM_GETTEXTLENGTH 0xEu
 #define WM_CLOSE 0x10u
 #define WM_QUIT 0x12u
+#define WM_NEXTDLGCTL 0x28u
+#define WM_SETFONT 0x30u
+#define WM_GETFONT 0x31u
 #define WM_NCCREATE 0x81u
 #define WM_NCDESTROY 0x82u
+#define WM_GETDLGCODE 0x87u
+#define WM_KEYDOWN 0x100u
+#define WM_KEYUP 0x101u
+#define WM_CHAR 0x102u
+#define WM_SYSKEYDOWN 0x104u
+#define WM_SYSKEYUP 0x105u
+#define WM_SYSCHAR 0x106u
+#define WM_INITDIALOG 0x110u
 #define WM_COMMAND 0x111u
 #define WM_USER 0x400u
 #define WM_APP 0x8000u
+#define DM_GETDEFID (WM_USER + 0)
+#define DM_SETDEFID (WM_USER + 1)
+#define DC_HASDEFID 0x534B
+#define WA_INACTIVE 0
+#define WA_ACTIVE 1
 #define WS_OVERLAPPED 0x0u
 #define WS_CHILD 0x40000000u
 #define WS_POPUP 0x80000000u
@@ -551,22 +590,50 @@ BOOL VerQueryValueW(LPCVOID block, LPCWSTR query, LPVOID* value, PUINT cbValue);
 #define WS_CLIPSIBLINGS 0x04000000u
 #define WS_MAXIMIZE 0x01000000u
 #define WS_CAPTION 0x00C00000u
+#define WS_BORDER 0x00800000u
 #define WS_DLGFRAME 0x00400000u
+#define WS_VSCROLL 0x00200000u
+#define WS_HSCROLL 0x00100000u
 #define WS_SYSMENU 0x00080000u
 #define WS_THICKFRAME 0x00040000u
 #define WS_MINIMIZEBOX 0x00020000u
 #define WS_MAXIMIZEBOX 0x00010000u
+#define WS_GROUP 0x00020000u
+#define WS_TABSTOP 0x00010000u
 #define WS_OVERLAPPEDWINDOW \
     (WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU | WS_THICKFRAME | WS_MINIMIZEBOX | WS_MAXIMIZEBOX)
 #define WS_EX_DLGMODALFRAME 0x1u
+#define WS_EX_NOPARENTNOTIFY 0x4u
 #define WS_EX_TOOLWINDOW 0x80u
 #define WS_EX_WINDOWEDGE 0x100u
+#define WS_EX_CLIENTEDGE 0x200u
+#define WS_EX_CONTROLPARENT 0x10000u
 #define WS_EX_STATICEDGE 0x20000u
 #define CW_USEDEFAULT (static_cast<int>(0x80000000u))
-#define HWND_MESSAGE (reinterpret_cast<HWND>(static_cast<LONG_PTR>(-3)))
 #define GWL_STYLE (-16)
 #define GWL_EXSTYLE (-20)
+#define GWLP_ID (-12)
+#define GWLP_USERDATA (-21)
+#define DWLP_MSGRESULT 0
+#define DWLP_USER 16
+#define GW_HWNDNEXT 2u
 #define GW_OWNER 4u
+#define GW_CHILD 5u
+#define VK_BACK 0x08
+#define VK_TAB 0x09
+#define VK_RETURN 0x0D
+#define VK_SHIFT 0x10
+#define VK_ESCAPE 0x1B
+#define VK_SPACE 0x20
+#define VK_LEFT 0x25
+#define VK_UP 0x26
+#define VK_RIGHT 0x27
+#define VK_DOWN 0x28
+#define SMTO_NORMAL 0x0u
+#define PM_NOREMOVE 0u
+#define PM_REMOVE 1u
+#define IDC_ARROW MAKEINTRESOURCEW(32512)
+#define IDC_WAIT MAKEINTRESOURCEW(32514)
 
 struct WNDCLASSEXW {
     UINT cbSize;
@@ -596,28 +663,6 @@ struct CREATESTRUCTW {
     LPCWSTR lpszClass;
     DWORD dwExStyle;
 };
-using WNDENUMPROC = BOOL (*)(HWND, LPARAM);
-
-ATOM RegisterClassExW(const WNDCLASSEXW* windowClass);
-HWND CreateWindowExW(DWORD exStyle, LPCWSTR className, LPCWSTR title, DWORD style, int x, int y, int width, int height,
-                     HWND parent, HMENU menu, HINSTANCE instance, LPVOID parameter);
-BOOL DestroyWindow(HWND window);
-LRESULT DefWindowProcW(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-LRESULT SendMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-BOOL EnumWindows(WNDENUMPROC callback, LPARAM context);
-DWORD GetWindowThreadProcessId(HWND window, LPDWORD process);
-HWND GetWindow(HWND window, UINT relation);
-LONG GetWindowLongW(HWND window, int index);
-int GetWindowTextW(HWND window, LPWSTR text, int cchText);
-BOOL SetWindowTextW(HWND window, LPCWSTR text);
-BOOL IsWindow(HWND window);
-BOOL IsWindowEnabled(HWND window);
-BOOL EnableWindow(HWND window, BOOL enable);
-BOOL IsWindowVisible(HWND window);
-BOOL ShowWindow(HWND window, int command);
-HWND GetForegroundWindow();
-BOOL SetForegroundWindow(HWND window);
-
 struct MSG {
     HWND hwnd;
     UINT message;
@@ -626,10 +671,175 @@ struct MSG {
     DWORD time;
     POINT pt;
 };
+using LPMSG = MSG*;
+struct GUITHREADINFO {
+    DWORD cbSize;
+    DWORD flags;
+    HWND hwndActive;
+    HWND hwndFocus;
+    HWND hwndCapture;
+    HWND hwndMenuOwner;
+    HWND hwndMoveSize;
+    HWND hwndCaret;
+    RECT rcCaret;
+};
+using WNDENUMPROC = BOOL (*)(HWND, LPARAM);
+
+ATOM RegisterClassExW(const WNDCLASSEXW* windowClass);
+HWND CreateWindowExW(DWORD exStyle, LPCWSTR className, LPCWSTR title, DWORD style, int x, int y, int width, int height,
+                     HWND parent, HMENU menu, HINSTANCE instance, LPVOID parameter);
+BOOL DestroyWindow(HWND window);
+LRESULT DefWindowProcW(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+BOOL EnumWindows(WNDENUMPROC callback, LPARAM context);
+HWND FindWindowW(LPCWSTR className, LPCWSTR title);
+HWND FindWindowExW(HWND parent, HWND after, LPCWSTR className, LPCWSTR title);
+DWORD GetWindowThreadProcessId(HWND window, LPDWORD process);
+HWND GetWindow(HWND window, UINT relation);
+HWND GetParent(HWND window);
+BOOL IsChild(HWND parent, HWND window);
+int GetClassNameW(HWND window, LPWSTR name, int cchName);
+LONG GetWindowLongW(HWND window, int index);
+LONG_PTR GetWindowLongPtrW(HWND window, int index);
+LONG_PTR SetWindowLongPtrW(HWND window, int index, LONG_PTR value);
+int GetWindowTextW(HWND window, LPWSTR text, int cchText);
+int GetWindowTextLengthW(HWND window);
+BOOL SetWindowTextW(HWND window, LPCWSTR text);
+BOOL IsWindow(HWND window);
+BOOL IsWindowEnabled(HWND window);
+BOOL EnableWindow(HWND window, BOOL enable);
+BOOL IsWindowVisible(HWND window);
+BOOL ShowWindow(HWND window, int command);
+BOOL UpdateWindow(HWND window);
+BOOL SetWindowPos(HWND window, HWND after, int x, int y, int width, int height, UINT flags);
+BOOL GetWindowRect(HWND window, LPRECT rectangle);
+BOOL GetClientRect(HWND window, LPRECT rectangle);
+BOOL ClientToScreen(HWND window, LPPOINT point);
+BOOL ScreenToClient(HWND window, LPPOINT point);
+HWND GetForegroundWindow();
+BOOL SetForegroundWindow(HWND window);
+HWND GetActiveWindow();
+HWND SetActiveWindow(HWND window);
+HWND GetLastActivePopup(HWND window);
+HWND GetFocus();
+HWND SetFocus(HWND window);
+// Tells of another thread's active window and focus.
+BOOL GetGUIThreadInfo(DWORD thread, GUITHREADINFO* information);
+SHORT GetKeyState(int key);
+BOOL SetKeyboardState(LPBYTE keys);
+HCURSOR LoadCursorW(HINSTANCE module, LPCWSTR name);
+HCURSOR SetCursor(HCURSOR cursor);
 
 int MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR caption, UINT style);
+LRESULT SendMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+LRESULT SendMessageTimeoutW(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT flags, UINT milliseconds,
+                            DWORD_PTR* result);
 BOOL PostMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 BOOL GetMessageW(MSG* message, HWND window, UINT first, UINT last);
+BOOL PeekMessageW(MSG* message, HWND window, UINT first, UINT last, UINT flags);
 BOOL TranslateMessage(const MSG* message);
 LRESULT DispatchMessageW(const MSG* message);
 void PostQuitMessage(int exitCode);
+
+// ---- dialogs and controls ---------------------------------------------------------------------------------------
+
+#define DS_SETFONT 0x40u
+#define DS_MODALFRAME 0x80u
+#define DS_CONTROL 0x400u
+#define DS_CENTER 0x800u
+#define DLGC_WANTARROWS 0x1
+#define DLGC_WANTTAB 0x2
+#define DLGC_WANTALLKEYS 0x4
+#define DLGC_WANTMESSAGE 0x4
+#define DLGC_HASSETSEL 0x8
+#define DLGC_DEFPUSHBUTTON 0x10
+#define DLGC_UNDEFPUSHBUTTON 0x20
+#define DLGC_RADIOBUTTON 0x40
+#define DLGC_WANTCHARS 0x80
+#define DLGC_STATIC 0x100
+#define DLGC_BUTTON 0x2000
+#define BS_PUSHBUTTON 0x0u
+#define BS_DEFPUSHBUTTON 0x1u
+#define BS_CHECKBOX 0x2u
+#define BS_AUTOCHECKBOX 0x3u
+#define BS_RADIOBUTTON 0x4u
+#define BS_GROUPBOX 0x7u
+#define BS_AUTORADIOBUTTON 0x9u
+#define BS_TYPEMASK 0xFu
+#define BS_MULTILINE 0x2000u
+#define BN_CLICKED 0
+#define BST_UNCHECKED 0
+#define BST_CHECKED 1
+#define BST_PUSHED 4
+#define BST_FOCUS 8
+#define BM_GETCHECK 0xF0u
+#define BM_SETCHECK 0xF1u
+#define BM_GETSTATE 0xF2u
+#define BM_SETSTYLE 0xF4u
+#define BM_CLICK 0xF5u
+#define SS_LEFT 0x0u
+#define SS_CENTER 0x1u
+#define SS_BITMAP 0xEu
+#define SS_ETCHEDHORZ 0x10u
+#define SS_TYPEMASK 0x1Fu
+#define SS_NOPREFIX 0x80u
+#define SS_SUNKEN 0x1000u
+#define STM_GETIMAGE 0x173u
+#define IMAGE_BITMAP 0u
+#define ES_MULTILINE 0x4u
+#define ES_AUTOVSCROLL 0x40u
+#define ES_AUTOHSCROLL 0x80u
+#define ES_READONLY 0x800u
+#define ES_WANTRETURN 0x1000u
+#define EN_SETFOCUS 0x100
+#define EN_KILLFOCUS 0x200
+#define EN_CHANGE 0x300
+#define EN_UPDATE 0x400
+#define EN_MAXTEXT 0x501
+#define EM_GETSEL 0xB0u
+#define EM_SETSEL 0xB1u
+#define EM_SCROLLCARET 0xB7u
+#define EM_REPLACESEL 0xC2u
+#define EM_SETLIMITTEXT 0xC5u
+#define EM_LIMITTEXT EM_SETLIMITTEXT
+#define EM_SETREADONLY 0xCFu
+#define EM_GETLIMITTEXT 0xD5u
+
+#pragma pack(push, 2)
+struct DLGTEMPLATE {
+    DWORD style;
+    DWORD dwExtendedStyle;
+    WORD cdit;
+    SHORT x;
+    SHORT y;
+    SHORT cx;
+    SHORT cy;
+};
+struct DLGITEMTEMPLATE {
+    DWORD style;
+    DWORD dwExtendedStyle;
+    SHORT x;
+    SHORT y;
+    SHORT cx;
+    SHORT cy;
+    WORD id;
+};
+#pragma pack(pop)
+using LPCDLGTEMPLATEW = const DLGTEMPLATE*;
+
+HWND CreateDialogParamW(HINSTANCE module, LPCWSTR name, HWND parent, DLGPROC procedure, LPARAM parameter);
+HWND CreateDialogIndirectParamW(HINSTANCE module, LPCDLGTEMPLATEW dialog, HWND parent, DLGPROC procedure,
+                                LPARAM parameter);
+INT_PTR DialogBoxParamW(HINSTANCE module, LPCWSTR name, HWND owner, DLGPROC procedure, LPARAM parameter);
+INT_PTR DialogBoxIndirectParamW(HINSTANCE module, LPCDLGTEMPLATEW dialog, HWND owner, DLGPROC procedure,
+                                LPARAM parameter);
+BOOL EndDialog(HWND dialog, INT_PTR result);
+BOOL IsDialogMessageW(HWND dialog, LPMSG message);
+BOOL MapDialogRect(HWND dialog, LPRECT rectangle);
+HWND GetDlgItem(HWND dialog, int id);
+int GetDlgCtrlID(HWND window);
+HWND GetNextDlgTabItem(HWND dialog, HWND control, BOOL previous);
+UINT GetDlgItemTextW(HWND dialog, int id, LPWSTR text, int cchText);
+BOOL SetDlgItemTextW(HWND dialog, int id, LPCWSTR text);
+BOOL CheckDlgButton(HWND dialog, int id, UINT check);
+BOOL CheckRadioButton(HWND dialog, int first, int last, int checked);
+UINT IsDlgButtonChecked(HWND dialog, int id);

@@ -1,0 +1,321 @@
+// Child windows, controls and dialogs, as a program of dialogs relies on them.
+#include "support/driver.h"
+
+namespace {
+
+constexpr WORD kButton = 0x80;
+constexpr WORD kEdit = 0x81;
+constexpr WORD kStatic = 0x82;
+constexpr DWORD kShown = WS_VISIBLE;
+constexpr DWORD kTab = WS_VISIBLE | WS_TABSTOP;
+constexpr WCHAR kTitle[] = TEXT("Dialog of the tests");
+constexpr DWORD kPage = WS_CHILD | DS_CONTROL | DS_SETFONT;
+constexpr DWORD kFrame = WS_POPUP | WS_CAPTION | WS_VISIBLE | DS_MODALFRAME | DS_SETFONT;
+
+struct Item {
+    WORD kind;
+    DWORD style;
+    WORD id;
+    LPCWSTR text;
+};
+
+// A template in memory. The controls lie one below the other.
+class Template {
+  public:
+    Template(DWORD style, const std::vector<Item>& items) {
+        AddStyle(style);
+        Add({static_cast<WORD>(items.size()), 0, 0, 200, 150, 0, 0});  // place, no menu, no class
+        AddText(kTitle);
+        Add({8});
+        AddText(TEXT("MS Sans Serif"));
+        for (const Item& item : items) {
+            if (m_words.size() % 2) Add({0});
+            AddStyle(item.style);
+            Add({7, static_cast<WORD>(10 * (&item - items.data())), 90, 9, item.id, 0xFFFF, item.kind});
+            AddText(item.text);
+            Add({0});
+        }
+    }
+    LPCDLGTEMPLATEW get() const { return reinterpret_cast<LPCDLGTEMPLATEW>(m_words.data()); }
+
+  private:
+    void Add(std::initializer_list<WORD> words) { m_words.insert(m_words.end(), words); }
+    void AddStyle(DWORD style) { Add({LOWORD(style), HIWORD(style), 0, 0}); }
+    void AddText(const Text& text) {
+        m_words.insert(m_words.end(), text.c_str(), text.c_str() + text.size() + 1);
+    }
+
+    std::vector<WORD> m_words;
+};
+
+using Ends = std::vector<std::pair<HWND, UINT>>;
+
+std::vector<int> commands;  // ids of pressed buttons, and what edits tell of their texts
+Ends ends;
+
+// Button 50 ends the dialog with 500.
+INT_PTR CALLBACK Procedure(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) {
+    const int id = LOWORD(wParam), notification = HIWORD(wParam);
+    switch (message) {
+        case WM_INITDIALOG:
+            return TRUE;
+        case WM_COMMAND:
+            if (notification == BN_CLICKED) commands.push_back(id);
+            if (notification == EN_UPDATE || notification == EN_CHANGE) commands.push_back(notification);
+            return id == 50 && notification == BN_CLICKED && EndDialog(dialog, 500);
+        case WM_DESTROY:
+        case WM_NCDESTROY:
+            ends.emplace_back(dialog, message);
+            return FALSE;
+        case WM_APP:
+            (void)SetWindowLongPtrW(dialog, DWLP_MSGRESULT, static_cast<LONG_PTR>(wParam) + lParam);
+            return TRUE;
+        default:
+            return FALSE;
+    }
+}
+
+HWND Make(const Template& dialog, HWND parent = nullptr) {
+    return CreateDialogIndirectParamW(nullptr, dialog.get(), parent, Procedure, 0);
+}
+
+void Pump(HWND dialog) {
+    for (MSG message; PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE);)
+        if (!IsDialogMessageW(dialog, &message)) DispatchMessageW(&message);
+}
+
+class Dialogs : public ScratchTest {
+  protected:
+    Dialogs() {
+        commands.clear();
+        ends.clear();
+    }
+};
+
+TEST_F(Dialogs, HoldTheControlsOfTheirTemplates) {
+    const std::vector<Item> items = {{kStatic, kShown, 10, TEXT("&Name")},
+                                     {kEdit, kTab, 11, TEXT("Ann")},
+                                     {kButton, kTab, IDOK, TEXT("OK")},
+                                     {kButton, WS_TABSTOP, 3, TEXT("Hidden")}};
+    const HWND dialog = Make({kFrame, items});
+    const HWND page = Make({kPage, {{kButton, kTab, 40, TEXT("In page")}}}, dialog);
+    ASSERT_TRUE(dialog && page);
+    WCHAR text[16] = {};
+    HWND child = GetWindow(dialog, GW_CHILD);
+    for (const Item& item : items) {
+        EXPECT_TRUE(child == GetDlgItem(dialog, item.id) && GetDlgCtrlID(child) == item.id);
+        EXPECT_TRUE(GetParent(child) == dialog && IsChild(dialog, child));
+        EXPECT_GT(GetClassNameW(child, text, 16), 0);
+        EXPECT_EQ(Text(text), item.kind == kStatic ? TEXT("Static")
+                              : item.kind == kEdit ? TEXT("Edit")
+                                                   : TEXT("Button"));
+        EXPECT_EQ(TextOf(child), item.text);
+        child = GetWindow(child, GW_HWNDNEXT);
+    }
+    EXPECT_EQ(child, page) << "what comes later lies below";
+    EXPECT_EQ(GetDlgItemTextW(dialog, 11, text, 3), 2u);
+    EXPECT_EQ(FindWindowW(TEXT("#32770"), kTitle), dialog);
+    EXPECT_EQ(FindWindowExW(dialog, GetDlgItem(dialog, IDOK), TEXT("BUTTON"), nullptr),
+              GetDlgItem(dialog, 3));
+    EXPECT_EQ(GetDlgItem(dialog, 40), nullptr);
+
+    RECT units = {7, 10, 97, 19}, place = {};
+    EXPECT_TRUE(MapDialogRect(dialog, &units) && GetWindowRect(GetDlgItem(dialog, 11), &place));
+    POINT corner = {units.left, units.top};
+    EXPECT_TRUE(ClientToScreen(dialog, &corner) && corner.x == place.left && corner.y == place.top);
+    EXPECT_EQ(place.right - place.left, units.right - units.left);
+
+    const HWND inPage = GetDlgItem(page, 40);
+    EXPECT_EQ(GetFocus(), GetDlgItem(dialog, 11)) << "the first control that Tab goes to";
+    EXPECT_TRUE(IsWindowVisible(dialog) && !IsWindowVisible(inPage));
+    EXPECT_TRUE(SetWindowPos(page, HWND_TOP, 4, 5, 0, 0, SWP_NOSIZE | SWP_SHOWWINDOW));
+    EXPECT_TRUE(IsWindowVisible(inPage) && GetWindow(dialog, GW_CHILD) == page);
+    EXPECT_TRUE(GetWindowRect(page, &place) && ScreenToClient(dialog, reinterpret_cast<POINT*>(&place)));
+    EXPECT_TRUE(place.left == 4 && place.top == 5);
+    EXPECT_EQ(SetFocus(inPage), GetDlgItem(dialog, 11));
+    EXPECT_TRUE(ShowWindow(inPage, SW_HIDE));
+    EXPECT_NE(GetFocus(), inPage) << "what is hidden loses the focus";
+
+    ends.clear();
+    EXPECT_TRUE(DestroyWindow(dialog));
+    EXPECT_EQ(ends,
+              (Ends{{dialog, WM_DESTROY}, {page, WM_DESTROY}, {page, WM_NCDESTROY}, {dialog, WM_NCDESTROY}}));
+    EXPECT_FALSE(IsWindow(inPage));
+    EXPECT_EQ(CreateDialogParamW(nullptr, MAKEINTRESOURCEW(999), nullptr, Procedure, 0), nullptr);
+    EXPECT_EQ(DialogBoxParamW(nullptr, MAKEINTRESOURCEW(999), nullptr, Procedure, 0), -1);
+}
+
+TEST_F(Dialogs, GoByKeys) {
+    const HWND dialog = Make({kFrame,
+                              {{kStatic, kShown, 10, TEXT("&Name")},
+                               {kEdit, kTab, 11, TEXT("")},
+                               {kButton, kTab | WS_GROUP | BS_AUTORADIOBUTTON, 20, TEXT("&One")},
+                               {kButton, kShown | BS_AUTORADIOBUTTON, 21, TEXT("&Two")},
+                               {kButton, kShown | WS_DISABLED | BS_AUTORADIOBUTTON, 22, TEXT("T&hree")},
+                               {kButton, kTab | WS_GROUP | BS_AUTOCHECKBOX, 30, TEXT("Chec&k")},
+                               {kButton, kTab | BS_DEFPUSHBUTTON, IDOK, TEXT("OK")},
+                               {kButton, kTab, 3, TEXT("&Back")}}});
+    const HWND page = Make({kPage | kShown, {{kButton, kTab, 40, TEXT("In page")}}}, dialog);
+    const auto control = [&](int id) { return GetDlgItem(id == 40 ? page : dialog, id); };
+    const struct {
+        int from;
+        UINT message;
+        WPARAM key;
+        bool shift;
+        int focus;
+        int command;  // the last one; 0 for none
+    } rows[] = {{11, WM_KEYDOWN, VK_TAB, false, 20, 0},
+                {20, WM_KEYDOWN, VK_TAB, false, 30, 0},
+                {30, WM_KEYDOWN, VK_TAB, true, 20, 0},
+                {3, WM_KEYDOWN, VK_TAB, false, 40, 0},
+                {40, WM_KEYDOWN, VK_TAB, false, 11, 0},
+                {11, WM_KEYDOWN, VK_TAB, true, 40, 0},
+                {20, WM_KEYDOWN, VK_DOWN, false, 21, 21},
+                {20, WM_KEYDOWN, VK_LEFT, false, 21, 21},
+                {11, WM_KEYDOWN, VK_RETURN, false, 11, IDOK},
+                {3, WM_KEYDOWN, VK_RETURN, false, 3, 3},
+                {40, WM_KEYDOWN, VK_RETURN, false, 40, 40},
+                {11, WM_KEYDOWN, VK_ESCAPE, false, 11, IDCANCEL},
+                {11, WM_SYSCHAR, 'b', false, 3, 3},
+                {11, WM_SYSCHAR, 'k', false, 30, 30},
+                {3, WM_SYSCHAR, 'N', false, 11, 0},
+                {3, WM_CHAR, 't', false, 21, 21},
+                {3, WM_SYSCHAR, 'h', false, 3, 0},
+                {30, WM_KEYUP, VK_SPACE, false, 30, 0}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(::testing::Message() << row.from << " by " << row.message << " " << row.key);
+        (void)CheckRadioButton(dialog, 20, 22, 20);
+        (void)SendMessageW(dialog, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(control(row.from)), TRUE);
+        BYTE keys[256] = {};
+        keys[VK_SHIFT] = row.shift ? 0x80 : 0;
+        EXPECT_TRUE(SetKeyboardState(keys));
+        commands.clear();
+        EXPECT_TRUE(PostMessageW(control(row.from), row.message, row.key, 0));
+        Pump(dialog);
+        EXPECT_EQ(GetFocus(), control(row.focus));
+        EXPECT_EQ(commands.empty() ? 0 : commands.back(), row.command);
+        EXPECT_EQ(IsDlgButtonChecked(dialog, 21), row.command == 21);
+        EXPECT_EQ(IsDlgButtonChecked(dialog, 20), row.command != 21);
+    }
+    commands.clear();
+    for (const UINT message : {WM_KEYDOWN, WM_KEYUP})
+        EXPECT_TRUE(PostMessageW(control(30), message, VK_SPACE, 0));
+    (void)SendMessageW(dialog, WM_CLOSE, 0, 0);
+    Pump(dialog);
+    EXPECT_EQ(commands, (std::vector{30, IDCANCEL}));
+    EXPECT_FALSE(IsDlgButtonChecked(dialog, 30)) << "ticked by its access key, and not any more";
+    EXPECT_TRUE(DestroyWindow(dialog));
+}
+
+TEST_F(Dialogs, HaveEdits) {
+    const HWND dialog = Make({kFrame,
+                              {{kEdit, kTab | ES_AUTOHSCROLL, 11, TEXT("")},
+                               {kEdit, kTab | ES_MULTILINE | ES_READONLY | ES_AUTOVSCROLL, 12, TEXT("")}}});
+    const HWND line = GetDlgItem(dialog, 11), lines = GetDlgItem(dialog, 12);
+    const Text longText(5'000'000, TEXT('x'));
+    commands.clear();
+    EXPECT_TRUE(SetWindowTextW(lines, longText.c_str()));
+    EXPECT_EQ(TextOf(lines), longText) << "only what is typed has a limit";
+    (void)SendMessageW(lines, WM_CHAR, 'a', 0);
+    EXPECT_EQ(GetWindowTextLengthW(lines), 5'000'000);
+    EXPECT_TRUE(commands.empty()) << "an edit of many lines doesn't tell of a text that is set";
+    EXPECT_TRUE(SetWindowTextW(line, TEXT("one two")));
+    EXPECT_EQ(commands, (std::vector{EN_UPDATE, EN_CHANGE}));
+
+    const struct {
+        int start, end;
+        UINT message;
+        WPARAM key;
+        LPCWSTR text;
+        int caret;
+    } rows[] = {
+        {0, 3, WM_CHAR, '1', TEXT("1 two"), 1},    {-1, 0, WM_CHAR, VK_BACK, TEXT(" two"), 0},
+        {0, -1, EM_REPLACESEL, 0, TEXT("new"), 3}, {1, 99, WM_CHAR, VK_BACK, TEXT("n"), 1},
+        {0, 0, WM_CHAR, VK_RETURN, TEXT("n"), 0},
+    };
+    for (const auto& row : rows) {
+        (void)SendMessageW(line, EM_SETSEL, static_cast<WPARAM>(row.start), row.end);
+        const LPCWSTR pasted = row.message == EM_REPLACESEL ? row.text : nullptr;
+        (void)SendMessageW(line, row.message, row.key, reinterpret_cast<LPARAM>(pasted));
+        EXPECT_EQ(TextOf(line), row.text);
+        EXPECT_EQ(SendMessageW(line, EM_GETSEL, 0, 0), MAKELONG(row.caret, row.caret));
+    }
+    (void)SendMessageW(line, EM_SETLIMITTEXT, 2, 0);
+    for (const WPARAM key : {'a', 'b', 'c'})
+        (void)SendMessageW(line, WM_CHAR, key, 0);
+    EXPECT_EQ(TextOf(line), TEXT("an")) << "the limit";
+    commands.clear();
+    (void)SetFocus(lines);
+    EXPECT_TRUE(PostMessageW(lines, WM_KEYDOWN, VK_ESCAPE, 0));
+    Pump(dialog);
+    EXPECT_EQ(commands, (std::vector{IDCANCEL})) << "an edit of many lines gives Esc to its dialog";
+    EXPECT_TRUE(DestroyWindow(dialog));
+}
+
+const std::vector<Item> kModalItems = {{kEdit, kTab | ES_MULTILINE, 11, TEXT("")},
+                                       {kButton, kTab, 50, TEXT("End")}};
+
+TEST_F(Dialogs, RunUntilTheyEnd) {
+    const HWND owner = Make({kFrame, {{kEdit, kTab, 60, TEXT("")}}});
+    (void)SetWindowTextW(owner, TEXT("Owner"));
+    const Template modal(kFrame & ~WS_VISIBLE, kModalItems);
+    const auto run = [&] { return DialogBoxIndirectParamW(nullptr, modal.get(), owner, Procedure, 0); };
+    const auto drive = [&](const Driver& driver) {
+        EXPECT_TRUE(GetWindow(driver.Window(), GW_OWNER) == owner && !IsWindowEnabled(owner));
+        EXPECT_EQ(SendMessageW(driver.Window(), WM_APP, 3, 4), 7) << "carried out by the dialog's thread";
+        EXPECT_TRUE(SetDlgItemTextW(driver.Window(), 11, TEXT("typed")));
+        EXPECT_EQ(TextOf(driver.Control(11)), TEXT("typed"));
+        driver.Press(50);
+    };
+    EXPECT_EQ(RunDriven(kTitle, run, drive), 500);
+    EXPECT_TRUE(IsWindowEnabled(owner) && GetActiveWindow() == owner);
+    EXPECT_EQ(GetFocus(), GetDlgItem(owner, 60)) << "it comes back to where it was";
+
+    PostQuitMessage(9);
+    (void)run();
+    MSG message = {};
+    EXPECT_FALSE(GetMessageW(&message, nullptr, 0, 0)) << "the end of the thread is passed on";
+    EXPECT_EQ(message.wParam, 9u);
+    EXPECT_TRUE(IsWindowEnabled(owner) && DestroyWindow(owner));
+}
+
+// Its dialog gives what it ends with.
+CHILD_PROGRAM(ShowsADialog) {
+    const Template modal(kFrame, kModalItems);
+    const auto procedure = [](HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) -> INT_PTR {
+        if (message == WM_APP + 1) Sleep(static_cast<DWORD>(wParam));
+        if (message == WM_APP + 2) ExitProcess(7);
+        if (message == WM_APP + 3)
+            return SendMessageW(reinterpret_cast<HWND>(wParam), WM_APP, 30, 12) == 42 &&
+                   EndDialog(dialog, 42);
+        return Procedure(dialog, message, wParam, lParam);
+    };
+    return static_cast<int>(DialogBoxIndirectParamW(nullptr, modal.get(), nullptr, procedure, 0));
+}
+
+TEST_F(Dialogs, OfOtherProcessesAreDriven) {
+    for (const bool dies : {false, true}) {
+        const RunningProgram program = StartChild("ShowsADialog");
+        const Driver driver(program.Id(), kTitle);
+        const HWND dialog = driver.Window(), edit = driver.Control(11);
+        const Text text(dies ? 3 : 4'000'000, TEXT('y'));
+        EXPECT_TRUE(SendMessageW(edit, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text.c_str())));
+        EXPECT_TRUE(TextOf(edit) == text);
+        EXPECT_EQ(GetWindowTextLengthW(edit), 0) << "another process sees no more than titles";
+        DWORD_PTR result = 77;
+        EXPECT_FALSE(SendMessageTimeoutW(dialog, WM_APP + 1, 300, 0, SMTO_NORMAL, 20, &result));
+        EXPECT_EQ(GetLastError(), DWORD{ERROR_TIMEOUT});
+        EXPECT_TRUE(SendMessageTimeoutW(dialog, WM_APP, 3, 4, SMTO_NORMAL, 10000, &result));
+        EXPECT_EQ(result, 7u);
+        const HWND own = Make({kFrame, {}});
+        (void)SetWindowTextW(own, TEXT("Own"));
+        if (dies)
+            EXPECT_EQ(SendMessageW(dialog, WM_APP + 2, 0, 0), 0) << "nobody is left to answer";
+        else  // which sends back before it answers
+            (void)SendMessageW(dialog, WM_APP + 3, reinterpret_cast<WPARAM>(own), 0);
+        EXPECT_EQ(program.ExitCode(), dies ? 7u : 42u);
+        EXPECT_TRUE(DestroyWindow(own));
+    }
+}
+
+}  // namespace
