@@ -16,6 +16,9 @@ inline constexpr WCHAR kSettingsRegFile[] = TEXT("QtvApp8.reg");
 inline constexpr WCHAR kUninstallerFile[] = TEXT("QtvUnInst.exe");
 inline constexpr WCHAR kLogFile[] = TEXT("QtvUnInst.log");
 inline constexpr WCHAR kOlderLogFile[] = TEXT("install.log");
+// What an image type is given to: the ProgID from Windows 8 on, the application's own key before.
+inline constexpr WCHAR kProgId[] = TEXT("Qantivo.8");
+inline constexpr WCHAR kApplicationProgId[] = TEXT("Applications\\QtvApp8.exe");
 inline constexpr WCHAR kProductKey[] = TEXT("SOFTWARE\\Lorvanta\\Qantivo 8");
 inline constexpr WCHAR kAppPathsKey[] =
     TEXT("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\QtvApp8.exe");

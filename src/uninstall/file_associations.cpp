@@ -46,7 +46,7 @@ Choices FindChoices() {
 // A choice by ProgID isn't looked for: this one text alone marks the extension as the product's.
 void NoteUserChoice(HKEY extension, int row) {
     const CString progId = GetRegString(extension, kUserChoice, TEXT("Progid"));
-    if (Holds(progId, TEXT("Applications\\QtvApp8.exe"))) g_extensionTable[row].ownedByUs = 1;
+    if (Holds(progId, kApplicationProgId)) g_extensionTable[row].ownedByUs = 1;
 }
 
 void NoteChosenValue(HKEY extension, LPCWSTR valueName, int row) {

@@ -1,6 +1,7 @@
 #include "uninstall/registry_purge.h"
 
 #include "app/process_helpers.h"
+#include "app/setup_state.h"
 #include "support/path_text.h"
 #include "support/registry.h"
 
@@ -49,7 +50,7 @@ void PurgeMachineLists(LPCWSTR uninstallKey, LPCWSTR exeName) {
         (void)DeleteRegTree(paths.get(), exeName);
     if (const RegistryKey registered =
             OpenRegKey(HKEY_LOCAL_MACHINE, TEXT("SOFTWARE\\RegisteredApplications"), KEY_ALL_ACCESS))
-        (void)RegDeleteValueW(registered.get(), TEXT("Qantivo.8"));
+        (void)RegDeleteValueW(registered.get(), kProgId);
 }
 
 // The browser reads the 64-bit view.
@@ -69,7 +70,7 @@ void PurgeRegistry(LPCWSTR company, LPCWSTR product, LPCWSTR uninstallKey, LPCWS
     DeleteApplicationTree(HKEY_LOCAL_MACHINE, exeName);
     PurgeUsers(company, product, exeName);
     (void)DeleteRegTree(HKEY_CLASSES_ROOT, TEXT("QV8.Document"));
-    (void)DeleteRegTree(HKEY_CLASSES_ROOT, TEXT("Qantivo.8"));
+    (void)DeleteRegTree(HKEY_CLASSES_ROOT, kProgId);
     PurgeMachineLists(uninstallKey, exeName);
     DeleteBrowserHost(HKEY_LOCAL_MACHINE);
     DeleteBrowserHost(HKEY_CURRENT_USER);

@@ -17,7 +17,6 @@
 namespace {
 
 constexpr DWORD kFirstProcessEndsMs = 1000;
-constexpr DWORD kUnregisterMs = 5000;
 constexpr int kFirstProgramPosition = 2;
 
 // None when the path is too long for the buffer: what arrives cut names another file.

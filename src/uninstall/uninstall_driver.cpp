@@ -18,8 +18,6 @@ WCHAR g_regScratch[kRegScratchChars];
 
 namespace {
 
-constexpr DWORD kUnregisterMs = 5000;
-
 bool Exists(LPCWSTR path) {
     return _waccess(path, 0) != -1;
 }

@@ -6,6 +6,9 @@
 // `folder`: the installation folder with a closing backslash.
 void PerformUninstall(LPCWSTR folder);
 
+// How long thumbnail handler and application each have to unregister themselves.
+inline constexpr DWORD kUnregisterMs = 5000;
+
 // Scratch text of the sweep over all users and of the file association restore, 1024 bytes a query.
 inline constexpr int kRegScratchChars = 512;
 extern WCHAR g_regScratch[kRegScratchChars];

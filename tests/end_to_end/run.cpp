@@ -63,11 +63,11 @@ std::string Replaced(std::string text, const std::string& from, const std::strin
     return text;
 }
 
-// The shell keeps lists of its own that change whenever somebody asks for a folder, and 64-bit Windows shows
-// some keys to 32-bit programs a second time.
+// The shell keeps lists of its own that change whenever somebody asks for a folder, 64-bit Windows shows some
+// keys to 32-bit programs a second time, and Wine's windows leave keys of Wine.
 bool IsSystemsOwn(const std::string& name) {
-    for (const char* part :
-         {"\\Explorer\\Shell Folders", "\\Explorer\\User Shell Folders", "\\Wow6432Node\\"})
+    for (const char* part : {"\\Explorer\\Shell Folders", "\\Explorer\\User Shell Folders", "\\Wow6432Node\\",
+                             "\\Software\\Wine\\"})
         if (name.find(part) != name.npos) return true;
     return false;
 }
@@ -280,8 +280,4 @@ Text Where(std::string text) {
     for (const auto& [path, name] : Names())
         text = Replaced(std::move(text), name, path);
     return {text.begin(), text.end()};
-}
-
-void AppendBytes(const Text& path, const std::string& bytes) {
-    MakeFile(path, FileBytes(path).value_or("") + bytes);
 }

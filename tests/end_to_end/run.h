@@ -57,5 +57,3 @@ State With(State base, const State& more);
 std::string Neutral(std::string text);
 std::string Narrow(const Text& text);
 Text Where(std::string text);
-
-void AppendBytes(const Text& path, const std::string& bytes);

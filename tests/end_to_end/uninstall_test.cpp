@@ -1,4 +1,7 @@
+#include <memory>
+
 #include "end_to_end/run.h"
+#include "instances/instance_manager.h"
 
 namespace {
 
@@ -22,6 +25,39 @@ std::vector<std::string> UsualMarks(const std::string& folder) {
             "delete " + folder + "\\x64"};
 }
 
+using Held = std::shared_ptr<void>;
+
+// The earlier version had a nested group and another log, which names itself.
+void LeaveOlderVersion(const Text& folder) {
+    MakeFile(folder + TEXT("\\old.dll"));
+    MakeFile(folder + TEXT("\\install.log"), "Shell Link: " + Narrow(Where("<Programs>")) +
+                                                 "\\Qantivo Imaging\\Tools\\Qantivo.lnk\n"
+                                                 "File Copy: old.dll\nFile Copy: install.log\n");
+}
+
+Held LookForNestedGroup(const Text&) {
+    EXPECT_TRUE(Exists(Where("<Programs>\\Qantivo Imaging\\Tools\\Qantivo 8.lnk")));
+    return nullptr;
+}
+
+Held RunCopy(const Text& folder) {
+    const auto copy = std::make_shared<RunningProgram>(TEXT("\"") + folder + TEXT("\\QtvApp8.exe\" -show"));
+    while (copy->Runs() && !COXInstanceManager::FindInstanceWindow(copy->Id()))
+        Sleep(5);
+    EXPECT_TRUE(copy->Runs());
+    return copy;
+}
+
+Held AddOwnFile(const Text& folder) {
+    EXPECT_TRUE(CopyFileW((kScratch + TEXT("\\package\\readme-en.txt")).c_str(),
+                          (folder + TEXT("\\my notes.txt")).c_str(), TRUE));
+    return nullptr;
+}
+
+Held HoldReadme(const Text& folder) {
+    return std::make_shared<HeldFile>(folder + TEXT("\\readme.txt"), Hold::NoDelete);
+}
+
 class Uninstalled : public EndToEndTest {
   protected:
     Uninstalled() {
@@ -30,87 +66,80 @@ class Uninstalled : public EndToEndTest {
         EXPECT_EQ(RegCreateKeyW(HKEY_LOCAL_MACHINE, TEXT("SOFTWARE\\Classes\\Applications"), &key),
                   ERROR_SUCCESS);
         RegCloseKey(key);
+        for (const LPCWSTR name : {TEXT("\\dl\\QtvApp8.ini"), TEXT("\\dl\\QtvApp8.reg")})
+            MakeFile(kScratch + name, "settings");
         Rebase();
     }
-    const Text folder = Widen(kDefault);
 };
 
 TEST_F(Uninstalled, LeavesNothingButItsCopyAndThenNothing) {
-    struct Row {
-        std::string options;
+    const std::string own = "<Scratch>\\Qantivo", stick = "<Scratch>\\a b\\Qantivo";
+    const struct {
+        const char* name;
+        LPCWSTR options;
         std::string folder;
-        bool x64Gone;  // the restart took the empty folder, which the install had marked when it wasn't there
-                       // yet
+        Held (*meanwhile)(const Text& folder);  // what it gives lasts until the uninstall has ended
+        std::string waits;                      // a file that goes at the next start
         State stays;
+    } rows[] = {
+        {"settings from the package, a running copy",
+         TEXT("-s -autostart -sfxname=C:\\Scratch\\dl\\pkg.exe"),
+         kDefault,
+         RunCopy,
+         "",
+         {}},
+        {"the user's own file",
+         TEXT("-s -instdir C:\\Scratch\\Qantivo"),
+         own,
+         AddOwnFile,
+         "",
+         {{own + "\\", "folder"}, {own + "\\my notes.txt", "= readme-en.txt"}}},
+        {"over an earlier version",
+         TEXT("-s -instdir C:\\Scratch\\Qantivo"),
+         own,
+         LookForNestedGroup,
+         "install.log",
+         {}},
+        // The walk over Samples marks the folder, which so goes behind the file.
+        {"a file in use", TEXT("-s"), kDefault, HoldReadme, "readme.txt", {}},
+        // What a portable install puts into the parent folder is nobody's to take.
+        {"portable",
+         TEXT("-s -instport \"C:\\Scratch\\a b\\Qantivo\""),
+         stick,
+         nullptr,
+         "",
+         {{"<Scratch>\\a b\\", "folder"}, {"<Scratch>\\a b\\StartQV8.exe", "= StartQV8.exe"}}},
     };
-    for (const Row& row : {
-             Row{"-s -autostart", kDefault, false, {}},
-             Row{"-s -instdir C:\\Scratch\\Qantivo", "<Scratch>\\Qantivo", true, {}},
-             // A portable install's files in the parent folder are nobody's to take.
-             Row{"-s -instport \"C:\\Scratch\\a b\\Qantivo\"",
-                 "<Scratch>\\a b\\Qantivo",
-                 false,
-                 {{"<Scratch>\\a b\\", "folder"}, {"<Scratch>\\a b\\StartQV8.exe", "= StartQV8.exe"}}},
-         }) {
-        SCOPED_TRACE(row.options);
-        Setup(Widen(row.options));
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const Text folder = Where(row.folder);
+        if (row.waits == "install.log") LeaveOlderVersion(folder);
+        Setup(row.options);
         RestartMachine();
-        Uninstall(Where(row.folder));
+        Held held = row.meanwhile ? row.meanwhile(folder) : nullptr;
+        Uninstall(folder);
+
         std::vector<std::string> marks = UsualMarks(row.folder);
-        if (row.x64Gone) marks.push_back("delete " + row.folder + "\\x64");
-        EXPECT_TRUE(Same(With(With(row.stays, Marks(marks)), {{"<copy>", "= setup.exe"}}), Changes()));
+        // The restart took the empty folder, which the install had marked when it wasn't there yet.
+        if (row.folder == own) marks.push_back(marks.back());
+        State left = With(row.stays, {{"<copy>", "= setup.exe"}});
+        if (!row.waits.empty()) {
+            const std::string file = row.folder + "\\" + row.waits;
+            marks.insert(marks.begin() + 1, "delete " + file);
+            left = With(left, {{row.folder + "\\", "folder"},
+                               {file, row.waits == "readme.txt" ? "= readme-en.txt" : "the log"}});
+        }
+        EXPECT_TRUE(Same(With(left, Marks(marks)), Changes()));
+        held.reset();
         RestartMachine();
         EXPECT_TRUE(Same(row.stays, Changes()));
+        DeleteTree(folder);
     }
-}
-
-// A nested group goes with its empty parents, an older log's files with those of the present one; the user's
-// own file keeps the folder, and settings that came from the package stay when no record names them.
-TEST_F(Uninstalled, TakesWhatTheLogsNameAndNothingElse) {
-    MakeFile(kScratch + TEXT("\\dl\\QtvApp8.reg"), "settings");
-    Rebase();
-    Setup(TEXT("-s -sfxname=C:\\Scratch\\dl\\pkg.exe"));
-    const Text programs = Where("<CommonPrograms>");
-    const Text log = folder + TEXT("\\QtvUnInst.log");
-    MakeFolder(programs + TEXT("\\Qantivo Imaging\\Tools"));
-    AppendBytes(log, "Made Dir: " + Narrow(programs) + "\\Qantivo Imaging\\Tools\r\n");
-    MakeFile(folder + TEXT("\\install.log"), "File Copy: old.dll | of version 7\nFile Copy: install.log\n");
-    MakeFile(folder + TEXT("\\old.dll"));
-    MakeFile(folder + TEXT("\\my picture.png"), "mine");
-    Uninstall(folder);
-    RestartMachine();
-    EXPECT_EQ(FileBytes(folder + TEXT("\\my picture.png")), "mine");
-    State changes = Changes();
-    EXPECT_EQ(changes.erase(kDefault + "\\my picture.png"), 1u);
-    EXPECT_TRUE(Same({{kDefault + "\\", "folder"}}, changes));
-}
-
-// A file in use and a library that is loaded are marked; the folder, which the walk over Samples has marked,
-// goes too.
-TEST_F(Uninstalled, MarksWhatIsInUse) {
-    Setup(TEXT("-s"));
-    const HMODULE loaded = LoadLibraryW((folder + TEXT("\\runtime9.dll")).c_str());
-    ASSERT_TRUE(loaded);
-    {
-        const HeldFile held(folder + TEXT("\\readme.txt"), Hold::NoDelete);
-        Uninstall(folder);
-    }
-    std::vector<std::string> marks = UsualMarks(kDefault);
-    marks.insert(marks.begin() + 1,
-                 {"delete " + kDefault + "\\readme.txt", "delete " + kDefault + "\\runtime9.dll"});
-    const State left = {{"<copy>", "= setup.exe"},
-                        {kDefault + "\\", "folder"},
-                        {kDefault + "\\readme.txt", "= readme-en.txt"},
-                        {kDefault + "\\runtime9.dll", "= runtime9.dll"}};
-    State expected = With(Marks(marks), left);
-    EXPECT_TRUE(Same(expected, Changes()));
-    FreeLibrary(loaded);
-    RestartMachine();
-    EXPECT_TRUE(Same({}, Changes()));
 }
 
 // Marks outlive a new installation: what they name is taken from it at the next start.
 TEST_F(Uninstalled, OldMarksTakeFromANewInstallation) {
+    const Text folder = Widen(kDefault);
     Setup(TEXT("-s"));
     {
         const HeldFile held(folder + TEXT("\\readme.txt"), Hold::NoDelete);

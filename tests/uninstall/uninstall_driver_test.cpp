@@ -3,7 +3,7 @@
 #include <shlobj.h>
 
 #include "app/setup_state.h"
-#include "support/scratch.h"
+#include "support/registry_values.h"
 #include "support/shell_folders.h"
 #include "uninstall/relaunch.h"
 
@@ -24,41 +24,105 @@ class Uninstall : public ScratchTest {
 
 // No log names these: they go by the product's name, from the machine and from every user.
 TEST_F(Uninstall, SweepsUpWhatBearsTheProductsName) {
-    const int links[] = {CSIDL_COMMON_STARTUP, CSIDL_COMMON_DESKTOPDIRECTORY, CSIDL_STARTUP, CSIDL_DESKTOP};
-    const int groups[] = {CSIDL_COMMON_PROGRAMS, CSIDL_PROGRAMS};
-    for (const int folder : links)
-        MakeFile(GetShellFolder(folder).Text() + TEXT("\\Qantivo 8.lnk"));
-    for (const int folder : groups)
-        MakeFile(GetShellFolder(folder).Text() + TEXT("\\Qantivo 8\\of the user.txt"));
+    std::vector<Text> paths;
+    for (const int links :
+         {CSIDL_COMMON_STARTUP, CSIDL_COMMON_DESKTOPDIRECTORY, CSIDL_STARTUP, CSIDL_DESKTOP}) {
+        paths.push_back(GetShellFolder(links).Text() + TEXT("\\Qantivo 8.lnk"));
+        MakeFile(paths.back());
+    }
+    for (const int groups : {CSIDL_COMMON_PROGRAMS, CSIDL_PROGRAMS}) {
+        paths.push_back(GetShellFolder(groups).Text() + TEXT("\\Qantivo 8"));
+        MakeFile(paths.back() + TEXT("\\of the user.txt"));
+    }
     PerformUninstall(kMarked.c_str());
-    for (const int folder : links)
-        EXPECT_FALSE(Exists(GetShellFolder(folder).Text() + TEXT("\\Qantivo 8.lnk"))) << folder;
-    for (const int folder : groups)
-        EXPECT_FALSE(Exists(GetShellFolder(folder).Text() + TEXT("\\Qantivo 8"))) << folder;
+    for (const Text& path : paths)
+        EXPECT_FALSE(Exists(path)) << ::testing::PrintToString(path);
+}
+
+// A value without a usable text names no folder, and least of all the root of the drive.
+TEST_F(Uninstall, PassesOverOddFoldersOfAUser) {
+    const Text key = Text(TEXT(".DEFAULT\\")) + kShellFoldersKey;
+    const Text link = TEXT("C:\\Qantivo 8.lnk"), group = TEXT("C:\\Qantivo 8");
+    const std::optional<StoredValue> odd[] = {
+        {}, Sz(TEXT("")), Number(0), Sz(Text(600, 'x')), StoredValue{REG_BINARY, std::string(1024, 'A')}};
+    for (const auto& value : odd) {
+        MakeFile(link);
+        MakeFolder(group);
+        MakeFile(kScratch + TEXT("\\Qantivo 8.lnk"));
+        DeleteKeyTree(HKEY_USERS, key);
+        // Whatever its type, a text is one.
+        PutValue(HKEY_USERS, key, TEXT("Desktop"), Sz(kScratch, REG_BINARY));
+        for (const LPCWSTR name : {TEXT("Startup"), TEXT("Programs")})
+            if (value) PutValue(HKEY_USERS, key, name, *value);
+        PerformUninstall(kMarked.c_str());
+        EXPECT_TRUE(Exists(link) && Exists(group)) << &value - odd;
+        EXPECT_TRUE(Tree().empty()) << &value - odd;
+    }
+    DeleteTree(link);
+    DeleteTree(group);
+    DeleteKeyTree(HKEY_USERS, key);
 }
 
 // Which folders wait for the next start: a missing x64 does, and the x32 folder decides for the installation
-// folder.
+// folder. A log is open while it is read, so one that names itself waits as well.
 TEST_F(Uninstall, MarksFoldersThatStay) {
-    const Text x64 = kMarked + TEXT("x64"), x32 = kMarked + TEXT("x32");
+    const Text x64 = kMarked + TEXT("x64"), x32 = kMarked + TEXT("x32"), folder = TEXT("a b\\");
+    const Text own = folder + TEXT("own.txt"), older = folder + TEXT("install.log");
     const struct {
-        std::vector<Text> files;
-        std::vector<Text> marked;
+        std::vector<std::pair<Text, std::string>> files;
+        std::vector<Text> left, marked;
     } rows[] = {
-        {{}, {x64}},
-        {{TEXT("own.txt")}, {x64}},
-        {{TEXT("x64\\own.txt")}, {x64}},
-        {{TEXT("x32\\own.txt")}, {x64, x32, kMarked}},
+        {{}, {}, {x64}},
+        {{{own, ""}}, {folder, own}, {x64}},
+        {{{folder + TEXT("x64\\a"), ""}}, {folder, folder + TEXT("x64\\"), folder + TEXT("x64\\a")}, {x64}},
+        {{{folder + TEXT("x32\\a"), ""}},
+         {folder, folder + TEXT("x32\\"), folder + TEXT("x32\\a")},
+         {x64, x32, kMarked}},
+        {{{older, "File Copy: own.txt\n"}, {own, ""}}, {folder, older}, {x64}},
+        {{{older, "File Copy: *.log\n"}}, {folder, older}, {kMarked + TEXT("install.log"), x64}},
+        // The Programs folder itself goes with its last group.
+        {{{folder + TEXT("QtvUnInst.log"),
+           "Made Dir: C:\\Scratch\\menu\\group\nShell Link: C:\\Scratch\\menu\\group\\a.lnk\n"},
+          {TEXT("menu\\group\\a.lnk"), ""}},
+         {},
+         {x64}},
     };
     for (const auto& row : rows) {
         MakeFolder(kFolder);
-        for (const Text& file : row.files)
-            MakeFile(kMarked + file);
+        for (const auto& [file, bytes] : row.files)
+            MakeFile(kScratch + TEXT("\\") + file, bytes);
         PerformUninstall(kMarked.c_str());
-        EXPECT_EQ(MarkedPaths(), row.marked);
-        EXPECT_EQ(Exists(kFolder), !row.files.empty());
+        EXPECT_EQ(MarkedPaths(), row.marked) << &row - rows;
+        EXPECT_EQ(Tree(), row.left) << &row - rows;
         DeleteTree(kFolder);
         RestartMachine();
+    }
+}
+
+// ---- the two processes ----
+
+// Its own folder is the temporary one, too. An argument means an uninstall that isn't silent.
+CHILD_PROGRAM(Relaunches) {
+    std::string line;
+    for (int position = 0; position < __argc; ++position)
+        line += std::string(__wargv[position], __wargv[position] + wcslen(__wargv[position])) + "|";
+    MakeFile(kScratch + TEXT("\\line"), line);
+    if (__argc > 2) return 0;
+    g_silentMode = __argc == 1;
+    (void)SetEnvironmentVariableW(TEXT("TMP"),
+                                  Text(__wargv[0]).substr(0, Text(__wargv[0]).rfind('\\')).c_str());
+    RelaunchFromTemp();
+    return 1;
+}
+
+TEST_F(Uninstall, CopyIsToldItsPathsWhole) {
+    for (const std::string folder : {"C:\\Scratch\\t m p\\", "C:\\Scratch\\tmp\\"}) {
+        const bool silent = folder.ends_with("tmp\\");
+        const std::string first = folder + "QtvUnInst.exe";
+        (void)RunChild("Relaunches", Text(first.begin(), first.end()), silent ? TEXT("") : TEXT("-v"));
+        const std::string line = FileBytes(kScratch + TEXT("\\line")).value_or("");
+        EXPECT_TRUE(line.starts_with(folder + "uni")) << line;
+        EXPECT_TRUE(line.ends_with(".tmp|-delself|" + first + (silent ? "|-s|" : "|"))) << line;
     }
 }
 
@@ -67,23 +131,39 @@ CHILD_PROGRAM(TemporaryCopy) {
     RunTemporaryCopy();
 }
 
-// Started by hand, the copy works on the folder that it is told, and says so when it isn't silent.
+// Started by hand, the copy works on the folder that it is told, which for a bare name is the current one,
+// and says so when it isn't silent.
 TEST_F(Uninstall, CopyStartedByHand) {
     const Text tooLong = kScratch + TEXT("\\") + Text(260, 'x') + TEXT("\\QtvUnInst.exe");
     // A folder just past the runtime's buffer, which leaves none at all: not the current one instead.
     const Text folderTooLong = TEXT("C:\\") + Text(252, 'x') + TEXT("\\f");
-    const Text first = kMarked + TEXT("QtvUnInst.exe");
-    for (const Text& position2 : {tooLong, folderTooLong, first}) {
-        MakeFile(first);
-        MakeFile(kScratch + TEXT("\\QtvUnInst.log"));
-        const bool fits = position2 == first;
+    for (const Text& position2 : {tooLong, folderTooLong, Text(TEXT("foo"))}) {
+        const bool fits = position2.size() == 3;
+        for (const LPCWSTR file : {TEXT("\\foo"), TEXT("\\QtvUnInst.log"), TEXT("\\a b\\QtvUnInst.log")})
+            MakeFile(kScratch + file);
         const BoxAnswers boxes(fits ? std::vector<int>{IDOK} : std::vector<int>{});
         (void)RunChild("TemporaryCopy", kScratch + TEXT("\\copy.exe"),
                        TEXT("-delself \"") + position2 + TEXT("\""));
-        EXPECT_EQ(boxes.Shown().size(), fits ? 1u : 0u);
-        EXPECT_EQ(Exists(first), !fits);
-        EXPECT_TRUE(Exists(kScratch + TEXT("\\QtvUnInst.log")));
+        EXPECT_EQ(Tree().size(), fits ? 3u : 5u);
+        EXPECT_TRUE(Exists(kMarked + TEXT("QtvUnInst.log")));
     }
+}
+
+// A registrar and an application that hang are left behind after five seconds each, and the rest is done.
+TEST_F(Uninstall, WaitsForHangingProgramsForALimitedTime) {
+    // The system's search begins in the folder of the copy.
+    ImportFile(QTV_BUILD_FOLDER "/sleeper.exe", kScratch + TEXT("\\regsvr32.exe"));
+    ImportFile(QTV_BUILD_FOLDER "/sleeper.exe", kMarked + TEXT("QtvApp8.exe"));
+    MakeFile(kMarked + TEXT("QtvUnInst.exe"));
+    MakeFile(kMarked + TEXT("QtvUnInst.log"), "File Copy: QtvApp8.exe\n");
+    const BoxAnswers boxes({IDOK});
+    const DWORD start = GetTickCount();
+    (void)StartChild("TemporaryCopy", TEXT("-delself \"") + kMarked + TEXT("QtvUnInst.exe\"")).ExitCode();
+    const DWORD elapsed = GetTickCount() - start;
+    EXPECT_TRUE(elapsed >= 10900 && elapsed < 30000) << elapsed;
+    EXPECT_EQ(Tree(kFolder), std::vector<Text>{TEXT("QtvApp8.exe")});
+    EXPECT_EQ(MarkedPaths(), (std::vector<Text>{kScratch + TEXT("\\running.exe"),
+                                                kMarked + TEXT("QtvApp8.exe"), kMarked + TEXT("x64")}));
 }
 
 }  // namespace
