@@ -14,21 +14,19 @@ constexpr int kPortable = 2;
 // A value of two names is taken literally; only a plain one is a pattern and makes folders. A comment stays
 // part of the name, and so disables the record.
 void CopyRecord(LPCWSTR value, LPCWSTR folder) {
-    const CString text = value;
-    const int split = text.Find(TEXT('>'));
-    if (split < 0) {
+    CString name, newName;
+    if (SplitNames(value, name, newName)) {
+        (void)ReplaceFile(name, g_sourceDir, folder, newName);
+    } else {
         (void)CopyMatching(value, g_sourceDir, folder);
-        return;
     }
-    (void)ReplaceFile(text.Left(split).TrimRight(), g_sourceDir, folder, text.Mid(split + 1).TrimLeft());
 }
 
 // Whether the system finds a library of that name other than the package's own, which is hidden meanwhile:
 // the folder of the running program is among the places searched.
 bool LoadsFromElsewhere(LPCWSTR value) {
-    CString name = value;
-    const int split = name.Find(TEXT('>'));
-    if (split >= 0) name = name.Left(split).TrimRight();
+    CString name = value, newName;
+    (void)SplitNames(value, name, newName);
     const CString path = WithSeparator(g_sourceDir) + name;
     const CString hidden = path + TEXT(".toinst");
 
@@ -50,16 +48,6 @@ void CarryOutRecord(LPCWSTR line, bool wow64, bool portable) {
     } else if (const LPCWSTR folder = RecordValue(line, kMakeDir)) {
         (void)CreateDirectoryW(g_targetDir + TEXT("\\") + folder, nullptr);
     }
-}
-
-// The folder that a pattern's files go into: its own folder part included, with a closing backslash.
-CString FolderBehind(LPCWSTR toFolder, LPCWSTR pattern) {
-    CString path = toFolder;
-    path.Replace(TEXT('/'), TEXT('\\'));
-    if (path.Last() != TEXT('\\')) path += TEXT('\\');
-    path += pattern;
-    path.Replace(TEXT('/'), TEXT('\\'));
-    return path.Left(path.ReverseFind(TEXT('\\')) + 1);
 }
 
 // Makes the folder with every level above it. The trim takes the leading backslashes of a network path too.
@@ -93,10 +81,9 @@ int CopyMatching(LPCWSTR pattern, LPCWSTR fromFolder, LPCWSTR toFolder) {
     const FindHandle find(FindFirstFileW(search, &match));
     if (!find) return 0;
 
-    CString target = FolderBehind(toFolder, pattern);
+    CString target = CopyTarget(toFolder, pattern);
     if (GetFileAttributesW(target) == INVALID_FILE_ATTRIBUTES) MakeFolders(target);
-    const bool hasFolderPart = wcschr(pattern, TEXT('\\')) != nullptr;
-    const CString source = hasFolderPart ? search.Left(search.ReverseFind(TEXT('\\'))) : CString(fromFolder);
+    const CString source = CopySource(fromFolder, pattern);
 
     int done = 0;
     do {

@@ -11,3 +11,18 @@ void ClearReadOnlyAndHidden(LPCWSTR path) {
     constexpr DWORD kInTheWay = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN;
     (void)SetFileAttributesW(path, GetFileAttributesW(path) & ~kInTheWay);
 }
+
+CString CopySource(LPCWSTR fromFolder, LPCWSTR pattern) {
+    if (!wcschr(pattern, TEXT('\\'))) return fromFolder;
+    const CString search = WithSeparator(fromFolder) + pattern;
+    return search.Left(search.ReverseFind(TEXT('\\')));
+}
+
+CString CopyTarget(LPCWSTR toFolder, LPCWSTR pattern) {
+    CString path = toFolder;
+    path.Replace(TEXT('/'), TEXT('\\'));
+    if (path.Last() != TEXT('\\')) path += TEXT('\\');
+    path += pattern;
+    path.Replace(TEXT('/'), TEXT('\\'));
+    return path.Left(path.ReverseFind(TEXT('\\')) + 1);
+}

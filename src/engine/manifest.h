@@ -29,3 +29,11 @@ bool ReadLogLine(WCHAR (&line)[kLineChars], FILE* file);
 
 // The value behind the prefix when the line is a record of that kind (exact and case-sensitive), else null.
 LPCWSTR RecordValue(LPCWSTR line, LPCWSTR prefix);
+
+// Splits a value of two names at its first '>': the name in the package, and the name in the target folder.
+// The blanks around the sign go. False, with nothing stored, for a plain value, which is one pattern.
+bool SplitNames(LPCWSTR value, CString& name, CString& newName);
+
+// The pattern that the removal pass deletes for a record of that kind: its installed name, without the
+// comment.
+CString RemovalPattern(LPCWSTR line, LPCWSTR prefix);

@@ -11,14 +11,7 @@ constexpr LPCWSTR kFileKinds[] = {kFileCopy,    kFileCopyX64,   kFileCopyInd,
 
 // Every kind is deleted in the folder given: the parent that a portable install copies into is not gone to.
 void DeleteRecord(LPCWSTR line, LPCWSTR prefix, LPCWSTR folder) {
-    if (!RecordValue(line, prefix)) return;
-    CString record = line;
-    const int comment = record.Find(kComment);
-    if (comment >= 0) record = record.Left(comment);
-    CString installed = record.Mid(static_cast<int>(wcslen(prefix)));
-    const int split = installed.Find(TEXT('>'));
-    if (split >= 0) installed = installed.Mid(split + 1).TrimLeft();
-    (void)DeleteMatching(folder, installed);
+    if (RecordValue(line, prefix)) (void)DeleteMatching(folder, RemovalPattern(line, prefix));
 }
 
 // The folder, then its parents while they are empty.

@@ -1,0 +1,262 @@
+#include "package_check/package_check.h"
+
+#include <optional>
+#include <random>
+
+#include "support/scratch.h"
+
+using package_check::CheckPackage;
+using package_check::Finding;
+
+namespace {
+
+const Text kPackage = kScratch + TEXT("\\pkg");
+
+Text Wide(const std::string& ascii) {
+    return Text(ascii.begin(), ascii.end());
+}
+
+std::string Utf16(const std::string& ascii) {
+    std::string bytes;
+    for (const char character : ascii)
+        bytes += {character, '\0'};
+    return bytes;
+}
+
+// What a clean package needs; the rows' records begin in line 4.
+const std::string kStart = "File Copy: Qtv*.exe\r\nFile Copy: QtvApp8Man.chm\r\nFile Copy: HomePage.url\r\n";
+const std::string kPage = "[InternetShortcut]\r\nURL=http://h/?a\r\nIconIndex=0\r\n";
+
+class PackageCheckTest : public ScratchTest {
+  protected:
+    PackageCheckTest() {
+        ImportFile(QTV_BUILD_FOLDER "/package/QtvApp8.exe", kPackage + TEXT("\\QtvApp8.exe"));
+        for (const char* name : {"setup.exe", "QtvUnInst.exe", "QtvApp8Man.chm"})
+            Write(name, "content");
+        Write("QtvUnInst.log", kStart);
+        Write("HomePage.url", kPage + "Update=http://h/de");
+        Write("agreement.txt", Utf16("Agree?\r\n"));
+        ImportFile(QTV_SOURCE_FOLDER "/docs/manifest.md", kScratch + TEXT("\\manual"));
+        m_manual = FileBytes(kScratch + TEXT("\\manual")).value_or("");
+    }
+    static void Write(const std::string& name, const std::string& bytes) {
+        MakeFile(kPackage + TEXT("\\") + Wide(name), bytes);
+    }
+    // The findings with blanks between: "id:line", or "id(file)" where they are about no line.
+    std::string Check(const Text& folder = kPackage) {
+        std::string list;
+        for (const Finding& finding : m_findings = CheckPackage(folder.c_str())) {
+            if (!list.empty()) list += ' ';
+            list +=
+                finding.id + (finding.line ? ":" + std::to_string(finding.line) : "(" + finding.file + ")");
+            EXPECT_FALSE(finding.what.empty() || finding.happens.empty() || finding.instead.empty()) << list;
+            EXPECT_NE(m_manual.find("`" + finding.id + "`"), m_manual.npos)
+                << finding.id << " isn't documented";
+        }
+        return list;
+    }
+    int ExitCode() const { return package_check::ExitCode(m_findings); }
+
+    std::string m_manual;
+    std::vector<Finding> m_findings;
+};
+
+struct Row {
+    const char* records;
+    const char* expected;
+    std::vector<const char*> files = {"a"};
+};
+
+TEST_F(PackageCheckTest, EveryTrapOfARecordIsFound) {
+    const std::string deep = std::string(118, 'd') + "\\" + std::string(118, 'e');
+    const std::string deepRecord = "Make Dir: " + std::string(118, 'd') + "\nFile Copy: " + deep;
+    const std::string cut = "File Copy: a" + std::string(499, 'x') + "File Copy: none";
+    const std::string whole = "File Del: " + std::string(501, 'x') + "\r\nFile Copy: a";
+    const std::vector<Row> rows = {
+        // clean ones
+        {"# a remark\n\nFile Copy: a\t \x01\n\x1A\r\n", ""},
+        {"File Copy: a > b\nFile Overwrite: c | a/remark\nFile Del: abc*.x", ""},
+        {"Make Dir: s\nFile Copy: s\\*\nFile Copy x64: x64\\ThumbQvi64.dll\nMake Dir: x64\n",
+         "",
+         {"s\\a", "s\\b", "x64\\ThumbQvi64.dll"}},
+        {"File Copy: s\\t\\a\nMake Dir: s\\t\nMake Dir: s", "", {"s\\t\\a"}},
+        {"Make Dir: s\nMake Dir: s\\t\nFile Copy: s\\t\\a\nMake Dir: s", "", {"s\\t\\a"}},
+        {"File Copy prt: a > b\nFile Copy: a > c", ""},
+        {whole.c_str(), ""},
+        // spelling
+        {"file Copy: a", "wrong-case:4"},
+        {" File Copy: a\n\tMake Dir: s\n\xA0"
+         "File Del: b",
+         "blank-before:4 blank-before:5 blank-before:6"},
+        {"File Copy:a\nFile\tDel: b\nFileDel: c\nFile Overwrite:\xA0"
+         "d",
+         "wrong-blank:4 wrong-blank:5 wrong-blank:6 wrong-blank:7"},
+        {"File Copy: \r\nMake Dir:", "empty-record:4 empty-record:5", {}},
+        {" Copy: a\nFile Copy a", "no-record:4 no-record:5 unnamed-file(a)"},
+        {"File Copy:  a\nFile Copy: \xC2\xA0"
+         "b\nMake Dir:\t s",
+         "blank-in-name:4 blank-in-name:5 wrong-blank:6",
+         {"a", "b"}},
+        {"File Copy: a | remark\nMake Dir: s | remark", "comment:4 comment:5"},
+        {"File Copy: s/a\nMake Dir: s\nFile Copy: a > s/b\nFile Del: s/t | u",
+         "forward-slash:4 forward-slash:6 forward-slash:7",
+         {"a", "s\\a"}},
+        {"file copy: s/a | remark\nMake Dir: s", "wrong-case:4 comment:4 forward-slash:4", {"s\\a"}},
+        {"File Del: \xC3\xBC\nFile Del: \xFC", "utf8-name:4", {}},
+        {cut.c_str(), "long-line:4 long-line:4 unnamed-file(a)"},
+        {"File Copy: a\nMade Dir: C:\\x\nShell Link: C:\\x.lnk", "setup-record:5 setup-record:6"},
+        // names
+        {"File Copy: none\nFile Copy prt: none*\nFile Copy ind: none > b",
+         "no-match:4 no-match:5 no-match:6",
+         {}},
+        {"File Copy: sub\\a\nMake Dir: sub\nFile Copy: sub*\nFile Copy: sub > t",
+         "folder-match:6 folder-match:7",
+         {"sub\\a"}},
+        {"File Copy: a >\nFile Del: a >", "empty-new-name:4 empty-new-name:5 unnamed-file(a)"},
+        {"File Copy: > b", "empty-name:4", {}},
+        {"File Copy: a* > b\nFile Copy: a > ?", "two-name-wildcard:4 two-name-wildcard:5 unnamed-file(a)"},
+        {"File Copy: a > s\\b\nFile Copy x64: a > t\\b\nMake Dir: s",
+         "two-name-folder:4 two-name-folder:5 x64-ignored:5"},
+        {"File Copy: C:\\a\nFile Del: a|b\nMake Dir: s*\nFile Copy: s*\\a",
+         "bad-name:4 bad-name:5 bad-name:6 bad-name:7",
+         {}},
+        {"File Copy: ..\\pkg\\a\nMake Dir: s\\..\\..\\t",
+         "outside-folder:4 outside-folder:5 unnamed-file(a)"},
+        {deepRecord.c_str(), "long-path:5", {deep.c_str()}},
+        // records among each other
+        {"Make Dir: s\\t\nMake Dir: s", "folder-before-parent:4", {}},
+        {"Make Dir: s\nMake Dir: s\\t", "removal-order:4", {}},
+        {"File Copy: s\\t\\a", "folder-stays:4 folder-stays:4", {"s\\t\\a"}},
+        {"File Copy: a\nFile Copy: A\nFile Copy ind: a > a\nFile Copy: b*\nFile Copy: B*",
+         "written-twice:5 written-twice:6 removal-takes-more:7 written-twice:8 removal-takes-more:8",
+         {"a", "b"}},
+        {"File Copy x64: a", "x64-ignored:4"},
+        {"File Copy: QtvUnInst.log", "log-record:4", {}},
+        {"File Overwrite: *.ini\nFile Del: s\\*.*\nFile Copy: a*",
+         "removal-takes-more:4 removal-takes-more:5 removal-takes-more:6"},
+        {"", "unnamed-file(a) unnamed-file(s\\setup.exe)", {"a", "s\\setup.exe"}},
+        // bytes
+        {"File Copy: a\n\x1A"
+         "File Copy: b",
+         "text-end:5"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.records);
+        for (const char* file : row.files)
+            Write(file, "content");
+        Write("QtvUnInst.log", kStart + row.records);
+        EXPECT_EQ(Check(), row.expected);
+        EXPECT_EQ(ExitCode(), *row.expected ? 1 : 0);
+        for (const char* file : row.files)
+            DeleteTree(kPackage + TEXT("\\") +
+                       Wide(std::string(file).substr(0, std::string(file).find('\\'))));
+    }
+}
+
+TEST_F(PackageCheckTest, EveryFileThatSetupReadsIsChecked) {
+    const std::string longLine = "URL=http://h/?" + std::string(260, 'x');
+    const struct {
+        const char* file;
+        std::optional<std::string> bytes;  // none: the file is missing
+        const char* expected;
+        int exitCode = 1;
+    } rows[] = {
+        {"QtvUnInst.log", "\xEF\xBB\xBF# mark\n" + kStart, "byte-order-mark:1"},
+        {"QtvUnInst.log", "\xEF\xBB\xBF" + kStart,
+         "byte-order-mark:1 application-not-installed(QtvUnInst.log) "
+         "uninstaller-not-installed(QtvUnInst.log)"},
+        {"QtvUnInst.log", "\xFF\xFE" + Utf16(kStart), "wide-encoding:1"},
+        {"QtvUnInst.log", Utf16(kStart), "wide-encoding:1"},
+        {"QtvUnInst.log", kStart + "File Del: a" + std::string("\0x\nFile Del: b\0", 16),
+         "nul-byte:4 nul-byte:5"},
+        {"QtvUnInst.log", "Make Dir: s\nFile Copy: QtvApp8.exe > x\n" + kStart,
+         "folder-before-parent:1 two-name-folder:2"},
+        {"QtvUnInst.log", "File Copy ind: QtvUnInst.exe\nFile Copy prt: QtvApp8.exe\nFile Copy: HomePage.url",
+         "application-not-installed(QtvUnInst.log) uninstaller-not-installed(QtvUnInst.log) "
+         "help-not-installed(QtvUnInst.log) unnamed-file(QtvApp8Man.chm)"},
+        {"QtvUnInst.log", std::nullopt, "no-manifest(QtvUnInst.log)", 2},
+        {"setup.exe", std::nullopt, "setup-missing()"},
+        {"QtvApp8.exe", std::nullopt,
+         "application-not-installed(QtvUnInst.log) application-missing(QtvApp8.exe)"},
+        {"QtvApp8.exe", "no program", "application-version(QtvApp8.exe)"},
+        {"agreement.txt", std::nullopt, "agreement-empty(agreement.txt)"},
+        {"agreement.txt", "An agreement", "agreement-encoding(agreement.txt)"},
+        {"agreement.txt", '\0' + Utf16("Agreement"), "agreement-encoding(agreement.txt)"},
+        {"agreement.txt", "\xFF\xFE" + Utf16("Agree?\n") + "x",
+         "agreement-mark(agreement.txt) agreement-odd-length(agreement.txt) "
+         "agreement-line-ends(agreement.txt)"},
+        {"HomePage.url",
+         "URL=https://h/?a\nURL=http://h/\nUpdate=http://h/2b\nupdate=http://h/de\nnothing\n" + longLine +
+             "\n" + kPage,
+         "home-page-idle:1 home-page-idle:2 home-page-idle:3 home-page-idle:4 home-page-idle:5 "
+         "home-page-idle:6 "
+         "home-page-idle:6"},
+        {"HomePage.url", kPage + "Update=http://h/de\r\n" + kPage, "home-page-wiped:2 home-page-wiped:4"},
+    };
+    EXPECT_EQ(Check(), "");
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.expected);
+        const std::string kept = FileBytes(kPackage + TEXT("\\") + Wide(row.file)).value();
+        DeleteTree(kPackage + TEXT("\\") + Wide(row.file));
+        if (row.bytes) Write(row.file, *row.bytes);
+        EXPECT_EQ(Check(), row.expected);
+        EXPECT_EQ(ExitCode(), row.exitCode);
+        Write(row.file, kept);
+    }
+}
+
+TEST_F(PackageCheckTest, WhatCanNotBeReadIsTold) {
+    EXPECT_EQ(Check(kScratch + TEXT("\\none")), "no-package()");
+    EXPECT_EQ(ExitCode(), 2);
+    EXPECT_EQ(Check(kPackage + TEXT("\\setup.exe")), "no-package()");
+    EXPECT_EQ(Check(Text()), "no-package()");
+    for (const std::string file : {"QtvUnInst.log", "agreement.txt"}) {
+        const HANDLE held = CreateFileW((kPackage + TEXT("\\") + Wide(file)).c_str(), GENERIC_READ, 0,
+                                        nullptr, OPEN_EXISTING, 0, nullptr);
+        ASSERT_NE(held, INVALID_HANDLE_VALUE);
+        EXPECT_EQ(Check(), "unreadable(" + file + ")");
+        EXPECT_EQ(ExitCode(), 2);
+        CloseHandle(held);
+    }
+}
+
+TEST_F(PackageCheckTest, AnyBytesAndAnyNumberOfRecordsAreTaken) {
+    std::minstd_rand random(8);
+    for (int round = 0; round < 20; ++round) {
+        std::string bytes;
+        for (int i = 0; i < 4000; ++i) {
+            // Some records among them, so that names are random too.
+            if (random() % 64 == 0) bytes += "\nFile Copy: ";
+            const char byte = static_cast<char>(random() >> 8);
+            bytes += byte == 0x1A ? 'x' : byte;
+        }
+        Write("QtvUnInst.log", bytes);
+        EXPECT_FALSE(CheckPackage(kPackage.c_str()).empty());
+    }
+
+    constexpr int kRecords = 100'000;
+    std::string records = kStart + "Make Dir: out\n";
+    for (int i = 0; i < kRecords; ++i)
+        records += (i % 1000 == 0 ? "file copy: setup.exe > out\\" : "File Copy: setup.exe > out\\") +
+                   std::to_string(i) + "\n";
+    Write("QtvUnInst.log", records);
+    const auto findings = CheckPackage(kPackage.c_str());
+    EXPECT_EQ(findings.size(), kRecords / 1000);
+    EXPECT_EQ(findings.back().line, 5u + kRecords - 1000);
+}
+
+TEST(PackageCheckReport, SaysAllForAPersonAndForAProgram) {
+    const std::vector<Finding> findings = {{"some-id", "f", 3, "a\"\\\x01", "b", "c"},
+                                           {"other", "", 0, "d", "e", "g"}};
+    EXPECT_EQ(package_check::ToText(findings, "pkg"),
+              "f:3: [some-id] a\"\\\\x01\n    what happens: b\n    instead:      c\n"
+              "pkg: [other] d\n    what happens: e\n    instead:      g\npkg: 2 findings\n");
+    EXPECT_EQ(package_check::ToJson(findings, "p"),
+              "{\"package\": \"p\", \"exitCode\": 1, \"findings\": [\n"
+              "  {\"id\": \"some-id\", \"file\": \"f\", \"line\": 3, \"what\": \"a\\\"\\\\\\u0001\", "
+              "\"happens\": \"b\", \"instead\": \"c\"},\n"
+              "  {\"id\": \"other\", \"file\": \"\", \"line\": 0, \"what\": \"d\", \"happens\": \"e\", "
+              "\"instead\": \"g\"}\n]}\n");
+}
+
+}  // namespace

@@ -1,0 +1,13 @@
+#include "package_check/text.h"
+#include "package_check/tool.h"
+
+int wmain(int count, wchar_t** values) {
+    // The findings are UTF-8.
+    (void)SetConsoleOutputCP(CP_UTF8);
+    std::vector<std::string> arguments;
+    for (int i = 0; i < count; ++i)
+        arguments.push_back(package_check::Utf8(values[i]));
+    const auto request = package_check::ReadArguments(arguments);
+    if (!request) return package_check::kMisused;
+    return package_check::RunTool(values[request->folder], arguments[request->folder], request->json);
+}

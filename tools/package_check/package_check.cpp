@@ -1,0 +1,139 @@
+#include "package_check/package_check.h"
+
+#include <algorithm>
+#include <tuple>
+
+#include "app/setup_state.h"
+#include "engine/file_steps.h"
+#include "package_check/manifest_lines.h"
+#include "package_check/other_files.h"
+#include "package_check/records.h"
+#include "support/handles.h"
+
+namespace package_check {
+
+namespace {
+
+void AddManifestFinding(std::vector<Finding>& findings, const char* id, unsigned line,
+                        const std::string& what, const char* happens, const char* instead) {
+    findings.push_back({id, Utf8(kLogFile), line, what, happens, instead});
+}
+
+// Whether the bytes are text in 16-bit units, with or without a mark.
+bool IsWide(const std::string& bytes) {
+    if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) return true;
+    if (bytes.size() < 4) return false;
+    const bool low = bytes[0] != 0;
+    return (bytes[1] != 0) != low && (bytes[2] != 0) == low && (bytes[3] != 0) != low;
+}
+
+void CheckLine(const ManifestLine& line, RecordChecks& records, std::vector<Finding>& findings) {
+    const CString text = line.text;
+    const Record record = MendedRecord(text);
+    const auto report = [&](const char* id, const char* happens, const char* instead) {
+        AddManifestFinding(findings, id, line.number, Utf8(text), happens, instead);
+    };
+    if (line.isCut || line.continues) {
+        const bool obeyed = record.kind && record.asWritten();
+        if (line.isCut)
+            report("long-line",
+                   "The line is longer than the 511 characters of one read. Its first piece is taken as a "
+                   "record cut short, and each further piece as a line of its own.",
+                   "A shorter line.");
+        else if (obeyed)
+            report("long-line", "This piece of a longer line begins as a record does, and is carried out.",
+                   "A shorter line.");
+        return;
+    }
+    if (line.hidesText)
+        report("nul-byte", "A byte of 0 ends the text of its line: what stands behind it isn't read.",
+               "The line without that byte.");
+    if (record.kind && !record.Value().IsEmpty()) {
+        records.Take(record, line.number);
+    } else if (record.kind) {
+        for (const Mending& mending : record.mendings)
+            report(mending.id, mending.happens, mending.instead.c_str());
+    } else if (StartsWithMark(text)) {
+        report("byte-order-mark", "The mark stands in front of the line, which so is no record.", kSaveAs);
+    } else if (const WCHAR first = CString(text).TrimLeft()[0]; first != 0 && first != '#') {
+        report("no-record",
+               "No record begins like that: the line is skipped in silence, at the installation and at the "
+               "removal.",
+               "One of the prefixes, spelled and cased exactly; or # in front, if it is a remark.");
+    }
+}
+
+void CheckManifest(const std::string& bytes, FILE* file, RecordChecks& records,
+                   std::vector<Finding>& findings) {
+    if (IsWide(bytes))
+        return AddManifestFinding(findings, "wide-encoding", 1, "a text in 16-bit characters",
+                                  "One byte is one character: no line is a record, and nothing is installed.",
+                                  kSaveAs);
+    ManifestLines lines(bytes, file);
+    ManifestLine line;
+    while (lines.Next(line))
+        CheckLine(line, records, findings);
+    if (lines.EndsEarly())
+        AddManifestFinding(findings, "text-end", lines.EndLine(), "a byte 1A",
+                           "That byte ends the text: no line behind it is read.",
+                           "The file without that byte.");
+    records.Finish();
+}
+
+void Sort(std::vector<Finding>& findings) {
+    const std::string manifest = Utf8(kLogFile);
+    std::stable_sort(findings.begin(), findings.end(), [&](const Finding& left, const Finding& right) {
+        const auto rank = [&](const Finding& finding) {
+            // What concerns the manifest as a whole comes behind its lines: 0 less 1 is the largest number.
+            return std::tuple(finding.file != manifest, finding.file == manifest ? finding.line - 1 : 0);
+        };
+        return rank(left) < rank(right);
+    });
+}
+
+CString WithoutSeparator(const CString& folder) {
+    return folder.Last() == '\\' && folder.GetLength() > 3 ? folder.Left(folder.GetLength() - 1) : folder;
+}
+
+}  // namespace
+
+std::vector<Finding> CheckPackage(LPCWSTR folder) {
+    std::vector<Finding> findings;
+    const CString package = WithoutSeparator(FullPath(folder));
+    const DWORD attributes = package.IsEmpty() ? INVALID_FILE_ATTRIBUTES : GetFileAttributesW(package);
+    if (attributes == INVALID_FILE_ATTRIBUTES || !(attributes & FILE_ATTRIBUTE_DIRECTORY)) {
+        findings.push_back({"no-package", "", 0, "no such folder", "There is nothing to check.",
+                            "The path of a package folder."});
+        return findings;
+    }
+    const CString manifestPath = WithSeparator(package) + kLogFile;
+    if (GetFileAttributesW(manifestPath) == INVALID_FILE_ATTRIBUTES) {
+        AddManifestFinding(findings, "no-manifest", 0, "the folder has no QtvUnInst.log",
+                           "Setup says that its files are damaged, and ends.",
+                           "A package folder, with its manifest.");
+        return findings;
+    }
+    std::string bytes;
+    const FileStream manifest(_wfopen(manifestPath, TEXT("r")));
+    if (!manifest || !ReadWhole(manifestPath, bytes)) {
+        AddManifestFinding(findings, "unreadable", 0, "a file that can't be read", "Nothing else is checked.",
+                           "A file that the check may read, and that nobody holds open.");
+        return findings;
+    }
+    PackageFiles files(package, findings);
+    RecordChecks records(package, files, findings);
+    CheckManifest(bytes, manifest.get(), records, findings);
+    CheckOtherFiles(package, files, findings);
+    Sort(findings);
+    return findings;
+}
+
+int ExitCode(const std::vector<Finding>& findings) {
+    const auto isUnread = [](const Finding& finding) {
+        return finding.id == "no-package" || finding.id == "no-manifest" || finding.id == "unreadable";
+    };
+    if (findings.empty()) return 0;
+    return std::any_of(findings.begin(), findings.end(), isUnread) ? 2 : 1;
+}
+
+}  // namespace package_check

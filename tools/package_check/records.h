@@ -1,0 +1,82 @@
+// What each record does, told from the package folder and the records before it.
+#pragma once
+
+#include <unordered_map>
+#include <vector>
+
+#include "package_check/package_files.h"
+#include "package_check/spelling.h"
+
+namespace package_check {
+
+// Takes the records in the order of the manifest, and installs them in thought into the default folder.
+class RecordChecks {
+  public:
+    // All outlive this.
+    RecordChecks(const CString& package, PackageFiles& files, std::vector<Finding>& findings);
+
+    void Take(const Record& record, unsigned line);
+    // What only the whole manifest tells.
+    void Finish();
+
+  private:
+    struct Folder {
+        CString name;              // below the installation folder
+        unsigned makers = 0;       // bits of the kinds that made it so far
+        unsigned copiedAt = 0;     // line of the first record that made it by copying into it
+        unsigned firstRecord = 0;  // line of its first "Make Dir: " record
+        unsigned lastRecord = 0;
+        bool staysTooLong = false;  // a sub-folder's record comes later
+    };
+    struct Target {
+        unsigned line = 0;
+        bool always = false;  // installed on every machine
+    };
+    struct Removal {
+        unsigned line = 0;
+        CString record;
+        CString pattern;
+    };
+
+    void TakeCopy();
+    void TakePattern(const CString& pattern);
+    void TakeTwoNames(const CString& name, const CString& newName);
+    void TakeRemoval();
+    void TakeFolderRecord();
+
+    bool NameWorks(const CString& name, const CString& folder, bool wildcards);
+    void AddFile(const CString& source, const CString& target);
+    void MakeFolders(const CString& target);
+    bool IsMade(const CString& folder) const;
+    void NoteRemoval();
+
+    void FinishFolders();
+    void FinishRemovals();
+    void RequireInstalled(LPCWSTR file, const char* id, const char* happens);
+
+    // About the present record, once a record and id.
+    void Report(const char* id, const std::string& happens, const std::string& instead);
+    void Add(const char* id, unsigned line, const CString& what, const std::string& happens,
+             const std::string& instead);
+
+    const CString& m_package;
+    PackageFiles& m_files;
+    std::vector<Finding>& m_findings;
+    CString m_target;
+    CString m_parent;
+    Wide m_belowTarget;  // what the key of each path below m_target begins with
+    Wide m_logKey;
+
+    // The present record.
+    const Record* m_record = nullptr;
+    unsigned m_line = 0;
+    CString m_root;  // what its installed name is relative to
+    std::size_t m_findingsBefore = 0;
+
+    std::unordered_map<Wide, Target> m_targets;
+    std::unordered_map<Wide, Folder> m_folders;
+    std::unordered_map<Wide, unsigned> m_patterns;  // with wildcards: line of the first
+    std::vector<Removal> m_removals;                // with wildcards
+};
+
+}  // namespace package_check

@@ -1,0 +1,159 @@
+#include "package_check/spelling.h"
+
+#include "package_check/text.h"
+
+namespace package_check {
+
+namespace {
+
+constexpr Kind kOverwrite = {kFileOverwrite, Job::Remove, 32};
+constexpr Kind kDelete = {kFileDel, Job::Remove, 64};
+constexpr Kind kMadeFolder = {kMadeDir, Job::Setup, 128};
+constexpr Kind kLink = {kShellLink, Job::Setup, 256};
+constexpr const Kind* kKinds[] = {&kCopy,      &kCopyX64, &kCopyInd, &kCopyPrt,   &kFolder,
+                                  &kOverwrite, &kDelete,  &kLink,    &kMadeFolder};
+
+constexpr char kNoRecord[] =
+    "The line is no record: it is skipped in silence, at the installation and at the removal.";
+
+// Skips what an editor shows as a blank or not at all: control characters, the blank that doesn't break, and
+// the bytes of that and of the byte-order mark in UTF-8.
+LPCWSTR SkipBlanks(LPCWSTR text) {
+    for (;;) {
+        if ((*text != 0 && *text <= 0x20) || *text == 0xA0) {
+            ++text;
+        } else if (text[0] == 0xC2 && text[1] == 0xA0) {
+            text += 2;
+        } else if (StartsWithMark(text)) {
+            text += 3;
+        } else {
+            return text;
+        }
+    }
+}
+
+WCHAR Lower(WCHAR character) {
+    return character >= 'A' && character <= 'Z' ? static_cast<WCHAR>(character + ('a' - 'A')) : character;
+}
+
+// The text behind a prefix that may differ in its blanks and its letters' case, or null. `sameLetters` tells
+// whether the case is right.
+LPCWSTR BehindPrefix(LPCWSTR line, LPCWSTR prefix, bool& sameLetters) {
+    sameLetters = true;
+    for (; *prefix; ++prefix) {
+        if (*prefix == ' ') continue;
+        line = SkipBlanks(line);
+        if (Lower(*line) != Lower(*prefix)) return nullptr;
+        sameLetters = sameLetters && *line == *prefix;
+        ++line;
+    }
+    return SkipBlanks(line);
+}
+
+void MendPrefix(Record& record) {
+    const CString line = record.line;
+    for (const Kind* kind : kKinds) {
+        if (RecordValue(line, kind->prefix)) {
+            record.kind = kind;
+            return;
+        }
+    }
+    for (const Kind* kind : kKinds) {
+        bool sameLetters;
+        const LPCWSTR value = BehindPrefix(line, kind->prefix, sameLetters);
+        if (!value) continue;
+        record.kind = kind;
+        record.line = CString(kind->prefix) + value;
+        if (!*value) {
+            record.mendings.push_back({"empty-record",
+                                       "The blank that closes the prefix is cut with the end of the line, so "
+                                       "the line is no record and is skipped.",
+                                       "A name behind the prefix, or no such line."});
+            return;
+        }
+        const bool marked = StartsWithMark(line);
+        record.mendings.push_back({marked                                           ? "byte-order-mark"
+                                   : SkipBlanks(line) != static_cast<LPCWSTR>(line) ? "blank-before"
+                                   : sameLetters                                    ? "wrong-blank"
+                                                                                    : "wrong-case",
+                                   kNoRecord, marked ? kSaveAs : Utf8(record.line)});
+        return;
+    }
+}
+
+// Where the comment begins that this kind of record may have; the end without one.
+int EndOfNames(const Record& record) {
+    const int comment = record.kind->job == Job::Remove ? record.line.Find(kComment) : -1;
+    return comment < 0 ? record.line.GetLength() : comment;
+}
+
+void MendLeadingBlank(Record& record) {
+    const CString value = record.Value();
+    const LPCWSTR name = SkipBlanks(value);
+    if (name == static_cast<LPCWSTR>(value)) return;
+    record.line = CString(record.kind->prefix) + name;
+    record.mendings.push_back({"blank-in-name",
+                               "One blank closes the prefix; a further one begins the name, and no file of "
+                               "that name is found.",
+                               Utf8(record.line)});
+}
+
+void MendComment(Record& record) {
+    const int comment = record.line.Find(kComment);
+    if (record.kind->job == Job::Remove || comment < 0) return;
+    record.line = record.line.Left(comment).TrimRight();
+    record.mendings.push_back(
+        {"comment",
+         record.kind->job == Job::Copy
+             ? "The comment becomes part of the name, so nothing is found and nothing is copied."
+             : "The comment becomes part of the folder's name, which is then no name that Windows takes: the "
+               "folder is neither made nor removed.",
+         Utf8(record.line) + "  (a remark may stand in a line of its own, with # in front)"});
+}
+
+void MendSlashes(Record& record) {
+    const int end = EndOfNames(record);
+    CString names = record.line.Left(end);
+    if (names.Replace('/', '\\') == 0) return;
+    record.line = names + record.line.Mid(end);
+    record.mendings.push_back(
+        {"forward-slash",
+         record.kind->job == Job::Folder
+             ? "Windows takes it here; in a file record it separates no folders. One sign for both is safer."
+             : "Only a backslash separates folders: the search finds the file, but setup then looks for it "
+               "in "
+               "the wrong folder, so that it is not copied, and not deleted at the removal.",
+         Utf8(record.line)});
+}
+
+void MendEncoding(Record& record) {
+    const int end = EndOfNames(record);
+    const CString names = DecodedUtf8(record.line.Left(end));
+    if (names.IsEmpty()) return;
+    record.line = names + record.line.Mid(end);
+    record.mendings.push_back(
+        {"utf8-name",
+         "Each byte is read as one character (Latin-1), so a letter that UTF-8 stores in "
+         "two bytes becomes two other letters, and no such file is found.",
+         "A name in ASCII alone, for the file as well."});
+}
+
+}  // namespace
+
+bool StartsWithMark(LPCWSTR text) {
+    return text[0] == 0xEF && text[1] == 0xBB && text[2] == 0xBF;
+}
+
+Record MendedRecord(LPCWSTR line) {
+    Record record;
+    record.written = record.line = line;
+    MendPrefix(record);
+    if (!record.kind || record.kind->job == Job::Setup || record.Value().IsEmpty()) return record;
+    MendLeadingBlank(record);
+    MendComment(record);
+    MendSlashes(record);
+    MendEncoding(record);
+    return record;
+}
+
+}  // namespace package_check
