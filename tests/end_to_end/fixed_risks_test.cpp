@@ -18,7 +18,8 @@ TEST_F(FixedRisk, ProgramNamedAsTheRegistrarBesideSetupIsRun) {
         EXPECT_EQ(name.find("5E0C2B7A"), name.npos) << "the handler is not registered: " << name;
 }
 
-// With a blank in the folder and no quotes, "C:\Program.exe" would be started instead, if somebody put it there.
+// With a blank in the folder and no quotes, "C:\Program.exe" would be started instead, if somebody put it
+// there.
 TEST_F(FixedRisk, UninstallCommandStandsWithoutQuotes) {
     Setup(TEXT("-s"));
     EXPECT_EQ(GetValue(HKEY_LOCAL_MACHINE,

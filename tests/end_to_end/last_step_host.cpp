@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "end_to_end/run.h"
+#include "resource.h"
 #include "winhost.h"
 
 namespace {
@@ -79,6 +80,37 @@ TEST_F(LastStep, MissingRightsLeaveOutTheirItemAlone) {
     EXPECT_TRUE(Same({}, changes));
     for (const char* folder : {"C:\\Program Files\\Qantivo 8", "<Scratch>\\Qantivo"})
         EXPECT_TRUE(Exists(Where(std::string(folder) + "\\QtvUnInst.log")));
+}
+
+// By the wizard: the web page first, and then, when the box is ticked, the product or the restart.
+TEST_F(LastStep, OfTheWizardComesBehindTheWebPage) {
+    const auto run = [&](bool press) {
+        winhost::ClearEvents();
+        EXPECT_EQ(SetupByWizard({},
+                                [&](const Driver& wizard) {
+                                    for (int page = 0; page < 5; ++page)
+                                        wizard.Press(IDOK);
+                                    if (press) wizard.PressInPage(IDC_RUN_AFTER);
+                                    wizard.Press(IDOK);
+                                }),
+                  0u);
+        std::vector<std::string> events = winhost::Events();
+        std::erase_if(events, [](const std::string& event) {
+            return event.find("-regonly") != event.npos || event.find("setup.exe") != event.npos ||
+                   event.find("regsvr32") != event.npos ||
+                   !(event.starts_with("shell-execute\t") || event.starts_with("start-process\t") ||
+                     event.starts_with("exit-windows\t"));
+        });
+        for (std::string& event : events)
+            event = event.substr(0, event.find('\t', event.find('\t') + 1));
+        return events;
+    };
+    EXPECT_EQ(run(true),
+              (std::vector<std::string>{"shell-execute\topen",
+                                        "start-process\t\"C:\\Program Files\\Qantivo 8\\QtvApp8.exe\""}));
+    SetFileVersion(Where("C:\\Program Files\\Qantivo 8\\QtvApp8.exe"), 8, 4, 0, 0);
+    const HeldFile held(Where("C:\\Program Files\\Qantivo 8\\QtvApp8Man.chm"), Hold::NoDelete);
+    EXPECT_EQ(run(false), (std::vector<std::string>{"shell-execute\topen", "exit-windows\t2"}));
 }
 
 }  // namespace

@@ -103,6 +103,13 @@ DWORD EndToEndTest::Setup(const Text& arguments) {
     return outcome.exitCode;
 }
 
+DWORD EndToEndTest::SetupByWizard(const Text& arguments, const std::function<void(const Driver&)>& person) {
+    const Outcome outcome = RunProgram(TEXT("\"") + package + TEXT("\\setup.exe\" ") + arguments, package,
+                                       [&](DWORD id) { person(Driver(id, TEXT("Qantivo Setup"))); });
+    EXPECT_TRUE(outcome.started);
+    return outcome.exitCode;
+}
+
 void EndToEndTest::Uninstall(const Text& folder) {
     EXPECT_TRUE(RunProgram(TEXT("\"") + folder + TEXT("\\QtvUnInst.exe\"")).started);
 }

@@ -5,7 +5,7 @@
 #include <map>
 
 #include "snapshot/snapshot.h"
-#include "support/scratch.h"
+#include "support/driver.h"
 
 // What is there, by name. Folders of the shell, the scratch folder and the user stand as <Programs>,
 // <CommonDesktop>, <Scratch>, <user> and the like; a file that equals one of the package says which: "=
@@ -20,6 +20,8 @@ class EndToEndTest : public ScratchTest {
     // Runs setup.exe of the package with the arguments, waits for all that it starts, and gives its exit
     // code.
     DWORD Setup(const Text& arguments);
+    // The same with a person who goes through its wizard, which waits for the person meanwhile.
+    DWORD SetupByWizard(const Text& arguments, const std::function<void(const Driver&)>& person);
     // Runs the uninstaller of the folder, with its temporary copy, to the end.
     void Uninstall(const Text& folder);
     // Takes what stands on the machine now for the state before.

@@ -1,19 +1,11 @@
 // Whole installs by the wizard: the built program from a real package folder, driven from outside.
 #include "end_to_end/run.h"
 #include "resource.h"
-#include "support/driver.h"
 
 namespace {
 
 class Wizard : public EndToEndTest {
   protected:
-    using Person = std::function<void(const Driver& wizard)>;
-    // Runs setup.exe from its folder, with a person in front of it, until all that it starts has ended.
-    static DWORD Run(const Text& arguments, const Person& person) {
-        return RunProgram(TEXT("\"") + package + TEXT("\\setup.exe\" ") + arguments, package,
-                          [&](DWORD id) { person(Driver(id, TEXT("Qantivo Setup"))); })
-            .exitCode;
-    }
     static void Next(const Driver& wizard, int times) {
         for (; times > 0; --times)
             wizard.Press(IDOK);
@@ -26,31 +18,32 @@ class Wizard : public EndToEndTest {
 };
 
 TEST_F(Wizard, InstallsForTheCurrentUser) {
-    EXPECT_EQ(Run({},
-                  [](const Driver& wizard) {
-                      Next(wizard, 1);
-                      EXPECT_NE(TextOf(wizard.PageControl(IDC_AGREEMENT)).find(TEXT("Qantivo")), Text::npos);
-                      Next(wizard, 1);
-                      wizard.PressInPage(IDC_FOR_USER);
-                      Next(wizard, 3);
-                      Finish(wizard);
-                  }),
+    EXPECT_EQ(SetupByWizard({},
+                            [](const Driver& wizard) {
+                                Next(wizard, 1);
+                                EXPECT_NE(TextOf(wizard.PageControl(IDC_AGREEMENT)).find(TEXT("Qantivo")),
+                                          Text::npos);
+                                Next(wizard, 1);
+                                wizard.PressInPage(IDC_FOR_USER);
+                                Next(wizard, 3);
+                                Finish(wizard);
+                            }),
               0u);
     EXPECT_TRUE(Same(Installed({.target = folder}), Changes()));
 }
 
 TEST_F(Wizard, InstallsForAllUsersIntoAGroupAndStartsTheProduct) {
-    EXPECT_EQ(Run({},
-                  [](const Driver& wizard) {
-                      Next(wizard, 2);
-                      wizard.PressInPage(IDC_FOR_ALL);
-                      Next(wizard, 1);
-                      wizard.Type(wizard.PageControl(IDC_GROUP), TEXT(" Imaging\\Pictures "));
-                      wizard.PressInPage(IDC_AUTOSTART);
-                      wizard.PressInPage(IDC_DESKTOP);
-                      Next(wizard, 2);
-                      Finish(wizard, true);
-                  }),
+    EXPECT_EQ(SetupByWizard({},
+                            [](const Driver& wizard) {
+                                Next(wizard, 2);
+                                wizard.PressInPage(IDC_FOR_ALL);
+                                Next(wizard, 1);
+                                wizard.Type(wizard.PageControl(IDC_GROUP), TEXT(" Imaging\\Pictures "));
+                                wizard.PressInPage(IDC_AUTOSTART);
+                                wizard.PressInPage(IDC_DESKTOP);
+                                Next(wizard, 2);
+                                Finish(wizard, true);
+                            }),
               0u);
     const Plan plan = {.target = folder,
                        .allUsers = true,
@@ -64,14 +57,14 @@ TEST_F(Wizard, InstallsForAllUsersIntoAGroupAndStartsTheProduct) {
 
 // The installation that the command line asks for is the one that the pages open with.
 TEST_F(Wizard, InstallsAPortableCopy) {
-    EXPECT_EQ(Run(TEXT("-instport C:\\Scratch\\Stick\\Qantivo"),
-                  [](const Driver& wizard) {
-                      Next(wizard, 2);
-                      EXPECT_TRUE(IsTicked(wizard.PageControl(IDC_PORTABLE)));
-                      Next(wizard, 2);
-                      EXPECT_FALSE(IsShown(wizard.PageControl(IDC_RUN_AFTER)));
-                      Finish(wizard);
-                  }),
+    EXPECT_EQ(SetupByWizard(TEXT("-instport C:\\Scratch\\Stick\\Qantivo"),
+                            [](const Driver& wizard) {
+                                Next(wizard, 2);
+                                EXPECT_TRUE(IsTicked(wizard.PageControl(IDC_PORTABLE)));
+                                Next(wizard, 2);
+                                EXPECT_FALSE(IsShown(wizard.PageControl(IDC_RUN_AFTER)));
+                                Finish(wizard);
+                            }),
               0u);
     const std::string stick = "<Scratch>\\Stick\\Qantivo";
     State changes = Changes();
@@ -82,13 +75,13 @@ TEST_F(Wizard, InstallsAPortableCopy) {
 // A cancelled wizard leaves nothing behind, and ends as if nobody had started it.
 TEST_F(Wizard, LeavesNothingWhenItIsCancelled) {
     for (const int passed : {0, 4}) {
-        EXPECT_EQ(Run({},
-                      [&](const Driver& wizard) {
-                          Next(wizard, passed);
-                          const BoxAnswers answers({IDNO, IDYES});
-                          wizard.Press(IDCANCEL);
-                          wizard.Press(IDCANCEL);
-                      }),
+        EXPECT_EQ(SetupByWizard({},
+                                [&](const Driver& wizard) {
+                                    Next(wizard, passed);
+                                    const BoxAnswers answers({IDNO, IDYES});
+                                    wizard.Press(IDCANCEL);
+                                    wizard.Press(IDCANCEL);
+                                }),
                   0u);
         EXPECT_TRUE(Same({}, Changes()));
     }
@@ -110,13 +103,14 @@ TEST_F(Wizard, AsksBeforeItReplacesANewerVersionOrTheSame) {
     }
     SetFileVersion(application, 8, 6, 2, 0);
     const BoxAnswers answers({IDYES});
-    EXPECT_EQ(Run({},
-                  [](const Driver& wizard) {
-                      Next(wizard, 2);
-                      EXPECT_TRUE(IsTicked(wizard.PageControl(IDC_FOR_ALL))) << "as it was installed";
-                      Next(wizard, 3);
-                      Finish(wizard);
-                  }),
+    EXPECT_EQ(SetupByWizard({},
+                            [](const Driver& wizard) {
+                                Next(wizard, 2);
+                                EXPECT_TRUE(IsTicked(wizard.PageControl(IDC_FOR_ALL)))
+                                    << "as it was installed";
+                                Next(wizard, 3);
+                                Finish(wizard);
+                            }),
               0u);
     EXPECT_EQ(answers.Shown().at(0).text.find(TEXT("Qantivo ver. 8.06.02.00 is already installed")), 0u);
 }
@@ -128,7 +122,7 @@ TEST_F(Wizard, OffersTheRestartThatAFileInUseNeeds) {
     MakeFile(help, "help of an earlier version");
     const HeldFile held(help, Hold::NoDelete);
     const BoxAnswers answers({IDYES});
-    Run({}, [](const Driver& wizard) {
+    SetupByWizard({}, [](const Driver& wizard) {
         Next(wizard, 5);
         EXPECT_TRUE(IsTicked(wizard.PageControl(IDC_RUN_AFTER)));
         EXPECT_EQ(TextOf(wizard.PageControl(IDC_RUN_AFTER)),
@@ -140,12 +134,12 @@ TEST_F(Wizard, OffersTheRestartThatAFileInUseNeeds) {
 
 // Silent to the last page, which is shown alone.
 TEST_F(Wizard, ClosesASilentRunWhenItIsToldTo) {
-    EXPECT_EQ(Run(TEXT("-sconf -instdir C:\\Scratch\\Qantivo"),
-                  [](const Driver& wizard) {
-                      EXPECT_TRUE(Exists(target + TEXT("\\QtvApp8.exe")));
-                      EXPECT_FALSE(IsWindowEnabled(wizard.Control(IDC_BACK)));
-                      Finish(wizard);
-                  }),
+    EXPECT_EQ(SetupByWizard(TEXT("-sconf -instdir C:\\Scratch\\Qantivo"),
+                            [](const Driver& wizard) {
+                                EXPECT_TRUE(Exists(target + TEXT("\\QtvApp8.exe")));
+                                EXPECT_FALSE(IsWindowEnabled(wizard.Control(IDC_BACK)));
+                                Finish(wizard);
+                            }),
               0u);
 }
 
