@@ -1,0 +1,81 @@
+// The wizard at the terminal of the embedded machine, as a person uses it there.
+#include <fcntl.h>
+#include <pty.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <thread>
+
+#include "end_to_end/run.h"
+#include "winhost.h"
+
+namespace {
+
+constexpr DWORD kSessionEnded = 0x40010004;
+
+// Input and output of this process, and of what it starts, for the object's lifetime.
+class Streams {
+  public:
+    explicit Streams(int descriptor) {
+        for (const int stream : {0, 1}) {
+            m_saved[stream] = dup(stream);
+            dup2(descriptor, stream);
+        }
+    }
+    ~Streams() {
+        for (const int stream : {0, 1}) {
+            dup2(m_saved[stream], stream);
+            close(m_saved[stream]);
+        }
+    }
+
+  private:
+    int m_saved[2];
+};
+
+class Terminal : public EndToEndTest {
+  protected:
+    Terminal() { winhost::EndBoxAnswers(); }
+    ~Terminal() override { winhost::SetBoxAnswers({}); }
+    static RunningProgram Start(int descriptor) {
+        const Streams streams(descriptor);
+        return RunningProgram(package + TEXT("\\setup.exe"), package);
+    }
+};
+
+TEST_F(Terminal, TakesAPersonThroughTheWizard) {
+    int person, program;
+    termios settings = {};
+    cfmakeraw(&settings);
+    ASSERT_EQ(openpty(&person, &program, nullptr, &settings, nullptr), 0);
+    // Refused at first: a new folder's name that is no folder, and a Cancel that is taken back.
+    const std::string keys = "\n\n1\n4\n1\nC:\\Nowhere\n3\nok\n4\n7\nno\n\n1\nMy pictures\n\n\n\n";
+    ASSERT_EQ(write(person, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
+    const RunningProgram setup = Start(program);
+    close(program);
+    std::string shown;
+    char buffer[4096];
+    for (ssize_t got; (got = read(person, buffer, sizeof buffer)) > 0;)
+        shown.append(buffer, static_cast<std::size_t>(got));
+    close(person);
+    EXPECT_EQ(setup.ExitCode(), 0u);
+    for (const char* text :
+         {"==== Qantivo Setup ====\nWelcome to Qantivo Setup!",
+          "Do you accept this agreement?\n\n 1 [< Back] 2 [Yes] 3 [No]",
+          "  1 (o) Install for the Current User only\n  2 ( ) Install for All Users",
+          "==== Browse For Folder ====", "You have entered and invalid folder name.",
+          "Do you really want to cancel Qantivo setup?", "  1 [My pictures]\n",
+          "Qantivo 8.05.02 has been successfully installed.", "     [< Back] 2 [Finish >]     [Cancel]"})
+        EXPECT_NE(shown.find(text), shown.npos) << text << "\n is not in \n" << shown;
+    const Plan plan = {.target = "C:\\Program Files\\Qantivo 8", .group = "My pictures"};
+    EXPECT_TRUE(Same(Installed(plan), Changes()));
+}
+
+TEST_F(Terminal, EndsAProgramThatNobodyCanUse) {
+    const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
+    EXPECT_EQ(Start(nothing).ExitCode(), kSessionEnded);
+    close(nothing);
+    EXPECT_TRUE(Same({}, Changes()));
+}
+
+}  // namespace
