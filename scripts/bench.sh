@@ -1,12 +1,108 @@
 #!/usr/bin/env bash
-# Measures the product under Wine on a file system in memory, each figure as a ratio against a bare loop run beside it.
-#   bench.sh [ROUNDS]
+# Measures the product: each figure is a ratio between two things run side by side, but for the sizes. Prints a table
+# with each figure and its bound, and ends non-zero when one is above it. Wine's prefix and all files lie in memory.
+#   bench.sh [--quick] [WHAT...]   --quick: fewer rounds; WHAT: small large growth application memory size instances
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
+build=${QTV_BUILD:-$PWD/build}
+
+pairs=9 growth_rounds=5 memory_rounds=3 windows=500 instance_rounds=3
+if [ "${1-}" = --quick ]; then
+    shift
+    pairs=3 growth_rounds=3 memory_rounds=1 windows=100 instance_rounds=1
+fi
+wanted=" ${*:-small large growth application memory size instances} "
+
 scripts/bootstrap.sh
-cmake --preset windows >/dev/null
-cmake --build --preset windows --target copy_bench sample_package -- --quiet
+if ! command -v makensis >/dev/null; then
+    as_root=()
+    [ "$(id -u)" -eq 0 ] || as_root=(sudo)
+    "${as_root[@]}" apt-get update -q >/dev/null
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends nsis >/dev/null
+fi
+cmake --preset windows -B "$build/windows" >/dev/null
+cmake --build "$build/windows" --target install_bench instance_bench sample_package -- --quiet
+cmake --preset host -B "$build/host" >/dev/null
+cmake --build "$build/host" --target instance_bench peak_memory winmachine -- --quiet
+
 work=$(mktemp -d /dev/shm/qtv-bench.XXXXXX)
-trap 'rm -rf "$work"' EXIT
-scripts/wine.sh "$PWD/build/windows/copy_bench.exe" "Z:${PWD//\//\\}\\build\\windows\\package" \
-    "Z:${work//\//\\}\\run" "${1:-9}"
+export QTV_WINE_HOME=$work/wine
+finish() {
+    # The services of this prefix alone.
+    WINEPREFIX=$QTV_WINE_HOME/prefix wineserver -k 2>/dev/null || true
+    WINEPREFIX=$QTV_WINE_HOME/prefix wineserver -w 2>/dev/null || true
+    rm -rf "$work"
+}
+trap finish EXIT
+
+# The host's path as Wine shows it.
+shown() { printf 'Z:%s' "${1//\//\\}"; }
+run() { scripts/wine.sh "$@" 2> >(grep -v "FS volume label" >&2); }
+bench() { run "$build/windows/install_bench.exe" "$@"; }
+missed=
+line() {
+    local verdict=
+    if [ "$2" -gt "$3" ]; then
+        verdict=MISSED missed=yes
+    fi
+    printf '%-72s %8d %8d  %s\n' "$1" "$2" "$3" "$verdict"
+}
+package() { bench package "$1" "$(shown "$build/windows/package")" "$(shown "$work/$1")"; }
+measure() { bench "$1" "$(shown "$work")" "${@:2}" || missed=yes; }
+# The middle one of the peaks of several runs, in KiB.
+peak() {
+    for ((round = 0; round < memory_rounds; ++round)); do
+        rm -rf "$work/target" "$work/one.lnk"
+        "$build/host/peak_memory" scripts/wine.sh "$@" 2>/dev/null
+    done | sort -n | sed -n "$(((memory_rounds + 1) / 2))p"
+}
+
+printf '%-72s %8s %8s\n' '' figure bound
+for what in $wanted; do
+    case $what in
+        small | large)
+            package "$what"
+            measure "$what" "$pairs"
+            ;;
+        growth)
+            package fewer
+            package more
+            measure growth "$growth_rounds"
+            ;;
+        application)
+            package application
+            makensis -V1 -DPACKAGE="$work/application" -DOUTPUT="$work/other.exe" bench/other_installer.nsi
+            measure application "$pairs" "$(shown "$work/other.exe")"
+            ;;
+        memory)
+            package application
+            package fewer
+            package more
+            link=$(peak "$build/windows/install_bench.exe" link 'C:\windows\notepad.exe' "$(shown "$work/one.lnk")")
+            setup=$(peak "$work/application/setup.exe" -install -s -instdir "$(shown "$work/target")")
+            line 'peak memory of an install, KiB over a program that saves one link' $((setup - link)) 4096
+            few=$(peak "$work/fewer/setup.exe" -s -instport "$(shown "$work/target")")
+            many=$(peak "$work/more/setup.exe" -s -instport "$(shown "$work/target")")
+            line 'peak memory at 10,000 records, KiB over that at 1,250' $((many - few)) 1024
+            ;;
+        size)
+            x86_64-w64-mingw32-strip -o "$work/setup.exe" "$build/windows/setup.exe"
+            line 'setup.exe, stripped, KiB' $((($(stat -c %s "$work/setup.exe") + 1023) / 1024)) 400
+            ;;
+        instances)
+            echo 'List of running copies, under Wine:'
+            run "$build/windows/instance_bench.exe" "$windows" "$instance_rounds" || missed=yes
+            echo 'List of running copies, on the embedded machine:'
+            "$build/host/winmachine" create "$work/machine"
+            cp "$build/host/instance_bench.exe" "$work/machine/C/"
+            "$build/host/winmachine" run "$work/machine" 'C:\instance_bench.exe' "$windows" "$instance_rounds" ||
+                missed=yes
+            ;;
+        *)
+            echo "bench.sh: nothing named $what can be measured" >&2
+            exit 2
+            ;;
+    esac
+    rm -rf "$work"/{small,large,fewer,more,application,target,other.exe,machine}
+done
+[ -z "$missed" ]

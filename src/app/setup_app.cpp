@@ -116,8 +116,8 @@ BOOL CSetupApp::InitInstance() {
     if (isInstall && !explicitSilent && g_silentMode < 2) g_silentMode = 0;
     if (!isInstall && g_silentMode == 0 && !ConfirmUninstall(title)) return 0;
 
-    // The list counts this process too.
-    // The count comes as it stands from memory that other processes write: the subtraction must not overflow.
+    // The list counts this process too. The count is whatever other processes wrote: the subtraction must not
+    // overflow.
     const int others = static_cast<int>(static_cast<DWORD>(g_instanceManager.CountInstances()) - 1);
     if (others > 0) {
         if (isInstall && !ClosesUnasked() && !ConfirmClosing(others, title)) return 1;

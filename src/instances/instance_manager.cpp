@@ -17,10 +17,7 @@ constexpr LPCWSTR kForeignTitles[] = {TEXT("DDE Server Window"), TEXT("OleMainTh
 
 // The application rounds by the same formula, which is right below the granularity alone: both must agree on
 // where the additional region begins.
-DWORD RoundedSize(DWORD cbWanted) {
-    SYSTEM_INFO system = {};
-    GetSystemInfo(&system);
-    const DWORD granularity = system.dwAllocationGranularity;
+DWORD RoundedSize(DWORD cbWanted, DWORD granularity) {
     return cbWanted / granularity + (cbWanted % granularity != 0 ? granularity : 0);
 }
 
@@ -57,10 +54,14 @@ class COXInstanceManager::ListAccess {
 
 COXInstanceManager::COXInstanceManager(LPCWSTR name, DWORD cbAdditional, bool addThis)
     : m_name(name),
-      m_listSize(RoundedSize(sizeof(InstanceListHeader))),
-      m_additionalSize(RoundedSize(cbAdditional)),
+      m_listSize(sizeof(InstanceListHeader)),
+      m_additionalSize(cbAdditional),
       m_listMutex(FALSE, kListMutexPrefix + m_name),
       m_additionalMutex(FALSE, kAdditionalMutexPrefix + m_name) {
+    SYSTEM_INFO system = {};
+    GetSystemInfo(&system);
+    m_listSize = RoundedSize(m_listSize, system.dwAllocationGranularity);
+    m_additionalSize = RoundedSize(m_additionalSize, system.dwAllocationGranularity);
     const CString mappingName = kFileMapPrefix + m_name;
     m_fileMapping.reset(CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE | SEC_COMMIT, 0,
                                            m_listSize + m_additionalSize, mappingName));
@@ -220,7 +221,7 @@ bool COXInstanceManager::IsOverLimit(bool bringForward) {
 
 void COXInstanceManager::BringForward() const {
     const DWORD* const first = m_listView->processIds;
-    const DWORD* const end = first + std::min<DWORD>(ListedEntries(), 2);
+    const DWORD* const end = first + ListedEntries();
     const DWORD own = GetCurrentProcessId();
     const DWORD* const earlier = first != end && *first == own ? first + 1 : first;
     if (earlier == end || *earlier == 0) return;

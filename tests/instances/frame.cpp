@@ -22,6 +22,12 @@ HWND MakeWindow(LPCWSTR title, DWORD style, DWORD exStyle, HWND owner) {
 
 }  // namespace
 
+Ids Listed(COXInstanceManager& manager) {
+    CDWordArray ids;
+    EXPECT_EQ(manager.ListInstances(ids), 1);
+    return {ids.GetData(), ids.GetData() + ids.GetSize()};
+}
+
 RawList::RawList() : m_mapping(OpenFileMappingW(FILE_MAP_READ | FILE_MAP_WRITE, FALSE, kListMapping)) {
     if (!m_mapping) return;
     m_words = static_cast<DWORD*>(
@@ -33,7 +39,7 @@ RawList::~RawList() {
     if (m_mapping) CloseHandle(m_mapping);
 }
 
-std::vector<DWORD> RawList::Slots(std::size_t count) const {
+Ids RawList::Slots(std::size_t count) const {
     return {m_words + kFirstId, m_words + kFirstId + count};
 }
 

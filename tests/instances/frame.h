@@ -9,6 +9,9 @@ inline constexpr WCHAR kListMapping[] = TEXT("Local\\COXInstanceManager_FileMap_
 inline constexpr WCHAR kListMutex[] = TEXT("Local\\COXInstanceManager_InstanceList_Mutex_Qantivo.Tests.List");
 inline constexpr DWORD kFull = 1000;
 
+using Ids = std::vector<DWORD>;
+Ids Listed(COXInstanceManager& manager);
+
 // The words of the list's memory: the limit, the count, a thousand ids.
 class RawList {
   public:
@@ -24,7 +27,7 @@ class RawList {
     explicit operator bool() const { return m_words; }
     DWORD& operator[](std::size_t index) { return m_words[index]; }
     // The ids that stand in the first slots, counted or not.
-    std::vector<DWORD> Slots(std::size_t count) const;
+    Ids Slots(std::size_t count) const;
     // Fills all slots and the words behind them.
     void Fill(DWORD word);
 

@@ -10,33 +10,35 @@ constexpr DWORD kNobody = 0x70000000;  // from here on no process has its id
 
 class InstanceList : public ScratchTest {};
 
-using Ids = std::vector<DWORD>;
+const Text kDump = kScratch + TEXT("\\list.bin");
 
-Ids Listed(COXInstanceManager& manager) {
-    CDWordArray ids;
-    EXPECT_EQ(manager.ListInstances(ids), 1);
-    return Ids(ids.GetData(), ids.GetData() + ids.GetSize());
+// Leaves the list's memory in a file.
+CHILD_PROGRAM(DumpsTheList) {
+    RawList raw;
+    if (!raw) return 1;
+    MakeFile(kDump, {reinterpret_cast<const char*>(&raw[0]), RawList::kWords * sizeof(DWORD)});
+    return 0;
 }
 
-// Gives the words that the first slots hold as its exit code, four bits each, and the count below them.
-CHILD_PROGRAM(ReadsTheList) {
-    RawList raw;
-    if (!raw || raw[0] != 1) return -1;
-    int words = static_cast<int>(raw[1]);
-    for (int index = 0; index < 4; ++index)
-        words |= static_cast<int>(raw[RawList::kFirstId + static_cast<std::size_t>(index)] & 0xF)
-                 << (4 + 4 * index);
-    return words;
+// Whether another process finds the count, the slots with `behind` after them, and the empty region.
+bool Dumps(DWORD count, const Ids& slots, DWORD behind) {
+    Ids words(RawList::kWords);
+    words[0] = 1;
+    words[1] = count;
+    std::fill(std::copy(slots.begin(), slots.end(), words.begin() + RawList::kFirstId),
+              words.begin() + RawList::kAdditional, behind);
+    EXPECT_EQ(RunChild("DumpsTheList").exitCode, 0u);
+    return FileBytes(kDump) == std::string(reinterpret_cast<const char*>(words.data()), 131072);
 }
 
 TEST_F(InstanceList, AnotherProcessReadsItByItsLayout) {
     COXInstanceManager manager(kListName, 1024, false);
-    EXPECT_EQ(RunChild("ReadsTheList").exitCode, 0u);
-    for (const DWORD id : {1u, 2u, 3u})
+    EXPECT_TRUE(Dumps(0, {}, 0));
+    for (const DWORD id : {1u, 2u, 0x12345678u})
         EXPECT_EQ(manager.AddInstance(id), 1);
-    EXPECT_EQ(RunChild("ReadsTheList").exitCode, 0x03213u);
+    EXPECT_TRUE(Dumps(3, {1, 2, 0x12345678}, 0));
     EXPECT_EQ(manager.RemoveInstance(2), 1);
-    EXPECT_EQ(RunChild("ReadsTheList").exitCode, 0x03312u) << "the last id stays behind, stale";
+    EXPECT_TRUE(Dumps(2, {1, 0x12345678, 0x12345678}, 0)) << "the last id stays behind, stale";
 }
 
 TEST_F(InstanceList, EntriesKeepTheirOrder) {
@@ -61,8 +63,6 @@ TEST_F(InstanceList, EntriesKeepTheirOrder) {
         SCOPED_TRACE(row.name);
         COXInstanceManager manager(kListName, 1024, false);
         RawList raw;
-        EXPECT_EQ(raw[0], 1u);
-        EXPECT_EQ(raw.Slots(kFull), Ids(kFull, 0));
         raw.Fill(kStale);
         for (const DWORD id : row.added)
             EXPECT_EQ(manager.AddInstance(id), 1);
@@ -87,15 +87,13 @@ TEST_F(InstanceList, TakesAThousand) {
         const COXInstanceManager another(kListName, 1024, true);
         EXPECT_EQ(Listed(manager), ids) << "it runs unregistered";
     }
-    EXPECT_EQ(Listed(manager), ids);
-    EXPECT_EQ(raw[RawList::kReserved], kStale);
+    EXPECT_TRUE(Dumps(kFull, ids, kStale));
 
     EXPECT_EQ(manager.RemoveInstance(kNobody), 1);
     ids.erase(ids.begin());
-    EXPECT_EQ(Listed(manager), ids);
-    EXPECT_EQ(raw[RawList::kReserved - 1], ids.back());
-    EXPECT_EQ(raw[RawList::kReserved], 0u) << "the slot behind the last one";
-    EXPECT_EQ(raw[RawList::kReserved + 1], kStale);
+    // The 0 goes into the slot behind the last one.
+    ids.insert(ids.end(), {ids.back(), 0});
+    EXPECT_TRUE(Dumps(kFull - 1, ids, kStale));
     EXPECT_EQ(manager.AddInstance(4), 1);
     EXPECT_EQ(manager.AddInstance(4), 0);
 }

@@ -10,17 +10,11 @@ constexpr int kRounds = 1000;
 
 class InstanceProcesses : public ScratchTest {};
 
-std::vector<DWORD> Listed(COXInstanceManager& manager) {
-    CDWordArray ids;
-    EXPECT_EQ(manager.ListInstances(ids), 1);
-    return {ids.GetData(), ids.GetData() + ids.GetSize()};
-}
-
 // The holder stands first, and this process once, whenever it looks.
 CHILD_PROGRAM(EntersAndLeaves) {
     for (int round = 0; round < kRounds; ++round) {
         COXInstanceManager manager(kListName, 1024, true);
-        const std::vector<DWORD> ids = Listed(manager);
+        const Ids ids = Listed(manager);
         if (ids.empty() || ids.size() > kProcesses + 1 || ids[0] != static_cast<DWORD>(_wtoi(__wargv[1])))
             return 1;
         if (std::count(ids.begin(), ids.end(), GetCurrentProcessId()) != 1) return 2;
@@ -38,7 +32,7 @@ TEST_F(InstanceProcesses, ComeAndGoWithoutLosingAnEntry) {
         workers.push_back(StartChild("EntersAndLeaves", id));
     for (const RunningProgram& worker : workers)
         EXPECT_EQ(worker.ExitCode(), 0u);
-    EXPECT_EQ(Listed(holder), std::vector{GetCurrentProcessId()});
+    EXPECT_EQ(Listed(holder), Ids{GetCurrentProcessId()});
 }
 
 CHILD_PROGRAM(DiesWithTheMutex) {
@@ -51,7 +45,7 @@ CHILD_PROGRAM(DiesWithTheMutex) {
 TEST_F(InstanceProcesses, DeadProcessKeepsItsEntryButNotTheMutex) {
     COXInstanceManager manager(kListName, 1024, true);
     EXPECT_EQ(RunChild("DiesWithTheMutex").exitCode, 0u);
-    const std::vector<DWORD> ids = Listed(manager);
+    const Ids ids = Listed(manager);
     ASSERT_EQ(ids.size(), 2u);
     EXPECT_EQ(ids[0], GetCurrentProcessId());
     EXPECT_EQ(manager.RemoveInstance(ids[1]), 1);
@@ -69,7 +63,7 @@ TEST_F(InstanceProcesses, ListLivesAsLongAsOneHoldsIt) {
 
 CHILD_PROGRAM(ComesFirst) {
     COXInstanceManager manager(kListName, 1024, true);
-    return Listed(manager) == std::vector{GetCurrentProcessId()} ? 0 : 1;
+    return Listed(manager) == Ids{GetCurrentProcessId()} ? 0 : 1;
 }
 
 // Making the mapping and writing the list are two steps. A process that enters itself between them is wiped
@@ -81,10 +75,10 @@ TEST_F(InstanceProcesses, EntryMadeBeforeTheListIsWrittenIsLost) {
     while (first.Runs() && !RawList())
         Sleep(1);
     COXInstanceManager second(kListName, 1024, true);
-    EXPECT_EQ(Listed(second), std::vector{GetCurrentProcessId()});
+    EXPECT_EQ(Listed(second), Ids{GetCurrentProcessId()});
     EXPECT_TRUE(lock.Unlock());
     EXPECT_EQ(first.ExitCode(), 0u) << "it finds itself alone in the list";
-    EXPECT_EQ(Listed(second), std::vector<DWORD>{});
+    EXPECT_EQ(Listed(second), Ids{});
 }
 
 }  // namespace

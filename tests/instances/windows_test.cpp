@@ -108,16 +108,19 @@ TEST_F(InstanceWindows, EarlierInstanceComesForward) {
     const Frame frame(TEXT("Qantivo - test"), WS_OVERLAPPEDWINDOW | WS_VISIBLE);
     static const struct {
         const char* name;
+        Neighbour::Kind kind;
         std::vector<int> list;  // 0: this process, 1: the neighbour, 2: no id
         bool forward;
     } kRows[] = {
-        {"it is the first", {1, 0}, true},      {"it comes behind this one", {0, 1}, true},
-        {"this one is alone", {0}, false},      {"this one is there twice", {0, 0, 1}, false},
-        {"the first has no id", {2, 1}, false},
+        {"it is the first", Neighbour::Plain, {1, 0}, true},
+        {"it comes behind this one", Neighbour::Minimized, {0, 1}, true},
+        {"this one is alone", Neighbour::Minimized, {0}, false},
+        {"this one is there twice", Neighbour::Minimized, {0, 0, 1}, false},
+        {"the first has no id", Neighbour::Minimized, {2, 1}, false},
     };
     for (const auto& row : kRows) {
         SCOPED_TRACE(row.name);
-        const Neighbour neighbour(Neighbour::Minimized);
+        const Neighbour neighbour(row.kind);
         COXInstanceManager manager(kListName, 1024, false);
         for (const int entry : row.list)
             EXPECT_EQ(manager.AddInstance(entry == 0 ? own : entry == 1 ? neighbour.Id() : 0), 1);

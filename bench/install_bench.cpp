@@ -1,0 +1,319 @@
+// Compares installs with bare loops of CreateDirectoryW and CopyFileW over the same files, and with an
+// installer of another make, in pairs of runs, each in a process of its own.
+//
+//   install_bench package KIND SAMPLE FOLDER  makes a package of that kind; SAMPLE: the sample package
+//   install_bench small|large|growth WORK ROUNDS    compares installs of the packages WORK\<kind>
+//   install_bench application WORK ROUNDS OTHER     compares with the installer OTHER
+//   install_bench bare KIND SOURCE TARGET     the bare loop
+//   install_bench link TARGET LINK            saves one shell link
+#include <shlobj.h>
+
+#include "measure.h"
+
+namespace {
+
+// The files of a package beside the program's own.
+struct Kind {
+    Text name;
+    int folders;
+    int filesInFolder;
+    DWORD cbFile;
+};
+const Kind kKinds[] = {
+    {TEXT("small"), 50, 100, 1024}, {TEXT("large"), 1, 3, 200 << 20},      {TEXT("fewer"), 10, 125, 1024},
+    {TEXT("more"), 80, 125, 1024},  {TEXT("application"), 12, 15, 349525},
+};
+
+const Kind& KindOf(const Text& name) {
+    for (const Kind& kind : kKinds)
+        if (kind.name == name) return kind;
+    Check(false, "finding the kind of package");
+    return kKinds[0];
+}
+
+Text Number(int number) {
+    const std::string digits = std::to_string(number);
+    return {digits.begin(), digits.end()};
+}
+
+Text FolderName(int folder) {
+    return TEXT("folder") + Number(folder);
+}
+
+Text FileName(int file) {
+    return TEXT("file") + Number(file) + TEXT(".dat");
+}
+
+std::string Narrow(const Text& text) {
+    return {text.begin(), text.end()};
+}
+
+Text Quoted(const Text& text) {
+    return TEXT("\"") + text + TEXT("\"");
+}
+
+void WriteWhole(const Text& path, const std::string& bytes) {
+    FILE* file = _wfopen(path.c_str(), TEXT("wb"));
+    Check(file && std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size(), "writing a file");
+    std::fclose(file);
+}
+
+std::string ReadWhole(const Text& path) {
+    FILE* file = _wfopen(path.c_str(), TEXT("rb"));
+    Check(file, "opening a file");
+    std::string bytes;
+    for (int byte; (byte = std::fgetc(file)) != EOF;)
+        bytes += static_cast<char>(byte);
+    std::fclose(file);
+    return bytes;
+}
+
+template <class Visit>
+void ForEachEntry(const Text& folder, Visit visit) {
+    WIN32_FIND_DATAW data;
+    const HANDLE find = FindFirstFileW((folder + TEXT("\\*")).c_str(), &data);
+    if (find == INVALID_HANDLE_VALUE) return;
+    do {
+        const Text name = data.cFileName;
+        if (name != TEXT(".") && name != TEXT(".."))
+            visit(name, (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0);
+    } while (FindNextFileW(find, &data));
+    FindClose(find);
+}
+
+void DeleteTree(const Text& folder) {
+    ForEachEntry(folder, [&](const Text& name, bool isFolder) {
+        const Text path = folder + TEXT("\\") + name;
+        if (isFolder)
+            DeleteTree(path);
+        else
+            (void)DeleteFileW(path.c_str());
+    });
+    (void)RemoveDirectoryW(folder.c_str());
+}
+
+void CopyTree(const Text& source, const Text& target) {
+    Check(CreateDirectoryW(target.c_str(), nullptr), "CreateDirectoryW");
+    ForEachEntry(source, [&](const Text& name, bool isFolder) {
+        const Text from = source + TEXT("\\") + name;
+        const Text to = target + TEXT("\\") + name;
+        if (isFolder)
+            CopyTree(from, to);
+        else
+            Check(CopyFileW(from.c_str(), to.c_str(), FALSE), "CopyFileW");
+    });
+}
+
+// ---- packages ----
+
+std::string PatternManifest(const Kind& kind) {
+    std::string manifest;
+    for (int folder = 0; folder < kind.folders; ++folder)
+        manifest += "File Copy: " + Narrow(FolderName(folder)) + "\\*.*\r\n";
+    return manifest;
+}
+
+std::string RecordManifest(const Kind& kind) {
+    std::string manifest;
+    for (int folder = 0; folder < kind.folders; ++folder)
+        for (int file = 0; file < kind.filesInFolder; ++file)
+            manifest += "File Copy: " + Narrow(FolderName(folder)) + "\\" + Narrow(FileName(file)) + "\r\n";
+    return manifest;
+}
+
+void WriteManifest(const Text& package, const std::string& manifest) {
+    WriteWhole(package + TEXT("\\QtvUnInst.log"), manifest);
+}
+
+void MakePackage(const Kind& kind, const Text& sample, const Text& package) {
+    const bool isApplication = kind.name == TEXT("application");
+    CopyTree(sample, package);
+    const std::string own = isApplication ? ReadWhole(sample + TEXT("\\QtvUnInst.log")) : std::string();
+    std::string bytes(kind.cbFile, 'x');
+    for (int folder = 0; folder < kind.folders; ++folder) {
+        const Text path = package + TEXT("\\") + FolderName(folder);
+        Check(CreateDirectoryW(path.c_str(), nullptr), "CreateDirectoryW");
+        for (int file = 0; file < kind.filesInFolder; ++file) {
+            // No two are the same: the other installer would keep them once.
+            const std::string number = std::to_string(folder * kind.filesInFolder + file);
+            bytes.replace(0, number.size(), number);
+            WriteWhole(path + TEXT("\\") + FileName(file), bytes);
+        }
+    }
+    WriteManifest(package, own + (isApplication ? PatternManifest(kind) : RecordManifest(kind)));
+}
+
+// ---- what is timed ----
+
+int CopyBare(const Kind& kind, const Text& source, const Text& target) {
+    Check(CreateDirectoryW(target.c_str(), nullptr), "CreateDirectoryW");
+    for (int folder = 0; folder < kind.folders; ++folder) {
+        const Text from = source + TEXT("\\") + FolderName(folder);
+        const Text to = target + TEXT("\\") + FolderName(folder);
+        Check(CreateDirectoryW(to.c_str(), nullptr), "CreateDirectoryW");
+        for (int file = 0; file < kind.filesInFolder; ++file) {
+            const Text name = TEXT("\\") + FileName(file);
+            Check(CopyFileW((from + name).c_str(), (to + name).c_str(), FALSE), "CopyFileW");
+        }
+    }
+    return 0;
+}
+
+int SaveLink(LPCWSTR target, LPCWSTR path) {
+    Check(SUCCEEDED(CoInitialize(nullptr)), "CoInitialize");
+    void* object;
+    Check(
+        SUCCEEDED(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW, &object)),
+        "CoCreateInstance");
+    IShellLinkW* const link = static_cast<IShellLinkW*>(object);
+    Check(SUCCEEDED(link->SetPath(target)), "SetPath");
+    Check(SUCCEEDED(link->QueryInterface(IID_IPersistFile, &object)), "QueryInterface");
+    IPersistFile* const file = static_cast<IPersistFile*>(object);
+    Check(SUCCEEDED(file->Save(path, TRUE)), "Save");
+    file->Release();
+    link->Release();
+    return 0;
+}
+
+enum class Until { OwnEnd, EndOfAllStarted };
+
+// Runs a program and waits for all that it starts; gives the seconds until its own end, or until theirs.
+double Time(const Text& commandLine, Until until = Until::OwnEnd) {
+    const HANDLE job = CreateJobObjectW(nullptr, nullptr);
+    const HANDLE port = CreateIoCompletionPort(INVALID_HANDLE_VALUE, nullptr, 0, 1);
+    JOBOBJECT_ASSOCIATE_COMPLETION_PORT report = {nullptr, port};
+    Check(SetInformationJobObject(job, JobObjectAssociateCompletionPortInformation, &report, sizeof report),
+          "SetInformationJobObject");
+    const double begin = Seconds();
+    const PROCESS_INFORMATION process = Start(commandLine, CREATE_SUSPENDED);
+    Check(AssignProcessToJobObject(job, process.hProcess), "AssignProcessToJobObject");
+    (void)ResumeThread(process.hThread);
+    (void)WaitForSingleObject(process.hProcess, INFINITE);
+    const double own = Seconds() - begin;
+    DWORD event = 0;
+    ULONG_PTR key;
+    OVERLAPPED* overlapped;
+    while (event != JOB_OBJECT_MSG_ACTIVE_PROCESS_ZERO)
+        Check(GetQueuedCompletionStatus(port, &event, &key, &overlapped, INFINITE), "waiting");
+    const double all = Seconds() - begin;
+    DWORD exitCode = 1;
+    Check(GetExitCodeProcess(process.hProcess, &exitCode) && exitCode == 0, "a timed program");
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
+    CloseHandle(port);
+    CloseHandle(job);
+    return until == Until::OwnEnd ? own : all;
+}
+
+struct Pair {
+    double bare;
+    double setup;
+};
+
+// Installs the package once by the bare loop and once by the setup program.
+Pair TimePair(const Text& kind, const Text& work) {
+    const Text package = work + TEXT("\\") + kind;
+    const Text target = work + TEXT("\\target");
+    Pair pair;
+    DeleteTree(target);
+    pair.bare = Time(Quoted(OwnProgram()) + TEXT(" bare ") + kind + TEXT(" ") + package + TEXT(" ") + target);
+    DeleteTree(target);
+    pair.setup = Time(Quoted(package + TEXT("\\setup.exe")) + TEXT(" -s -instport ") + target);
+    DeleteTree(target);
+    return pair;
+}
+
+void CompareWithBareLoop(const char* what, const Text& kind, const Text& work, int rounds, double bound) {
+    std::vector<double> ratios;
+    for (int round = 0; round < rounds; ++round) {
+        const Pair pair = TimePair(kind, work);
+        ratios.push_back(pair.setup / pair.bare);
+    }
+    Report(what, Median(ratios), bound);
+}
+
+void MeasureSmall(const Text& work, int rounds) {
+    const Text package = work + TEXT("\\small");
+    WriteManifest(package, PatternManifest(KindOf(TEXT("small"))));
+    CompareWithBareLoop("5,000 small files by patterns, over the bare loop", TEXT("small"), work, rounds,
+                        1.3);
+    WriteManifest(package, RecordManifest(KindOf(TEXT("small"))));
+    CompareWithBareLoop("5,000 small files by a record each, over the bare loop", TEXT("small"), work, rounds,
+                        1.85);
+}
+
+void MeasureGrowth(const Text& work, int rounds) {
+    std::vector<double> ratios;
+    for (int round = 0; round < rounds; ++round) {
+        const Pair fewer = TimePair(TEXT("fewer"), work);
+        const Pair more = TimePair(TEXT("more"), work);
+        ratios.push_back(more.setup / fewer.setup / (more.bare / fewer.bare));
+    }
+    Report("10,000 records over 1,250, over the bare loop's growth", Median(ratios), 1.15);
+}
+
+// An uninstall leaves folders for the next start of the machine. Each round finds none of the last one's.
+void ForgetBootMarks() {
+    HKEY session;
+    Check(RegOpenKeyExW(HKEY_LOCAL_MACHINE, TEXT("SYSTEM\\CurrentControlSet\\Control\\Session Manager"), 0,
+                        KEY_SET_VALUE, &session) == ERROR_SUCCESS,
+          "opening the boot-time marks");
+    (void)RegDeleteValueW(session, TEXT("PendingFileRenameOperations"));
+    RegCloseKey(session);
+}
+
+void MeasureApplication(const Text& work, const Text& other, int rounds) {
+    // What the uninstall waits until its first process has ended.
+    constexpr double kFixedSeconds = 1;
+    const Text target = work + TEXT("\\Qantivo 8");
+    const Text otherTarget = work + TEXT("\\Other 8");
+    std::vector<double> install, uninstall;
+    for (int round = 0; round < rounds; ++round) {
+        const double otherInstall = Time(Quoted(other) + TEXT(" /S /D=") + otherTarget);
+        const double otherUninstall =
+            Time(Quoted(otherTarget + TEXT("\\uninstall.exe")) + TEXT(" /S"), Until::EndOfAllStarted);
+        install.push_back(Time(Quoted(work + TEXT("\\application\\setup.exe")) +
+                               TEXT(" -install -s -instdir ") + Quoted(target)) /
+                          otherInstall);
+        uninstall.push_back(
+            (Time(Quoted(target + TEXT("\\QtvUnInst.exe")), Until::EndOfAllStarted) - kFixedSeconds) /
+            otherUninstall);
+        for (const Text& folder : {target, otherTarget}) {
+            const Text application = folder + TEXT("\\QtvApp8.exe");
+            Check(GetFileAttributesW(application.c_str()) == INVALID_FILE_ATTRIBUTES, "an uninstall");
+        }
+        DeleteTree(target);
+        ForgetBootMarks();
+    }
+    Report("install of 180 files, 60 MB, over another installer", Median(install), 1);
+    Report("its uninstall less the fixed second, over the other's", Median(uninstall), 1);
+}
+
+}  // namespace
+
+int wmain(int argc, WCHAR** argv) {
+    // Wine's first window starts the desktop's own process, which lives on: outside what is timed.
+    (void)GetDesktopWindow();
+    const std::vector<Text> arguments(argv + 1, argv + argc);
+    const Text mode = argc > 1 ? arguments[0] : Text();
+    if (mode == TEXT("package") && argc == 5) {
+        MakePackage(KindOf(arguments[1]), arguments[2], arguments[3]);
+    } else if (mode == TEXT("bare") && argc == 5) {
+        CopyBare(KindOf(arguments[1]), arguments[2], arguments[3]);
+    } else if (mode == TEXT("link") && argc == 4) {
+        SaveLink(argv[2], argv[3]);
+    } else if (mode == TEXT("small") && argc == 4) {
+        MeasureSmall(arguments[1], _wtoi(argv[3]));
+    } else if (mode == TEXT("large") && argc == 4) {
+        CompareWithBareLoop("3 files of 200 MB, over the bare loop", mode, arguments[1], _wtoi(argv[3]),
+                            1.15);
+    } else if (mode == TEXT("growth") && argc == 4) {
+        MeasureGrowth(arguments[1], _wtoi(argv[3]));
+    } else if (mode == TEXT("application") && argc == 5) {
+        MeasureApplication(arguments[1], arguments[3], _wtoi(argv[3]));
+    } else {
+        std::fprintf(stderr, "usage: see the head of install_bench.cpp\n");
+        return 2;
+    }
+    return missedBounds ? 1 : 0;
+}

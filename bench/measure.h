@@ -1,0 +1,63 @@
+// What the benchmarks share: time, medians, and the lines of the table that they print.
+#pragma once
+
+#include <windows.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+using Text = std::basic_string<WCHAR>;
+
+// Ends the program when what a measurement needs could not be done.
+inline void Check(bool done, const char* what) {
+    if (done) return;
+    std::fprintf(stderr, "benchmark: %s failed (error %u)\n", what, static_cast<unsigned>(GetLastError()));
+    std::exit(2);
+}
+
+inline double Seconds() {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+template <class Work>
+double SecondsOf(Work work) {
+    const double begin = Seconds();
+    work();
+    return Seconds() - begin;
+}
+
+inline double Median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+inline int missedBounds = 0;
+
+// A line of the table: a ratio, and the bound that it must not be above.
+inline void Report(const char* what, double ratio, double bound) {
+    const bool kept = ratio <= bound;
+    if (!kept) ++missedBounds;
+    std::printf("%-72s %8.2f %8.2f  %s\n", what, ratio, bound, kept ? "" : "MISSED");
+    std::fflush(stdout);
+}
+
+inline Text OwnProgram() {
+    WCHAR path[MAX_PATH];
+    Check(GetModuleFileNameW(nullptr, path, MAX_PATH) < MAX_PATH, "GetModuleFileNameW");
+    return path;
+}
+
+inline PROCESS_INFORMATION Start(Text commandLine, DWORD flags = 0) {
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process = {};
+    const std::string shown = "starting " + std::string(commandLine.begin(), commandLine.end());
+    Check(CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, flags, nullptr, nullptr,
+                         &startup, &process),
+          shown.c_str());
+    return process;
+}
