@@ -49,7 +49,7 @@ TEST_F(Terminal, TakesAPersonThroughTheWizard) {
     cfmakeraw(&settings);
     ASSERT_EQ(openpty(&person, &program, nullptr, &settings, nullptr), 0);
     // Refused at first: a new folder's name that is no folder, and a Cancel that is taken back.
-    const std::string keys = "\n\n1\n4\n1\nC:\\Nowhere\n3\nok\n4\n7\nno\n\n1\nMy pictures\n\n\n\n";
+    const std::string keys = "\n\n1\n4\n1\nC:\\Nowhere\n3\nok\n4\n7\nno\n\n1\nQantivo pictures\n\n\n\n";
     ASSERT_EQ(write(person, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
     const RunningProgram setup = Start(program);
     close(program);
@@ -64,10 +64,10 @@ TEST_F(Terminal, TakesAPersonThroughTheWizard) {
           "Do you accept this agreement?\n\n 1 [< Back] 2 [Yes] 3 [No]",
           "  1 (o) Install for the Current User only\n  2 ( ) Install for All Users",
           "==== Browse For Folder ====", "You have entered and invalid folder name.",
-          "Do you really want to cancel Qantivo setup?", "  1 [My pictures]\n",
+          "Do you really want to cancel Qantivo setup?", "  1 [Qantivo pictures]\n",
           "Qantivo 8.05.02 has been successfully installed.", "     [< Back] 2 [Finish >]     [Cancel]"})
         EXPECT_NE(shown.find(text), shown.npos) << text << "\n is not in \n" << shown;
-    const Plan plan = {.target = "C:\\Program Files\\Qantivo 8", .group = "My pictures"};
+    const Plan plan = {.target = "C:\\Program Files\\Qantivo 8", .group = "Qantivo pictures"};
     EXPECT_TRUE(Same(Installed(plan), Changes()));
 }
 

@@ -38,7 +38,8 @@ TEST_F(Wizard, InstallsForAllUsersIntoAGroupAndStartsTheProduct) {
                                 Next(wizard, 2);
                                 wizard.PressInPage(IDC_FOR_ALL);
                                 Next(wizard, 1);
-                                wizard.Type(wizard.PageControl(IDC_GROUP), TEXT(" Imaging\\Pictures "));
+                                wizard.Type(wizard.PageControl(IDC_GROUP),
+                                            TEXT(" Qantivo Imaging\\Pictures "));
                                 wizard.PressInPage(IDC_AUTOSTART);
                                 wizard.PressInPage(IDC_DESKTOP);
                                 Next(wizard, 2);
@@ -47,7 +48,7 @@ TEST_F(Wizard, InstallsForAllUsersIntoAGroupAndStartsTheProduct) {
               0u);
     const Plan plan = {.target = folder,
                        .allUsers = true,
-                       .group = "Imaging\\Pictures",
+                       .group = "Qantivo Imaging\\Pictures",
                        .desktopIcon = false,
                        .autoStart = true};
     EXPECT_TRUE(
