@@ -47,26 +47,6 @@ TEST_F(Install, LeavesTheManifestAsTheLog) {
               "Shell Link: <Desktop>\\Qantivo 8.lnk\r\n");
 }
 
-// However its lines end, a manifest installs the same files.
-TEST_F(Install, TakesAnyLineEnd) {
-    const Text path = package + TEXT("\\QtvUnInst.log");
-    const std::string crlf = FileBytes(path).value_or("");
-    ASSERT_TRUE(crlf.ends_with("\r\n"));
-    std::string lf = crlf;
-    std::erase(lf, '\r');
-    State expected = InstalledFiles(kTarget);
-    expected.erase("<Scratch>\\Qantivo\\QtvUnInst.log");
-    for (const std::string& manifest : {crlf, lf, crlf.substr(0, crlf.size() - 2)}) {
-        MakeFile(path, manifest);
-        DeleteTree(target);
-        Setup(TEXT("-s -instdir C:\\Scratch\\Qantivo"));
-        State files;
-        for (const auto& [name, what] : Changes())
-            if (name.starts_with(kTarget) && !name.ends_with(".log")) files[name] = what;
-        EXPECT_TRUE(Same(expected, files));
-    }
-}
-
 TEST_F(Install, TakesTheSettingsBesideThePackageAndStartsTheProduct) {
     MakeFile(kScratch + TEXT("\\dl\\QtvApp8.ini"), "settings");
     MakeFile(kScratch + TEXT("\\dl\\QtvApp8.reg"), "more settings");

@@ -93,13 +93,4 @@ TEST_F(RunningCopies, AreEndedWhenTheyRefuseToClose) {
                      Changes()));
 }
 
-// The copy runs from the installed file, which can be deleted once the copy has ended.
-TEST_F(RunningCopies, AreEndedUnaskedBeforeAnUninstall) {
-    Setup(TEXT("-s -instdir C:\\Scratch\\Qantivo"));
-    const Copy copy(target);
-    Uninstall(target);
-    EXPECT_TRUE(copy.HasEnded());
-    EXPECT_FALSE(Exists(target));
-}
-
 }  // namespace

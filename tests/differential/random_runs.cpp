@@ -1,0 +1,169 @@
+// Random runs of setup, and what each step leaves, as a text that both targets must agree on. The runs are
+// named by numbers: QTV_RUNS="1-50"; QTV_RESULTS names the folder of the build machine that takes a file for
+// each.
+#include <fstream>
+#include <list>
+#include <random>
+#include <sstream>
+
+#include "end_to_end/run.h"
+#include "support/target.h"
+
+namespace {
+
+const std::vector<const char*> kNames = {"a.txt",        "b.bin",        "c d.dat",   "NOEXT",
+                                         "sub\\e.txt",   "sub\\f.bin",   "g.dll",     "x64\\h.dll",
+                                         "sub\\in\\i.x", "two.dots.txt", "_under.ini"};
+const std::vector<const char*> kValues = {"*.*",
+                                          "*",
+                                          "*.txt",
+                                          "sub\\*.*",
+                                          "sub\\*",
+                                          "sub\\*.t?t",
+                                          "none\\*.*",
+                                          "?.txt",
+                                          "missing.x",
+                                          "a.txt > new.txt",
+                                          "b.bin > sub\\b2.bin",
+                                          "a.txt > none\\a.txt",
+                                          "NoExt",
+                                          "A.TXT",
+                                          "sub",
+                                          "sub\\in",
+                                          "x64",
+                                          "sub/e.txt",
+                                          "a.txt | note",
+                                          " a.txt",
+                                          "a.txt >",
+                                          "*.txt > t",
+                                          "sub\\in\\*.*",
+                                          "",
+                                          "kernel32.dll",
+                                          "SUB\\E.TXT"};
+const std::vector<const char*> kPrefixes = {
+    "File Copy: ",     "File Copy: ",     "File Copy: ", "File Copy x64: ",
+    "File Copy ind: ", "File Copy prt: ", "Make Dir: ",  "File Overwrite: ",
+    "File Del: ",      "file copy: ",     "# "};
+const std::vector<const char*> kOptions = {"-allusers", "-autostart", "-nodeskico", "-runafter", "-S", "-x"};
+const std::vector<const char*> kTargets = {
+    "", " -instdir C:\\Scratch\\Qantivo", " -instport C:\\Scratch\\p\\Qantivo",
+    " -instdir \"C:\\Scratch\\a b\\Qantivo\"", " -instdir C:\\Scratch\\package"};
+
+class RandomRun : public EndToEndTest {
+  public:
+    explicit RandomRun(unsigned number) : m_random(number) {}
+    std::string Result() {
+        MakePackage(m_random() % 3 + 1);
+        std::string arguments = "-s" + std::string(Any(kTargets)) + Options();
+        if (m_random() % 2 == 0) {
+            Note("earlier", arguments);
+            Setup(Wide(arguments));
+            if (m_random() % 3 == 0) RestartMachine();
+            MakePackage(m_random() % 3 + 1);
+            if (m_random() % 3 == 0) arguments = "-s" + std::string(Any(kTargets)) + Options();
+            Spoil();
+        }
+        {
+            const std::list<HeldFile> held = Hold();
+            Setup(Wide(arguments));
+            Note("setup", arguments);
+        }
+        const Text folder = Wide(Folder());
+        if (m_random() % 4 != 0 && Exists(folder + TEXT("\\QtvUnInst.exe"))) {
+            const std::list<HeldFile> held = Hold();
+            Uninstall(folder);
+            Note("uninstall", "");
+        }
+        RestartMachine();
+        Note("restart", "");
+        return m_result.str();
+    }
+
+  private:
+    void TestBody() override {}
+
+    static Text Wide(const std::string& text) { return {text.begin(), text.end()}; }
+    const char* Any(const std::vector<const char*>& list) { return list[m_random() % list.size()]; }
+
+    void MakePackage(unsigned generation) {
+        std::string manifest = "File Copy: QtvApp8.exe\r\nFile Copy: QtvUnInst.exe\r\n";
+        for (unsigned count = m_random() % 12; count > 0; --count)
+            manifest += std::string(Any(kPrefixes)) + Any(m_random() % 2 ? kNames : kValues) +
+                        (m_random() % 5 ? "\r\n" : " \n");
+        MakeFile(package + TEXT("\\QtvUnInst.log"), manifest);
+        for (const char* name : kNames)
+            if (m_random() % 4 != 0)
+                MakeFile(package + TEXT("\\") + Wide(name), name + std::string(generation, '!'));
+    }
+
+    std::string Options() {
+        std::string options;
+        for (unsigned count = m_random() % 3; count > 0; --count)
+            options += std::string(" ") + Any(kOptions);
+        return options;
+    }
+
+    // Where the product is, as far as the registry tells.
+    static std::string Folder() {
+        WCHAR path[MAX_PATH] = {};
+        DWORD cbPath = sizeof path;
+        HKEY key = nullptr;
+        if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, TEXT("SOFTWARE\\Lorvanta\\Qantivo 8"), 0, KEY_READ, &key) ==
+            0) {
+            (void)RegQueryValueExW(key, TEXT("Path"), nullptr, nullptr, reinterpret_cast<BYTE*>(path),
+                                   &cbPath);
+            RegCloseKey(key);
+        }
+        return path[0] ? Narrow(path) : "C:\\Scratch\\p\\Qantivo";
+    }
+
+    // A stranger's files in the product's folder, and files of the product that are gone.
+    void Spoil() {
+        const Text folder = Wide(Folder());
+        for (unsigned count = m_random() % 4; count > 0; --count) {
+            const Text path = folder + TEXT("\\") + Wide(Any(kNames));
+            if (m_random() % 2)
+                MakeFile(path, "a stranger's");
+            else
+                (void)DeleteFileW(path.c_str());
+        }
+        Note("spoilt", "");
+    }
+
+    std::list<HeldFile> Hold() {
+        std::list<HeldFile> held;
+        const Text path = Wide(Folder() + "\\" + Any(kNames));
+        if (m_random() % 3 == 0 && Exists(path) &&
+            !(GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_DIRECTORY))
+            held.emplace_back(path, Hold::NoDelete);
+        return held;
+    }
+
+    void Note(const char* step, const std::string& what) {
+        m_result << "== " << step << ' ' << what << '\n';
+        for (const auto& [name, state] : Changes()) {
+            m_result << name << "   ";
+            // A log holds paths with the user's name in them.
+            if (name.ends_with(".log") && state.starts_with("file "))
+                m_result << '\n' << Neutral(FileBytes(Where(name)).value_or("")) << '\n';
+            else
+                m_result << state << '\n';
+        }
+    }
+
+    std::mt19937 m_random;
+    std::ostringstream m_result;
+};
+
+TEST(RandomRuns, LeaveTheirResults) {
+    const char* const runs = std::getenv("QTV_RUNS");
+    const char* const results = std::getenv("QTV_RESULTS");
+    ASSERT_TRUE(runs && results) << "use scripts/differential.sh";
+    unsigned first = 0, last = 0;
+    ASSERT_EQ(std::sscanf(runs, "%u-%u", &first, &last), 2);
+    for (unsigned number = first; number <= last; ++number)
+        std::ofstream(BuildPath(results + ("/" + std::to_string(number))), std::ios::binary)
+            << RandomRun(number).Result();
+}
+
+}  // namespace
