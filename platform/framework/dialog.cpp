@@ -7,8 +7,12 @@ CDialog::~CDialog() {
 }
 
 INT_PTR CDialog::DoModal() {
-    return DialogBoxParamW(AfxGetResourceHandle(), MAKEINTRESOURCEW(m_template),
-                           m_parent ? m_parent->m_hWnd : nullptr, Procedure, reinterpret_cast<LPARAM>(this));
+    // What ends the loop without an EndDialog is no OK.
+    m_result = IDCANCEL;
+    const INT_PTR ended =
+        DialogBoxParamW(AfxGetResourceHandle(), MAKEINTRESOURCEW(m_template),
+                        m_parent ? m_parent->m_hWnd : nullptr, Procedure, reinterpret_cast<LPARAM>(this));
+    return ended == -1 ? -1 : m_result;
 }
 
 BOOL CDialog::Create(UINT templateId, CWnd* parent) {
@@ -20,6 +24,7 @@ BOOL CDialog::Create(UINT templateId, CWnd* parent) {
 }
 
 void CDialog::EndDialog(int result) {
+    m_result = result;
     if (m_hWnd) (void)::EndDialog(m_hWnd, result);
 }
 

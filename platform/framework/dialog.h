@@ -35,6 +35,7 @@ class CDialog : public CWnd {
 
     UINT m_template;
     CWnd* m_parent;
+    INT_PTR m_result = IDCANCEL;
 };
 
 // One exchange between the controls of a dialog and the fields of its object.

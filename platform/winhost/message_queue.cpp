@@ -228,6 +228,21 @@ bool TakeMessage(MSG& message, Taking how) {
     return true;
 }
 
+// The first message of a kind in that range, having carried out what others have sent.
+bool TakeChosen(MSG& message, UINT first, UINT last) {
+    CarryOutSent();
+    Queue& queue = Own();
+    Receive(queue);
+    const auto found = std::find_if(queue.messages.begin(), queue.messages.end(), [&](const MSG& waiting) {
+        return waiting.message >= first && waiting.message <= last;
+    });
+    if (found == queue.messages.end()) return false;
+    message = *found;
+    queue.messages.erase(found);
+    WriteHeld(queue);
+    return true;
+}
+
 }  // namespace winhost
 
 BOOL PostMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
@@ -252,8 +267,10 @@ BOOL GetMessageW(MSG* message, HWND window, UINT first, UINT last) {
 
 BOOL PeekMessageW(MSG* message, HWND window, UINT first, UINT last, UINT flags) {
     if (winhost::Fails("PeekMessageW")) return FALSE;
-    if (window || first || last || (flags & ~PM_REMOVE))
-        winhost::NotModelled("PeekMessageW", "a choice of messages");
+    const bool chooses = first || last;
+    if (window || (flags & ~PM_REMOVE) || (chooses && !(flags & PM_REMOVE)))
+        winhost::NotModelled("PeekMessageW", "a choice of windows, or a look at chosen messages");
+    if (chooses) return winhost::TakeChosen(*message, first, last);
     return winhost::TakeMessage(*message, flags ? winhost::Taking::Tries : winhost::Taking::Peeks);
 }
 

@@ -58,9 +58,9 @@ CString ProgramPath() {
     return cchPath < kPathChars ? CString(path, static_cast<int>(cchPath)) : CString();
 }
 
-bool IsInstallJob() {
+bool IsInstallJob(const CString& program) {
     if (__argc > 1 && IsOption(__wargv[1], TEXT("-install"))) return true;
-    return ProgramPath().MakeLower().Find(kInstallerNameTest) >= 0;
+    return CString(program).MakeLower().Find(kInstallerNameTest) >= 0;
 }
 
 // True when running copies are to be closed unasked. A flag at position 1 deliberately doesn't count.
@@ -112,7 +112,10 @@ BOOL CSetupApp::InitInstance() {
     AfxSetResourceHandle(GetModuleHandleW(nullptr));
     const CString title = LoadResString(IDS_SETUP_TITLE);
 
-    const bool isInstall = IsInstallJob();
+    const CString program = ProgramPath();
+    const bool isInstall = IsInstallJob(program);
+    // An installer that can't learn its own name would take its package for an installation and delete it.
+    if (!isInstall && program.IsEmpty()) return 0;
     if (isInstall && !explicitSilent && g_silentMode < 2) g_silentMode = 0;
     if (!isInstall && g_silentMode == 0 && !ConfirmUninstall(title)) return 0;
 

@@ -33,6 +33,7 @@ inline constexpr WCHAR kVersionTitlePattern[] = TEXT("Qantivo 8.%02d.%02d");
 extern int g_silentMode;
 // 0 for the current user, 1 for all users, 2 portable.
 extern int g_installType;
+inline constexpr int kPortable = 2;
 extern int g_desktopIcon;
 extern int g_autoStart;
 // At the very end restart the machine if g_rebootNeeded is non-zero, otherwise start the product.

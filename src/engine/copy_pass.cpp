@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr int kPortable = 2;
-
 // A value of two names is taken literally; only a plain one is a pattern and makes folders. A comment stays
 // part of the name, and so disables the record.
 void CopyRecord(LPCWSTR value, LPCWSTR folder) {

@@ -98,7 +98,7 @@ void PerformInstall() {
     (void)CopyMatching(kLogFile, g_sourceDir, g_targetDir);
     // An empty line parts the manifest's text from the records that follow.
     AppendLogLine(LogPath(), TEXT(""));
-    if (g_installType != 2) {
+    if (g_installType != kPortable) {
         MakeGroup();
         if (g_desktopIcon)
             MakeApplicationLink(

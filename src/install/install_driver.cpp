@@ -168,7 +168,7 @@ CString GetProgramFilesDir() {
 }
 
 void AbortDamaged() {
-    AfxMessageBox(LoadResString(IDS_DAMAGED), MB_OK | MB_ICONSTOP);
+    (void)AfxMessageBox(LoadResString(IDS_DAMAGED), MB_OK | MB_ICONSTOP);
     (void)ShellExecuteW(nullptr, TEXT("open"), QTV_WIDE(QTV_HOME_PAGE), nullptr, nullptr, SW_SHOW);
     std::exit(1);
 }

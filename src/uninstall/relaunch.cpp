@@ -65,7 +65,7 @@ void UninstallFrom(const CString& folder, LPCWSTR firstProgram) {
     UnregisterThumbnailHandler(folder);
     (void)DeleteFileW(firstProgram);
     PerformUninstall(folder);
-    if (g_silentMode == 0) AfxMessageBox(LoadResString(IDS_UNINSTALLED), MB_OK);
+    if (g_silentMode == 0) (void)AfxMessageBox(LoadResString(IDS_UNINSTALLED), MB_OK);
 }
 
 }  // namespace

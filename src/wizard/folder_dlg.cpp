@@ -10,7 +10,6 @@
 namespace {
 
 constexpr int kPatternChars = 520;
-constexpr int kPortable = 2;
 
 // Set when the user browsed to a folder while the type was portable. Each opening of the page clears it.
 BYTE g_portableFolderChosen;
@@ -39,6 +38,8 @@ ItemList BrowseForFolder(HWND owner) {
     browse.lpszTitle = title;
     browse.ulFlags = BIF_RETURNONLYFSDIRS | BIF_EDITBOX | BIF_VALIDATE | BIF_NEWDIALOGSTYLE;
     browse.lpfn = BrowseCallbackProc;
+    // Its new style needs COM.
+    (void)CoInitialize(nullptr);
     // The browser can open at a folder only when there is one.
     (void)CreateDirectoryW(g_targetDir, nullptr);
     ItemList items(SHBrowseForFolderW(&browse));
@@ -62,7 +63,7 @@ CFolderDlg::CFolderDlg(CWnd* parent) : CDialog(IDD_FOLDER, parent) {}
 // The folder that counts is the one in g_targetDir; only whether the page shows one is looked at.
 BOOL CFolderDlg::DestroyWindow() {
     if (m_folderText.GetText().IsEmpty()) {
-        AfxMessageBox(LoadResString(IDS_BROWSE_FIRST));
+        (void)AfxMessageBox(LoadResString(IDS_BROWSE_FIRST));
         return 0;
     }
     (void)UpdateData(TRUE);
@@ -111,7 +112,7 @@ void CFolderDlg::TakeFolder(const CString& chosen) {
     // An empty folder goes, whether or not the browser has made it: the install makes it again.
     (void)RemoveDirectoryW(chosen);
     if (HoldsFile(chosen, TEXT("QtvApp5.exe")) || HoldsFile(chosen, TEXT("QtvApp6.exe"))) {
-        AfxMessageBox(LoadResString(IDS_OLDER_VERSION_FOLDER));
+        (void)AfxMessageBox(LoadResString(IDS_OLDER_VERSION_FOLDER));
         return;
     }
     const bool holdsOtherThings =
@@ -147,7 +148,7 @@ int CALLBACK BrowseCallbackProc(HWND browser, UINT message, LPARAM, LPARAM) {
                                reinterpret_cast<LPARAM>(static_cast<LPCWSTR>(g_targetDir)));
             return 0;
         case BFFM_VALIDATEFAILEDW:
-            AfxMessageBox(LoadResString(IDS_INVALID_FOLDER));
+            (void)AfxMessageBox(LoadResString(IDS_INVALID_FOLDER));
             return 1;
         default:
             return 0;

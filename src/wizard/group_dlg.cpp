@@ -28,12 +28,12 @@ BOOL CGroupDlg::DestroyWindow() {
     if (!UpdateData(TRUE)) return 0;
     m_group.Trim();
     if (m_group.GetLength() < kShortestName) {
-        AfxMessageBox(LoadResString(IDS_GROUP_TOO_SHORT));
+        (void)AfxMessageBox(LoadResString(IDS_GROUP_TOO_SHORT));
         return 0;
     }
     const CString name = CString(m_group).MakeLower();
     if (name == ForbiddenName(CSIDL_STARTUP) || name == ForbiddenName(CSIDL_COMMON_STARTUP)) {
-        AfxMessageBox(LoadResString(IDS_GROUP_INVALID));
+        (void)AfxMessageBox(LoadResString(IDS_GROUP_INVALID));
         return 0;
     }
     g_autoStart = m_autoStart;

@@ -1,5 +1,7 @@
 #include "wizard/setup_dlg.h"
 
+#include <algorithm>
+
 #include "app/setup_state.h"
 #include "install/closing_page.h"
 #include "install/install_action.h"
@@ -15,7 +17,6 @@ namespace {
 
 enum Step { kWelcome, kAgreement, kDestination, kGroup, kReady, kLastPage };
 
-constexpr int kPortable = 2;
 // Pixels between the picture and a page.
 constexpr int kPageGap = 4;
 constexpr int kTextChars = 512;
@@ -29,6 +30,15 @@ CString PortableStartFolder() {
     const CString folder =
         g_targetDir.Last() == '\\' ? g_targetDir.Left(g_targetDir.GetLength() - 1) : g_targetDir;
     return folder.Left(folder.ReverseFind('\\'));
+}
+
+// Forgets keys and clicks that came while nobody could take them in: the second half of a double click would
+// press the button that has meanwhile become another one.
+void DropQueuedInput() {
+    MSG message;
+    while (PeekMessageW(&message, nullptr, WM_KEYFIRST, WM_KEYLAST, PM_REMOVE) ||
+           PeekMessageW(&message, nullptr, WM_MOUSEFIRST, WM_MOUSELAST, PM_REMOVE)) {
+    }
 }
 
 CString PortableText() {
@@ -77,7 +87,8 @@ void CSetupDlg::OnOK() {
         if (!m_currentPage->DestroyWindow()) return;
         m_currentPage.reset();
     }
-    ++m_page;
+    // Refused Backs may have counted it down below the first step.
+    m_page = std::max(m_page + 1, static_cast<int>(kWelcome));
     if (m_page == kGroup && g_installType == kPortable) m_page = kReady;
     if (m_savedTitle.IsEmpty()) m_savedTitle = GetText();
     if (m_page != kAgreement) {
@@ -156,6 +167,7 @@ void CSetupDlg::InstallAndShowResult() {
         (void)SetCursor(LoadCursorW(nullptr, IDC_WAIT));
         PerformInstall();
         (void)SetCursor(LoadCursorW(nullptr, IDC_ARROW));
+        DropQueuedInput();
     }
     m_nextButton.Enable(TRUE);
     if (g_rebootNeeded != 0) {
@@ -189,6 +201,8 @@ void CSetupDlg::ShowPageBesidePicture() {
 
 // The tick counts whether or not the box is seen.
 void CSetupDlg::Finish() {
+    // Pressed once: opening the page may take messages in.
+    m_nextButton.Enable(FALSE);
     g_runAfter = static_cast<int>(m_currentPage->SendToItem(IDC_RUN_AFTER, BM_GETCHECK));
     OpenClosingPage();
     CDialog::OnOK();

@@ -78,11 +78,11 @@ Driver Driver::Open(HWND button, const Text& title) const {
     return {m_process, title};
 }
 
-void Driver::Browse(HWND button, const Text& folder) const {
+void Driver::Browse(HWND button, const std::optional<Text>& folder) const {
     const Driver browser = Open(button, TEXT("Browse For Folder"));
-    if (!folder.empty())
-        (void)Send(browser.m_dialog, BFFM_SETSELECTIONW, TRUE, reinterpret_cast<LPARAM>(folder.c_str()));
-    browser.Press(folder.empty() ? IDCANCEL : IDOK);
+    if (folder && !folder->empty())
+        (void)Send(browser.m_dialog, BFFM_SETSELECTIONW, TRUE, reinterpret_cast<LPARAM>(folder->c_str()));
+    browser.Press(folder ? IDOK : IDCANCEL);
     Await([&] { return browser.HasEnded(); });
 }
 

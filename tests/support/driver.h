@@ -30,8 +30,9 @@ class Driver {
     // Presses a button that opens another dialog, with that title.
     Driver Open(HWND button, const Text& title) const;
     void Type(HWND edit, const Text& text) const;
-    // Presses a button that opens the folder browser, and there chooses the folder, or none when it is empty.
-    void Browse(HWND button, const Text& folder) const;
+    // Presses a button that opens the folder browser, and there chooses the folder, or the one that it opens
+    // at when the text is empty; cancels it without a text.
+    void Browse(HWND button, const std::optional<Text>& folder) const;
     // Waits until the condition holds, and until the program waits for the person again.
     void Await(const std::function<bool()>& condition) const;
     // Ends a dialog that a person would still have to deal with.

@@ -88,26 +88,4 @@ TEST_F(HostWindows, QueueIsFullAtTheSameNumberWhoeverHasTakenIn) {
     EXPECT_TRUE(DestroyWindow(own));
 }
 
-// As Windows does it and Wine does not.
-TEST_F(HostWindows, DisabledButtonAnswersNobody) {
-    static int commands;
-    const HWND dialog = CreateDialogParamW(
-        nullptr, MAKEINTRESOURCEW(103), nullptr,
-        [](HWND, UINT message, WPARAM, LPARAM) -> INT_PTR { return message == WM_COMMAND && ++commands; }, 0);
-    ASSERT_TRUE(dialog);
-    const HWND cancel = GetDlgItem(dialog, IDCANCEL);
-    for (const int expected : {3, 0}) {
-        commands = 0;
-        (void)SendMessageW(dialog, WM_CLOSE, 0, 0);
-        (void)SendMessageW(cancel, BM_CLICK, 0, 0);
-        (void)PostMessageW(cancel, WM_KEYDOWN, VK_ESCAPE, 0);
-        for (MSG message; PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE);)
-            EXPECT_TRUE(IsDialogMessageW(dialog, &message));
-        EXPECT_EQ(commands, expected);
-        (void)EnableWindow(cancel, FALSE);
-        EXPECT_EQ(GetFocus(), nullptr);
-    }
-    EXPECT_TRUE(DestroyWindow(dialog));
-}
-
 }  // namespace

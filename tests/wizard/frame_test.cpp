@@ -1,4 +1,7 @@
 // The frame: its steps and buttons, what it makes of a page that refuses to be left, and its last page.
+#include <shlobj.h>
+
+#include "support/shell_folders.h"
 #include "wizard/wizard_run.h"
 
 namespace {
@@ -73,6 +76,21 @@ TEST_F(Frame, GoesOnFromTheLowerNumberAfterARefusedBack) {
     });
 }
 
+// However far it has been counted down, there is no step in front of the first one.
+TEST_F(Frame, NeverGoesInFrontOfItsFirstStep) {
+    RunAt(2, [](const Driver& wizard) {
+        wizard.PressInPage(IDC_PORTABLE);
+        Press(wizard, IDC_BACK, {Resource(IDS_BROWSE_FIRST)});
+        wizard.PressInPage(IDC_FOR_USER);
+        Walk(wizard, "BNNN", {0, 1, 2, 3}, StepOn);
+        wizard.Type(wizard.PageControl(IDC_GROUP), TEXT(""));
+        for (int refused = 0; refused < 3; ++refused)
+            Press(wizard, IDC_BACK, {Resource(IDS_GROUP_TOO_SHORT)});
+        wizard.Type(wizard.PageControl(IDC_GROUP), TEXT("abc"));
+        Walk(wizard, "N", {0}, StepOn);
+    });
+}
+
 TEST_F(Frame, AsksBeforeItIsCancelled) {
     for (int step = 0; step <= 4; ++step)
         RunAt(step, [&](const Driver& wizard) {
@@ -111,6 +129,14 @@ TEST_F(Frame, TakesTheKeysOfItsPages) {
             EXPECT_EQ(answers.Shown()[0].text, Resource(IDS_CONFIRM_CANCEL));
         }
         wizard.Press(IDOK);
+        // Enter on a button of the page is that button's.
+        (void)SendMessageW(wizard.Window(), WM_NEXTDLGCTL,
+                           reinterpret_cast<WPARAM>(wizard.PageControl(IDC_BROWSE)), TRUE);
+        press(IDC_BROWSE, VK_RETURN);
+        Driver(GetCurrentProcessId(), TEXT("Browse For Folder")).Press(IDCANCEL);
+        wizard.Await([&] { return IsWindowEnabled(wizard.Window()) != 0; });
+        (void)SendMessageW(wizard.Window(), WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(wizard.Control(IDOK)),
+                           TRUE);
         press(IDC_FOR_USER, VK_RETURN);
         wizard.Await([&] { return StepOn(wizard) == 3; });
         press(IDC_GROUP, VK_RETURN);
@@ -164,7 +190,7 @@ TEST_F(Frame, EndsOnThePageThatTellsWhatToDoNext) {
         EXPECT_EQ(Run(person, 4), IDOK);
         EXPECT_EQ(g_runAfter, row.runAfter);
     }
-    EXPECT_TRUE(Tree().empty()) << "no install runs";
+    EXPECT_FALSE(Exists(Text(GetShellFolder(CSIDL_PROGRAMS)) + TEXT("\\Qantivo 8"))) << "no install runs";
 }
 
 // Right of the picture and level with it; the agreement in the frame's corner.

@@ -56,7 +56,8 @@ void WizardTest::Press(const Driver& wizard, int control, const std::vector<Text
     ExpectShown(answers, messages);
 }
 
-void WizardTest::Browse(const Driver& wizard, const Text& folder, const std::vector<Text>& messages) {
+void WizardTest::Browse(const Driver& wizard, const std::optional<Text>& folder,
+                        const std::vector<Text>& messages) {
     const BoxAnswers answers(std::vector<int>(messages.size(), IDOK));
     wizard.Browse(wizard.PageControl(IDC_BROWSE), folder);
     // A message comes behind the browser, and the frame is disabled as long as it is there.

@@ -23,7 +23,8 @@ class WizardTest : public ScratchTest {
     static void Press(const Driver& wizard, int control, const std::vector<Text>& messages,
                       int button = IDOK);
     // The same for a button that opens the folder browser, and the folder chosen there.
-    static void Browse(const Driver& wizard, const Text& folder, const std::vector<Text>& messages = {});
+    static void Browse(const Driver& wizard, const std::optional<Text>& folder,
+                       const std::vector<Text>& messages = {});
     static void Cancel(const Driver& wizard);
     // The number of the step that the wizard shows, by what is on its page.
     static int StepOn(const Driver& wizard);

@@ -566,14 +566,18 @@ BOOL VerQueryValueW(LPCVOID block, LPCWSTR query, LPVOID* value, PUINT cbValue);
 #define WM_NCCREATE 0x81u
 #define WM_NCDESTROY 0x82u
 #define WM_GETDLGCODE 0x87u
+#define WM_KEYFIRST 0x100u
 #define WM_KEYDOWN 0x100u
 #define WM_KEYUP 0x101u
 #define WM_CHAR 0x102u
 #define WM_SYSKEYDOWN 0x104u
 #define WM_SYSKEYUP 0x105u
 #define WM_SYSCHAR 0x106u
+#define WM_KEYLAST 0x109u
 #define WM_INITDIALOG 0x110u
 #define WM_COMMAND 0x111u
+#define WM_MOUSEFIRST 0x200u
+#define WM_MOUSELAST 0x20Eu
 #define WM_USER 0x400u
 #define WM_APP 0x8000u
 #define DM_GETDEFID (WM_USER + 0)
