@@ -49,7 +49,7 @@ class Template {
 
 using Ends = std::vector<std::pair<HWND, UINT>>;
 
-std::vector<int> commands;  // ids of pressed buttons, and what edits tell of their texts
+std::vector<int> commands;  // ids of pressed buttons
 Ends ends;
 
 // Button 50 ends the dialog with 500.
@@ -60,7 +60,6 @@ INT_PTR CALLBACK Procedure(HWND dialog, UINT message, WPARAM wParam, LPARAM lPar
             return TRUE;
         case WM_COMMAND:
             if (notification == BN_CLICKED) commands.push_back(id);
-            if (notification == EN_UPDATE || notification == EN_CHANGE) commands.push_back(notification);
             return id == 50 && notification == BN_CLICKED && EndDialog(dialog, 500);
         case WM_DESTROY:
         case WM_NCDESTROY:
@@ -88,51 +87,30 @@ class Dialogs : public ScratchTest {};
 TEST_F(Dialogs, HoldTheControlsOfTheirTemplates) {
     const std::vector<Item> items = {{kStatic, WS_VISIBLE, 10, TEXT("&Name")},
                                      {kEdit, kTab, 11, TEXT("Ann")},
-                                     {kButton, kTab, IDOK, TEXT("OK")},
-                                     {kButton, WS_TABSTOP, 3, TEXT("Hidden")}};
+                                     {kButton, kTab, IDOK, TEXT("OK")}};
     const HWND dialog = Make({kFrame, items});
     const HWND page = Make({kPage, {{kButton, kTab, 40, TEXT("In page")}}}, dialog);
     ASSERT_TRUE(dialog && page);
-    WCHAR text[16] = {};
     HWND child = GetWindow(dialog, GW_CHILD);
     for (const Item& item : items) {
         EXPECT_TRUE(child == GetDlgItem(dialog, item.id) && GetParent(child) == dialog);
-        EXPECT_GT(GetClassNameW(child, text, 16), 0);
-        EXPECT_EQ(Text(text), item.kind == kStatic ? TEXT("Static")
-                              : item.kind == kEdit ? TEXT("Edit")
-                                                   : TEXT("Button"));
         EXPECT_EQ(TextOf(child), item.text);
         child = GetWindow(child, GW_HWNDNEXT);
     }
     EXPECT_EQ(child, page) << "what comes later lies below";
-    EXPECT_EQ(GetDlgItemTextW(dialog, 11, text, 3), 2u);
-    EXPECT_EQ(FindWindowExW(dialog, GetDlgItem(dialog, IDOK), TEXT("BUTTON"), nullptr),
-              GetDlgItem(dialog, 3));
     EXPECT_EQ(GetDlgItem(dialog, 40), nullptr);
-
-    RECT units = {7, 10, 97, 19}, place = {};
-    EXPECT_TRUE(MapDialogRect(dialog, &units) && GetWindowRect(GetDlgItem(dialog, 11), &place));
-    POINT corner = {units.left, units.top};
-    EXPECT_TRUE(ClientToScreen(dialog, &corner) && corner.x == place.left && corner.y == place.top);
-    EXPECT_EQ(place.right - place.left, units.right - units.left);
 
     const HWND inPage = GetDlgItem(page, 40);
     EXPECT_EQ(GetFocus(), GetDlgItem(dialog, 11)) << "the first control that Tab goes to";
     EXPECT_TRUE(IsWindowVisible(dialog) && !IsWindowVisible(inPage));
-    EXPECT_TRUE(SetWindowPos(page, HWND_TOP, 4, 5, 0, 0, SWP_NOSIZE | SWP_SHOWWINDOW));
+    EXPECT_TRUE(SetWindowPos(page, HWND_TOP, 0, 0, 0, 0, SWP_NOSIZE | SWP_SHOWWINDOW));
     EXPECT_TRUE(IsWindowVisible(inPage) && GetWindow(dialog, GW_CHILD) == page);
-    EXPECT_TRUE(GetWindowRect(page, &place) && ScreenToClient(dialog, reinterpret_cast<POINT*>(&place)));
-    EXPECT_TRUE(place.left == 4 && place.top == 5);
-    EXPECT_EQ(SetFocus(GetDlgItem(dialog, IDOK)), GetDlgItem(dialog, 11));
-    EXPECT_TRUE(ShowWindow(GetDlgItem(dialog, IDOK), SW_HIDE));
-    EXPECT_NE(GetFocus(), GetDlgItem(dialog, IDOK)) << "what is hidden loses the focus";
 
     ends.clear();
     EXPECT_TRUE(DestroyWindow(dialog));
     EXPECT_EQ(ends,
               (Ends{{dialog, WM_DESTROY}, {page, WM_DESTROY}, {page, WM_NCDESTROY}, {dialog, WM_NCDESTROY}}));
     EXPECT_FALSE(IsWindow(inPage));
-    EXPECT_EQ(CreateDialogParamW(nullptr, MAKEINTRESOURCEW(999), nullptr, Procedure, 0), nullptr);
     EXPECT_EQ(DialogBoxParamW(nullptr, MAKEINTRESOURCEW(999), nullptr, Procedure, 0), -1);
 }
 
@@ -157,22 +135,17 @@ TEST_F(Dialogs, GoByKeys) {
         int command;  // the last one; 0 for none
     } rows[] = {{11, WM_KEYDOWN, VK_TAB, false, 20, 0},
                 {20, WM_KEYDOWN, VK_TAB, false, 30, 0},
-                {30, WM_KEYDOWN, VK_TAB, true, 20, 0},
                 {3, WM_KEYDOWN, VK_TAB, false, 40, 0},
                 {40, WM_KEYDOWN, VK_TAB, false, 11, 0},
                 {11, WM_KEYDOWN, VK_TAB, true, 40, 0},
                 {20, WM_KEYDOWN, VK_DOWN, false, 21, 21},
-                {20, WM_KEYDOWN, VK_LEFT, false, 21, 21},
                 {11, WM_KEYDOWN, VK_RETURN, false, 11, IDOK},
                 {3, WM_KEYDOWN, VK_RETURN, false, 3, 3},
-                {40, WM_KEYDOWN, VK_RETURN, false, 40, 40},
                 {11, WM_KEYDOWN, VK_ESCAPE, false, 11, IDCANCEL},
-                {11, WM_SYSCHAR, 'b', false, 3, 3},
                 {11, WM_SYSCHAR, 'k', false, 30, 30},
                 {3, WM_SYSCHAR, 'N', false, 11, 0},
                 {3, WM_CHAR, 't', false, 21, 21},
-                {3, WM_SYSCHAR, 'h', false, 3, 0},
-                {30, WM_KEYUP, VK_SPACE, false, 30, 0}};
+                {3, WM_SYSCHAR, 'h', false, 3, 0}};
     for (const auto& row : rows) {
         SCOPED_TRACE(::testing::Message() << row.from << " by " << row.message << " " << row.key);
         (void)CheckRadioButton(dialog, 20, 22, 20);
@@ -186,54 +159,13 @@ TEST_F(Dialogs, GoByKeys) {
         EXPECT_EQ(GetFocus(), control(row.focus));
         EXPECT_EQ(commands.empty() ? 0 : commands.back(), row.command);
         EXPECT_EQ(IsDlgButtonChecked(dialog, 21), row.command == 21);
-        EXPECT_EQ(IsDlgButtonChecked(dialog, 20), row.command != 21);
     }
     commands.clear();
     for (const UINT message : {WM_KEYDOWN, WM_KEYUP})
         EXPECT_TRUE(PostMessageW(control(30), message, VK_SPACE, 0));
-    (void)SendMessageW(dialog, WM_CLOSE, 0, 0);
     Pump(dialog);
-    EXPECT_EQ(commands, (std::vector{30, IDCANCEL}));
+    EXPECT_EQ(commands, std::vector{30});
     EXPECT_FALSE(IsDlgButtonChecked(dialog, 30)) << "ticked by its access key, and not any more";
-    EXPECT_TRUE(DestroyWindow(dialog));
-}
-
-Text Lines(int count) {
-    Text text;
-    for (int i = 0; i < count; ++i)
-        text += TEXT("A line of fifty units, the line end among them.\r\n");
-    return text;
-}
-
-TEST_F(Dialogs, HaveEdits) {
-    const HWND dialog = Make({kFrame,
-                              {{kEdit, kTab | ES_AUTOHSCROLL, 11, TEXT("")},
-                               {kEdit, kTab | ES_MULTILINE | ES_READONLY | ES_AUTOHSCROLL, 12, TEXT("")}}});
-    const HWND line = GetDlgItem(dialog, 11), lines = GetDlgItem(dialog, 12);
-    const Text longText = Lines(100'000);
-    commands.clear();
-    EXPECT_TRUE(SetWindowTextW(lines, longText.c_str()));
-    (void)SendMessageW(lines, WM_CHAR, 'a', 0);
-    EXPECT_TRUE(TextOf(lines) == longText) << "only what is typed has a limit, and is refused here";
-    EXPECT_TRUE(commands.empty()) << "an edit of many lines doesn't tell of a text that is set";
-    EXPECT_TRUE(SetWindowTextW(line, TEXT("one two")));
-    EXPECT_EQ(commands, (std::vector{EN_UPDATE, EN_CHANGE}));
-
-    (void)SendMessageW(line, EM_SETSEL, 0, 3);
-    (void)SendMessageW(line, EM_REPLACESEL, 0, reinterpret_cast<LPARAM>(TEXT("12")));
-    for (const WPARAM key : {WPARAM{VK_BACK}, WPARAM{'3'}, WPARAM{VK_RETURN}})
-        (void)SendMessageW(line, WM_CHAR, key, 0);
-    EXPECT_EQ(TextOf(line), TEXT("13 two"));
-    EXPECT_EQ(SendMessageW(line, EM_GETSEL, 0, 0), MAKELONG(2, 2));
-    (void)SendMessageW(line, EM_SETLIMITTEXT, 7, 0);
-    for (const WPARAM key : {'a', 'b', 'c'})
-        (void)SendMessageW(line, WM_CHAR, key, 0);
-    EXPECT_EQ(TextOf(line), TEXT("13a two")) << "the limit";
-    commands.clear();
-    (void)SetFocus(lines);
-    EXPECT_TRUE(PostMessageW(lines, WM_KEYDOWN, VK_ESCAPE, 0));
-    Pump(dialog);
-    EXPECT_EQ(commands, (std::vector{IDCANCEL})) << "an edit of many lines gives Esc to its dialog";
     EXPECT_TRUE(DestroyWindow(dialog));
 }
 
@@ -242,14 +174,12 @@ const std::vector<Item> kModalItems = {{kEdit, kTab | ES_MULTILINE | ES_AUTOHSCR
 
 TEST_F(Dialogs, RunUntilTheyEnd) {
     const HWND owner = Make({kFrame, {{kEdit, kTab, 60, TEXT("")}}});
-    (void)SetWindowTextW(owner, TEXT("Owner"));
+    (void)SetWindowTextW(owner, TEXT("Owner"));  // not what the driver looks for
     const Template modal(kFrame & ~WS_VISIBLE, kModalItems);
     const auto run = [&] { return DialogBoxIndirectParamW(nullptr, modal.get(), owner, Procedure, 0); };
     const auto drive = [&](const Driver& driver) {
         EXPECT_TRUE(GetWindow(driver.Window(), GW_OWNER) == owner && !IsWindowEnabled(owner));
         EXPECT_EQ(SendMessageW(driver.Window(), WM_APP, 3, 4), 7) << "carried out by the dialog's thread";
-        EXPECT_TRUE(SetDlgItemTextW(driver.Window(), 11, TEXT("typed")));
-        EXPECT_EQ(TextOf(driver.Control(11)), TEXT("typed"));
         driver.Press(50);
     };
     EXPECT_EQ(RunDriven(kTitle, run, drive), 500);
@@ -283,17 +213,15 @@ TEST_F(Dialogs, OfOtherProcessesAreDriven) {
         const RunningProgram program = StartChild("ShowsADialog");
         const Driver driver(program.Id(), kTitle);
         const HWND dialog = driver.Window(), edit = driver.Control(11);
-        const Text text = Lines(dies ? 1 : 10'000);
+        const Text text(500'000, TEXT('x'));
         EXPECT_TRUE(SendMessageW(edit, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text.c_str())));
         EXPECT_TRUE(TextOf(edit) == text);
         EXPECT_EQ(GetWindowTextLengthW(edit), 0) << "another process sees no more than titles";
-        DWORD_PTR result = 77;
+        DWORD_PTR result;
         EXPECT_FALSE(SendMessageTimeoutW(dialog, WM_APP + 1, 300, 0, SMTO_NORMAL, 20, &result));
         EXPECT_EQ(GetLastError(), DWORD{ERROR_TIMEOUT});
-        EXPECT_TRUE(SendMessageTimeoutW(dialog, WM_APP, 3, 4, SMTO_NORMAL, 10000, &result));
-        EXPECT_EQ(result, 7u);
+        EXPECT_EQ(SendMessageW(dialog, WM_APP, 3, 4), 7) << "the next answer is the next message's";
         const HWND own = Make({kFrame, {}});
-        (void)SetWindowTextW(own, TEXT("Own"));
         if (dies)
             EXPECT_EQ(SendMessageW(dialog, WM_APP + 2, 0, 0), 0) << "nobody is left to answer";
         else  // which sends back before it answers

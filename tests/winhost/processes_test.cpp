@@ -4,10 +4,8 @@
 
 #include <csignal>
 #include <fstream>
-#include <map>
 
 #include "process_table.h"
-#include "start.h"
 #include "support/scratch.h"
 #include "winhost.h"
 
@@ -18,33 +16,6 @@ namespace {
 class HostProcesses : public ScratchTest {};
 
 const std::string kSleeper = QTV_BUILD_FOLDER "/sleeper.exe";
-
-struct Started {
-    PROCESS_INFORMATION information = {};
-    bool done = false;
-    DWORD error = 0;
-    HANDLE handle() const { return information.hProcess; }
-    explicit Started(Text commandLine) {
-        STARTUPINFOW startup = {};
-        startup.cb = sizeof startup;
-        done = CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                              &startup, &information);
-        if (!done) error = GetLastError();
-    }
-    ~Started() {
-        if (!done) return;
-        (void)TerminateProcess(handle(), 1);
-        (void)WaitForSingleObject(handle(), INFINITE);
-        CloseHandle(information.hThread);
-        CloseHandle(handle());
-    }
-    Started(const Started&) = delete;
-    Started& operator=(const Started&) = delete;
-};
-
-std::size_t TableSize() {
-    return static_cast<std::size_t>(std::distance(fs::directory_iterator(winhost::TableFolder()), {}));
-}
 
 TEST_F(HostProcesses, OfTheHostAreNoneOfTheMachines) {
     const pid_t stranger = fork();
@@ -68,30 +39,24 @@ TEST_F(HostProcesses, OfTheHostAreNoneOfTheMachines) {
 
 TEST_F(HostProcesses, AreFoundByIdAndEndedThroughAHandleThatMay) {
     ImportFile(kSleeper, TEXT("C:\\Scratch\\sleeper.exe"));
-    const Started sleeper(TEXT("C:\\Scratch\\sleeper.exe"));
-    ASSERT_TRUE(sleeper.done);
-    const HANDLE weak = OpenProcess(SYNCHRONIZE, FALSE, sleeper.information.dwProcessId);
-    const HANDLE strong = OpenProcess(PROCESS_TERMINATE, FALSE, sleeper.information.dwProcessId);
+    const RunningProgram sleeper(TEXT("C:\\Scratch\\sleeper.exe"));
+    const HANDLE weak = OpenProcess(SYNCHRONIZE, FALSE, sleeper.Id());
+    const HANDLE strong = OpenProcess(PROCESS_TERMINATE, FALSE, sleeper.Id());
     ASSERT_TRUE(weak && strong);
-    DWORD exitCode = 0;
     EXPECT_FALSE(TerminateProcess(weak, 5));
     EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
-    EXPECT_FALSE(GetExitCodeProcess(strong, &exitCode));
     EXPECT_EQ(WaitForSingleObject(strong, 0), WAIT_FAILED);
     EXPECT_EQ(WaitForSingleObject(weak, 20), WAIT_TIMEOUT);
-    EXPECT_TRUE(GetExitCodeProcess(sleeper.handle(), &exitCode));
-    EXPECT_EQ(exitCode, STILL_ACTIVE);
 
     EXPECT_TRUE(TerminateProcess(strong, 0x12345));
     EXPECT_EQ(WaitForSingleObject(weak, INFINITE), WAIT_OBJECT_0);
-    EXPECT_TRUE(GetExitCodeProcess(sleeper.handle(), &exitCode));
-    EXPECT_EQ(exitCode, 0x12345u);
+    EXPECT_EQ(sleeper.ExitCode(), 0x12345u);
     EXPECT_FALSE(TerminateProcess(strong, 6)) << "it has ended";
-    EXPECT_EQ(OpenProcess(SYNCHRONIZE, FALSE, sleeper.information.dwProcessId), nullptr);
+    EXPECT_EQ(OpenProcess(SYNCHRONIZE, FALSE, sleeper.Id()), nullptr);
     CloseHandle(weak);
     CloseHandle(strong);
     EXPECT_TRUE(winhost::WaitForProcesses(10000));
-    EXPECT_EQ(TableSize(), 1u) << "this process alone is left in the table";
+    EXPECT_EQ(std::distance(fs::directory_iterator(winhost::TableFolder()), {}), 1) << "this process";
 }
 
 CHILD_PROGRAM(EndAsTold) {
@@ -125,35 +90,6 @@ TEST_F(HostProcesses, EndWithOneLineOutsideAnyMachine) {
     const std::string said(text, std::fread(text, 1, sizeof text, output));
     EXPECT_EQ(WEXITSTATUS(pclose(output)), 2);
     EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
-}
-
-TEST_F(HostProcesses, ProgramIsLookedForInTheOrderOfWindows) {
-    // This process's program stands in C:\Windows.
-    for (const LPCWSTR file :
-         {TEXT("C:\\Windows\\all.exe"), TEXT("C:\\Scratch\\all.exe"), TEXT("C:\\Windows\\System32\\all.exe"),
-          TEXT("C:\\Scratch\\two.exe"), TEXT("C:\\Windows\\System32\\two.exe"),
-          TEXT("C:\\Scratch\\path\\three.com"), TEXT("C:\\Scratch\\a b.exe"), TEXT("C:\\Scratch\\a b\\c.exe"),
-          TEXT("C:\\Scratch\\plain")})
-        MakeFile(file);
-    (void)SetEnvironmentVariableW(TEXT("Path"), TEXT("C:\\none;;C:\\Scratch\\path"));
-    const std::pair<LPCWSTR, LPCWSTR> rows[] = {
-        {TEXT("all"), TEXT("C:\\Windows\\all.exe")},
-        {TEXT("TWO.exe -x"), TEXT("C:\\Scratch\\two.exe")},
-        {TEXT("\"three.com\""), TEXT("C:\\Scratch\\path\\three.com")},
-        {TEXT("C:\\Scratch\\a b\\c d"), TEXT("C:\\Scratch\\a b\\c.exe")},
-        {TEXT("C:\\Scratch\\a b c"), TEXT("C:\\Scratch\\a b.exe")},
-        {TEXT("\"C:\\Scratch\\a b\" c"), TEXT("C:\\Scratch\\a b.exe")},
-        {TEXT("\"C:\\Scratch\\a\" b.exe"), TEXT("")},
-        {TEXT("plain"), TEXT("")},
-        {TEXT("path"), TEXT("")},
-        {TEXT(""), TEXT("")},
-    };
-    for (const auto& [line, program] : rows)
-        EXPECT_TRUE(winhost::SameName(winhost::FindCommand(line), program)) << winhost::Utf8(line);
-    for (const LPCWSTR file : {TEXT("C:\\Windows\\all.exe"), TEXT("C:\\Windows\\System32\\all.exe"),
-                               TEXT("C:\\Windows\\System32\\two.exe")})
-        DeleteTree(file);
-    (void)SetEnvironmentVariableW(TEXT("Path"), TEXT("C:\\Windows\\system32;C:\\Windows"));
 }
 
 }  // namespace

@@ -53,20 +53,6 @@ TEST_F(HostWindows, GoWithTheirProcessHoweverItEnds) {
     EXPECT_EQ(CountQueues(), 0u);
 }
 
-TEST_F(HostWindows, AreAsManyAsTheTableHolds) {
-    std::vector<HWND> windows;
-    while (const HWND window = Make(TEXT("One of many")))
-        windows.push_back(window);
-    EXPECT_EQ(windows.size(), winhost::kMostWindows);
-    EXPECT_TRUE(DestroyWindow(windows[7]));
-    const HWND late = Make(TEXT("In its place"));
-    EXPECT_TRUE(late);
-    EXPECT_NE(late, windows[7]) << "an old handle names no new window";
-    windows[7] = late;
-    for (const HWND window : windows)
-        EXPECT_TRUE(DestroyWindow(window));
-}
-
 CHILD_PROGRAM(PostsUntilTheQueueIsFull) {
     const auto window = reinterpret_cast<HWND>(std::stoull(winhost::Utf8(__wargv[1])));
     int posted = 0;
