@@ -5,7 +5,6 @@
 namespace {
 
 constexpr DWORD kPause = 5;
-constexpr DWORD kPatience = 20000;
 
 HWND MakeWindow(LPCWSTR title, DWORD style, DWORD exStyle, HWND owner) {
     static const bool registered = [] {
@@ -39,10 +38,6 @@ RawList::~RawList() {
     if (m_mapping) CloseHandle(m_mapping);
 }
 
-Ids RawList::Slots(std::size_t count) const {
-    return {m_words + kFirstId, m_words + kFirstId + count};
-}
-
 void RawList::Fill(DWORD word) {
     std::fill(m_words + kFirstId, m_words + kAdditional, word);
 }
@@ -71,34 +66,20 @@ std::vector<Received> Frame::Take() {
 }
 
 CHILD_PROGRAM(NeighbourProgram) {
-    const Text kind = __wargv[1];
-    DWORD style = WS_OVERLAPPEDWINDOW | WS_VISIBLE;
-    if (kind == TEXT("1")) style |= WS_DISABLED;
-    if (kind == TEXT("2")) style |= WS_MINIMIZE;
     // The title is what others find it by: it comes when the window stands as it will.
-    const HWND own = MakeWindow(TEXT(""), style, 0, nullptr);
+    const HWND own = MakeWindow(TEXT(""), WS_OVERLAPPEDWINDOW | WS_VISIBLE | WS_MINIMIZE, 0, nullptr);
     if (!own || !SetWindowTextW(own, TEXT("Qantivo - neighbour"))) return 3;
     MSG message = {};
     while (GetMessageW(&message, nullptr, 0, 0) > 0) {
         if (message.message == WM_CLOSE) return message.wParam == 0 && message.lParam == 0 ? 1 : 3;
-        if (message.message == WM_APP) return 2;
         DispatchMessageW(&message);
     }
     return 3;
 }
 
-Neighbour::Neighbour(Kind kind)
-    : m_program(StartChild("NeighbourProgram", Text(1, static_cast<WCHAR>('0' + kind)))) {
-    for (DWORD waited = 0; !m_window && waited < kPatience; waited += kPause) {
-        m_window = COXInstanceManager::FindInstanceWindow(Id());
-        if (!m_window) Sleep(kPause);
-    }
-    EXPECT_TRUE(m_window);
-}
-
-bool Neighbour::WasAskedToClose() const {
-    (void)PostMessageW(m_window, WM_APP, 0, 0);
-    const DWORD exitCode = ExitCode();
-    EXPECT_TRUE(exitCode == 1 || exitCode == 2) << exitCode;
-    return exitCode == 1;
+HWND AwaitWindow(const RunningProgram& neighbour) {
+    HWND window = nullptr;
+    while (neighbour.Runs() && !(window = COXInstanceManager::FindInstanceWindow(neighbour.Id())))
+        Sleep(kPause);
+    return window;
 }

@@ -26,8 +26,6 @@ class RawList {
     RawList& operator=(const RawList&) = delete;
     explicit operator bool() const { return m_words; }
     DWORD& operator[](std::size_t index) { return m_words[index]; }
-    // The ids that stand in the first slots, counted or not.
-    Ids Slots(std::size_t count) const;
     // Fills all slots and the words behind them.
     void Fill(DWORD word);
 
@@ -58,20 +56,6 @@ class Frame {
     HWND m_window;
 };
 
-// Starts a program with a window of that title and waits until the window is there. It ends with 1 when it is
-// asked to close by a WM_CLOSE without parameters, with 2 on WM_APP, whichever comes first, and otherwise
-// with 3.
-class Neighbour {
-  public:
-    enum Kind { Plain, Disabled, Minimized };
-    explicit Neighbour(Kind kind = Plain);
-    DWORD Id() const { return m_program.Id(); }
-    HWND window() const { return m_window; }
-    DWORD ExitCode() const { return m_program.ExitCode().value_or(0); }
-    // Ends the program unless it was asked to close before; whether it was.
-    bool WasAskedToClose() const;
-
-  private:
-    RunningProgram m_program;
-    HWND m_window = nullptr;
-};
+// NeighbourProgram, as a child, shows a minimized window that others take for the product's. It ends with 1
+// when it is asked to close by a WM_CLOSE without parameters. This waits for the window.
+HWND AwaitWindow(const RunningProgram& neighbour);

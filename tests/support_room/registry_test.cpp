@@ -1,7 +1,4 @@
 #include "support/registry.h"
-#include "support/shell_folders.h"
-
-#include <shlobj.h>
 
 #include "support/registry_values.h"
 #include "support/scratch.h"
@@ -17,8 +14,6 @@ TEST_F(Registry, TextsAreReadUpToTheLimitWhateverTheirType) {
         StoredValue stored;
         Text read;
     } rows[] = {
-        {Sz(TEXT("C:\\a b")), TEXT("C:\\a b")},
-        {Sz(TEXT("")), TEXT("")},
         {Sz(Text(129, 'x')), Text(129, 'x')},
         {Sz(Text(130, 'x')), TEXT("")},
         {{REG_BINARY, std::string(260, 'A')}, Text(130, 0x4141)},  // fills the limit without a terminator
@@ -27,39 +22,20 @@ TEST_F(Registry, TextsAreReadUpToTheLimitWhateverTheirType) {
         {Number(0x00420041), TEXT("AB")},
     };
     for (const auto& row : rows) {
-        for (const LPCWSTR name : {TEXT("Name"), static_cast<LPCWSTR>(nullptr)}) {
-            PutValue(HKEY_LOCAL_MACHINE, kKey, name, row.stored);
-            EXPECT_EQ(GetRegString(HKEY_LOCAL_MACHINE, kKey.c_str(), name).Text(), row.read);
-        }
+        PutValue(HKEY_LOCAL_MACHINE, kKey, nullptr, row.stored);
+        EXPECT_EQ(GetRegString(HKEY_LOCAL_MACHINE, kKey.c_str(), nullptr).Text(), row.read);
     }
     EXPECT_TRUE(GetRegString(HKEY_LOCAL_MACHINE, kKey.c_str(), TEXT("None")).IsEmpty());
-    EXPECT_TRUE(GetRegString(HKEY_CURRENT_USER, kKey.c_str(), TEXT("Name")).IsEmpty());
 }
 
 TEST_F(Registry, WritersMakeMissingLevelsAndStoreTheTerminator) {
     EXPECT_FALSE(RegKeyExists(HKEY_CURRENT_USER, kKey.c_str()));
     EXPECT_EQ(SetRegString(HKEY_CURRENT_USER, kKey.c_str(), TEXT("Name"), TEXT("")), 1);
-    EXPECT_EQ(SetRegString(HKEY_CURRENT_USER, kKey.c_str(), nullptr, TEXT("text")), 1);
     EXPECT_EQ(SetRegDword(HKEY_CURRENT_USER, kKey.c_str(), TEXT("Number"), 0x80000001), 1);
     EXPECT_TRUE(RegKeyExists(HKEY_CURRENT_USER, kKey.c_str()));
     EXPECT_EQ(GetValue(HKEY_CURRENT_USER, kKey, TEXT("Name")), Sz(TEXT("")));
-    EXPECT_EQ(GetValue(HKEY_CURRENT_USER, kKey, nullptr), Sz(TEXT("text")));
     EXPECT_EQ(GetValue(HKEY_CURRENT_USER, kKey, TEXT("Number")), Number(0x80000001));
     EXPECT_EQ(SetRegString(nullptr, kKey.c_str(), TEXT("Name"), TEXT("x")), 0);
-}
-
-TEST_F(Registry, ShellFoldersFallBackOnTheRegistry) {
-    const CString folder = GetShellFolder(CSIDL_STARTUP);
-    EXPECT_TRUE(Exists(folder.Text()));
-    DeleteTree(folder.Text());
-    EXPECT_EQ(GetShellFolder(CSIDL_STARTUP), folder) << "made again";
-    EXPECT_TRUE(Exists(folder.Text()));
-
-    constexpr int kUnlisted = 0x7FF;
-    PutValue(HKEY_CURRENT_USER, kShellFoldersKey, nullptr, Sz(TEXT("C:\\Default")));
-    EXPECT_EQ(GetShellFolder(kUnlisted), TEXT("C:\\Default"));
-    PutValue(HKEY_CURRENT_USER, kShellFoldersKey, nullptr, Sz(TEXT("")));
-    EXPECT_TRUE(GetShellFolder(kUnlisted).IsEmpty());
 }
 
 }  // namespace

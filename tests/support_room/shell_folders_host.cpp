@@ -17,18 +17,8 @@ TEST_F(ShellFolders, ComeFromTheirRegistryValuesWhenTheShellFails) {
         HKEY hive;
         LPCWSTR value;
     } rows[] = {
-        {0, HKEY_CURRENT_USER, TEXT("Desktop")},
-        {2, HKEY_CURRENT_USER, TEXT("Programs")},
-        {5, HKEY_CURRENT_USER, TEXT("Personal")},
-        {7, HKEY_CURRENT_USER, TEXT("Startup")},
-        {23, HKEY_LOCAL_MACHINE, TEXT("Common Programs")},
-        {24, HKEY_LOCAL_MACHINE, TEXT("Common Startup")},
-        {25, HKEY_LOCAL_MACHINE, TEXT("Common Desktop")},
-        {26, HKEY_CURRENT_USER, TEXT("AppData")},
-        {35, HKEY_LOCAL_MACHINE, TEXT("Common AppData")},
-        {39, HKEY_CURRENT_USER, TEXT("MyPictures")},
-        {46, HKEY_LOCAL_MACHINE, TEXT("Common Documents")},
-        {54, HKEY_LOCAL_MACHINE, TEXT("CommonPictures")},
+        {0, HKEY_CURRENT_USER, TEXT("Desktop")},  {23, HKEY_LOCAL_MACHINE, TEXT("Common Programs")},
+        {26, HKEY_CURRENT_USER, TEXT("AppData")}, {54, HKEY_LOCAL_MACHINE, TEXT("CommonPictures")},
         {6, HKEY_CURRENT_USER, nullptr},
     };
     const Text key = TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders");
