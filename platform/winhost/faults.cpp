@@ -5,7 +5,9 @@
 //   WINHOST_FAULTS   rules with semicolons between them: CALL#N, CALL#* (every use) or *#N (the n-th call of any name),
 //                    with =ERROR behind it for the error code, or =kill
 //   WINHOST_COUNTS   a host file that gets a line "CALL N" for each call used, when the process ends
+//   WINHOST_CONCERNS the programs that the two above concern, by the name of their file, with * and ?; without it, all
 //   WINHOST_CLOCK    "virtual": Sleep returns at once
+#include <fnmatch.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -23,6 +25,7 @@ struct Seam {
     std::vector<Fault> faults;
     std::map<std::string, unsigned> counts;
     unsigned total = 0;
+    bool concerned = true;
     bool virtualClock = false;
     std::mutex threads;
 };
@@ -49,11 +52,20 @@ std::vector<Fault> ParseFaults(std::string_view text) {
     return faults;
 }
 
+bool ConcernsThisProgram() {
+    const char* pattern = std::getenv("WINHOST_CONCERNS");
+    std::error_code error;
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", error).filename();
+    return !pattern || fnmatch(pattern, program.c_str(), 0) == 0;
+}
+
 Seam& TheSeam() {
     // Never destroyed: static objects of the program make calls after this unit's own would have gone.
     static Seam* seam = [] {
         auto* made = new Seam;
-        if (const char* text = std::getenv("WINHOST_FAULTS")) made->faults = ParseFaults(text);
+        made->concerned = ConcernsThisProgram();
+        const char* text = std::getenv("WINHOST_FAULTS");
+        if (text && made->concerned) made->faults = ParseFaults(text);
         const char* clock = std::getenv("WINHOST_CLOCK");
         made->virtualClock = clock && std::strcmp(clock, "virtual") == 0;
         return made;
@@ -78,7 +90,7 @@ std::map<std::string, unsigned> CallCounts() {
 
 void WriteCounts() {
     const char* path = std::getenv("WINHOST_COUNTS");
-    if (!path) return;
+    if (!path || !TheSeam().concerned) return;
     const std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen(path, "a"), std::fclose);
     if (!file) return;
     for (const auto& [call, count] : TheSeam().counts) std::fprintf(file.get(), "%s %u\n", call.c_str(), count);

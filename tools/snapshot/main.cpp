@@ -4,23 +4,11 @@
 #include <windows.h>
 
 #include <cstdio>
-#include <fstream>
-#include <sstream>
 
 #include "snapshot/snapshot.h"
+#include "snapshot/text.h"
 
 namespace {
-
-std::string ReadWhole(LPCWSTR path) {
-    std::string text;
-    if (FILE* file = _wfopen(path, TEXT("rb"))) {
-        char buffer[4096];
-        for (std::size_t count; (count = std::fread(buffer, 1, sizeof buffer, file)) > 0;)
-            text.append(buffer, count);
-        std::fclose(file);
-    }
-    return text;
-}
 
 void Print(const std::string& text) {
     (void)std::fwrite(text.data(), 1, text.size(), stdout);
@@ -48,7 +36,7 @@ int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR, int) {
         Print("usage: snapshot [BEFORE AFTER]\n");
         return 2;
     }
-    PrintChanges(snapshot::Compare(snapshot::FromText(ReadWhole(__wargv[1])),
-                                   snapshot::FromText(ReadWhole(__wargv[2]))));
+    PrintChanges(snapshot::Compare(snapshot::FromText(snapshot::ReadWhole(__wargv[1])),
+                                   snapshot::FromText(snapshot::ReadWhole(__wargv[2]))));
     return 0;
 }

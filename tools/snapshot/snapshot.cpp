@@ -8,27 +8,11 @@
 #include <cstring>
 #include <sstream>
 
+#include "snapshot/text.h"
+
 namespace snapshot {
 
 namespace {
-
-using Wide = std::basic_string<WCHAR>;
-
-std::string Narrow(const Wide& text) {
-    std::string out;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        std::uint32_t code = static_cast<std::uint16_t>(text[i]);
-        if (code >= 0xD800 && code < 0xDC00 && i + 1 < text.size())
-            code = 0x10000 + ((code - 0xD800) << 10) +
-                   ((static_cast<std::uint16_t>(text[++i]) - 0xDC00u) & 0x3FF);
-        const int trailing = code < 0x80 ? 0 : code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
-        static constexpr unsigned char kLead[] = {0, 0xC0, 0xE0, 0xF0};
-        out += static_cast<char>(kLead[trailing] | (code >> (6 * trailing)));
-        for (int shift = 6 * (trailing - 1); shift >= 0; shift -= 6)
-            out += static_cast<char>(0x80 | ((code >> shift) & 0x3F));
-    }
-    return out;
-}
 
 // Line feeds, tabs and other control characters would break the one-line form.
 std::string Escaped(const std::string& text) {
@@ -59,7 +43,7 @@ std::string Hex(std::uint64_t number, int digits) {
 constexpr std::uint64_t kDigestStart = 0xcbf29ce484222325u;
 constexpr std::uint64_t kDigestPrime = 0x100000001b3u;
 
-std::string FileWhat(const Wide& path, DWORD attributes) {
+std::string FileWhat(const WideText& path, DWORD attributes) {
     std::string what = "file ";
     if (attributes & FILE_ATTRIBUTE_READONLY) what += 'R';
     if (attributes & FILE_ATTRIBUTE_HIDDEN) what += 'H';
@@ -83,7 +67,7 @@ std::string FileWhat(const Wide& path, DWORD attributes) {
 }
 
 // The link's target and working folder; empty when the file is no shortcut that the shell reads.
-std::string ShortcutWhat(const Wide& path) {
+std::string ShortcutWhat(const WideText& path) {
     IShellLinkW* link = nullptr;
     if (FAILED(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
                                 reinterpret_cast<void**>(&link))))
@@ -95,9 +79,9 @@ std::string ShortcutWhat(const Wide& path) {
         WCHAR folder[MAX_PATH] = {};
         if (SUCCEEDED(file->Load(path.c_str(), 0)) &&
             SUCCEEDED(link->GetPath(target, MAX_PATH, nullptr, SLGP_RAWPATH))) {
-            what = "shortcut to " + Narrow(target);
+            what = "shortcut to " + Utf8(target);
             if (SUCCEEDED(link->GetWorkingDirectory(folder, MAX_PATH)) && folder[0])
-                what += " in " + Narrow(folder);
+                what += " in " + Utf8(folder);
         }
         file->Release();
     }
@@ -105,43 +89,43 @@ std::string ShortcutWhat(const Wide& path) {
     return what;
 }
 
-bool EndsIn(const Wide& text, const Wide& end) {
+bool EndsIn(const WideText& text, const WideText& end) {
     return text.size() >= end.size() && _wcsicmp(text.c_str() + text.size() - end.size(), end.c_str()) == 0;
 }
 
 // The system's own folders are not looked into: setup has no business there, and they are large.
-bool IsSystemFolder(const Wide& parent, const WCHAR* name) {
+bool IsSystemFolder(const WideText& parent, const WCHAR* name) {
     if (_wcsicmp(parent.c_str(), TEXT("C:\\")) == 0) return false;
     return _wcsicmp(parent.c_str(), TEXT("C:\\Windows\\")) == 0 && _wcsicmp(name, TEXT("Temp")) != 0;
 }
 
-void TakeFolder(Snapshot& snapshot, const Wide& folder) {
+void TakeFolder(Snapshot& snapshot, const WideText& folder) {
     WIN32_FIND_DATAW data;
     const HANDLE find = FindFirstFileW((folder + TEXT("*")).c_str(), &data);
     if (find == INVALID_HANDLE_VALUE) return;
     do {
         if (wcscmp(data.cFileName, TEXT(".")) == 0 || wcscmp(data.cFileName, TEXT("..")) == 0) continue;
-        const Wide path = folder + data.cFileName;
+        const WideText path = folder + data.cFileName;
         if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
             if (IsSystemFolder(folder, data.cFileName)) continue;
-            snapshot[Narrow(path) + "\\"] = "folder";
+            snapshot[Utf8(path) + "\\"] = "folder";
             TakeFolder(snapshot, path + TEXT("\\"));
             continue;
         }
         std::string what;
         if (EndsIn(path, TEXT(".lnk"))) what = ShortcutWhat(path);
-        snapshot[Narrow(path)] = what.empty() ? FileWhat(path, data.dwFileAttributes) : what;
+        snapshot[Utf8(path)] = what.empty() ? FileWhat(path, data.dwFileAttributes) : what;
     } while (FindNextFileW(find, &data));
     FindClose(find);
 }
 
 std::string ValueWhat(DWORD type, const std::vector<BYTE>& data) {
     const auto text = [&] {
-        Wide wide(data.size() / sizeof(WCHAR), WCHAR{0});
+        WideText wide(data.size() / sizeof(WCHAR), WCHAR{0});
         std::memcpy(wide.data(), data.data(), wide.size() * sizeof(WCHAR));
         while (!wide.empty() && wide.back() == 0)
             wide.pop_back();
-        return "\"" + Escaped(Narrow(wide)) + "\"";
+        return "\"" + Escaped(Utf8(wide)) + "\"";
     };
     switch (type) {
         case REG_SZ:
@@ -176,7 +160,7 @@ void TakeKey(Snapshot& snapshot, HKEY key, const std::string& name) {
             RegEnumValueW(key, index, valueName.data(), &cchName, nullptr, &type, data.data(), &cbData);
         if (status == ERROR_MORE_DATA) continue;
         if (status != ERROR_SUCCESS) break;
-        const std::string shown = cchName ? Escaped(Narrow(valueName.data())) : "(default)";
+        const std::string shown = cchName ? Escaped(Utf8(valueName.data())) : "(default)";
         snapshot[name + " : " + shown] =
             ValueWhat(type, {data.begin(), data.begin() + static_cast<std::ptrdiff_t>(cbData)});
     }
@@ -184,7 +168,7 @@ void TakeKey(Snapshot& snapshot, HKEY key, const std::string& name) {
     for (DWORD index = 0; RegEnumKeyW(key, index, subName, 512) == ERROR_SUCCESS; ++index) {
         HKEY subKey = nullptr;
         if (RegOpenKeyExW(key, subName, 0, KEY_READ, &subKey) != ERROR_SUCCESS) continue;
-        const std::string below = name + Escaped(Narrow(subName)) + "\\";
+        const std::string below = name + Escaped(Utf8(subName)) + "\\";
         snapshot[below] = "key";
         TakeKey(snapshot, subKey, below);
         RegCloseKey(subKey);
@@ -202,11 +186,11 @@ void TakeTree(Snapshot& snapshot, HKEY hive, LPCWSTR path, const std::string& na
 void TakeUsers(Snapshot& snapshot) {
     WCHAR user[512];
     for (DWORD index = 0; RegEnumKeyW(HKEY_USERS, index, user, 512) == ERROR_SUCCESS; ++index) {
-        const Wide name = user;
+        const WideText name = user;
         // A user's classes are a hive of their own, with the classes at its root.
         const bool classes = EndsIn(name, TEXT("_Classes"));
         TakeTree(snapshot, HKEY_USERS, (classes ? name : name + TEXT("\\Software")).c_str(),
-                 "HKU\\" + Narrow(name) + (classes ? "\\" : "\\Software\\"));
+                 "HKU\\" + Utf8(name) + (classes ? "\\" : "\\Software\\"));
     }
 }
 
@@ -222,7 +206,7 @@ void TakeMarks(Snapshot& snapshot) {
         if (RegQueryValueExW(key, value, nullptr, nullptr, reinterpret_cast<LPBYTE>(data.data()), &cbData) ==
             ERROR_SUCCESS) {
             const auto shown = [](const WCHAR* path) {
-                std::string text = Narrow(path);
+                std::string text = Utf8(path);
                 if (const auto prefix = text.find("\\??\\"); prefix != text.npos) text.erase(prefix, 4);
                 return text;
             };
@@ -248,7 +232,7 @@ Snapshot Take() {
     Snapshot snapshot;
     // The shell reads shortcuts through COM; a caller that has it already only counts one more use.
     (void)CoInitialize(nullptr);
-    for (const Wide drive : {TEXT("C:\\"), TEXT("D:\\")})
+    for (const WideText drive : {TEXT("C:\\"), TEXT("D:\\")})
         TakeFolder(snapshot, drive);
     TakeTree(snapshot, HKEY_LOCAL_MACHINE, TEXT("SOFTWARE"), "HKLM\\SOFTWARE\\");
     TakeUsers(snapshot);

@@ -1,0 +1,55 @@
+#!/usr/bin/env bash
+# Rehearses the sample package on an embedded machine and under Wine: both must tell the same of a fresh installation,
+# an update and a portable installation.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+host=${QTV_HOST_BUILD:-build/host}
+export QTV_WINDOWS_BUILD=${QTV_WINDOWS_BUILD:-$PWD/build/windows}
+
+for target in host windows; do
+    build=$host
+    [ "$target" = host ] || build=$QTV_WINDOWS_BUILD
+    [ -e "$build/CMakeCache.txt" ] || cmake --preset "$target" -B "$build" >/dev/null
+    cmake --build "$build" --target rehearse sample_package -- --quiet
+done
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+# A package of version 8.4 with two files more, of which the later version takes one away.
+make_earlier() {
+    cp -r "$1" "$2"
+    LC_ALL=C sed -i 's/\(\xBD\x04\xEF\xFE....\)\x05\x00\(\x08\x00\x00\x00\x02\x00\)\x05\x00/\1\x04\x00\2\x04\x00/' \
+        "$2/QtvApp8.exe"
+    printf 'help' >"$2/QtvApp8Man.hlp"
+    printf 'presets' >"$2/presets.dat"
+    printf 'File Copy: QtvApp8Man.hlp\r\nFile Copy: presets.dat\r\n' >>"$2/QtvUnInst.log"
+}
+make_earlier "$host/package" "$work/host"
+make_earlier "$QTV_WINDOWS_BUILD/package" "$work/windows"
+
+# Lines that Wine tells otherwise, each with its reason; the first names the package.
+wine_deviations=(
+    '^{"package": '
+)
+told() { grep -v -f <(printf '%s\n' "${wine_deviations[@]}"); }
+
+failed=
+# same NAME EARLIER|'' OPTIONS...
+same() {
+    local name=$1 host_earlier=() windows_earlier=()
+    if [ -n "$2" ]; then
+        host_earlier=(--earlier "$work/host") windows_earlier=(--earlier "$work/windows")
+    fi
+    shift 2
+    "$host/rehearse" --json "${host_earlier[@]}" "$host/package" -- "$@" | told >"$work/$name.host"
+    "$host/rehearse" --json --wine "${windows_earlier[@]}" "$QTV_WINDOWS_BUILD/package" -- "$@" | told >"$work/$name.wine"
+    if diff "$work/$name.host" "$work/$name.wine"; then
+        echo "rehearse_both: $name is told alike, in $(wc -l <"$work/$name.host") lines"
+    else
+        failed=yes
+    fi
+}
+same fresh '' -s
+same update earlier -s
+same portable '' -s -instport 'C:\Stick\Qantivo'
+[ -z "$failed" ]

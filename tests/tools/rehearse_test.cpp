@@ -1,0 +1,124 @@
+#include "rehearse/rehearsal.h"
+
+#include "support/scratch.h"
+
+namespace {
+
+const Text kPackage = TEXT("C:\\Package"), kEarlier = TEXT("C:\\Earlier package");
+const std::string kFolder = "C:\\Scratch\\Apps\\Qantivo\\";
+
+std::string Manifest(const std::string& records) {
+    return "File Copy: QtvApp8.exe\r\n" + records;
+}
+
+class Rehearsed : public ScratchTest {
+  protected:
+    ~Rehearsed() override { Clear(); }
+    static void Clear() {
+        for (const Text& folder : {kPackage, kEarlier, kScratch + TEXT("\\Apps"), kScratch + TEXT("\\Q")})
+            DeleteTree(folder);
+    }
+    // A package of a few files, one for each name.
+    static void MakePackage(const Text& folder, const std::string& manifest) {
+        for (const LPCWSTR name : {TEXT("\\setup.exe"), TEXT("\\QtvUnInst.exe"), TEXT("\\QtvApp8.exe")})
+            ImportFile(QTV_BUILD_FOLDER "/package/" + std::string(name + 1, name + wcslen(name)),
+                       folder + name);
+        for (const LPCWSTR name : {TEXT("\\presets.dat"), TEXT("\\StartQV8.exe")})
+            MakeFile(folder + name, std::string(folder.size(), 'x') + std::string(name, name + wcslen(name)));
+        MakeFile(folder + TEXT("\\QtvUnInst.log"), manifest);
+    }
+};
+
+// What stands in the installation's own folders, and why.
+std::string LeftFiles(const rehearse::Rehearsal& rehearsal) {
+    std::string text;
+    for (const auto& left : rehearsal.left)
+        if (left.change.name.starts_with("C:\\Scratch"))
+            text += left.change.name.substr(11) + " (" + left.reason + ")\n";
+    return text;
+}
+
+std::string AllSteps(const rehearse::Rehearsal& rehearsal) {
+    std::string text;
+    for (const auto& step : rehearsal.steps) {
+        text += step.name + "\n";
+        for (const std::string& program : step.outcome.programs)
+            text += "> " + program + "\n";
+        for (const auto& change : step.changes)
+            if (!change.name.starts_with("HK") && !change.name.starts_with("<"))
+                text += std::string(1, change.kind) + " " + change.name + " " + change.before + ", " +
+                        change.after + "\n";
+    }
+    return text;
+}
+
+TEST_F(Rehearsed, TellsEachStep) {
+    MakePackage(
+        kEarlier,
+        Manifest(
+            "File Copy: QtvUnInst.exe\r\nFile Copy: presets.dat > p.dat\r\nFile Copy: StartQV8.exe\r\n"));
+    MakePackage(kPackage,
+                Manifest("File Copy: QtvUnInst.exe\r\nFile Copy: presets.dat\r\nFile Del: p.dat\r\n"));
+    const auto rehearsal = rehearse::Rehearse({"-s", "-instdir", "C:\\Scratch\\Q"}, [](const auto&) {});
+    EXPECT_EQ(rehearsal.ExitCode(), 0);
+    EXPECT_EQ(AllSteps(rehearsal),
+              "setup of the earlier package\n"
+              "> regsvr32.exe /s \"C:\\Scratch\\Q\\ThumbQvi32.dll\"\n"
+              "> \"C:\\Scratch\\Q\\QtvApp8.exe\" -regonly\n"
+              "+ C:\\Scratch\\Q\\ , folder\n"
+              "+ C:\\Scratch\\Q\\QtvApp8.exe , as in the package\n"
+              "+ C:\\Scratch\\Q\\QtvUnInst.exe , as in the package\n"
+              "+ C:\\Scratch\\Q\\QtvUnInst.log , the earlier manifest and 4 lines more\n"
+              "+ C:\\Scratch\\Q\\StartQV8.exe , as in the earlier package\n"
+              "+ C:\\Scratch\\Q\\p.dat , presets.dat of the earlier package\n"
+              "setup\n"
+              "> regsvr32.exe /s \"C:\\Scratch\\Q\\ThumbQvi32.dll\"\n"
+              "> \"C:\\Scratch\\Q\\QtvApp8.exe\" -regonly\n"
+              "* C:\\Scratch\\Q\\QtvUnInst.log the earlier manifest and 4 lines more, the manifest and 4 "
+              "lines more\n"
+              "- C:\\Scratch\\Q\\p.dat presets.dat of the earlier package, \n"
+              "+ C:\\Scratch\\Q\\presets.dat , as in the package\n"
+              "uninstall\n"
+              "> <Temp>\\uni*.tmp -delself C:\\Scratch\\Q\\QtvUnInst.exe -s\n"
+              "> regsvr32.exe /s /u \"C:\\Scratch\\Q\\ThumbQvi32.dll\"\n"
+              "> \"C:\\Scratch\\Q\\QtvApp8.exe\" -unregonly\n"
+              "- C:\\Scratch\\Q\\QtvApp8.exe as in the package, \n"
+              "- C:\\Scratch\\Q\\QtvUnInst.exe as in the package, \n"
+              "- C:\\Scratch\\Q\\QtvUnInst.log the manifest and 4 lines more, \n"
+              "- C:\\Scratch\\Q\\presets.dat as in the package, \n"
+              "restart\n");
+    EXPECT_EQ(LeftFiles(rehearsal),
+              "Q\\ (it holds what stays)\n"
+              "Q\\StartQV8.exe (the log doesn't name it, so nothing takes it)\n");
+}
+
+TEST_F(Rehearsed, TellsWhatMayStayFromWhatShouldHaveGone) {
+    const std::string uninstaller = "File Copy: QtvUnInst.exe\r\n",
+                      onTheWay = "Apps\\ (on the way to the installation folder)\n";
+    const struct {
+        const char* name;
+        std::string records;
+        const char* option;
+        int exitCode;
+        std::string left;
+    } rows[] = {
+        {"portable", uninstaller + "File Copy prt: StartQV8.exe\r\n", "-instport", 0,
+         onTheWay + "Apps\\StartQV8.exe (a portable installation's, in the parent folder)\n"},
+        // The outer folder goes at the next start, and nothing takes the installation's then.
+        {"folders named from the outside", uninstaller + "Make Dir: a\r\nMake Dir: a\\b\r\n", "-instdir", 1,
+         onTheWay + "Apps\\Qantivo\\ ()\n"},
+        {"no uninstaller", "", "-instdir", 1,
+         "Apps\\ ()\nApps\\Qantivo\\ ()\nApps\\Qantivo\\QtvApp8.exe ()\nApps\\Qantivo\\QtvUnInst.log ()\n"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        MakePackage(kPackage, Manifest(row.records));
+        const auto rehearsal =
+            rehearse::Rehearse({"-s", row.option, "C:\\Scratch\\Apps\\Qantivo"}, [](const auto&) {});
+        EXPECT_EQ(rehearsal.ExitCode(), row.exitCode);
+        EXPECT_EQ(LeftFiles(rehearsal), row.left);
+        Clear();
+    }
+}
+
+}  // namespace

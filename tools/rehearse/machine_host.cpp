@@ -1,0 +1,130 @@
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+
+#include "process_table.h"
+#include "rehearse/machine.h"
+#include "snapshot/text.h"
+#include "winhost.h"
+
+namespace rehearse {
+
+namespace {
+
+// Where the machine's programs write; standard input is empty, so that no program asks at the terminal.
+class Streams {
+  public:
+    Streams() {
+        const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
+        const int errors =
+            open(ErrorFile().c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0666);
+        for (const int stream : {0, 1, 2}) {
+            m_saved[stream] = fcntl(stream, F_DUPFD_CLOEXEC, 3);
+            (void)dup2(stream == 2 ? errors : nothing, stream);
+        }
+        (void)close(nothing);
+        (void)close(errors);
+    }
+    ~Streams() {
+        for (const int stream : {0, 1, 2}) {
+            (void)dup2(m_saved[stream], stream);
+            (void)close(m_saved[stream]);
+        }
+    }
+    Streams(const Streams&) = delete;
+    Streams& operator=(const Streams&) = delete;
+    static std::filesystem::path ErrorFile() { return winhost::StateFolder() / "errors"; }
+
+  private:
+    int m_saved[3];
+};
+
+void EndAllPrograms() {
+    for (const auto& entry : std::filesystem::directory_iterator(winhost::TableFolder())) {
+        const auto id = static_cast<DWORD>(std::strtoul(entry.path().filename().c_str(), nullptr, 10));
+        if (id == 0 || id == GetCurrentProcessId()) continue;
+        const HANDLE process = OpenProcess(PROCESS_TERMINATE, FALSE, id);
+        if (!process) continue;
+        (void)TerminateProcess(process, 1);
+        (void)CloseHandle(process);
+    }
+    (void)winhost::WaitForProcesses(kRestMs);
+}
+
+// The fields of an event, the kind first.
+std::vector<std::string> Fields(const std::string& event) {
+    std::vector<std::string> fields(1);
+    for (std::size_t i = 0; i < event.size(); ++i) {
+        if (event[i] == '\t') {
+            fields.emplace_back();
+        } else {
+            const bool lineFeed = event.compare(i, 2, "\\n") == 0;
+            fields.back() += lineFeed ? '\n' : event[i];
+            i += lineFeed;
+        }
+    }
+    return fields;
+}
+
+void TakeEvents(Outcome& outcome) {
+    bool first = true;
+    for (const std::string& event : winhost::Events()) {
+        std::vector<std::string> fields = Fields(event);
+        fields.resize(5);
+        const std::string& kind = fields[0];
+        if (kind == "start-process") {
+            if (!first) outcome.programs.push_back(fields[1]);
+            first = false;
+        } else if (kind == "shell-execute") {
+            outcome.programs.push_back(fields[2]);
+        } else if (kind == "exit-windows") {
+            outcome.messages.push_back({"", "the machine is to be restarted", "not yet"});
+        } else if (kind.ends_with("-box")) {
+            outcome.messages.push_back({fields[1], fields[2], ButtonName(std::atoi(fields[4].c_str()))});
+        }
+    }
+}
+
+// What the machine itself says of a program that it can't run to the end.
+void TakeComplaints(Outcome& outcome) {
+    std::ifstream errors(Streams::ErrorFile());
+    for (std::string line; std::getline(errors, line);)
+        if (line.starts_with("winhost: ")) outcome.messages.push_back({"", line, "the program was ended"});
+}
+
+}  // namespace
+
+Outcome RunToEnd(const std::string& commandLine, const std::string& folder) {
+    winhost::ClearEvents();
+    const Streams streams;
+    snapshot::WideText line = snapshot::Wide(commandLine);
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process = {};
+    Outcome outcome;
+    outcome.started = CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr,
+                                     snapshot::Wide(folder).c_str(), &startup, &process);
+    if (!outcome.started) {
+        outcome.exitCode = GetLastError();
+        return outcome;
+    }
+    const bool ended = WaitForSingleObject(process.hProcess, kProgramMs) == WAIT_OBJECT_0 &&
+                       winhost::WaitForProcesses(kRestMs);
+    if (!ended) EndAllPrograms();
+    (void)GetExitCodeProcess(process.hProcess, &outcome.exitCode);
+    (void)CloseHandle(process.hThread);
+    (void)CloseHandle(process.hProcess);
+    TakeEvents(outcome);
+    TakeComplaints(outcome);
+    if (outcome.exitCode == kSessionEnded) outcome.messages.push_back(kPageForAPerson);
+    if (!ended) outcome.messages.push_back(kStillRunning);
+    return outcome;
+}
+
+void Restart() {
+    winhost::RestartMachine();
+}
+
+}  // namespace rehearse

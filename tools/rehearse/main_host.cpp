@@ -1,0 +1,208 @@
+// rehearse PACKAGE [--earlier PACKAGE] [--wine] [--json] [-- OPTION...]
+//
+// Installs a package on a throwaway machine, uninstalls it and restarts the machine; shows what each step
+// changed, and what is left in the end. OPTIONs are those of the setup program, -s without any; the earlier
+// package is installed first, with the same. With --wine the package's own Windows program runs, in a
+// throwaway prefix of Wine.
+// Ends with 0, with 1 when something is left that should not be, and with 2 when there is nothing to
+// rehearse.
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <optional>
+
+#include "rehearse/child.h"
+#include "rehearse/packages.h"
+#include "rehearse/report.h"
+#include "throwaway/throwaway_folder.h"
+#include "winhost.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using rehearse::PackageFolder;
+using rehearse::ProgramKind;
+using rehearse::Unusable;
+
+constexpr int kMisused = 2;
+
+struct Request {
+    std::string package;
+    std::string earlier;
+    bool wine = false;
+    bool json = false;
+    std::vector<std::string> options = {"-s"};
+};
+
+std::optional<Request> ReadArguments(const std::vector<std::string>& arguments) {
+    Request request;
+    bool misused = false;
+    for (std::size_t i = 1; i < arguments.size(); ++i) {
+        const std::string& argument = arguments[i];
+        if (argument == "--") {
+            request.options.assign(arguments.begin() + static_cast<std::ptrdiff_t>(i) + 1, arguments.end());
+            break;
+        }
+        if (argument == "--wine")
+            request.wine = true;
+        else if (argument == "--json")
+            request.json = true;
+        else if (argument == "--earlier" && i + 1 < arguments.size() && request.earlier.empty())
+            request.earlier = arguments[++i];
+        else if (argument.starts_with("-") || !request.package.empty())
+            misused = true;
+        else
+            request.package = argument;
+    }
+    if (!misused && !request.package.empty()) return request;
+    std::fputs("use: rehearse PACKAGE [--earlier PACKAGE] [--wine] [--json] [-- OPTION OF SETUP...]\n",
+               stderr);
+    return std::nullopt;
+}
+
+bool IsColoured() {
+    return isatty(STDOUT_FILENO) && !std::getenv("NO_COLOR");
+}
+
+void Print(const std::string& text) {
+    (void)std::fwrite(text.data(), 1, text.size(), stdout);
+    (void)std::fflush(stdout);
+}
+
+void Introduce(const Request& request, const std::string& machine) {
+    if (!request.json) Print(request.package + ", rehearsed on " + machine + "\n");
+}
+
+// The packages by their folder on the machine.
+std::vector<std::pair<PackageFolder, std::string>> Packages(const Request& request) {
+    // The name of a folder of the machine, from its path.
+    const auto name = [](const std::string& path) { return path.substr(3, path.size() - 4); };
+    std::vector<std::pair<PackageFolder, std::string>> packages;
+    packages.emplace_back(PackageFolder(request.package), name(rehearse::kPackage));
+    if (!request.earlier.empty())
+        packages.emplace_back(PackageFolder(request.earlier), name(rehearse::kEarlierPackage));
+    return packages;
+}
+
+// ---- an embedded machine ----
+
+int RehearseHere(const Request& request, const fs::path& machine) {
+    winhost::EnterMachine(machine);
+    const rehearse::Rehearsal rehearsal =
+        rehearse::Rehearse(request.options, [&](const rehearse::Step& step) {
+            if (!request.json) Print(rehearse::ToText(step, IsColoured()));
+        });
+    Print(request.json ? rehearse::ToJson(rehearsal, request.package, "embedded machine")
+                       : rehearse::LeftToText(rehearsal, IsColoured()));
+    return rehearsal.ExitCode();
+}
+
+int RehearseEmbedded(const Request& request, const fs::path& folder) {
+    const auto packages = Packages(request);
+    const fs::path machine = folder / "machine";
+    winhost::CreateMachine(machine);
+    Introduce(request, "an embedded machine");
+    for (const auto& [package, name] : packages) {
+        if (package.SetupKind() == ProgramKind::Host) {
+            package.CopyTo(machine / "C" / name);
+            continue;
+        }
+        const fs::path own = fs::read_symlink("/proc/self/exe").parent_path() / "setup.exe";
+        package.CopyTo(machine / "C" / name, own);
+        std::fprintf(stderr,
+                     "C:\\%s: its setup.exe is no program of this host, so %s runs instead; other Windows "
+                     "programs don't run\n",
+                     name.c_str(), own.c_str());
+    }
+    return rehearse::RunChild([&] { return RehearseHere(request, machine); });
+}
+
+// ---- a prefix of Wine ----
+
+[[noreturn]] void Become(std::vector<std::string> command) {
+    std::vector<char*> pointers;
+    for (std::string& argument : command)
+        pointers.push_back(argument.data());
+    pointers.push_back(nullptr);
+    (void)execvp(pointers[0], pointers.data());
+    std::fprintf(stderr, "rehearse: %s can't be started\n", pointers[0]);
+    std::_Exit(kMisused);
+}
+
+std::string Variable(const char* name, const char* otherwise) {
+    const char* const value = std::getenv(name);
+    return value ? value : otherwise;
+}
+
+// The services of the prefix outlive the programs that they serve.
+class WineServer {
+  public:
+    explicit WineServer(const fs::path& home) : m_prefix(home / "prefix") {}
+    ~WineServer() {
+        (void)rehearse::RunChild(
+            [&]() -> int {
+                setenv("WINEPREFIX", m_prefix.c_str(), 1);
+                Become({"/bin/sh", "-c", "exec 2>/dev/null; wineserver -k || /usr/lib/wine/wineserver64 -k"});
+            },
+            rehearse::Until::Done);
+    }
+    WineServer(const WineServer&) = delete;
+    WineServer& operator=(const WineServer&) = delete;
+
+  private:
+    const fs::path m_prefix;
+};
+
+int RehearseUnderWine(const Request& request, const fs::path& folder) {
+    const auto packages = Packages(request);
+    for (const auto& [package, name] : packages)
+        if (package.SetupKind() != ProgramKind::Windows)
+            throw Unusable((name == "Package" ? request.package : request.earlier) +
+                           ": its setup.exe is no Windows program");
+    const std::string wine = QTV_SOURCE_FOLDER "/scripts/wine.sh";
+    const std::string program =
+        Variable("QTV_WINDOWS_BUILD", QTV_SOURCE_FOLDER "/build/windows") + "/rehearse.exe";
+    if (!fs::exists(program))
+        throw Unusable(
+            program +
+            " is missing; cmake --preset windows && cmake --build --preset windows --target rehearse "
+            "makes it");
+    const fs::path home = folder / "wine";
+    setenv("QTV_WINE_HOME", home.c_str(), 1);
+    setenv("QTV_REHEARSAL", "1", 1);
+    // Wine takes arguments by it.
+    setenv("LC_ALL", "C.UTF-8", 1);
+    Introduce(request, "Wine");
+    const WineServer server(home);
+    // The first program makes the prefix.
+    const int made = rehearse::RunChild([&]() -> int { Become({wine, "cmd.exe", "/c", "exit"}); });
+    if (made != 0) return made > 128 ? made : kMisused;
+    for (const auto& [package, name] : packages)
+        package.CopyTo(home / "prefix/drive_c" / name);
+    return rehearse::RunChild([&]() -> int {
+        std::vector<std::string> command = {wine, program, request.package,
+                                            request.json   ? "json"
+                                            : IsColoured() ? "coloured"
+                                                           : "text"};
+        command.insert(command.end(), request.options.begin(), request.options.end());
+        Become(command);
+    });
+}
+
+}  // namespace
+
+int main(int count, char** values) {
+    const auto request = ReadArguments({values, values + count});
+    if (!request) return kMisused;
+    try {
+        const ThrowawayFolder folder("rehearse");
+        const rehearse::Children children;
+        return request->wine ? RehearseUnderWine(*request, folder.Path())
+                             : RehearseEmbedded(*request, folder.Path());
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "rehearse: %s\n", error.what());
+        return kMisused;
+    }
+}

@@ -1,0 +1,50 @@
+// The rehearsal inside a Wine prefix, started by the host's program, which has put the packages there:
+//   rehearse.exe PACKAGE text|coloured|json OPTION...
+// PACKAGE is the name to show.
+#include <fcntl.h>
+#include <io.h>
+
+#include <cstdio>
+
+#include "rehearse/report.h"
+#include "snapshot/text.h"
+
+namespace {
+
+void Print(const std::string& text) {
+    (void)std::fwrite(text.data(), 1, text.size(), stdout);
+    (void)std::fflush(stdout);
+}
+
+// Every Windows has this list, but not every new Wine prefix.
+void MakeListOfApplications() {
+    HKEY key = nullptr;
+    (void)RegCreateKeyW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\RegisteredApplications", &key);
+    (void)RegCloseKey(key);
+}
+
+}  // namespace
+
+int wmain(int count, wchar_t** values) {
+    // It installs and uninstalls on the system that it runs on, which so must be there for that alone.
+    if (!GetEnvironmentVariableW(L"QTV_REHEARSAL", nullptr, 0) || count < 3) {
+        Print(
+            "rehearse: this program does its work in a throwaway prefix of Wine; use the host's: rehearse "
+            "--wine\n");
+        return 2;
+    }
+    // The host reads what is written, and has no carriage returns.
+    (void)_setmode(_fileno(stdout), _O_BINARY);
+    std::vector<std::string> arguments;
+    for (int i = 1; i < count; ++i)
+        arguments.push_back(snapshot::Utf8(values[i]));
+    const bool json = arguments[1] == "json", coloured = arguments[1] == "coloured";
+    MakeListOfApplications();
+    const rehearse::Rehearsal rehearsal =
+        rehearse::Rehearse({arguments.begin() + 2, arguments.end()}, [&](const rehearse::Step& step) {
+            if (!json) Print(rehearse::ToText(step, coloured));
+        });
+    Print(json ? rehearse::ToJson(rehearsal, arguments[0], "Wine")
+               : rehearse::LeftToText(rehearsal, coloured));
+    return rehearsal.ExitCode();
+}

@@ -1,0 +1,264 @@
+#include "rehearse/rehearsal.h"
+
+#include <algorithm>
+#include <map>
+#include <sstream>
+
+#include "rehearse/residue.h"
+#include "snapshot/names.h"
+#include "snapshot/text.h"
+
+namespace rehearse {
+
+namespace {
+
+using snapshot::Neutral;
+using snapshot::Snapshot;
+
+constexpr char kUninstallerName[] = "\\QtvUnInst.exe";
+constexpr char kLogName[] = "\\QtvUnInst.log";
+constexpr char kUninstallString[] =
+    "HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Qantivo 8\\ : UninstallString";
+
+// The shell keeps lists of its own that change whenever somebody asks for a folder, 64-bit Windows shows some
+// keys to 32-bit programs a second time, and Wine's windows leave keys of Wine.
+bool IsSystemsOwn(const std::string& name) {
+    for (const char* part : {"\\Explorer\\Shell Folders", "\\Explorer\\User Shell Folders", "\\Wow6432Node\\",
+                             "\\Software\\Wine\\"})
+        if (name.find(part) != name.npos) return true;
+    return false;
+}
+
+bool IsMark(const std::string& name) {
+    return name.starts_with("mark ");
+}
+
+bool IsInPackage(const std::string& name) {
+    return name.starts_with(kPackage) || name.starts_with(kEarlierPackage);
+}
+
+std::string FileName(const std::string& path) {
+    return path.substr(path.rfind('\\') + 1);
+}
+
+std::string Quoted(const std::string& argument) {
+    if (!argument.empty() && argument.find_first_of(" \t\"") == argument.npos) return argument;
+    std::string out = "\"";
+    std::size_t backslashes = 0;
+    for (const char character : argument) {
+        // Backslashes count for themselves unless a quote follows.
+        if (character == '"') out.append(backslashes + 1, '\\');
+        backslashes = character == '\\' ? backslashes + 1 : 0;
+        out += character;
+    }
+    return out.append(backslashes, '\\') + '"';
+}
+
+// The log is the manifest, an empty line, and a line for each thing made outside the folder.
+struct Log {
+    std::string what;
+    std::vector<std::string> lines;
+};
+Log ReadLog(const std::string& path) {
+    const std::string text = snapshot::ReadWhole(snapshot::Wide(path));
+    std::string manifest;
+    Log log;
+    for (const auto& [folder, name] :
+         {std::pair(kPackage, "the manifest"), std::pair(kEarlierPackage, "the earlier manifest")}) {
+        const std::string other = snapshot::ReadWhole(snapshot::Wide(std::string(folder) + (kLogName + 1)));
+        if (other.size() <= manifest.size() || !text.starts_with(other)) continue;
+        manifest = other;
+        log.what = name;
+    }
+    if (manifest.empty()) return log;
+    std::istringstream rest(text.substr(manifest.size()));
+    for (std::string line; std::getline(rest, line);) {
+        if (line.ends_with('\r')) line.pop_back();
+        snapshot::WideText wide;
+        for (const char byte : line)
+            wide += static_cast<unsigned char>(byte);
+        if (!wide.empty()) log.lines.push_back(Neutral(snapshot::Utf8(wide)));
+    }
+    const auto count = log.lines.size();
+    if (count > 0) log.what += " and " + std::to_string(count) + (count == 1 ? " line more" : " lines more");
+    return log;
+}
+
+bool ByName(const snapshot::Change& left, const snapshot::Change& right) {
+    return left.name < right.name;
+}
+
+class Stage {
+  public:
+    explicit Stage(const std::function<void(const Step&)>& seen) : m_seen(seen) {
+        (void)Neutral({});  // makes the shell's folders before the first look
+        m_before = m_last = Look();
+        for (const auto& [name, what] : m_before)
+            if (IsInPackage(name)) m_origins[what].push_back(name);
+    }
+
+    bool Has(const std::string& name) const { return m_last.contains(name); }
+
+    void Install(const char* name, const std::string& folder, const std::vector<std::string>& options) {
+        std::string command = Quoted(folder + "setup.exe");
+        for (const std::string& option : options)
+            command += " " + Quoted(option);
+        Run({name, command, {}, {}, {}, {}, {}}, folder);
+    }
+
+    // What Windows' list of programs would start; an installation that isn't in it is found by its program.
+    std::vector<std::string> Uninstallers() const {
+        if (const auto listed = m_last.find(kUninstallString); listed != m_last.end()) {
+            std::string path = listed->second.substr(listed->second.find('"') + 1);
+            path = path.substr(0, path.rfind('"'));
+            if (Has(path)) return {path};
+        }
+        std::vector<std::string> found;
+        for (const auto& [name, what] : m_last)
+            if (name.ends_with(kUninstallerName) && !IsInPackage(name)) found.push_back(name);
+        return found;
+    }
+
+    std::vector<Installation> Installations() const {
+        std::vector<Installation> installations;
+        for (const std::string& uninstaller : Uninstallers())
+            installations.emplace_back(uninstaller, m_last);
+        return installations;
+    }
+
+    void Uninstall() {
+        const auto uninstallers = Uninstallers();
+        for (const std::string& path : uninstallers)
+            Run({"uninstall", "\"" + path + "\"", {}, {}, {}, {}, {}},
+                path.substr(0, path.size() + 1 - sizeof kUninstallerName), true);
+        if (!uninstallers.empty()) return;
+        Step step;
+        step.name = "uninstall";
+        step.outcome.messages.push_back(
+            {"", "the machine has no uninstaller of the product", "nothing to run"});
+        Finish(step, true);
+    }
+
+    void NextStart() {
+        Restart();
+        Step step;
+        step.name = "restart";
+        Finish(step, false);
+    }
+
+    Rehearsal End(const std::vector<Installation>& installations) {
+        m_rehearsal.left = Judge(snapshot::Compare(m_before, m_last), installations);
+        for (Leftover& left : m_rehearsal.left)
+            left.change = Described(left.change);
+        std::sort(
+            m_rehearsal.left.begin(), m_rehearsal.left.end(),
+            [](const Leftover& left, const Leftover& right) { return ByName(left.change, right.change); });
+        return std::move(m_rehearsal);
+    }
+
+  private:
+    static Snapshot Look() {
+        Snapshot now = snapshot::Take();
+        std::erase_if(now, [](const auto& item) { return IsSystemsOwn(item.first); });
+        for (auto& [name, what] : now) {
+            if (!name.ends_with(kLogName) || IsInPackage(name)) continue;
+            if (const std::string log = ReadLog(name).what; !log.empty()) what = log;
+        }
+        return now;
+    }
+
+    void Run(Step step, const std::string& folder, bool isUninstall = false) {
+        step.outcome = RunToEnd(step.command, folder);
+        for (std::string& program : step.outcome.programs)
+            program = Neutral(program);
+        Finish(step, isUninstall);
+    }
+
+    void Finish(Step& step, bool isUninstall) {
+        const Snapshot now = Look();
+        step.changes = Differences(m_last, now);
+        if (isUninstall) step.remains = Differences(m_before, now);
+        for (const auto& [name, what] : now)
+            if (IsMark(name)) step.marks.push_back(Neutral(what));
+        for (const auto& [name, what] : now)
+            if (name.ends_with(kLogName) && !IsInPackage(name) &&
+                !(m_last.contains(name) && m_last[name] == what))
+                step.logLines = ReadLog(name).lines;
+        m_last = now;
+        m_seen(step);
+        m_rehearsal.steps.push_back(std::move(step));
+    }
+
+    Changes Differences(const Snapshot& before, const Snapshot& after) const {
+        Changes changes;
+        for (const auto& change : snapshot::Compare(before, after))
+            if (!IsMark(change.name)) changes.push_back(Described(change));
+        std::sort(changes.begin(), changes.end(), ByName);
+        return changes;
+    }
+
+    snapshot::Change Described(const snapshot::Change& change) const {
+        const auto describe = [&](const std::string& what) {
+            return what.starts_with("file ") ? DescribedFile(change.name, what) : Neutral(what);
+        };
+        return {change.kind, Neutral(change.name), describe(change.before), describe(change.after)};
+    }
+
+    // By name first: setup program and uninstaller are the same bytes.
+    std::string DescribedFile(const std::string& name, const std::string& what) const {
+        const auto origins = m_origins.find(what);
+        if (origins == m_origins.end()) {
+            const auto digest = what.find(" bytes ");
+            const std::string kind = "file ";
+            return what.substr(kind.size(), digest == what.npos ? digest : digest + 6 - kind.size());
+        }
+        const auto rank = [&](const std::string& origin) {
+            return (FileName(origin) == FileName(name) ? 0 : 2) + (origin.starts_with(kPackage) ? 0 : 1);
+        };
+        const std::string& origin =
+            *std::min_element(origins->second.begin(), origins->second.end(),
+                              [&](const auto& left, const auto& right) { return rank(left) < rank(right); });
+        const bool isEarlier = rank(origin) % 2 == 1;
+        const std::string package = isEarlier ? "the earlier package" : "the package";
+        if (rank(origin) < 2) return "as in " + package;
+        const std::string folder = isEarlier ? kEarlierPackage : kPackage;
+        return origin.substr(folder.size()) + " of " + package;
+    }
+
+    const std::function<void(const Step&)>& m_seen;
+    Snapshot m_before;
+    Snapshot m_last;
+    std::map<std::string, std::vector<std::string>> m_origins;  // files of the packages, by what they are
+    Rehearsal m_rehearsal;
+};
+
+}  // namespace
+
+std::string ButtonName(int button) {
+    switch (button) {
+        case IDCANCEL:
+            return "Cancel";
+        case IDYES:
+            return "Yes";
+        case IDNO:
+            return "No";
+        default:
+            return "OK";
+    }
+}
+
+int Rehearsal::ExitCode() const {
+    return std::any_of(left.begin(), left.end(), [](const Leftover& item) { return item.reason.empty(); });
+}
+
+Rehearsal Rehearse(const std::vector<std::string>& options, const std::function<void(const Step&)>& seen) {
+    Stage stage(seen);
+    if (stage.Has(kEarlierPackage)) stage.Install("setup of the earlier package", kEarlierPackage, options);
+    stage.Install("setup", kPackage, options);
+    const std::vector<Installation> installations = stage.Installations();
+    stage.Uninstall();
+    stage.NextStart();
+    return stage.End(installations);
+}
+
+}  // namespace rehearse

@@ -1,0 +1,18 @@
+// A rehearsal for people and for programs.
+#pragma once
+
+#include <string>
+
+#include "rehearse/rehearsal.h"
+
+namespace rehearse {
+
+// What a step did, as a tree. `coloured`: for a terminal.
+std::string ToText(const Step& step, bool coloured);
+// What is left in the end, and the verdict.
+std::string LeftToText(const Rehearsal& rehearsal, bool coloured);
+
+// The whole rehearsal. `package` and `machine` name what was rehearsed, and where.
+std::string ToJson(const Rehearsal& rehearsal, const std::string& package, const std::string& machine);
+
+}  // namespace rehearse

@@ -1,0 +1,117 @@
+#include "rehearse/residue.h"
+
+#include <algorithm>
+
+#include "engine/manifest.h"
+#include "snapshot/text.h"
+#include "support/handles.h"
+
+namespace rehearse {
+
+namespace {
+
+constexpr LPCWSTR kFileKinds[] = {kFileCopy,    kFileCopyX64,   kFileCopyInd,
+                                  kFileCopyPrt, kFileOverwrite, kFileDel};
+
+std::string FolderOf(const std::string& path) {
+    return path.substr(0, path.rfind('\\') + 1);
+}
+
+bool IsFolder(const std::string& name) {
+    return name.ends_with('\\');
+}
+
+bool IsInRegistry(const std::string& name) {
+    return name.starts_with("HK");
+}
+
+// Whether a name holds one that is the product's alone; its maker's is shared with other products.
+bool NamesProduct(std::string name) {
+    std::transform(name.begin(), name.end(), name.begin(), [](unsigned char c) { return std::tolower(c); });
+    for (const char* own : {"qantivo", "qtv", "qv8."})
+        if (name.find(own) != name.npos) return true;
+    return false;
+}
+
+// Whether the system finds the file by one of the patterns, as the removal does.
+bool IsNamed(const std::string& file, const std::string& folder, const std::vector<CString>& patterns) {
+    const snapshot::WideText wanted = snapshot::Wide(file);
+    for (const CString& pattern : patterns) {
+        const CString path = CString(snapshot::Wide(folder).c_str()) + pattern;
+        const CString found = path.Left(path.ReverseFind('\\') + 1);
+        WIN32_FIND_DATAW data;
+        const FindHandle find(FindFirstFileW(path, &data));
+        if (!find) continue;
+        do {
+            if (_wcsicmp(found + data.cFileName, wanted.c_str()) == 0) return true;
+        } while (FindNextFileW(find.get(), &data));
+    }
+    return false;
+}
+
+}  // namespace
+
+Installation::Installation(const std::string& uninstaller, const snapshot::Snapshot& machine)
+    : m_folder(FolderOf(uninstaller)),
+      m_parent(FolderOf(m_folder.substr(0, m_folder.size() - 1))),
+      m_machine(machine) {
+    ReadLog("install.log");
+    ReadLog("QtvUnInst.log");
+}
+
+void Installation::ReadLog(const char* name) {
+    const FileStream log(_wfopen(snapshot::Wide(m_folder + name).c_str(), TEXT("r")));
+    WCHAR line[kLineChars];
+    while (log && ReadLogLine(line, log.get())) {
+        for (const LPCWSTR kind : kFileKinds)
+            if (RecordValue(line, kind)) m_patterns.push_back(RemovalPattern(line, kind));
+        if (RecordValue(line, kFileCopyPrt)) m_portablePatterns.push_back(RemovalPattern(line, kFileCopyPrt));
+    }
+}
+
+std::string Installation::WhyLeft(const snapshot::Change& change) const {
+    const std::string& name = change.name;
+    if (change.kind == '-' && name.starts_with(m_folder))
+        return "the installation folder is the package's own";
+    if (change.kind != '+') return {};
+    if (IsInRegistry(name)) return WhyKeyLeft(name);
+    if (!IsFolder(name)) return WhyFileLeft(name);
+    return name != m_folder && m_folder.starts_with(name) ? "on the way to the installation folder" : "";
+}
+
+std::string Installation::WhyFileLeft(const std::string& name) const {
+    if (name.starts_with(m_folder))
+        return IsNamed(name, m_folder, m_patterns) ? "" : "the log doesn't name it, so nothing takes it";
+    return FolderOf(name) == m_parent && IsNamed(name, m_parent, m_portablePatterns)
+               ? "a portable installation's, in the parent folder"
+               : "";
+}
+
+std::string Installation::WhyKeyLeft(const std::string& name) const {
+    if (!IsFolder(name) || NamesProduct(name)) return {};
+    for (auto below = m_machine.upper_bound(name); below != m_machine.end() && below->first.starts_with(name);
+         ++below)
+        if (NamesProduct(below->first.substr(name.size()))) return "on the way to a key of the product";
+    return {};
+}
+
+std::vector<Leftover> Judge(const Changes& left, const std::vector<Installation>& installations) {
+    std::vector<Leftover> judged;
+    for (const auto& change : left) {
+        std::string reason;
+        for (const Installation& installation : installations)
+            if (reason.empty()) reason = installation.WhyLeft(change);
+        judged.push_back({change, reason});
+    }
+    // A folder goes only when it is empty.
+    for (Leftover& folder : judged) {
+        const std::string& name = folder.change.name;
+        if (!folder.reason.empty() || !IsFolder(name) || IsInRegistry(name)) continue;
+        for (const Leftover& other : judged)
+            if (other.change.name != name && other.change.name.starts_with(name) && !other.reason.empty())
+                folder.reason = "it holds what stays";
+    }
+    return judged;
+}
+
+}  // namespace rehearse

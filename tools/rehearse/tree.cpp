@@ -1,0 +1,92 @@
+#include "rehearse/tree.h"
+
+namespace rehearse {
+
+namespace {
+
+constexpr std::size_t kNoteColumn = 48;
+constexpr int kRed = 31, kGreen = 32, kYellow = 33;
+constexpr char kValueSign[] = " : ";
+
+// The steps of a name: up to each backslash; a registry value is one step.
+std::vector<std::string> StepsOf(const std::string& name) {
+    std::vector<std::string> steps;
+    const auto value = name.starts_with("HK") ? name.find(kValueSign) : name.npos;
+    const std::string path = name.substr(0, value);
+    for (std::size_t at = 0, end; at < path.size(); at = end) {
+        end = path.find('\\', at);
+        end = end == path.npos ? path.size() : end + 1;
+        steps.push_back(path.substr(at, end - at));
+    }
+    if (value != name.npos) steps.push_back(name.substr(value + sizeof kValueSign - 1));
+    return steps;
+}
+
+}  // namespace
+
+std::string Shown(const std::string& text) {
+    static constexpr char kDigits[] = "0123456789abcdef";
+    std::string out;
+    for (const char byte : text) {
+        const auto code = static_cast<unsigned char>(byte);
+        if (code >= 0x20 && code != 0x7F)
+            out += byte;
+        else
+            out += {'\\', 'x', kDigits[code >> 4], kDigits[code & 15]};
+    }
+    return out;
+}
+
+std::string Coloured(const std::string& text, int colour, bool coloured) {
+    return coloured ? "\x1B[" + std::to_string(colour) + "m" + text + "\x1B[0m" : text;
+}
+
+int ColourOf(char kind) {
+    return kind == '+' ? kGreen : kind == '-' ? kRed : kYellow;
+}
+
+void Tree::Add(const snapshot::Change& change, const std::string& note) {
+    Tree* place = this;
+    for (const std::string& step : StepsOf(change.name))
+        place = &place->m_children[step];
+    place->m_kind = change.kind;
+    place->m_note = note;
+}
+
+std::size_t Tree::Count() const {
+    std::size_t count = 0;
+    for (const auto& [name, child] : m_children)
+        count += child.Count() + (child.m_kind != ' ');
+    return count;
+}
+
+// Whether the line of the one thing below, a folder or key as well, says it all.
+bool Tree::IsPassedOver() const {
+    if (m_children.size() != 1) return false;
+    const auto& [name, child] = *m_children.begin();
+    return name.ends_with('\\') && (m_kind == ' ' || (m_note.empty() && m_kind == child.m_kind));
+}
+
+std::string Tree::ToText(bool coloured, std::size_t indent) const {
+    std::string text;
+    for (const auto& [start, first] : m_children) {
+        std::string name = start;
+        const Tree* tree = &first;
+        while (tree->IsPassedOver()) {
+            const auto& [step, child] = *tree->m_children.begin();
+            name += step;
+            tree = &child;
+        }
+        const bool wentWhole = tree->m_kind == '-' && !tree->m_children.empty();
+        const std::string note =
+            wentWhole ? "with " + std::to_string(tree->Count()) + " below" : tree->m_note;
+        std::string line = std::string(indent, ' ') + tree->m_kind + ' ' + Shown(name);
+        if (!note.empty()) line.resize(std::max(line.size() + 3, kNoteColumn), ' ');
+        text += tree->m_kind == ' ' ? line : Coloured(line, ColourOf(tree->m_kind), coloured);
+        text += Shown(note) + '\n';
+        if (!wentWhole) text += tree->ToText(coloured, indent + 2);
+    }
+    return text;
+}
+
+}  // namespace rehearse

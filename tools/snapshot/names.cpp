@@ -1,0 +1,80 @@
+#include "snapshot/names.h"
+
+#include <shlobj.h>
+
+#include <utility>
+#include <vector>
+
+#include "snapshot/text.h"
+
+namespace snapshot {
+
+namespace {
+
+std::string ShellFolder(int folder) {
+    WCHAR path[MAX_PATH] = {};
+    (void)SHGetFolderPathW(nullptr, folder | CSIDL_FLAG_CREATE, nullptr, SHGFP_TYPE_CURRENT, path);
+    return Utf8(path);
+}
+
+std::string TemporaryFolder() {
+    WCHAR path[MAX_PATH] = {};
+    const DWORD cch = GetTempPathW(MAX_PATH, path);
+    return cch > 0 && cch < MAX_PATH ? Utf8(WideText(path, cch - 1)) : std::string();
+}
+
+// The user's key below HKEY_USERS: the one in which a key made for the current user shows.
+std::string CurrentUser() {
+    const WideText probe = TEXT("Software\\SnapshotProbe");
+    HKEY key = nullptr;
+    if (RegCreateKeyW(HKEY_CURRENT_USER, probe.c_str(), &key) != ERROR_SUCCESS) return {};
+    (void)RegCloseKey(key);
+    std::string found;
+    WCHAR name[256];
+    for (DWORD index = 0; RegEnumKeyW(HKEY_USERS, index, name, 256) == ERROR_SUCCESS; ++index) {
+        if (RegOpenKeyExW(HKEY_USERS, (name + (TEXT("\\") + probe)).c_str(), 0, KEY_READ, &key) !=
+            ERROR_SUCCESS)
+            continue;
+        (void)RegCloseKey(key);
+        found = Utf8(name);
+    }
+    (void)RegDeleteKeyW(HKEY_CURRENT_USER, probe.c_str());
+    return found;
+}
+
+// A path within another one stands in front of it.
+std::vector<std::pair<std::string, std::string>> FindNames() {
+    std::vector<std::pair<std::string, std::string>> names = {
+        {ShellFolder(CSIDL_COMMON_STARTUP), "<CommonStartup>"},
+        {ShellFolder(CSIDL_STARTUP), "<Startup>"},
+        {ShellFolder(CSIDL_COMMON_PROGRAMS), "<CommonPrograms>"},
+        {ShellFolder(CSIDL_PROGRAMS), "<Programs>"},
+        {ShellFolder(CSIDL_COMMON_DESKTOPDIRECTORY), "<CommonDesktop>"},
+        {ShellFolder(CSIDL_DESKTOP), "<Desktop>"},
+        {ShellFolder(CSIDL_MYPICTURES), "<Pictures>"},
+        {TemporaryFolder(), "<Temp>"},
+    };
+    if (const std::string user = CurrentUser(); !user.empty()) {
+        names.emplace_back("HKU\\" + user + "_Classes\\", "HKCU\\Software\\Classes\\");
+        names.emplace_back("HKU\\" + user, "HKCU");
+    }
+    std::erase_if(names, [](const auto& name) { return name.first.empty(); });
+    return names;
+}
+
+}  // namespace
+
+std::string Neutral(std::string text) {
+    static const auto names = FindNames();
+    for (const auto& [path, name] : names)
+        for (std::size_t at = 0; (at = text.find(path, at)) != text.npos; at += name.size())
+            text.replace(at, path.size(), name);
+    // The temporary copy's name has a number of the system's choosing.
+    const std::string copy = "<Temp>\\uni";
+    for (std::size_t at = 0; (at = text.find(copy, at)) != text.npos; at += copy.size())
+        if (const auto end = text.find(".tmp", at); end != text.npos)
+            text.replace(at + copy.size(), end - at - copy.size(), "*");
+    return text;
+}
+
+}  // namespace snapshot

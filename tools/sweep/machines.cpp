@@ -1,0 +1,198 @@
+#include "sweep/machines.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <regex>
+#include <sstream>
+
+#include "internal.h"
+#include "process_table.h"
+#include "snapshot/snapshot.h"
+#include "sweep/scenarios.h"
+#include "winhost.h"
+
+namespace fs = std::filesystem;
+
+namespace sweep {
+
+namespace {
+
+// A run takes less than a second; the program's own waits are up to five.
+constexpr DWORD kHangMs = 30000;
+
+std::string ReadWhole(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// What programs wrote to standard error, on one line.
+std::string CapturedErrors() {
+    std::string text = ReadWhole("/proc/self/fd/2");
+    std::replace_if(
+        text.begin(), text.end(), [](unsigned char byte) { return byte < ' '; }, ' ');
+    return text;
+}
+
+std::string Neutral(const std::string& text) {
+    static const std::regex temporary("\\\\(uni|q8t)[0-9a-f]{1,4}\\.tmp", std::regex::icase);
+    return std::regex_replace(text, temporary, "\\$1.tmp");
+}
+
+// The application counts its starts by itself.
+bool IsApplicationsOwn(const std::string& name) {
+    return name.ends_with(" : Starts");
+}
+
+void TakeMark(State& state, const std::string& name, const std::string& what) {
+    std::string& places = state["mark: " + Neutral(what)];
+    places += (places.empty() ? "" : " ") + name.substr(name.size() - 3);
+}
+
+void TakeLog(State& state, const std::string& name) {
+    std::istringstream lines(ReadWhole(winhost::HostPath(kLogFile)));
+    std::string manifest;
+    std::map<std::string, int> records;
+    bool behind = false;
+    for (std::string line; std::getline(lines, line);) {
+        if (!behind && line != "\r")
+            manifest += line;
+        else if (behind)
+            ++records[line.substr(0, line.find('\r'))];
+        behind = behind || line == "\r";
+    }
+    state[name] = "a log of manifest " + std::to_string(std::hash<std::string>()(manifest));
+    for (const auto& [record, count] : records)
+        state["log: " + record] = count == 1 ? "once" : std::to_string(count) + " times";
+}
+
+void EndAllProcesses() {
+    for (const auto& entry : fs::directory_iterator(winhost::TableFolder())) {
+        const auto id = static_cast<DWORD>(std::atoi(entry.path().filename().c_str()));
+        if (id == 0 || id == GetCurrentProcessId()) continue;
+        const HANDLE process = OpenProcess(PROCESS_TERMINATE, FALSE, id);
+        if (!process) continue;
+        (void)TerminateProcess(process, 1);
+        (void)CloseHandle(process);
+    }
+    (void)winhost::WaitForProcesses(kHangMs);
+}
+
+// The rule that the environment hands to the program.
+std::string Rule(const Disturbance& disturbance) {
+    const std::string nth = disturbance.nth ? std::to_string(disturbance.nth) : "*";
+    return disturbance.call + "#" + nth + (disturbance.kills ? "=kill" : "");
+}
+
+void SetOrUnset(const char* variable, const std::string& value) {
+    if (value.empty())
+        unsetenv(variable);
+    else
+        setenv(variable, value.c_str(), 1);
+}
+
+std::map<std::string, unsigned> ReadCounts(const fs::path& path) {
+    std::map<std::string, unsigned> counts;
+    std::ifstream file(path);
+    std::string call;
+    for (unsigned count; file >> call >> count;)
+        counts[call] += count;
+    return counts;
+}
+
+// Null when it doesn't start.
+HANDLE Start(std::u16string commandLine) {
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process = {};
+    if (!CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, u"C:\\", &startup,
+                        &process))
+        return nullptr;
+    (void)CloseHandle(process.hThread);
+    return process.hProcess;
+}
+
+}  // namespace
+
+std::string Describe(const Disturbance& disturbance) {
+    const std::string use = disturbance.nth ? "#" + std::to_string(disturbance.nth) : ", every use,";
+    return disturbance.program + (disturbance.kills ? " killed at " : ": ") + disturbance.call + use +
+           (disturbance.kills ? "" : " fails");
+}
+
+State TakeState() {
+    State state;
+    for (const auto& [name, what] : snapshot::Take()) {
+        if (IsApplicationsOwn(name)) continue;
+        if (name.starts_with("mark "))
+            TakeMark(state, name, what);
+        else if (winhost::Utf16(name) == kLogFile)
+            TakeLog(state, name);
+        else
+            state[Neutral(name)] = what;
+    }
+    return state;
+}
+
+void CopyMachine(const fs::path& from, const fs::path& to) {
+    fs::create_directories(to);
+    for (auto entry = fs::recursive_directory_iterator(from); entry != fs::recursive_directory_iterator();
+         ++entry) {
+        const fs::path name = entry->path().lexically_relative(from);
+        const fs::path target = to / name;
+        if (entry->is_directory()) {
+            fs::create_directory(target);
+            if (name == ".state/processes") entry.disable_recursion_pending();
+        } else if (name.native().starts_with("C/Package/") && name.extension() == ".exe") {
+            fs::create_hard_link(entry->path(), target);
+        } else {
+            fs::copy_file(entry->path(), target);
+            const DWORD attributes = winhost::StoredAttributes(entry->path(), false);
+            if (attributes != FILE_ATTRIBUTE_ARCHIVE) (void)winhost::StoreAttributes(target, attributes);
+        }
+    }
+}
+
+void CaptureErrors(const fs::path& file) {
+    const int errors = open(file.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0666);
+    (void)dup2(errors, STDERR_FILENO);
+    (void)dup2(open("/dev/null", O_WRONLY | O_CLOEXEC), STDOUT_FILENO);
+    (void)close(errors);
+}
+
+RunOutcome Run(const std::u16string& commandLine, const std::string& watched,
+               const std::optional<Disturbance>& disturbance) {
+    const fs::path counts = winhost::StateFolder() / "counts";
+    fs::remove(counts);
+    (void)!ftruncate(STDERR_FILENO, 0);
+
+    setenv("WINHOST_CLOCK", "virtual", 1);
+    setenv("WINHOST_COUNTS", counts.c_str(), 1);
+    setenv("WINHOST_CONCERNS", (disturbance ? disturbance->program : watched).c_str(), 1);
+    SetOrUnset("WINHOST_FAULTS", disturbance ? Rule(*disturbance) : "");
+    RunOutcome outcome;
+    const HANDLE process = Start(commandLine);
+    if (!process) outcome.complaint = "the program does not start";
+    if (!winhost::WaitForProcesses(kHangMs)) {
+        outcome.complaint = "hangs";
+        EndAllProcesses();
+    }
+    // A child is asked for its exit code before this process forks: only its parent can do so.
+    DWORD exitCode = 0;
+    (void)GetExitCodeProcess(process, &exitCode);
+    (void)CloseHandle(process);
+    outcome.calls = ReadCounts(counts);
+
+    const bool kills = disturbance && disturbance->kills;
+    const std::string errors = CapturedErrors();
+    if (!errors.empty()) outcome.complaint = errors;
+    if (outcome.complaint.empty() && outcome.calls.empty() != kills)
+        outcome.complaint = kills ? "the call to be killed at was not reached" : "the program crashed";
+    return outcome;
+}
+
+}  // namespace sweep

@@ -1,0 +1,43 @@
+// Machines of a sweep: made once, copied for each trial, run with one call disturbed, and looked at.
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+
+namespace sweep {
+
+// What happens to one platform call of one program.
+struct Disturbance {
+    std::string program;  // name of its file, with * and ?
+    std::string call;
+    unsigned nth = 0;  // its use, counted from 1; 0: every use
+    bool kills = false;
+};
+std::string Describe(const Disturbance& disturbance);
+
+// A machine as sorted text, as in snapshot/snapshot.h, but:
+//   - numbers in the names of temporary files are left out
+//   - a mark is an item by what it does ("mark: delete C:\x"), its place in the list being what it is
+//   - the log is one item for the manifest in it, and one for each record behind that
+using State = std::map<std::string, std::string>;
+State TakeState();
+
+// Copies a machine that no process runs in. Programs of the package folder are shared by hard links.
+void CopyMachine(const std::filesystem::path& from, const std::filesystem::path& to);
+
+// Takes what programs write to standard error from now on. Called once in a process.
+void CaptureErrors(const std::filesystem::path& file);
+
+struct RunOutcome {
+    std::map<std::string, unsigned> calls;  // of the program watched, by name; empty unless it ended in order
+    std::string complaint;  // a crash, a finding of the sanitizers, a hang, on one line; empty for none
+};
+// Runs a command on the machine that this process has entered, with all that it starts, to the end. The clock
+// is virtual. `watched` is the program whose calls are counted and whose end is looked at; with a
+// disturbance, it is that one's.
+RunOutcome Run(const std::u16string& commandLine, const std::string& watched,
+               const std::optional<Disturbance>& disturbance = std::nullopt);
+
+}  // namespace sweep

@@ -1,0 +1,51 @@
+// One disturbed run, and what is wrong with the machine that it left.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "sweep/machines.h"
+#include "sweep/scenarios.h"
+
+namespace sweep {
+
+// Until when a machine is other than it should be.
+enum class Stage {
+    Run,      // no matter of the machine: a crash, a hang
+    AtOnce,   // until a second run and a restart
+    Second,   // a restart has to come before that second run, too
+    Lasting,  // the product has to be installed again, and then uninstalled
+    ForGood,  // none of these helps
+};
+
+struct Problem {
+    Stage stage;
+    std::string item;  // as in State
+    std::string what;  // what it is; "gone" for nothing
+    bool operator==(const Problem&) const = default;
+};
+
+// A problem as one line of text, and back.
+std::string ToLine(const Problem& problem);
+Problem FromLine(const std::string& line);
+
+// The machines of an undisturbed run.
+struct Reference {
+    State before;
+    State after;
+    State restarted;
+    std::map<std::string, std::map<std::string, unsigned>> calls;  // by program, then by call
+};
+
+// Runs the scenario undisturbed in copies of the prepared machine, below `work`.
+Reference MakeReference(const Scenario& scenario, const std::filesystem::path& prepared,
+                        const std::filesystem::path& work);
+
+// Tries one disturbance in copies of the prepared machine, below `work`. What is found of a machine is kept
+// in the folder `known`, so that no machine is looked at twice, whichever process meets it.
+std::vector<Problem> Try(const Scenario& scenario, const Disturbance& disturbance, const Reference& reference,
+                         const std::filesystem::path& prepared, const std::filesystem::path& work,
+                         const std::filesystem::path& known);
+
+}  // namespace sweep
