@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
 # Installs what building and testing take, with apt-get; quick when nothing is missing. What the Windows target alone
-# takes may be out of reach: that is said, and left to the caller.
+# takes may be out of reach: that is said, and left to the caller. `bootstrap.sh fuzz` adds what the fuzzers take.
 set -euo pipefail
 
 # windres, with the headers and the preprocessor of the cross compiler, compiles the resources of both targets.
 build=(g++ cmake ninja-build libgtest-dev libc-bin binutils-mingw-w64-x86-64 gcc-mingw-w64-x86-64-posix)
+[ "${1-}" != fuzz ] || build+=(clang libclang-rt-14-dev)
 windows=(g++-mingw-w64-x86-64-posix wine64 wine xvfb xauth)
 
 missing() {

@@ -214,6 +214,7 @@ LSTATUS RegCreateKeyW(HKEY parent, LPCWSTR name, PHKEY key) {
     RegistryNode& root = call.file.root();
     if (Nodes(root, path).empty()) {
         const std::u16string place = Places(root, path).back();
+        if (place.find(u'\n') != place.npos) NotModelled("RegCreateKeyW", "a line feed in a key's name");
         const auto names = KeyNames(place);
         const std::u16string hive = std::u16string(names[0]) + u'\\' + std::u16string(names[1]);
         if (!root.FindKey(hive) || !root.MakeKey(place)) return ERROR_INVALID_PARAMETER;

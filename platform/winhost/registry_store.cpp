@@ -99,8 +99,9 @@ RegistryNode* RegistryNode::FindKey(std::u16string_view path) {
 RegistryNode* RegistryNode::MakeKey(std::u16string_view path) {
     const auto names = KeyNames(path);
     if (names.size() > kMaxDepth) return nullptr;
+    // A line feed would end the key's line in the text form.
     for (const auto part : names)
-        if (part.size() > kMaxKeyName) return nullptr;
+        if (part.size() > kMaxKeyName || part.find(u'\n') != part.npos) return nullptr;
     RegistryNode* node = this;
     for (const auto part : names) {
         auto& child = node->keys[Upper(part)];

@@ -29,7 +29,7 @@ struct RegistryNode {
     // Null when there is no such key.
     RegistryNode* FindKey(std::u16string_view path);
     // Makes the missing levels too. Null, with nothing made, when a name or the depth is more than a registry
-    // takes.
+    // or its text form takes.
     RegistryNode* MakeKey(std::u16string_view path);
     // Null when there is no such value.
     RegistryValue* FindValue(std::u16string_view value);

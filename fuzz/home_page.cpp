@@ -1,0 +1,26 @@
+// HomePage.url: whatever it holds, one address is opened, on the maker's own server.
+#include "app/setup_state.h"
+#include "install/closing_page.h"
+#include "machine.h"
+#include "winhost.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static const bool ready = [] {
+        g_silentMode = 0;
+        g_freshInstall = 1;
+        g_targetDir = TEXT("C:\\Apps");
+        return true;
+    }();
+    (void)ready;
+    winhost::ClearEvents();
+    Put("C/Apps/HomePage.url", Bytes(data, size));
+    OpenClosingPage();
+
+    const std::vector<std::string> events = winhost::Events();
+    constexpr std::string_view kAddress = "\thttp://www.lorvanta.example/qvdx/InstScript.asp";
+    Require(events.size() == 1, "one event");
+    const std::size_t end = events[0].find(kAddress) + kAddress.size();
+    Require(events[0].starts_with("shell-execute\topen\t") && end >= kAddress.size(), "the maker's page");
+    Require(events[0][end] == '?' || events[0][end] == '\t', "a query or nothing");
+    return 0;
+}

@@ -1,0 +1,94 @@
+#include "machine.h"
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "internal.h"
+#include "winhost.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// Small, since each change writes all of it.
+constexpr std::string_view kRegistry = R"(Windows Registry Editor Version 5.00
+
+[HKEY_LOCAL_MACHINE\SOFTWARE\Microsoft\Windows\CurrentVersion\Explorer\Shell Folders]
+"Common Programs"="C:\\Programs"
+"Common Startup"="C:\\Programs\\Startup"
+"Common Desktop"="C:\\Users\\Public\\Desktop"
+[HKEY_USERS\S-1-5-21-1000-1000-1000-1001\Software\Microsoft\Windows\CurrentVersion\Explorer\Shell Folders]
+"Programs"="C:\\Users\\Ann\\Programs"
+"Startup"="C:\\Users\\Ann\\Programs\\Startup"
+"Desktop"="C:\\Users\\Ann\\Desktop"
+"My Pictures"="C:\\Users\\Ann\\Pictures"
+)";
+
+class OwnMachine {
+  public:
+    OwnMachine() {
+        fs::create_directories(m_root);
+        winhost::CreateMachine(m_root);
+        std::ofstream(m_root / "registry.reg") << kRegistry;
+        winhost::EnterMachine(m_root);
+        winhost::SetVirtualClock(true);
+        winhost::SetBoxAnswers({});
+    }
+    ~OwnMachine() {
+        std::error_code error;
+        fs::remove_all(m_root, error);
+    }
+    const fs::path& root() const { return m_root; }
+
+  private:
+    const fs::path m_root = fs::temp_directory_path() / ("fuzz." + std::to_string(getpid()));
+};
+
+// Before the program's static objects, which make calls of the platform.
+[[gnu::init_priority(101)]] OwnMachine machine;
+
+}  // namespace
+
+void Require(bool holds, const char* property) {
+    if (holds) return;
+    std::fprintf(stderr, "fuzz: not so: %s\n", property);
+    std::abort();
+}
+
+void ClearMachine() {
+    (void)CloseHandles();
+    for (const char* drive : {"C", "D"}) {
+        fs::remove_all(machine.root() / drive);
+        fs::create_directory(machine.root() / drive);
+    }
+    fs::create_directory(machine.root() / "C/Windows");
+    (void)SetCurrentDirectoryW(TEXT("C:\\Windows"));
+    winhost::ClearEvents();
+}
+
+unsigned CloseHandles() {
+    // A handle is a number, each one above the last.
+    static auto last = reinterpret_cast<ULONG_PTR>(winhost::AddHandle(nullptr));
+    const auto next = reinterpret_cast<ULONG_PTR>(winhost::AddHandle(nullptr));
+    unsigned closed = 0;
+    for (ULONG_PTR number = last; number < next; number += 4)
+        closed += winhost::DropHandle(reinterpret_cast<HANDLE>(number)) ? 1 : 0;
+    last = next;
+    return closed - 1;
+}
+
+void Put(const std::string& path, std::string_view bytes) {
+    const fs::path file = machine.root() / path;
+    fs::create_directories(file.parent_path());
+    // Another file in its place: the machine knows a changed registry by that.
+    fs::remove(file);
+    std::ofstream(file, std::ios::binary) << bytes;
+}
+
+std::string Get(const std::string& path) {
+    std::ifstream file(machine.root() / path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}

@@ -1,0 +1,25 @@
+// What the fuzz targets share: one embedded machine for the whole process, emptied before each input.
+#pragma once
+
+#include <framework.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+// Keeps the input as a failing one, unless the property holds.
+void Require(bool holds, const char* property);
+
+// Empties the machine's drives but for C:\Windows, which becomes the current folder, and forgets its events.
+void ClearMachine();
+
+// Closes what an input has left open, so that it costs the next ones nothing. Gives the number of handles.
+unsigned CloseHandles();
+
+// Files of the machine, by their paths below its folder ("C/Apps/x"). What can't be read is empty.
+void Put(const std::string& path, std::string_view bytes);
+std::string Get(const std::string& path);
+
+inline std::string_view Bytes(const std::uint8_t* data, std::size_t size) {
+    return {reinterpret_cast<const char*>(data), size};
+}

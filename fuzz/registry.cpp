@@ -1,0 +1,11 @@
+// The registry's file: what is read from it is written so that it is read the same.
+#include "registry_store.h"
+
+#include "machine.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string written = winhost::FormatRegistry(*winhost::ParseRegistry(Bytes(data, size)));
+    Require(winhost::FormatRegistry(*winhost::ParseRegistry(written)) == written,
+            "written and read the same");
+    return 0;
+}

@@ -1,0 +1,25 @@
+// Version blocks: of any file the program reads its numbers or none, and a value lies inside its block.
+#include <vector>
+
+#include "install/install_driver.h"
+#include "machine.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    constexpr WCHAR kFile[] = TEXT("C:\\file.exe");
+    Put("C/file.exe", Bytes(data, size));
+    ReadFileVersion(kFile);
+
+    const DWORD cbWhole = GetFileVersionInfoSizeW(kFile, nullptr);
+    Require(cbWhole <= size, "the block is a part of the file");
+    for (const DWORD cbBlock : {cbWhole, cbWhole / 2}) {
+        std::vector<BYTE> block(cbBlock);
+        void* value;
+        UINT cbValue;
+        if (!GetFileVersionInfoW(kFile, 0, cbBlock, block.data()) ||
+            !VerQueryValueW(block.data(), TEXT("\\"), &value, &cbValue))
+            continue;
+        const auto offset = static_cast<std::size_t>(static_cast<BYTE*>(value) - block.data());
+        Require(offset <= cbBlock && cbValue <= cbBlock - offset, "the value lies inside its block");
+    }
+    return 0;
+}
