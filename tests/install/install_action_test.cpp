@@ -13,7 +13,6 @@ class InstallAction : public ScratchTest {
     InstallAction() {
         g_sourceDir = TEXT("C:\\Scratch\\package");
         g_targetDir = TEXT("C:\\Scratch\\in");
-        g_groupName = TEXT("Qantivo 8");
         MakeFile(TEXT("C:\\Scratch\\package\\QtvApp8Man.chm"), "help");
         MakeFile(TEXT("C:\\Scratch\\package\\QtvUnInst.log"), kManifest);
         MakeFolder(TEXT("C:\\Scratch\\in"));
@@ -25,9 +24,13 @@ class InstallAction : public ScratchTest {
 TEST_F(InstallAction, TrimsAndLevelsTheGroupName) {
     g_installType = 0;
     g_groupName = TEXT(" \t\r\n\\Qantivo A//B/ c/\\ ");
+    g_autoStart = 1;
+    const Text startup = GetShellFolder(CSIDL_STARTUP).Text();
+    DeleteTree(startup);
     PerformInstall();
     EXPECT_EQ(g_groupName, TEXT("Qantivo A\\\\B\\ c"));
     EXPECT_TRUE(Exists(GetShellFolder(CSIDL_PROGRAMS).Text() + TEXT("\\Qantivo A\\B\\ c\\Qantivo 8.lnk")));
+    EXPECT_TRUE(Exists(startup + TEXT("\\Qantivo 8.lnk"))) << "its folder is made again";
 }
 
 // A fresh install overwrites what log it finds, and the links that it names stay.
