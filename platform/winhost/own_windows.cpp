@@ -112,9 +112,9 @@ void CompleteStyles(WindowRecord& window) {
 }
 
 RECT PlaceOf(const CREATESTRUCTW& wanted) {
-    RECT place = {wanted.x, wanted.y, wanted.x + wanted.cx, wanted.y + wanted.cy};
-    if (wanted.x == CW_USEDEFAULT) place = {0, 0, wanted.cx, wanted.cy};
-    return wanted.cx == CW_USEDEFAULT ? kDefaultPlace : place;
+    if (wanted.cx == CW_USEDEFAULT) return kDefaultPlace;
+    if (wanted.x == CW_USEDEFAULT) return {0, 0, wanted.cx, wanted.cy};
+    return {wanted.x, wanted.y, wanted.x + wanted.cx, wanted.y + wanted.cy};
 }
 
 // Gives the new window its parent or its owner; false, with the last error set, when there is none such.
