@@ -13,7 +13,7 @@ TEST_F(FixedRisk, ProgramNamedAsTheRegistrarBesideSetupIsRun) {
     Rebase();
     Setup(TEXT("-s"));
     const State changes = Changes();
-    EXPECT_EQ(changes.count("<user>\\Software\\Lorvanta\\Qantivo 8\\ : Starts"), 1u) << "it ran";
+    EXPECT_EQ(changes.count("HKCU\\Software\\Lorvanta\\Qantivo 8\\ : Starts"), 1u) << "it ran";
     for (const auto& [name, what] : changes)
         EXPECT_EQ(name.find("5E0C2B7A"), name.npos) << "the handler is not registered: " << name;
 }

@@ -54,7 +54,7 @@ TEST_F(Install, TakesTheSettingsBesideThePackageAndStartsTheProduct) {
     EXPECT_EQ(Setup(TEXT("-s -sfxname=C:\\Scratch\\dl\\pkg.exe -runafter")), 0u);
     const Plan plan = {.target = "C:\\Program Files\\Qantivo 8", .allUsers = true};
     State expected =
-        With(Installed(plan), {{"<user>\\Software\\Lorvanta\\Qantivo 8\\ : Starts", "REG_DWORD 1"}});
+        With(Installed(plan), {{"HKCU\\Software\\Lorvanta\\Qantivo 8\\ : Starts", "REG_DWORD 1"}});
     State changes = Changes();
     for (const char* name : {"QtvApp8.ini", "QtvApp8.reg"}) {
         EXPECT_EQ(changes.erase(plan.target + "\\" + name), 1u);

@@ -1,61 +1,12 @@
 #include "end_to_end/run.h"
 
-#include <shlobj.h>
+#include "snapshot/names.h"
 
 std::string Narrow(const Text& text) {
     return {text.begin(), text.end()};
 }
 
 namespace {
-
-std::string ShellFolder(int folder) {
-    WCHAR path[MAX_PATH] = {};
-    (void)SHGetFolderPathW(nullptr, folder | CSIDL_FLAG_CREATE, nullptr, SHGFP_TYPE_CURRENT, path);
-    return Narrow(path);
-}
-
-std::string TemporaryFolder() {
-    WCHAR path[MAX_PATH] = {};
-    EXPECT_NE(GetTempPathW(MAX_PATH, path), 0u);
-    const std::string folder = Narrow(path);
-    return folder.substr(0, folder.size() - 1);
-}
-
-// The key of the current user below HKEY_USERS.
-std::string CurrentUser() {
-    const Text probe = TEXT("Software\\EndToEndProbe");
-    HKEY key;
-    EXPECT_EQ(RegCreateKeyW(HKEY_CURRENT_USER, probe.c_str(), &key), ERROR_SUCCESS);
-    RegCloseKey(key);
-    std::string found;
-    WCHAR name[256];
-    for (DWORD index = 0; RegEnumKeyW(HKEY_USERS, index, name, 256) == ERROR_SUCCESS; ++index) {
-        if (RegOpenKeyExW(HKEY_USERS, (name + (TEXT("\\") + probe)).c_str(), 0, KEY_READ, &key) !=
-            ERROR_SUCCESS)
-            continue;
-        RegCloseKey(key);
-        found = Narrow(name);
-    }
-    EXPECT_EQ(RegDeleteKeyW(HKEY_CURRENT_USER, probe.c_str()), ERROR_SUCCESS);
-    return found;
-}
-
-// Longer paths first, since the Startup folders lie below the Programs folders.
-const std::vector<std::pair<std::string, std::string>>& Names() {
-    static const std::vector<std::pair<std::string, std::string>> names = {
-        {ShellFolder(CSIDL_COMMON_STARTUP), "<CommonStartup>"},
-        {ShellFolder(CSIDL_STARTUP), "<Startup>"},
-        {ShellFolder(CSIDL_COMMON_PROGRAMS), "<CommonPrograms>"},
-        {ShellFolder(CSIDL_PROGRAMS), "<Programs>"},
-        {ShellFolder(CSIDL_COMMON_DESKTOPDIRECTORY), "<CommonDesktop>"},
-        {ShellFolder(CSIDL_DESKTOP), "<Desktop>"},
-        {ShellFolder(CSIDL_MYPICTURES), "<Pictures>"},
-        {TemporaryFolder(), "<Temp>"},
-        {"C:\\Scratch", "<Scratch>"},
-        {"HKU\\" + CurrentUser(), "<user>"},
-    };
-    return names;
-}
 
 std::string Replaced(std::string text, const std::string& from, const std::string& to) {
     for (std::size_t at = 0; (at = text.find(from, at)) != text.npos; at += to.size())
@@ -230,8 +181,8 @@ State Registry(const Plan& plan) {
 // What the application and the thumbnail handler of the sample package register by themselves.
 State OwnRegistration(const Plan& plan) {
     State state;
-    AddKey(state, "<user>\\Software\\Lorvanta\\", {});
-    AddKey(state, "<user>\\Software\\Lorvanta\\Qantivo 8\\",
+    AddKey(state, "HKCU\\Software\\Lorvanta\\", {});
+    AddKey(state, "HKCU\\Software\\Lorvanta\\Qantivo 8\\",
            {{"Registered", "REG_DWORD 1"}, {"RegisteredPath", Sz(plan.target + "\\QtvApp8.exe")}});
     const std::string handler = "HKLM\\SOFTWARE\\Classes\\CLSID\\{5E0C2B7A-8D41-4F69-9C3B-71A6D2E48F15}\\";
     AddKey(state, handler, {{"(default)", Sz("Qantivo thumbnails")}});
@@ -275,16 +226,12 @@ State With(State base, const State& more) {
 }
 
 std::string Neutral(std::string text) {
-    for (const auto& [path, name] : Names())
-        text = Replaced(std::move(text), path, name);
-    // The temporary copy's name has a number of the system's choosing.
-    const auto copy = text.find("<Temp>\\uni");
-    const auto end = copy == text.npos ? copy : text.find(".tmp", copy);
-    return end == text.npos ? text : text.replace(copy, end + 4 - copy, "<copy>");
+    return Replaced(snapshot::Neutral(std::move(text)), "C:\\Scratch", "<Scratch>");
 }
 
 Text Where(std::string text) {
-    for (const auto& [path, name] : Names())
+    text = Replaced(std::move(text), "<Scratch>", "C:\\Scratch");
+    for (const auto& [path, name] : snapshot::Names())
         text = Replaced(std::move(text), name, path);
     return {text.begin(), text.end()};
 }

@@ -8,7 +8,7 @@
 #include "support/driver.h"
 
 // What is there, by name. Folders of the shell, the scratch folder and the user stand as <Programs>,
-// <CommonDesktop>, <Scratch>, <user> and the like; a file that equals one of the package says which: "=
+// <CommonDesktop>, <Scratch>, HKCU and the like; a file that equals one of the package says which: "=
 // QtvApp8.exe".
 using State = std::map<std::string, std::string>;
 

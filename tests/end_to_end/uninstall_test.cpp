@@ -21,7 +21,7 @@ State Marks(const std::vector<std::string>& what) {
 // The marks of any uninstall: the copy first; for a pattern that matches "." and "..", those; then the x64
 // folder, which is marked whether or not it is there.
 std::vector<std::string> UsualMarks(const std::string& folder) {
-    return {"delete <copy>", "delete " + folder + "\\Samples", "delete " + folder,
+    return {"delete <Temp>\\uni*.tmp", "delete " + folder + "\\Samples", "delete " + folder,
             "delete " + folder + "\\x64"};
 }
 
@@ -122,7 +122,7 @@ TEST_F(Uninstalled, LeavesNothingButItsCopyAndThenNothing) {
         std::vector<std::string> marks = UsualMarks(row.folder);
         // The restart took the empty folder, which the install had marked when it wasn't there yet.
         if (row.folder == own) marks.push_back(marks.back());
-        State left = With(row.stays, {{"<copy>", "= setup.exe"}});
+        State left = With(row.stays, {{"<Temp>\\uni*.tmp", "= setup.exe"}});
         if (!row.waits.empty()) {
             const std::string file = row.folder + "\\" + row.waits;
             marks.insert(marks.begin() + 1, "delete " + file);

@@ -57,7 +57,7 @@ TEST_F(Wizard, InstallsForAllUsersIntoAGroupAndStartsTheProduct) {
                        .desktopIcon = false,
                        .autoStart = true};
     EXPECT_TRUE(
-        Same(With(Installed(plan), {{"<user>\\Software\\Lorvanta\\Qantivo 8\\ : Starts", "REG_DWORD 1"}}),
+        Same(With(Installed(plan), {{"HKCU\\Software\\Lorvanta\\Qantivo 8\\ : Starts", "REG_DWORD 1"}}),
              Changes()));
 }
 

@@ -1,3 +1,4 @@
+#include "json/json_text.h"
 #include "package_check/package_check.h"
 
 namespace package_check {
@@ -18,20 +19,6 @@ std::string Shown(const std::string& text) {
         }
     }
     return out;
-}
-
-std::string Quoted(const std::string& text) {
-    std::string out = "\"";
-    for (const char byte : text) {
-        const auto code = static_cast<unsigned char>(byte);
-        if (code < 0x20) {
-            out += {'\\', 'u', '0', '0', kDigits[code >> 4], kDigits[code & 15]};
-        } else {
-            if (byte == '"' || byte == '\\') out += '\\';
-            out += byte;
-        }
-    }
-    return out + '"';
 }
 
 }  // namespace

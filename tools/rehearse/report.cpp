@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "json/json_text.h"
 #include "rehearse/tree.h"
 
 namespace rehearse {
@@ -84,21 +85,6 @@ std::vector<std::string> MessageLines(const std::vector<Message>& messages) {
 }
 
 // ---- JSON ----
-
-std::string Quoted(const std::string& text) {
-    static constexpr char kDigits[] = "0123456789abcdef";
-    std::string out = "\"";
-    for (const char byte : text) {
-        const auto code = static_cast<unsigned char>(byte);
-        if (code < 0x20) {
-            out += {'\\', 'u', '0', '0', kDigits[code >> 4], kDigits[code & 15]};
-        } else {
-            if (byte == '"' || byte == '\\') out += '\\';
-            out += byte;
-        }
-    }
-    return out + '"';
-}
 
 std::string Field(const char* name, const std::string& text) {
     return "\"" + std::string(name) + "\": " + Quoted(text);

@@ -2,9 +2,6 @@
 
 #include <shlobj.h>
 
-#include <utility>
-#include <vector>
-
 #include "snapshot/text.h"
 
 namespace snapshot {
@@ -64,9 +61,13 @@ std::vector<std::pair<std::string, std::string>> FindNames() {
 
 }  // namespace
 
-std::string Neutral(std::string text) {
+const std::vector<std::pair<std::string, std::string>>& Names() {
     static const auto names = FindNames();
-    for (const auto& [path, name] : names)
+    return names;
+}
+
+std::string Neutral(std::string text) {
+    for (const auto& [path, name] : Names())
         for (std::size_t at = 0; (at = text.find(path, at)) != text.npos; at += name.size())
             text.replace(at, path.size(), name);
     // The temporary copy's name has a number of the system's choosing.
