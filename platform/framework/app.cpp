@@ -1,5 +1,7 @@
 #include "app.h"
 
+#include <cstdlib>
+
 #include "window.h"
 
 namespace {
@@ -54,6 +56,12 @@ void AfxSetInstanceHandle(HINSTANCE module) {
 }
 void AfxSetResourceHandle(HINSTANCE module) {
     resourceModule = module;
+}
+
+void AfxFailFast() {
+    constexpr UINT kFatalCheckFailure = 0xC0000409;
+    (void)TerminateProcess(GetCurrentProcess(), kFatalCheckFailure);
+    std::abort();
 }
 
 int AfxWinMain() {

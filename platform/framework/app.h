@@ -49,6 +49,10 @@ HINSTANCE AfxGetResourceHandle();
 void AfxSetInstanceHandle(HINSTANCE module);
 void AfxSetResourceHandle(HINSTANCE module);
 
+// Ends the process as the system does for a fatal check, with the exit code 0xC0000409: no exit handler runs
+// and no message shows, as abort() alone would in a program with windows.
+[[noreturn]] void AfxFailFast();
+
 // Runs the application object: InitInstance and, when that gives non-zero, the message loop. Gives the exit
 // code: 0 when InitInstance gave 0 or the loop found no main window.
 int AfxWinMain();

@@ -59,6 +59,9 @@ INT_PTR CALLBACK CDialog::Procedure(HWND window, UINT message, WPARAM wParam, LP
 }
 
 BOOL CDialog::OnCommand(WPARAM wParam, LPARAM lParam) {
+    // Behind a message or another dialog nobody can press anything; a command that comes from elsewhere must
+    // not delete a page that is waiting for that dialog.
+    if (!IsWindowEnabled(m_hWnd)) return TRUE;
     const int control = LOWORD(wParam);
     const UINT notification = HIWORD(wParam);
     // Enter on a button of a child dialog is told to the frame.

@@ -1,7 +1,5 @@
 #include "engine/file_ops.h"
 
-#include <cstdlib>
-
 #include "app/setup_state.h"
 #include "engine/file_steps.h"
 #include "support/handles.h"
@@ -15,14 +13,6 @@ constexpr WCHAR kRenameSection[] = TEXT("rename");
 constexpr DWORD kSectionChars = 16384;
 constexpr WCHAR kEntryStart[] = TEXT("NUL=");
 constexpr std::size_t cchEntryStart = 4;
-// The exit code that the system gives to every process it ends for a fatal check.
-constexpr UINT kFatalCheckFailure = 0xC0000409;
-
-// No exit handler runs and no message shows, as abort() alone would in a windowed program.
-[[noreturn]] void EndProcess() {
-    (void)TerminateProcess(GetCurrentProcess(), kFatalCheckFailure);
-    std::abort();
-}
 
 // Puts an entry behind those of the section. The left side "NUL" means delete.
 BOOL AddRenameEntry(LPCWSTR path) {
@@ -32,7 +22,7 @@ BOOL AddRenameEntry(LPCWSTR path) {
     // Behind the entry and its own null stands the null that closes the list.
     const std::size_t end = count + cchEntryStart + wcslen(path) + 1;
     // A list cut short would lose marks that other programs placed.
-    if (end >= kSectionChars) EndProcess();
+    if (end >= kSectionChars) AfxFailFast();
     wcscpy(section + count, kEntryStart);
     wcscpy(section + count + cchEntryStart, path);
     section[end] = 0;

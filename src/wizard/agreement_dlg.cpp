@@ -1,6 +1,7 @@
 #include "wizard/agreement_dlg.h"
 
 #include <cstdio>
+#include <new>
 
 #include "resource.h"
 #include "support/handles.h"
@@ -18,9 +19,13 @@ CString ReadAgreement() {
     if (!file || std::fseek(file.get(), 0, SEEK_END) != 0) return {};
     const long cbText = std::ftell(file.get());
     if (cbText < 0 || std::fseek(file.get(), 0, SEEK_SET) != 0) return {};
-    CString::Store text(static_cast<std::size_t>(cbText) / sizeof(WCHAR), 0);
-    (void)std::fread(text.data(), sizeof(WCHAR), text.size(), file.get());
-    return CString(std::move(text));
+    try {
+        CString::Store text(static_cast<std::size_t>(cbText) / sizeof(WCHAR), 0);
+        (void)std::fread(text.data(), sizeof(WCHAR), text.size(), file.get());
+        return CString(std::move(text));
+    } catch (const std::bad_alloc&) {
+        return {};
+    }
 }
 
 }  // namespace

@@ -77,6 +77,8 @@ void CarryOutMarks() {
     winhost::RestartMachine();
 }
 
+void HoldAccessTimes(const Text&) {}
+
 bool Deviates(Deviation) {
     return false;
 }

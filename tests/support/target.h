@@ -20,6 +20,9 @@ void KeepRunnable(const std::filesystem::path& source, const Text& target);
 
 // Carries the boot-time marks out.
 void CarryOutMarks();
+// Wine's folder browser takes a folder for another one once it was read again, by its time of access. From
+// here on reading changes that of the folder and of those above it no more.
+void HoldAccessTimes(const Text& folder);
 
 // From now on message boxes of this process and of those it started take these buttons, in order. Without one
 // left, or when it lacks the button, a box takes its safest one and counts as unanswered too.

@@ -108,6 +108,10 @@ TEST_F(Frame, TakesNoCommandOfADisabledButton) {
                           EXPECT_FALSE(IsWindowEnabled(wizard.Control(button)));
                           (void)SendMessageW(wizard.Window(), WM_COMMAND, static_cast<WPARAM>(button), 0);
                       }
+                      // Nor one that comes while the frame waits for another dialog.
+                      EnableWindow(wizard.Window(), FALSE);
+                      (void)SendMessageW(wizard.Window(), WM_COMMAND, IDOK, 0);
+                      EnableWindow(wizard.Window(), TRUE);
                       EXPECT_EQ(StepOn(wizard), 5);
                       wizard.Press(IDOK);
                   },

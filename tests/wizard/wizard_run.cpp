@@ -1,6 +1,7 @@
 #include "wizard/wizard_run.h"
 
 #include "app/setup_app.h"
+#include "support/target.h"
 #include "wizard/setup_dlg.h"
 
 namespace {
@@ -59,6 +60,7 @@ void WizardTest::Press(const Driver& wizard, int control, const std::vector<Text
 void WizardTest::Browse(const Driver& wizard, const std::optional<Text>& folder,
                         const std::vector<Text>& messages) {
     const BoxAnswers answers(std::vector<int>(messages.size(), IDOK));
+    HoldAccessTimes(folder.value_or(TEXT("")).empty() ? kScratch : *folder);
     wizard.Browse(wizard.PageControl(IDC_BROWSE), folder);
     // A message comes behind the browser, and the frame is disabled as long as it is there.
     wizard.Await(
