@@ -3,6 +3,7 @@
 #include "app/setup_state.h"
 #include "engine/file_steps.h"
 #include "install/install_driver.h"
+#include "install/query_text.h"
 #include "support/handles.h"
 #include "support/text_lines.h"
 
@@ -82,16 +83,12 @@ void CheckAgreement(const CString& package, std::vector<Finding>& findings) {
 // Lines of HomePage.url that set the query of the page that setup opens in the end.
 enum class UrlLine { Other, Acts, Idle };
 
-bool IsDigit(WCHAR character) {
-    return character >= '0' && character <= '9';
-}
-
 UrlLine JudgeUrlLine(const CString& line) {
-    if (line.Find(TEXT("URL=http://")) == 0) return line.Find('?') >= 0 ? UrlLine::Acts : UrlLine::Idle;
-    if (line.Find(TEXT("Update=http://")) == 0) {
-        const CString language = line.Right(2);
-        return IsDigit(language[0]) || IsDigit(language[1]) ? UrlLine::Idle : UrlLine::Acts;
-    }
+    // What no line gives.
+    const CString before = TEXT("\n");
+    CString query = before;
+    TakeQueryLine(line, query);
+    if (query != before) return UrlLine::Acts;
     // Other keys are the shell's.
     const int sign = line.Find('=');
     const CString key = line.Left(sign).Trim();
@@ -101,7 +98,6 @@ UrlLine JudgeUrlLine(const CString& line) {
 }
 
 void CheckHomePage(const CString& package, std::vector<Finding>& findings) {
-    constexpr int kUrlLineChars = 260;
     const char* const kFile = "HomePage.url";
     struct Acting {
         unsigned line;
