@@ -4,8 +4,8 @@
 # collected below build/fuzz/corpus. An input that fails is put into fuzz/seeds/TARGET/ and stays there: mend the fault,
 # and give it a name. Ends non-zero when there was one.
 #
-# The tests look for nothing new, since luck must not decide a build: with host-asan, test.sh builds the same targets as
-# plain programs with g++ and replays all seeds. Only this script needs clang.
+# test.sh has a short run: with host-asan it builds the same targets as plain programs with g++, and runs all seeds and
+# changed copies of them, the same in every run, since luck must not decide a build. Only this script needs clang.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 build=${QTV_BUILD:-$PWD/build}/fuzz
