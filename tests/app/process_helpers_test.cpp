@@ -43,7 +43,7 @@ class ExecAndWaitTest : public ScratchTest {
 TEST_F(ExecAndWaitTest, StartsInTheNamedOrTheTargetFolderAndWaitsOnlyWhenTold) {
     MakeFolder(kScratch + TEXT("\\target"));
     MakeFolder(kScratch + TEXT("\\other"));
-    EXPECT_EQ(RunChild("StartsItself", kScratch + TEXT("\\child.exe"), TEXT("x")).exitCode, 0u);
+    EXPECT_EQ(RunChild("StartsItself", kScratch + TEXT("\\child.exe"), TEXT("x")), 0u);
     EXPECT_TRUE(Exists(kReport)) << "the program that nobody waits for runs to its end";
 }
 

@@ -49,7 +49,7 @@ TEST_F(RunningCopies, LastEntryStaysRunningWhenSetupDoesNotStandThere) {
     const RunningProgram first(kSleeper), last(kSleeper);
     SetList(3, {first.Id(), 0, last.Id()});
     const BoxAnswers answers({IDOK});
-    EXPECT_EQ(RunChild("StartsAmongCopies", kScratch + TEXT("\\setup.exe"), TEXT("x /S")).exitCode, 1u)
+    EXPECT_EQ(RunChild("StartsAmongCopies", kScratch + TEXT("\\setup.exe"), TEXT("x /S")), 1u)
         << "it runs on";
     EXPECT_EQ(first.ExitCode(), 0u);
     EXPECT_TRUE(last.Runs());
@@ -59,6 +59,6 @@ TEST_F(RunningCopies, LastEntryStaysRunningWhenSetupDoesNotStandThere) {
 TEST_F(RunningCopies, EndedProcessesArePassedOverToTheEndOfTheList) {
     const RunningProgram copy(kSleeper);
     SetList(0x80000000, {0xFFFFFFF0, copy.Id()});
-    EXPECT_EQ(RunChild("StartsAmongCopies", kScratch + TEXT("\\QtvUnInst.exe")).exitCode, 0u);
+    EXPECT_EQ(RunChild("StartsAmongCopies", kScratch + TEXT("\\QtvUnInst.exe")), 0u);
     EXPECT_EQ(copy.ExitCode(), 0u);
 }

@@ -64,8 +64,8 @@ TEST_F(Start, CommandLineChoosesJobAndSilence) {
         const BoxAnswers answers(row.job == Install          ? std::vector{IDOK}
                                  : row.job == AskedUninstall ? std::vector{IDYES}
                                                              : std::vector<int>{});
-        const Outcome outcome = RunChild("Starts", row.program, row.arguments);
-        EXPECT_EQ(outcome.exitCode, row.job == Install ? 1u : 0u);
+        const DWORD exitCode = RunChild("Starts", row.program, row.arguments);
+        EXPECT_EQ(exitCode, row.job == Install ? 1u : 0u);
         EXPECT_EQ(FileBytes(kReport).value_or("none"), row.silenceAndPackage);
         for (const ShownBox& box : answers.Shown())
             EXPECT_EQ(box.caption, row.job == Install ? TEXT("Qantivo 8") : TEXT("Qantivo Setup"));
@@ -78,7 +78,7 @@ CHILD_PROGRAM(StartsUnhindered) {
 
 TEST_F(Start, DeclinedUninstallEndsTheRun) {
     const BoxAnswers answers({IDNO});
-    EXPECT_EQ(RunChild("StartsUnhindered", kUninstaller, TEXT("-v")).exitCode, 0u);
+    EXPECT_EQ(RunChild("StartsUnhindered", kUninstaller, TEXT("-v")), 0u);
     EXPECT_TRUE(Exists(kUninstaller));
     EXPECT_TRUE(BootMarks().empty());
     EXPECT_EQ(answers.Shown().at(0).text,
@@ -90,7 +90,7 @@ TEST_F(Start, TemporaryCopyGoesStraightToItsJob) {
     const Text application = kScratch + TEXT("\\app\\QtvUnInst.exe");
     MakeFile(application);
     const BoxAnswers answers({IDOK});
-    EXPECT_EQ(RunChild("Starts", kSetup, TEXT("-delself ") + application + TEXT(" -v")).exitCode, 0u);
+    EXPECT_EQ(RunChild("Starts", kSetup, TEXT("-delself ") + application + TEXT(" -v")), 0u);
     EXPECT_FALSE(Exists(application));
     EXPECT_TRUE(answers.Shown().at(0).text.starts_with(TEXT("Qantivo 8 has been completely uninstalled")));
 }

@@ -18,10 +18,9 @@ class EndToEndTest : public ScratchTest {
     EndToEndTest();
 
     // Runs setup.exe of the package with the arguments, waits for all that it starts, and gives its exit
-    // code.
-    DWORD Setup(const Text& arguments);
-    // The same with a person who goes through its wizard, which waits for the person meanwhile.
-    DWORD SetupByWizard(const Text& arguments, const std::function<void(const Driver&)>& person);
+    // code. A person goes through its wizard meanwhile.
+    using Person = std::function<void(const Driver& wizard)>;
+    DWORD Setup(const Text& arguments, const Person& person = {}, const Text& folder = package);
     // Runs the uninstaller of the folder, with its temporary copy, to the end.
     void Uninstall(const Text& folder);
     // Takes what stands on the machine now for the state before.

@@ -7,10 +7,6 @@ namespace {
 
 const std::string kDefault = "C:\\Program Files\\Qantivo 8";
 
-Text Widen(const std::string& ascii) {
-    return {ascii.begin(), ascii.end()};
-}
-
 State Marks(const std::vector<std::string>& what) {
     State state;
     for (std::size_t i = 0; i < what.size(); ++i)
@@ -25,37 +21,37 @@ std::vector<std::string> UsualMarks(const std::string& folder) {
             "delete " + folder + "\\x64"};
 }
 
-using Held = std::shared_ptr<void>;
+// What lasts until the uninstall has ended.
+struct Held {
+    RunningProgram copy;
+    HeldFile readme;
+};
 
-// The earlier version had a nested group and another log, which names itself.
+// The earlier version had a nested group, a start with the system, and another log, which names itself.
 void LeaveOlderVersion(const Text& folder) {
     MakeFile(folder + TEXT("\\old.dll"));
     MakeFile(folder + TEXT("\\install.log"), "Shell Link: " + Narrow(Where("<Programs>")) +
                                                  "\\Qantivo Imaging\\Tools\\Qantivo.lnk\n"
                                                  "File Copy: old.dll\nFile Copy: install.log\n");
+    MakeFile(Where("<Startup>\\Qantivo 8.lnk"));
 }
 
-Held LookForNestedGroup(const Text&) {
+std::unique_ptr<Held> TakeItUpAndAddAFile(const Text& folder) {
     EXPECT_TRUE(Exists(Where("<Programs>\\Qantivo Imaging\\Tools\\Qantivo 8.lnk")));
-    return nullptr;
-}
-
-Held RunCopy(const Text& folder) {
-    const auto copy = std::make_shared<RunningProgram>(TEXT("\"") + folder + TEXT("\\QtvApp8.exe\" -show"));
-    while (copy->Runs() && !COXInstanceManager::FindInstanceWindow(copy->Id()))
-        Sleep(5);
-    EXPECT_TRUE(copy->Runs());
-    return copy;
-}
-
-Held AddOwnFile(const Text& folder) {
+    EXPECT_FALSE(Exists(Where("<Programs>\\Qantivo 8")));
+    EXPECT_NE(FileBytes(Where("<Startup>\\Qantivo 8.lnk")).value_or("content"), "content");
     EXPECT_TRUE(CopyFileW((kScratch + TEXT("\\package\\readme-en.txt")).c_str(),
                           (folder + TEXT("\\my notes.txt")).c_str(), TRUE));
     return nullptr;
 }
 
-Held HoldReadme(const Text& folder) {
-    return std::make_shared<HeldFile>(folder + TEXT("\\readme.txt"), Hold::NoDelete);
+std::unique_ptr<Held> RunCopyAndHoldReadme(const Text& folder) {
+    std::unique_ptr<Held> held(new Held{RunningProgram(TEXT("\"") + folder + TEXT("\\QtvApp8.exe\" -show")),
+                                        {folder + TEXT("\\readme.txt"), Hold::NoDelete}});
+    while (held->copy.Runs() && !COXInstanceManager::FindInstanceWindow(held->copy.Id()))
+        Sleep(5);
+    EXPECT_TRUE(held->copy.Runs());
+    return held;
 }
 
 class Uninstalled : public EndToEndTest {
@@ -78,30 +74,23 @@ TEST_F(Uninstalled, LeavesNothingButItsCopyAndThenNothing) {
         const char* name;
         LPCWSTR options;
         std::string folder;
-        Held (*meanwhile)(const Text& folder);  // what it gives lasts until the uninstall has ended
-        std::string waits;                      // a file that goes at the next start
+        std::unique_ptr<Held> (*meanwhile)(const Text& folder);
+        std::string waits;  // a file that goes at the next start
         State stays;
     } rows[] = {
-        {"settings from the package, a running copy",
+        // The walk over Samples marks the folder, which so goes behind the file.
+        {"settings from the package, a running copy, a file in use",
          TEXT("-s -autostart -sfxname=C:\\Scratch\\dl\\pkg.exe"),
          kDefault,
-         RunCopy,
-         "",
+         RunCopyAndHoldReadme,
+         "readme.txt",
          {}},
-        {"the user's own file",
+        {"over an earlier version, with the user's own file",
          TEXT("-s -instdir C:\\Scratch\\Qantivo"),
          own,
-         AddOwnFile,
-         "",
-         {{own + "\\", "folder"}, {own + "\\my notes.txt", "= readme-en.txt"}}},
-        {"over an earlier version",
-         TEXT("-s -instdir C:\\Scratch\\Qantivo"),
-         own,
-         LookForNestedGroup,
+         TakeItUpAndAddAFile,
          "install.log",
-         {}},
-        // The walk over Samples marks the folder, which so goes behind the file.
-        {"a file in use", TEXT("-s"), kDefault, HoldReadme, "readme.txt", {}},
+         {{own + "\\", "folder"}, {own + "\\my notes.txt", "= readme-en.txt"}}},
         // What a portable install puts into the parent folder is nobody's to take.
         {"portable",
          TEXT("-s -instport \"C:\\Scratch\\a b\\Qantivo\""),
@@ -116,7 +105,7 @@ TEST_F(Uninstalled, LeavesNothingButItsCopyAndThenNothing) {
         if (row.waits == "install.log") LeaveOlderVersion(folder);
         Setup(row.options);
         RestartMachine();
-        Held held = row.meanwhile ? row.meanwhile(folder) : nullptr;
+        auto held = row.meanwhile ? row.meanwhile(folder) : nullptr;
         Uninstall(folder);
 
         std::vector<std::string> marks = UsualMarks(row.folder);
@@ -139,7 +128,7 @@ TEST_F(Uninstalled, LeavesNothingButItsCopyAndThenNothing) {
 
 // Marks outlive a new installation: what they name is taken from it at the next start.
 TEST_F(Uninstalled, OldMarksTakeFromANewInstallation) {
-    const Text folder = Widen(kDefault);
+    const Text folder = Wide(kDefault);
     Setup(TEXT("-s"));
     {
         const HeldFile held(folder + TEXT("\\readme.txt"), Hold::NoDelete);

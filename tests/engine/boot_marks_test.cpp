@@ -91,13 +91,13 @@ TEST_F(BootMarksTest, ASectionThatWouldReachItsLimitEndsTheProcess) {
     const std::size_t cchEntry = 4 + kTenChars.size() + 1;
     FillSection(kSectionChars - 1 - cchEntry);
     const Text entries = RenameEntries();
-    EXPECT_EQ(RunChild("MarkTenChars").exitCode, 1u);
+    EXPECT_EQ(RunChild("MarkTenChars"), 1u);
     EXPECT_EQ(RenameEntries(), entries + TEXT("NUL=") + kTenChars + TEXT("\n"));
 
     for (const std::size_t cch : {kSectionChars - cchEntry, kSectionChars + std::size_t{9000}}) {
         FillSection(cch);
         const Text full = RenameEntries();
-        EXPECT_GT(RunChild("MarkTenChars").exitCode, 2u) << cch;
+        EXPECT_GT(RunChild("MarkTenChars"), 2u) << cch;
         EXPECT_EQ(RenameEntries(), full) << cch;
     }
 }

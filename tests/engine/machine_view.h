@@ -7,10 +7,6 @@
 
 #include "support/scratch.h"
 
-inline Text Wide(const std::string& ascii) {
-    return Text(ascii.begin(), ascii.end());
-}
-
 // A path below C:\Scratch.
 inline Text At(const std::string& name) {
     return kScratch + TEXT("\\") + Wide(name);

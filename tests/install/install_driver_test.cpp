@@ -57,7 +57,7 @@ TEST_F(InstallDriver, OptionsSettleTheInstall) {
     };
     MakePackage();
     for (const auto& [arguments, settled] : rows) {
-        EXPECT_EQ(RunChild("InstallSilently", kPackage + TEXT("\\setup.exe"), arguments).exitCode, 0u);
+        EXPECT_EQ(RunChild("InstallSilently", kPackage + TEXT("\\setup.exe"), arguments), 0u);
         EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\settled")), settled);
         DeleteKeyTree(HKEY_LOCAL_MACHINE, kProductKey);
         DeleteKeyTree(HKEY_LOCAL_MACHINE, kAppPathsKey);

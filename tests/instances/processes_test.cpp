@@ -40,7 +40,7 @@ CHILD_PROGRAM(DiesWithTheMutex) {
 
 TEST_F(InstanceProcesses, DeadProcessKeepsItsEntryButNotTheMutex) {
     COXInstanceManager manager(kListName, 1024, true);
-    EXPECT_EQ(RunChild("DiesWithTheMutex").exitCode, 0u);
+    EXPECT_EQ(RunChild("DiesWithTheMutex"), 0u);
     const Ids ids = Listed(manager);
     ASSERT_EQ(ids.size(), 2u);
     EXPECT_EQ(ids[0], GetCurrentProcessId());

@@ -29,7 +29,7 @@ TEST_F(Programs, GetTheirArgumentsByTheRuntimeLibrarysRules) {
         {TEXT("\"C:\\x\\\\\" a\\\"b"), "C:\\x\\\na\"b\n"},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(RunChild("ShowArguments", kScratch + TEXT("\\a child.exe"), row.arguments).exitCode, 7u);
+        EXPECT_EQ(RunChild("ShowArguments", kScratch + TEXT("\\a child.exe"), row.arguments), 7u);
         EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\arguments")), row.lines);
     }
 }

@@ -1,4 +1,4 @@
-// Boot-time marks and files in use, as the file engine relies on them.
+// Boot-time marks, as the file engine relies on them.
 #include "support/scratch.h"
 
 namespace {
@@ -41,31 +41,6 @@ TEST_F(Restart, CarriesMarksOutInOrderAndTakesThemAway) {
     EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\taken")), "b");
     EXPECT_EQ(BootMarks(), std::vector<Mark>{});
     EXPECT_FALSE(Exists(TEXT("C:\\windows\\wininit.ini")));
-}
-
-struct InUse {
-    Hold hold;
-    DWORD deleteError, renameError, overwriteError;
-};
-
-TEST_F(Restart, FileInUseIsNeitherDeletedNorWrittenAndRenamedOnlyWhenItRuns) {
-    const Text path = TEXT("C:\\Scratch\\used.dll");
-    for (const InUse& use :
-         {InUse{Hold::NoDelete, ERROR_SHARING_VIOLATION, ERROR_SHARING_VIOLATION, ERROR_SHARING_VIOLATION},
-          InUse{Hold::Running, ERROR_ACCESS_DENIED, ERROR_SUCCESS, ERROR_SHARING_VIOLATION}}) {
-        MakeFile(path);
-        MakeFile(TEXT("C:\\Scratch\\source"), "source");
-        {
-            const HeldFile held(path, use.hold);
-            const auto error = [](BOOL done) { return done ? DWORD{ERROR_SUCCESS} : GetLastError(); };
-            EXPECT_EQ(error(DeleteFileW(path.c_str())), use.deleteError);
-            EXPECT_EQ(error(CopyFileW(TEXT("C:\\Scratch\\source"), path.c_str(), FALSE)), use.overwriteError);
-            EXPECT_EQ(error(MoveFileW(path.c_str(), TEXT("C:\\Scratch\\aside.dll"))), use.renameError);
-        }
-        const Text left = use.renameError ? path : Text(TEXT("C:\\Scratch\\aside.dll"));
-        EXPECT_TRUE(DeleteFileW(left.c_str()))
-            << "free again once its user is gone, error " << GetLastError();
-    }
 }
 
 }  // namespace

@@ -10,5 +10,5 @@ CHILD_PROGRAM(HasItsFolderOnPath) {
 }
 
 TEST_F(StartUpTest, OwnFolderStandsInFrontOfPath) {
-    EXPECT_EQ(RunChild("HasItsFolderOnPath", kScratch + TEXT("\\Own\\child.exe")).exitCode, 0u);
+    EXPECT_EQ(RunChild("HasItsFolderOnPath", kScratch + TEXT("\\Own\\child.exe")), 0u);
 }

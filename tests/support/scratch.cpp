@@ -4,8 +4,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <map>
 
 #include "support/target.h"
@@ -24,10 +22,6 @@ constexpr WCHAR kChildVariable[] = TEXT("QTV_TEST_CHILD");
 std::map<std::string, int (*)()>& ChildPrograms() {
     static std::map<std::string, int (*)()> programs;
     return programs;
-}
-
-Text Widen(const std::string& ascii) {
-    return Text(ascii.begin(), ascii.end());
 }
 
 // Calls the body for each entry of the folder but "." and "..".
@@ -191,13 +185,12 @@ std::vector<Text> Tree(const Text& folder) {
     return names;
 }
 
+// Copies a file of the build machine onto the machine.
 static void Import(const fs::path& source, const Text& target) {
-    std::ifstream file(source, std::ios::binary);
-    ASSERT_TRUE(file) << source;
-    std::string bytes(fs::file_size(source), '\0');
-    ASSERT_TRUE(file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()))) << source;
-    MakeFile(target, bytes);
-    KeepRunnable(source, target);
+    MakeFolder(target.substr(0, target.rfind(TEXT('\\'))));
+    std::error_code error;
+    fs::copy_file(source, MachinePath(target), fs::copy_options::overwrite_existing, error);
+    ASSERT_FALSE(error) << source << ": " << error.message();
 }
 
 void ImportFile(const std::string& buildPath, const Text& target) {
@@ -205,26 +198,26 @@ void ImportFile(const std::string& buildPath, const Text& target) {
 }
 
 void ImportFolder(const std::string& buildPath, const Text& target) {
-    MakeFolder(target);
     const fs::path folder = BuildPath(buildPath);
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
-        const std::u16string name = entry.path().filename().u16string();
-        const Text path = target + TEXT("\\") + Text(name.begin(), name.end());
-        if (entry.is_directory())
-            ImportFolder(buildPath + "/" + entry.path().filename().string(), path);
-        else
-            Import(entry.path(), path);
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder)) {
+        std::string name = entry.path().lexically_relative(folder).string();
+        std::replace(name.begin(), name.end(), '/', '\\');
+        if (!entry.is_directory()) Import(entry.path(), target + TEXT("\\") + Wide(name));
     }
+}
+
+std::string Utf16(const std::string& ascii) {
+    std::string bytes;
+    for (const char character : ascii)
+        bytes += {character, '\0'};
+    return bytes;
 }
 
 void SetFileVersion(const Text& path, unsigned major, unsigned minor, unsigned release, unsigned build) {
     std::optional<std::string> bytes = FileBytes(path);
     ASSERT_TRUE(bytes) << GetLastError();
     // Put together here, so that the test program's own file doesn't hold the key a second time.
-    std::string key;
-    for (const char unit : std::string("VS_VERSION_INFO"))
-        key += {unit, '\0'};
-    const std::size_t block = bytes->find("\xBD\x04\xEF\xFE", bytes->find(key));
+    const std::size_t block = bytes->find("\xBD\x04\xEF\xFE", bytes->find(Utf16("VS_VERSION_INFO")));
     ASSERT_NE(block, std::string::npos) << "no version block";
     const WORD numbers[] = {static_cast<WORD>(minor), static_cast<WORD>(major), static_cast<WORD>(build),
                             static_cast<WORD>(release)};
@@ -325,36 +318,24 @@ std::optional<DWORD> RunningProgram::ExitCode() const {
     return ended ? std::optional(exitCode) : std::nullopt;
 }
 
-Outcome RunProgram(const Text& commandLine, const Text& folder, const std::function<void(DWORD)>& meanwhile) {
+DWORD RunProgram(const Text& commandLine, const Text& folder, const std::function<void(DWORD)>& meanwhile) {
     const std::vector<DWORD> before = StartedPrograms();
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process = {};
-    Text arguments = commandLine;
-    Outcome outcome;
-    outcome.started = CreateProcessW(nullptr, arguments.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                                     folder.c_str(), &startup, &process);
-    if (!outcome.started) return outcome;
-    CloseHandle(process.hThread);
+    const RunningProgram program(commandLine, folder);
+    if (meanwhile) meanwhile(program.Id());
+    const std::optional<DWORD> exitCode = program.ExitCode();
     const auto running = [&] {
         const std::vector<DWORD> now = StartedPrograms();
         return std::any_of(now.begin(), now.end(), [&](DWORD id) {
             return std::find(before.begin(), before.end(), id) == before.end();
         });
     };
-    if (meanwhile) meanwhile(process.dwProcessId);
-    (void)WaitForSingleObject(process.hProcess, kPatience);
-    for (const DWORD start = GetTickCount(); running();) {
-        if (GetTickCount() - start > kPatience) {
-            ADD_FAILURE() << "still running: " << ::testing::PrintToString(commandLine);
-            EndStartedPrograms();
-            break;
-        }
-        Sleep(kPollPause);
+    for (const DWORD start = GetTickCount(); running(); Sleep(kPollPause)) {
+        if (GetTickCount() - start < kPatience) continue;
+        ADD_FAILURE() << "still running: " << ::testing::PrintToString(commandLine);
+        EndStartedPrograms();
+        break;
     }
-    EXPECT_TRUE(GetExitCodeProcess(process.hProcess, &outcome.exitCode));
-    CloseHandle(process.hProcess);
-    return outcome;
+    return exitCode.value_or(STILL_ACTIVE);
 }
 
 bool AddChildProgram(const char* name, int (*body)()) {
@@ -367,7 +348,7 @@ namespace {
 class ChildName {
   public:
     explicit ChildName(const char* name) {
-        (void)SetEnvironmentVariableW(kChildVariable, Widen(name).c_str());
+        (void)SetEnvironmentVariableW(kChildVariable, Wide(name).c_str());
     }
     ~ChildName() { (void)SetEnvironmentVariableW(kChildVariable, nullptr); }
     ChildName(const ChildName&) = delete;
@@ -376,12 +357,10 @@ class ChildName {
 
 }  // namespace
 
-Outcome RunChild(const char* name, const Text& program, const Text& arguments) {
+DWORD RunChild(const char* name, const Text& program, const Text& arguments) {
     Import(OwnProgram(), program);
     const ChildName child(name);
-    const Outcome outcome = RunProgram(TEXT("\"") + program + TEXT("\" ") + arguments);
-    EXPECT_TRUE(outcome.started);
-    return outcome;
+    return RunProgram(TEXT("\"") + program + TEXT("\" ") + arguments);
 }
 
 RunningProgram StartChild(const char* name, const Text& arguments) {
@@ -396,7 +375,7 @@ int RunTestsOrChild() {
     WCHAR name[MAX_PATH] = {};
     if (!GetEnvironmentVariableW(kChildVariable, name, MAX_PATH)) return RUN_ALL_TESTS();
     for (const auto& [known, body] : ChildPrograms())
-        if (Widen(known) == name) return body();
+        if (Wide(known) == name) return body();
     return -1;
 }
 

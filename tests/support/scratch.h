@@ -13,6 +13,12 @@
 
 using Text = std::basic_string<WCHAR>;
 
+inline Text Wide(const std::string& ascii) {
+    return {ascii.begin(), ascii.end()};
+}
+// The same as the bytes of a file.
+std::string Utf16(const std::string& ascii);
+
 // Where a test keeps its files.
 inline const Text kScratch = TEXT("C:\\Scratch");
 
@@ -44,10 +50,9 @@ void ImportFolder(const std::string& buildPath, const Text& target);
 // Overwrites the four numbers of the version block in a program file.
 void SetFileVersion(const Text& path, unsigned major, unsigned minor, unsigned release, unsigned build);
 
-// ---- what the running system does otherwise than Windows; all false but under Wine ----
+// ---- what the running system does otherwise than Windows; false but under Wine ----
 enum class Deviation {
     OverwritesReadOnly,  // opening or copying over a read-only file succeeds (Wine as root)
-    ClassesNotMerged,    // HKEY_CLASSES_ROOT shows the machine's classes alone, not the user's
 };
 bool Deviates(Deviation deviation);
 
@@ -63,14 +68,10 @@ std::vector<Mark> BootMarks();
 void RestartMachine();
 
 // ---- programs ----
-struct Outcome {
-    bool started = false;
-    DWORD exitCode = 0;  // of the program named, not of those that it started
-};
-// Runs a program and waits for it and all that it started; after a minute that is a failure of the test.
-// `meanwhile` is called with the program's id before the wait.
-Outcome RunProgram(const Text& commandLine, const Text& folder = kScratch,
-                   const std::function<void(DWORD)>& meanwhile = {});
+// Runs a program, waits for it and all that it started, and gives its own exit code; after a minute that is a
+// failure of the test. `meanwhile` is called with the program's id before the wait.
+DWORD RunProgram(const Text& commandLine, const Text& folder = kScratch,
+                 const std::function<void(DWORD)>& meanwhile = {});
 
 // A program that runs beside the test; it is ended with the object.
 class RunningProgram {
@@ -110,8 +111,8 @@ class HeldFile {
 // Code that ends its process runs in a process of its own: CHILD_PROGRAM(Name) { ...; return exitCode; }
 // stands beside the tests, and RunChild copies the test program to `program` and runs it with the arguments.
 // There it runs the named body instead of tests, and so does every program that it copies itself to.
-Outcome RunChild(const char* name, const Text& program = kScratch + TEXT("\\child.exe"),
-                 const Text& arguments = {});
+DWORD RunChild(const char* name, const Text& program = kScratch + TEXT("\\child.exe"),
+               const Text& arguments = {});
 // The same beside the test.
 RunningProgram StartChild(const char* name, const Text& arguments = {});
 bool AddChildProgram(const char* name, int (*body)());

@@ -69,8 +69,8 @@ fs::path OwnProgram() {
     return fs::read_symlink("/proc/self/exe");
 }
 
-void KeepRunnable(const fs::path& source, const Text& target) {
-    fs::permissions(winhost::HostPath(target), fs::status(source).permissions());
+fs::path MachinePath(const Text& path) {
+    return winhost::HostPath(path);
 }
 
 void CarryOutMarks() {

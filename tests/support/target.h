@@ -14,9 +14,8 @@ std::vector<DWORD> StartedPrograms();
 std::filesystem::path BuildPath(const std::string& path);
 // The test program's own file.
 std::filesystem::path OwnProgram();
-
-// Makes the file at `target` a program when `source`, which it was copied from, is one.
-void KeepRunnable(const std::filesystem::path& source, const Text& target);
+// A path of the machine as the build machine's functions take it.
+std::filesystem::path MachinePath(const Text& path);
 
 // Carries the boot-time marks out.
 void CarryOutMarks();

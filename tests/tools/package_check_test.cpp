@@ -12,17 +12,6 @@ namespace {
 
 const Text kPackage = kScratch + TEXT("\\pkg");
 
-Text Wide(const std::string& ascii) {
-    return Text(ascii.begin(), ascii.end());
-}
-
-std::string Utf16(const std::string& ascii) {
-    std::string bytes;
-    for (const char character : ascii)
-        bytes += {character, '\0'};
-    return bytes;
-}
-
 // What a clean package needs; the rows' records begin in line 4.
 const std::string kStart = "File Copy: Qtv*.exe\r\nFile Copy: QtvApp8Man.chm\r\nFile Copy: HomePage.url\r\n";
 const std::string kPage = "[InternetShortcut]\r\nURL=http://h/?a\r\nIconIndex=0\r\n";

@@ -79,8 +79,7 @@ TEST_F(HostProcesses, EndWithTheCodeThatWindowsWouldGive) {
         {TEXT("_wexecl"), 0},        {TEXT("exit"), 300},
     };
     for (const auto& [how, exitCode] : rows)
-        EXPECT_EQ(RunChild("EndAsTold", kScratch + TEXT("\\child.exe"), how).exitCode, exitCode)
-            << winhost::Utf8(how);
+        EXPECT_EQ(RunChild("EndAsTold", kScratch + TEXT("\\child.exe"), how), exitCode) << winhost::Utf8(how);
 }
 
 TEST_F(HostProcesses, EndWithOneLineOutsideAnyMachine) {

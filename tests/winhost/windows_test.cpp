@@ -46,7 +46,7 @@ TEST_F(HostWindows, GoWithTheirProcessHoweverItEnds) {
         }
         EXPECT_EQ(CountWindows(), 1u);
     }
-    EXPECT_EQ(RunChild("MakesWindowsUntilItDies", kScratch + TEXT("\\child.exe"), TEXT("once")).exitCode, 0u);
+    EXPECT_EQ(RunChild("MakesWindowsUntilItDies", kScratch + TEXT("\\child.exe"), TEXT("once")), 0u);
     EXPECT_EQ(CountWindows(), 1u);
     EXPECT_EQ(CountQueues(), 2u);  // a file and a socket
     EXPECT_TRUE(DestroyWindow(own));
@@ -66,8 +66,7 @@ TEST_F(HostWindows, QueueIsFullAtTheSameNumberWhoeverHasTakenIn) {
     const Text number = winhost::Utf16(std::to_string(reinterpret_cast<ULONG_PTR>(own)));
     MSG message = {};
     for (const DWORD free : {10000u, 1u, 0u}) {
-        EXPECT_EQ(RunChild("PostsUntilTheQueueIsFull", kScratch + TEXT("\\child.exe"), number).exitCode,
-                  free);
+        EXPECT_EQ(RunChild("PostsUntilTheQueueIsFull", kScratch + TEXT("\\child.exe"), number), free);
         EXPECT_FALSE(PostMessageW(own, WM_APP, 0, 0));
         EXPECT_EQ(PeekMessageW(&message, nullptr, 0, 0, free > 1 ? PM_REMOVE : PM_NOREMOVE), TRUE);
     }
