@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Sets up, builds and tests both targets, or the one named: test.sh [host|windows]
-# The host's tests run plainly and with sanitizers, those of the Windows target under Wine.
+# The host's tests run plainly and with sanitizers, those of the Windows target under Wine. A few random runs compare both.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -26,6 +26,8 @@ fi
 
 summary=()
 failed=
+# sum_up NAME RESULT STARTED
+sum_up() { summary+=("$(printf '%-12s %s, %d s' "$1" "$2" $((SECONDS - $3)))"); }
 for preset in "${presets[@]}"; do
     echo
     echo "==== $preset ===="
@@ -41,8 +43,16 @@ for preset in "${presets[@]}"; do
     else
         failed=yes
     fi
-    summary+=("$(printf '%-10s %s, %d s' "$preset" "$result" $((SECONDS - started)))")
+    sum_up "$preset" "$result" "$started"
 done
+if [ -z "$failed" ] && [ ${#presets[@]} -eq 3 ]; then
+    echo
+    echo '==== differential ===='
+    started=$SECONDS
+    result='both targets leave the same'
+    scripts/differential.sh 1-10 || { result='THE TARGETS DIFFER'; failed=yes; }
+    sum_up differential "$result" "$started"
+fi
 
 echo
 printf '%s\n' "${summary[@]}"

@@ -37,6 +37,8 @@ make_prefix() (
     "$wine" reg.exe add 'HKCU\Software\Wine\Drivers' /v Graphics /d "${QTV_WINE_GRAPHICS:-null}" /f >/dev/null 2>&1 9>&-
     # The system that both targets stand for.
     "$wine" reg.exe add 'HKCU\Software\Wine' /v Version /d win10 /f >/dev/null 2>&1 9>&-
+    # Windows hides no file for a dot in front of its name.
+    "$wine" reg.exe add 'HKCU\Software\Wine' /v ShowDotFiles /d Y /f >/dev/null 2>&1 9>&-
     # The registry reaches the disk when the server ends.
     "$server" -w 9>&-
     touch "$WINEPREFIX/.ready"

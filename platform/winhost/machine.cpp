@@ -57,7 +57,7 @@ Membership& Current() {
 constexpr const char* kFolders[] = {
     ".state",
     ".state/processes",
-    "C/Program Files",
+    "C/Program Files/Common Files",
     "C/ProgramData/Microsoft/Windows/Start Menu/Programs/Startup",
     "C/Users/Ann/AppData/Local/Temp",
     "C/Users/Ann/AppData/Roaming/Microsoft/Windows/Start Menu/Programs/Startup",

@@ -1,6 +1,7 @@
 // Random runs of setup, and what each step leaves, as a text that both targets must agree on. The runs are
 // named by numbers: QTV_RUNS="1-50"; QTV_RESULTS names the folder of the build machine that takes a file for
 // each.
+#include <cstring>
 #include <fstream>
 #include <list>
 #include <random>
@@ -14,6 +15,8 @@ namespace {
 const std::vector<const char*> kNames = {"a.txt",        "b.bin",        "c d.dat",   "NOEXT",
                                          "sub\\e.txt",   "sub\\f.bin",   "g.dll",     "x64\\h.dll",
                                          "sub\\in\\i.x", "two.dots.txt", "_under.ini"};
+// A program of the package that may be running.
+constexpr const char* kRunning = "runs.exe";
 const std::vector<const char*> kValues = {"*.*",
                                           "*",
                                           "*.txt",
@@ -38,12 +41,12 @@ const std::vector<const char*> kValues = {"*.*",
                                           "*.txt > t",
                                           "sub\\in\\*.*",
                                           "",
-                                          "kernel32.dll",
-                                          "SUB\\E.TXT"};
+                                          "SUB\\E.TXT",
+                                          "runs.exe"};
 const std::vector<const char*> kPrefixes = {
     "File Copy: ",     "File Copy: ",     "File Copy: ", "File Copy x64: ",
     "File Copy ind: ", "File Copy prt: ", "Make Dir: ",  "File Overwrite: ",
-    "File Del: ",      "file copy: ",     "# "};
+    "File Del: ",      "file copy: ",     "# ",          "File Copy ind: kernel32.dll > "};
 const std::vector<const char*> kOptions = {"-allusers", "-autostart", "-nodeskico", "-runafter", "-S", "-x"};
 const std::vector<const char*> kTargets = {
     "", " -instdir C:\\Scratch\\Qantivo", " -instport C:\\Scratch\\p\\Qantivo",
@@ -51,21 +54,26 @@ const std::vector<const char*> kTargets = {
 
 class RandomRun : public EndToEndTest {
   public:
-    explicit RandomRun(unsigned number) : m_random(number) {}
+    explicit RandomRun(unsigned number) : m_random(number) {
+        ImportFile(QTV_BUILD_FOLDER "/sleeper.exe", package + TEXT("\\") + Wide(kRunning));
+        Rebase();
+    }
     std::string Result() {
         MakePackage(m_random() % 3 + 1);
         std::string arguments = "-s" + std::string(Any(kTargets)) + Options();
         if (m_random() % 2 == 0) {
             Note("earlier", arguments);
             Setup(Wide(arguments));
-            if (m_random() % 3 == 0) RestartMachine();
+            if (MayRestart(arguments) || m_random() % 3 == 0) RestartMachine();
             MakePackage(m_random() % 3 + 1);
             if (m_random() % 3 == 0) arguments = "-s" + std::string(Any(kTargets)) + Options();
             Spoil();
         }
         {
-            const std::list<HeldFile> held = Hold();
+            std::list<HeldFile> held;
+            if (!MayRestart(arguments)) held = Hold();
             Setup(Wide(arguments));
+            if (MayRestart(arguments)) RestartMachine();
             Note("setup", arguments);
         }
         const Text folder = Wide(Folder());
@@ -85,15 +93,21 @@ class RandomRun : public EndToEndTest {
     static Text Wide(const std::string& text) { return {text.begin(), text.end()}; }
     const char* Any(const std::vector<const char*>& list) { return list[m_random() % list.size()]; }
 
+    // The last step may ask for a restart, which no use of a file outlives. Wine carries it out at once.
+    static bool MayRestart(const std::string& arguments) {
+        return arguments.find("-runafter") != arguments.npos;
+    }
+
     void MakePackage(unsigned generation) {
         std::string manifest = "File Copy: QtvApp8.exe\r\nFile Copy: QtvUnInst.exe\r\n";
+        if (m_random() % 2) manifest += std::string("File Copy: ") + kRunning + "\r\n";
         for (unsigned count = m_random() % 12; count > 0; --count)
             manifest += std::string(Any(kPrefixes)) + Any(m_random() % 2 ? kNames : kValues) +
                         (m_random() % 5 ? "\r\n" : " \n");
         MakeFile(package + TEXT("\\QtvUnInst.log"), manifest);
         for (const char* name : kNames)
             if (m_random() % 4 != 0)
-                MakeFile(package + TEXT("\\") + Wide(name), name + std::string(generation, '!'));
+                Put(package + TEXT("\\") + Wide(name), name + std::string(generation, '!'));
     }
 
     std::string Options() {
@@ -101,6 +115,16 @@ class RandomRun : public EndToEndTest {
         for (unsigned count = m_random() % 3; count > 0; --count)
             options += std::string(" ") + Any(kOptions);
         return options;
+    }
+
+    // A missing file has all attributes.
+    static bool IsFile(const Text& path) {
+        return !(GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_DIRECTORY);
+    }
+
+    // A folder that a manifest has made there stays.
+    static void Put(const Text& path, const std::string& bytes) {
+        if (!Exists(path) || IsFile(path)) MakeFile(path, bytes);
     }
 
     // Where the product is, as far as the registry tells.
@@ -122,20 +146,29 @@ class RandomRun : public EndToEndTest {
         const Text folder = Wide(Folder());
         for (unsigned count = m_random() % 4; count > 0; --count) {
             const Text path = folder + TEXT("\\") + Wide(Any(kNames));
-            if (m_random() % 2)
-                MakeFile(path, "a stranger's");
-            else
+            if (m_random() % 2 == 0)
                 (void)DeleteFileW(path.c_str());
+            else
+                Put(path, "a stranger's");
         }
         Note("spoilt", "");
     }
 
+    // Up to two of the product's files are in use.
     std::list<HeldFile> Hold() {
+        std::vector<const char*> files = kNames;
+        files.insert(files.end(), {"QtvApp8.exe", kRunning});
+        // Windows renames no folder that holds an open file, but Wine does.
+        std::erase_if(files, [](const char* name) {
+            return std::strchr(name, '\\') || !IsFile(Wide(Folder() + "\\" + name));
+        });
         std::list<HeldFile> held;
-        const Text path = Wide(Folder() + "\\" + Any(kNames));
-        if (m_random() % 3 == 0 && Exists(path) &&
-            !(GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_DIRECTORY))
-            held.emplace_back(path, Hold::NoDelete);
+        for (unsigned count = m_random() % 3; count > 0 && !files.empty(); --count) {
+            const char* const name = Any(files);
+            held.emplace_back(Wide(Folder() + "\\" + name),
+                              name == kRunning ? Hold::Running : Hold::NoDelete);
+            std::erase(files, name);
+        }
         return held;
     }
 

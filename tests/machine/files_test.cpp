@@ -35,6 +35,8 @@ TEST_F(Files, FailWithTheErrorThatTheirCallersTellApart) {
         {"make a folder where a file is", ErrorOf(CreateDirectoryW(TEXT("a"), nullptr)),
          ERROR_ALREADY_EXISTS},
         {"remove a full folder", ErrorOf(RemoveDirectoryW(TEXT("full"))), ERROR_DIR_NOT_EMPTY},
+        {"remove the folder of all programs", ErrorOf(RemoveDirectoryW(TEXT("C:\\Program Files"))),
+         ERROR_DIR_NOT_EMPTY},
         {"remove a file as a folder", ErrorOf(RemoveDirectoryW(TEXT("a"))), ERROR_DIRECTORY},
     };
     for (const auto& row : rows)
