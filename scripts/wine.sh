@@ -39,6 +39,11 @@ make_prefix() (
     "$wine" reg.exe add 'HKCU\Software\Wine' /v Version /d win10 /f >/dev/null 2>&1 9>&-
     # Windows hides no file for a dot in front of its name.
     "$wine" reg.exe add 'HKCU\Software\Wine' /v ShowDotFiles /d Y /f >/dev/null 2>&1 9>&-
+    # Large parts of Wine's registry that no program here asks for: snapshots are several times as quick without them.
+    for key in 'Classes\Interface' 'Microsoft\Windows\CurrentVersion\Telephony' \
+        'Microsoft\Windows\CurrentVersion\Time Zones' 'Microsoft\Windows NT\CurrentVersion\Time Zones'; do
+        "$wine" reg.exe delete "HKLM\\Software\\$key" /f >/dev/null 2>&1 9>&- || true
+    done
     # The registry reaches the disk when the server ends.
     "$server" -w 9>&-
     touch "$WINEPREFIX/.ready"
