@@ -90,7 +90,6 @@ class RandomRun : public EndToEndTest {
   private:
     void TestBody() override {}
 
-    static Text Wide(const std::string& text) { return {text.begin(), text.end()}; }
     const char* Any(const std::vector<const char*>& list) { return list[m_random() % list.size()]; }
 
     // The last step may ask for a restart, which no use of a file outlives. Wine carries it out at once.
