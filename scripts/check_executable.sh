@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Checks a built setup.exe for Windows: size, imports, manifest and the protections in its headers.
+# Checks a built setup.exe for Windows: size, no time of its making, imports, manifest and the protections in its headers.
 set -euo pipefail
 program=$1
-most_bytes=$((400 * 1024))
+most_bytes=$((300 * 1024))
 # Windows takes these from its own folder whatever lies beside the program.
 protected_dlls='ADVAPI32 GDI32 KERNEL32 MSVCRT OLE32 SHELL32 USER32'
 
@@ -18,6 +18,7 @@ size=$(stat -c %s "$copy")
 [ "$size" -le "$most_bytes" ] || fail "$size bytes stripped, more than $most_bytes"
 
 headers=$(x86_64-w64-mingw32-objdump -x "$program")
+grep -q '^Time/Date.*1970$' <<<"$headers" || fail 'holds the time when it was linked: two builds differ'
 imports=$(sed -n 's/^\s*DLL Name: \(.*\)\.dll$/\U\1/Ip' <<<"$headers" | sort -u)
 [ -n "$imports" ] || fail 'no imports found'
 for dll in $imports; do
