@@ -13,13 +13,7 @@ if [ "${1-}" = --quick ]; then
 fi
 wanted=" ${*:-small large growth application memory size instances} "
 
-scripts/bootstrap.sh
-if ! command -v makensis >/dev/null; then
-    as_root=()
-    [ "$(id -u)" -eq 0 ] || as_root=(sudo)
-    "${as_root[@]}" apt-get update -q >/dev/null
-    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends nsis >/dev/null
-fi
+scripts/bootstrap.sh bench
 cmake --preset windows -B "$build/windows" >/dev/null
 cmake --build "$build/windows" --target install_bench instance_bench sample_package -- --quiet
 cmake --preset host -B "$build/host" >/dev/null

@@ -1,12 +1,15 @@
 #!/usr/bin/env bash
-# Installs what building and testing take, with apt-get; quick when nothing is missing. What the Windows target alone
-# takes may be out of reach: that is said, and left to the caller. `bootstrap.sh fuzz` adds what the fuzzers take.
+# Installs what the named kinds of work need, with apt-get: bootstrap.sh [host|windows|fuzz|bench|screenshots]...
+# Without a name: host and windows, which is what the tests need. Quick when nothing is missing.
+# If only the packages of the Windows target can't be installed, that is reported, and the caller decides.
 set -euo pipefail
 
-# windres, with the headers and the preprocessor of the cross compiler, compiles the resources of both targets.
-build=(g++ cmake ninja-build libgtest-dev libc-bin binutils-mingw-w64-x86-64 gcc-mingw-w64-x86-64-posix)
-[ "${1-}" != fuzz ] || build+=(clang libclang-rt-14-dev)
-windows=(g++-mingw-w64-x86-64-posix wine64 wine xvfb xauth)
+# Both targets need windres to compile the resources; windres needs the cross compiler's preprocessor and headers.
+host=(g++ cmake ninja-build libgtest-dev libc-bin binutils-mingw-w64-x86-64 gcc-mingw-w64-x86-64-posix)
+windows=("${host[@]}" g++-mingw-w64-x86-64-posix wine64 wine xvfb xauth)
+fuzz=("${host[@]}" clang libclang-rt-14-dev)
+bench=("${windows[@]}" nsis)
+screenshots=("${windows[@]}" xdotool imagemagick)
 
 missing() {
     local package
@@ -28,11 +31,16 @@ install() {
         apt-get install -q -y --no-install-recommends "$@" >/dev/null
 }
 
-mapfile -t wanted < <(missing "${build[@]}")
-if [ ${#wanted[@]} -gt 0 ]; then
-    install "${wanted[@]}"
-fi
-mapfile -t wanted < <(missing "${windows[@]}")
-if [ ${#wanted[@]} -gt 0 ] && ! install "${wanted[@]}"; then
-    echo "bootstrap: can't install ${wanted[*]}; the Windows target can't be built or tested here" >&2
-fi
+[ $# -gt 0 ] || set -- host windows
+for kind in "$@"; do
+    case $kind in
+        host | windows | fuzz | bench | screenshots) ;;
+        *) echo 'usage: scripts/bootstrap.sh [host|windows|fuzz|bench|screenshots]...' >&2; exit 2 ;;
+    esac
+    declare -n packages=$kind
+    mapfile -t wanted < <(missing "${packages[@]}")
+    if [ ${#wanted[@]} -gt 0 ] && ! install "${wanted[@]}"; then
+        [ "$kind" = windows ] || exit 1
+        echo "bootstrap: can't install ${wanted[*]}; the Windows target can't be built or tested here" >&2
+    fi
+done

@@ -9,7 +9,9 @@ case "${1-}" in
     '' | --wizard) ;;
     *) echo 'usage: scripts/demo.sh [--wizard]' >&2; exit 2 ;;
 esac
-scripts/bootstrap.sh
+needed=host
+[ $# -eq 0 ] || [ -z "${DISPLAY-}" ] || needed=windows
+scripts/bootstrap.sh "$needed"
 
 build() {
     echo "Building the $1 target ..."

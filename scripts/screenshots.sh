@@ -5,7 +5,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 pictures=$(realpath -m "${1:-build/screenshots}")
 package=$(realpath -m "${QTV_PACKAGE:-build/windows/package}")
 
-command -v xdotool import Xvfb >/dev/null || apt-get install -y --no-install-recommends xdotool imagemagick xvfb >/dev/null
+scripts/bootstrap.sh screenshots
 if [ ! -e "$package/setup.exe" ]; then
     cmake --preset windows >/dev/null
     cmake --build --preset windows --target sample_package -- --quiet

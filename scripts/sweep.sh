@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-scripts/bootstrap.sh
+scripts/bootstrap.sh host
 cmake --preset host >/dev/null
 cmake --build --preset host --target sweep -- --quiet
 cmake --preset host-asan >/dev/null

@@ -11,7 +11,7 @@ case "${1-}" in
     *) echo "usage: scripts/test.sh [host|windows]" >&2; exit 2 ;;
 esac
 
-scripts/bootstrap.sh
+scripts/bootstrap.sh "$@"
 
 windows_available() {
     command -v x86_64-w64-mingw32-g++-posix >/dev/null && scripts/wine.sh --version >/dev/null 2>&1
