@@ -1,5 +1,22 @@
 #include "dialog.h"
 
+namespace {
+
+bool IsPage(HWND window) {
+    return GetWindowLongW(window, GWL_STYLE) & WS_CHILD;
+}
+
+// Neither the dialog nor the frame that it is a page of waits for a message or another dialog.
+bool TakesInput(HWND window) {
+    while (IsWindowEnabled(window)) {
+        if (!IsPage(window)) return true;
+        window = GetParent(window);
+    }
+    return false;
+}
+
+}  // namespace
+
 IMPLEMENT_DYNAMIC(CDialog, CWnd)
 
 CDialog::~CDialog() {
@@ -51,6 +68,12 @@ INT_PTR CALLBACK CDialog::Procedure(HWND window, UINT message, WPARAM wParam, LP
     auto* const dialog = reinterpret_cast<CDialog*>(GetWindowLongPtrW(window, DWLP_USER));
     if (!dialog) return FALSE;
     if (message == WM_COMMAND) return dialog->OnCommand(wParam, lParam);
+    // An edit of several lines asks its own parent for the next control. A page knows only its own controls:
+    // Tab would never leave it.
+    if (message == WM_NEXTDLGCTL && IsPage(window)) {
+        (void)SendMessageW(GetParent(window), message, wParam, lParam);
+        return TRUE;
+    }
     if (message == WM_NCDESTROY) {
         (void)SetWindowLongPtrW(window, DWLP_USER, 0);
         dialog->OnWindowGone();
@@ -61,7 +84,7 @@ INT_PTR CALLBACK CDialog::Procedure(HWND window, UINT message, WPARAM wParam, LP
 BOOL CDialog::OnCommand(WPARAM wParam, LPARAM lParam) {
     // Behind a message or another dialog nobody can press anything; a command that comes from elsewhere must
     // not delete a page that is waiting for that dialog.
-    if (!IsWindowEnabled(m_hWnd)) return TRUE;
+    if (!TakesInput(m_hWnd)) return TRUE;
     const int control = LOWORD(wParam);
     const UINT notification = HIWORD(wParam);
     // Enter on a button of a child dialog is told to the frame.
@@ -78,8 +101,7 @@ BOOL CDialog::OnCommand(WPARAM wParam, LPARAM lParam) {
     }
     if (notification != BN_CLICKED || (control != IDOK && control != IDCANCEL)) return FALSE;
     // A page has no such buttons; those of its frame are meant. Posted: the frame may delete the page.
-    if (GetWindowLongW(m_hWnd, GWL_STYLE) & WS_CHILD)
-        return PostMessageW(GetParent(m_hWnd), WM_COMMAND, wParam, 0);
+    if (IsPage(m_hWnd)) return PostMessageW(GetParent(m_hWnd), WM_COMMAND, wParam, 0);
     control == IDOK ? OnOK() : OnCancel();
     return TRUE;
 }

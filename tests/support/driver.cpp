@@ -2,6 +2,7 @@
 
 #include <shlobj.h>
 
+#include <atomic>
 #include <thread>
 
 namespace {
@@ -38,6 +39,32 @@ HWND FindDialog(DWORD process, const Text& title) {
 ::testing::AssertionResult CanBePressed(HWND button) {
     if (IsWindowVisible(button) && IsWindowEnabled(button)) return ::testing::AssertionSuccess();
     return ::testing::AssertionFailure() << "nobody can press " << GetDlgCtrlID(button);
+}
+
+// A window of the thread whose dialog RunDriven shows: it does there what only that thread can do.
+HWND servant;
+constexpr UINT kServe = WM_APP;
+constexpr UINT kCount = WM_APP + 1;
+std::atomic<WPARAM> counted;
+
+LRESULT CALLBACK Serve(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == kServe) (*reinterpret_cast<const std::function<void()>*>(lParam))();
+    if (message == kCount) counted = wParam;
+    return DefWindowProcW(window, message, wParam, lParam);
+}
+
+HWND MakeServant() {
+    WNDCLASSEXW kind = {};
+    kind.cbSize = sizeof kind;
+    kind.lpfnWndProc = Serve;
+    kind.lpszClassName = TEXT("Servant");
+    (void)RegisterClassExW(&kind);
+    return CreateWindowExW(0, kind.lpszClassName, TEXT(""), WS_POPUP, 0, 0, 0, 0, nullptr, nullptr, nullptr,
+                           nullptr);
+}
+
+void OnDialogThread(const std::function<void()>& action) {
+    (void)Send(servant, kServe, 0, reinterpret_cast<LPARAM>(&action));
 }
 
 }  // namespace
@@ -96,6 +123,34 @@ void Driver::Type(HWND edit, const Text& text) const {
     (void)Send(edit, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text.c_str()));
 }
 
+void Driver::Key(UINT message, WPARAM key, bool shift) const {
+    OnDialogThread([&] {
+        BYTE keys[256] = {};
+        keys[VK_SHIFT] = shift ? 0x80 : 0;
+        EXPECT_TRUE(SetKeyboardState(keys));
+        EXPECT_TRUE(PostMessageW(GetFocus(), message, key, 0));
+    });
+    Settle();
+}
+
+int Driver::Focus() const {
+    int focus = 0;
+    OnDialogThread([&] { focus = GetDlgCtrlID(GetFocus()); });
+    return focus;
+}
+
+void Driver::Settle() const {
+    // A message may post another one, and that a third.
+    for (int round = 0; round < 4; ++round) {
+        static WPARAM number;
+        ++number;
+        // Again and again: one that arrives as a box is answered may be lost.
+        EXPECT_TRUE(::Await([&] {
+            return counted == number || !IsWindow(m_dialog) || !PostMessageW(servant, kCount, number, 0);
+        }));
+    }
+}
+
 void Driver::End() const {
     (void)EndDialog(m_dialog, 0);
 }
@@ -118,12 +173,16 @@ bool IsTicked(HWND button) {
 INT_PTR RunDriven(const Text& title, const std::function<INT_PTR()>& dialog,
                   const std::function<void(const Driver&)>& person) {
     const DWORD process = GetCurrentProcessId();
-    const std::jthread driving([&] {
+    servant = MakeServant();
+    std::jthread driving([&] {
         const Driver driver(process, title);
         person(driver);
         if (driver.HasEnded()) return;
         ADD_FAILURE() << "the dialog is still open";
         driver.End();
     });
-    return dialog();
+    const INT_PTR result = dialog();
+    driving.join();
+    (void)DestroyWindow(servant);
+    return result;
 }

@@ -35,6 +35,14 @@ class Driver {
     void Browse(HWND button, const std::optional<Text>& folder) const;
     // Waits until the condition holds, and until the program waits for the person again.
     void Await(const std::function<bool()>& condition) const;
+    // Presses a key in the control that has the focus, of a dialog that RunDriven shows, and lets what it
+    // leads to happen; the message is one of a key or of a character.
+    void Key(UINT message, WPARAM key, bool shift = false) const;
+    // The number of that control.
+    int Focus() const;
+    // Waits until all that has been posted to the thread of a dialog that RunDriven shows, and what that
+    // posts, is dispatched, or the dialog is gone.
+    void Settle() const;
     // Ends a dialog that a person would still have to deal with.
     void End() const;
 

@@ -114,35 +114,6 @@ TEST_F(Frame, TakesNoCommandOfADisabledButton) {
               IDOK);
 }
 
-// Enter and Esc in a control of a page are the frame's Next and Cancel.
-TEST_F(Frame, TakesTheKeysOfItsPages) {
-    RunAt(1, [](const Driver& wizard) {
-        const auto press = [&](int control, WPARAM key) {
-            const HWND focus = wizard.PageControl(control);
-            EXPECT_TRUE(PostMessageW(focus, WM_KEYDOWN, key, 0));
-        };
-        {
-            const BoxAnswers answers({IDNO});
-            press(IDC_AGREEMENT, VK_ESCAPE);
-            wizard.Await([&] { return answers.Shown().size() == 1 && IsWindowEnabled(wizard.Window()); });
-            EXPECT_EQ(answers.Shown()[0].text, Resource(IDS_CONFIRM_CANCEL));
-        }
-        wizard.Press(IDOK);
-        // Enter on a button of the page is that button's.
-        (void)SendMessageW(wizard.Window(), WM_NEXTDLGCTL,
-                           reinterpret_cast<WPARAM>(wizard.PageControl(IDC_BROWSE)), TRUE);
-        press(IDC_BROWSE, VK_RETURN);
-        Driver(GetCurrentProcessId(), TEXT("Browse For Folder")).Press(IDCANCEL);
-        wizard.Await([&] { return IsWindowEnabled(wizard.Window()) != 0; });
-        (void)SendMessageW(wizard.Window(), WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(wizard.Control(IDOK)),
-                           TRUE);
-        press(IDC_FOR_USER, VK_RETURN);
-        wizard.Await([&] { return StepOn(wizard) == 3; });
-        press(IDC_GROUP, VK_RETURN);
-        wizard.Await([&] { return StepOn(wizard) == 4; });
-    });
-}
-
 TEST_F(Frame, EndsOnThePageThatTellsWhatToDoNext) {
     const Text installed = TEXT("Qantivo 8.05.02 has been successfully installed.");
     const Text portable = TEXT("To run portable Qantivo, double-click 'StartQV8' icon located at:\nD:\\Apps");

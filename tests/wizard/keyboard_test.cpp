@@ -1,0 +1,125 @@
+// The keyboard on each page of the wizard.
+#include "wizard/wizard_run.h"
+
+namespace {
+
+class Keyboard : public WizardTest {};
+
+// Focuses a control of the page or the frame, as a key does.
+void FocusOn(const Driver& wizard, int control) {
+    const HWND inPage = control > IDC_BACK ? wizard.PageControl(control) : nullptr;
+    const HWND window = inPage ? inPage : wizard.Control(control);
+    (void)SendMessageW(wizard.Window(), WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(window), TRUE);
+    EXPECT_EQ(wizard.Focus(), control);
+}
+
+// Tab goes around from Next, where each page starts, but the agreement's: there the focus is where it was.
+TEST_F(Keyboard, TabGoesAroundThroughPageAndFrame) {
+    const std::vector<int> rounds[] = {{IDOK, IDCANCEL},
+                                       {IDOK, IDCANCEL, IDC_AGREEMENT, IDC_BACK},
+                                       {IDOK, IDCANCEL, IDC_FOR_USER, IDC_BROWSE, IDC_BACK},
+                                       {IDOK, IDCANCEL, IDC_GROUP, IDC_AUTOSTART, IDC_DESKTOP, IDC_BACK},
+                                       {IDOK, IDCANCEL, IDC_BACK},
+                                       {IDOK, IDC_RUN_AFTER}};
+    const auto around = [&](const Driver& wizard, const std::vector<int>& round) {
+        EXPECT_EQ(wizard.Focus(), IDOK);
+        for (const bool back : {false, true})
+            for (std::size_t i = 1; i <= round.size(); ++i) {
+                wizard.Key(WM_KEYDOWN, VK_TAB, back);
+                EXPECT_EQ(wizard.Focus(), round[(back ? round.size() - i : i) % round.size()]) << i << back;
+            }
+    };
+    RunAt(0, [&](const Driver& wizard) {
+        for (int step = 0; step < 5; ++step) {
+            SCOPED_TRACE(step);
+            around(wizard, rounds[step]);
+            if (step < 4) wizard.Press(IDOK);
+        }
+    });
+    g_silentMode = 2;
+    (void)Run(
+        [&](const Driver& wizard) {
+            around(wizard, rounds[5]);
+            wizard.Press(IDOK);
+        },
+        4);
+}
+
+TEST_F(Keyboard, EnterEscapeAndAccessKeysAreThoseOfTheFrame) {
+    enum Result { Nothing, Next, Back, Asks, Browses };
+    constexpr WPARAM kEnter = VK_RETURN, kEscape = VK_ESCAPE;
+    const struct {
+        int step, focus;
+        WPARAM key;  // a letter is pressed with Alt
+        Result result;
+    } rows[] = {
+        {0, IDOK, kEnter, Next},
+        {0, IDCANCEL, kEnter, Asks},
+        {0, IDOK, kEscape, Asks},
+        {0, IDOK, 'n', Next},
+        {0, IDOK, 'b', Nothing},  // hidden
+        {1, IDOK, kEnter, Next},
+        {1, IDC_BACK, kEnter, Back},
+        {1, IDC_AGREEMENT, kEnter, Nothing},  // nobody accepts what is still being read
+        {1, IDC_AGREEMENT, kEscape, Asks},
+        {1, IDCANCEL, kEscape, Asks},
+        {1, IDC_AGREEMENT, 'b', Back},
+        {1, IDC_AGREEMENT, 'n', Nothing},  // "Yes" and "No" have no keys
+        {2, IDC_FOR_USER, kEnter, Next},
+        {2, IDC_BROWSE, kEnter, Browses},
+        {2, IDC_FOR_USER, 'r', Browses},
+        {2, IDC_FOR_USER, kEscape, Asks},
+        {2, IDC_BROWSE, 'n', Next},
+        {2, IDC_FOR_USER, 'b', Back},
+        {3, IDC_GROUP, kEnter, Next},
+        {3, IDC_DESKTOP, kEnter, Next},
+        {3, IDC_GROUP, kEscape, Asks},
+        {3, IDC_GROUP, 'n', Next},
+        {3, IDC_AUTOSTART, 'b', Back},
+        {4, IDC_BACK, kEnter, Back},
+        {4, IDOK, kEscape, Asks},
+        {4, IDOK, 'b', Back},
+    };
+    int step = -1;
+    const auto press = [&](const Driver& wizard, const auto& row) {
+        SCOPED_TRACE(::testing::Message() << row.step << ": " << row.focus << ", " << row.key);
+        FocusOn(wizard, row.focus);
+        const BoxAnswers answers(row.result == Asks ? std::vector{IDNO} : std::vector<int>{});
+        wizard.Key(row.key == kEnter || row.key == kEscape ? WM_KEYDOWN : WM_SYSCHAR, row.key);
+        if (row.result == Browses) {
+            const Driver browser(GetCurrentProcessId(), TEXT("Browse For Folder"));
+            browser.Press(IDCANCEL);
+            wizard.Await([&] { return IsWindowEnabled(wizard.Window()) != 0; });
+        }
+        if (row.result == Asks)
+            wizard.Await([&] { return answers.Shown().size() == 1 && IsWindowEnabled(wizard.Window()); });
+        EXPECT_EQ(StepOn(wizard), row.step + (row.result == Next) - (row.result == Back));
+    };
+    RunAt(0, [&](const Driver& wizard) {
+        for (const auto& row : rows) {
+            for (; step < row.step; ++step)
+                if (step >= 0) wizard.Press(IDOK);
+            press(wizard, row);
+            if (row.result == Next) wizard.Press(IDC_BACK);
+            if (row.result == Back) wizard.Press(IDOK);
+        }
+    });
+}
+
+TEST_F(Keyboard, FinishesTheLastPage) {
+    for (const WPARAM key : {WPARAM{VK_RETURN}, WPARAM{'f'}}) {
+        g_silentMode = 2;
+        EXPECT_EQ(Run(
+                      [&](const Driver& wizard) {
+                          wizard.Key(WM_KEYDOWN, VK_ESCAPE);
+                          wizard.Key(WM_SYSCHAR, 'b');
+                          EXPECT_EQ(StepOn(wizard), 5);
+                          FocusOn(wizard, IDC_RUN_AFTER);
+                          wizard.Key(key == VK_RETURN ? WM_KEYDOWN : WM_SYSCHAR, key);
+                      },
+                      4),
+                  IDOK);
+    }
+}
+
+}  // namespace
