@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what the named kinds of work need, with apt-get: bootstrap.sh [host|windows|fuzz|bench|screenshots]...
+# Installs what the named kinds of work need, with apt-get: bootstrap.sh [host|windows|faults|fuzz|bench|screenshots]...
 # Without a name: host and windows, which is what the tests need. Quick when nothing is missing.
 # If only the packages of the Windows target can't be installed, that is reported, and the caller decides.
 set -euo pipefail
@@ -7,6 +7,7 @@ set -euo pipefail
 # Both targets need windres to compile the resources; windres needs the cross compiler's preprocessor and headers.
 host=(g++ cmake ninja-build libgtest-dev libc-bin binutils-mingw-w64-x86-64 gcc-mingw-w64-x86-64-posix)
 windows=("${host[@]}" g++-mingw-w64-x86-64-posix wine64 wine xvfb xauth)
+faults=("${host[@]}" python3)
 fuzz=("${host[@]}" clang libclang-rt-14-dev)
 bench=("${windows[@]}" nsis)
 screenshots=("${windows[@]}" xdotool imagemagick)
@@ -34,8 +35,8 @@ install() {
 [ $# -gt 0 ] || set -- host windows
 for kind in "$@"; do
     case $kind in
-        host | windows | fuzz | bench | screenshots) ;;
-        *) echo 'usage: scripts/bootstrap.sh [host|windows|fuzz|bench|screenshots]...' >&2; exit 2 ;;
+        host | windows | faults | fuzz | bench | screenshots) ;;
+        *) echo 'usage: scripts/bootstrap.sh [host|windows|faults|fuzz|bench|screenshots]...' >&2; exit 2 ;;
     esac
     declare -n packages=$kind
     mapfile -t wanted < <(missing "${packages[@]}")

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Sets up, builds and tests both targets, or the one named: test.sh [host|windows]
-# The host's tests run plainly and with sanitizers, those of the Windows target under Wine. A few random runs compare both.
+# The host's tests run plainly and with sanitizers, those of the Windows target under Wine. A few random runs compare both,
+# and a minute of planted faults tests the tests.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -47,6 +48,14 @@ for preset in "${presets[@]}"; do
         failed=yes
     fi
     sum_up "$preset" "$result" "$started"
+    if [ "$preset" = host ] && [ "$result" = 'all tests passed' ]; then
+        echo
+        echo '==== a minute of planted faults ===='
+        started=$SECONDS
+        result='the tests notice each'
+        scripts/plant_faults.sh --sample || { result='A FAULT SURVIVES'; failed=yes; }
+        sum_up faults "$result" "$started"
+    fi
 done
 if [ -z "$failed" ] && [ ${#presets[@]} -eq 3 ]; then
     echo

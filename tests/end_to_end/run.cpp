@@ -1,5 +1,7 @@
 #include "end_to_end/run.h"
 
+#include <cstdlib>
+
 #include "snapshot/names.h"
 
 std::string Narrow(const Text& text) {
@@ -33,7 +35,9 @@ const Text EndToEndTest::package = kScratch + TEXT("\\package");
 const Text EndToEndTest::target = kScratch + TEXT("\\Qantivo");
 
 EndToEndTest::EndToEndTest() {
-    ImportFolder(QTV_BUILD_FOLDER "/package", package);
+    // Another package than the build's, when a planted fault is in it.
+    const char* const other = std::getenv("QTV_PACKAGE");
+    ImportFolder(other ? other : QTV_BUILD_FOLDER "/package", package);
     DeleteKeyTree(HKEY_LOCAL_MACHINE,
                   TEXT("SOFTWARE\\Classes\\CLSID\\{5E0C2B7A-8D41-4F69-9C3B-71A6D2E48F15}"));
     // Every Windows has this list, but not every new Wine prefix.
