@@ -12,10 +12,12 @@
 
 #include "app/setup_app.h"
 #include "app/setup_state.h"
-#include "internal.h"
 #include "machine.h"
 #include "support/registry.h"
 #include "winhost.h"
+#include "core/machine.h"
+#include "core/text.h"
+#include "processes/arguments.h"
 
 namespace {
 

@@ -1,10 +1,9 @@
 // Dialog templates and the compiled resources that hold them: damaged ones read as missing.
-#include "dialog_template.h"
+#include "windows/dialog_template.h"
 
-#include "internal.h"
 #include "machine.h"
 #include "resource.h"
-#include "resources.h"
+#include "resources/resources.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // Link files: what is read from one can be saved, and is then read the same.
-#include "shell_link.h"
+#include "shell/link_format.h"
 
 #include "machine.h"
 

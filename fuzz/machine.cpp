@@ -6,8 +6,8 @@
 #include <fstream>
 #include <iterator>
 
-#include "internal.h"
 #include "winhost.h"
+#include "core/handles.h"
 
 namespace fs = std::filesystem;
 
@@ -48,7 +48,7 @@ class OwnMachine {
 };
 
 // Before the program's static objects, which make calls of the platform.
-[[gnu::init_priority(101)]] OwnMachine machine;
+[[gnu::init_priority(102)]] OwnMachine machine;
 
 }  // namespace
 

@@ -8,9 +8,9 @@
 #include "app/setup_state.h"
 #include "engine/file_ops.h"
 #include "install/earlier_install.h"
-#include "internal.h"
 #include "machine.h"
 #include "winhost.h"
+#include "files/sharing.h"
 
 namespace {
 

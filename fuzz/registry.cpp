@@ -1,5 +1,5 @@
 // The registry's file: what is read from it is written so that it is read the same.
-#include "registry_store.h"
+#include "registry/registry_text.h"
 
 #include "machine.h"
 

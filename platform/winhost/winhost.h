@@ -1,26 +1,41 @@
 // The host's side of the embedded machine: what tests and tools do to a machine from outside.
 //
-// A machine is a folder: a drive a sub-folder (C, D), registry.reg, a marker file that names it a machine, and .state
-// with its running processes, events and shared objects. A program stored inside finds its machine by walking up from
-// its own path; a program outside (a test, a tool) enters one by EnterMachine.
+// A machine is a folder: a drive a sub-folder (C, D), registry.reg, a marker file that names it a machine,
+// and .state with its running processes, events and shared objects. A program stored inside finds its machine
+// by walking up from its own path; a program outside (a test, a tool) enters one by EnterMachine.
 #pragma once
 
 #include <windows.h>
 
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace winhost {
 
-// Makes a new machine in an empty or missing folder: drives, system folders, two users, registry, regsvr32.exe.
+// Makes a new machine in an empty or missing folder: drives, system folders, two users, registry,
+// regsvr32.exe.
 void CreateMachine(const std::filesystem::path& root);
 
-// Makes this process one of the machine, as if it had been started there from `program` (a full Windows path). The
-// current folder becomes the program's. Entering another machine, or the same one again, starts afresh.
+// Makes this process one of the machine, as if it had been started there from `program` (a full Windows
+// path). The current folder becomes the program's. Entering another machine, or the same one again, starts
+// afresh.
 void EnterMachine(const std::filesystem::path& root, std::u16string_view program = u"C:\\Windows\\host.exe");
+
+// Whether this process stands in a machine, by its program's place or because it entered one.
+bool InMachine();
+
+// The folder of the machine's own files: running processes, events, shared objects. A tool may keep files of
+// its own there.
+std::filesystem::path StateFolder();
+
+// Text of the machine as text of the host, which is UTF-8, and back. An unpaired surrogate survives both
+// ways.
+std::string Utf8(std::u16string_view text);
+std::u16string Utf16(std::string_view text);
 
 // Where a file of the machine lies on the host, whether or not it exists.
 std::filesystem::path HostPath(std::u16string_view path);
@@ -28,25 +43,45 @@ std::filesystem::path HostPath(std::u16string_view path);
 // The next start of the machine: carries the boot-time marks out by Windows' rules, and takes them away.
 void RestartMachine();
 
+// The running processes of the machine, without this one.
+std::vector<DWORD> ProcessIds();
+
+// Ends all processes of the machine but this one, and waits until they have gone. False when `milliseconds`
+// ran out.
+bool EndProcesses(DWORD milliseconds);
+
+// Keeps a file of the machine in use until the result is destroyed: as a running program or library, which
+// can be renamed but not deleted, or open for reading without delete sharing, which prevents both. Null when
+// it can't be opened.
+enum class Use { Runs, IsRead };
+std::shared_ptr<void> HoldFile(std::u16string_view path, Use use);
+
+// Copies a file of a machine on the host, with the attributes that the machine keeps on it. The target must
+// not exist.
+void CopyStoredFile(const std::filesystem::path& from, const std::filesystem::path& to);
+
 // Waits until no process of the machine is left but this one. False when `milliseconds` ran out.
 bool WaitForProcesses(DWORD milliseconds);
 
 // The system's version, as RtlGetVersion gives it to every process of the machine.
 void SetSystemVersion(DWORD major, DWORD minor, DWORD build);
 
-// Hides a function from GetProcAddress, as on a system that lacks it, in this process and those that it starts.
+// Hides a function from GetProcAddress, as on a system that lacks it, in this process and those that it
+// starts.
 void HideFunction(const std::string& name, bool hidden);
 
-// What the machine saw besides files and registry, in order, a line each: its kind, a tab, and its fields with tabs
-// between them; a line feed inside a field stands as \n. Kinds: message-box (caption, text, style, answer),
-// unanswered-box (the same), shell-execute (verb, file, show command), start-process (command line, folder),
-// exit-windows (flags, reason), change-notify (event). Numbers are decimal.
+// What the machine saw besides files and registry, in order, a line each: its kind, a tab, and its fields
+// with tabs between them; a line feed inside a field stands as \n. Kinds: message-box (caption, text, style,
+// answer), unanswered-box (the same), shell-execute (verb, file, show command), start-process (command line,
+// folder), exit-windows (flags, reason), change-notify (event). Numbers are decimal.
 std::vector<std::string> Events();
 void ClearEvents();
+// The kind of such a line and its fields, with the line feeds back in their places.
+std::vector<std::string> EventFields(std::string_view event);
 
-// The buttons that answer the next message boxes of the machine, in order. A box without an answer left, or without
-// that button, takes its safe one (No, Cancel, or OK), and is recorded as unanswered. EndBoxAnswers goes back to asking
-// at the terminal.
+// The buttons that answer the next message boxes of the machine, in order. A box without an answer left, or
+// without that button, takes its safe one (No, Cancel, or OK), and is recorded as unanswered. EndBoxAnswers
+// goes back to asking at the terminal.
 void SetBoxAnswers(const std::vector<int>& buttons);
 void EndBoxAnswers();
 
@@ -58,8 +93,8 @@ struct Fault {
     DWORD error = 0;    // the error code; 0: what the call gives for want of rights
     bool kill = false;  // the process is killed at the call instead
 };
-// Sets the faults of this process and starts its counts at 0. Programs that it starts take theirs from the environment
-// (see faults.cpp).
+// Sets the faults of this process and starts its counts at 0. Programs that it starts take theirs from the
+// environment (see faults.cpp).
 void SetFaults(std::vector<Fault> faults);
 std::map<std::string, unsigned> CallCounts();
 

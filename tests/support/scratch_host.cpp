@@ -3,8 +3,6 @@
 
 #include <cstring>
 
-#include "internal.h"
-#include "process_table.h"
 #include "support/target.h"
 #include "winhost.h"
 
@@ -32,33 +30,16 @@ class OwnMachine {
     fs::path m_root;
 };
 
-// Before all other static objects: some of them call the platform.
-[[gnu::init_priority(101)]] OwnMachine ownMachine;
+// After the start of the process, which has priority 101, and before all other static objects: some of them call the
+// platform.
+[[gnu::init_priority(102)]] OwnMachine ownMachine;
 
 std::size_t eventsBefore;
-
-// One field of an event: the text up to the next tab, which is taken off with it.
-std::string TakeField(std::string& line) {
-    const std::string field = line.substr(0, line.find('\t'));
-    line.erase(0, field.size() + 1);
-    std::string text;
-    for (std::size_t i = 0; i < field.size(); ++i) {
-        const bool lineFeed = field.compare(i, 2, "\\n") == 0;
-        text += lineFeed ? '\n' : field[i];
-        i += lineFeed;
-    }
-    return text;
-}
 
 }  // namespace
 
 std::vector<DWORD> StartedPrograms() {
-    std::vector<DWORD> ids;
-    for (const fs::directory_entry& entry : fs::directory_iterator(winhost::TableFolder())) {
-        const DWORD id = static_cast<DWORD>(std::strtoul(entry.path().filename().c_str(), nullptr, 10));
-        if (id != GetCurrentProcessId() && winhost::FindProcess(id)) ids.push_back(id);
-    }
-    return ids;
+    return winhost::ProcessIds();
 }
 
 fs::path BuildPath(const std::string& path) {
@@ -92,11 +73,11 @@ Boxes BoxesSoFar() {
     Boxes boxes;
     const std::vector<std::string> events = winhost::Events();
     for (std::size_t i = eventsBefore; i < events.size(); ++i) {
-        std::string line = events[i];
-        const std::string kind = TakeField(line);
+        std::vector<std::string> fields = winhost::EventFields(events[i]);
+        const std::string kind = fields[0];
         if (kind != "message-box" && kind != "unanswered-box") continue;
-        const Text caption = winhost::Utf16(TakeField(line));
-        boxes.shown.push_back({caption, winhost::Utf16(TakeField(line))});
+        fields.resize(3);
+        boxes.shown.push_back({winhost::Utf16(fields[1]), winhost::Utf16(fields[2])});
         if (kind == "unanswered-box") boxes.unanswered.push_back(boxes.shown.back());
     }
     return boxes;

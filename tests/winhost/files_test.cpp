@@ -1,5 +1,5 @@
 // Files of the embedded machine, where the host's own would behave otherwise or no other target shows it.
-#include "files.h"
+#include "files/files.h"
 #include "support/scratch.h"
 #include "winhost.h"
 #include "winhost/neighbour.h"

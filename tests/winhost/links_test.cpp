@@ -1,5 +1,5 @@
 // Shell links as files: those of others are read, damaged ones too.
-#include "shell_link.h"
+#include "shell/link_format.h"
 #include "support/scratch.h"
 
 namespace {

@@ -2,9 +2,9 @@
 #include <filesystem>
 #include <optional>
 
-#include "internal.h"
 #include "support/scratch.h"
 #include "winhost/neighbour.h"
+#include "core/machine.h"
 
 namespace {
 

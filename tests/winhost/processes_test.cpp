@@ -5,7 +5,7 @@
 #include <csignal>
 #include <fstream>
 
-#include "process_table.h"
+#include "processes/process_table.h"
 #include "support/scratch.h"
 #include "winhost.h"
 

@@ -7,9 +7,9 @@
 
 #include <shlobj.h>
 
-#include "internal.h"
 #include "support/registry_values.h"
 #include "support/scratch.h"
+#include "core/machine.h"
 
 namespace fs = std::filesystem;
 

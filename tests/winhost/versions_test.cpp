@@ -1,10 +1,11 @@
 // Version blocks and resources from bytes: of Windows executables, of host programs, and of damaged files.
 #include <cstring>
 
-#include "bytes.h"
-#include "resources.h"
+#include "core/bytes.h"
+#include "resources/resources.h"
 #include "support/scratch.h"
 #include "support/target.h"
+#include "resources/version_block.h"
 
 namespace {
 

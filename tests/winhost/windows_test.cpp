@@ -2,7 +2,8 @@
 #include <filesystem>
 
 #include "support/scratch.h"
-#include "window_table.h"
+#include "windows/window_table.h"
+#include "winhost.h"
 
 namespace {
 

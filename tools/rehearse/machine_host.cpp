@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <fstream>
 
-#include "process_table.h"
 #include "rehearse/machine.h"
 #include "snapshot/text.h"
 #include "winhost.h"
@@ -41,37 +40,10 @@ class Streams {
     int m_saved[3];
 };
 
-void EndAllPrograms() {
-    for (const auto& entry : std::filesystem::directory_iterator(winhost::TableFolder())) {
-        const auto id = static_cast<DWORD>(std::strtoul(entry.path().filename().c_str(), nullptr, 10));
-        if (id == 0 || id == GetCurrentProcessId()) continue;
-        const HANDLE process = OpenProcess(PROCESS_TERMINATE, FALSE, id);
-        if (!process) continue;
-        (void)TerminateProcess(process, 1);
-        (void)CloseHandle(process);
-    }
-    (void)winhost::WaitForProcesses(kRestMs);
-}
-
-// The fields of an event, the kind first.
-std::vector<std::string> Fields(const std::string& event) {
-    std::vector<std::string> fields(1);
-    for (std::size_t i = 0; i < event.size(); ++i) {
-        if (event[i] == '\t') {
-            fields.emplace_back();
-        } else {
-            const bool lineFeed = event.compare(i, 2, "\\n") == 0;
-            fields.back() += lineFeed ? '\n' : event[i];
-            i += lineFeed;
-        }
-    }
-    return fields;
-}
-
 void TakeEvents(Outcome& outcome) {
     bool first = true;
     for (const std::string& event : winhost::Events()) {
-        std::vector<std::string> fields = Fields(event);
+        std::vector<std::string> fields = winhost::EventFields(event);
         fields.resize(5);
         const std::string& kind = fields[0];
         if (kind == "start-process") {
@@ -112,7 +84,7 @@ Outcome RunToEnd(const std::string& commandLine, const std::string& folder) {
     }
     const bool ended = WaitForSingleObject(process.hProcess, kProgramMs) == WAIT_OBJECT_0 &&
                        winhost::WaitForProcesses(kRestMs);
-    if (!ended) EndAllPrograms();
+    if (!ended) (void)winhost::EndProcesses(kRestMs);
     (void)GetExitCodeProcess(process.hProcess, &outcome.exitCode);
     (void)CloseHandle(process.hThread);
     (void)CloseHandle(process.hProcess);

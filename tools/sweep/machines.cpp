@@ -10,8 +10,6 @@
 #include <regex>
 #include <sstream>
 
-#include "internal.h"
-#include "process_table.h"
 #include "snapshot/snapshot.h"
 #include "sweep/scenarios.h"
 #include "winhost.h"
@@ -68,18 +66,6 @@ void TakeLog(State& state, const std::string& name) {
     state[name] = "a log of manifest " + std::to_string(std::hash<std::string>()(manifest));
     for (const auto& [record, count] : records)
         state["log: " + record] = count == 1 ? "once" : std::to_string(count) + " times";
-}
-
-void EndAllProcesses() {
-    for (const auto& entry : fs::directory_iterator(winhost::TableFolder())) {
-        const auto id = static_cast<DWORD>(std::atoi(entry.path().filename().c_str()));
-        if (id == 0 || id == GetCurrentProcessId()) continue;
-        const HANDLE process = OpenProcess(PROCESS_TERMINATE, FALSE, id);
-        if (!process) continue;
-        (void)TerminateProcess(process, 1);
-        (void)CloseHandle(process);
-    }
-    (void)winhost::WaitForProcesses(kHangMs);
 }
 
 // The rule that the environment hands to the program.
@@ -150,9 +136,7 @@ void CopyMachine(const fs::path& from, const fs::path& to) {
         } else if (name.native().starts_with("C/Package/") && name.extension() == ".exe") {
             fs::create_hard_link(entry->path(), target);
         } else {
-            fs::copy_file(entry->path(), target);
-            const DWORD attributes = winhost::StoredAttributes(entry->path(), false);
-            if (attributes != FILE_ATTRIBUTE_ARCHIVE) (void)winhost::StoreAttributes(target, attributes);
+            winhost::CopyStoredFile(entry->path(), target);
         }
     }
 }
@@ -179,7 +163,7 @@ RunOutcome Run(const std::u16string& commandLine, const std::string& watched,
     if (!process) outcome.complaint = "the program does not start";
     if (!winhost::WaitForProcesses(kHangMs)) {
         outcome.complaint = "hangs";
-        EndAllProcesses();
+        (void)winhost::EndProcesses(kHangMs);
     }
     // A child is asked for its exit code before this process forks: only its parent can do so.
     DWORD exitCode = 0;

@@ -4,7 +4,6 @@
 #include <fstream>
 #include <stdexcept>
 
-#include "internal.h"
 #include "winhost.h"
 
 namespace fs = std::filesystem;
@@ -143,14 +142,9 @@ void Install() {
 }
 
 FilesInUse::FilesInUse() {
-    const auto path = [](const char16_t* name) {
-        return winhost::HostPath(std::u16string(kTarget) + name).native();
-    };
-    m_running = winhost::OpenFile::OpenImage(path(u"engine.dll"));
-    m_held = winhost::OpenFile::Open(path(u"presets.dat"), 0, winhost::kReading, FILE_SHARE_READ);
+    m_running = winhost::HoldFile(std::u16string(kTarget) + u"engine.dll", winhost::Use::Runs);
+    m_held = winhost::HoldFile(std::u16string(kTarget) + u"presets.dat", winhost::Use::IsRead);
 }
-
-FilesInUse::~FilesInUse() = default;
 
 RunOutcome RunAgain(const Scenario& scenario) {
     if (scenario.installs) return Run(scenario.commandLine, kSetup);

@@ -9,10 +9,6 @@
 
 #include "sweep/machines.h"
 
-namespace winhost {
-class OpenFile;
-}
-
 namespace sweep {
 
 inline constexpr char16_t kLogFile[] = u"C:\\Program Files\\Qantivo 8\\QtvUnInst.log";
@@ -39,12 +35,11 @@ void Install();
 class FilesInUse {
   public:
     FilesInUse();
-    ~FilesInUse();
     FilesInUse(const FilesInUse&) = delete;
     FilesInUse& operator=(const FilesInUse&) = delete;
 
   private:
-    std::unique_ptr<winhost::OpenFile> m_running, m_held;
+    std::shared_ptr<void> m_running, m_held;
 };
 
 // Runs the scenario's setup once more, undisturbed, as a user would; an uninstall whose program has gone is

@@ -1,0 +1,43 @@
+// The clock: waits of a fixed length, and the time.
+#include <poll.h>
+
+#include <algorithm>
+#include <ctime>
+
+#include "core/faults.h"
+#include "core/machine.h"
+
+namespace {
+
+// What the waits of a virtual clock have added up to.
+DWORD virtualMilliseconds = 0;
+
+}  // namespace
+
+void Sleep(DWORD milliseconds) {
+    if (winhost::Fails("Sleep")) return;
+    if (milliseconds == INFINITE) winhost::NotModelled("Sleep", "without an end");
+    if (winhost::VirtualClock())
+        virtualMilliseconds += milliseconds;
+    else
+        (void)poll(nullptr, 0, static_cast<int>(std::min(milliseconds, 0x7FFFFFFFu)));
+}
+
+DWORD GetTickCount() {
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<DWORD>(now.tv_sec * 1000 + now.tv_nsec / 1000000) + virtualMilliseconds;
+}
+
+__time64_t _time64(__time64_t* now) {
+    (void)winhost::FaultOf("_time64");
+    const __time64_t seconds = std::time(nullptr);
+    if (now) *now = seconds;
+    return seconds;
+}
+
+std::tm* _localtime64(const __time64_t* time) {
+    if (winhost::Fails("_localtime64")) return nullptr;
+    const std::time_t seconds = *time;
+    return std::localtime(&seconds);
+}

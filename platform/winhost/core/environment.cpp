@@ -1,0 +1,78 @@
+// Environment variables of the machine: they stand in the host's environment under a prefix, so that programs
+// inherit them.
+#include <algorithm>
+
+#include <unistd.h>
+
+#include "core/faults.h"
+#include "core/host_io.h"
+#include "core/machine.h"
+#include "core/new_machine.h"
+#include "core/text.h"
+
+namespace winhost {
+
+namespace {
+
+constexpr char kPrefix[] = "WINHOST_VAR_";
+// Set where the variables have their first values already: in a program that one of the machine's started.
+constexpr char kFilled[] = "WINHOST_VARIABLES";
+
+void Forget() {
+    for (char** entry = environ; *entry;) {
+        const std::string_view text = *entry;
+        if (text.starts_with(kPrefix))
+            unsetenv(std::string(text.substr(0, text.find('='))).c_str());
+        else
+            ++entry;
+    }
+    unsetenv(kFilled);
+}
+
+void Fill() {
+    static const bool forgets = (OnEnter(Forget), true);
+    (void)forgets;
+    if (std::getenv(kFilled)) return;
+    for (const Variable& variable : kNewVariables)
+        setenv((std::string(kPrefix) + variable.name).c_str(), variable.value, 0);
+    setenv(kFilled, "1", 1);
+}
+
+std::string HostName(LPCWSTR name) {
+    return kPrefix + Utf8(Upper(name));
+}
+
+}  // namespace
+
+}  // namespace winhost
+
+DWORD GetEnvironmentVariableW(LPCWSTR name, LPWSTR buffer, DWORD cchBuffer) {
+    if (winhost::Fails("GetEnvironmentVariableW")) return 0;
+    winhost::Fill();
+    const char* stored = name ? std::getenv(winhost::HostName(name).c_str()) : nullptr;
+    if (!stored) {
+        SetLastError(ERROR_ENVVAR_NOT_FOUND);
+        return 0;
+    }
+    const std::u16string value = winhost::Utf16(stored);
+    const auto length = static_cast<DWORD>(value.size());
+    if (cchBuffer <= length) return length + 1;
+    wcscpy(buffer, value.c_str());
+    return length;
+}
+
+BOOL SetEnvironmentVariableW(LPCWSTR name, LPCWSTR value) {
+    if (winhost::Fails("SetEnvironmentVariableW")) return FALSE;
+    if (!name || !*name || wcschr(name, u'=')) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return FALSE;
+    }
+    winhost::Fill();
+    const std::string host = winhost::HostName(name);
+    if (value) return setenv(host.c_str(), winhost::Utf8(value).c_str(), 1) == 0;
+    if (!std::getenv(host.c_str())) {
+        SetLastError(ERROR_ENVVAR_NOT_FOUND);
+        return FALSE;
+    }
+    return unsetenv(host.c_str()) == 0;
+}

@@ -1,0 +1,18 @@
+// Locks that all processes of the machine share.
+#pragma once
+
+namespace winhost {
+
+// A lock by name, held for the object's lifetime.
+class MachineLock {
+  public:
+    explicit MachineLock(const char* name);
+    ~MachineLock();
+    MachineLock(const MachineLock&) = delete;
+    MachineLock& operator=(const MachineLock&) = delete;
+
+  private:
+    int m_descriptor;
+};
+
+}  // namespace winhost

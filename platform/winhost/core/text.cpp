@@ -1,0 +1,285 @@
+// Wide text of the runtime library, and its way to and from the host's UTF-8.
+#include "core/text.h"
+
+#include <clocale>
+#include <cwctype>
+#include <locale.h>
+#include <wctype.h>
+
+#include <algorithm>
+
+#include "core/host_io.h"
+#include "core/machine.h"
+
+namespace winhost {
+
+namespace {
+
+bool IsHigh(char32_t unit) {
+    return unit >= 0xD800 && unit < 0xDC00;
+}
+bool IsLow(char32_t unit) {
+    return unit >= 0xDC00 && unit < 0xE000;
+}
+
+void AppendUtf8(std::string& out, char32_t code) {
+    if (code < 0x80) {
+        out += static_cast<char>(code);
+        return;
+    }
+    const int trailing = code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
+    static constexpr unsigned char kLead[] = {0, 0xC0, 0xE0, 0xF0};
+    out += static_cast<char>(kLead[trailing] | (code >> (6 * trailing)));
+    for (int shift = 6 * (trailing - 1); shift >= 0; shift -= 6)
+        out += static_cast<char>(0x80 | ((code >> shift) & 0x3F));
+}
+
+}  // namespace
+
+std::string Utf8(std::u16string_view text) {
+    std::string out;
+    out.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        char32_t code = text[i];
+        if (IsHigh(code) && i + 1 < text.size() && IsLow(text[i + 1]))
+            code = 0x10000 + ((code - 0xD800) << 10) + (text[++i] - 0xDC00u);
+        AppendUtf8(out, code);
+    }
+    return out;
+}
+
+std::u16string Utf16(std::string_view text) {
+    std::u16string out;
+    out.reserve(text.size());
+    for (std::size_t i = 0; i < text.size();) {
+        const auto lead = static_cast<unsigned char>(text[i]);
+        const int trailing = lead < 0x80 ? 0 : lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : lead >= 0xC0 ? 1 : -1;
+        bool whole = trailing >= 0 && i + static_cast<std::size_t>(trailing) < text.size();
+        char32_t code = trailing <= 0 ? lead : lead & (0x3F >> trailing);
+        for (int k = 1; whole && k <= trailing; ++k) {
+            const auto next = static_cast<unsigned char>(text[i + static_cast<std::size_t>(k)]);
+            whole = (next & 0xC0) == 0x80;
+            code = (code << 6) | (next & 0x3F);
+        }
+        if (!whole) {
+            out += u'\uFFFD';
+            ++i;
+            continue;
+        }
+        i += 1 + static_cast<std::size_t>(trailing);
+        if (code >= 0x10000) {
+            out += static_cast<char16_t>(0xD800 + ((code - 0x10000) >> 10));
+            out += static_cast<char16_t>(0xDC00 + ((code - 0x10000) & 0x3FF));
+        } else {
+            out += static_cast<char16_t>(code);
+        }
+    }
+    return out;
+}
+
+char16_t UpperUnit(char16_t unit) {
+    if (unit < 0x80) return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - 32) : unit;
+    static const locale_t unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    const wint_t upper = unicode ? towupper_l(unit, unicode) : unit;
+    // The file system's table holds no letter whose upper case would be an ASCII one, such as the dotless
+    // i's.
+    return upper < 0x80 ? unit : static_cast<char16_t>(upper);
+}
+
+std::u16string Upper(std::u16string_view text) {
+    std::u16string out(text);
+    std::transform(out.begin(), out.end(), out.begin(), UpperUnit);
+    return out;
+}
+
+bool SameName(std::u16string_view left, std::u16string_view right) {
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                      [](char16_t a, char16_t b) { return a == b || UpperUnit(a) == UpperUnit(b); });
+}
+
+}  // namespace winhost
+
+// ---- the runtime library's wide text
+// -----------------------------------------------------------------------------
+
+std::size_t wcslen(const char16_t* text) {
+    return std::char_traits<char16_t>::length(text);
+}
+
+std::size_t wcsnlen(const char16_t* text, std::size_t limit) {
+    return static_cast<std::size_t>(std::find(text, text + limit, u'\0') - text);
+}
+
+char16_t* wcscpy(char16_t* target, const char16_t* source) {
+    std::copy_n(source, wcslen(source) + 1, target);
+    return target;
+}
+
+char16_t* wcscat(char16_t* target, const char16_t* source) {
+    wcscpy(target + wcslen(target), source);
+    return target;
+}
+
+namespace {
+
+template <class Map>
+int CompareUnits(const char16_t* left, const char16_t* right, std::size_t count, Map map) {
+    for (; count > 0; --count, ++left, ++right) {
+        const int difference = static_cast<int>(map(*left)) - static_cast<int>(map(*right));
+        if (difference != 0 || *left == 0) return difference;
+    }
+    return 0;
+}
+
+char16_t Same(char16_t unit) {
+    return unit;
+}
+
+}  // namespace
+
+char16_t towlower(char16_t unit) {
+    return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
+}
+char16_t towupper(char16_t unit) {
+    return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - 32) : unit;
+}
+
+int wcscmp(const char16_t* left, const char16_t* right) {
+    return CompareUnits(left, right, SIZE_MAX, Same);
+}
+
+int wcsncmp(const char16_t* left, const char16_t* right, std::size_t count) {
+    return CompareUnits(left, right, count, Same);
+}
+
+int _wcsicmp(const char16_t* left, const char16_t* right) {
+    return CompareUnits(left, right, SIZE_MAX, [](char16_t unit) { return towlower(unit); });
+}
+
+int _wcsnicmp(const char16_t* left, const char16_t* right, std::size_t count) {
+    return CompareUnits(left, right, count, [](char16_t unit) { return towlower(unit); });
+}
+
+const char16_t* wcschr(const char16_t* text, char16_t unit) {
+    for (;; ++text) {
+        if (*text == unit) return text;
+        if (*text == 0) return nullptr;
+    }
+}
+
+const char16_t* wcsrchr(const char16_t* text, char16_t unit) {
+    const char16_t* last = nullptr;
+    for (;; ++text) {
+        if (*text == unit) last = text;
+        if (*text == 0) return last;
+    }
+}
+
+const char16_t* wcsstr(const char16_t* text, const char16_t* part) {
+    const std::u16string_view whole(text);
+    const auto found = whole.find(part);
+    return found == whole.npos ? nullptr : text + found;
+}
+
+char16_t* wcschr(char16_t* text, char16_t unit) {
+    return const_cast<char16_t*>(wcschr(static_cast<const char16_t*>(text), unit));
+}
+
+char16_t* wcsrchr(char16_t* text, char16_t unit) {
+    return const_cast<char16_t*>(wcsrchr(static_cast<const char16_t*>(text), unit));
+}
+
+char16_t* wcsstr(char16_t* text, const char16_t* part) {
+    return const_cast<char16_t*>(wcsstr(static_cast<const char16_t*>(text), part));
+}
+
+char16_t* _wcslwr(char16_t* text) {
+    std::transform(text, text + wcslen(text), text, [](char16_t unit) { return towlower(unit); });
+    return text;
+}
+
+int iswspace(char16_t unit) {
+    return (unit >= 0x09 && unit <= 0x0D) || unit == 0x20 || unit == 0xA0 || unit == 0x1680 ||
+           (unit >= 0x2000 && unit <= 0x200A) || unit == 0x2028 || unit == 0x2029 || unit == 0x202F ||
+           unit == 0x205F || unit == 0x3000;
+}
+
+int _wtoi(const char16_t* text) {
+    return static_cast<int>(
+        std::clamp<long>(std::strtol(winhost::Utf8(text).c_str(), nullptr, 10), INT32_MIN, INT32_MAX));
+}
+
+namespace {
+
+// Writes what fits, and counts what would not: _vsnwprintf gives -1 for a text longer than the buffer.
+class WideOutput {
+  public:
+    WideOutput(char16_t* buffer, std::size_t limit) : m_buffer(buffer), m_limit(limit) {}
+    void Put(char16_t unit) {
+        if (m_length < m_limit) m_buffer[m_length] = unit;
+        ++m_length;
+    }
+    int Finish() {
+        if (m_length < m_limit) m_buffer[m_length] = 0;
+        return m_length <= m_limit ? static_cast<int>(m_length) : -1;
+    }
+
+  private:
+    char16_t* m_buffer;
+    std::size_t m_limit;
+    std::size_t m_length = 0;
+};
+
+}  // namespace
+
+int _vsnwprintf(char16_t* buffer, std::size_t count, const char16_t* format, va_list arguments) {
+    WideOutput out(buffer, count);
+    for (; *format; ++format) {
+        if (*format != u'%') {
+            out.Put(*format);
+            continue;
+        }
+        ++format;
+        bool zeros = false;
+        int width = 0;
+        if (*format == u'0') zeros = true, ++format;
+        for (; *format >= u'0' && *format <= u'9' && width < 1000; ++format)
+            width = width * 10 + (*format - u'0');
+        switch (*format) {
+            case u'%':
+                out.Put(u'%');
+                break;
+            case u'c':
+                out.Put(static_cast<char16_t>(va_arg(arguments, int)));
+                break;
+            case u's': {
+                const char16_t* text = va_arg(arguments, const char16_t*);
+                for (text = text ? text : u"(null)"; *text; ++text)
+                    out.Put(*text);
+                break;
+            }
+            case u'd':
+            case u'u':
+            case u'x': {
+                char digits[32];
+                const char pattern[] = {'%', static_cast<char>(*format), 0};
+                // The three patterns are built here and take one 32-bit number.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+                const int length = std::snprintf(digits, sizeof digits, pattern, va_arg(arguments, int));
+#pragma GCC diagnostic pop
+                const char* digit = digits;
+                if (zeros && *digit == '-') out.Put(u'-'), ++digit;
+                for (int pad = length; pad < width; ++pad)
+                    out.Put(zeros ? u'0' : u' ');
+                for (; *digit; ++digit)
+                    out.Put(static_cast<char16_t>(*digit));
+                break;
+            }
+            default:
+                winhost::NotModelled("_vsnwprintf",
+                                     "conversion " + winhost::Utf8(std::u16string_view(format, 1)));
+        }
+    }
+    return out.Finish();
+}

@@ -1,0 +1,71 @@
+// Attributes of files and folders, kept as an extended attribute of the file itself, so that a rename carries
+// them along.
+#include "files/attributes.h"
+
+#include <sys/xattr.h>
+
+#include <cerrno>
+#include <charconv>
+
+#include "core/faults.h"
+#include "core/host_io.h"
+#include "core/machine.h"
+#include "files/paths.h"
+
+namespace winhost {
+
+namespace {
+
+constexpr char kName[] = "user.winhost.attributes";
+constexpr DWORD kSettable =
+    FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_ARCHIVE;
+
+// What a file or folder has without a stored value, so that new ones need none.
+DWORD Default(bool isFolder) {
+    return isFolder ? 0 : FILE_ATTRIBUTE_ARCHIVE;
+}
+
+void EndWithoutAttributes(const std::string& host) {
+    NotModelled("attributes", "a file system without extended attributes: " + host);
+}
+
+}  // namespace
+
+DWORD StoredAttributes(const std::string& host, bool isFolder) {
+    DWORD attributes = Default(isFolder);
+    char digits[16];
+    const ssize_t length = getxattr(host.c_str(), kName, digits, sizeof digits);
+    if (length > 0) std::from_chars(digits, digits + length, attributes);
+    if (length < 0 && errno == ENOTSUP) EndWithoutAttributes(host);
+    attributes = (attributes & kSettable) | (isFolder ? FILE_ATTRIBUTE_DIRECTORY : 0);
+    return attributes ? attributes : FILE_ATTRIBUTE_NORMAL;
+}
+
+bool StoreAttributes(const std::string& host, DWORD attributes) {
+    const std::string digits = std::to_string(attributes & kSettable);
+    if (setxattr(host.c_str(), kName, digits.data(), digits.size(), 0) == 0) return true;
+    if (errno == ENOTSUP) EndWithoutAttributes(host);
+    SetLastError(ErrorOf(errno));
+    return false;
+}
+
+}  // namespace winhost
+
+using namespace winhost;
+
+DWORD GetFileAttributesW(LPCWSTR path) {
+    if (Fails("GetFileAttributesW")) return INVALID_FILE_ATTRIBUTES;
+    const Place place = Locate(path);
+    if (place.exists()) return StoredAttributes(place.host, place.isFolder);
+    SetLastError(place.error);
+    return INVALID_FILE_ATTRIBUTES;
+}
+
+BOOL SetFileAttributesW(LPCWSTR path, DWORD attributes) {
+    if (Fails("SetFileAttributesW")) return FALSE;
+    const Place place = Locate(path);
+    // What can't be set is dropped: callers hand back what they read, the folder bit or a failure included.
+    if (place.exists()) return StoreAttributes(place.host, attributes);
+    SetLastError(place.error);
+    return FALSE;
+}

@@ -1,0 +1,133 @@
+// What is left for the machine's next start: moves and deletes that were put off, and wininit.ini.
+#include "files/boot.h"
+
+#include <unistd.h>
+
+#include "core/host_io.h"
+#include "core/machine_lock.h"
+#include "core/text.h"
+#include "files/copy_move.h"
+#include "files/files.h"
+#include "files/paths.h"
+#include "files/profile.h"
+#include "registry/registry_store.h"
+#include "winhost.h"
+
+namespace winhost {
+
+namespace {
+
+// Where Windows keeps them: pairs of source and target, as paths of its object names; an empty target is a
+// delete, and a mark in front of the target lets a move replace what is there.
+constexpr char16_t kKey[] = u"SYSTEM\\CurrentControlSet\\Control\\Session Manager";
+constexpr char16_t kValue[] = u"PendingFileRenameOperations";
+constexpr std::u16string_view kObjectPrefix = u"\\??\\";
+constexpr char16_t kReplaces = u'!';
+
+struct BootMark {
+    std::u16string source;
+    std::u16string target;
+};
+
+void AppendText(std::string& bytes, std::u16string_view text) {
+    for (const char16_t unit : std::u16string(text) + u'\0') {
+        bytes += static_cast<char>(unit);
+        bytes += static_cast<char>(unit >> 8);
+    }
+}
+
+// The list's bytes without the empty text that ends it. None when the value is no list: it then takes no
+// marks.
+std::optional<std::string> StoredMarks() {
+    const std::optional<MachineValue> value = ReadMachineValue(kKey, kValue);
+    if (!value) return std::string();
+    if (value->type != REG_MULTI_SZ) return std::nullopt;
+    return value->bytes.substr(0, std::max<std::size_t>(value->bytes.size(), 2) - 2);
+}
+
+std::vector<std::u16string> Texts(std::string_view bytes) {
+    std::vector<std::u16string> texts(1);
+    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
+        const auto unit = static_cast<char16_t>(static_cast<unsigned char>(bytes[i]) |
+                                                static_cast<unsigned char>(bytes[i + 1]) << 8);
+        if (unit == 0)
+            texts.emplace_back();
+        else
+            texts.back() += unit;
+    }
+    texts.pop_back();
+    return texts;
+}
+
+std::u16string WithoutPrefix(std::u16string_view path) {
+    return std::u16string(path.starts_with(kObjectPrefix) ? path.substr(kObjectPrefix.size()) : path);
+}
+
+// At a start nothing is open, so that no rule of sharing applies; what fails, fails in silence.
+void CarryOut(const BootMark& mark) {
+    const Place source = Locate(WithoutPrefix(mark.source));
+    if (mark.target.empty()) {
+        (void)RemovePlace(source);
+        return;
+    }
+    const bool replace = mark.target.starts_with(kReplaces);
+    (void)MovePlace(source, Locate(WithoutPrefix(std::u16string_view(mark.target).substr(replace))), replace);
+}
+
+}  // namespace
+
+namespace {
+
+// A mark keeps a closing separator, which a full path has lost.
+std::u16string MarkedPath(LPCWSTR path) {
+    std::u16string full = FullPath(path);
+    if (!full.empty() && full.back() != u'\\' && EndsInSeparator(path)) full += u'\\';
+    return full;
+}
+
+}  // namespace
+
+bool AddBootMark(LPCWSTR source, LPCWSTR target, bool replace) {
+    const std::u16string from = MarkedPath(source);
+    const std::u16string to = target ? MarkedPath(target) : std::u16string();
+    if (from.empty() || (target && to.empty())) return false;
+    const MachineLock lock("boot-marks");
+    std::optional<std::string> stored = StoredMarks();
+    if (!stored) {
+        SetLastError(ERROR_INVALID_DATA);
+        return false;
+    }
+    std::string& bytes = *stored;
+    AppendText(bytes, std::u16string(kObjectPrefix) + from);
+    const std::u16string mark = replace ? std::u16string(1, kReplaces) : std::u16string();
+    AppendText(bytes, to.empty() ? to : mark + std::u16string(kObjectPrefix) + to);
+    AppendText(bytes, u"");
+    WriteMachineValue(kKey, kValue, REG_MULTI_SZ, bytes);
+    return true;
+}
+
+void CarryOutWininit() {
+    const Place file = Locate(u"C:\\Windows\\wininit.ini");
+    if (!file.exists()) return;
+    for (const std::u16string& entry : ReadSection(file, u"rename")) {
+        const std::size_t equals = entry.find(u'=');
+        if (equals == entry.npos) continue;
+        const std::u16string target = entry.substr(0, equals);
+        const Place source = Locate(entry.substr(equals + 1));
+        if (SameName(target, u"NUL"))
+            (void)RemovePlace(source);
+        else
+            (void)MovePlace(source, Locate(target), true);
+    }
+    (void)MovePlace(file, Locate(u"C:\\Windows\\wininit.bak"), true);
+}
+
+void RestartMachine() {
+    CarryOutWininit();
+    const std::vector<std::u16string> texts = Texts(StoredMarks().value_or(std::string()));
+    for (std::size_t i = 0; i + 1 < texts.size(); i += 2)
+        CarryOut({texts[i], texts[i + 1]});
+    DeleteMachineValue(kKey, kValue);
+}
+
+}  // namespace winhost

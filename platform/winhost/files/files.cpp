@@ -1,0 +1,240 @@
+// Files and folders one by one: opened, read, written, made and deleted.
+#include "files/files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "core/faults.h"
+#include "core/handles.h"
+#include "core/host_io.h"
+#include "core/machine.h"
+#include "files/attributes.h"
+#include "files/paths.h"
+#include "files/sharing.h"
+
+namespace winhost {
+
+namespace {
+
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+constexpr DWORD kCreationAttributes = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN |
+                                      FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_NORMAL;
+// Room for a name of 8.3 characters in every folder: a folder's path is shorter than a file's may be.
+constexpr std::size_t kMaxFolderPath = MAX_PATH - 12;
+
+struct FileObject : KernelObject {
+    FileObject(std::unique_ptr<OpenFile> opened, unsigned rights) : file(std::move(opened)), access(rights) {}
+    std::unique_ptr<OpenFile> file;
+    unsigned access;
+};
+
+bool FailWith(DWORD error) {
+    SetLastError(error);
+    return false;
+}
+
+// The opened file of a handle that has the right; null with the last error set.
+std::shared_ptr<FileObject> FileWith(HANDLE handle, unsigned access) {
+    auto file = HandleAs<FileObject>(handle);
+    if (!file || (file->access & access) == access) return file;
+    SetLastError(ERROR_ACCESS_DENIED);
+    return nullptr;
+}
+
+// Why an existing file can't be opened so; 0 when nothing speaks against it.
+DWORD OpeningError(DWORD stored, unsigned access, DWORD disposition, DWORD attributes) {
+    const bool empties = disposition == CREATE_ALWAYS || disposition == TRUNCATE_EXISTING;
+    if ((stored & FILE_ATTRIBUTE_READONLY) && (empties || access & kWriting)) return ERROR_ACCESS_DENIED;
+    // A hidden or system file is replaced only by one that is to be so too.
+    const DWORD lost = stored & (FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM) & ~attributes;
+    return disposition == CREATE_ALWAYS && lost ? ERROR_ACCESS_DENIED : 0;
+}
+
+std::unique_ptr<OpenFile> OpenExisting(const Place& place, unsigned access, unsigned share, DWORD disposition,
+                                       DWORD attributes) {
+    const DWORD stored = StoredAttributes(place.host, false);
+    if (const DWORD error = OpeningError(stored, access, disposition, attributes)) {
+        SetLastError(error);
+        return nullptr;
+    }
+    const bool empties = disposition == CREATE_ALWAYS || disposition == TRUNCATE_EXISTING;
+    if (empties) access |= kWriting;
+    // A claim takes a descriptor that can read, even where the file is only written.
+    auto file = OpenFile::Open(place.host, access & kWriting ? O_RDWR : O_RDONLY, access, share);
+    if (!file) return nullptr;
+    if (empties && ftruncate(file->descriptor(), 0) != 0) {
+        SetLastError(ErrorOf(errno));
+        return nullptr;
+    }
+    const DWORD renewed = (attributes & ~FILE_ATTRIBUTE_NORMAL) | FILE_ATTRIBUTE_ARCHIVE;
+    if (disposition == CREATE_ALWAYS && renewed != stored) (void)StoreAttributes(place.host, renewed);
+    const bool tells = disposition == CREATE_ALWAYS || disposition == OPEN_ALWAYS;
+    SetLastError(tells ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
+    return file;
+}
+
+std::unique_ptr<OpenFile> MakeFile(const Place& place, unsigned access, unsigned share, DWORD disposition,
+                                   DWORD attributes) {
+    const int once = disposition == CREATE_NEW ? O_EXCL : 0;
+    auto file = OpenFile::Open(place.host, O_RDWR | O_CREAT | once, access, share);
+    if (!file) {
+        if (GetLastError() == ERROR_ALREADY_EXISTS) SetLastError(ERROR_FILE_EXISTS);
+        return nullptr;
+    }
+    const DWORD given = (attributes & ~FILE_ATTRIBUTE_NORMAL) | FILE_ATTRIBUTE_ARCHIVE;
+    if (given != FILE_ATTRIBUTE_ARCHIVE) (void)StoreAttributes(place.host, given);
+    SetLastError(ERROR_SUCCESS);
+    return file;
+}
+
+std::unique_ptr<OpenFile> OpenFolder(const Place& place, unsigned access, unsigned share, DWORD disposition) {
+    if (disposition != OPEN_EXISTING) {
+        SetLastError(disposition == CREATE_NEW ? ERROR_FILE_EXISTS : ERROR_ACCESS_DENIED);
+        return nullptr;
+    }
+    auto folder = OpenFile::Open(place.host, O_RDONLY | O_DIRECTORY, access, share);
+    if (folder) SetLastError(ERROR_SUCCESS);
+    return folder;
+}
+
+bool IsDriveRoot(const Place& place) {
+    return place.windows.size() == 3;
+}
+
+}  // namespace
+
+std::unique_ptr<OpenFile> OpenPlace(const Place& place, unsigned access, unsigned share, DWORD disposition,
+                                    DWORD attributes) {
+    const bool makes = disposition != OPEN_EXISTING && disposition != TRUNCATE_EXISTING;
+    DWORD error = 0;
+    if (place.exists() && disposition == CREATE_NEW)
+        error = ERROR_FILE_EXISTS;
+    else if (place.exists() && place.isFolder)
+        error = ERROR_ACCESS_DENIED;
+    else if (!place.exists() && !(makes && place.reachable()))
+        error = place.error;
+    if (error == 0)
+        return place.exists() ? OpenExisting(place, access, share, disposition, attributes)
+                              : MakeFile(place, access, share, disposition, attributes);
+    SetLastError(error);
+    return nullptr;
+}
+
+DWORD RemovePlace(const Place& place) {
+    if (!place.exists()) return place.error;
+    if (IsDriveRoot(place)) return ERROR_ACCESS_DENIED;
+    if (StoredAttributes(place.host, place.isFolder) & FILE_ATTRIBUTE_READONLY) return ERROR_ACCESS_DENIED;
+    const int result = place.isFolder ? rmdir(place.host.c_str()) : unlink(place.host.c_str());
+    return result == 0 ? 0 : ErrorOf(errno);
+}
+
+}  // namespace winhost
+
+using namespace winhost;
+
+HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security, DWORD disposition,
+                   DWORD flags, HANDLE templateFile) {
+    if (Fails("CreateFileW")) return INVALID_HANDLE_VALUE;
+    if (security || templateFile) NotModelled("CreateFileW", "security attributes, template files");
+    if (access & ~(GENERIC_READ | GENERIC_WRITE | DELETE))
+        NotModelled("CreateFileW", "access " + std::to_string(access));
+    if (flags & ~(kCreationAttributes | FILE_FLAG_BACKUP_SEMANTICS))
+        NotModelled("CreateFileW", "flags " + std::to_string(flags));
+    const bool isDisposition = disposition >= CREATE_NEW && disposition <= TRUNCATE_EXISTING;
+    if (!isDisposition || share & ~kShareAll ||
+        (disposition == TRUNCATE_EXISTING && !(access & GENERIC_WRITE))) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return INVALID_HANDLE_VALUE;
+    }
+    const unsigned rights = (access & GENERIC_READ ? kReading : 0) | (access & GENERIC_WRITE ? kWriting : 0) |
+                            (access & DELETE ? kDeleting : 0);
+    const Place place = LocateFile(path);
+    const bool asFolder = place.exists() && place.isFolder && (flags & FILE_FLAG_BACKUP_SEMANTICS);
+    auto file = asFolder ? OpenFolder(place, rights, share, disposition)
+                         : OpenPlace(place, rights, share, disposition, flags & kCreationAttributes);
+    if (file) {
+        const DWORD outcome = GetLastError();
+        const HANDLE handle = AddHandle(std::make_shared<FileObject>(std::move(file), rights));
+        SetLastError(outcome);
+        return handle;
+    }
+    // With a closing separator the folder counts as a path that leads to no file.
+    if (place.exists() && place.isFolder && !asFolder && disposition != CREATE_NEW && EndsInSeparator(path))
+        SetLastError(ERROR_PATH_NOT_FOUND);
+    return INVALID_HANDLE_VALUE;
+}
+
+BOOL ReadFile(HANDLE handle, LPVOID buffer, DWORD cbBuffer, LPDWORD cbRead, void* overlapped) {
+    if (Fails("ReadFile")) return FALSE;
+    if (overlapped) NotModelled("ReadFile", "overlapped reading");
+    if (cbRead) *cbRead = 0;
+    const auto file = FileWith(handle, kReading);
+    if (!file) return FALSE;
+    const ssize_t length = read(file->file->descriptor(), buffer, cbBuffer);
+    if (length < 0) return FailWith(ErrorOf(errno));
+    if (cbRead) *cbRead = static_cast<DWORD>(length);
+    return TRUE;
+}
+
+BOOL WriteFile(HANDLE handle, LPCVOID data, DWORD cbData, LPDWORD cbWritten, void* overlapped) {
+    if (Fails("WriteFile")) return FALSE;
+    if (overlapped) NotModelled("WriteFile", "overlapped writing");
+    if (cbWritten) *cbWritten = 0;
+    const auto file = FileWith(handle, kWriting);
+    if (!file) return FALSE;
+    if (!WriteWhole(file->file->descriptor(), data, cbData)) return FailWith(ErrorOf(errno));
+    if (cbWritten) *cbWritten = cbData;
+    return TRUE;
+}
+
+DWORD GetFileSize(HANDLE handle, LPDWORD high) {
+    if (Fails("GetFileSize")) return INVALID_FILE_SIZE;
+    const auto file = FileWith(handle, 0);
+    if (!file) return INVALID_FILE_SIZE;
+    struct stat info;
+    if (fstat(file->file->descriptor(), &info) != 0) {
+        SetLastError(ErrorOf(errno));
+        return INVALID_FILE_SIZE;
+    }
+    const auto size = static_cast<ULONGLONG>(info.st_size);
+    if (high) *high = static_cast<DWORD>(size >> 32);
+    // A size whose low half looks like the failure is told apart by the last error.
+    if (static_cast<DWORD>(size) == INVALID_FILE_SIZE) SetLastError(ERROR_SUCCESS);
+    return static_cast<DWORD>(size);
+}
+
+BOOL DeleteFileW(LPCWSTR path) {
+    if (Fails("DeleteFileW")) return FALSE;
+    const Place place = LocateFile(path);
+    DWORD error = place.error;
+    if (!error && place.isFolder) error = ERROR_ACCESS_DENIED;
+    if (!error) error = DeleteBlockedBy(place.host);
+    if (!error) error = RemovePlace(place);
+    return error == 0 || FailWith(error);
+}
+
+BOOL CreateDirectoryW(LPCWSTR path, LPSECURITY_ATTRIBUTES security) {
+    if (Fails("CreateDirectoryW")) return FALSE;
+    if (security) NotModelled("CreateDirectoryW", "security attributes");
+    const Place place = Locate(path);
+    if (place.windows.size() >= kMaxFolderPath) return FailWith(ERROR_FILENAME_EXCED_RANGE);
+    // A file named with a closing separator stands in the way all the same.
+    const bool taken = place.exists() || (place.error == ERROR_INVALID_NAME && EndsInSeparator(path) &&
+                                          access(place.host.c_str(), F_OK) == 0);
+    if (taken) return FailWith(ERROR_ALREADY_EXISTS);
+    if (!place.reachable()) return FailWith(place.error);
+    return mkdir(place.host.c_str(), 0777) == 0 || FailWith(ErrorOf(errno));
+}
+
+BOOL RemoveDirectoryW(LPCWSTR path) {
+    if (Fails("RemoveDirectoryW")) return FALSE;
+    const Place place = Locate(path);
+    DWORD error = place.error;
+    if (!error && !place.isFolder) error = ERROR_DIRECTORY;
+    if (!error) error = DeleteBlockedBy(place.host);
+    if (!error) error = RemovePlace(place);
+    return error == 0 || FailWith(error);
+}

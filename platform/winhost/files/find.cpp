@@ -1,0 +1,191 @@
+// Searches: the names that match a pattern, in the order in which NTFS stores them.
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "core/faults.h"
+#include "core/handles.h"
+#include "core/text.h"
+#include "core/machine.h"
+#include "core/host_io.h"
+#include "files/attributes.h"
+#include "files/paths.h"
+
+namespace winhost {
+
+namespace {
+
+// The wildcards that the file system itself knows. Windows turns some of a caller's `*`, `?` and `.` into the
+// last three, which keep old habits alive: "*." finds names without a dot, "a???" finds "a" as well.
+constexpr char16_t kAny = u'*';
+constexpr char16_t kAnyToLastDot = u'<';
+constexpr char16_t kOneOrEnd = u'>';
+constexpr char16_t kDotOrEnd = u'"';
+
+std::u16string Expression(std::u16string_view name, bool endsInDot) {
+    std::u16string expression = Upper(name);
+    if (expression == u"*.*") return u"*";
+    for (std::size_t i = 0; i < expression.size(); ++i) {
+        if (i > 0 && expression[i] == u'.' && expression[i - 1] == kAny) expression[i - 1] = kAnyToLastDot;
+        if (expression[i] != u'?' && expression[i] != kAny) continue;
+        if (expression[i] == u'?') expression[i] = kOneOrEnd;
+        if (i > 0 && expression[i - 1] == u'.') expression[i - 1] = kDotOrEnd;
+    }
+    // The path rules have cut a closing dot off; behind a star it had a meaning.
+    if (endsInDot && expression.ends_with(kAny)) expression.back() = kAnyToLastDot;
+    return expression;
+}
+
+// Whether the whole name matches; `name` is in upper case. Follows all places of the expression at once, so
+// that no pattern takes long.
+bool Matches(const std::u16string& expression, const std::u16string& name) {
+    const std::size_t lastDot = name.rfind(u'.');
+    std::vector<bool> places(expression.size() + 1);
+    places[0] = true;
+    for (std::size_t i = 0; i <= name.size(); ++i) {
+        const bool atEnd = i == name.size();
+        const char16_t unit = atEnd ? u'\0' : name[i];
+        std::vector<bool> next(places.size());
+        for (std::size_t place = 0; place < expression.size(); ++place) {
+            if (!places[place]) continue;
+            switch (expression[place]) {
+                case kAny:
+                case kAnyToLastDot:
+                    places[place + 1] = true;
+                    next[place] = expression[place] == kAny || i != lastDot;
+                    break;
+                case kOneOrEnd:
+                    (atEnd || unit == u'.' ? places : next)[place + 1] = true;
+                    break;
+                case kDotOrEnd:
+                    if (atEnd) places[place + 1] = true;
+                    if (unit == u'.') next[place + 1] = true;
+                    break;
+                default:
+                    if (!atEnd && unit == expression[place]) next[place + 1] = true;
+            }
+        }
+        if (atEnd) break;
+        places = std::move(next);
+    }
+    return places.back();
+}
+
+// A search is a snapshot of names; what else it tells of a file is looked up as the file is handed out.
+struct Search : KernelObject {
+    std::string folder;
+    std::vector<std::string> names;
+    std::size_t next = 0;
+};
+
+FILETIME TimeOf(const statx_timestamp& time) {
+    constexpr LONGLONG kSecondsBefore1970 = 11644473600;
+    const auto ticks =
+        static_cast<ULONGLONG>((time.tv_sec + kSecondsBefore1970) * 10000000 + time.tv_nsec / 100);
+    return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
+}
+
+void Describe(const std::string& folder, const std::string& name, WIN32_FIND_DATAW& data) {
+    data = {};
+    const std::u16string text = Utf16(name);
+    std::copy_n(text.data(), std::min<std::size_t>(text.size(), MAX_PATH - 1), data.cFileName);
+    data.dwFileAttributes = FILE_ATTRIBUTE_ARCHIVE;
+    const std::string host = folder + "/" + name;
+    struct statx info;
+    // One that went since the start of the search is still named by it.
+    if (statx(AT_FDCWD, host.c_str(), 0, STATX_BASIC_STATS | STATX_BTIME, &info) != 0) return;
+    const bool isFolder = S_ISDIR(info.stx_mode);
+    data.dwFileAttributes = StoredAttributes(host, isFolder);
+    data.ftCreationTime = TimeOf(info.stx_mask & STATX_BTIME ? info.stx_btime : info.stx_mtime);
+    data.ftLastAccessTime = TimeOf(info.stx_atime);
+    data.ftLastWriteTime = TimeOf(info.stx_mtime);
+    if (isFolder) return;
+    data.nFileSizeHigh = static_cast<DWORD>(info.stx_size >> 32);
+    data.nFileSizeLow = static_cast<DWORD>(info.stx_size);
+}
+
+std::vector<std::string> MatchingNames(const Place& folder, const std::u16string& expression) {
+    struct Entry {
+        std::u16string key;
+        std::string name;
+    };
+    std::vector<Entry> found;
+    const bool isRoot = folder.windows.size() == 3;
+    const std::unique_ptr<DIR, int (*)(DIR*)> entries(opendir(folder.host.c_str()), closedir);
+    while (const dirent* entry = entries ? readdir(entries.get()) : nullptr) {
+        const std::string name = entry->d_name;
+        if (isRoot && (name == "." || name == "..")) continue;
+        std::u16string key = Upper(Utf16(name));
+        if (Matches(expression, key)) found.push_back({std::move(key), name});
+    }
+    // "." and ".." come first, as NTFS makes them up in front of what it stores.
+    const auto rank = [](const Entry& entry) { return entry.name == "." ? 0 : entry.name == ".." ? 1 : 2; };
+    std::sort(found.begin(), found.end(), [&](const Entry& left, const Entry& right) {
+        return rank(left) != rank(right) ? rank(left) < rank(right) : left.key < right.key;
+    });
+    std::vector<std::string> names;
+    for (Entry& entry : found)
+        names.push_back(std::move(entry.name));
+    return names;
+}
+
+// Fills the search; gives the error code, or 0 when it found something.
+DWORD Start(Search& search, LPCWSTR pattern) {
+    const DWORD before = GetLastError();
+    const std::u16string full = FullPath(pattern);
+    SetLastError(before);
+    if (full.empty() || full.size() >= MAX_PATH) return ERROR_PATH_NOT_FOUND;
+    const std::size_t separator = full.rfind(u'\\');
+    const std::u16string_view name = std::u16string_view(full).substr(separator + 1);
+    if (name.empty() || EndsInSeparator(pattern)) return ERROR_FILE_NOT_FOUND;
+    const Place folder = Locate(full.substr(0, separator + 1));
+    if (!folder.exists())
+        return folder.error == ERROR_INVALID_NAME ? ERROR_INVALID_NAME : ERROR_PATH_NOT_FOUND;
+    search.folder = folder.host;
+    if (name.find_first_of(u"*?") == name.npos) {
+        const Place place = Locate(full);
+        if (!place.exists()) return place.error;
+        search.names = {place.host.substr(place.host.rfind('/') + 1)};
+        return 0;
+    }
+    if (name.find_first_of(u"<>:\"|") != name.npos) return ERROR_INVALID_NAME;
+    search.names = MatchingNames(folder, Expression(name, std::u16string_view(pattern).ends_with(u'.')));
+    return search.names.empty() ? ERROR_FILE_NOT_FOUND : 0;
+}
+
+}  // namespace
+
+}  // namespace winhost
+
+using namespace winhost;
+
+HANDLE FindFirstFileW(LPCWSTR pattern, WIN32_FIND_DATAW* data) {
+    if (Fails("FindFirstFileW")) return INVALID_HANDLE_VALUE;
+    auto search = std::make_shared<Search>();
+    if (const DWORD error = Start(*search, pattern)) {
+        SetLastError(error);
+        return INVALID_HANDLE_VALUE;
+    }
+    Describe(search->folder, search->names[search->next++], *data);
+    return AddHandle(std::move(search));
+}
+
+BOOL FindNextFileW(HANDLE find, WIN32_FIND_DATAW* data) {
+    if (Fails("FindNextFileW")) return FALSE;
+    const auto search = HandleAs<Search>(find);
+    if (!search) return FALSE;
+    if (search->next == search->names.size()) {
+        SetLastError(ERROR_NO_MORE_FILES);
+        return FALSE;
+    }
+    Describe(search->folder, search->names[search->next++], *data);
+    return TRUE;
+}
+
+BOOL FindClose(HANDLE find) {
+    if (Fails("FindClose")) return FALSE;
+    return HandleAs<Search>(find) && DropHandle(find);
+}

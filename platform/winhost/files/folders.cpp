@@ -1,0 +1,166 @@
+// The current folder, and the folders that the system names.
+#include "files/folders.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "core/faults.h"
+#include "core/host_io.h"
+#include "core/machine.h"
+#include "files/files.h"
+#include "files/paths.h"
+#include "files/sharing.h"
+#include "registry/registry_store.h"
+
+namespace winhost {
+
+namespace {
+
+// The claim on the current folder; replaced when another becomes current.
+std::unique_ptr<OpenFile> currentClaim;
+
+std::unique_ptr<OpenFile> ClaimFolder(const std::string& host) {
+    return OpenFile::Open(host, 0, kReading, FILE_SHARE_READ | FILE_SHARE_WRITE);
+}
+
+// Room that a made-up name takes behind a folder: three letters, a number, an ending.
+constexpr std::size_t kTempNameRoom = 14;
+
+std::u16string TempName(std::u16string_view folder, LPCWSTR prefix, UINT number) {
+    static constexpr char16_t kDigits[] = u"0123456789ABCDEF";
+    std::u16string name(folder);
+    if (!EndsInSeparator(name.c_str())) name += u'\\';
+    for (int i = 0; i < 3 && prefix && prefix[i]; ++i)
+        name += prefix[i];
+    int shift = 12;
+    while (shift > 0 && (number >> shift & 0xF) == 0)
+        shift -= 4;
+    for (; shift >= 0; shift -= 4)
+        name += kDigits[number >> shift & 0xF];
+    return name + u".tmp";
+}
+
+// The first of the variables that is set, or the system's folder.
+std::u16string TempFolder() {
+    for (const char16_t* variable : {u"TMP", u"TEMP", u"USERPROFILE"}) {
+        WCHAR text[MAX_PATH];
+        const DWORD length = GetEnvironmentVariableW(variable, text, MAX_PATH);
+        if (length == 0 || length >= MAX_PATH) continue;
+        if (const std::u16string full = FullPath(text); !full.empty()) return full;
+    }
+    return u"C:\\Windows";
+}
+
+}  // namespace
+
+DWORD CopyOut(std::u16string_view text, LPWSTR buffer, DWORD cchBuffer) {
+    if (text.size() >= cchBuffer) return static_cast<DWORD>(text.size() + 1);
+    *std::copy(text.begin(), text.end(), buffer) = 0;
+    return static_cast<DWORD>(text.size());
+}
+
+void ClaimCurrentFolder() {
+    std::error_code error;
+    currentClaim = ClaimFolder(std::filesystem::current_path(error).native());
+}
+
+}  // namespace winhost
+
+using namespace winhost;
+
+DWORD GetTempPathW(DWORD cchBuffer, LPWSTR buffer) {
+    if (Fails("GetTempPathW")) return 0;
+    std::u16string folder = TempFolder();
+    if (!EndsInSeparator(folder.c_str())) folder += u'\\';
+    return CopyOut(folder, buffer, cchBuffer);
+}
+
+UINT GetTempFileNameW(LPCWSTR folder, LPCWSTR prefix, UINT unique, LPWSTR name) {
+    if (Fails("GetTempFileNameW")) return 0;
+    if (wcslen(folder) > MAX_PATH - kTempNameRoom) {
+        SetLastError(ERROR_BUFFER_OVERFLOW);
+        return 0;
+    }
+    const Place place = Locate(folder);
+    if (!place.exists() || !place.isFolder) {
+        SetLastError(ERROR_DIRECTORY);
+        return 0;
+    }
+    constexpr UINT kNumbers = 0x10000;
+    // Processes that start at different numbers seldom meet.
+    static UINT next = static_cast<UINT>(getpid()) * 7919;
+    for (UINT tries = 0; tries < kNumbers; ++tries) {
+        UINT number = unique % kNumbers;
+        if (unique == 0) number = next++ % kNumbers;
+        if (unique == 0 && number == 0) continue;
+        const std::u16string full = TempName(folder, prefix, number);
+        if (unique == 0 && !OpenPlace(Locate(full), kWriting, 0, CREATE_NEW, FILE_ATTRIBUTE_NORMAL)) {
+            if (GetLastError() == ERROR_FILE_EXISTS) continue;
+            return 0;
+        }
+        (void)CopyOut(full, name, MAX_PATH);
+        return number;
+    }
+    return 0;
+}
+
+UINT GetWindowsDirectoryW(LPWSTR buffer, UINT cchBuffer) {
+    if (Fails("GetWindowsDirectoryW")) return 0;
+    return CopyOut(u"C:\\Windows", buffer, cchBuffer);
+}
+
+UINT GetSystemDirectoryW(LPWSTR buffer, UINT cchBuffer) {
+    if (Fails("GetSystemDirectoryW")) return 0;
+    return CopyOut(u"C:\\Windows\\System32", buffer, cchBuffer);
+}
+
+DWORD GetCurrentDirectoryW(DWORD cchBuffer, LPWSTR buffer) {
+    if (Fails("GetCurrentDirectoryW")) return 0;
+    std::error_code error;
+    return CopyOut(WindowsPath(std::filesystem::current_path(error)), buffer, cchBuffer);
+}
+
+BOOL SetCurrentDirectoryW(LPCWSTR path) {
+    if (Fails("SetCurrentDirectoryW")) return FALSE;
+    const Place place = Locate(path);
+    DWORD error = place.error;
+    if (!path || !*path) error = ERROR_INVALID_NAME;
+    if (!error && !place.isFolder) error = ERROR_DIRECTORY;
+    if (error) {
+        SetLastError(error);
+        return FALSE;
+    }
+    auto claim = ClaimFolder(place.host);
+    if (!claim) return FALSE;
+    if (chdir(place.host.c_str()) != 0) {
+        SetLastError(ErrorOf(errno));
+        return FALSE;
+    }
+    currentClaim = std::move(claim);
+    return TRUE;
+}
+
+DWORD GetFullPathNameW(LPCWSTR path, DWORD cchBuffer, LPWSTR buffer, LPWSTR* filePart) {
+    if (Fails("GetFullPathNameW")) return 0;
+    if (filePart) *filePart = nullptr;
+    std::u16string full = FullPath(path);
+    if (full.empty()) {
+        SetLastError(ERROR_INVALID_NAME);
+        return 0;
+    }
+    if (EndsInSeparator(path) && full.back() != u'\\') full += u'\\';
+    const DWORD length = CopyOut(full, buffer, cchBuffer);
+    if (filePart && length < cchBuffer && full.back() != u'\\') *filePart = buffer + full.rfind(u'\\') + 1;
+    return length;
+}
+
+UINT GetDriveTypeW(LPCWSTR root) {
+    if (Fails("GetDriveTypeW")) return DRIVE_NO_ROOT_DIR;
+    std::u16string text = root ? root : u"\\";
+    if (text.size() == 2 && text[1] == u':') text += u'\\';
+    const Place place = Locate(text);
+    const bool isRoot = place.exists() && place.windows.size() == 3;
+    return isRoot ? DRIVE_FIXED : DRIVE_NO_ROOT_DIR;
+}

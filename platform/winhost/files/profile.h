@@ -1,0 +1,15 @@
+// Profile files (.ini).
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "files/paths.h"
+
+namespace winhost {
+
+// The entries of a section, trimmed, in order: "key=value", or the line as it stands when it has no "=".
+std::vector<std::u16string> ReadSection(const Place& file, std::u16string_view section);
+
+}  // namespace winhost

@@ -1,0 +1,15 @@
+// Command lines, split and quoted by the rules of Windows' runtime library.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace winhost {
+
+// Splits a command line: backslashes and quotes; the program's own name first.
+std::vector<std::u16string> SplitArguments(std::u16string_view commandLine);
+// The argument so quoted that it arrives as it stands.
+std::u16string QuoteArgument(std::u16string_view argument);
+
+}  // namespace winhost

@@ -1,0 +1,256 @@
+// Modules: the program, the system's own libraries, and host shared objects that stand in the machine.
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <map>
+
+#include "core/faults.h"
+#include "core/handles.h"
+#include "core/host_io.h"
+#include "core/machine.h"
+#include "core/text.h"
+#include "files/paths.h"
+#include "files/sharing.h"
+#include "processes/search.h"
+#include "processes/system.h"
+#include "winhost.h"
+
+namespace winhost {
+
+namespace {
+
+using Functions = std::map<std::string_view, FARPROC>;
+
+// The program or a library. A module handle is a module's address.
+struct Module {
+    std::u16string path;  // full Windows path
+    unsigned uses = 0;    // of loaded ones; the program and the system's own are never let go
+    void* host = nullptr;
+    std::unique_ptr<OpenFile> image;
+    HANDLE open = nullptr;  // counts it among the open handles
+    Functions functions;
+};
+
+class LoadedModule : public KernelObject {};
+
+template <class Function>
+FARPROC Address(Function* function) {
+    return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(function));
+}
+
+struct Modules {
+    Module program;
+    std::vector<std::unique_ptr<Module>> libraries;
+};
+
+void AddSystemLibrary(Modules& modules, std::u16string_view name, Functions functions = {}) {
+    auto module = std::make_unique<Module>();
+    module->path = u"C:\\Windows\\System32\\";
+    module->path += name;
+    module->functions = std::move(functions);
+    modules.libraries.push_back(std::move(module));
+}
+
+Modules& All() {
+    // Never destroyed: static objects of the program free their libraries late.
+    static Modules* all = [] {
+        auto* modules = new Modules;
+        AddSystemLibrary(*modules, u"ntdll.dll", {{"RtlGetVersion", Address(RtlGetVersion)}});
+        AddSystemLibrary(*modules, u"kernel32.dll", {{"IsWow64Process", Address(IsWow64Process)}});
+        AddSystemLibrary(*modules, u"advapi32.dll",
+                         {{"LookupPrivilegeValueW", Address(LookupPrivilegeValueW)},
+                          {"AdjustTokenPrivileges", Address(AdjustTokenPrivileges)},
+                          {"OpenProcessToken", Address(OpenProcessToken)}});
+        AddSystemLibrary(*modules, u"user32.dll");
+        AddSystemLibrary(*modules, u"shell32.dll");
+        AddSystemLibrary(*modules, u"ole32.dll");
+        AddSystemLibrary(*modules, u"version.dll",
+                         {{"GetFileVersionInfoSizeW", Address(GetFileVersionInfoSizeW)},
+                          {"GetFileVersionInfoW", Address(GetFileVersionInfoW)},
+                          {"VerQueryValueW", Address(VerQueryValueW)}});
+        return modules;
+    }();
+    return *all;
+}
+
+HMODULE HandleOf(Module* module) {
+    return reinterpret_cast<HMODULE>(module);
+}
+
+bool IsProgramModule(HMODULE handle) {
+    return !handle || handle == HandleOf(&All().program);
+}
+
+std::u16string_view LastName(std::u16string_view path) {
+    const auto separator = path.find_last_of(u"\\/:");
+    return separator == path.npos ? path : path.substr(separator + 1);
+}
+
+// The name with the extension that a library has unless the name says otherwise; a closing dot says "none".
+std::u16string WithExtension(std::u16string_view name) {
+    if (!name.empty() && name.back() == u'.') return std::u16string(name.substr(0, name.size() - 1));
+    std::u16string whole(name);
+    if (LastName(name).find(u'.') == name.npos) whole += u".dll";
+    return whole;
+}
+
+// A module in the process: by its last name, or by its full path when the name has one.
+Module* FindByName(std::u16string_view name) {
+    const std::u16string wanted = WithExtension(name);
+    const bool bare = LastName(wanted).size() == wanted.size();
+    const std::u16string full = bare ? wanted : Locate(wanted).windows;
+    const auto matches = [&](const std::u16string& path) {
+        return SameName(bare ? LastName(path) : std::u16string_view(path), full);
+    };
+    Modules& all = All();
+    const auto found = std::find_if(all.libraries.begin(), all.libraries.end(),
+                                    [&](const auto& module) { return matches(module->path); });
+    if (found != all.libraries.end()) return found->get();
+    return matches(ProgramPath()) ? &all.program : nullptr;
+}
+
+// The module of a handle; sets the last error for none.
+Module* FindByHandle(HMODULE handle) {
+    Modules& all = All();
+    if (IsProgramModule(handle)) return &all.program;
+    for (const auto& module : all.libraries)
+        if (HandleOf(module.get()) == handle) return module.get();
+    SetLastError(ERROR_MOD_NOT_FOUND);
+    return nullptr;
+}
+
+Module* Load(const Place& file) {
+    auto module = std::make_unique<Module>();
+    module->path = file.windows;
+    module->image = OpenFile::OpenImage(file.host);
+    if (!module->image) return nullptr;
+    // Lazily, since a program carries only those calls of the platform that it makes itself.
+    module->host = dlopen(file.host.c_str(), RTLD_LAZY | RTLD_LOCAL);
+    if (!module->host) {
+        SetLastError(ERROR_BAD_EXE_FORMAT);
+        return nullptr;
+    }
+    module->open = AddHandle(std::make_shared<LoadedModule>());
+    return All().libraries.emplace_back(std::move(module)).get();
+}
+
+// Names that GetProcAddress does not find, with semicolons between them; programs inherit it.
+constexpr char kHidden[] = "WINHOST_HIDDEN";
+
+std::vector<std::string> HiddenNames() {
+    std::vector<std::string> names;
+    const char* text = std::getenv(kHidden);
+    for (std::string_view rest = text ? text : ""; !rest.empty();) {
+        const auto end = std::min(rest.find(';'), rest.size());
+        names.emplace_back(rest.substr(0, end));
+        rest.remove_prefix(std::min(end + 1, rest.size()));
+    }
+    return names;
+}
+
+}  // namespace
+
+bool IsProgramModule(HMODULE module) {
+    return !module || module == HandleOf(&All().program);
+}
+
+void HideFunction(const std::string& name, bool hidden) {
+    static const bool forgets = (OnEnter([] { unsetenv(kHidden); }), true);
+    (void)forgets;
+    auto names = HiddenNames();
+    std::erase(names, name);
+    if (hidden) names.push_back(name);
+    std::string text;
+    for (const auto& each : names)
+        text += each + ";";
+    setenv(kHidden, text.c_str(), 1);
+}
+
+}  // namespace winhost
+
+HMODULE LoadLibraryW(LPCWSTR name) {
+    if (winhost::Fails("LoadLibraryW", ERROR_MOD_NOT_FOUND)) return nullptr;
+    if (!name || !*name) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return nullptr;
+    }
+    winhost::Module* module = winhost::FindByName(name);
+    if (!module) {
+        const auto wanted = winhost::WithExtension(name);
+        const winhost::Place file = winhost::SearchFile(wanted, u"", true);
+        if (!file.exists()) {
+            SetLastError(ERROR_MOD_NOT_FOUND);
+            return nullptr;
+        }
+        // The search may lead by another name to one that is loaded.
+        module = winhost::FindByName(file.windows);
+        if (!module) module = winhost::Load(file);
+        if (!module) return nullptr;
+    }
+    ++module->uses;
+    return winhost::HandleOf(module);
+}
+
+BOOL FreeLibrary(HMODULE handle) {
+    if (winhost::Fails("FreeLibrary", ERROR_MOD_NOT_FOUND)) return FALSE;
+    winhost::Module* module = winhost::FindByHandle(handle);
+    if (!module) return FALSE;
+    if (!module->host || --module->uses > 0) return TRUE;
+    dlclose(module->host);
+    (void)winhost::DropHandle(module->open);
+    std::erase_if(winhost::All().libraries, [&](const auto& each) { return each.get() == module; });
+    return TRUE;
+}
+
+HMODULE GetModuleHandleW(LPCWSTR name) {
+    if (winhost::Fails("GetModuleHandleW", ERROR_MOD_NOT_FOUND)) return nullptr;
+    if (!name) return winhost::HandleOf(&winhost::All().program);
+    if (winhost::Module* module = winhost::FindByName(name)) return winhost::HandleOf(module);
+    SetLastError(ERROR_MOD_NOT_FOUND);
+    return nullptr;
+}
+
+HMODULE GetModuleHandleA(LPCSTR name) {
+    if (winhost::Fails("GetModuleHandleA", ERROR_MOD_NOT_FOUND)) return nullptr;
+    if (!name) return winhost::HandleOf(&winhost::All().program);
+    if (winhost::Module* module = winhost::FindByName(winhost::Utf16(name))) return winhost::HandleOf(module);
+    SetLastError(ERROR_MOD_NOT_FOUND);
+    return nullptr;
+}
+
+DWORD GetModuleFileNameW(HMODULE handle, LPWSTR buffer, DWORD cchBuffer) {
+    if (winhost::Fails("GetModuleFileNameW")) return 0;
+    const winhost::Module* module = winhost::FindByHandle(handle);
+    if (!module) return 0;
+    const std::u16string& path = winhost::IsProgramModule(handle) ? winhost::ProgramPath() : module->path;
+    const auto length = static_cast<DWORD>(path.size());
+    if (length < cchBuffer) {
+        wcscpy(buffer, path.c_str());
+        SetLastError(ERROR_SUCCESS);
+        return length;
+    }
+    // What fits, closed by a null, with the buffer's size as the result.
+    if (cchBuffer > 0) {
+        std::copy_n(path.begin(), cchBuffer - 1, buffer);
+        buffer[cchBuffer - 1] = 0;
+    }
+    SetLastError(ERROR_INSUFFICIENT_BUFFER);
+    return cchBuffer;
+}
+
+FARPROC GetProcAddress(HMODULE handle, LPCSTR name) {
+    if (winhost::Fails("GetProcAddress", ERROR_PROC_NOT_FOUND)) return nullptr;
+    if (IS_INTRESOURCE(name)) winhost::NotModelled("GetProcAddress", "a function's number");
+    const winhost::Module* module = winhost::FindByHandle(handle);
+    if (!module) return nullptr;
+    const auto hidden = winhost::HiddenNames();
+    FARPROC found = nullptr;
+    if (std::find(hidden.begin(), hidden.end(), name) == hidden.end()) {
+        if (module->host)
+            found = reinterpret_cast<FARPROC>(dlsym(module->host, name));
+        else if (const auto function = module->functions.find(name); function != module->functions.end())
+            found = function->second;
+    }
+    if (!found) SetLastError(ERROR_PROC_NOT_FOUND);
+    return found;
+}

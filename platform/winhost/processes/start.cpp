@@ -1,0 +1,155 @@
+// Starting a program of the machine: its file is found by Windows' rules and run as a host program.
+#include "processes/start.h"
+
+#include <elf.h>
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "core/events.h"
+#include "core/host_io.h"
+#include "core/text.h"
+#include "files/paths.h"
+#include "files/sharing.h"
+#include "processes/arguments.h"
+#include "processes/process_table.h"
+#include "processes/search.h"
+
+namespace winhost {
+
+namespace {
+
+bool IsBlank(char16_t unit) {
+    return unit == u' ' || unit == u'\t';
+}
+
+// Whether the host can run it: a program of the host's own kind.
+bool IsHostProgram(int descriptor) {
+    unsigned char start[EI_NIDENT + sizeof(Elf64_Half)];
+    if (pread(descriptor, start, sizeof start, 0) != sizeof start) return false;
+    return std::memcmp(start, ELFMAG, SELFMAG) == 0 && start[EI_CLASS] == ELFCLASS64;
+}
+
+// What the child needs, made before the fork.
+struct ChildPlan {
+    std::string program;
+    std::string folder;
+    std::string table;
+    std::vector<std::string> arguments;
+    std::vector<char*> argumentPointers;
+    int report = -1;  // takes the error that kept the program from starting
+    int image = -1;
+};
+
+std::vector<char*> Pointers(std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    for (std::string& text : texts)
+        pointers.push_back(text.data());
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+// The child, up to its program. The entry in the table and the running image go over to the program by
+// inheritance.
+[[noreturn]] void RunChild(const ChildPlan& plan) {
+    Descriptor entry = EnterTable(plan.table.c_str());
+    const int table = entry.Release();
+    if (table >= 0 && chdir(plan.folder.c_str()) == 0) {
+        fcntl(table, F_SETFD, 0);
+        fcntl(plan.image, F_SETFD, 0);
+        HandOver(table, plan.image);
+        execv(plan.program.c_str(), plan.argumentPointers.data());
+    }
+    const int error = errno;
+    (void)!write(plan.report, &error, sizeof error);
+    _exit(127);
+}
+
+}  // namespace
+
+std::u16string FindCommand(std::u16string_view line) {
+    Place place;
+    place.error = ERROR_FILE_NOT_FOUND;
+    if (!line.empty() && line.front() == u'"') {
+        line.remove_prefix(1);
+        place = SearchFile(line.substr(0, line.find(u'"')), u".exe", false);
+    } else {
+        // The whole name may hold blanks: "C:\Program Files\x.exe" is tried as "C:\Program" first.
+        DWORD firstError = 0;
+        for (std::size_t end = 0; end <= line.size(); ++end) {
+            if (end < line.size() && !IsBlank(line[end])) continue;
+            place = SearchFile(line.substr(0, end), u".exe", false);
+            if (place.exists()) break;
+            if (firstError == 0) firstError = place.error;
+        }
+        if (!place.exists()) place.error = firstError;
+    }
+    if (place.exists()) return place.windows;
+    SetLastError(place.error);
+    return {};
+}
+
+std::optional<StartedProcess> StartProgram(const std::u16string& program, const std::u16string& commandLine,
+                                           LPCWSTR folder) {
+    const Place file = Locate(program);
+    if (!file.exists()) {
+        SetLastError(file.error);
+        return std::nullopt;
+    }
+    const Place working = Locate(folder ? folder : u".");
+    if (!working.exists() || !working.isFolder) {
+        SetLastError(ERROR_DIRECTORY);
+        return std::nullopt;
+    }
+    const auto image = OpenFile::OpenImage(file.host);
+    if (!image) return std::nullopt;
+    if (!IsHostProgram(image->descriptor())) {
+        SetLastError(ERROR_BAD_EXE_FORMAT);
+        return std::nullopt;
+    }
+
+    ChildPlan plan;
+    plan.program = file.host;
+    plan.folder = working.host;
+    plan.table = TableFolder();
+    for (const auto& argument : SplitArguments(commandLine))
+        plan.arguments.push_back(Utf8(argument));
+    plan.argumentPointers = Pointers(plan.arguments);
+    plan.image = image->descriptor();
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return std::nullopt;
+    }
+    const Descriptor report(ends[0]);
+    Descriptor childReport(ends[1]);
+    plan.report = childReport.get();
+
+    Record("start-process", {commandLine, working.windows});
+    const TableLock lock;
+    PruneTable();
+    const pid_t child = fork();
+    if (child < 0) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return std::nullopt;
+    }
+    if (child == 0) RunChild(plan);
+    childReport = Descriptor();
+    // The pipe ends without a word when the program runs.
+    int error = 0;
+    ssize_t count;
+    while ((count = read(report.get(), &error, sizeof error)) < 0 && errno == EINTR) {
+    }
+    std::optional<StartedProcess> started(std::in_place);
+    started->id = child;
+    started->files = OpenProcessFiles(static_cast<DWORD>(child));
+    if (count == 0) return started;
+    waitpid(child, nullptr, 0);
+    SetLastError(error == ENOEXEC ? ERROR_BAD_EXE_FORMAT : ErrorOf(error));
+    return std::nullopt;
+}
+
+}  // namespace winhost

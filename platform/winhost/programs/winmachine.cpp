@@ -1,0 +1,86 @@
+// winmachine: works on an embedded machine from the host.
+//
+//   winmachine create DIR              makes a new machine in an empty or missing folder
+//   winmachine run DIR PROGRAM ARG...  runs a program of the machine (a full Windows path) in its own folder,
+//   waits for
+//                                      it and all that it started, and ends with its exit code
+//   winmachine restart DIR             restarts the machine: what was put off until then is carried out
+//   winmachine events DIR              tells what the machine saw besides files and registry
+#include <cstring>
+#include <exception>
+#include <span>
+
+#include "core/text.h"
+#include "processes/arguments.h"
+#include "winhost.h"
+
+namespace {
+
+using Arguments = std::span<char*>;
+
+constexpr int kFailed = 1;
+constexpr int kMisused = 2;
+
+int Misused() {
+    std::fprintf(stderr,
+                 "use: winmachine create DIR\n"
+                 "     winmachine run DIR 'C:\\path\\program.exe' [ARGUMENT...]\n"
+                 "     winmachine restart DIR\n"
+                 "     winmachine events DIR\n");
+    return kMisused;
+}
+
+int Run(const char* folder, Arguments command) {
+    const std::u16string program = winhost::Utf16(command[0]);
+    winhost::EnterMachine(folder, program);
+    std::u16string line;
+    for (const char* argument : command)
+        line += (line.empty() ? u"" : u" ") + winhost::QuoteArgument(winhost::Utf16(argument));
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process = {};
+    if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
+                        &process)) {
+        std::fprintf(stderr, "winmachine: %s can't be started: error %u\n", command[0], GetLastError());
+        return kFailed;
+    }
+    DWORD exitCode = 0;
+    (void)WaitForSingleObject(process.hProcess, INFINITE);
+    (void)GetExitCodeProcess(process.hProcess, &exitCode);
+    (void)CloseHandle(process.hThread);
+    (void)CloseHandle(process.hProcess);
+    (void)winhost::WaitForProcesses(INFINITE);
+    // The host has eight bits for it; a failure stays one.
+    return exitCode != 0 && (exitCode & 0xFF) == 0 ? kFailed : static_cast<int>(exitCode & 0xFF);
+}
+
+int RunCommand(const char* command, const char* folder, Arguments rest) {
+    const auto is = [&](const char* name) { return std::strcmp(command, name) == 0; };
+    if (is("create") && rest.empty()) {
+        winhost::CreateMachine(folder);
+    } else if (is("restart") && rest.empty()) {
+        winhost::EnterMachine(folder);
+        winhost::RestartMachine();
+    } else if (is("events") && rest.empty()) {
+        winhost::EnterMachine(folder);
+        for (const auto& event : winhost::Events())
+            std::printf("%s\n", event.c_str());
+    } else if (is("run") && !rest.empty()) {
+        return Run(folder, rest);
+    } else {
+        return Misused();
+    }
+    return 0;
+}
+
+}  // namespace
+
+int main(int count, char** values) {
+    if (count < 3) return Misused();
+    try {
+        return RunCommand(values[1], values[2], Arguments(values + 3, static_cast<std::size_t>(count - 3)));
+    } catch (const std::exception& failure) {
+        std::fprintf(stderr, "winmachine: %s\n", failure.what());
+        return kFailed;
+    }
+}

@@ -1,0 +1,78 @@
+// The machine's registry: a tree of keys, its text form, and the file that all processes share.
+#pragma once
+
+#include <windows.h>
+
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/host_io.h"
+#include "core/machine_lock.h"
+
+namespace winhost {
+
+struct RegistryValue {
+    std::u16string name;  // empty for the key's default value
+    DWORD type = REG_NONE;
+    std::string bytes;
+};
+
+// Paths are names with backslashes between them; empty names count for nothing. Names are found without
+// regard to case.
+struct RegistryNode {
+    std::u16string name;                                           // as spelled when the key was made
+    std::map<std::u16string, std::unique_ptr<RegistryNode>> keys;  // by upper-cased name
+    std::vector<RegistryValue> values;                             // in the order in which they were made
+
+    // Null when there is no such key.
+    RegistryNode* FindKey(std::u16string_view path);
+    // Makes the missing levels too. Null, with nothing made, when a name or the depth is more than a registry
+    // or its text form takes.
+    RegistryNode* MakeKey(std::u16string_view path);
+    // Null when there is no such value.
+    RegistryValue* FindValue(std::u16string_view value);
+    void SetValue(std::u16string_view value, DWORD type, std::string_view bytes);
+    bool DeleteValue(std::u16string_view value);
+};
+
+inline constexpr std::u16string_view kLocalMachine = u"HKEY_LOCAL_MACHINE";
+inline constexpr std::u16string_view kUsers = u"HKEY_USERS";
+// The user that the machine's programs run as, and the classes of that user.
+inline constexpr std::u16string_view kCurrentUser = u"HKEY_USERS\\S-1-5-21-1000-1000-1000-1001";
+inline constexpr std::u16string_view kUserClasses = u"HKEY_USERS\\S-1-5-21-1000-1000-1000-1001_Classes";
+inline constexpr std::u16string_view kMachineClasses = u"HKEY_LOCAL_MACHINE\\SOFTWARE\\Classes";
+
+std::vector<std::u16string_view> KeyNames(std::u16string_view path);
+
+// One operation on the registry: no other process of the machine reads or writes it meanwhile.
+class RegistryFile {
+  public:
+    RegistryFile();
+    RegistryNode& root() { return *m_root; }
+    // Puts the changed tree in the file's place; until then the file stays whole. The error code of a
+    // failure, after which the tree is what the file holds again.
+    DWORD Save();
+
+  private:
+    MachineLock m_lock{"registry.lock"};
+    RegistryNode* m_root;
+};
+
+// Reads one value of a machine-wide key ("SYSTEM\\..." below HKEY_LOCAL_MACHINE); none when missing.
+struct MachineValue {
+    DWORD type = REG_NONE;
+    std::string bytes;
+};
+std::optional<MachineValue> ReadMachineValue(std::u16string_view key, std::u16string_view value);
+void WriteMachineValue(std::u16string_view key, std::u16string_view value, DWORD type,
+                       std::string_view bytes);
+void DeleteMachineValue(std::u16string_view key, std::u16string_view value);
+// Writes the registry that a new machine starts with.
+void CreateRegistry(const std::filesystem::path& root);
+
+}  // namespace winhost

@@ -1,0 +1,34 @@
+// The public binary format of link files.
+#pragma once
+
+#include <shlobj.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "core/host_io.h"
+
+namespace winhost {
+
+struct LinkData {
+    std::u16string path;  // full Windows path, empty for a link without a target
+    bool toFolder = false;
+    DWORD attributes = 0;
+    std::u16string description;
+    std::u16string workingFolder;
+    std::u16string arguments;
+    std::u16string iconPath;
+    int icon = 0;
+    int showCommand = SW_SHOWNORMAL;
+    WORD hotkey = 0;
+};
+
+// Longest text that a link file holds, in characters.
+inline constexpr std::size_t kMaxLinkText = 0xFFFF;
+
+std::string FormatLink(const LinkData& link);
+// None when the bytes are no link file. Damaged parts of one read as missing.
+std::optional<LinkData> ParseLink(std::string_view bytes);
+
+}  // namespace winhost

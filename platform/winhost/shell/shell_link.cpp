@@ -1,0 +1,219 @@
+// The shell's link object.
+#include "shell/shell_link.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "core/faults.h"
+#include "core/host_io.h"
+#include "core/machine.h"
+#include "files/attributes.h"
+#include "files/files.h"
+#include "files/paths.h"
+#include "files/sharing.h"
+#include "registry/registry_store.h"
+#include "shell/link_format.h"
+#include "winhost.h"
+
+const CLSID CLSID_ShellLink = {0x00021401, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+const IID IID_IShellLinkW = {0x000214F9, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+
+namespace winhost {
+
+namespace {
+
+const IID kPersist = {0x0000010C, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+
+// No link is longer than its few texts.
+constexpr std::size_t kMaxLinkFile = 1u << 20;
+
+HRESULT Fault(const char* call) {
+    const DWORD fault = FaultOf(call);
+    return HRESULT_FROM_WIN32(fault);
+}
+
+HRESULT GiveText(const std::u16string& text, LPWSTR buffer, int cchBuffer) {
+    if (!buffer) return E_POINTER;
+    if (cchBuffer <= 0) return S_OK;
+    const std::size_t cch = std::min(text.size(), static_cast<std::size_t>(cchBuffer) - 1);
+    std::copy_n(text.begin(), cch, buffer);
+    buffer[cch] = 0;
+    return S_OK;
+}
+
+HRESULT TakeText(LPCWSTR text, std::u16string& target) {
+    const std::u16string_view taken = text ? text : u"";
+    if (taken.size() > kMaxLinkText) return E_INVALIDARG;
+    target = taken;
+    return S_OK;
+}
+
+class ShellLink final : public IShellLinkW, public IPersistFile {
+  public:
+    HRESULT QueryInterface(REFIID iid, void** object) override {
+        if (!object) return E_POINTER;
+        *object = nullptr;
+        if (FaultOf("IUnknown::QueryInterface")) return E_NOINTERFACE;
+        if (iid == IID_IUnknown || iid == IID_IShellLinkW)
+            *object = static_cast<IShellLinkW*>(this);
+        else if (iid == kPersist || iid == IID_IPersistFile)
+            *object = static_cast<IPersistFile*>(this);
+        else
+            return E_NOINTERFACE;
+        AddRef();
+        return S_OK;
+    }
+    ULONG AddRef() override { return ++m_references; }
+    ULONG Release() override {
+        const ULONG left = --m_references;
+        if (left == 0) delete this;
+        return left;
+    }
+
+    HRESULT GetPath(LPWSTR path, int cchPath, WIN32_FIND_DATAW* data, DWORD flags) override {
+        if (const HRESULT fault = Fault("IShellLinkW::GetPath")) return fault;
+        if (data || (flags & ~SLGP_RAWPATH) != 0) NotModelled("IShellLinkW::GetPath", "find data or flags");
+        const HRESULT given = GiveText(m_link.path, path, cchPath);
+        return given == S_OK && m_link.path.empty() ? S_FALSE : given;
+    }
+    HRESULT SetPath(LPCWSTR path) override;
+
+    HRESULT GetDescription(LPWSTR text, int cchText) override {
+        if (const HRESULT fault = Fault("IShellLinkW::GetDescription")) return fault;
+        return GiveText(m_link.description, text, cchText);
+    }
+    HRESULT SetDescription(LPCWSTR text) override {
+        return Set("IShellLinkW::SetDescription", text, m_link.description);
+    }
+
+    HRESULT GetWorkingDirectory(LPWSTR path, int cchPath) override {
+        if (const HRESULT fault = Fault("IShellLinkW::GetWorkingDirectory")) return fault;
+        return GiveText(m_link.workingFolder, path, cchPath);
+    }
+    HRESULT SetWorkingDirectory(LPCWSTR path) override {
+        return Set("IShellLinkW::SetWorkingDirectory", path, m_link.workingFolder);
+    }
+
+    HRESULT GetArguments(LPWSTR text, int cchText) override {
+        if (const HRESULT fault = Fault("IShellLinkW::GetArguments")) return fault;
+        return GiveText(m_link.arguments, text, cchText);
+    }
+    HRESULT SetArguments(LPCWSTR text) override {
+        return Set("IShellLinkW::SetArguments", text, m_link.arguments);
+    }
+
+    HRESULT GetShowCmd(int* showCommand) override {
+        if (const HRESULT fault = Fault("IShellLinkW::GetShowCmd")) return fault;
+        *showCommand = m_link.showCommand;
+        return S_OK;
+    }
+    HRESULT SetShowCmd(int showCommand) override {
+        if (const HRESULT fault = Fault("IShellLinkW::SetShowCmd")) return fault;
+        m_link.showCommand = showCommand;
+        m_dirty = true;
+        return S_OK;
+    }
+
+    HRESULT GetIconLocation(LPWSTR path, int cchPath, int* icon) override {
+        if (const HRESULT fault = Fault("IShellLinkW::GetIconLocation")) return fault;
+        *icon = m_link.icon;
+        return GiveText(m_link.iconPath, path, cchPath);
+    }
+    HRESULT SetIconLocation(LPCWSTR path, int icon) override {
+        const HRESULT set = Set("IShellLinkW::SetIconLocation", path, m_link.iconPath);
+        if (set == S_OK) m_link.icon = icon;
+        return set;
+    }
+
+    HRESULT GetIDList(void**) override { NotModelled("IShellLinkW::GetIDList", "lists of item ids"); }
+    HRESULT SetIDList(const void*) override { NotModelled("IShellLinkW::SetIDList", "lists of item ids"); }
+    HRESULT GetHotkey(WORD*) override { NotModelled("IShellLinkW::GetHotkey", "hot keys"); }
+    HRESULT SetHotkey(WORD) override { NotModelled("IShellLinkW::SetHotkey", "hot keys"); }
+    HRESULT SetRelativePath(LPCWSTR, DWORD) override {
+        NotModelled("IShellLinkW::SetRelativePath", "relative paths");
+    }
+    HRESULT Resolve(HWND, DWORD) override { NotModelled("IShellLinkW::Resolve", "the search for a target"); }
+
+    HRESULT GetClassID(CLSID* id) override {
+        *id = CLSID_ShellLink;
+        return S_OK;
+    }
+    HRESULT IsDirty() override { return m_dirty ? S_OK : S_FALSE; }
+    HRESULT Load(LPCOLESTR path, DWORD mode) override;
+    HRESULT Save(LPCOLESTR path, BOOL remember) override;
+    HRESULT SaveCompleted(LPCOLESTR) override { return S_OK; }
+    HRESULT GetCurFile(LPOLESTR*) override {
+        NotModelled("IPersistFile::GetCurFile", "memory that the caller frees");
+    }
+
+  private:
+    HRESULT Set(const char* call, LPCWSTR text, std::u16string& target) {
+        if (const HRESULT fault = Fault(call)) return fault;
+        m_dirty = true;
+        return TakeText(text, target);
+    }
+
+    ULONG m_references = 1;
+    bool m_dirty = false;
+    LinkData m_link;
+};
+
+// A target that isn't there is taken all the same.
+HRESULT ShellLink::SetPath(LPCWSTR path) {
+    if (const HRESULT fault = Fault("IShellLinkW::SetPath")) return fault;
+    if (!path) return E_INVALIDARG;
+    m_dirty = true;
+    if (!*path) {
+        m_link.path.clear();
+        return S_OK;
+    }
+    const Place target = Locate(path);
+    if (target.windows.empty() || target.windows.size() >= MAX_PATH) return E_INVALIDARG;
+    m_link.path = target.windows;
+    m_link.toFolder = target.isFolder;
+    m_link.attributes = target.exists() ? StoredAttributes(target.host, target.isFolder) : 0;
+    return target.exists() ? S_OK : S_FALSE;
+}
+
+HRESULT ShellLink::Load(LPCOLESTR path, DWORD) {
+    if (const HRESULT fault = Fault("IPersistFile::Load")) return fault;
+    if (!path) return E_INVALIDARG;
+    const auto file = OpenPlace(Locate(path), kReading, FILE_SHARE_READ, OPEN_EXISTING, 0);
+    if (!file) return HRESULT_FROM_WIN32(GetLastError());
+    struct stat info;
+    if (fstat(file->descriptor(), &info) != 0) return HRESULT_FROM_WIN32(ErrorOf(errno));
+    std::string bytes(std::min(static_cast<std::size_t>(info.st_size), kMaxLinkFile), '\0');
+    const ssize_t got = pread(file->descriptor(), bytes.data(), bytes.size(), 0);
+    if (got < 0) return HRESULT_FROM_WIN32(ErrorOf(errno));
+    const auto link = ParseLink(std::string_view(bytes).substr(0, static_cast<std::size_t>(got)));
+    if (!link) return E_FAIL;
+    m_link = *link;
+    m_dirty = false;
+    return S_OK;
+}
+
+HRESULT ShellLink::Save(LPCOLESTR path, BOOL remember) {
+    if (const HRESULT fault = Fault("IPersistFile::Save")) return fault;
+    if (!path) NotModelled("IPersistFile::Save", "saving under the file's former name");
+    const auto file = OpenPlace(Locate(path), kWriting, 0, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL);
+    if (!file) return HRESULT_FROM_WIN32(GetLastError());
+    const std::string bytes = FormatLink(m_link);
+    if (!WriteWhole(file->descriptor(), bytes.data(), bytes.size()))
+        return HRESULT_FROM_WIN32(ErrorOf(errno));
+    if (remember) m_dirty = false;
+    return S_OK;
+}
+
+}  // namespace
+
+HRESULT CreateShellLink(REFIID iid, void** object) {
+    auto* link = new ShellLink;
+    const HRESULT result = link->QueryInterface(iid, object);
+    link->Release();
+    return result;
+}
+
+}  // namespace winhost

@@ -1,0 +1,10 @@
+// Shell links.
+#pragma once
+
+#include <shlobj.h>
+
+namespace winhost {
+
+HRESULT CreateShellLink(REFIID iid, void** object);
+
+}  // namespace winhost

@@ -1,0 +1,10 @@
+// The system's class "Button".
+#pragma once
+
+#include <windows.h>
+
+namespace winhost {
+
+LRESULT ButtonProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+
+}  // namespace winhost

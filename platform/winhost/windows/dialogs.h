@@ -1,0 +1,29 @@
+// Dialogs: what each keeps, and its procedure.
+#pragma once
+
+#include <windows.h>
+
+#include "core/host_io.h"
+#include "windows/own_windows.h"
+
+namespace winhost {
+
+struct DialogState : ControlState {
+    DLGPROC procedure = nullptr;
+    LONG_PTR messageResult = 0;
+    LONG_PTR user = 0;
+    INT_PTR result = IDOK;  // the number of its default button, until it has ended
+    bool ended = false;
+    HWND savedFocus = nullptr;     // while it is not active
+    HWND disabledOwner = nullptr;  // which comes back when it ends
+    LONG baseX = 0;
+    LONG baseY = 0;
+};
+
+LRESULT DialogProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+
+// What a dialog keeps under one of the DWLP_ indices; null when the window is none, or the index none of
+// them.
+LONG_PTR* DialogLong(HWND window, int index);
+
+}  // namespace winhost

@@ -1,0 +1,230 @@
+#include "windows/focus.h"
+
+#include "core/faults.h"
+#include "core/host_io.h"
+#include "core/machine.h"
+#include "registry/registry_store.h"
+#include "windows/own_windows.h"
+#include "windows/window_table.h"
+
+namespace winhost {
+
+namespace {
+
+HWND MarkedOf(DWORD thread, bool WindowRecord::*mark) {
+    WindowTable table;
+    const WindowRecord* const record = table.Marked(thread, mark);
+    return record ? record->handle : nullptr;
+}
+
+// Takes the mark from the thread's window and gives it to another; gives the one that had it.
+HWND Mark(DWORD thread, bool WindowRecord::*mark, HWND window) {
+    WindowTable table;
+    WindowRecord* const before = table.Marked(thread, mark);
+    if (before) before->*mark = false;
+    if (WindowRecord* const record = window ? table.Find(window) : nullptr) record->*mark = true;
+    return before ? before->handle : nullptr;
+}
+
+// Above all others, and remembered by its owners.
+void PutOnTop(HWND window) {
+    WindowTable table;
+    table.foreground() = window;
+    WindowRecord* record = window ? table.Find(window) : nullptr;
+    if (record) table.Raise(*record);
+    while (record && record->owner) {
+        record = table.Find(record->owner);
+        if (record) record->lastPopup = window;
+    }
+}
+
+// Neither the window nor one around it is disabled or minimized.
+bool TakesInput(HWND window) {
+    WindowTable table;
+    for (const WindowRecord* record = table.Find(window); record; record = table.Find(record->parent)) {
+        if (record->style & (WS_DISABLED | WS_MINIMIZE)) return false;
+        if (!record->parent) return true;
+    }
+    return false;
+}
+
+// Who becomes active when a window goes: its owner, or else the next one of the thread that can.
+HWND Successor(HWND window) {
+    WindowTable table;
+    const auto able = table.Where([window](const WindowRecord& record) {
+        return record.handle != window && !record.isChild() && (record.style & WS_VISIBLE) &&
+               !(record.style & WS_DISABLED) && record.thread == GetCurrentThreadId();
+    });
+    const WindowRecord* const gone = table.Find(window);
+    for (const WindowRecord* record : able)
+        if (gone && record->handle == gone->owner) return record->handle;
+    return able.empty() ? nullptr : able.front()->handle;
+}
+
+}  // namespace
+
+bool LiesIn(HWND window, HWND other) {
+    WindowTable table;
+    while (window && window != other) {
+        const WindowRecord* const record = table.Find(window);
+        window = record ? record->parent : nullptr;
+    }
+    return window != nullptr;
+}
+
+HWND Focus() {
+    return MarkedOf(GetCurrentThreadId(), &WindowRecord::focused);
+}
+
+void Activate(HWND window) {
+    PutOnTop(window);
+    const DWORD thread = GetCurrentThreadId();
+    if (window && !FindOwn(window)) {
+        // The other thread isn't told: it finds its window active.
+        if (const auto record = Look(window)) (void)Mark(record->thread, &WindowRecord::active, window);
+        return;
+    }
+    const HWND before = Mark(thread, &WindowRecord::active, window);
+    if (before == window) return;
+    if (before) (void)Call(before, WM_ACTIVATE, WA_INACTIVE, reinterpret_cast<LPARAM>(window));
+    if (window) (void)Call(window, WM_ACTIVATE, WA_ACTIVE, reinterpret_cast<LPARAM>(before));
+    // A procedure may have made yet another one active.
+    if (MarkedOf(thread, &WindowRecord::active) != window) return;
+    if (const HWND focus = Focus(); !window || !focus || !LiesIn(focus, window)) (void)GiveFocus(window);
+}
+
+bool GiveFocus(HWND window) {
+    if (window) {
+        if (!TakesInput(window)) return false;
+        const HWND root = RootOf(window);
+        if (MarkedOf(GetCurrentThreadId(), &WindowRecord::active) != root) Activate(root);
+        if (!FindOwn(window)) return false;
+    }
+    const HWND before = Mark(GetCurrentThreadId(), &WindowRecord::focused, window);
+    if (before == window) return true;
+    if (before) (void)Call(before, WM_KILLFOCUS, reinterpret_cast<WPARAM>(window), 0);
+    // Not when the loser gave it to yet another one.
+    if (window && Focus() == window) (void)Call(window, WM_SETFOCUS, reinterpret_cast<WPARAM>(before), 0);
+    return true;
+}
+
+void Reveal(HWND window) {
+    ChangeStyle(window, 0, WS_VISIBLE);
+    const auto record = Look(window);
+    if (record && !record->isChild() && !(record->style & WS_MINIMIZE)) Activate(window);
+}
+
+void Hide(HWND window) {
+    const auto record = Look(window);
+    if (!record || !(record->style & WS_VISIBLE)) return;
+    ChangeStyle(window, WS_VISIBLE, 0);
+    if (record->thread != GetCurrentThreadId()) return;
+    if (record->isChild()) {
+        if (const HWND focus = Focus(); focus && LiesIn(focus, window) && !GiveFocus(record->parent))
+            (void)GiveFocus(nullptr);
+    } else if (record->active) {
+        Activate(Successor(window));
+    }
+}
+
+}  // namespace winhost
+
+BOOL ShowWindow(HWND window, int command) {
+    if (winhost::Fails("ShowWindow")) return FALSE;
+    const auto record = winhost::Look(window);
+    if (!record) return FALSE;
+    switch (command) {
+        case SW_HIDE:
+            winhost::Hide(window);
+            break;
+        case SW_SHOWMINIMIZED:
+        case SW_MINIMIZE:
+            winhost::ChangeStyle(window, 0, WS_VISIBLE | WS_MINIMIZE);
+            break;
+        case SW_SHOWNORMAL:
+        case SW_RESTORE:
+            winhost::ChangeStyle(window, WS_MINIMIZE | WS_MAXIMIZE, 0);
+            winhost::Reveal(window);
+            break;
+        case SW_SHOW:
+            winhost::Reveal(window);
+            break;
+        default:
+            winhost::NotModelled("ShowWindow", "command " + std::to_string(command));
+    }
+    return (record->style & WS_VISIBLE) != 0;
+}
+
+BOOL EnableWindow(HWND window, BOOL enable) {
+    if (winhost::Fails("EnableWindow")) return FALSE;
+    const auto record = winhost::Look(window);
+    if (!record) return FALSE;
+    winhost::ChangeStyle(window, enable ? WS_DISABLED : 0, enable ? 0 : WS_DISABLED);
+    if (!enable && winhost::Focus() == window) (void)winhost::GiveFocus(nullptr);
+    return (record->style & WS_DISABLED) != 0;
+}
+
+HWND GetForegroundWindow() {
+    if (winhost::Fails("GetForegroundWindow")) return nullptr;
+    winhost::WindowTable table;
+    const HWND window = table.foreground();
+    return window && table.Find(window) ? window : nullptr;
+}
+
+BOOL SetForegroundWindow(HWND window) {
+    if (winhost::Fails("SetForegroundWindow")) return FALSE;
+    const HWND root = winhost::RootOf(window);
+    if (root) winhost::Activate(root);
+    return root != nullptr;
+}
+
+HWND GetActiveWindow() {
+    if (winhost::Fails("GetActiveWindow")) return nullptr;
+    return winhost::MarkedOf(GetCurrentThreadId(), &winhost::WindowRecord::active);
+}
+
+HWND SetActiveWindow(HWND window) {
+    if (winhost::Fails("SetActiveWindow")) return nullptr;
+    const HWND before = winhost::MarkedOf(GetCurrentThreadId(), &winhost::WindowRecord::active);
+    const auto record = winhost::Look(window);
+    if (!record || record->isChild() || !winhost::FindOwn(window)) return nullptr;
+    winhost::Activate(window);
+    return before;
+}
+
+HWND GetLastActivePopup(HWND window) {
+    if (winhost::Fails("GetLastActivePopup", ERROR_INVALID_WINDOW_HANDLE)) return nullptr;
+    const auto record = winhost::Look(window);
+    if (!record) return nullptr;
+    return record->lastPopup && winhost::Look(record->lastPopup) ? record->lastPopup : window;
+}
+
+HWND GetFocus() {
+    if (winhost::Fails("GetFocus")) return nullptr;
+    return winhost::Focus();
+}
+
+HWND SetFocus(HWND window) {
+    if (winhost::Fails("SetFocus")) return nullptr;
+    if (window && !winhost::Look(window)) return nullptr;
+    if (window && !winhost::FindOwn(window)) {
+        SetLastError(ERROR_ACCESS_DENIED);
+        return nullptr;
+    }
+    const HWND before = winhost::Focus();
+    return winhost::GiveFocus(window) ? before : nullptr;
+}
+
+BOOL GetGUIThreadInfo(DWORD thread, GUITHREADINFO* information) {
+    if (winhost::Fails("GetGUIThreadInfo")) return FALSE;
+    if (thread == 0) winhost::NotModelled("GetGUIThreadInfo", "the foreground's thread");
+    if (information->cbSize != sizeof *information) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return FALSE;
+    }
+    *information = {};
+    information->cbSize = sizeof *information;
+    information->hwndActive = winhost::MarkedOf(thread, &winhost::WindowRecord::active);
+    information->hwndFocus = winhost::MarkedOf(thread, &winhost::WindowRecord::focused);
+    return TRUE;
+}

@@ -1,0 +1,113 @@
+// How windows stand to each other: parents and owners, and who is found by what.
+#include "windows/relations.h"
+
+#include "core/faults.h"
+#include "core/host_io.h"
+#include "core/machine.h"
+#include "core/text.h"
+#include "windows/window_table.h"
+#include "windows/window_texts.h"
+
+namespace winhost {
+
+namespace {
+
+HWND Neighbour(const WindowRecord& window, UINT relation) {
+    if (relation == GW_OWNER) return window.owner;
+    const std::vector<HWND> children = Children(relation == GW_CHILD ? window.handle : window.parent);
+    auto found = children.begin();
+    if (relation == GW_HWNDNEXT) {
+        while (found != children.end() && *found != window.handle)
+            ++found;
+        if (found != children.end()) ++found;
+    }
+    return found != children.end() ? *found : nullptr;
+}
+
+bool Matches(HWND window, LPCWSTR className, LPCWSTR title) {
+    if (className && IS_INTRESOURCE(className)) NotModelled("FindWindowExW", "an atom");
+    const auto record = Look(window);
+    return record && (!className || SameName(record->kind, className)) &&
+           (!title || SameName(record->title, title));
+}
+
+HWND FindBehind(HWND parent, HWND after, LPCWSTR className, LPCWSTR title) {
+    bool behind = !after;
+    for (const HWND window : Children(parent)) {
+        if (behind && Matches(window, className, title)) return window;
+        behind = behind || window == after;
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+bool Shows(HWND window) {
+    WindowTable table;
+    for (const WindowRecord* record = table.Find(window); record; record = table.Find(record->parent)) {
+        if (!(record->style & WS_VISIBLE)) return false;
+        if (!record->parent) return true;
+    }
+    return false;
+}
+
+}  // namespace winhost
+
+// The windows are those of the moment of the call; one that has gone since is left out.
+BOOL EnumWindows(WNDENUMPROC callback, LPARAM context) {
+    if (winhost::Fails("EnumWindows")) return FALSE;
+    for (const HWND window : winhost::Children(nullptr)) {
+        if (!winhost::Look(window)) continue;
+        if (!callback(window, context)) return FALSE;
+    }
+    return TRUE;
+}
+
+HWND FindWindowW(LPCWSTR className, LPCWSTR title) {
+    if (winhost::Fails("FindWindowW")) return nullptr;
+    return winhost::FindBehind(nullptr, nullptr, className, title);
+}
+
+HWND FindWindowExW(HWND parent, HWND after, LPCWSTR className, LPCWSTR title) {
+    if (winhost::Fails("FindWindowExW")) return nullptr;
+    if ((parent && !winhost::Look(parent)) || (after && !winhost::Look(after))) return nullptr;
+    return winhost::FindBehind(parent, after, className, title);
+}
+
+DWORD GetWindowThreadProcessId(HWND window, LPDWORD process) {
+    if (winhost::Fails("GetWindowThreadProcessId", ERROR_INVALID_WINDOW_HANDLE)) return 0;
+    const auto record = winhost::Look(window);
+    if (!record) return 0;
+    if (process) *process = record->process;
+    return record->thread;
+}
+
+HWND GetWindow(HWND window, UINT relation) {
+    if (winhost::Fails("GetWindow", ERROR_INVALID_WINDOW_HANDLE)) return nullptr;
+    if (relation != GW_OWNER && relation != GW_CHILD && relation != GW_HWNDNEXT)
+        winhost::NotModelled("GetWindow", "relation " + std::to_string(relation));
+    const auto record = winhost::Look(window);
+    return record ? winhost::Neighbour(*record, relation) : nullptr;
+}
+
+HWND GetParent(HWND window) {
+    if (winhost::Fails("GetParent", ERROR_INVALID_WINDOW_HANDLE)) return nullptr;
+    const auto record = winhost::Look(window);
+    if (!record) return nullptr;
+    if (record->isChild()) return record->parent;
+    return record->style & WS_POPUP ? record->owner : nullptr;
+}
+
+BOOL IsChild(HWND parent, HWND window) {
+    if (winhost::Fails("IsChild")) return FALSE;
+    for (auto record = winhost::Look(window); record && record->parent;
+         record = winhost::Look(record->parent))
+        if (record->parent == parent) return TRUE;
+    return FALSE;
+}
+
+int GetClassNameW(HWND window, LPWSTR name, int cchName) {
+    if (winhost::Fails("GetClassNameW", ERROR_INVALID_WINDOW_HANDLE)) return 0;
+    const auto record = winhost::Look(window);
+    return record ? winhost::CopyText(record->kind, name, cchName) : 0;
+}

@@ -1,0 +1,13 @@
+// How windows stand to each other.
+#pragma once
+
+#include <windows.h>
+
+#include "core/host_io.h"
+
+namespace winhost {
+
+// Whether a window and all around it are shown.
+bool Shows(HWND window);
+
+}  // namespace winhost

@@ -1,0 +1,9 @@
+// Messages that are sent, and answered, across threads and processes.
+#pragma once
+
+namespace winhost {
+
+// Carries out what others have sent to the calling thread's windows.
+void CarryOutSent();
+
+}  // namespace winhost

@@ -1,0 +1,10 @@
+// The system's class "Static".
+#pragma once
+
+#include <windows.h>
+
+namespace winhost {
+
+LRESULT StaticProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+
+}  // namespace winhost

@@ -1,0 +1,159 @@
+// What all windows do and tell: their texts and styles, and what they leave to the system.
+#include "windows/window_texts.h"
+
+#include <algorithm>
+
+#include "core/faults.h"
+#include "core/machine.h"
+#include "windows/dialogs.h"
+#include "windows/focus.h"
+#include "windows/own_windows.h"
+#include "windows/relations.h"
+#include "windows/window_table.h"
+
+namespace winhost {
+
+namespace {
+
+// A resource's number in the place of a text.
+constexpr char16_t kNumberMark = 0xFFFF;
+
+void StoreTitle(HWND window, LPCWSTR title) {
+    const std::u16string_view text = title && *title != kNumberMark ? title : u"";
+    if (text.size() >= kTitleUnits) NotModelled("SetWindowTextW", "so long a title");
+    WindowTable table;
+    WindowRecord* const record = table.Find(window);
+    if (!record) return;
+    std::fill(std::begin(record->title), std::end(record->title), u'\0');
+    (void)text.copy(record->title, text.size());
+}
+
+// A value that the window's own process keeps.
+LONG_PTR* OwnLong(HWND window, int index) {
+    OwnWindow* const own = FindOfProcess(window);
+    if (own && index == GWLP_USERDATA) return &own->userData;
+    return own ? DialogLong(window, index) : nullptr;
+}
+
+LONG_PTR LongOf(const char* call, HWND window, int index) {
+    const auto record = Look(window);
+    if (!record) return 0;
+    switch (index) {
+        case GWL_STYLE:
+            return static_cast<LONG>(record->style);
+        case GWL_EXSTYLE:
+            return static_cast<LONG>(record->exStyle);
+        case GWLP_ID:
+            return record->id;
+        default:
+            if (const LONG_PTR* const kept = OwnLong(window, index)) return *kept;
+            NotModelled(call, "index " + std::to_string(index));
+    }
+}
+
+}  // namespace
+
+int CopyText(std::u16string_view text, LPWSTR buffer, int cchBuffer) {
+    if (cchBuffer <= 0) return 0;
+    const auto length = std::min(text.size(), static_cast<std::size_t>(cchBuffer) - 1);
+    std::copy_n(text.data(), length, buffer);
+    buffer[length] = 0;
+    return static_cast<int>(length);
+}
+
+LRESULT DefaultOf(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    switch (message) {
+        case WM_CLOSE:
+            if (FindOwn(window)) Destroy(window);
+            return 0;
+        case WM_ACTIVATE:
+            if (wParam != WA_INACTIVE) (void)GiveFocus(window);
+            return 0;
+        case WM_NCCREATE:
+            StoreTitle(window, reinterpret_cast<const CREATESTRUCTW*>(lParam)->lpszName);
+            return TRUE;
+        case WM_SETTEXT:
+            StoreTitle(window, reinterpret_cast<LPCWSTR>(lParam));
+            return TRUE;
+        case WM_GETTEXT:
+        case WM_GETTEXTLENGTH:
+            break;
+        default:
+            return 0;
+    }
+    const auto record = Look(window);
+    if (!record) return 0;
+    if (message == WM_GETTEXTLENGTH) return static_cast<LRESULT>(wcslen(record->title));
+    return CopyText(record->title, reinterpret_cast<LPWSTR>(lParam), static_cast<int>(wParam));
+}
+
+}  // namespace winhost
+
+LRESULT DefWindowProcW(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    (void)winhost::FaultOf("DefWindowProcW");
+    return winhost::DefaultOf(window, message, wParam, lParam);
+}
+
+LONG GetWindowLongW(HWND window, int index) {
+    if (winhost::Fails("GetWindowLongW", ERROR_INVALID_WINDOW_HANDLE)) return 0;
+    return static_cast<LONG>(winhost::LongOf("GetWindowLongW", window, index));
+}
+
+LONG_PTR GetWindowLongPtrW(HWND window, int index) {
+    if (winhost::Fails("GetWindowLongPtrW", ERROR_INVALID_WINDOW_HANDLE)) return 0;
+    return winhost::LongOf("GetWindowLongPtrW", window, index);
+}
+
+LONG_PTR SetWindowLongPtrW(HWND window, int index, LONG_PTR value) {
+    if (winhost::Fails("SetWindowLongPtrW", ERROR_INVALID_WINDOW_HANDLE)) return 0;
+    if (!winhost::Look(window)) return 0;
+    LONG_PTR* const kept = winhost::OwnLong(window, index);
+    if (!kept) winhost::NotModelled("SetWindowLongPtrW", "index " + std::to_string(index));
+    return std::exchange(*kept, value);
+}
+
+// The window of another process is not asked: what counts is the title that others see.
+int GetWindowTextW(HWND window, LPWSTR text, int cchText) {
+    if (winhost::Fails("GetWindowTextW", ERROR_INVALID_WINDOW_HANDLE)) return 0;
+    if (cchText > 0) *text = 0;
+    const auto record = winhost::Look(window);
+    if (!record) return 0;
+    if (record->process != GetCurrentProcessId()) return winhost::CopyText(record->title, text, cchText);
+    return static_cast<int>(
+        winhost::Send(window, WM_GETTEXT, static_cast<WPARAM>(cchText), reinterpret_cast<LPARAM>(text)));
+}
+
+int GetWindowTextLengthW(HWND window) {
+    if (winhost::Fails("GetWindowTextLengthW", ERROR_INVALID_WINDOW_HANDLE)) return 0;
+    const auto record = winhost::Look(window);
+    if (!record) return 0;
+    if (record->process != GetCurrentProcessId()) return static_cast<int>(wcslen(record->title));
+    return static_cast<int>(winhost::Send(window, WM_GETTEXTLENGTH, 0, 0));
+}
+
+BOOL SetWindowTextW(HWND window, LPCWSTR text) {
+    if (winhost::Fails("SetWindowTextW")) return FALSE;
+    return winhost::Send(window, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text)) != 0;
+}
+
+BOOL IsWindow(HWND window) {
+    if (winhost::Fails("IsWindow")) return FALSE;
+    return winhost::Look(window).has_value();
+}
+
+BOOL IsWindowEnabled(HWND window) {
+    if (winhost::Fails("IsWindowEnabled")) return FALSE;
+    const auto record = winhost::Look(window);
+    return record && !(record->style & WS_DISABLED);
+}
+
+// A window shows when all around it do.
+BOOL IsWindowVisible(HWND window) {
+    if (winhost::Fails("IsWindowVisible")) return FALSE;
+    return winhost::Shows(window);
+}
+
+BOOL UpdateWindow(HWND window) {
+    if (winhost::Fails("UpdateWindow")) return FALSE;
+    return winhost::Look(window).has_value();
+}
