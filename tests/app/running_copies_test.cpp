@@ -3,7 +3,9 @@
 #include "instances/instance_manager.h"
 #include "app/setup_app.h"
 #include "app/setup_state.h"
+#include "resource.h"
 #include "support/handles.h"
+#include "support/path_text.h"
 #include "support/scratch.h"
 
 #include <algorithm>
@@ -53,6 +55,43 @@ TEST_F(RunningCopies, LastEntryStaysRunningWhenSetupDoesNotStandThere) {
         << "it runs on";
     EXPECT_EQ(first.ExitCode(), 0u);
     EXPECT_TRUE(last.Runs());
+}
+
+// The first argument never closes unasked, and nothing is closed before the answer to a question.
+TEST_F(RunningCopies, RunOnUntilTheQuestionIsAnswered) {
+    const struct {
+        LPCWSTR program, arguments;
+        std::vector<int> answers;
+        DWORD exitCode;
+        Text question;
+    } rows[] = {
+        {.program = TEXT("\\QtvUnInst.exe"),
+         .arguments = TEXT("-v"),
+         .answers = {IDNO},
+         .exitCode = 0,
+         .question = TEXT("This will completely uninstall")},
+        {.program = TEXT("\\setup.exe"),
+         .arguments = TEXT("-s"),
+         .answers = {IDNO, IDOK},
+         .exitCode = 1,
+         .question = Text(LoadResString(IDS_ONE_INSTANCE_OPEN)).substr(0, 20)},
+        {.program = TEXT("\\setup.exe"),
+         .arguments = TEXT("/s x"),
+         .answers = {IDNO, IDOK},
+         .exitCode = 1,
+         .question = Text(LoadResString(IDS_ONE_INSTANCE_OPEN)).substr(0, 20)},
+    };
+    for (const auto& row : rows) {
+        const RunningProgram copy(kSleeper);
+        SetList(2, {copy.Id(), 0});
+        const BoxAnswers answers(row.answers);
+        EXPECT_EQ(RunChild("StartsAmongCopies", kScratch + row.program, row.arguments), row.exitCode);
+        EXPECT_TRUE(copy.Runs());
+        ASSERT_EQ(answers.Shown().size(), row.answers.size());
+        EXPECT_EQ(answers.Shown()[0].text.substr(0, row.question.size()), row.question);
+        for (const ShownBox& box : answers.Shown())
+            EXPECT_EQ(box.caption, TEXT("Qantivo Setup"));
+    }
 }
 
 // Ended processes stay listed, and the count may be more than the list holds.

@@ -67,6 +67,7 @@ TEST_F(Start, CommandLineChoosesJobAndSilence) {
         const DWORD exitCode = RunChild("Starts", row.program, row.arguments);
         EXPECT_EQ(exitCode, row.job == Install ? 1u : 0u);
         EXPECT_EQ(FileBytes(kReport).value_or("none"), row.silenceAndPackage);
+        EXPECT_TRUE(BootMarks().empty()) << "a temporary copy marks itself";
         for (const ShownBox& box : answers.Shown())
             EXPECT_EQ(box.caption, row.job == Install ? TEXT("Qantivo 8") : TEXT("Qantivo Setup"));
     }
@@ -88,9 +89,15 @@ TEST_F(Start, DeclinedUninstallEndsTheRun) {
 // The option comes before the program's name, and the job before any question.
 TEST_F(Start, TemporaryCopyGoesStraightToItsJob) {
     const Text application = kScratch + TEXT("\\app\\QtvUnInst.exe");
-    MakeFile(application);
-    const BoxAnswers answers({IDOK});
-    EXPECT_EQ(RunChild("Starts", kSetup, TEXT("-delself ") + application + TEXT(" -v")), 0u);
-    EXPECT_FALSE(Exists(application));
-    EXPECT_TRUE(answers.Shown().at(0).text.starts_with(TEXT("Qantivo 8 has been completely uninstalled")));
+    for (const LPCWSTR option : {TEXT(" -v"), TEXT(" -s"), TEXT(" -sconf")}) {
+        const bool asked = option == Text(TEXT(" -v"));
+        MakeFile(application);
+        const BoxAnswers answers(asked ? std::vector{IDOK} : std::vector<int>{});
+        EXPECT_EQ(RunChild("Starts", kSetup, TEXT("-delself ") + application + option), 0u);
+        EXPECT_FALSE(Exists(application));
+        if (asked) {
+            EXPECT_TRUE(
+                answers.Shown().at(0).text.starts_with(TEXT("Qantivo 8 has been completely uninstalled")));
+        }
+    }
 }

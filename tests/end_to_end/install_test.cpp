@@ -79,7 +79,7 @@ TEST_F(Install, RunsTheProgramNamedAsTheRegistrarBesideSetup) {
         EXPECT_EQ(name.find("5E0C2B7A"), name.npos) << "the handler is not registered: " << name;
 }
 
-// Without its manifest or with an application of no version a package is damaged; nothing is touched.
+// Without its manifest or without its application a package is damaged; nothing is touched.
 TEST_F(Install, RefusesADamagedPackage) {
     for (const Text& missing : {Text(TEXT("\\QtvUnInst.log")), Text(TEXT("\\QtvApp8.exe"))}) {
         const Text path = package + missing;

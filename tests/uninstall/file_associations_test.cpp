@@ -14,6 +14,7 @@ class FileAssociations : public ScratchTest {
     static void Clean() {
         DeleteKeyTree(HKEY_CURRENT_USER, kFileExts);
         DeleteKeyTree(HKEY_CLASSES_ROOT, TEXT(".qvi"));
+        DeleteKeyTree(HKEY_CLASSES_ROOT, TEXT(".png"));
     }
     static void Put(const Text& key, LPCWSTR name, const Stored& value) {
         if (value) PutValue(HKEY_CURRENT_USER, key, name, *value);
@@ -30,6 +31,7 @@ TEST_F(FileAssociations, ChoicesOfTheProductAreDropped) {
         {TEXT(".png"), TEXT("Applications\\QtvApp8.exe"), false},
         {TEXT(".qvi"), TEXT("x Applications\\QtvApp8.exe y"), false},
         {TEXT(".bmp"), TEXT("QtvApp8.exe"), true},
+        {TEXT(".gif"), TEXT("Qantivo.8"), true},
         {TEXT(".zip"), TEXT("Applications\\QtvApp8.exe"), true},
     };
     for (const auto& row : rows) {
@@ -44,6 +46,11 @@ TEST_F(FileAssociations, ChoicesOfTheProductAreDropped) {
         EXPECT_EQ(GetValue(HKEY_CURRENT_USER, key, TEXT("QtvAppOld")).has_value(),
                   row.extension == Text(TEXT(".zip")));
     }
+    // Without the user's record the classes are asked for the same.
+    Clean();
+    PutValue(HKEY_CLASSES_ROOT, TEXT(".png\\UserChoice"), TEXT("Progid"), Sz(rows[0].progId));
+    RestoreFileAssociations();
+    EXPECT_FALSE(HasKey(HKEY_CLASSES_ROOT, TEXT(".png\\UserChoice")));
 }
 
 // Before Windows Vista: the former choice comes back where the product's program is the present one.

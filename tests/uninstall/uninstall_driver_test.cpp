@@ -34,9 +34,21 @@ TEST_F(Uninstall, SweepsUpWhatBearsTheProductsName) {
         paths.push_back(GetShellFolder(groups).Text() + TEXT("\\Qantivo 8"));
         MakeFile(paths.back() + TEXT("\\of the user.txt"));
     }
+    // Either log names links of its own.
+    for (const std::string log : {"install.log", "QtvUnInst.log"}) {
+        paths.push_back(kScratch + TEXT("\\links of ") + Wide(log) + TEXT("\\a.lnk"));
+        MakeFile(paths.back());
+        MakeFile(kMarked + Wide(log), "Shell Link: C:\\Scratch\\links of " + log + "\\a.lnk\n");
+    }
+    const Text png = TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\FileExts\\.png");
+    PutValue(HKEY_CURRENT_USER, png + TEXT("\\UserChoice"), TEXT("Progid"), Sz(kApplicationProgId));
+    PutValue(HKEY_CURRENT_USER, kProductKey, nullptr, Number(1));
     PerformUninstall(kMarked.c_str());
     for (const Text& path : paths)
         EXPECT_FALSE(Exists(path)) << ::testing::PrintToString(path);
+    EXPECT_FALSE(HasKey(HKEY_CURRENT_USER, png + TEXT("\\UserChoice")));
+    EXPECT_FALSE(HasKey(HKEY_CURRENT_USER, kProductKey));
+    DeleteKeyTree(HKEY_CURRENT_USER, png);
 }
 
 // A value without a usable text names no folder, and least of all the root of the drive.
@@ -74,6 +86,8 @@ TEST_F(Uninstall, MarksFoldersThatStay) {
     for (const auto& row : rows) {
         MakeFolder(kFolder);
         if (!row.below.empty()) MakeFile(row.below + TEXT("\\a"));
+        // Started by a double click: from the folder that goes.
+        EXPECT_TRUE(SetCurrentDirectoryW(kFolder.c_str()));
         PerformUninstall(kMarked.c_str());
         EXPECT_EQ(MarkedPaths(), row.marked);
         EXPECT_EQ(Exists(kFolder), !row.below.empty());
@@ -129,6 +143,9 @@ TEST_F(Uninstall, CopyStartedByHand) {
                        TEXT("-delself \"") + position2 + TEXT("\""));
         EXPECT_EQ(Tree().size(), fits ? 3u : 5u);
         EXPECT_TRUE(Exists(kMarked + TEXT("QtvUnInst.log")));
+        // The copy goes at the next start, whatever it was told.
+        EXPECT_EQ(MarkedPaths().at(0), kScratch + TEXT("\\copy.exe"));
+        RestartMachine();
     }
 }
 
