@@ -81,9 +81,10 @@ TEST_F(Install, RunsTheProgramNamedAsTheRegistrarBesideSetup) {
 
 // Without its manifest or without its application a package is damaged; nothing is touched.
 TEST_F(Install, RefusesADamagedPackage) {
-    for (const Text& missing : {Text(TEXT("\\QtvUnInst.log")), Text(TEXT("\\QtvApp8.exe"))}) {
-        const Text path = package + missing;
-        ASSERT_TRUE(MoveFileW(path.c_str(), (kScratch + TEXT("\\away")).c_str()));
+    const Text log = package + TEXT("\\QtvUnInst.log"), away = kScratch + TEXT("\\away");
+    for (const bool whole : {false, true}) {
+        if (whole) SetFileVersion(package + TEXT("\\QtvApp8.exe"), 0, 5, 2, 0);
+        ASSERT_TRUE(whole || MoveFileW(log.c_str(), away.c_str()));
         Rebase();
         const BoxAnswers answers({IDOK});
         EXPECT_EQ(Setup(TEXT("-s")), 1u);
@@ -92,7 +93,7 @@ TEST_F(Install, RefusesADamagedPackage) {
         EXPECT_EQ(answers.Shown()[0].caption, TEXT("Qantivo 8"));
         EXPECT_EQ(answers.Shown()[0].text.find(TEXT("This setup files are damaged, installation aborted.")),
                   0u);
-        ASSERT_TRUE(MoveFileW((kScratch + TEXT("\\away")).c_str(), path.c_str()));
+        ASSERT_TRUE(whole || MoveFileW(away.c_str(), log.c_str()));
     }
 }
 
@@ -113,6 +114,15 @@ class Update : public EndToEndTest {
     // The clean-up of an update passes over folders with files in them, but marks them; x64 holds none.
     const State marks = {{"mark 001", "delete C:\\Program Files\\Qantivo 8\\Samples"}};
 };
+
+// Whether to replace is asked before the package is looked at.
+TEST_F(Update, IsRefusedBehindTheQuestion) {
+    InstallEarlier(5);
+    ASSERT_TRUE(DeleteFileW((package + TEXT("\\QtvUnInst.log")).c_str()));
+    const BoxAnswers answers({IDYES, IDOK});
+    EXPECT_EQ(Setup({}), 1u);
+    EXPECT_TRUE(answers.Shown().at(1).text.starts_with(TEXT("This setup files are damaged")));
+}
 
 TEST_F(Update, ReplacesEvenANewerVersionSilently) {
     InstallEarlier(6);

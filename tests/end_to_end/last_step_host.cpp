@@ -67,6 +67,7 @@ TEST_F(LastStep, DamagedPackageOpensTheHomePage) {
     EXPECT_EQ(Events("shell-execute"),
               std::vector<std::string>{"shell-execute\topen\thttp://www.lorvanta.example/\t5"});
     EXPECT_EQ(Starts(), 0);
+    EXPECT_TRUE(Events("message-box").at(0).ends_with(".\t16\t1")) << "a stop sign";
 }
 
 // By the wizard: the web page first, and then, when the box is ticked, the product or the restart.

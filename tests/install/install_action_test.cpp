@@ -33,16 +33,61 @@ TEST_F(InstallAction, TrimsAndLevelsTheGroupName) {
     EXPECT_TRUE(Exists(startup + TEXT("\\Qantivo 8.lnk"))) << "its folder is made again";
 }
 
-// A fresh install overwrites what log it finds, and the links that it names stay.
-TEST_F(InstallAction, AFreshInstallDoesNotLookForAnEarlierOne) {
-    g_installType = 2;
+// A fresh install overwrites what log it finds, and the links that it names stay. An update takes those of
+// both logs.
+TEST_F(InstallAction, OnlyAnUpdateClearsTheGround) {
+    const Text links[] = {TEXT("C:\\Scratch\\x\\1.lnk"), TEXT("C:\\Scratch\\y\\2.lnk")};
+    for (const bool fresh : {true, false}) {
+        g_installType = 2;
+        g_freshInstall = fresh;
+        for (const Text& path : {links[0], links[1], Text(TEXT("C:\\Scratch\\in\\old.hlp"))})
+            MakeFile(path);
+        MakeFile(kLog, "Shell Link: C:\\Scratch\\x\\1.lnk");
+        MakeFile(TEXT("C:\\Scratch\\in\\install.log"), "Shell Link: C:\\Scratch\\y\\2.lnk");
+        PerformInstall();
+        EXPECT_EQ(FileBytes(kLog), kManifest + "\r\n");
+        EXPECT_EQ(Exists(links[0]), fresh);
+        EXPECT_EQ(Exists(links[1]), fresh);
+        EXPECT_EQ(Exists(TEXT("C:\\Scratch\\in\\old.hlp")), fresh);
+    }
+}
+
+// The group is recorded whether or not it could be made; without it only its own links are left out.
+TEST_F(InstallAction, RecordsTheGroupInAnyCase) {
+    const auto folder = [](int id) {
+        const Text path = GetShellFolder(id).Text();
+        return std::string(path.begin(), path.end()) + "\\";
+    };
+    const std::string root = folder(CSIDL_PROGRAMS), own = "Qantivo 8.lnk\r\n",
+                      help = "Qantivo 8 Help.lnk\r\n";
+    const struct {
+        LPCWSTR name;
+        std::string logged;
+        bool linked = true;
+    } rows[] = {{TEXT("Qantivo G"), "Qantivo G"},
+                {TEXT("Qantivo G"), "Qantivo G"},
+                {TEXT("Qantivo?"), "Qantivo?", false}};
+    g_installType = 0;
     g_freshInstall = 1;
-    MakeFile(TEXT("C:\\Scratch\\x.lnk"));
-    MakeFile(TEXT("C:\\Scratch\\in\\old.hlp"));
-    MakeFile(kLog, "Shell Link: C:\\Scratch\\x.lnk");
-    PerformInstall();
-    EXPECT_EQ(FileBytes(kLog), kManifest + "\r\n");
-    EXPECT_TRUE(Exists(TEXT("C:\\Scratch\\x.lnk")) && Exists(TEXT("C:\\Scratch\\in\\old.hlp")));
+    for (const auto& row : rows) {
+        g_groupName = row.name;
+        PerformInstall();
+        const std::string link = "Shell Link: " + root + row.logged + "\\";
+        EXPECT_EQ(FileBytes(kLog), kManifest + "\r\nMade Dir: " + root + row.logged + "\r\n" +
+                                       (row.linked ? link + own + link + help : "") +
+                                       "Shell Link: " + folder(CSIDL_DESKTOP) + own);
+    }
+}
+
+TEST_F(InstallAction, TakesEachSettingsFileByItself) {
+    g_installType = 2;
+    g_sfxDir = TEXT("C:\\Scratch\\package");
+    for (const Text& name : {Text(TEXT("QtvApp8.reg")), Text(TEXT("QtvApp8.ini"))}) {
+        MakeFile(TEXT("C:\\Scratch\\package\\") + name, "settings");
+        PerformInstall();
+        EXPECT_TRUE(Exists(TEXT("C:\\Scratch\\in\\") + name));
+        EXPECT_EQ(g_settingsFromPackage, name == TEXT("QtvApp8.ini"));
+    }
 }
 
 }  // namespace

@@ -35,25 +35,27 @@ CHILD_PROGRAM(InstallSilently) {
     MakeFile(TEXT("C:\\Scratch\\settled"),
              Bytes(g_targetDir) + " type " + std::to_string(g_installType) + " desktop " +
                  std::to_string(g_desktopIcon) + " startup " + std::to_string(g_autoStart) + " fresh " +
-                 std::to_string(g_freshInstall) + " older " + std::to_string(g_upgradeOlder) +
-                 (g_targetDir == folder ? "" : " elsewhere"));
+                 std::to_string(g_freshInstall) + " older " + std::to_string(g_upgradeOlder) + " run " +
+                 std::to_string(g_runAfter) + (g_targetDir == folder ? "" : " elsewhere"));
     return static_cast<DWORD>(result);
 }
 
 TEST_F(InstallDriver, OptionsSettleTheInstall) {
-    const std::string fresh = "C:\\Program Files\\Qantivo 8 type 1 desktop 1 startup 0 fresh 1 older 0";
-    const std::string inFolder = " desktop 1 startup 0 fresh 0 older 1";
+    const std::string fresh = "C:\\Program Files\\Qantivo 8 type 1 desktop 1 startup 0 fresh 1 older 0 run ";
+    const std::string inFolder = " desktop 1 startup 0 fresh 0 older 1 run 0";
     const std::pair<LPCWSTR, std::string> rows[] = {
-        {TEXT("-INSTDIR C:\\Scratch\\in -RunAfter"), fresh},
-        {TEXT("-instport"), fresh},
+        {TEXT("-INSTDIR C:\\Scratch\\in -RunAfter"), fresh + "1"},
+        {TEXT("-instport"), fresh + "0"},
         {TEXT("-autostart -instdir \"C:\\Scratch\\a b\\\""), "C:\\Scratch\\a b type 0" + inFolder},
         {TEXT("-instdir C:\\Scratch\\in/"), "C:\\Scratch\\in type 0" + inFolder},
         {TEXT("-instdir C:\\Scratch\\in\\\\"), "C:\\Scratch\\in\\ type 0" + inFolder + " elsewhere"},
         {TEXT("-instdir C:\\Scratch\\x -instport C:\\Scratch\\in "), "C:\\Scratch\\in type 2" + inFolder},
-        {TEXT("-instdir -runafter"), "-runafter type 0" + inFolder + " elsewhere"},
+        {TEXT("-instport C:\\Scratch\\in -allusers"), "C:\\Scratch\\in type 2" + inFolder},
+        {TEXT("-instdir -NoDeskIco"),
+         "-NoDeskIco type 0 desktop 0 startup 0 fresh 0 older 1 run 0 elsewhere"},
         // The last one: its shortcut in the Startup folder would be taken up.
         {TEXT("-install -ALLUSERS -AutoStart -nodeskico"),
-         "C:\\Program Files\\Qantivo 8 type 1 desktop 0 startup 1 fresh 1 older 0"},
+         "C:\\Program Files\\Qantivo 8 type 1 desktop 0 startup 1 fresh 1 older 0 run 0"},
     };
     MakePackage();
     for (const auto& [arguments, settled] : rows) {
@@ -103,6 +105,46 @@ TEST_F(InstallDriver, FindsTheFolderOfAnEarlierInstallation) {
     }
 }
 
+TEST_F(InstallDriver, TakesTheDriveOfWindowsWithoutAProgramFilesFolder) {
+    const Text key = TEXT("SOFTWARE\\Microsoft\\Windows\\CurrentVersion");
+    const StoredValue before = GetValue(HKEY_LOCAL_MACHINE, key, TEXT("ProgramFilesDir")).value();
+    for (const auto& [value, folder] :
+         {std::pair{TEXT("E:\\Apps\\"), TEXT("E:\\Apps")}, std::pair{TEXT(""), TEXT("C:\\Program Files")}}) {
+        PutValue(HKEY_LOCAL_MACHINE, key, TEXT("ProgramFilesDir"), Sz(value));
+        EXPECT_EQ(GetProgramFilesDir(), folder);
+    }
+    PutValue(HKEY_LOCAL_MACHINE, key, TEXT("ProgramFilesDir"), before);
+}
+
+TEST_F(InstallDriver, TakesUpTypeAndStartupLink) {
+    const struct {
+        int before;
+        LPCWSTR stored;
+        int type;
+        bool userLink, commonLink;
+    } rows[] = {
+        {.before = 0, .stored = TEXT("B"), .type = 1, .userLink = true, .commonLink = false},
+        {.before = 1, .stored = TEXT("A"), .type = 0, .userLink = false, .commonLink = true},
+        {.before = 1, .stored = TEXT("b"), .type = 0, .userLink = true, .commonLink = true},
+        {.before = 2, .stored = TEXT("B"), .type = 2, .userLink = false, .commonLink = false},
+    };
+    const Text user = GetShellFolder(CSIDL_STARTUP).Text() + TEXT("\\Qantivo 8.lnk"),
+               common = GetShellFolder(CSIDL_COMMON_STARTUP).Text() + TEXT("\\Qantivo 8.lnk");
+    for (const auto& row : rows) {
+        PutValue(HKEY_LOCAL_MACHINE, kProductKey, TEXT("AllUsers"), Sz(row.stored));
+        for (const auto& [link, stands] : {std::pair{user, row.userLink}, std::pair{common, row.commonLink}})
+            stands ? MakeFile(link) : DeleteTree(link);
+        const auto tree = Tree(GetShellFolder(CSIDL_COMMON_STARTUP).Text());
+        g_installType = row.before;
+        g_autoStart = !row.userLink && !row.commonLink;
+        TakeUpInstallType();
+        TakeUpAutoStart();
+        EXPECT_EQ(g_installType, row.type) << &row - rows;
+        EXPECT_EQ(g_autoStart, row.userLink || row.commonLink) << &row - rows;
+        EXPECT_EQ(Tree(GetShellFolder(CSIDL_COMMON_STARTUP).Text()), tree) << "the probe goes again";
+    }
+}
+
 TEST_F(InstallDriver, AsksBeforeReplacingTheSameOrANewerVersion) {
     MakePackage();
     const Text target = kScratch + TEXT("\\in");
@@ -110,26 +152,33 @@ TEST_F(InstallDriver, AsksBeforeReplacingTheSameOrANewerVersion) {
     g_sourceDir = kPackage.c_str();
     g_targetDir = target.c_str();
     SetFileVersion(kPackage + kApplication, 8, 1, 5, 0);
-    const LPCWSTR same = TEXT("Qantivo ver. 8.01.05.00 is already");
+    const LPCWSTR same = TEXT(
+        "Qantivo ver. 8.01.05.00 is already installed on this machine.\n\nWould you like to run this "
+        "setup again to select different options or repair the files?");
     const struct {
         unsigned installed[4];
         LPCWSTR question;
+        int silentMode = 0;
     } rows[] = {
         {{8, 1, 4, 99}, nullptr},
         {{8, 1, 5, 0}, same},
-        {{8, 2, 0, 1}, TEXT("Qantivo v. 8.02.00.01 is already")},
+        {{8, 2, 0, 1},
+         TEXT("Qantivo v. 8.02.00.01 is already installed on this machine. You are trying to install an "
+              "older version 8.01.05.00 .\n\nDo you still want to continue?")},
+        {{8, 2, 0, 0}, nullptr, 2},
         {{8, 0, 104, 0}, nullptr},
         {{7, 101, 5, 0}, same},
     };
-    g_silentMode = 0;
     for (const auto& row : rows) {
+        g_silentMode = row.silentMode;
         g_upgradeOlder = 0;
         SetFileVersion(target + kApplication, row.installed[0], row.installed[1], row.installed[2],
                        row.installed[3]);
         const BoxAnswers boxes(row.question ? std::vector{IDNO} : std::vector<int>{});
         EXPECT_EQ(AgreeToReplaceVersion(), !row.question);
         EXPECT_EQ(g_upgradeOlder, !row.question);
-        EXPECT_TRUE(!row.question || boxes.Shown().at(0).text.starts_with(row.question));
+        EXPECT_TRUE(!row.question || boxes.Shown().at(0).text == row.question);
+        EXPECT_EQ(g_version.minor, 1u) << "the one that is to be installed";
     }
 }
 
@@ -154,6 +203,7 @@ TEST_F(InstallDriver, TakesUpTheGroupOfTheLastLoggedLink) {
         {1, tag + common + "\\A\\x.lnk\n" + tag + user + "\\B\\x.lnk\n", TEXT("A")},
     };
     g_targetDir = kScratch.c_str();
+    MakeFile(TEXT("C:\\Scratch\\install.log"), tag + common + "\\Older\\x.lnk");
     for (const auto& row : rows) {
         MakeFile(TEXT("C:\\Scratch\\QtvUnInst.log"), row.log);
         g_installType = row.installType;
@@ -161,6 +211,9 @@ TEST_F(InstallDriver, TakesUpTheGroupOfTheLastLoggedLink) {
         TakeUpGroup();
         EXPECT_EQ(g_groupName, row.group) << row.log;
     }
+    DeleteTree(TEXT("C:\\Scratch\\QtvUnInst.log"));
+    TakeUpGroup();
+    EXPECT_EQ(g_groupName, TEXT("Older"));
 }
 
 }  // namespace

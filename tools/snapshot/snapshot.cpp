@@ -66,7 +66,7 @@ std::string FileWhat(const WideText& path, DWORD attributes) {
     return what + std::to_string(size) + " bytes " + Hex(digest, 16);
 }
 
-// The link's target and working folder; empty when the file is no shortcut that the shell reads.
+// What the link holds; empty when the file is no shortcut that the shell reads.
 std::string ShortcutWhat(const WideText& path) {
     IShellLinkW* link = nullptr;
     if (FAILED(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
@@ -76,12 +76,16 @@ std::string ShortcutWhat(const WideText& path) {
     IPersistFile* file = nullptr;
     if (SUCCEEDED(link->QueryInterface(IID_IPersistFile, reinterpret_cast<void**>(&file)))) {
         WCHAR target[MAX_PATH] = {};
-        WCHAR folder[MAX_PATH] = {};
+        WCHAR text[MAX_PATH] = {};
+        int showCommand = 0;
         if (SUCCEEDED(file->Load(path.c_str(), 0)) &&
             SUCCEEDED(link->GetPath(target, MAX_PATH, nullptr, SLGP_RAWPATH))) {
             what = "shortcut to " + Utf8(target);
-            if (SUCCEEDED(link->GetWorkingDirectory(folder, MAX_PATH)) && folder[0])
-                what += " in " + Utf8(folder);
+            if (SUCCEEDED(link->GetWorkingDirectory(text, MAX_PATH)) && text[0]) what += " in " + Utf8(text);
+            if (SUCCEEDED(link->GetArguments(text, MAX_PATH)) && text[0]) what += " with " + Utf8(text);
+            if (SUCCEEDED(link->GetDescription(text, MAX_PATH)) && text[0]) what += " as " + Utf8(text);
+            if (SUCCEEDED(link->GetShowCmd(&showCommand)) && showCommand != SW_SHOWNORMAL)
+                what += " shown " + std::to_string(showCommand);
         }
         file->Release();
     }

@@ -1,0 +1,32 @@
+// The dialogs (captions, styles, numbers, places), the version block, the manifest and the pictures, each by
+// its checksum: a change of one is meant, and its checksum is changed with it.
+#include "resources.h"
+
+#include <gtest/gtest.h>
+
+#include "resource.h"
+#include "support/checksum.h"
+
+TEST(Resources, KeepTheirBytes) {
+    const struct {
+        const char* name;
+        WORD type, id;
+        std::uint32_t checksum;
+    } rows[] = {
+        {.name = "IDD_SETUP", .type = 5, .id = IDD_SETUP, .checksum = 0x37C659E1},
+        {.name = "IDD_AGREEMENT", .type = 5, .id = IDD_AGREEMENT, .checksum = 0x960BDA4A},
+        {.name = "IDD_INTO", .type = 5, .id = IDD_INTO, .checksum = 0x9F6DE671},
+        {.name = "IDD_FOLDER", .type = 5, .id = IDD_FOLDER, .checksum = 0xB54D5B74},
+        {.name = "IDD_GROUP", .type = 5, .id = IDD_GROUP, .checksum = 0x0E0EED4F},
+        {.name = "IDD_START", .type = 5, .id = IDD_START, .checksum = 0x346D1D9F},
+        {.name = "version", .type = 16, .id = 1, .checksum = 0x850ACBDC},
+        {.name = "manifest", .type = 24, .id = 1, .checksum = 0x5E93A4BF},
+        {.name = "IDB_SIDE", .type = 2, .id = IDB_SIDE, .checksum = 0x1F488162},
+    };
+    for (const auto& row : rows) {
+        const winhost::ResourceSearch found =
+            winhost::FindResource(winhost::OwnResources(), row.type, row.id);
+        EXPECT_TRUE(found.found) << row.name;
+        EXPECT_EQ(Checksum(found.data), row.checksum) << row.name << " has changed";
+    }
+}

@@ -1,0 +1,12 @@
+// Pins a long text or a block of bytes by one number.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+inline std::uint32_t Checksum(std::string_view bytes) {
+    std::uint32_t sum = 2166136261u;
+    for (const char byte : bytes)
+        sum = (sum ^ static_cast<unsigned char>(byte)) * 16777619u;
+    return sum;
+}

@@ -1,0 +1,64 @@
+// What only the embedded machine tells of the wizard: the styles of its boxes; and folders of the shell with
+// names of a test's own.
+#include <algorithm>
+
+#include "support/registry_values.h"
+#include "winhost.h"
+#include "wizard/folder_dlg.h"
+#include "wizard/wizard_run.h"
+
+namespace {
+
+class Boxes : public WizardTest {};
+
+TEST_F(Boxes, HaveOneButtonOrAskWithNoForTheDefault) {
+    winhost::ClearEvents();
+    MakeFile(TEXT("C:\\Scratch\\old\\QtvApp6.exe"));
+    RunAt(2, [](const Driver& wizard) {
+        Browse(wizard, TEXT("C:\\Scratch\\old"), {Resource(IDS_OLDER_VERSION_FOLDER)});
+        wizard.PressInPage(IDC_PORTABLE);
+        Press(wizard, IDOK, {Resource(IDS_BROWSE_FIRST)});
+    });
+    g_installType = 0;
+    RunAt(3, [](const Driver& wizard) {
+        wizard.Type(wizard.PageControl(IDC_GROUP), TEXT("ab"));
+        Press(wizard, IDOK, {Resource(IDS_GROUP_TOO_SHORT)});
+        wizard.Type(wizard.PageControl(IDC_GROUP), TEXT("startup"));
+        Press(wizard, IDOK, {Resource(IDS_GROUP_INVALID)});
+    });
+    const BoxAnswers answers({IDOK});
+    (void)BrowseCallbackProc(nullptr, BFFM_VALIDATEFAILEDW, 0, 0);
+    std::vector<std::string> styles;
+    for (const std::string& event : winhost::Events())
+        if (event.starts_with("message-box\t"))
+            styles.push_back(event.substr(event.rfind('\t', event.rfind('\t') - 1) + 1));
+    // MB_YESNO, MB_ICONQUESTION and MB_DEFBUTTON2 together are 292.
+    EXPECT_EQ(styles, (std::vector<std::string>{"0\t1", "0\t1", "292\t6", "0\t1", "0\t1", "292\t6", "0\t1"}));
+}
+
+// The name of either Startup folder is refused, in any case.
+TEST_F(Boxes, RefuseTheNameOfEachStartupFolder) {
+    const Text key = TEXT("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders");
+    const struct {
+        HKEY hive;
+        LPCWSTR value, name;
+        StoredValue before;
+    } folders[] = {
+        {HKEY_CURRENT_USER, TEXT("Startup"), TEXT("Own Start"),
+         GetValue(HKEY_CURRENT_USER, key, TEXT("Startup")).value()},
+        {HKEY_LOCAL_MACHINE, TEXT("Common Startup"), TEXT("ALL Start"),
+         GetValue(HKEY_LOCAL_MACHINE, key, TEXT("Common Startup")).value()},
+    };
+    for (const auto& folder : folders)
+        PutValue(folder.hive, key, folder.value, Sz(TEXT("C:\\Scratch\\") + Text(folder.name)));
+    RunAt(3, [&](const Driver& wizard) {
+        for (const LPCWSTR name : {TEXT("OWN start"), TEXT("all START")}) {
+            wizard.Type(wizard.PageControl(IDC_GROUP), name);
+            Press(wizard, IDOK, {Resource(IDS_GROUP_INVALID)});
+        }
+    });
+    for (const auto& folder : folders)
+        PutValue(folder.hive, key, folder.value, folder.before);
+}
+
+}  // namespace
