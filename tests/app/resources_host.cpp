@@ -1,6 +1,6 @@
 // The dialogs (captions, styles, numbers, places), the version block, the manifest and the pictures, each by
 // its checksum: a change of one is meant, and its checksum is changed with it.
-#include "resources.h"
+#include "resources/resources.h"
 
 #include <gtest/gtest.h>
 
