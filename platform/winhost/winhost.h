@@ -72,16 +72,18 @@ void HideFunction(const std::string& name, bool hidden);
 
 // What the machine saw besides files and registry, in order, a line each: its kind, a tab, and its fields
 // with tabs between them; a line feed inside a field stands as \n. Kinds: message-box (caption, text, style,
-// answer), unanswered-box (the same), shell-execute (verb, file, show command), start-process (command line,
-// folder), exit-windows (flags, reason), change-notify (event). Numbers are decimal.
+// answer: 0 as it opens and is left open), unanswered-box (the same), shell-execute (verb, file, show command),
+// start-process (command line, folder), exit-windows (flags, reason), change-notify (event). Numbers are
+// decimal.
 std::vector<std::string> Events();
 void ClearEvents();
 // The kind of such a line and its fields, with the line feeds back in their places.
 std::vector<std::string> EventFields(std::string_view event);
 
 // The buttons that answer the next message boxes of the machine, in order. A box without an answer left, or
-// without that button, takes its safe one (No, Cancel, or OK), and is recorded as unanswered. EndBoxAnswers
-// goes back to asking at the terminal.
+// without that button, takes its safe one (No, Cancel, or OK), and is recorded as unanswered. The answer comes
+// when all that has been posted to the box's thread is dispatched. 0 leaves the box open: it is a dialog like
+// any other, for the test to press its buttons. EndBoxAnswers goes back to asking at the terminal.
 void SetBoxAnswers(const std::vector<int>& buttons);
 void EndBoxAnswers();
 

@@ -2,7 +2,7 @@
 #include "instances/instance_manager.h"
 #include "app/setup_app.h"
 #include "app/setup_state.h"
-#include "support/scratch.h"
+#include "support/driver.h"
 
 #include <cstdlib>
 
@@ -100,4 +100,29 @@ TEST_F(Start, TemporaryCopyGoesStraightToItsJob) {
                 answers.Shown().at(0).text.starts_with(TEXT("Qantivo 8 has been completely uninstalled")));
         }
     }
+}
+
+// Closing a question is no Yes to it, and closing a message ends it.
+TEST_F(Start, BoxesAreClosedByOthers) {
+    const struct {
+        const char* child;
+        LPCWSTR option, title;
+        DWORD exitCode;
+    } rows[] = {{"StartsUnhindered", TEXT("-v"), TEXT("Qantivo Setup"), 0},
+                {"Starts", TEXT("-install"), kProductName, 1}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.child);
+        const BoxAnswers answers({kLeftOpen});
+        const RunningProgram copy = StartChild(row.child, row.option);
+        const Driver box(copy.Id(), row.title);
+        box.Await([&] { return answers.Shown().size() == 1; });
+        EXPECT_EQ(COXInstanceManager::FindInstanceWindow(copy.Id()), box.Window());
+        EXPECT_EQ(SendMessageW(box.Window(), WM_QUERYENDSESSION, 0, 0), 1);
+        EXPECT_TRUE(PostMessageW(box.Window(), WM_CLOSE, 1001, 0));
+        if (row.exitCode == 0) {
+            EXPECT_TRUE(PostMessageW(box.Window(), WM_COMMAND, IDNO, 0)) << "a box of Yes and No stays open";
+        }
+        EXPECT_EQ(copy.ExitCode(), row.exitCode);
+    }
+    EXPECT_TRUE(Exists(kScratch + TEXT("\\running.exe")) && BootMarks().empty());
 }

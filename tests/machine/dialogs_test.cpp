@@ -156,6 +156,36 @@ TEST_F(Dialogs, GoByKeys) {
     EXPECT_TRUE(DestroyWindow(dialog));
 }
 
+TEST_F(Dialogs, AnswerAsWindowsDoes) {
+    const HWND dialog = Make({kFrame,
+                              {{kEdit, kTab, 11, TEXT("Hello World")},
+                               {kStatic, WS_VISIBLE, 12, TEXT("upper")},
+                               {kStatic, WS_VISIBLE, 12, TEXT("lower")},
+                               {kEdit, kTab | ES_MULTILINE, 13, TEXT("")}}});
+    const HWND line = GetDlgItem(dialog, 11), lines = GetDlgItem(dialog, 13), upper = GetDlgItem(dialog, 12);
+    (void)SendMessageW(line, EM_SETSEL, 0, 0);
+    (void)SetFocus(nullptr);
+    (void)SendMessageW(dialog, WM_SETFOCUS, 0, 0);
+    EXPECT_EQ(SendMessageW(line, EM_GETSEL, 0, 0), MAKELONG(0, 11)) << "all of its text is selected";
+    for (const HWND from : {HWND{}, dialog}) {
+        EXPECT_EQ(GetNextDlgTabItem(dialog, from, TRUE), nullptr) << "nothing is before the first one";
+        EXPECT_EQ(GetNextDlgTabItem(dialog, from, FALSE), line);
+    }
+    EXPECT_EQ(SendMessageW(line, WM_CHAR, 'x', 0), 1);
+    (void)SendMessageW(lines, EM_SETLIMITTEXT, 0, 0);
+    EXPECT_EQ(static_cast<DWORD>(SendMessageW(lines, EM_GETLIMITTEXT, 0, 0)), 0xFFFFFFFF);
+
+    const auto order = [&](HWND after) {
+        EXPECT_TRUE(SetWindowPos(upper, after, 0, 0, 0, 0, SWP_NOSIZE | SWP_NOMOVE));
+        return std::pair(TextOf(GetDlgItem(dialog, 12)), GetWindow(upper, GW_HWNDNEXT));
+    };
+    EXPECT_EQ(TextOf(upper), TEXT("upper"));
+    EXPECT_EQ(order(GetWindow(upper, GW_HWNDNEXT)), std::pair(Text(TEXT("lower")), lines));
+    EXPECT_EQ(order(HWND_BOTTOM), std::pair(Text(TEXT("lower")), HWND{}));
+    EXPECT_EQ(order(line).first, TEXT("upper"));
+    EXPECT_TRUE(DestroyWindow(dialog));
+}
+
 const std::vector<Item> kModalItems = {{kEdit, kTab | ES_MULTILINE | ES_AUTOHSCROLL, 11, TEXT("")},
                                        {kButton, kTab, 50, TEXT("End")}};
 

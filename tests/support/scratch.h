@@ -124,6 +124,8 @@ bool AddChildProgram(const char* name, int (*body)());
 // Message boxes shown by this process and by programs it runs, answered with the button ids given, in order.
 // A box without an answer left, or without the button, is a failure of the test, and so is an answer that no
 // box took; a box outside any such scope is one too. One scope at a time.
+// The "answer" kLeftOpen leaves the box to the test, which drives it as any dialog.
+inline constexpr int kLeftOpen = 0;
 struct ShownBox {
     Text caption;
     Text text;

@@ -58,13 +58,19 @@ Text WindowText(HWND window) {
 std::mutex boxMutex;
 std::vector<int> boxButtons;
 Boxes boxes;
+HWND leftOpen;
 
 void Answer(HWND box) {
     int button = 0;
     {
         const std::lock_guard lock(boxMutex);
+        if (box == leftOpen) return;
         const std::size_t index = boxes.shown.size();
         boxes.shown.push_back({WindowText(box), WindowText(GetDlgItem(box, kBoxText))});
+        if (index < boxButtons.size() && boxButtons[index] == kLeftOpen) {
+            leftOpen = box;
+            return;
+        }
         if (index < boxButtons.size() && GetDlgItem(box, boxButtons[index]))
             button = boxButtons[index];
         else
@@ -145,6 +151,7 @@ void StartBoxes(std::vector<int> buttons) {
     const std::lock_guard lock(boxMutex);
     boxButtons = std::move(buttons);
     boxes = {};
+    leftOpen = nullptr;
     static const std::jthread watch([](const std::stop_token& stop) {
         while (!stop.stop_requested()) {
             for (HWND box = nullptr; (box = FindWindowExW(nullptr, box, L"#32770", nullptr));)

@@ -211,17 +211,18 @@ int _wtoi(const char16_t* text) {
 
 namespace {
 
-// Writes what fits, and counts what would not: _vsnwprintf gives -1 for a text longer than the buffer.
+// Writes what fits, and counts what would not: _vsnwprintf returns -1 for a text longer than the buffer, and
+// its length without any.
 class WideOutput {
   public:
-    WideOutput(char16_t* buffer, std::size_t limit) : m_buffer(buffer), m_limit(limit) {}
+    WideOutput(char16_t* buffer, std::size_t limit) : m_buffer(buffer), m_limit(buffer ? limit : 0) {}
     void Put(char16_t unit) {
         if (m_length < m_limit) m_buffer[m_length] = unit;
         ++m_length;
     }
     int Finish() {
         if (m_length < m_limit) m_buffer[m_length] = 0;
-        return m_length <= m_limit ? static_cast<int>(m_length) : -1;
+        return m_length <= m_limit || !m_buffer ? static_cast<int>(m_length) : -1;
     }
 
   private:

@@ -548,6 +548,7 @@ BOOL VerQueryValueW(LPCVOID block, LPCWSTR query, LPVOID* value, PUINT cbValue);
 #define SWP_SHOWWINDOW 0x40u
 #define SWP_HIDEWINDOW 0x80u
 #define HWND_TOP (reinterpret_cast<HWND>(static_cast<LONG_PTR>(0)))
+#define HWND_BOTTOM (reinterpret_cast<HWND>(static_cast<LONG_PTR>(1)))
 #define HWND_MESSAGE (reinterpret_cast<HWND>(static_cast<LONG_PTR>(-3)))
 #define WM_NULL 0x0u
 #define WM_CREATE 0x1u
@@ -559,6 +560,8 @@ BOOL VerQueryValueW(LPCVOID block, LPCWSTR query, LPVOID* value, PUINT cbValue);
 #define WM_GETTEXT 0xDu
 #define WM_GETTEXTLENGTH 0xEu
 #define WM_CLOSE 0x10u
+#define WM_QUERYENDSESSION 0x11u
+#define WM_ENDSESSION 0x16u
 #define WM_QUIT 0x12u
 #define WM_NEXTDLGCTL 0x28u
 #define WM_SETFONT 0x30u

@@ -159,6 +159,7 @@ LRESULT CodeOf(HWND control) {
 }
 
 HWND NextTabItem(HWND dialog, HWND control, bool previous) {
+    if (previous && (!control || control == dialog)) return nullptr;
     std::vector<HWND> controls;
     AddControls(dialog, controls);
     for (const HWND next : Behind(std::move(controls), control, previous))

@@ -9,7 +9,8 @@ namespace winhost {
 
 // What a control wants of a dialog: DLGC_ flags.
 LRESULT CodeOf(HWND control);
-// The next control that Tab goes to, children of control parents among them; null when there is none.
+// The next control that Tab goes to, children of control parents among them; null when there is none. From
+// the dialog itself or from null on it is the first one, and none is before them.
 HWND NextTabItem(HWND dialog, HWND control, bool previous);
 // The next control of a group; the control itself when it stands alone.
 HWND NextGroupItem(HWND control, bool previous);

@@ -137,7 +137,7 @@ HWND Make(std::optional<DialogTemplate> dialog, HINSTANCE module, HWND owner, DL
 }
 
 // Until the dialog has ended, or the thread is to.
-void RunLoop(HWND window) {
+void RunLoop(HWND window, bool (*answer)(HWND)) {
     for (bool shown = false;;) {
         const DialogState* const state = StateOf<DialogState>(window);
         if (!state || state->ended) return;
@@ -148,7 +148,7 @@ void RunLoop(HWND window) {
             continue;
         }
         if (shown && !TakeMessage(message, Taking::Tries)) {
-            if (AskPerson(window)) continue;
+            if (answer(window)) continue;
             (void)TakeMessage(message, Taking::Waits);
         }
         if (message.message == WM_QUIT) {
@@ -162,26 +162,6 @@ void RunLoop(HWND window) {
     }
 }
 
-INT_PTR Run(std::optional<DialogTemplate> dialog, HINSTANCE module, HWND owner, DLGPROC procedure,
-            LPARAM parameter) {
-    if (!dialog) return -1;
-    const HWND root = owner ? RootOf(owner) : nullptr;
-    const auto ownerRecord = root ? Look(root) : std::nullopt;
-    if (owner && !ownerRecord) return 0;
-    const HWND disabled = ownerRecord && !(ownerRecord->style & WS_DISABLED) ? root : nullptr;
-    if (disabled) ChangeStyle(disabled, 0, WS_DISABLED);
-    const HWND window = Make(std::move(dialog), module, owner, procedure, parameter);
-    if (DialogState* const state = StateOf<DialogState>(window)) {
-        state->disabledOwner = state->ended ? nullptr : disabled;
-        RunLoop(window);
-    }
-    if (disabled) ChangeStyle(disabled, WS_DISABLED, 0);
-    const DialogState* const state = StateOf<DialogState>(window);
-    const INT_PTR result = state ? state->result : window ? 0 : -1;
-    if (state) Destroy(window);
-    return result;
-}
-
 void SaveFocus(HWND window, DialogState& state) {
     const HWND focus = Focus();
     if (focus && focus != window && LiesIn(focus, window)) state.savedFocus = focus;
@@ -192,7 +172,11 @@ void RestoreFocus(DialogState& state, HWND window, bool activated) {
     if (state.ended) return;
     HWND control = std::exchange(state.savedFocus, nullptr);
     if (!FindOwn(control)) control = activated ? nullptr : FirstItem(window);
-    if (control) (void)GiveFocus(control);
+    if (!control) return;
+    if (activated)
+        (void)GiveFocus(control);
+    else
+        FocusControl(control);
 }
 
 LRESULT SetDefault(HWND window, DialogState& state, int id) {
@@ -250,6 +234,37 @@ LRESULT DialogDefault(HWND window, DialogState& state, UINT message, WPARAM wPar
 
 }  // namespace
 
+INT_PTR RunModal(std::optional<DialogTemplate> dialog, HINSTANCE module, HWND owner, DLGPROC procedure,
+                 LPARAM parameter, bool (*answer)(HWND)) {
+    if (!dialog) return -1;
+    const HWND root = owner ? RootOf(owner) : nullptr;
+    const auto ownerRecord = root ? Look(root) : std::nullopt;
+    if (owner && !ownerRecord) return 0;
+    const HWND disabled = ownerRecord && !(ownerRecord->style & WS_DISABLED) ? root : nullptr;
+    if (disabled) ChangeStyle(disabled, 0, WS_DISABLED);
+    const HWND window = Make(std::move(dialog), module, owner, procedure, parameter);
+    if (DialogState* const state = StateOf<DialogState>(window)) {
+        state->disabledOwner = state->ended ? nullptr : disabled;
+        RunLoop(window, answer);
+    }
+    if (disabled) ChangeStyle(disabled, WS_DISABLED, 0);
+    const DialogState* const state = StateOf<DialogState>(window);
+    const INT_PTR result = state ? state->result : window ? 0 : -1;
+    if (state) Destroy(window);
+    return result;
+}
+
+void EndModal(HWND dialog, INT_PTR result) {
+    auto* const state = StateOf<DialogState>(dialog);
+    if (!state) return;
+    state->ended = true;
+    state->result = result;
+    if (state->disabledOwner) ChangeStyle(state->disabledOwner, WS_DISABLED, 0);
+    Hide(dialog);
+    // Its loop may be waiting, with this call made on behalf of another thread.
+    (void)PostToSelf({dialog, WM_NULL, 0, 0, GetTickCount(), {}});
+}
+
 LRESULT DialogProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     DialogState* const state = StateOf<DialogState>(window);
     if (!state) return DefaultOf(window, message, wParam, lParam);
@@ -283,30 +298,26 @@ HWND CreateDialogIndirectParamW(HINSTANCE module, LPCDLGTEMPLATEW dialog, HWND p
 
 INT_PTR DialogBoxParamW(HINSTANCE module, LPCWSTR name, HWND owner, DLGPROC procedure, LPARAM parameter) {
     if (winhost::Fails("DialogBoxParamW")) return -1;
-    return winhost::Run(winhost::FindTemplate(name), module, owner, procedure, parameter);
+    return winhost::RunModal(winhost::FindTemplate(name), module, owner, procedure, parameter,
+                             winhost::AskPerson);
 }
 
 INT_PTR DialogBoxIndirectParamW(HINSTANCE module, LPCDLGTEMPLATEW dialog, HWND owner, DLGPROC procedure,
                                 LPARAM parameter) {
     if (winhost::Fails("DialogBoxIndirectParamW")) return -1;
-    return winhost::Run(winhost::TemplateInMemory(dialog), module, owner, procedure, parameter);
+    return winhost::RunModal(winhost::TemplateInMemory(dialog), module, owner, procedure, parameter,
+                             winhost::AskPerson);
 }
 
 BOOL EndDialog(HWND dialog, INT_PTR result) {
     if (winhost::Fails("EndDialog")) return FALSE;
     if (winhost::FindOfProcess(dialog) && !winhost::FindOwn(dialog))
         return winhost::Send(dialog, winhost::kEndDialog, static_cast<WPARAM>(result), 0) != 0;
-    auto* const state = winhost::StateOf<winhost::DialogState>(dialog);
-    if (!state) {
+    if (!winhost::StateOf<winhost::DialogState>(dialog)) {
         SetLastError(ERROR_INVALID_WINDOW_HANDLE);
         return FALSE;
     }
-    state->ended = true;
-    state->result = result;
-    if (state->disabledOwner) winhost::ChangeStyle(state->disabledOwner, WS_DISABLED, 0);
-    winhost::Hide(dialog);
-    // Its loop may be waiting, with this call made on behalf of another thread.
-    (void)PostMessageW(dialog, WM_NULL, 0, 0);
+    winhost::EndModal(dialog, result);
     return TRUE;
 }
 

@@ -3,7 +3,10 @@
 
 #include <windows.h>
 
+#include <optional>
+
 #include "core/host_io.h"
+#include "windows/dialog_template.h"
 #include "windows/own_windows.h"
 
 namespace winhost {
@@ -19,6 +22,13 @@ struct DialogState : ControlState {
     LONG baseX = 0;
     LONG baseY = 0;
 };
+
+// Makes a modal dialog and runs it until EndModal, whose value it returns; -1 when it can't be made. `answer`
+// is called when all that came is dispatched: it deals with the dialog in the place of a person, or returns
+// false to wait for messages.
+INT_PTR RunModal(std::optional<DialogTemplate> dialog, HINSTANCE module, HWND owner, DLGPROC procedure,
+                 LPARAM parameter, bool (*answer)(HWND dialog));
+void EndModal(HWND dialog, INT_PTR result);
 
 LRESULT DialogProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 

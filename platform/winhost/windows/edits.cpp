@@ -18,6 +18,7 @@ namespace {
 
 constexpr std::size_t kFirstLimit = 30000;
 constexpr std::size_t kNoLimit = 0x7FFFFFFE;
+constexpr std::size_t kNoLimitOfLines = 0xFFFFFFFF;
 constexpr UINT kFirstMessage = EM_GETSEL;
 constexpr UINT kLastMessage = 0xE0;
 // Those of upper and lower case, passwords, another character set, and numbers alone.
@@ -138,7 +139,7 @@ LRESULT Handle(HWND window, EditState& state, UINT message, WPARAM wParam, LPARA
                    (HasStyle(window, ES_MULTILINE) ? DLGC_WANTALLKEYS : 0);
         case WM_CHAR:
             Type(window, state, static_cast<char16_t>(wParam));
-            return 0;
+            return TRUE;
         case WM_KEYDOWN:
             PressKey(window, wParam);
             return 0;
@@ -159,7 +160,7 @@ LRESULT Handle(HWND window, EditState& state, UINT message, WPARAM wParam, LPARA
             Replace(window, state, reinterpret_cast<LPCWSTR>(lParam));
             return 0;
         case EM_SETLIMITTEXT:
-            state.limit = wParam ? wParam : kNoLimit;
+            state.limit = wParam ? wParam : HasStyle(window, ES_MULTILINE) ? kNoLimitOfLines : kNoLimit;
             return 0;
         case EM_GETLIMITTEXT:
             return static_cast<LRESULT>(state.limit);

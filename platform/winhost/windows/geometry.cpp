@@ -38,6 +38,13 @@ std::optional<RECT> ClientPlace(HWND window) {
                 place->bottom - frame.bottom};
 }
 
+bool Reorder(WindowTable& table, WindowRecord& window, HWND after) {
+    if (after != HWND_TOP && after != HWND_BOTTOM)
+        return after == window.handle || table.PutBelow(window, after);
+    after == HWND_TOP ? table.Raise(window) : table.Lower(window);
+    return true;
+}
+
 }  // namespace
 
 void AddFrame(RECT& rectangle, DWORD style, DWORD exStyle) {
@@ -107,11 +114,12 @@ BOOL ScreenToClient(HWND window, LPPOINT point) {
 
 BOOL SetWindowPos(HWND window, HWND after, int x, int y, int width, int height, UINT flags) {
     if (winhost::Fails("SetWindowPos")) return FALSE;
-    if ((flags & ~winhost::kKnownFlags) || (after != HWND_TOP && !(flags & SWP_NOZORDER)))
-        winhost::NotModelled("SetWindowPos",
-                             "flags " + std::to_string(flags) + " or another place than on top");
     const auto before = winhost::Look(window);
     if (!before) return FALSE;
+    if ((flags & ~winhost::kKnownFlags) ||
+        (after != HWND_TOP && !(flags & SWP_NOZORDER) && !before->isChild()))
+        winhost::NotModelled("SetWindowPos", "flags " + std::to_string(flags) +
+                                                 " or a top-level window elsewhere than on top");
     {
         winhost::WindowTable table;
         winhost::WindowRecord* const record = table.Find(window);
@@ -122,7 +130,7 @@ BOOL SetWindowPos(HWND window, HWND after, int x, int y, int width, int height, 
             record->place.right = record->place.left + width;
             record->place.bottom = record->place.top + height;
         }
-        if (!(flags & SWP_NOZORDER)) table.Raise(*record);
+        if (!(flags & SWP_NOZORDER) && !winhost::Reorder(table, *record, after)) return FALSE;
     }
     if (flags & SWP_HIDEWINDOW)
         winhost::Hide(window);

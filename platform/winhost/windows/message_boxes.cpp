@@ -1,4 +1,5 @@
-// Message boxes, answered by a test's list or at the terminal.
+// Message boxes: dialogs of their own, answered by a test's list, at the terminal, or by who presses their
+// buttons.
 #include "windows/message_boxes.h"
 
 #include <unistd.h>
@@ -15,7 +16,7 @@
 #include "core/text.h"
 #include "files/paths.h"
 #include "registry/registry_store.h"
-#include "windows/own_windows.h"
+#include "windows/dialogs.h"
 #include "windows/window_table.h"
 #include "winhost.h"
 
@@ -28,6 +29,10 @@ namespace {
 constexpr UINT kTypeBits = 0xF;
 constexpr UINT kIconBits = 0xF0;
 constexpr UINT kDefaultBits = 0x300;
+constexpr DWORD kTextId = 0xFFFF;
+// In dialog units; nobody sees how it looks.
+constexpr SHORT kBoxWidth = 200, kBoxHeight = 60, kButtonWidth = 50, kButtonHeight = 14;
+constexpr LONG kBaseX = 8, kBaseY = 16;
 
 fs::path AnswerFile() {
     return StateFolder() / "answers";
@@ -76,6 +81,9 @@ struct Answer {
     bool given = false;  // by a test or a person
 };
 
+// The entry of a test's list for a box whose buttons the test presses itself.
+constexpr int kLeftOpen = 0;
+
 Answer NextOfList(const std::vector<int>& buttons) {
     const MachineLock lock("answers.lock");
     std::ifstream file(AnswerFile());
@@ -86,6 +94,7 @@ Answer NextOfList(const std::vector<int>& buttons) {
     const int button = answers.front();
     answers.erase(answers.begin());
     WriteAnswers(answers);
+    if (button == kLeftOpen) return {kLeftOpen, true};
     const bool fits = std::find(buttons.begin(), buttons.end(), button) != buttons.end();
     return {fits ? button : buttons.back(), fits};
 }
@@ -105,11 +114,85 @@ Answer AskAtTerminal(const std::vector<int>& buttons, const std::string& caption
     }
 }
 
-Answer AnswerBox(const std::vector<int>& buttons, const std::string& caption, const std::string& text) {
-    if (IsAnsweredByTest()) return NextOfList(buttons);
-    if (isatty(STDIN_FILENO)) return AskAtTerminal(buttons, caption, text);
-    std::cerr << "[" << caption << "] " << text << "\n(nobody to ask: " << LabelOf(buttons.back()) << ")\n";
-    return {buttons.back(), false};
+struct Box {
+    std::u16string text;
+    std::u16string caption;
+    UINT style;
+    std::vector<int> buttons;
+    Answer answer = {kLeftOpen, false};
+    bool isAsked = false;
+};
+
+Box& BoxOf(HWND window) {
+    return *reinterpret_cast<Box*>(*DialogLong(window, DWLP_USER));
+}
+
+Answer Ask(const Box& box) {
+    if (IsAnsweredByTest()) return NextOfList(box.buttons);
+    const std::string caption = Utf8(box.caption), text = Utf8(box.text);
+    if (isatty(STDIN_FILENO)) return AskAtTerminal(box.buttons, caption, text);
+    std::cerr << "[" << caption << "] " << text << "\n(nobody to ask: " << LabelOf(box.buttons.back())
+              << ")\n";
+    return {box.buttons.back(), false};
+}
+
+void RecordBox(const Box& box) {
+    Record(
+        box.answer.given ? "message-box" : "unanswered-box",
+        {box.caption, box.text, Utf16(std::to_string(box.style)), Utf16(std::to_string(box.answer.button))});
+}
+
+// Asks once; a box that is left open waits for its buttons.
+bool AnswerBox(HWND window) {
+    Box& box = BoxOf(window);
+    if (std::exchange(box.isAsked, true)) return false;
+    box.answer = Ask(box);
+    RecordBox(box);
+    if (box.answer.button == kLeftOpen) return false;
+    EndModal(window, box.answer.button);
+    return true;
+}
+
+INT_PTR BoxProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == WM_INITDIALOG) *DialogLong(window, DWLP_USER) = lParam;
+    if (message != WM_COMMAND || HIWORD(wParam) != BN_CLICKED) return message == WM_INITDIALOG;
+    Box& box = BoxOf(window);
+    // Esc and the title bar's cross are the only button's, and nothing to a box of Yes and No.
+    const bool single = LOWORD(wParam) == IDCANCEL && box.buttons.size() == 1;
+    const int button = single ? box.buttons.front() : LOWORD(wParam);
+    if (std::find(box.buttons.begin(), box.buttons.end(), button) == box.buttons.end()) return TRUE;
+    box.answer = {button, true};
+    if (!std::exchange(box.isAsked, true)) RecordBox(box);
+    EndModal(window, button);
+    return TRUE;
+}
+
+// A window's text is limited, a box's isn't.
+std::u16string Shown(const std::u16string& text) {
+    return text.substr(0, kTitleUnits - 1);
+}
+
+DialogTemplate FormOf(const Box& box) {
+    DialogTemplate form = {WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME | DS_CENTER,
+                           0,
+                           0,
+                           0,
+                           kBoxWidth,
+                           kBoxHeight,
+                           Shown(box.caption),
+                           kBaseX,
+                           kBaseY,
+                           {}};
+    form.items.push_back({WS_VISIBLE | SS_NOPREFIX, 0, 0, 0, kBoxWidth, kBoxHeight - kButtonHeight, kTextId,
+                          u"Static", Shown(box.text)});
+    SHORT x = 0;
+    for (const int button : box.buttons) {
+        const DWORD type = button == box.buttons.front() ? BS_DEFPUSHBUTTON : BS_PUSHBUTTON;
+        form.items.push_back({WS_VISIBLE | WS_TABSTOP | type, 0, x, kBoxHeight - kButtonHeight, kButtonWidth,
+                              kButtonHeight, static_cast<DWORD>(button), u"Button", Utf16(LabelOf(button))});
+        x = static_cast<SHORT>(x + kButtonWidth);
+    }
+    return form;
 }
 
 }  // namespace
@@ -132,19 +215,12 @@ void EndBoxAnswers() {
 
 int MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) {
     if (winhost::Fails("MessageBoxW")) return 0;
-    const HWND root = owner ? winhost::RootOf(owner) : nullptr;
-    if (owner && !root) return 0;
-    const std::u16string shownText = text ? text : u"";
-    const std::u16string shownCaption = caption ? caption : u"Error";
-    const std::vector<int> buttons = winhost::ButtonsOf(style);
-    // While the box is up its owner takes no input.
-    const auto record = root ? winhost::Look(root) : std::nullopt;
-    const bool disables = record && !(record->style & WS_DISABLED);
-    if (disables) winhost::ChangeStyle(root, 0, WS_DISABLED);
-    const auto answer = winhost::AnswerBox(buttons, winhost::Utf8(shownCaption), winhost::Utf8(shownText));
-    if (disables) winhost::ChangeStyle(root, WS_DISABLED, 0);
-    winhost::Record(answer.given ? "message-box" : "unanswered-box",
-                    {shownCaption, shownText, winhost::Utf16(std::to_string(style)),
-                     winhost::Utf16(std::to_string(answer.button))});
-    return answer.button;
+    if (owner && !winhost::Look(owner)) return 0;
+    winhost::Box box = {text ? text : u"", caption ? caption : u"Error", style, winhost::ButtonsOf(style)};
+    if (winhost::RunModal(winhost::FormOf(box), nullptr, owner, winhost::BoxProcedure,
+                          reinterpret_cast<LPARAM>(&box), winhost::AnswerBox) == -1)
+        return 0;
+    if (box.answer.button == winhost::kLeftOpen)
+        winhost::NotModelled("MessageBoxW", "a thread that is to end, or an owner that goes");
+    return box.answer.button;
 }

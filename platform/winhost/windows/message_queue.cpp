@@ -128,15 +128,6 @@ bool Quota(std::uint64_t waiting) {
     return false;
 }
 
-bool PostToSelf(const MSG& message) {
-    Queue& queue = Own();
-    Receive(queue);
-    if (!Quota(queue.messages.size())) return false;
-    queue.messages.push_back(message);
-    WriteHeld(queue);
-    return true;
-}
-
 // Called with the table locked, as Receive does: a thread that is woken finds the message when it has the
 // lock, even though the waking comes first. That way none is lost when this process is killed in between.
 bool Post(const std::string& name, const MSG& message) {
@@ -163,6 +154,15 @@ char16_t CharacterOf(WPARAM key) {
 }
 
 }  // namespace
+
+bool PostToSelf(const MSG& message) {
+    Queue& queue = Own();
+    Receive(queue);
+    if (!Quota(queue.messages.size())) return false;
+    queue.messages.push_back(message);
+    WriteHeld(queue);
+    return true;
+}
 
 void OpenInbox(const WindowRecord& window) {
     Queue& queue = Own();

@@ -21,6 +21,9 @@ void DropMessagesOf(HWND window);
 enum class Taking { Waits, Tries, Peeks };  // a peeked one stays
 bool TakeMessage(MSG& message, Taking how);
 
+// Posts to the calling thread; false, with the last error set, when its queue is full.
+bool PostToSelf(const MSG& message);
+
 // The socket on which the calling thread is woken; -1 while it has no windows.
 int OwnDoor();
 // A connection to the thread of a window; none when nobody is there.

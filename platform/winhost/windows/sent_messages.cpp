@@ -122,6 +122,8 @@ bool CarriesNumbers(UINT message, LPARAM lParam) {
         case WM_NULL:
         case WM_GETTEXTLENGTH:
         case WM_CLOSE:
+        case WM_QUERYENDSESSION:
+        case WM_ENDSESSION:
         case WM_NEXTDLGCTL:
         case WM_GETFONT:
         case WM_COMMAND:

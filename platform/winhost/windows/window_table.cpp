@@ -151,6 +151,30 @@ void WindowTable::Raise(WindowRecord& window) {
     window.rank = ++Contents().highest;
 }
 
+void WindowTable::Lower(WindowRecord& window) {
+    window.rank = --Contents().lowest;
+}
+
+// The siblings share the ranks that they have.
+bool WindowTable::PutBelow(WindowRecord& window, HWND sibling) {
+    std::vector<WindowRecord*> order =
+        Where([&](const WindowRecord& record) { return record.parent == window.parent; });
+    std::vector<std::int64_t> ranks;
+    for (const WindowRecord* record : order)
+        ranks.push_back(record->rank);
+    std::erase(order, &window);
+    const auto above = std::find_if(order.begin(), order.end(),
+                                    [&](const auto* record) { return record->handle == sibling; });
+    if (above == order.end()) {
+        SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+        return false;
+    }
+    order.insert(above + 1, &window);
+    for (std::size_t i = 0; i < order.size(); ++i)
+        order[i]->rank = ranks[i];
+    return true;
+}
+
 std::vector<WindowRecord*> WindowTable::Where(const std::function<bool(const WindowRecord&)>& wanted) {
     WindowTableContents& contents = Contents();
     std::vector<WindowRecord*> windows;

@@ -70,6 +70,10 @@ class WindowTable {
     WindowRecord* Find(HWND window);
     // Puts the window on top of the others.
     void Raise(WindowRecord& window);
+    // Puts the window below one of its siblings, or below all of them. False, with the last error set, when
+    // the other is no sibling.
+    bool PutBelow(WindowRecord& window, HWND sibling);
+    void Lower(WindowRecord& window);
     // The wanted windows of living processes, the top one first. Those of dead ones go.
     std::vector<WindowRecord*> Where(const std::function<bool(const WindowRecord&)>& wanted);
     // The thread's window that is active, or has the focus; null when there is none.

@@ -66,6 +66,8 @@ LRESULT DefaultOf(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
         case WM_CLOSE:
             if (FindOwn(window)) Destroy(window);
             return 0;
+        case WM_QUERYENDSESSION:
+            return TRUE;
         case WM_ACTIVATE:
             if (wParam != WA_INACTIVE) (void)GiveFocus(window);
             return 0;

@@ -1,0 +1,64 @@
+// What reaches the wizard while one of its boxes is open.
+#include "wizard/wizard_run.h"
+
+namespace {
+
+class Boxes : public WizardTest {};
+
+// Somebody closes the wizard, setup closes running copies, other programs press buttons, the session ends.
+void Disturb(const Driver& wizard) {
+    for (const HWND window : {wizard.Window(), wizard.Page()}) {
+        for (const WPARAM closing : {0, 1001})
+            EXPECT_TRUE(PostMessageW(window, WM_CLOSE, closing, 0));
+        for (const WPARAM command : {IDOK, IDCANCEL, IDC_BACK, IDC_BROWSE})
+            EXPECT_TRUE(PostMessageW(window, WM_COMMAND, command, 0));
+        EXPECT_EQ(SendMessageW(window, WM_QUERYENDSESSION, 0, 0), 1);
+        EXPECT_EQ(SendMessageW(window, WM_ENDSESSION, TRUE, 0), 0);
+    }
+    for (const HWND button : {wizard.Control(IDOK), wizard.Control(IDC_BACK), wizard.Control(IDCANCEL),
+                              wizard.PageControl(IDC_BROWSE)})
+        EXPECT_TRUE(!button || PostMessageW(button, BM_CLICK, 0, 0));
+    wizard.Settle();
+}
+
+TEST_F(Boxes, OfTheWizardStayAloneWhateverComes) {
+    const struct {
+        const char* name;
+        int step, button, answer;
+        Text text;
+    } rows[] = {{"cancel", 0, IDCANCEL, IDNO, Resource(IDS_CONFIRM_CANCEL)},
+                {"refusal", 1, IDCANCEL, IDNO, Resource(IDS_CONFIRM_CANCEL)},
+                {"browser", 2, IDC_BROWSE, IDCANCEL, {}},
+                {"portable", 2, IDOK, IDOK, Resource(IDS_BROWSE_FIRST)},
+                {"portable, back", 2, IDC_BACK, IDOK, Resource(IDS_BROWSE_FIRST)},
+                {"group", 3, IDOK, IDOK, Resource(IDS_GROUP_TOO_SHORT)},
+                {"ready", 4, IDCANCEL, IDNO, Resource(IDS_CONFIRM_CANCEL)}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        g_installType = 0;
+        RunAt(row.step, [&](const Driver& wizard) {
+            if (row.answer == IDOK && row.step == 2) wizard.PressInPage(IDC_PORTABLE);
+            if (row.step == 3) wizard.Type(wizard.PageControl(IDC_GROUP), TEXT("ab"));
+            const BoxAnswers answers(row.text.empty() ? std::vector<int>{} : std::vector{kLeftOpen});
+            const Text title = row.text.empty() ? TEXT("Browse For Folder") : kProductName;
+            const HWND page = wizard.Page();
+            const Driver box = wizard.Open(
+                row.button == IDC_BROWSE ? wizard.PageControl(IDC_BROWSE) : wizard.Control(row.button),
+                title);
+            Disturb(wizard);
+            EXPECT_TRUE(IsWindow(box.Window()) && IsWindow(page) && !IsWindowEnabled(wizard.Window()));
+            EXPECT_EQ(FindWindowExW(nullptr, box.Window(), nullptr, title.c_str()), nullptr)
+                << "a second one";
+            box.Press(row.answer);
+            wizard.Await([&] { return IsWindowEnabled(wizard.Window()) != 0; });
+            wizard.Settle();
+            EXPECT_TRUE(wizard.Page() == page && IsWindowEnabled(wizard.Window()));
+            std::vector<Text> shown;
+            for (const ShownBox& shownBox : answers.Shown())
+                shown.push_back(shownBox.text);
+            EXPECT_EQ(shown, row.text.empty() ? std::vector<Text>{} : std::vector{row.text});
+        });
+    }
+}
+
+}  // namespace
