@@ -82,6 +82,31 @@ TEST_F(HostProcesses, EndWithTheCodeThatWindowsWouldGive) {
         EXPECT_EQ(RunChild("EndAsTold", kScratch + TEXT("\\child.exe"), how), exitCode) << winhost::Utf8(how);
 }
 
+TEST_F(HostProcesses, OfTwoRunsFromTheShellEndWithTheirPrograms) {
+    const fs::path root = winhost::StateFolder() / "two_runs";
+    winhost::CreateMachine(root);
+    const fs::path program = root / "C/sleeper.exe";
+    fs::copy_file(kSleeper, program);
+    const std::string run =
+        "timeout 30 " QTV_BUILD_FOLDER "/winmachine run '" + root.native() + "' 'C:\\sleeper.exe'";
+    FILE* const runs[] = {popen(run.c_str(), "r"), popen(run.c_str(), "r")};
+    std::vector<pid_t> sleepers;
+    for (int tries = 0; sleepers.size() < 2 && tries < 2000; ++tries) {
+        usleep(10000);
+        sleepers.clear();
+        std::error_code error;
+        for (const auto& entry : fs::directory_iterator(root / ".state/processes", error))
+            if (fs::read_symlink("/proc" / entry.path().filename() / "exe", error) == fs::canonical(program))
+                sleepers.push_back(std::stoi(entry.path().filename()));
+    }
+    EXPECT_EQ(sleepers.size(), 2u);
+    for (const pid_t sleeper : sleepers)
+        kill(sleeper, SIGKILL);
+    for (FILE* const each : runs)
+        EXPECT_NE(WEXITSTATUS(pclose(each)), 124) << "it waits until its time is up";
+    fs::remove_all(root);
+}
+
 TEST_F(HostProcesses, EndWithOneLineOutsideAnyMachine) {
     FILE* output = popen((kSleeper + " 2>&1").c_str(), "r");
     ASSERT_TRUE(output);

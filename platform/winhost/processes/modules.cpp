@@ -150,10 +150,6 @@ std::vector<std::string> HiddenNames() {
 
 }  // namespace
 
-bool IsProgramModule(HMODULE module) {
-    return !module || module == HandleOf(&All().program);
-}
-
 void HideFunction(const std::string& name, bool hidden) {
     static const bool forgets = (OnEnter([] { unsetenv(kHidden); }), true);
     (void)forgets;

@@ -215,6 +215,10 @@ bool WaitForEnd(int process, DWORD milliseconds) {
     }
 }
 
+void LeaveTable() {
+    if (Own().table) unlink(Own().path.c_str());
+}
+
 std::vector<DWORD> ProcessIds() {
     std::vector<DWORD> running;
     for (const DWORD id : ListedIds())

@@ -32,6 +32,8 @@ void HandOver(int table, int image);
 // Enters this process when its program begins: takes over what its starter handed over, or enters a program
 // started from the host's shell. Does nothing outside a machine.
 void BeginProcess();
+// Takes this process off the table: nobody finds it, ends it or waits for it any more.
+void LeaveTable();
 // Leaves a record of the exit code for those that hold the process open.
 void RecordOwnExit(DWORD exitCode);
 

@@ -12,6 +12,7 @@
 
 #include "core/text.h"
 #include "processes/arguments.h"
+#include "processes/process_table.h"
 #include "winhost.h"
 
 namespace {
@@ -44,6 +45,8 @@ int Run(const char* folder, Arguments command) {
         std::fprintf(stderr, "winmachine: %s can't be started: error %u\n", command[0], GetLastError());
         return kFailed;
     }
+    // Two runs on one machine would otherwise wait for each other and never end.
+    winhost::LeaveTable();
     DWORD exitCode = 0;
     (void)WaitForSingleObject(process.hProcess, INFINITE);
     (void)GetExitCodeProcess(process.hProcess, &exitCode);
