@@ -61,6 +61,10 @@ TEST_F(PackageCheckTest, EveryTrapOfARecordIsFound) {
     const std::string deepRecord = "Make Dir: " + std::string(118, 'd') + "\nFile Copy: " + deep;
     const std::string cut = "File Copy: a" + std::string(499, 'x') + "File Copy: none";
     const std::string whole = "File Del: " + std::string(501, 'x') + "\r\nFile Copy: a";
+    const std::string below = "File Del: " + std::string(118, 'd') + "\\";
+    const std::string folder = "\nMake Dir: " + std::string(220, 'd');
+    const std::string longRemovals =
+        below + std::string(113, 'e') + "\n" + below + std::string(114, 'e') + folder + folder + "d";
     const std::vector<Row> rows = {
         // clean ones
         {"# a remark\n\nFile Copy: a\t \x01\n\x1A\r\n", ""},
@@ -71,7 +75,6 @@ TEST_F(PackageCheckTest, EveryTrapOfARecordIsFound) {
         {"File Copy: s\\t\\a\nMake Dir: s\\t\nMake Dir: s", "", {"s\\t\\a"}},
         {"Make Dir: s\nMake Dir: s\\t\nFile Copy: s\\t\\a\nMake Dir: s", "", {"s\\t\\a"}},
         {"File Copy prt: a > b\nFile Copy: a > c", ""},
-        {whole.c_str(), ""},
         // spelling
         {"file Copy: a", "wrong-case:4"},
         {" File Copy: a\n\tMake Dir: s\n\xA0"
@@ -92,6 +95,7 @@ TEST_F(PackageCheckTest, EveryTrapOfARecordIsFound) {
          {"a", "s\\a"}},
         {"file copy: s/a | remark\nMake Dir: s", "wrong-case:4 comment:4 forward-slash:4", {"s\\a"}},
         {"File Del: \xC3\xBC\nFile Del: \xFC", "utf8-name:4", {}},
+        {whole.c_str(), "long-path:4"},
         {cut.c_str(), "long-line:4 long-line:4 unnamed-file(a)"},
         {"File Copy: a\nMade Dir: C:\\x\nShell Link: C:\\x.lnk", "setup-record:5 setup-record:6"},
         // names
@@ -112,6 +116,18 @@ TEST_F(PackageCheckTest, EveryTrapOfARecordIsFound) {
         {"File Copy: ..\\pkg\\a\nMake Dir: s\\..\\..\\t",
          "outside-folder:4 outside-folder:5 unnamed-file(a)"},
         {deepRecord.c_str(), "long-path:5", {deep.c_str()}},
+        {longRemovals.c_str(), "long-path:5 long-path:7", {}},
+        {"File Copy: s \\*.*\nFile Copy: a > b.\nMake Dir: s.\\t\nFile Del: ...\nFile Overwrite: abc*.",
+         "blank-or-dot-end:4 blank-or-dot-end:5 blank-or-dot-end:6 blank-or-dot-end:7 unnamed-file(a) "
+         "unnamed-file(s\\b)",
+         {"a", "s\\b"}},
+        {"File Copy: a > nul\nMake Dir: Com1.x\\t\nFile Del: LPT9 .x\nFile Del: com10\nFile Del: lpt0\n"
+         "File Del: cons",
+         "device-name:4 device-name:5 device-name:6 unnamed-file(a)"},
+        {"File Overwrite: pag*.htm\nFile Copy: pag*.html\nFile Copy: a > Abcdefghi\nFile Del: abcdef~?\n"
+         "File Del: abcdefghi~1*\nFile Del: abc*.",
+         "short-name-match:4 short-name-match:7",
+         {"a", "page.html"}},
         // records among each other
         {"Make Dir: s\\t\nMake Dir: s", "folder-before-parent:4", {}},
         {"Make Dir: s\nMake Dir: s\\t", "removal-order:4", {}},

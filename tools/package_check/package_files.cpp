@@ -4,6 +4,7 @@
 
 #include "app/setup_state.h"
 #include "engine/file_steps.h"
+#include "name_patterns.h"
 #include "support/handles.h"
 
 namespace package_check {
@@ -24,12 +25,16 @@ bool IsSetup(CString name) {
     return name.MakeLower().Find(kInstallerNameTest) >= 0;
 }
 
-// Whether a search is for the system to answer: patterns, short names, and letters whose other case only the
-// file system knows.
-bool NeedsSystem(const CString& pattern) {
-    const auto isPlain = [](WCHAR character) { return character < 0x80 && character != '~'; };
-    const Wide& text = pattern.Text();
-    return HasWildcard(pattern) || !std::all_of(text.begin(), text.end(), isPlain);
+// Whether a search is for the system to answer: it alone knows the other case of such letters.
+bool NeedsSystem(const CString& name) {
+    const Wide& text = name.Text();
+    return std::any_of(text.begin(), text.end(), [](WCHAR character) { return character >= 0x80; });
+}
+
+Wide FolderKey(const CString& folder) {
+    Wide key = Key(folder);
+    if (key.ends_with('\\')) key.pop_back();
+    return key;
 }
 
 }  // namespace
@@ -64,7 +69,9 @@ void PackageFiles::TakeFolder(const CString& folder, std::vector<CString>& subFo
         const CString name = data.cFileName;
         if (IsDotName(name)) continue;
         const CString path = start + name;
-        Entry& entry = m_entries[Key(path)];
+        const Wide key = Key(path);
+        m_keys[FolderOf(key.c_str()).Text()].insert(key);
+        Entry& entry = m_entries[key];
         entry.name = path.Mid(cchPackage);
         entry.isFolder = (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
         if (entry.isFolder) {
@@ -80,20 +87,37 @@ void PackageFiles::TakeFolder(const CString& folder, std::vector<CString>& subFo
 
 std::vector<PackageFiles::Match> PackageFiles::Find(const CString& pattern) const {
     const CString search = WithSeparator(m_folder) + pattern;
-    if (!NeedsSystem(pattern)) {
+    if (!HasWildcard(pattern) && !NeedsSystem(pattern)) {
         const auto found = m_entries.find(Key(search));
         if (found == m_entries.end()) return {};
         return {{NameOf(found->second.name), found->second.isFolder}};
     }
     std::vector<Match> matches;
+    if (HasWildcard(pattern)) {
+        const names::Text expression = names::Expression(NameOf(pattern).MakeUpper().Text());
+        for (const Wide& key : KeysIn(FolderOf(pattern)))
+            if (const Entry& entry = m_entries.at(key);
+                names::Matches(expression, NameOf(key.c_str()).Text()))
+                matches.push_back({NameOf(entry.name), entry.isFolder});
+        return matches;
+    }
     WIN32_FIND_DATAW data;
-    const FindHandle find(FindFirstFileW(search, &data));
-    if (!find) return {};
-    do {
-        if (!IsDotName(data.cFileName))
-            matches.push_back({data.cFileName, (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0});
-    } while (FindNextFileW(find.get(), &data));
+    if (const FindHandle find(FindFirstFileW(search, &data)); find)
+        matches.push_back({data.cFileName, (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0});
     return matches;
+}
+
+std::vector<Wide> PackageFiles::NamesIn(const CString& folder) const {
+    std::vector<Wide> names;
+    for (const Wide& key : KeysIn(folder))
+        names.push_back(NameOf(key.c_str()).Text());
+    return names;
+}
+
+const std::set<Wide>& PackageFiles::KeysIn(const CString& folder) const {
+    static const std::set<Wide> kNone;
+    const auto found = m_keys.find(FolderKey(WithSeparator(m_folder) + folder));
+    return found == m_keys.end() ? kNone : found->second;
 }
 
 void PackageFiles::MarkNamed(const CString& path) {

@@ -1,6 +1,7 @@
 // The files that a package holds.
 #pragma once
 
+#include <set>
 #include <unordered_map>
 
 #include "package_check/package_check.h"
@@ -17,8 +18,11 @@ class PackageFiles {
         CString name;
         bool isFolder;
     };
-    // What a record's name or pattern, relative to the package, finds there; "." and ".." are left out.
+    // What a record's name or pattern, relative to the package, finds there by the names as they are: no
+    // short name counts, whatever drive the package lies on. "." and ".." are left out.
     std::vector<Match> Find(const CString& pattern) const;
+    // The names in a folder of the package, in upper case; none when there is no such folder.
+    std::vector<Wide> NamesIn(const CString& folder) const;
 
     // A record names the file, given by its full path.
     void MarkNamed(const CString& path);
@@ -36,7 +40,10 @@ class PackageFiles {
         bool named = false;
     };
     CString m_folder;
+    const std::set<Wide>& KeysIn(const CString& folder) const;
+
     std::unordered_map<Wide, Entry> m_entries;
+    std::unordered_map<Wide, std::set<Wide>> m_keys;  // by the key of their folder
     bool m_hasSetup = false;
 };
 

@@ -4,6 +4,7 @@
 
 #include "app/setup_state.h"
 #include "engine/file_steps.h"
+#include "package_check/name_rules.h"
 
 namespace package_check {
 
@@ -14,6 +15,9 @@ constexpr WCHAR kProgramFiles[] = TEXT("C:\\Program Files");
 
 // The one file that setup itself asks for only where it carries "File Copy x64: " records out.
 constexpr WCHAR kX64Handler[] = TEXT("x64\\ThumbQvi64.dll");
+
+// A folder has room for a name of 8.3 characters in it.
+constexpr int kMostOfFolder = MAX_PATH - 13;
 
 // What Windows' names can't hold. Wildcards are told apart.
 bool HasForbidden(const CString& name) {
@@ -154,12 +158,15 @@ void RecordChecks::TakeRemoval() {
     const CString pattern = RemovalPattern(m_record->line, m_record->kind->prefix);
     if (pattern.IsEmpty())
         return Report("empty-new-name", "Nothing is removed.", "The name of the file to remove.");
-    if (NameWorks(pattern, m_target, true)) NoteRemoval();
+    if (!NameWorks(pattern, m_target, true)) return;
+    CheckLength(WithSeparator(m_target) + pattern, MAX_PATH - 1, "nothing is removed");
+    NoteRemoval();
 }
 
 void RecordChecks::TakeFolderRecord() {
     const CString name = m_record->Value();
     if (name.IsEmpty() || !NameWorks(name, m_target, false)) return;
+    CheckLength(WithSeparator(m_target) + name, kMostOfFolder, "the folder isn't made");
     const CString path = FullPath(m_target + TEXT("\\") + name + TEXT("\\."));
     Folder& folder = m_folders[Key(path)];
     folder.name = name;
@@ -192,6 +199,22 @@ bool RecordChecks::NameWorks(const CString& name, const CString& folder, bool wi
                "A name relative to the package, of characters that Windows' names can hold.");
         return false;
     }
+    if (HasBlankOrDotEnd(name)) {
+        Report("blank-or-dot-end",
+               "Windows cuts blanks and dots from the end of a whole path only. Inside a path they count, "
+               "and no "
+               "folder has such a name: nothing is found, or another file than the one meant.",
+               "The name without them.");
+        return false;
+    }
+    if (HasDevice(name)) {
+        Report("device-name",
+               "Windows keeps the name for a device, in every folder and with any ending: no such file or "
+               "folder "
+               "can be made.",
+               "Another name.");
+        return false;
+    }
     const Wide below = folder == m_target ? m_belowTarget : Key(WithSeparator(folder));
     if (Key(WithSeparator(folder) + name).compare(0, below.size(), below) == 0) return true;
     Report("outside-folder",
@@ -201,13 +224,17 @@ bool RecordChecks::NameWorks(const CString& name, const CString& folder, bool wi
     return false;
 }
 
+void RecordChecks::CheckLength(const CString& path, int cchMost, const char* effect) {
+    if (path.GetLength() <= cchMost) return;
+    Report("long-path",
+           "In " + Utf8(m_target) + " the path has " + std::to_string(path.GetLength()) +
+               " characters, and Windows takes " + std::to_string(cchMost) + ": " + effect + ".",
+           "Shorter names, or fewer folders.");
+}
+
 void RecordChecks::AddFile(const CString& source, const CString& target) {
     m_files.MarkNamed(source);
-    if (target.GetLength() >= MAX_PATH)
-        Report("long-path",
-               "In " + Utf8(m_target) + " the path has " + std::to_string(target.GetLength()) +
-                   " characters, and Windows takes 259: the file isn't copied.",
-               "Shorter names, or fewer folders.");
+    CheckLength(target, MAX_PATH - 1, "the file isn't copied");
     const Wide key = Key(target);
     if (key == m_logKey)
         Report("log-record",
@@ -256,6 +283,7 @@ void RecordChecks::NoteRemoval() {
 void RecordChecks::Finish() {
     FinishFolders();
     FinishRemovals();
+    FinishShortNames();
     RequireInstalled(kApplicationFile, "application-not-installed",
                      "The shortcuts and the registry lead to a program that isn't there.");
     RequireInstalled(
@@ -311,6 +339,33 @@ void RecordChecks::FinishRemovals() {
                 : "It deletes whatever matches in that folder, the user's files too.",
             "The files by name, or a pattern that begins with a part of their names; or, for a folder "
             "that is the package's alone, its Make Dir: record.");
+    }
+}
+
+// The names are the package's own, but the user's files of such names are found in the same way.
+void RecordChecks::FinishShortNames() {
+    if (m_removals.empty()) return;
+    std::unordered_map<Wide, std::vector<Wide>> installed;  // names by the key of their folder
+    for (const auto& [key, target] : m_targets)
+        installed[FolderOf(key.c_str()).Text()].push_back(NameOf(key.c_str()).Text());
+    for (const Removal& removal : m_removals) {
+        const CString folder = FolderOf(removal.pattern);
+        std::vector<Wide> known = m_files.NamesIn(folder);
+        const auto found =
+            installed.find(FolderOf(Key(WithSeparator(m_target) + removal.pattern).c_str()).Text());
+        if (found != installed.end()) known.insert(known.end(), found->second.begin(), found->second.end());
+        std::sort(known.begin(), known.end());
+        const names::Text expression = names::Expression(NameOf(removal.pattern).MakeUpper().Text());
+        const auto more = std::find_if(known.begin(), known.end(), [&](const Wide& name) {
+            return MatchesByShortName(expression, name);
+        });
+        if (more == known.end()) continue;
+        Add("short-name-match", removal.line, removal.record,
+            "Most drives keep a second, short name of each file, of 8 characters and an ending of 3. By it "
+            "the "
+            "pattern also finds " +
+                Utf8(more->c_str()) + ", and files of the user with such names.",
+            "The files by name, or a pattern that is meant for both.");
     }
 }
 

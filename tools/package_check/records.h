@@ -45,6 +45,7 @@ class RecordChecks {
     void TakeFolderRecord();
 
     bool NameWorks(const CString& name, const CString& folder, bool wildcards);
+    void CheckLength(const CString& path, int cchMost, const char* effect);
     void AddFile(const CString& source, const CString& target);
     void MakeFolders(const CString& target);
     bool IsMade(const CString& folder) const;
@@ -52,6 +53,7 @@ class RecordChecks {
 
     void FinishFolders();
     void FinishRemovals();
+    void FinishShortNames();
     void RequireInstalled(LPCWSTR file, const char* id, const char* happens);
 
     // About the present record, once a record and id.

@@ -1,0 +1,19 @@
+// What Windows does with the names in records, told by rule: the same on every system that checks a package.
+#pragma once
+
+#include "name_patterns.h"
+#include "package_check/text.h"
+
+namespace package_check {
+
+// Whether a level of the path ends in a blank or a dot. A pattern may end in a dot: "*." finds names without
+// one.
+bool HasBlankOrDotEnd(const CString& path);
+
+// Whether a level of the path is the name of a device, with or without an ending.
+bool HasDevice(const CString& path);
+
+// Whether a search finds an entry of that name, in upper case, by its short name only.
+bool MatchesByShortName(const names::Text& expression, const Wide& name);
+
+}  // namespace package_check
