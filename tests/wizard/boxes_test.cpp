@@ -3,7 +3,7 @@
 
 namespace {
 
-class Boxes : public WizardTest {};
+class OpenBoxes : public WizardTest {};
 
 // Somebody closes the wizard, setup closes running copies, other programs press buttons, the session ends.
 void Disturb(const Driver& wizard) {
@@ -21,7 +21,7 @@ void Disturb(const Driver& wizard) {
     wizard.Settle();
 }
 
-TEST_F(Boxes, OfTheWizardStayAloneWhateverComes) {
+TEST_F(OpenBoxes, StayAloneWhateverComes) {
     const struct {
         const char* name;
         int step, button, answer;
