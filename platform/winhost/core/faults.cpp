@@ -2,12 +2,11 @@
 // to fail, or the process to be killed, at its n-th use.
 //
 // Programs take their faults from the environment:
-//   WINHOST_FAULTS   rules with semicolons between them: CALL#N, CALL#* (every use) or *#N (the n-th call of
-//   any name),
-//                    with =ERROR behind it for the error code, or =kill
-//   WINHOST_COUNTS   a host file that gets a line "CALL N" for each call used, when the process ends
-//   WINHOST_CONCERNS the programs that the two above concern, by the name of their file, with * and ?;
-//   without it, all WINHOST_CLOCK    "virtual": Sleep returns at once
+//   WINHOST_FAULTS    rules with semicolons between them: CALL#N, CALL#* (every use) or *#N (the n-th call of any
+//                     name), followed by =ERROR for the error code, or by =kill
+//   WINHOST_COUNTS    a host file that gets a line "CALL N" for each call used, when the process ends
+//   WINHOST_CONCERNS  the programs that the two above concern, by the name of their file, with * and ?; all without it
+//   WINHOST_CLOCK     "virtual": Sleep returns at once
 #include "core/faults.h"
 
 #include <fnmatch.h>
