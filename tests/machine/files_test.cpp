@@ -62,37 +62,59 @@ TEST_F(Files, ReadOnlyFileIsNeitherDeletedNorOverwrittenButMoved) {
     EXPECT_TRUE(DeleteFileW(TEXT("copy")));
 }
 
+// The names that a search finds, in the order of their letters, with blanks between.
+Text Found(const Text& pattern) {
+    Texts names;
+    WIN32_FIND_DATAW data;
+    const HANDLE find = FindFirstFileW(pattern.c_str(), &data);
+    if (find != INVALID_HANDLE_VALUE) {
+        do
+            names.push_back(data.cFileName);
+        while (FindNextFileW(find, &data));
+        EXPECT_EQ(GetLastError(), DWORD{ERROR_NO_MORE_FILES});
+        FindClose(find);
+    }
+    std::sort(names.begin(), names.end());
+    Text list;
+    for (const Text& name : names)
+        list += (list.empty() ? Text() : Text(TEXT(" "))) + name;
+    return list;
+}
+
+TEST_F(Files, AreSearchedByWindowsWildcards) {
+    for (const LPCWSTR name : {TEXT("a"), TEXT("aa"), TEXT("a.a"), TEXT("x 1 y")})
+        MakeFile(TEXT("C:\\Scratch\\found\\") + Text(name));
+    const struct {
+        LPCWSTR pattern, names;
+        bool wildOnWindowsOnly = false;
+    } rows[] = {
+        {TEXT("?"), TEXT(". .. a"), true},
+        {TEXT("??. "), TEXT(". .. a aa"), true},
+        {TEXT("*."), TEXT(". .. a aa x 1 y"), true},
+        {TEXT("* .."), TEXT(". .. a aa x 1 y"), true},
+        {TEXT(".*."), TEXT(". .."), true},
+        {TEXT("?.??."), TEXT(". .. a a.a"), true},
+        {TEXT("a?"), TEXT("a aa"), true},
+        {TEXT("x > y"), TEXT("x 1 y")},
+        {TEXT("a\"a"), TEXT("a.a"), true},
+        {TEXT("a<"), TEXT("a aa"), true},
+    };
+    for (const auto& row : rows) {
+        if (row.wildOnWindowsOnly && Deviates(Deviation::SearchesByOtherRules)) continue;
+        EXPECT_EQ(Found(TEXT("found\\") + Text(row.pattern)), row.names)
+            << ::testing::PrintToString(Text(row.pattern));
+    }
+}
+
 TEST_F(Files, AreSearchedByPattern) {
     for (const LPCWSTR name : {TEXT("one"), TEXT("two.txt"), TEXT("three.TXT"), TEXT("four.txt.bak")})
         MakeFile(TEXT("C:\\Scratch\\found\\") + Text(name));
     MakeFolder(TEXT("C:\\Scratch\\found\\none"));
-    const struct {
-        LPCWSTR pattern;
-        Texts names;
-    } rows[] = {
-        {TEXT("*.*"),
-         {TEXT("."), TEXT(".."), TEXT("four.txt.bak"), TEXT("none"), TEXT("one"), TEXT("three.TXT"),
-          TEXT("two.txt")}},
-        {TEXT("T*.?xt"), {TEXT("three.TXT"), TEXT("two.txt")}},
-        {TEXT("TWO.TXT"), {TEXT("two.txt")}},
-        {TEXT("none\\*.exe"), {}},
-    };
-    for (const auto& row : rows) {
-        Texts names;
-        WIN32_FIND_DATAW data;
-        const HANDLE find = FindFirstFileW((TEXT("found\\") + Text(row.pattern)).c_str(), &data);
-        if (find == INVALID_HANDLE_VALUE) {
-            EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
-        } else {
-            do
-                names.push_back(data.cFileName);
-            while (FindNextFileW(find, &data));
-            EXPECT_EQ(GetLastError(), DWORD{ERROR_NO_MORE_FILES});
-            FindClose(find);
-        }
-        std::sort(names.begin(), names.end());
-        EXPECT_EQ(names, row.names) << ::testing::PrintToString(Text(row.pattern));
-    }
+    EXPECT_EQ(Found(TEXT("found\\*.*")), TEXT(". .. four.txt.bak none one three.TXT two.txt"));
+    EXPECT_EQ(Found(TEXT("found\\T*.?xt")), TEXT("three.TXT two.txt"));
+    EXPECT_EQ(Found(TEXT("found\\TWO.TXT")), TEXT("two.txt"));
+    EXPECT_EQ(Found(TEXT("found\\none\\*.exe")), TEXT(""));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
     WIN32_FIND_DATAW data;
     EXPECT_EQ(FindFirstFileW(TEXT("missing\\*.*"), &data), INVALID_HANDLE_VALUE);
     EXPECT_EQ(GetLastError(), DWORD{ERROR_PATH_NOT_FOUND});

@@ -52,7 +52,8 @@ void SetFileVersion(const Text& path, unsigned major, unsigned minor, unsigned r
 
 // ---- what the running system does otherwise than Windows; false but under Wine ----
 enum class Deviation {
-    OverwritesReadOnly,  // opening or copying over a read-only file succeeds (Wine as root)
+    OverwritesReadOnly,    // opening or copying over a read-only file succeeds (Wine as root)
+    SearchesByOtherRules,  // "?" at the end, "<", and a quote find fewer names
 };
 bool Deviates(Deviation deviation);
 

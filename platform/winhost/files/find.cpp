@@ -13,66 +13,11 @@
 #include "core/host_io.h"
 #include "files/attributes.h"
 #include "files/paths.h"
+#include "name_patterns.h"
 
 namespace winhost {
 
 namespace {
-
-// The wildcards that the file system itself knows. Windows turns some of a caller's `*`, `?` and `.` into the
-// last three, which keep old habits alive: "*." finds names without a dot, "a???" finds "a" as well.
-constexpr char16_t kAny = u'*';
-constexpr char16_t kAnyToLastDot = u'<';
-constexpr char16_t kOneOrEnd = u'>';
-constexpr char16_t kDotOrEnd = u'"';
-
-std::u16string Expression(std::u16string_view name, bool endsInDot) {
-    std::u16string expression = Upper(name);
-    if (expression == u"*.*") return u"*";
-    for (std::size_t i = 0; i < expression.size(); ++i) {
-        if (i > 0 && expression[i] == u'.' && expression[i - 1] == kAny) expression[i - 1] = kAnyToLastDot;
-        if (expression[i] != u'?' && expression[i] != kAny) continue;
-        if (expression[i] == u'?') expression[i] = kOneOrEnd;
-        if (i > 0 && expression[i - 1] == u'.') expression[i - 1] = kDotOrEnd;
-    }
-    // The path rules have cut a closing dot off; behind a star it had a meaning.
-    if (endsInDot && expression.ends_with(kAny)) expression.back() = kAnyToLastDot;
-    return expression;
-}
-
-// Whether the whole name matches; `name` is in upper case. Follows all places of the expression at once, so
-// that no pattern takes long.
-bool Matches(const std::u16string& expression, const std::u16string& name) {
-    const std::size_t lastDot = name.rfind(u'.');
-    std::vector<bool> places(expression.size() + 1);
-    places[0] = true;
-    for (std::size_t i = 0; i <= name.size(); ++i) {
-        const bool atEnd = i == name.size();
-        const char16_t unit = atEnd ? u'\0' : name[i];
-        std::vector<bool> next(places.size());
-        for (std::size_t place = 0; place < expression.size(); ++place) {
-            if (!places[place]) continue;
-            switch (expression[place]) {
-                case kAny:
-                case kAnyToLastDot:
-                    places[place + 1] = true;
-                    next[place] = expression[place] == kAny || i != lastDot;
-                    break;
-                case kOneOrEnd:
-                    (atEnd || unit == u'.' ? places : next)[place + 1] = true;
-                    break;
-                case kDotOrEnd:
-                    if (atEnd) places[place + 1] = true;
-                    if (unit == u'.') next[place + 1] = true;
-                    break;
-                default:
-                    if (!atEnd && unit == expression[place]) next[place + 1] = true;
-            }
-        }
-        if (atEnd) break;
-        places = std::move(next);
-    }
-    return places.back();
-}
 
 // A search is a snapshot of names; what else it tells of a file is looked up as the file is handed out.
 struct Search : KernelObject {
@@ -119,7 +64,7 @@ std::vector<std::string> MatchingNames(const Place& folder, const std::u16string
         const std::string name = entry->d_name;
         if (isRoot && (name == "." || name == "..")) continue;
         std::u16string key = Upper(Utf16(name));
-        if (Matches(expression, key)) found.push_back({std::move(key), name});
+        if (names::Matches(expression, key)) found.push_back({std::move(key), name});
     }
     // "." and ".." come first, as NTFS makes them up in front of what it stores.
     const auto rank = [](const Entry& entry) { return entry.name == "." ? 0 : entry.name == ".." ? 1 : 2; };
@@ -145,14 +90,17 @@ DWORD Start(Search& search, LPCWSTR pattern) {
     if (!folder.exists())
         return folder.error == ERROR_INVALID_NAME ? ERROR_INVALID_NAME : ERROR_PATH_NOT_FOUND;
     search.folder = folder.host;
-    if (name.find_first_of(u"*?") == name.npos) {
+    // The path rules cut the end of a name, which counts in a pattern.
+    const std::u16string_view path = pattern;
+    const std::u16string typed = Upper(path.substr(path.find_last_of(u"\\/:") + 1));
+    if (!names::IsPattern(typed)) {
         const Place place = Locate(full);
         if (!place.exists()) return place.error;
         search.names = {place.host.substr(place.host.rfind('/') + 1)};
         return 0;
     }
-    if (name.find_first_of(u"<>:\"|") != name.npos) return ERROR_INVALID_NAME;
-    search.names = MatchingNames(folder, Expression(name, std::u16string_view(pattern).ends_with(u'.')));
+    if (name.find_first_of(u":|") != name.npos) return ERROR_INVALID_NAME;
+    search.names = MatchingNames(folder, names::Expression(typed));
     return search.names.empty() ? ERROR_FILE_NOT_FOUND : 0;
 }
 
