@@ -1,4 +1,4 @@
-// How a search by pattern compares names. Knows text alone: no file is looked at.
+// How a search by pattern compares names. It works on text only and looks at no file.
 #pragma once
 
 #include <windows.h>

@@ -1,5 +1,5 @@
-// The rule for 8.3 names, which a drive gives to entries whose own names are longer. Knows text alone: which
-// names are in use, the caller says.
+// The rule for 8.3 names, which a drive gives to entries whose own names are longer. It works on text only:
+// the caller says which names are in use.
 #pragma once
 
 #include "name_patterns.h"

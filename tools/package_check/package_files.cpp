@@ -25,7 +25,7 @@ bool IsSetup(CString name) {
     return name.MakeLower().Find(kInstallerNameTest) >= 0;
 }
 
-// Whether a search is for the system to answer: it alone knows the other case of such letters.
+// Whether the system must answer a search: only the system knows the other case of these letters.
 bool NeedsSystem(const CString& name) {
     const Wide& text = name.Text();
     return std::any_of(text.begin(), text.end(), [](WCHAR character) { return character >= 0x80; });

@@ -16,7 +16,7 @@ class KernelObject {
     virtual DWORD Wait(DWORD milliseconds);
 };
 HANDLE AddHandle(std::shared_ptr<KernelObject> object);
-// The object behind a handle; null, with ERROR_INVALID_HANDLE set, for a handle of another kind or none.
+// The object behind a handle; null, with ERROR_INVALID_HANDLE set, when there is none of that kind.
 std::shared_ptr<KernelObject> FindHandle(HANDLE handle);
 template <class Kind>
 std::shared_ptr<Kind> HandleAs(HANDLE handle) {

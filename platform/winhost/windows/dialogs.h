@@ -24,7 +24,7 @@ struct DialogState : ControlState {
 };
 
 // Makes a modal dialog and runs it until EndModal, whose value it returns; -1 when it can't be made. `answer`
-// is called when all that came is dispatched: it deals with the dialog in the place of a person, or returns
+// is called after all waiting messages are dispatched: it uses the dialog as a person would, or returns
 // false to wait for messages.
 INT_PTR RunModal(std::optional<DialogTemplate> dialog, HINSTANCE module, HWND owner, DLGPROC procedure,
                  LPARAM parameter, bool (*answer)(HWND dialog));

@@ -1,4 +1,4 @@
-// The windows of this process as it alone knows them: their classes, their procedures and what these keep.
+// What only this process knows of its windows: their classes, their procedures and what these keep.
 #pragma once
 
 #include <windows.h>
