@@ -34,17 +34,24 @@ bool LoadsFromElsewhere(LPCWSTR value) {
     return library != nullptr;
 }
 
-void CarryOutRecord(LPCWSTR line, bool wow64, bool portable) {
-    if (const LPCWSTR file = RecordValue(line, kFileCopy)) {
-        CopyRecord(file, g_targetDir);
-    } else if (const LPCWSTR x64 = RecordValue(line, kFileCopyX64)) {
-        if (wow64 || portable) CopyRecord(x64, g_targetDir);
-    } else if (const LPCWSTR parent = RecordValue(line, kFileCopyPrt)) {
-        if (portable) CopyRecord(parent, ParentDir(g_targetDir));
-    } else if (const LPCWSTR library = RecordValue(line, kFileCopyInd)) {
-        if (portable || !LoadsFromElsewhere(library)) CopyRecord(library, g_targetDir);
-    } else if (const LPCWSTR folder = RecordValue(line, kMakeDir)) {
-        (void)CreateDirectoryW(g_targetDir + TEXT("\\") + folder, nullptr);
+void CarryOutRecord(const LogRecord& record, bool wow64, bool portable) {
+    switch (record.kind.install) {
+        case AtInstall::Nothing:
+            return;
+        case AtInstall::Copy:
+            return CopyRecord(record.value, g_targetDir);
+        case AtInstall::CopyX64:
+            if (wow64 || portable) CopyRecord(record.value, g_targetDir);
+            return;
+        case AtInstall::CopyIfMissing:
+            if (portable || !LoadsFromElsewhere(record.value)) CopyRecord(record.value, g_targetDir);
+            return;
+        case AtInstall::CopyToParent:
+            if (portable) CopyRecord(record.value, ParentDir(g_targetDir));
+            return;
+        case AtInstall::MakeFolder:
+            (void)CreateDirectoryW(g_targetDir + TEXT("\\") + record.value, nullptr);
+            return;
     }
 }
 
@@ -70,7 +77,7 @@ void RunCopyPass(LPCWSTR manifestPath) {
     const bool portable = g_installType == kPortable;
     WCHAR line[kLineChars];
     while (ReadLogLine(line, manifest.get()))
-        CarryOutRecord(line, wow64, portable);
+        CarryOutRecord(ReadRecord(line), wow64, portable);
 }
 
 int CopyMatching(LPCWSTR pattern, LPCWSTR fromFolder, LPCWSTR toFolder) {

@@ -10,9 +10,12 @@ bool ReadLogLine(WCHAR (&line)[kLineChars], FILE* file) {
     return true;
 }
 
-LPCWSTR RecordValue(LPCWSTR line, LPCWSTR prefix) {
-    const std::size_t cchPrefix = wcslen(prefix);
-    return wcsncmp(line, prefix, cchPrefix) == 0 ? line + cchPrefix : nullptr;
+LogRecord ReadRecord(LPCWSTR line) {
+    for (const RecordKind& kind : kRecordKinds) {
+        const std::size_t cchPrefix = wcslen(kind.prefix);
+        if (wcsncmp(line, kind.prefix, cchPrefix) == 0) return {kind, line + cchPrefix};
+    }
+    return {};
 }
 
 bool SplitNames(LPCWSTR value, CString& name, CString& newName) {
@@ -23,11 +26,11 @@ bool SplitNames(LPCWSTR value, CString& name, CString& newName) {
     return true;
 }
 
-CString RemovalPattern(LPCWSTR line, LPCWSTR prefix) {
-    CString record = line;
-    const int comment = record.Find(kComment);
-    if (comment >= 0) record = record.Left(comment);
-    const CString value = record.Mid(static_cast<int>(wcslen(prefix)));
+CString RemovalPattern(LPCWSTR value) {
+    // The blank that closes the prefix may be the first character of the comment.
+    CString names = TEXT(" ") + CString(value);
+    if (const int comment = names.Find(kComment); comment >= 0) names = names.Left(comment);
+    names = names.Mid(1);
     CString name, newName;
-    return SplitNames(value, name, newName) ? newName : value;
+    return SplitNames(names, name, newName) ? newName : names;
 }

@@ -6,12 +6,8 @@
 
 namespace {
 
-constexpr LPCWSTR kFileKinds[] = {kFileCopy,    kFileCopyX64,   kFileCopyInd,
-                                  kFileCopyPrt, kFileOverwrite, kFileDel};
-
-// Every kind is deleted in the folder given: the parent that a portable install copies into is not gone to.
-void DeleteRecord(LPCWSTR line, LPCWSTR prefix, LPCWSTR folder) {
-    if (RecordValue(line, prefix)) (void)DeleteMatching(folder, RemovalPattern(line, prefix));
+bool IsWanted(const RecordKind& kind, LPCWSTR onlyPrefix) {
+    return onlyPrefix ? wcscmp(kind.prefix, onlyPrefix) == 0 : kind.removal == AtRemoval::DeleteFiles;
 }
 
 // The folder, then its parents while they are empty.
@@ -28,21 +24,18 @@ void RunRemovalPass(LPCWSTR logPath, LPCWSTR folder, LPCWSTR onlyPrefix) {
     if (!log) return;
     WCHAR line[kLineChars];
     while (ReadLogLine(line, log.get())) {
-        if (onlyPrefix) {
-            DeleteRecord(line, onlyPrefix, folder);
-        } else {
-            for (const LPCWSTR kind : kFileKinds)
-                DeleteRecord(line, kind, folder);
-        }
+        // Every kind is deleted in the folder given. What a portable install copied into the parent folder
+        // stays.
+        const LogRecord record = ReadRecord(line);
+        if (IsWanted(record.kind, onlyPrefix)) (void)DeleteMatching(folder, RemovalPattern(record.value));
     }
 
-    // Folders go once what they hold has gone or is marked; a mark on a folder so comes behind those of its
-    // files.
+    // The folders follow their files, so that a mark on a folder comes after the marks on its files.
     std::rewind(log.get());
     while (ReadLogLine(line, log.get())) {
-        const LPCWSTR made = RecordValue(line, kMakeDir);
-        if (!made) continue;
-        const CString path = CString(folder) + TEXT("\\") + made;
+        const LogRecord record = ReadRecord(line);
+        if (record.kind.removal != AtRemoval::RemoveFolder) continue;
+        const CString path = CString(folder) + TEXT("\\") + record.value;
         if (!RemoveDirectoryW(path)) (void)ScheduleBootDelete(path);
     }
 }
@@ -52,11 +45,13 @@ void RemoveLoggedLinks(LPCWSTR logPath) {
     if (!log) return;
     WCHAR line[kLineChars];
     while (ReadLogLine(line, log.get())) {
-        if (const LPCWSTR link = RecordValue(line, kShellLink)) (void)DeleteFileW(link);
+        const LogRecord record = ReadRecord(line);
+        if (record.kind.removal == AtRemoval::DeleteLink) (void)DeleteFileW(record.value);
     }
 
     (void)std::fseek(log.get(), 0, SEEK_SET);
     while (ReadLogLine(line, log.get())) {
-        if (const LPCWSTR group = RecordValue(line, kMadeDir)) RemoveWithEmptyParents(group);
+        const LogRecord record = ReadRecord(line);
+        if (record.kind.removal == AtRemoval::RemoveGroup) RemoveWithEmptyParents(record.value);
     }
 }

@@ -119,9 +119,9 @@ void TakeUpGroup() {
     const GroupFolders folders = FindGroupFolders();
     WCHAR line[kLineChars];
     while (ReadLogLine(line, log.get())) {
-        const LPCWSTR link = RecordValue(line, kShellLink);
-        if (link && LiesInGroup(link, folders))
-            g_groupName = ParentDir(link + folders.programsPrefix.GetLength());
+        const LogRecord record = ReadRecord(line);
+        if (record.kind.removal == AtRemoval::DeleteLink && LiesInGroup(record.value, folders))
+            g_groupName = ParentDir(record.value + folders.programsPrefix.GetLength());
     }
 }
 

@@ -27,6 +27,11 @@ bool HasForbidden(const CString& name) {
     });
 }
 
+// For a set of kinds.
+unsigned Bit(AtInstall install) {
+    return 1U << static_cast<unsigned>(install);
+}
+
 std::string Line(unsigned number) {
     return "line " + std::to_string(number);
 }
@@ -41,17 +46,17 @@ RecordChecks::RecordChecks(const CString& package, PackageFiles& files, std::vec
       m_parent(kProgramFiles) {
     m_belowTarget = Key(WithSeparator(m_target));
     m_logKey = Key(m_target + TEXT("\\") + kLogFile);
-    m_folders[Key(m_parent)].makers = kFolder.bit;
+    m_folders[Key(m_parent)].makers = Bit(AtInstall::MakeFolder);
 }
 
 void RecordChecks::Take(const Record& record, unsigned line) {
     m_record = &record;
     m_line = line;
-    m_root = record.kind == &kCopyPrt ? m_parent : m_target;
+    m_root = record.kind->install == AtInstall::CopyToParent ? m_parent : m_target;
     m_findingsBefore = m_findings.size();
     for (const Mending& mending : record.mendings)
         Report(mending.id, mending.happens, mending.instead);
-    switch (record.kind->job) {
+    switch (JobOf(*record.kind)) {
         case Job::Copy:
             return TakeCopy();
         case Job::Remove:
@@ -76,8 +81,8 @@ void RecordChecks::TakeCopy() {
         TakePattern(value);
         NoteRemoval();
     }
-    if (m_record->kind == &kCopyX64 &&
-        RemovalPattern(m_record->line, m_record->kind->prefix).CompareNoCase(kX64Handler) != 0)
+    if (m_record->kind->install == AtInstall::CopyX64 &&
+        RemovalPattern(m_record->Value()).CompareNoCase(kX64Handler) != 0)
         Report(
             "x64-ignored",
             "This setup program is a 64-bit one, and passes the record over in every installation that is "
@@ -155,7 +160,7 @@ void RecordChecks::TakeTwoNames(const CString& name, const CString& newName) {
 }
 
 void RecordChecks::TakeRemoval() {
-    const CString pattern = RemovalPattern(m_record->line, m_record->kind->prefix);
+    const CString pattern = RemovalPattern(m_record->Value());
     if (pattern.IsEmpty())
         return Report("empty-new-name", "Nothing is removed.", "The name of the file to remove.");
     if (!NameWorks(pattern, m_target, true)) return;
@@ -172,10 +177,10 @@ void RecordChecks::TakeFolderRecord() {
     folder.name = name;
     if (!folder.firstRecord) folder.firstRecord = m_line;
     folder.lastRecord = m_line;
-    if (folder.makers & kFolder.bit) return;
+    if (folder.makers & Bit(AtInstall::MakeFolder)) return;
     const CString parent = FolderOf(path);
     if (IsMade(parent)) {
-        folder.makers |= kFolder.bit;
+        folder.makers |= Bit(AtInstall::MakeFolder);
     } else {
         const CString missing = parent.Mid(m_target.GetLength() + 1);
         Report("folder-before-parent",
@@ -242,7 +247,7 @@ void RecordChecks::AddFile(const CString& source, const CString& target) {
                "read, "
                "which fails and leaves a mark: a new installation then loses its log at the next start.",
                "No record for it, and no pattern that matches it.");
-    const bool always = m_record->kind == &kCopy && m_record->asWritten();
+    const bool always = m_record->kind->install == AtInstall::Copy && m_record->asWritten();
     const auto [earlier, isNew] = m_targets.try_emplace(key, Target{m_line, always});
     if (isNew) return;
     if (earlier->second.line != m_line)
@@ -258,8 +263,8 @@ void RecordChecks::MakeFolders(const CString& target) {
     for (CString path = FullPath(target + TEXT(".")); path.Find('\\') >= 0; path = FolderOf(path)) {
         const Wide key = Key(path);
         Folder& folder = m_folders[key];
-        if (folder.makers & m_record->kind->bit && folder.copiedAt) return;
-        folder.makers |= m_record->kind->bit;
+        if (folder.makers & Bit(m_record->kind->install) && folder.copiedAt) return;
+        folder.makers |= Bit(m_record->kind->install);
         if (!folder.copiedAt) folder.copiedAt = m_line;
         if (key.compare(0, m_belowTarget.size(), m_belowTarget) == 0)
             folder.name = path.Mid(m_target.GetLength() + 1);
@@ -271,12 +276,13 @@ bool RecordChecks::IsMade(const CString& folder) const {
     const auto found = m_folders.find(Key(folder));
     if (found == m_folders.end()) return false;
     // A library that one machine lacks says nothing of another record of its kind.
-    const unsigned own = m_record->kind == &kCopyInd ? 0 : m_record->kind->bit;
-    return (found->second.makers & (kFolder.bit | kCopy.bit | own)) != 0;
+    const unsigned own =
+        m_record->kind->install == AtInstall::CopyIfMissing ? 0 : Bit(m_record->kind->install);
+    return (found->second.makers & (Bit(AtInstall::MakeFolder) | Bit(AtInstall::Copy) | own)) != 0;
 }
 
 void RecordChecks::NoteRemoval() {
-    const CString pattern = RemovalPattern(m_record->line, m_record->kind->prefix);
+    const CString pattern = RemovalPattern(m_record->Value());
     if (HasWildcard(pattern)) m_removals.push_back({m_line, m_record->written, pattern});
 }
 

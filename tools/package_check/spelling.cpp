@@ -6,13 +6,6 @@ namespace package_check {
 
 namespace {
 
-constexpr Kind kOverwrite = {kFileOverwrite, Job::Remove, 32};
-constexpr Kind kDelete = {kFileDel, Job::Remove, 64};
-constexpr Kind kMadeFolder = {kMadeDir, Job::Setup, 128};
-constexpr Kind kLink = {kShellLink, Job::Setup, 256};
-constexpr const Kind* kKinds[] = {&kCopy,      &kCopyX64, &kCopyInd, &kCopyPrt,   &kFolder,
-                                  &kOverwrite, &kDelete,  &kLink,    &kMadeFolder};
-
 constexpr char kNoRecord[] =
     "The line is no record: it is skipped in silence, at the installation and at the removal.";
 
@@ -52,18 +45,14 @@ LPCWSTR BehindPrefix(LPCWSTR line, LPCWSTR prefix, bool& sameLetters) {
 
 void MendPrefix(Record& record) {
     const CString line = record.line;
-    for (const Kind* kind : kKinds) {
-        if (RecordValue(line, kind->prefix)) {
-            record.kind = kind;
-            return;
-        }
-    }
-    for (const Kind* kind : kKinds) {
+    const CString prefix = ReadRecord(line).kind.prefix;
+    for (const RecordKind& kind : kRecordKinds) {
         bool sameLetters;
-        const LPCWSTR value = BehindPrefix(line, kind->prefix, sameLetters);
+        const LPCWSTR value = BehindPrefix(line, kind.prefix, sameLetters);
         if (!value) continue;
-        record.kind = kind;
-        record.line = CString(kind->prefix) + value;
+        record.kind = &kind;
+        if (prefix == kind.prefix) return;
+        record.line = CString(kind.prefix) + value;
         if (!*value) {
             record.mendings.push_back({"empty-record",
                                        "The blank that closes the prefix is cut with the end of the line, so "
@@ -83,7 +72,7 @@ void MendPrefix(Record& record) {
 
 // Where the comment begins that this kind of record may have; the end without one.
 int EndOfNames(const Record& record) {
-    const int comment = record.kind->job == Job::Remove ? record.line.Find(kComment) : -1;
+    const int comment = JobOf(*record.kind) == Job::Remove ? record.line.Find(kComment) : -1;
     return comment < 0 ? record.line.GetLength() : comment;
 }
 
@@ -100,11 +89,11 @@ void MendLeadingBlank(Record& record) {
 
 void MendComment(Record& record) {
     const int comment = record.line.Find(kComment);
-    if (record.kind->job == Job::Remove || comment < 0) return;
+    if (JobOf(*record.kind) == Job::Remove || comment < 0) return;
     record.line = record.line.Left(comment).TrimRight();
     record.mendings.push_back(
         {"comment",
-         record.kind->job == Job::Copy
+         JobOf(*record.kind) == Job::Copy
              ? "The comment becomes part of the name, so nothing is found and nothing is copied."
              : "The comment becomes part of the folder's name, which is then no name that Windows takes: the "
                "folder is neither made nor removed.",
@@ -118,7 +107,7 @@ void MendSlashes(Record& record) {
     record.line = names + record.line.Mid(end);
     record.mendings.push_back(
         {"forward-slash",
-         record.kind->job == Job::Folder
+         JobOf(*record.kind) == Job::Folder
              ? "Windows takes it here; in a file record it separates no folders. One sign for both is safer."
              : "Only a backslash separates folders: the search finds the file, but setup then looks for it "
                "in "
@@ -140,6 +129,12 @@ void MendEncoding(Record& record) {
 
 }  // namespace
 
+Job JobOf(const RecordKind& kind) {
+    if (kind.install == AtInstall::MakeFolder) return Job::Folder;
+    if (kind.install != AtInstall::Nothing) return Job::Copy;
+    return kind.removal == AtRemoval::DeleteFiles ? Job::Remove : Job::Setup;
+}
+
 bool StartsWithMark(LPCWSTR text) {
     return text[0] == 0xEF && text[1] == 0xBB && text[2] == 0xBF;
 }
@@ -148,7 +143,7 @@ Record MendedRecord(LPCWSTR line) {
     Record record;
     record.written = record.line = line;
     MendPrefix(record);
-    if (!record.kind || record.kind->job == Job::Setup || record.Value().IsEmpty()) return record;
+    if (!record.kind || JobOf(*record.kind) == Job::Setup || record.Value().IsEmpty()) return record;
     MendLeadingBlank(record);
     MendComment(record);
     MendSlashes(record);

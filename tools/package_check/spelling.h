@@ -9,17 +9,7 @@
 namespace package_check {
 
 enum class Job { Copy, Remove, Folder, Setup };
-
-struct Kind {
-    LPCWSTR prefix;
-    Job job;
-    unsigned bit;  // of a set of kinds
-};
-inline constexpr Kind kCopy = {kFileCopy, Job::Copy, 1};
-inline constexpr Kind kCopyX64 = {kFileCopyX64, Job::Copy, 2};
-inline constexpr Kind kCopyInd = {kFileCopyInd, Job::Copy, 4};
-inline constexpr Kind kCopyPrt = {kFileCopyPrt, Job::Copy, 8};
-inline constexpr Kind kFolder = {kMakeDir, Job::Folder, 16};
+Job JobOf(const RecordKind& kind);
 
 // What to do about an encoding that isn't one byte a character.
 inline constexpr char kSaveAs[] = "The file saved as plain ASCII text, without a byte-order mark.";
@@ -35,9 +25,9 @@ struct Mending {
 
 // A record as its maker meant it.
 struct Record {
-    const Kind* kind = nullptr;  // null: the line is no record, and not meant as one
-    CString written;             // the line as setup reads it
-    CString line;                // mended: with the prefix and, where it is allowed, the comment
+    const RecordKind* kind = nullptr;  // null: the line is no record, and not meant as one
+    CString written;                   // the line as setup reads it
+    CString line;                      // mended: with the prefix and, where it is allowed, the comment
     std::vector<Mending> mendings;
     bool asWritten() const { return mendings.empty(); }
     CString Value() const { return line.Mid(static_cast<int>(wcslen(kind->prefix))); }

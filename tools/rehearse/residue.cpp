@@ -10,9 +10,6 @@ namespace rehearse {
 
 namespace {
 
-constexpr LPCWSTR kFileKinds[] = {kFileCopy,    kFileCopyX64,   kFileCopyInd,
-                                  kFileCopyPrt, kFileOverwrite, kFileDel};
-
 std::string FolderOf(const std::string& path) {
     return path.substr(0, path.rfind('\\') + 1);
 }
@@ -63,9 +60,11 @@ void Installation::ReadLog(const char* name) {
     const FileStream log(_wfopen(snapshot::Wide(m_folder + name).c_str(), TEXT("r")));
     WCHAR line[kLineChars];
     while (log && ReadLogLine(line, log.get())) {
-        for (const LPCWSTR kind : kFileKinds)
-            if (RecordValue(line, kind)) m_patterns.push_back(RemovalPattern(line, kind));
-        if (RecordValue(line, kFileCopyPrt)) m_portablePatterns.push_back(RemovalPattern(line, kFileCopyPrt));
+        const LogRecord record = ReadRecord(line);
+        if (record.kind.removal != AtRemoval::DeleteFiles) continue;
+        const CString pattern = RemovalPattern(record.value);
+        m_patterns.push_back(pattern);
+        if (record.kind.install == AtInstall::CopyToParent) m_portablePatterns.push_back(pattern);
     }
 }
 
