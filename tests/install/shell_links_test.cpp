@@ -24,6 +24,7 @@ TEST_F(ShellLinks, HoldWhatTheyAreGivenAndAreLogged) {
             S_OK);
         const std::string link = FileBytes(kLink).value_or("");
         EXPECT_NE(link.find("C:\\Scratch\\a b.exe"), link.npos);
+        EXPECT_EQ(link.at(60), 7) << "the show command of the header";
         for (const char* quoted : {"\"C:", "exe\""})
             EXPECT_EQ(link.find(quoted), link.npos);
         for (const Text text : {TEXT("Words"), TEXT("-x \"y\""), TEXT("C:\\windows")})
