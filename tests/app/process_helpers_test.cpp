@@ -2,7 +2,7 @@
 
 #include "app/setup_app.h"
 #include "app/setup_state.h"
-#include "support/scratch.h"
+#include "harness/scratch.h"
 
 namespace {
 

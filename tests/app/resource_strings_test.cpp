@@ -6,7 +6,7 @@
 #include <string>
 
 #include "resource.h"
-#include "support/checksum.h"
+#include "harness/checksum.h"
 #include "support/path_text.h"
 
 namespace {

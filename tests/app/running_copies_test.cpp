@@ -6,7 +6,7 @@
 #include "resource.h"
 #include "support/handles.h"
 #include "support/path_text.h"
-#include "support/scratch.h"
+#include "harness/scratch.h"
 
 #include <algorithm>
 

@@ -2,7 +2,7 @@
 #include "instances/instance_manager.h"
 #include "app/setup_app.h"
 #include "app/setup_state.h"
-#include "support/driver.h"
+#include "harness/driver.h"
 
 #include <cstdlib>
 

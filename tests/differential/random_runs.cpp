@@ -8,7 +8,7 @@
 #include <sstream>
 
 #include "end_to_end/run.h"
-#include "support/target.h"
+#include "harness/target.h"
 
 namespace {
 

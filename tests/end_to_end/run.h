@@ -5,7 +5,7 @@
 #include <map>
 
 #include "snapshot/snapshot.h"
-#include "support/driver.h"
+#include "harness/driver.h"
 
 // What is there, by name. Folders of the shell, the scratch folder and the user stand as <Programs>,
 // <CommonDesktop>, <Scratch>, HKCU and the like; a file that equals one of the package says which: "=

@@ -5,7 +5,7 @@
 #include <map>
 #include <sstream>
 
-#include "support/scratch.h"
+#include "harness/scratch.h"
 
 // A path below C:\Scratch.
 inline Text At(const std::string& name) {

@@ -2,7 +2,7 @@
 #include "install/closing_page.h"
 
 #include "app/setup_state.h"
-#include "support/scratch.h"
+#include "harness/scratch.h"
 #include "winhost.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <shlobj.h>
 
 #include "app/setup_state.h"
-#include "support/registry_values.h"
+#include "harness/registry_values.h"
 #include "support/shell_folders.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include "install/earlier_install.h"
 #include "install/install_action.h"
 #include "install/shell_links.h"
-#include "support/registry_values.h"
+#include "harness/registry_values.h"
 #include "support/shell_folders.h"
 #include "winhost.h"
 

@@ -1,7 +1,7 @@
 #include "install/shell_links.h"
 
 #include "app/setup_state.h"
-#include "support/scratch.h"
+#include "harness/scratch.h"
 
 namespace {
 

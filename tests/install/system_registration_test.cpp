@@ -2,7 +2,7 @@
 
 #include "app/process_helpers.h"
 #include "app/setup_state.h"
-#include "support/registry_values.h"
+#include "harness/registry_values.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "instances/instance_manager.h"
-#include "support/scratch.h"
+#include "harness/scratch.h"
 
 inline constexpr WCHAR kListName[] = TEXT("Qantivo.Tests.List");
 inline constexpr WCHAR kListMapping[] = TEXT("Local\\COXInstanceManager_FileMap_Qantivo.Tests.List");

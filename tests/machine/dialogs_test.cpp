@@ -1,5 +1,5 @@
 // Child windows, controls and dialogs, as a program of dialogs relies on them.
-#include "support/driver.h"
+#include "harness/driver.h"
 
 namespace {
 

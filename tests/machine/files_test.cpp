@@ -1,5 +1,5 @@
 // Plain files and folders, as the program relies on them.
-#include "support/scratch.h"
+#include "harness/scratch.h"
 
 #include <algorithm>
 

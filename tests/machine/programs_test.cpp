@@ -1,5 +1,5 @@
 // The arguments of programs, as the program relies on them.
-#include "support/scratch.h"
+#include "harness/scratch.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 #include <string>
 #include <vector>
 
-#include "support/registry_values.h"
-#include "support/scratch.h"
+#include "harness/registry_values.h"
+#include "harness/scratch.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // Boot-time marks, as the file engine relies on them.
-#include "support/scratch.h"
+#include "harness/scratch.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // Top-level windows and their messages, as the program relies on them.
-#include "support/scratch.h"
+#include "harness/scratch.h"
 
 #include <thread>
 

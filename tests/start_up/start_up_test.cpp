@@ -1,7 +1,7 @@
 // What is done before the first line of InitInstance runs.
 #include "app/setup_app.h"
 #include "app/setup_state.h"
-#include "support/scratch.h"
+#include "harness/scratch.h"
 
 using StartUpTest = ScratchTest;
 

@@ -3,7 +3,7 @@
 #include <optional>
 #include <random>
 
-#include "support/scratch.h"
+#include "harness/scratch.h"
 
 using package_check::CheckPackage;
 using package_check::Finding;

@@ -1,6 +1,6 @@
 #include "rehearse/rehearsal.h"
 
-#include "support/scratch.h"
+#include "harness/scratch.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "uninstall/file_associations.h"
 
 #include "app/setup_state.h"
-#include "support/registry_values.h"
+#include "harness/registry_values.h"
 
 namespace {
 

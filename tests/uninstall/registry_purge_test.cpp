@@ -1,6 +1,6 @@
 #include "uninstall/registry_purge.h"
 
-#include "support/registry_values.h"
+#include "harness/registry_values.h"
 
 namespace {
 

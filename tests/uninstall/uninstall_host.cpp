@@ -2,7 +2,7 @@
 #include <set>
 
 #include "app/setup_state.h"
-#include "support/registry_values.h"
+#include "harness/registry_values.h"
 #include "uninstall/relaunch.h"
 #include "uninstall/uninstall_driver.h"
 #include "winhost.h"

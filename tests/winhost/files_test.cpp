@@ -1,6 +1,6 @@
 // Files of the embedded machine, where the host's own would behave otherwise or no other target shows it.
 #include "files/files.h"
-#include "support/scratch.h"
+#include "harness/scratch.h"
 #include "winhost.h"
 #include "winhost/neighbour.h"
 

@@ -1,6 +1,6 @@
 // Shell links as files: those of others are read, damaged ones too.
 #include "shell/link_format.h"
-#include "support/scratch.h"
+#include "harness/scratch.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #include <filesystem>
 #include <optional>
 
-#include "support/scratch.h"
+#include "harness/scratch.h"
 #include "winhost/neighbour.h"
 #include "core/machine.h"
 

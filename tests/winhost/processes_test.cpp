@@ -6,7 +6,7 @@
 #include <fstream>
 
 #include "processes/process_table.h"
-#include "support/scratch.h"
+#include "harness/scratch.h"
 #include "winhost.h"
 
 namespace fs = std::filesystem;

@@ -7,8 +7,8 @@
 
 #include <shlobj.h>
 
-#include "support/registry_values.h"
-#include "support/scratch.h"
+#include "harness/registry_values.h"
+#include "harness/scratch.h"
 #include "core/machine.h"
 
 namespace fs = std::filesystem;

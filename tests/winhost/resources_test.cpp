@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "resource.h"
-#include "support/checksum.h"
+#include "harness/checksum.h"
 
 TEST(Resources, KeepTheirBytes) {
     const struct {

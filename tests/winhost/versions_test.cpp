@@ -3,8 +3,8 @@
 
 #include "core/bytes.h"
 #include "resources/resources.h"
-#include "support/scratch.h"
-#include "support/target.h"
+#include "harness/scratch.h"
+#include "harness/target.h"
 #include "resources/version_block.h"
 
 namespace {

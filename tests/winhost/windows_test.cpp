@@ -1,7 +1,7 @@
 // The embedded machine's table of windows when processes die over it.
 #include <filesystem>
 
-#include "support/scratch.h"
+#include "harness/scratch.h"
 #include "windows/window_table.h"
 #include "winhost.h"
 

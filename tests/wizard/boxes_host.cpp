@@ -2,7 +2,7 @@
 // names of a test's own.
 #include <algorithm>
 
-#include "support/registry_values.h"
+#include "harness/registry_values.h"
 #include "winhost.h"
 #include "wizard/folder_dlg.h"
 #include "wizard/wizard_run.h"

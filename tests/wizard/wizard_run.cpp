@@ -1,7 +1,7 @@
 #include "wizard/wizard_run.h"
 
 #include "app/setup_app.h"
-#include "support/target.h"
+#include "harness/target.h"
 #include "wizard/setup_dlg.h"
 
 namespace {

@@ -3,7 +3,7 @@
 
 #include "app/setup_state.h"
 #include "resource.h"
-#include "support/driver.h"
+#include "harness/driver.h"
 #include "support/path_text.h"
 
 inline Text Resource(UINT id) {

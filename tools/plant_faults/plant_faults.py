@@ -23,9 +23,9 @@ WORK = os.path.join(ROOT, "build/plant_faults")
 TABLES = os.path.join(ROOT, "tools/plant_faults/faults")
 COPIED = ("src", "res", "platform", "tests", "tools", "sample", "cmake")
 # Every program that links the code under test; the cheap ones first.
-PROGRAMS = ("support_room", "framework", "start_up", "app", "uninstall", "install", "engine", "instances", "wizard",
+PROGRAMS = ("support", "framework", "start_up", "app", "uninstall", "install", "engine", "instances", "wizard",
             "end_to_end")
-OWN_PROGRAMS = {"app": ("start_up", "app"), "support": ("support_room",), "res": ("winhost", "app", "wizard")}
+OWN_PROGRAMS = {"app": ("start_up", "app"), "res": ("winhost", "app", "wizard")}
 COLUMNS = {"file", "is", "becomes", "breaks", "tests", "occurrence"}
 HANGS_AFTER_S = 120
 SAMPLE_S = 60

@@ -1,4 +1,4 @@
-#include "support/driver.h"
+#include "harness/driver.h"
 
 #include <shlobj.h>
 

@@ -1,7 +1,7 @@
 // Registry values as they are stored, for tests.
 #pragma once
 
-#include "support/scratch.h"
+#include "harness/scratch.h"
 
 struct StoredValue {
     DWORD type;

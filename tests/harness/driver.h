@@ -4,7 +4,7 @@
 
 #include <functional>
 
-#include "support/scratch.h"
+#include "harness/scratch.h"
 
 // An open dialog: the wizard's frame, or a window that it has opened.
 class Driver {

@@ -1,7 +1,7 @@
 #include "support/registry.h"
 
-#include "support/registry_values.h"
-#include "support/scratch.h"
+#include "harness/registry_values.h"
+#include "harness/scratch.h"
 
 namespace {
 

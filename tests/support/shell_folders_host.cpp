@@ -1,6 +1,6 @@
 // What stands in for the shell when it gives no folder.
-#include "support/registry_values.h"
-#include "support/scratch.h"
+#include "harness/registry_values.h"
+#include "harness/scratch.h"
 #include "support/shell_folders.h"
 #include "winhost.h"
 

@@ -1,6 +1,6 @@
-#include "support/target.h"
+#include "harness/target.h"
 
-int wmain(int argc, wchar_t** argv) {
+int main(int argc, char** argv) {
     ::testing::InitGoogleTest(&argc, argv);
     return RunTestsOrChild();
 }

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "support/scratch.h"
+#include "harness/scratch.h"
 
 // Ids of the running programs that this test program started, directly or through others.
 std::vector<DWORD> StartedPrograms();

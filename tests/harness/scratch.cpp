@@ -1,4 +1,4 @@
-#include "support/scratch.h"
+#include "harness/scratch.h"
 
 #include <shlobj.h>
 
@@ -6,7 +6,7 @@
 #include <cstring>
 #include <map>
 
-#include "support/target.h"
+#include "harness/target.h"
 
 namespace fs = std::filesystem;
 

@@ -2,7 +2,7 @@
 #include <mutex>
 #include <thread>
 
-#include "support/target.h"
+#include "harness/target.h"
 
 namespace fs = std::filesystem;
 

@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "support/target.h"
+#include "harness/target.h"
 #include "winhost.h"
 
 namespace fs = std::filesystem;

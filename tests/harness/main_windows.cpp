@@ -1,6 +1,6 @@
-#include "support/target.h"
+#include "harness/target.h"
 
-int main(int argc, char** argv) {
+int wmain(int argc, wchar_t** argv) {
     ::testing::InitGoogleTest(&argc, argv);
     return RunTestsOrChild();
 }
