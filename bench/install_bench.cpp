@@ -8,6 +8,7 @@
 //   install_bench link TARGET LINK            saves one shell link
 #include <shlobj.h>
 
+#include "common/text.h"
 #include "measure.h"
 
 namespace {
@@ -59,13 +60,9 @@ void WriteWhole(const Text& path, const std::string& bytes) {
 }
 
 std::string ReadWhole(const Text& path) {
-    FILE* file = _wfopen(path.c_str(), TEXT("rb"));
-    Check(file, "opening a file");
-    std::string bytes;
-    for (int byte; (byte = std::fgetc(file)) != EOF;)
-        bytes += static_cast<char>(byte);
-    std::fclose(file);
-    return bytes;
+    const std::optional<std::string> bytes = tools::ReadWhole(path);
+    Check(bytes.has_value(), "reading a file");
+    return *bytes;
 }
 
 template <class Visit>

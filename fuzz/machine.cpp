@@ -1,11 +1,10 @@
 #include "machine.h"
 
-#include <unistd.h>
-
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 
+#include "common/throwaway_folder.h"
 #include "winhost.h"
 #include "core/handles.h"
 
@@ -30,21 +29,16 @@ constexpr std::string_view kRegistry = R"(Windows Registry Editor Version 5.00
 class OwnMachine {
   public:
     OwnMachine() {
-        fs::create_directories(m_root);
-        winhost::CreateMachine(m_root);
-        std::ofstream(m_root / "registry.reg") << kRegistry;
-        winhost::EnterMachine(m_root);
+        winhost::CreateMachine(Root());
+        std::ofstream(Root() / "registry.reg") << kRegistry;
+        winhost::EnterMachine(Root());
         winhost::SetVirtualClock(true);
         winhost::SetBoxAnswers({});
     }
-    ~OwnMachine() {
-        std::error_code error;
-        fs::remove_all(m_root, error);
-    }
-    const fs::path& root() const { return m_root; }
+    const fs::path& Root() const { return m_folder.Path(); }
 
   private:
-    const fs::path m_root = fs::temp_directory_path() / ("fuzz." + std::to_string(getpid()));
+    const tools::ThrowawayFolder m_folder{"fuzz"};
 };
 
 // Before the program's static objects, which make calls of the platform.
@@ -61,10 +55,10 @@ void Require(bool holds, const char* property) {
 void ClearMachine() {
     (void)CloseHandles();
     for (const char* drive : {"C", "D"}) {
-        fs::remove_all(machine.root() / drive);
-        fs::create_directory(machine.root() / drive);
+        fs::remove_all(machine.Root() / drive);
+        fs::create_directory(machine.Root() / drive);
     }
-    fs::create_directory(machine.root() / "C/Windows");
+    fs::create_directory(machine.Root() / "C/Windows");
     (void)SetCurrentDirectoryW(TEXT("C:\\Windows"));
     winhost::ClearEvents();
 }
@@ -81,7 +75,7 @@ unsigned CloseHandles() {
 }
 
 void Put(const std::string& path, std::string_view bytes) {
-    const fs::path file = machine.root() / path;
+    const fs::path file = machine.Root() / path;
     fs::create_directories(file.parent_path());
     // Another file in its place: the machine knows a changed registry by that.
     fs::remove(file);
@@ -89,6 +83,6 @@ void Put(const std::string& path, std::string_view bytes) {
 }
 
 std::string Get(const std::string& path) {
-    std::ifstream file(machine.root() / path, std::ios::binary);
+    std::ifstream file(machine.Root() / path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
 }

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "common/system_names.h"
 #include "snapshot/names.h"
 
 std::string Narrow(const Text& text) {
@@ -14,15 +15,6 @@ std::string Replaced(std::string text, const std::string& from, const std::strin
     for (std::size_t at = 0; (at = text.find(from, at)) != text.npos; at += to.size())
         text.replace(at, from.size(), to);
     return text;
-}
-
-// The shell keeps lists of its own that change whenever somebody asks for a folder, 64-bit Windows shows some
-// keys to 32-bit programs a second time, and Wine's windows leave keys of Wine.
-bool IsSystemsOwn(const std::string& name) {
-    for (const char* part : {"\\Explorer\\Shell Folders", "\\Explorer\\User Shell Folders", "\\Wow6432Node\\",
-                             "\\Software\\Wine\\"})
-        if (name.find(part) != name.npos) return true;
-    return false;
 }
 
 std::string FileName(const std::string& path) {
@@ -78,7 +70,7 @@ State EndToEndTest::Changes() const {
     };
     State changes;
     for (const auto& change : snapshot::Compare(m_before, now)) {
-        if (IsSystemsOwn(change.name)) continue;
+        if (tools::IsSystemsOwn(change.name)) continue;
         std::string what = change.kind == '-' ? "gone" : change.after;
         if (what.starts_with("file "))
             if (const std::string source = origin(change.name, what); !source.empty()) what = "= " + source;

@@ -2,6 +2,7 @@
 #include <mutex>
 #include <thread>
 
+#include "common/message_boxes.h"
 #include "harness/target.h"
 
 namespace fs = std::filesystem;
@@ -10,8 +11,6 @@ namespace {
 
 constexpr DWORD kPollPause = 10;
 constexpr UINT kAnswerMs = 5000;
-constexpr int kBoxText = 0xFFFF;
-constexpr int kLastBoxButton = 11;
 constexpr int kMaxPrograms = 256;
 
 // The job that this process and all that it starts belong to.
@@ -35,19 +34,6 @@ bool IsOwnWindow(HWND window) {
     return false;
 }
 
-// Other dialogs hold other controls than a box's buttons, text and icon.
-bool IsMessageBox(HWND window) {
-    bool box = IsWindowVisible(window) && GetDlgItem(window, kBoxText);
-    for (HWND child = GetWindow(window, GW_CHILD); child && box; child = GetWindow(child, GW_HWNDNEXT)) {
-        WCHAR kind[MAX_PATH] = {};
-        GetClassNameW(child, kind, MAX_PATH);
-        const int id = GetDlgCtrlID(child);
-        box =
-            !_wcsicmp(kind, L"Static") || (!_wcsicmp(kind, L"Button") && id >= IDOK && id <= kLastBoxButton);
-    }
-    return box;
-}
-
 Text WindowText(HWND window) {
     Text text(static_cast<std::size_t>(SendMessageW(window, WM_GETTEXTLENGTH, 0, 0)) + 1, 0);
     text.resize(static_cast<std::size_t>(
@@ -66,7 +52,7 @@ void Answer(HWND box) {
         const std::lock_guard lock(boxMutex);
         if (box == leftOpen) return;
         const std::size_t index = boxes.shown.size();
-        boxes.shown.push_back({WindowText(box), WindowText(GetDlgItem(box, kBoxText))});
+        boxes.shown.push_back({WindowText(box), WindowText(GetDlgItem(box, tools::kBoxText))});
         if (index < boxButtons.size() && boxButtons[index] == kLeftOpen) {
             leftOpen = box;
             return;
@@ -156,7 +142,7 @@ void StartBoxes(std::vector<int> buttons) {
     static const std::jthread watch([](const std::stop_token& stop) {
         while (!stop.stop_requested()) {
             for (HWND box = nullptr; (box = FindWindowExW(nullptr, box, L"#32770", nullptr));)
-                if (IsOwnWindow(box) && IsMessageBox(box)) Answer(box);
+                if (IsOwnWindow(box) && tools::IsMessageBox(box)) Answer(box);
             Sleep(kPollPause);
         }
     });

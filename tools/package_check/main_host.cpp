@@ -5,7 +5,7 @@
 #include <filesystem>
 
 #include "package_check/tool.h"
-#include "throwaway/throwaway_folder.h"
+#include "common/throwaway_folder.h"
 #include "winhost.h"
 
 namespace fs = std::filesystem;
@@ -14,7 +14,7 @@ namespace {
 
 int Check(const std::string& folder, bool json) {
     const fs::path package = fs::absolute(folder);
-    const ThrowawayFolder machine("package_check");
+    const tools::ThrowawayFolder machine("package_check");
     winhost::CreateMachine(machine.Path());
     // A link to the folder: it is read where it lies.
     fs::create_directory_symlink(package, machine.Path() / "C/Package");

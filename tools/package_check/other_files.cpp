@@ -66,17 +66,17 @@ void CheckAgreementText(const std::string& bytes, std::vector<Finding>& findings
 
 void CheckAgreement(const CString& package, std::vector<Finding>& findings) {
     const CString path = WithSeparator(package) + TEXT("agreement.txt");
-    std::string bytes;
-    if (Exists(path) && !ReadWhole(path, bytes)) {
+    const std::optional<std::string> bytes = tools::ReadWhole(path.Text());
+    if (Exists(path) && !bytes) {
         findings.push_back({"unreadable", "agreement.txt", 0, "a file that can't be read",
                             "It isn't checked.",
                             "A file that the check may read, and that nobody holds open."});
-    } else if (bytes.size() < 2) {
+    } else if (!bytes || bytes->size() < 2) {
         findings.push_back({"agreement-empty", "agreement.txt", 0, "no text",
                             "The agreement page is empty, and can be accepted all the same.",
                             "The agreement as text in UTF-16, little-endian, without a byte-order mark."});
     } else {
-        CheckAgreementText(bytes, findings);
+        CheckAgreementText(*bytes, findings);
     }
 }
 
@@ -132,15 +132,6 @@ void CheckHomePage(const CString& package, std::vector<Finding>& findings) {
 }
 
 }  // namespace
-
-bool ReadWhole(const CString& path, std::string& bytes) {
-    const FileStream file(_wfopen(path, TEXT("rb")));
-    if (!file) return false;
-    char buffer[1 << 16];
-    for (std::size_t cbRead; (cbRead = std::fread(buffer, 1, sizeof buffer, file.get())) > 0;)
-        bytes.append(buffer, cbRead);
-    return std::ferror(file.get()) == 0;
-}
 
 void CheckOtherFiles(const CString& package, const PackageFiles& files, std::vector<Finding>& findings) {
     if (!files.HasSetup())

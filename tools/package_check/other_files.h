@@ -5,9 +5,6 @@
 
 namespace package_check {
 
-// Reads a file of any size that memory holds. False when it can't be read.
-bool ReadWhole(const CString& path, std::string& bytes);
-
 // Checks application, agreement and home page, and that there is a setup program.
 void CheckOtherFiles(const CString& package, const PackageFiles& files, std::vector<Finding>& findings);
 

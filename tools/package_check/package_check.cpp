@@ -113,16 +113,16 @@ std::vector<Finding> CheckPackage(LPCWSTR folder) {
                            "A package folder, with its manifest.");
         return findings;
     }
-    std::string bytes;
     const FileStream manifest(_wfopen(manifestPath, TEXT("r")));
-    if (!manifest || !ReadWhole(manifestPath, bytes)) {
+    const std::optional<std::string> bytes = tools::ReadWhole(manifestPath.Text());
+    if (!manifest || !bytes) {
         AddManifestFinding(findings, "unreadable", 0, "a file that can't be read", "Nothing else is checked.",
                            "A file that the check may read, and that nobody holds open.");
         return findings;
     }
     PackageFiles files(package, findings);
     RecordChecks records(package, files, findings);
-    CheckManifest(bytes, manifest.get(), records, findings);
+    CheckManifest(*bytes, manifest.get(), records, findings);
     CheckOtherFiles(package, files, findings);
     Sort(findings);
     return findings;

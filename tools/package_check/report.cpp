@@ -1,27 +1,11 @@
-#include "json/json_text.h"
+#include "common/json.h"
+#include "common/text.h"
 #include "package_check/package_check.h"
 
 namespace package_check {
 
-namespace {
-
-constexpr char kDigits[] = "0123456789abcdef";
-
-// For a terminal: control characters don't act.
-std::string Shown(const std::string& text) {
-    std::string out;
-    for (const char byte : text) {
-        const auto code = static_cast<unsigned char>(byte);
-        if (code >= 0x20 && code != 0x7F) {
-            out += byte;
-        } else {
-            out += {'\\', 'x', kDigits[code >> 4], kDigits[code & 15]};
-        }
-    }
-    return out;
-}
-
-}  // namespace
+using tools::JsonString;
+using tools::Shown;
 
 std::string ToText(const std::vector<Finding>& findings, const std::string& folder) {
     std::string text;
@@ -39,15 +23,15 @@ std::string ToText(const std::vector<Finding>& findings, const std::string& fold
 }
 
 std::string ToJson(const std::vector<Finding>& findings, const std::string& folder) {
-    std::string text = "{\"package\": " + Quoted(folder) +
+    std::string text = "{\"package\": " + JsonString(folder) +
                        ", \"exitCode\": " + std::to_string(ExitCode(findings)) + ", \"findings\": [";
     const char* separator = "\n";
     for (const Finding& finding : findings) {
         text += separator;
-        text += "  {\"id\": " + Quoted(finding.id) + ", \"file\": " + Quoted(finding.file) +
-                ", \"line\": " + std::to_string(finding.line) + ", \"what\": " + Quoted(finding.what) +
-                ", \"happens\": " + Quoted(finding.happens) + ", \"instead\": " + Quoted(finding.instead) +
-                "}";
+        text += "  {\"id\": " + JsonString(finding.id) + ", \"file\": " + JsonString(finding.file) +
+                ", \"line\": " + std::to_string(finding.line) + ", \"what\": " + JsonString(finding.what) +
+                ", \"happens\": " + JsonString(finding.happens) +
+                ", \"instead\": " + JsonString(finding.instead) + "}";
         separator = ",\n";
     }
     return text + "\n]}\n";

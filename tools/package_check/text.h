@@ -5,15 +5,19 @@
 
 #include <string>
 
+#include "common/text.h"
+
 namespace package_check {
 
 using Wide = CString::Store;
 
-std::string Utf8(const CString& text);
+inline std::string Utf8(const CString& text) {
+    return tools::Utf8(text.Text());
+}
 
-// The text that the characters are, when each is one byte of UTF-8. Empty when they aren't, or are ASCII
-// alone.
-CString DecodedUtf8(const CString& bytes);
+// The text that the characters are, when each is one byte of UTF-8. Empty when they aren't, and when all are
+// ASCII.
+CString DecodedUtf8(const CString& characters);
 
 // The full path by the system's rules, as text. Empty when the system has none for it.
 CString FullPath(const CString& path);

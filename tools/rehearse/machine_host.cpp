@@ -5,7 +5,7 @@
 #include <fstream>
 
 #include "rehearse/machine.h"
-#include "snapshot/text.h"
+#include "common/text.h"
 #include "winhost.h"
 
 namespace rehearse {
@@ -71,13 +71,13 @@ void TakeComplaints(Outcome& outcome) {
 Outcome RunToEnd(const std::string& commandLine, const std::string& folder) {
     winhost::ClearEvents();
     const Streams streams;
-    snapshot::WideText line = snapshot::Wide(commandLine);
+    tools::WideText line = tools::Wide(commandLine);
     STARTUPINFOW startup = {};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process = {};
     Outcome outcome;
     outcome.started = CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                                     snapshot::Wide(folder).c_str(), &startup, &process);
+                                     tools::Wide(folder).c_str(), &startup, &process);
     if (!outcome.started) {
         outcome.exitCode = GetLastError();
         return outcome;

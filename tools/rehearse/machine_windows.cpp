@@ -6,8 +6,9 @@
 #include <set>
 #include <thread>
 
+#include "common/message_boxes.h"
+#include "common/text.h"
 #include "rehearse/machine.h"
-#include "snapshot/text.h"
 
 namespace rehearse {
 
@@ -16,27 +17,12 @@ namespace {
 constexpr DWORD kPollMs = 10;
 constexpr DWORD kPageMs = 1500;  // a page that stands this long waits for a person
 constexpr UINT kAnswerMs = 5000;
-constexpr int kBoxText = 0xFFFF;
-constexpr int kLastBoxButton = 11;
 constexpr DWORD kMostWindowsChars = 4096;
 
 std::string TextOf(HWND window) {
     WCHAR text[kMostWindowsChars] = {};
     SendMessageW(window, WM_GETTEXT, kMostWindowsChars, reinterpret_cast<LPARAM>(text));
-    return snapshot::Utf8(text);
-}
-
-// Other dialogs hold other controls than a box's buttons, text and icon.
-bool IsMessageBox(HWND window) {
-    bool box = GetDlgItem(window, kBoxText) != nullptr;
-    for (HWND child = GetWindow(window, GW_CHILD); child && box; child = GetWindow(child, GW_HWNDNEXT)) {
-        WCHAR kind[MAX_PATH] = {};
-        GetClassNameW(child, kind, MAX_PATH);
-        const int id = GetDlgCtrlID(child);
-        box =
-            !_wcsicmp(kind, L"Static") || (!_wcsicmp(kind, L"Button") && id >= IDOK && id <= kLastBoxButton);
-    }
-    return box;
+    return tools::Utf8(text);
 }
 
 // Reads what is behind an address in another process.
@@ -52,22 +38,22 @@ std::string CommandLineOf(HANDLE process) {
     if (NtQueryInformationProcess(process, ProcessBasicInformation, &basic, sizeof basic, nullptr) != 0 ||
         !Read(process, basic.PebBaseAddress, block) || !Read(process, block.ProcessParameters, parameters))
         return "a program";
-    snapshot::WideText line(parameters.CommandLine.Length / sizeof(WCHAR), 0);
+    tools::WideText line(parameters.CommandLine.Length / sizeof(WCHAR), 0);
     (void)ReadProcessMemory(process, parameters.CommandLine.Buffer, line.data(), line.size() * sizeof(WCHAR),
                             nullptr);
-    return snapshot::Utf8(line);
+    return tools::Utf8(line);
 }
 
 // One program with all that it starts. As their debugger this sees each of them from its first moment.
 class Run {
   public:
     Outcome ToEnd(const std::string& commandLine, const std::string& folder) {
-        snapshot::WideText line = snapshot::Wide(commandLine);
+        tools::WideText line = tools::Wide(commandLine);
         STARTUPINFOW startup = {};
         startup.cb = sizeof startup;
         PROCESS_INFORMATION process = {};
         m_outcome.started = CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, DEBUG_PROCESS,
-                                           nullptr, snapshot::Wide(folder).c_str(), &startup, &process);
+                                           nullptr, tools::Wide(folder).c_str(), &startup, &process);
         if (!m_outcome.started) {
             m_outcome.exitCode = GetLastError();
             return m_outcome;
@@ -150,7 +136,7 @@ class Run {
         while (!stop.stop_requested()) {
             for (HWND window = nullptr; (window = FindWindowExW(nullptr, window, L"#32770", nullptr));) {
                 if (!IsWindowVisible(window) || !IsOwn(window)) continue;
-                if (IsMessageBox(window))
+                if (tools::IsMessageBox(window))
                     Answer(window);
                 else if (GetTickCount() - pages.emplace(window, GetTickCount()).first->second > kPageMs)
                     EndSession(window);
@@ -163,7 +149,7 @@ class Run {
         int button = IDOK;
         for (const int safe : {IDOK, IDCANCEL, IDNO})
             if (GetDlgItem(box, safe)) button = safe;
-        const Message message = {TextOf(box), TextOf(GetDlgItem(box, kBoxText)), ButtonName(button)};
+        const Message message = {TextOf(box), TextOf(GetDlgItem(box, tools::kBoxText)), ButtonName(button)};
         {
             const std::lock_guard lock(m_mutex);
             m_outcome.messages.push_back(message);

@@ -15,7 +15,7 @@
 #include "rehearse/child.h"
 #include "rehearse/packages.h"
 #include "rehearse/report.h"
-#include "throwaway/throwaway_folder.h"
+#include "common/throwaway_folder.h"
 #include "winhost.h"
 
 namespace fs = std::filesystem;
@@ -197,7 +197,7 @@ int main(int count, char** values) {
     const auto request = ReadArguments({values, values + count});
     if (!request) return kMisused;
     try {
-        const ThrowawayFolder folder("rehearse");
+        const tools::ThrowawayFolder folder("rehearse");
         const rehearse::Children children;
         return request->wine ? RehearseUnderWine(*request, folder.Path())
                              : RehearseEmbedded(*request, folder.Path());

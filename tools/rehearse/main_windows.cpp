@@ -7,7 +7,7 @@
 #include <cstdio>
 
 #include "rehearse/report.h"
-#include "snapshot/text.h"
+#include "common/text.h"
 
 namespace {
 
@@ -37,7 +37,7 @@ int wmain(int count, wchar_t** values) {
     (void)_setmode(_fileno(stdout), _O_BINARY);
     std::vector<std::string> arguments;
     for (int i = 1; i < count; ++i)
-        arguments.push_back(snapshot::Utf8(values[i]));
+        arguments.push_back(tools::Utf8(values[i]));
     const bool json = arguments[1] == "json", coloured = arguments[1] == "coloured";
     MakeListOfApplications();
     const rehearse::Rehearsal rehearsal =

@@ -4,9 +4,10 @@
 #include <map>
 #include <sstream>
 
+#include "common/system_names.h"
+#include "common/text.h"
 #include "rehearse/residue.h"
 #include "snapshot/names.h"
-#include "snapshot/text.h"
 
 namespace rehearse {
 
@@ -19,15 +20,6 @@ constexpr char kUninstallerName[] = "\\QtvUnInst.exe";
 constexpr char kLogName[] = "\\QtvUnInst.log";
 constexpr char kUninstallString[] =
     "HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Qantivo 8\\ : UninstallString";
-
-// The shell keeps lists of its own that change whenever somebody asks for a folder, 64-bit Windows shows some
-// keys to 32-bit programs a second time, and Wine's windows leave keys of Wine.
-bool IsSystemsOwn(const std::string& name) {
-    for (const char* part : {"\\Explorer\\Shell Folders", "\\Explorer\\User Shell Folders", "\\Wow6432Node\\",
-                             "\\Software\\Wine\\"})
-        if (name.find(part) != name.npos) return true;
-    return false;
-}
 
 bool IsMark(const std::string& name) {
     return name.starts_with("mark ");
@@ -60,12 +52,13 @@ struct Log {
     std::vector<std::string> lines;
 };
 Log ReadLog(const std::string& path) {
-    const std::string text = snapshot::ReadWhole(snapshot::Wide(path));
+    const std::string text = tools::ReadWhole(tools::Wide(path)).value_or("");
     std::string manifest;
     Log log;
     for (const auto& [folder, name] :
          {std::pair(kPackage, "the manifest"), std::pair(kEarlierPackage, "the earlier manifest")}) {
-        const std::string other = snapshot::ReadWhole(snapshot::Wide(std::string(folder) + (kLogName + 1)));
+        const std::string other =
+            tools::ReadWhole(tools::Wide(std::string(folder) + (kLogName + 1))).value_or("");
         if (other.size() <= manifest.size() || !text.starts_with(other)) continue;
         manifest = other;
         log.what = name;
@@ -74,10 +67,10 @@ Log ReadLog(const std::string& path) {
     std::istringstream rest(text.substr(manifest.size()));
     for (std::string line; std::getline(rest, line);) {
         if (line.ends_with('\r')) line.pop_back();
-        snapshot::WideText wide;
+        tools::WideText wide;
         for (const char byte : line)
             wide += static_cast<unsigned char>(byte);
-        if (!wide.empty()) log.lines.push_back(Neutral(snapshot::Utf8(wide)));
+        if (!wide.empty()) log.lines.push_back(Neutral(tools::Utf8(wide)));
     }
     const auto count = log.lines.size();
     if (count > 0) log.what += " and " + std::to_string(count) + (count == 1 ? " line more" : " lines more");
@@ -159,7 +152,7 @@ class Stage {
   private:
     static Snapshot Look() {
         Snapshot now = snapshot::Take();
-        std::erase_if(now, [](const auto& item) { return IsSystemsOwn(item.first); });
+        std::erase_if(now, [](const auto& item) { return tools::IsSystemsOwn(item.first); });
         for (auto& [name, what] : now) {
             if (!name.ends_with(kLogName) || IsInPackage(name)) continue;
             if (const std::string log = ReadLog(name).what; !log.empty()) what = log;

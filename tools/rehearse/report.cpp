@@ -2,7 +2,8 @@
 
 #include <algorithm>
 
-#include "json/json_text.h"
+#include "common/json.h"
+#include "common/text.h"
 #include "rehearse/tree.h"
 
 namespace rehearse {
@@ -52,7 +53,7 @@ std::string List(const std::string& title, const std::vector<std::string>& lines
     if (lines.empty()) return {};
     std::string text = Title(title, coloured);
     for (const std::string& line : lines)
-        text += "    " + Shown(line) + '\n';
+        text += "    " + tools::Shown(line) + '\n';
     return text;
 }
 
@@ -87,7 +88,7 @@ std::vector<std::string> MessageLines(const std::vector<Message>& messages) {
 // ---- JSON ----
 
 std::string Field(const char* name, const std::string& text) {
-    return "\"" + std::string(name) + "\": " + Quoted(text);
+    return "\"" + std::string(name) + "\": " + tools::JsonString(text);
 }
 
 // One element a line.
@@ -114,14 +115,14 @@ std::string StepToJson(const Step& step) {
         text += ", " + Field("command", step.command) +
                 ",\n\"started\": " + (step.outcome.started ? "true" : "false") +
                 ", \"exitCode\": " + std::to_string(step.outcome.exitCode);
-    text += ",\n" + Array("programs", step.outcome.programs, Quoted);
+    text += ",\n" + Array("programs", step.outcome.programs, tools::JsonString);
     text += ",\n" + Array("messages", step.outcome.messages, [](const Message& message) {
                 return "{" + Field("caption", message.caption) + ", " + Field("text", message.text) + ", " +
                        Field("answer", message.answer) + "}";
             });
     text += ",\n" + Array("changes", step.changes, object);
-    text += ",\n" + Array("log", step.logLines, Quoted);
-    text += ",\n" + Array("atNextStart", step.marks, Quoted);
+    text += ",\n" + Array("log", step.logLines, tools::JsonString);
+    text += ",\n" + Array("atNextStart", step.marks, tools::JsonString);
     return text + ",\n" + Array("remains", step.remains, object) + "}";
 }
 
@@ -129,7 +130,7 @@ std::string StepToJson(const Step& step) {
 
 std::string ToText(const Step& step, bool coloured) {
     std::string text = '\n' + Title("==== " + step.name + " ====", coloured);
-    if (!step.command.empty()) text += Shown(step.command) + "   " + End(step) + '\n';
+    if (!step.command.empty()) text += tools::Shown(step.command) + "   " + End(step) + '\n';
     text += step.changes.empty() ? "    nothing changed\n" : Trees("", step.changes, coloured);
     text += List("in the log, behind the manifest", step.logLines, coloured);
     text += List("at the next start", step.marks, coloured);

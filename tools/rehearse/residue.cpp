@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "engine/manifest.h"
-#include "snapshot/text.h"
+#include "common/text.h"
 #include "support/handles.h"
 
 namespace rehearse {
@@ -32,9 +32,9 @@ bool NamesProduct(std::string name) {
 
 // Whether the system finds the file by one of the patterns, as the removal does.
 bool IsNamed(const std::string& file, const std::string& folder, const std::vector<CString>& patterns) {
-    const snapshot::WideText wanted = snapshot::Wide(file);
+    const tools::WideText wanted = tools::Wide(file);
     for (const CString& pattern : patterns) {
-        const CString path = CString(snapshot::Wide(folder).c_str()) + pattern;
+        const CString path = CString(tools::Wide(folder).c_str()) + pattern;
         const CString found = path.Left(path.ReverseFind('\\') + 1);
         WIN32_FIND_DATAW data;
         const FindHandle find(FindFirstFileW(path, &data));
@@ -57,7 +57,7 @@ Installation::Installation(const std::string& uninstaller, const snapshot::Snaps
 }
 
 void Installation::ReadLog(const char* name) {
-    const FileStream log(_wfopen(snapshot::Wide(m_folder + name).c_str(), TEXT("r")));
+    const FileStream log(_wfopen(tools::Wide(m_folder + name).c_str(), TEXT("r")));
     WCHAR line[kLineChars];
     while (log && ReadLogLine(line, log.get())) {
         const LogRecord record = ReadRecord(line);

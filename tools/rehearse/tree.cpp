@@ -1,5 +1,7 @@
 #include "rehearse/tree.h"
 
+#include "common/text.h"
+
 namespace rehearse {
 
 namespace {
@@ -23,19 +25,6 @@ std::vector<std::string> StepsOf(const std::string& name) {
 }
 
 }  // namespace
-
-std::string Shown(const std::string& text) {
-    static constexpr char kDigits[] = "0123456789abcdef";
-    std::string out;
-    for (const char byte : text) {
-        const auto code = static_cast<unsigned char>(byte);
-        if (code >= 0x20 && code != 0x7F)
-            out += byte;
-        else
-            out += {'\\', 'x', kDigits[code >> 4], kDigits[code & 15]};
-    }
-    return out;
-}
 
 std::string Coloured(const std::string& text, int colour, bool coloured) {
     return coloured ? "\x1B[" + std::to_string(colour) + "m" + text + "\x1B[0m" : text;
@@ -80,10 +69,10 @@ std::string Tree::ToText(bool coloured, std::size_t indent) const {
         const bool wentWhole = tree->m_kind == '-' && !tree->m_children.empty();
         const std::string note =
             wentWhole ? "with " + std::to_string(tree->Count()) + " below" : tree->m_note;
-        std::string line = std::string(indent, ' ') + tree->m_kind + ' ' + Shown(name);
+        std::string line = std::string(indent, ' ') + tree->m_kind + ' ' + tools::Shown(name);
         if (!note.empty()) line.resize(std::max(line.size() + 3, kNoteColumn), ' ');
         text += tree->m_kind == ' ' ? line : Coloured(line, ColourOf(tree->m_kind), coloured);
-        text += Shown(note) + '\n';
+        text += tools::Shown(note) + '\n';
         if (!wentWhole) text += tree->ToText(coloured, indent + 2);
     }
     return text;

@@ -26,8 +26,6 @@ class Tree {
     std::string m_note;
 };
 
-// For a terminal: control characters don't act.
-std::string Shown(const std::string& text);
 // In a colour by its number; 1 is bold.
 std::string Coloured(const std::string& text, int colour, bool coloured);
 int ColourOf(char kind);

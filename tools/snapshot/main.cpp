@@ -6,7 +6,7 @@
 #include <cstdio>
 
 #include "snapshot/snapshot.h"
-#include "snapshot/text.h"
+#include "common/text.h"
 
 namespace {
 
@@ -36,7 +36,7 @@ int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR, int) {
         Print("usage: snapshot [BEFORE AFTER]\n");
         return 2;
     }
-    PrintChanges(snapshot::Compare(snapshot::FromText(snapshot::ReadWhole(__wargv[1])),
-                                   snapshot::FromText(snapshot::ReadWhole(__wargv[2]))));
+    PrintChanges(snapshot::Compare(snapshot::FromText(tools::ReadWhole(__wargv[1]).value_or("")),
+                                   snapshot::FromText(tools::ReadWhole(__wargv[2]).value_or(""))));
     return 0;
 }

@@ -2,11 +2,14 @@
 
 #include <shlobj.h>
 
-#include "snapshot/text.h"
+#include "common/text.h"
 
 namespace snapshot {
 
 namespace {
+
+using tools::Utf8;
+using tools::WideText;
 
 std::string ShellFolder(int folder) {
     WCHAR path[MAX_PATH] = {};

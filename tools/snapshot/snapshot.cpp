@@ -8,36 +8,16 @@
 #include <cstring>
 #include <sstream>
 
-#include "snapshot/text.h"
+#include "common/text.h"
 
 namespace snapshot {
 
 namespace {
 
-// Line feeds, tabs and other control characters would break the one-line form.
-std::string Escaped(const std::string& text) {
-    static constexpr char kDigits[] = "0123456789abcdef";
-    std::string out;
-    for (const char byte : text) {
-        const auto code = static_cast<unsigned char>(byte);
-        if (code >= 0x20) {
-            out += byte;
-        } else {
-            out += "\\x";
-            out += kDigits[code >> 4];
-            out += kDigits[code & 15];
-        }
-    }
-    return out;
-}
-
-std::string Hex(std::uint64_t number, int digits) {
-    static constexpr char kDigits[] = "0123456789abcdef";
-    std::string out;
-    for (int shift = 4 * (digits - 1); shift >= 0; shift -= 4)
-        out += kDigits[(number >> shift) & 15];
-    return out;
-}
+using tools::Hex;
+using tools::Shown;
+using tools::Utf8;
+using tools::WideText;
 
 // FNV-1a: tells changes, not attacks.
 constexpr std::uint64_t kDigestStart = 0xcbf29ce484222325u;
@@ -129,7 +109,7 @@ std::string ValueWhat(DWORD type, const std::vector<BYTE>& data) {
         std::memcpy(wide.data(), data.data(), wide.size() * sizeof(WCHAR));
         while (!wide.empty() && wide.back() == 0)
             wide.pop_back();
-        return "\"" + Escaped(Utf8(wide)) + "\"";
+        return "\"" + Shown(Utf8(wide)) + "\"";
     };
     switch (type) {
         case REG_SZ:
@@ -164,7 +144,7 @@ void TakeKey(Snapshot& snapshot, HKEY key, const std::string& name) {
             RegEnumValueW(key, index, valueName.data(), &cchName, nullptr, &type, data.data(), &cbData);
         if (status == ERROR_MORE_DATA) continue;
         if (status != ERROR_SUCCESS) break;
-        const std::string shown = cchName ? Escaped(Utf8(valueName.data())) : "(default)";
+        const std::string shown = cchName ? Shown(Utf8(valueName.data())) : "(default)";
         snapshot[name + " : " + shown] =
             ValueWhat(type, {data.begin(), data.begin() + static_cast<std::ptrdiff_t>(cbData)});
     }
@@ -172,7 +152,7 @@ void TakeKey(Snapshot& snapshot, HKEY key, const std::string& name) {
     for (DWORD index = 0; RegEnumKeyW(key, index, subName, 512) == ERROR_SUCCESS; ++index) {
         HKEY subKey = nullptr;
         if (RegOpenKeyExW(key, subName, 0, KEY_READ, &subKey) != ERROR_SUCCESS) continue;
-        const std::string below = name + Escaped(Utf8(subName)) + "\\";
+        const std::string below = name + Shown(Utf8(subName)) + "\\";
         snapshot[below] = "key";
         TakeKey(snapshot, subKey, below);
         RegCloseKey(subKey);

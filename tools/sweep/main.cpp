@@ -17,6 +17,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "common/throwaway_folder.h"
 #include "sweep/exceptions.h"
 #include "sweep/scenarios.h"
 #include "sweep/trials.h"
@@ -45,33 +46,17 @@ struct Trial {
     Disturbance disturbance;
 };
 
-// Work goes to a file system that runs programs, in memory where there is one.
-class WorkFolder {
-  public:
-    WorkFolder() {
-        for (const fs::path& folder : {fs::path("/dev/shm"), fs::temp_directory_path()}) {
-            struct statvfs info;
-            std::string name = (folder / "sweep.XXXXXX").native();
-            constexpr unsigned long kNeeded = 1ul << 30;
-            if (statvfs(folder.c_str(), &info) != 0 || info.f_flag & ST_NOEXEC) continue;
-            if (info.f_bavail * info.f_frsize < kNeeded || !mkdtemp(name.data())) continue;
-            m_path = name;
-            return;
-        }
-        throw std::runtime_error("no folder to work in");
+// A file system that runs programs and has room, in memory if there is one.
+fs::path PlaceToWork() {
+    for (const fs::path& folder : {fs::path("/dev/shm"), fs::temp_directory_path()}) {
+        struct statvfs info;
+        constexpr unsigned long kNeeded = 1ul << 30;
+        if (statvfs(folder.c_str(), &info) == 0 && !(info.f_flag & ST_NOEXEC) &&
+            info.f_bavail * info.f_frsize >= kNeeded)
+            return folder;
     }
-    ~WorkFolder() {
-        std::error_code error;
-        if (m_owner == getpid()) fs::remove_all(m_path, error);
-    }
-    WorkFolder(const WorkFolder&) = delete;
-    WorkFolder& operator=(const WorkFolder&) = delete;
-    fs::path operator/(const fs::path& name) const { return m_path / name; }
-
-  private:
-    fs::path m_path;
-    pid_t m_owner = getpid();
-};
+    throw std::runtime_error("no folder to work in");
+}
 
 std::vector<Trial> Plan(const Scenario& scenario, const Reference& reference, const Options& options) {
     std::vector<Trial> plan;
@@ -106,7 +91,7 @@ std::vector<Finding> ReadFindings(const fs::path& path) {
 struct Work {
     const std::vector<Trial>& trials;
     const std::map<std::string, Reference>& references;
-    const WorkFolder& folder;
+    const fs::path& folder;
 };
 
 void DoTrials(const Work& work, std::atomic<std::size_t>& next, const fs::path& own) {
@@ -219,7 +204,8 @@ int Report(const std::vector<Trial>& trials, const std::vector<Finding>& finding
 }
 
 int Sweep(const Options& options) {
-    const WorkFolder folder;
+    const tools::ThrowawayFolder work("sweep", PlaceToWork());
+    const fs::path& folder = work.Path();
     fs::create_directory(folder / "known");
     CaptureErrors(folder / "errors");
     std::vector<Trial> trials;

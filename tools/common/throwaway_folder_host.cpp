@@ -1,4 +1,4 @@
-#include "throwaway/throwaway_folder.h"
+#include "common/throwaway_folder.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -10,6 +10,8 @@
 #include <system_error>
 
 namespace fs = std::filesystem;
+
+namespace tools {
 
 namespace {
 
@@ -30,9 +32,9 @@ void Remove(const fs::path& folder) {
     fs::remove_all(folder, error);
 }
 
-void RemoveStale(const std::string& start) {
+void RemoveStale(const fs::path& parent, const std::string& start) {
     std::error_code error;
-    for (const auto& entry : fs::directory_iterator(fs::temp_directory_path(), error)) {
+    for (const auto& entry : fs::directory_iterator(parent, error)) {
         if (!entry.path().filename().string().starts_with(start)) continue;
         const int lock = LockFolder(entry.path());
         if (lock < 0) continue;
@@ -43,12 +45,12 @@ void RemoveStale(const std::string& start) {
 
 }  // namespace
 
-ThrowawayFolder::ThrowawayFolder(const std::string& tool) {
-    RemoveStale(tool + ".");
+ThrowawayFolder::ThrowawayFolder(const std::string& tool, const fs::path& parent) : m_owner(getpid()) {
+    RemoveStale(parent, tool + ".");
     // A neighbour may take the new folder for a stale one before it is locked.
     while (m_lock < 0 || !fs::exists(m_path)) {
         if (m_lock >= 0) close(m_lock);
-        std::string name = (fs::temp_directory_path() / (tool + ".XXXXXX")).string();
+        std::string name = (parent / (tool + ".XXXXXX")).string();
         if (!mkdtemp(name.data()))
             throw std::system_error(errno, std::generic_category(), "no temporary folder");
         m_path = name;
@@ -57,6 +59,8 @@ ThrowawayFolder::ThrowawayFolder(const std::string& tool) {
 }
 
 ThrowawayFolder::~ThrowawayFolder() {
-    Remove(m_path);
+    if (m_owner == getpid()) Remove(m_path);
     close(m_lock);
 }
+
+}  // namespace tools

@@ -1,0 +1,33 @@
+#include "common/json.h"
+
+#include "common/text.h"
+
+namespace tools {
+
+namespace {
+
+// Half of a surrogate pair, in three bytes, which a reader of UTF-8 refuses.
+bool IsHalfAt(const std::string& text, std::size_t at) {
+    return text[at] == '\xED' && at + 2 < text.size() && static_cast<unsigned char>(text[at + 1]) >= 0xA0;
+}
+
+}  // namespace
+
+std::string JsonString(const std::string& text) {
+    std::string out = "\"";
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const auto code = static_cast<unsigned char>(text[at]);
+        if (code < 0x20) {
+            out += "\\u" + Hex(code, 4);
+        } else if (IsHalfAt(text, at)) {
+            out += "\\u" + Hex(static_cast<std::uint16_t>(Wide(text.substr(at, 3))[0]), 4);
+            at += 2;
+        } else {
+            if (code == '"' || code == '\\') out += '\\';
+            out += text[at];
+        }
+    }
+    return out + '"';
+}
+
+}  // namespace tools

@@ -1,0 +1,111 @@
+#include "common/text.h"
+
+#include <cstdio>
+#include <memory>
+
+namespace tools {
+
+namespace {
+
+struct Character {
+    std::uint32_t code;
+    std::size_t length;  // in bytes; 0 when the bytes are no UTF-8
+};
+
+constexpr int TrailingBytes(unsigned lead) {
+    return lead < 0x80 ? 0 : lead < 0xC2 ? -1 : lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : lead < 0xF5 ? 3 : -1;
+}
+
+Character Decode(const std::string& bytes, std::size_t at) {
+    const unsigned lead = static_cast<unsigned char>(bytes[at]);
+    const int trailing = TrailingBytes(lead);
+    if (trailing < 0) return {lead, 0};
+    if (trailing == 0) return {lead, 1};
+    std::uint32_t code = lead & (0x3Fu >> trailing);
+    for (int i = 1; i <= trailing; ++i) {
+        // After the last byte there is a null, which is no trailing byte.
+        const unsigned byte = static_cast<unsigned char>(bytes.c_str()[at + static_cast<std::size_t>(i)]);
+        if ((byte & 0xC0) != 0x80) return {lead, 0};
+        code = code << 6 | (byte & 0x3F);
+    }
+    return {code, static_cast<std::size_t>(trailing) + 1};
+}
+
+void Append(std::string& out, std::uint32_t code) {
+    const int trailing = code < 0x80 ? 0 : code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
+    static constexpr unsigned char kLead[] = {0, 0xC0, 0xE0, 0xF0};
+    out += static_cast<char>(kLead[trailing] | (code >> (6 * trailing)));
+    for (int shift = 6 * (trailing - 1); shift >= 0; shift -= 6)
+        out += static_cast<char>(0x80 | ((code >> shift) & 0x3F));
+}
+
+}  // namespace
+
+std::string Utf8(const WideText& text) {
+    std::string out;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        std::uint32_t code = static_cast<std::uint16_t>(text[i]);
+        const std::uint32_t next = i + 1 < text.size() ? static_cast<std::uint16_t>(text[i + 1]) : 0;
+        if (code >= 0xD800 && code < 0xDC00 && next >= 0xDC00 && next < 0xE000) {
+            code = 0x10000 + ((code - 0xD800) << 10) + (next - 0xDC00);
+            ++i;
+        }
+        Append(out, code);
+    }
+    return out;
+}
+
+WideText Wide(const std::string& bytes) {
+    WideText out;
+    for (std::size_t at = 0; at < bytes.size();) {
+        auto [code, length] = Decode(bytes, at);
+        at += length ? length : 1;
+        if (code >= 0x10000) {
+            out += static_cast<WCHAR>(0xD7C0 + (code >> 10));
+            code = 0xDC00 | (code & 0x3FF);
+        }
+        out += static_cast<WCHAR>(code);
+    }
+    return out;
+}
+
+bool IsUtf8(const std::string& bytes) {
+    for (std::size_t at = 0; at < bytes.size();) {
+        const std::size_t length = Decode(bytes, at).length;
+        if (length == 0) return false;
+        at += length;
+    }
+    return true;
+}
+
+std::string Shown(const std::string& text) {
+    std::string out;
+    for (const char byte : text) {
+        const auto code = static_cast<unsigned char>(byte);
+        if (code >= 0x20 && code != 0x7F)
+            out += byte;
+        else
+            out += "\\x" + Hex(code, 2);
+    }
+    return out;
+}
+
+std::string Hex(std::uint64_t number, int digits) {
+    static constexpr char kDigits[] = "0123456789abcdef";
+    std::string out;
+    for (int shift = 4 * (digits - 1); shift >= 0; shift -= 4)
+        out += kDigits[(number >> shift) & 15];
+    return out;
+}
+
+std::optional<std::string> ReadWhole(const WideText& path) {
+    const std::unique_ptr<FILE, int (*)(FILE*)> file(_wfopen(path.c_str(), TEXT("rb")), std::fclose);
+    if (!file) return std::nullopt;
+    std::string bytes;
+    char buffer[1 << 16];
+    for (std::size_t cbRead; (cbRead = std::fread(buffer, 1, sizeof buffer, file.get())) > 0;)
+        bytes.append(buffer, cbRead);
+    return std::ferror(file.get()) ? std::nullopt : std::optional(bytes);
+}
+
+}  // namespace tools

@@ -1,0 +1,29 @@
+// A folder of the host for one run of a tool. Host only.
+#pragma once
+
+#include <sys/types.h>
+
+#include <filesystem>
+#include <string>
+
+namespace tools {
+
+// Makes <parent>/<tool>.XXXXXX and removes it with all that is in it at the end. A forked child removes nothing. If a
+// run is killed, its folder stays until the next run of the same tool and user removes it.
+class ThrowawayFolder {
+  public:
+    // Throws std::system_error when no folder can be made.
+    explicit ThrowawayFolder(const std::string& tool,
+                             const std::filesystem::path& parent = std::filesystem::temp_directory_path());
+    ~ThrowawayFolder();
+    ThrowawayFolder(const ThrowawayFolder&) = delete;
+    ThrowawayFolder& operator=(const ThrowawayFolder&) = delete;
+    const std::filesystem::path& Path() const { return m_path; }
+
+  private:
+    std::filesystem::path m_path;
+    int m_lock = -1;
+    const pid_t m_owner;
+};
+
+}  // namespace tools
