@@ -54,6 +54,7 @@ void SetFileVersion(const Text& path, unsigned major, unsigned minor, unsigned r
 enum class Deviation {
     OverwritesReadOnly,    // opening or copying over a read-only file succeeds (Wine as root)
     SearchesByOtherRules,  // "?" at the end, "<", and a quote find fewer names
+    KeepsFailedStarts,     // CreateProcessW leaves what stood in its answer when it fails
 };
 bool Deviates(Deviation deviation);
 

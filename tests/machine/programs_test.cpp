@@ -13,6 +13,10 @@ CHILD_PROGRAM(ShowArguments) {
             lines += static_cast<char>(unit);
         lines += '\n';
     }
+    std::string line;
+    for (const WCHAR unit : Text(GetCommandLineW()))
+        line += static_cast<char>(unit);
+    MakeFile(TEXT("C:\\Scratch\\line"), line);
     MakeFile(TEXT("C:\\Scratch\\arguments"), lines);
     return 7;
 }
@@ -31,7 +35,47 @@ TEST_F(Programs, GetTheirArgumentsByTheRuntimeLibrarysRules) {
     for (const auto& row : rows) {
         EXPECT_EQ(RunChild("ShowArguments", kScratch + TEXT("\\a child.exe"), row.arguments), 7u);
         EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\arguments")), row.lines);
+        std::string line = "\"C:\\Scratch\\a child.exe\" ";
+        for (const WCHAR unit : Text(row.arguments))
+            line += static_cast<char>(unit);
+        EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\line")), line) << "it arrives as its starter wrote it";
     }
+}
+
+DWORD LastError(bool done) {
+    return done ? DWORD{ERROR_SUCCESS} : GetLastError();
+}
+
+TEST_F(Programs, FindTheirSystemAsWindowsAnswers) {
+    for (const LPCWSTR name : {TEXT("CommonProgramFiles"), TEXT("COMPUTERNAME"), TEXT("OS"), TEXT("PATHEXT"),
+                               TEXT("PROCESSOR_ARCHITECTURE"), TEXT("ProgramFiles(x86)")})
+        EXPECT_GT(GetEnvironmentVariableW(name, nullptr, 0), 0u) << ::testing::PrintToString(Text(name));
+
+    const HANDLE mutex = CreateMutexW(nullptr, FALSE, TEXT("one name"));
+    EXPECT_EQ(LastError(CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 8192,
+                                           TEXT("one name"))),
+              DWORD{ERROR_INVALID_HANDLE});
+    CloseHandle(mutex);
+    const HANDLE mapping =
+        CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 8192, TEXT("one name"));
+    EXPECT_EQ(LastError(CreateMutexW(nullptr, FALSE, TEXT("one name"))), DWORD{ERROR_INVALID_HANDLE});
+    auto* view = static_cast<char*>(MapViewOfFile(mapping, FILE_MAP_READ, 0, 0, 0));
+    EXPECT_TRUE(UnmapViewOfFile(view + 5000));
+    EXPECT_EQ(LastError(UnmapViewOfFile(view + 5000)), 487u);
+    CloseHandle(mapping);
+
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process = {mutex, mutex, 1, 1};
+    WCHAR missing[] = TEXT("C:\\Scratch\\missing.exe");
+    EXPECT_FALSE(
+        CreateProcessW(nullptr, missing, nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process));
+    EXPECT_TRUE((!process.hProcess && !process.hThread && !process.dwProcessId && !process.dwThreadId) ||
+                Deviates(Deviation::KeepsFailedStarts));
+
+    const HMODULE kernel = LoadLibraryW(TEXT("kernel32.dll   "));
+    EXPECT_TRUE(kernel) << GetLastError();
+    FreeLibrary(kernel);
 }
 
 }  // namespace

@@ -73,6 +73,13 @@ TEST_F(Registry, FailsWithTheErrorThatItsCallersTellApart) {
     for (const auto& row : rows)
         EXPECT_EQ(row.found, row.expected) << row.call;
     RegCloseKey(reader);
+
+    const BYTE text[] = "a";
+    ASSERT_EQ(RegSetValueExW(m_key, TEXT("name"), 0, REG_SZ, text, 2), ERROR_SUCCESS);
+    WCHAR name[4];
+    DWORD cchName = 3, type = 99, cbValue = 20;
+    EXPECT_EQ(RegEnumValueW(m_key, 0, name, &cchName, nullptr, &type, nullptr, &cbValue), ERROR_MORE_DATA);
+    EXPECT_TRUE(cchName == 3 && type == REG_SZ && cbValue == 2);
 }
 
 TEST_F(Registry, GivesValuesByBytes) {

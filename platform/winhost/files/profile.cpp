@@ -121,7 +121,8 @@ std::optional<Profile> Read(const Place& place) {
 }
 
 bool Write(const Place& place, const Profile& profile) {
-    const auto file = OpenPlace(place, kWriting, FILE_SHARE_READ, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL);
+    const auto file =
+        OpenPlace(place, kWriting, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL);
     if (!file) return false;
     const std::string bytes = Encode(profile);
     const bool written =

@@ -3,6 +3,8 @@
 #include "processes/arguments.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <memory>
 
 #include "core/host_io.h"
 #include "core/text.h"
@@ -108,6 +110,12 @@ std::u16string QuoteArgument(std::u16string_view argument) {
 
 LPWSTR GetCommandLineW() {
     static std::u16string* line = [] {
+        // A program that the host started may have inherited another one's.
+        const char* given = std::getenv(winhost::kCommandLineVariable);
+        auto text = std::make_unique<std::u16string>(winhost::Utf16(given ? given : ""));
+        const auto arguments = winhost::SplitArguments(*text);
+        if (given && std::equal(arguments.begin(), arguments.end(), __wargv, __wargv + __argc))
+            return text.release();
         auto* joined = new std::u16string;
         for (int i = 0; i < __argc; ++i)
             *joined += (i ? u" " : u"") + winhost::QuoteArgument(__wargv[i]);

@@ -7,6 +7,9 @@
 
 namespace winhost {
 
+// Holds the command line of a program that one of the machine's started, as its starter wrote it.
+inline constexpr char kCommandLineVariable[] = "WINHOST_COMMAND_LINE";
+
 // Splits a command line: backslashes and quotes; the program's own name first.
 std::vector<std::u16string> SplitArguments(std::u16string_view commandLine);
 // The argument so quoted that it arrives as it stands.

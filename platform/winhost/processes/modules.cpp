@@ -170,9 +170,15 @@ HMODULE LoadLibraryW(LPCWSTR name) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return nullptr;
     }
-    winhost::Module* module = winhost::FindByName(name);
+    std::u16string_view trimmed = name;
+    trimmed = trimmed.substr(0, trimmed.find_last_not_of(u' ') + 1);
+    if (trimmed.empty()) {
+        SetLastError(ERROR_MOD_NOT_FOUND);
+        return nullptr;
+    }
+    winhost::Module* module = winhost::FindByName(trimmed);
     if (!module) {
-        const auto wanted = winhost::WithExtension(name);
+        const auto wanted = winhost::WithExtension(trimmed);
         const winhost::Place file = winhost::SearchFile(wanted, u"", true);
         if (!file.exists()) {
             SetLastError(ERROR_MOD_NOT_FOUND);

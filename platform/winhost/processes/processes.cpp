@@ -168,6 +168,7 @@ BOOL CreateProcessW(LPCWSTR application, LPWSTR commandLine, LPSECURITY_ATTRIBUT
     if (flags != 0) winhost::NotModelled("CreateProcessW", "flags " + std::to_string(flags));
     if ((startup->dwFlags & ~STARTF_USESHOWWINDOW) != 0)
         winhost::NotModelled("CreateProcessW", "start-up flags " + std::to_string(startup->dwFlags));
+    *process = {};
     if (!commandLine) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return FALSE;

@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <map>
 #include <mutex>
 
@@ -30,6 +31,7 @@ namespace {
 constexpr DWORD kErrorNotOwner = 288;
 constexpr DWORD kErrorInvalidAddress = 487;
 constexpr DWORD kErrorMappedAlignment = 1132;
+constexpr char kMapping[] = "mapping", kMutex[] = "mutex";  // the kinds
 constexpr std::size_t kPage = 4096;
 constexpr std::size_t kGranularity = 65536;
 
@@ -100,6 +102,15 @@ std::string FileName(std::u16string_view name, const char* kind) {
     return file;
 }
 
+// Whether a process has the object of that file open. The caller holds the folder's lock.
+bool IsHeld(const std::string& path) {
+    const int descriptor = open(path.c_str(), O_RDWR | O_CLOEXEC);
+    if (descriptor < 0) return false;
+    const bool held = flock(descriptor, LOCK_EX | LOCK_NB) != 0;
+    close(descriptor);
+    return held;
+}
+
 std::unique_ptr<Share> Share::Open(LPCWSTR name, const char* kind, bool create, std::size_t size) {
     const auto made = [&](int descriptor, std::string path) -> std::unique_ptr<Share> {
         std::unique_ptr<Share> share(new Share(descriptor, std::move(path), true));
@@ -113,10 +124,17 @@ std::unique_ptr<Share> Share::Open(LPCWSTR name, const char* kind, bool create, 
 
     const std::string file = FileName(name, kind);
     if (file.empty()) return nullptr;
+    // Objects of both kinds share one name space.
+    const std::string otherFile = FileName(name, kind == std::string_view(kMutex) ? kMapping : kMutex);
+    if (otherFile.empty()) return nullptr;
     const std::string folder = (StateFolder() / "objects").native();
     fs::create_directories(folder);
     const std::string path = folder + '/' + file;
     const FolderLock lock(folder);
+    if (IsHeld(folder + '/' + otherFile)) {
+        SetLastError(ERROR_INVALID_HANDLE);
+        return nullptr;
+    }
     const int descriptor = open(path.c_str(), O_RDWR | O_CLOEXEC);
     if (descriptor >= 0) {
         if (flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
@@ -286,7 +304,7 @@ HANDLE CreateFileMappingW(HANDLE file, LPSECURITY_ATTRIBUTES security, DWORD pro
         return nullptr;
     }
     const std::size_t size = (sizeLow + winhost::kPage - 1) / winhost::kPage * winhost::kPage;
-    auto share = winhost::Share::Open(name, "mapping", true, size);
+    auto share = winhost::Share::Open(name, winhost::kMapping, true, size);
     if (!share) return nullptr;
     SetLastError(share->isNew() ? ERROR_SUCCESS : ERROR_ALREADY_EXISTS);
     return winhost::AddHandle(
@@ -301,7 +319,7 @@ HANDLE OpenFileMappingW(DWORD access, BOOL inherit, LPCWSTR name) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return nullptr;
     }
-    auto share = winhost::Share::Open(name, "mapping", false, 0);
+    auto share = winhost::Share::Open(name, winhost::kMapping, false, 0);
     return share ? winhost::AddHandle(std::make_shared<winhost::Mapping>(std::move(share), access)) : nullptr;
 }
 
@@ -335,20 +353,24 @@ LPVOID MapViewOfFile(HANDLE handle, DWORD access, DWORD offsetHigh, DWORD offset
 
 BOOL UnmapViewOfFile(LPCVOID view) {
     if (winhost::Fails("UnmapViewOfFile")) return FALSE;
-    const auto found = winhost::Views().find(view);
-    if (found == winhost::Views().end()) {
+    // Any address within the view stands for it.
+    auto& views = winhost::Views();
+    auto found = views.upper_bound(view);
+    const auto address = reinterpret_cast<std::uintptr_t>(view);
+    if (found == views.begin() ||
+        address - reinterpret_cast<std::uintptr_t>((--found)->first) >= found->second) {
         SetLastError(winhost::kErrorInvalidAddress);
         return FALSE;
     }
-    munmap(const_cast<void*>(view), found->second);
-    winhost::Views().erase(found);
+    munmap(const_cast<void*>(found->first), found->second);
+    views.erase(found);
     return TRUE;
 }
 
 HANDLE CreateMutexW(LPSECURITY_ATTRIBUTES security, BOOL initialOwner, LPCWSTR name) {
     if (winhost::Fails("CreateMutexW")) return nullptr;
     if (security) winhost::NotModelled("CreateMutexW", "security");
-    auto share = winhost::Share::Open(name, "mutex", true, 1);
+    auto share = winhost::Share::Open(name, winhost::kMutex, true, 1);
     if (!share) return nullptr;
     const bool isNew = share->isNew();
     std::shared_ptr<winhost::MutexState> state;

@@ -38,6 +38,7 @@ struct ChildPlan {
     std::string program;
     std::string folder;
     std::string table;
+    std::string commandLine;
     std::vector<std::string> arguments;
     std::vector<char*> argumentPointers;
     int report = -1;  // takes the error that kept the program from starting
@@ -61,6 +62,7 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
         fcntl(table, F_SETFD, 0);
         fcntl(plan.image, F_SETFD, 0);
         HandOver(table, plan.image);
+        setenv(kCommandLineVariable, plan.commandLine.c_str(), 1);
         execv(plan.program.c_str(), plan.argumentPointers.data());
     }
     const int error = errno;
@@ -115,6 +117,7 @@ std::optional<StartedProcess> StartProgram(const std::u16string& program, const 
     plan.program = file.host;
     plan.folder = working.host;
     plan.table = TableFolder();
+    plan.commandLine = Utf8(commandLine);
     for (const auto& argument : SplitArguments(commandLine))
         plan.arguments.push_back(Utf8(argument));
     plan.argumentPointers = Pointers(plan.arguments);

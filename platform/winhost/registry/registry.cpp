@@ -256,7 +256,10 @@ LSTATUS RegEnumValueW(HKEY key, DWORD index, LPWSTR name, LPDWORD cchName, LPDWO
             if (node == call.nodes[0] || !call.nodes[0]->FindValue(value.name)) merged.push_back(&value);
     if (index >= merged.size()) return ERROR_NO_MORE_ITEMS;
     const RegistryValue& value = *merged[index];
-    if (value.name.size() >= *cchName) return ERROR_MORE_DATA;
+    if (value.name.size() >= *cchName) {
+        (void)GiveValue(value, type, nullptr, cbData);
+        return ERROR_MORE_DATA;
+    }
     wcscpy(name, value.name.c_str());
     *cchName = static_cast<DWORD>(value.name.size());
     return static_cast<LSTATUS>(GiveValue(value, type, data, cbData));

@@ -77,5 +77,6 @@ int LoadStringW(HINSTANCE, UINT id, LPWSTR buffer, int cchBuffer) {
     for (std::size_t i = 0; i < cch; ++i)
         buffer[i] = WordAt(text, 2 * i);
     buffer[cch] = 0;
+    if (text.empty()) SetLastError(ERROR_RESOURCE_NAME_NOT_FOUND);
     return static_cast<int>(cch);
 }
