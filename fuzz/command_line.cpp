@@ -46,9 +46,17 @@ void MakeMachine(unsigned flags) {
     winhost::SetFaults({{.call = "DialogBoxParamW"}, {.call = "_wexecl"}});
 }
 
+struct Number {
+    int& variable;
+    int startValue = variable;
+};
+
 void ResetVariables() {
-    g_installType = g_desktopIcon = 1;
-    g_autoStart = g_runAfter = g_freshInstall = g_rebootNeeded = g_upgradeOlder = g_settingsFromPackage = 0;
+    static const Number kNumbers[] = {{g_installType},  {g_desktopIcon},        {g_autoStart},
+                                      {g_runAfter},     {g_freshInstall},       {g_rebootNeeded},
+                                      {g_upgradeOlder}, {g_settingsFromPackage}};
+    for (const Number& number : kNumbers)
+        number.variable = number.startValue;
     g_version = {};
     for (CString* text : {&g_targetDir, &g_sourceDir, &g_groupName, &g_sfxDir})
         *text = CString();

@@ -1,7 +1,7 @@
 // Version blocks: of any file the program reads its numbers or none, and a value lies inside its block.
 #include <vector>
 
-#include "install/install_driver.h"
+#include "install/file_version.h"
 #include "machine.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

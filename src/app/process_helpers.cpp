@@ -21,13 +21,6 @@ static_assert(sizeof(STARTUPINFOW) == 104);
 static_assert(sizeof(TOKEN_PRIVILEGES) == 16);
 static_assert(sizeof(RTL_OSVERSIONINFOEXW) == 284);
 
-template <typename Function>
-Function FindFunction(HMODULE module, LPCSTR name) {
-    // Without a module the platform would search the program itself.
-    if (!module) return nullptr;
-    return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module, name)));
-}
-
 }  // namespace
 
 void LookUpSystemFunctions() {

@@ -15,6 +15,14 @@ extern AdjustTokenPrivilegesFn g_adjustTokenPrivileges;
 extern OpenProcessTokenFn g_openProcessToken;
 extern IsWow64ProcessFn g_isWow64Process;
 
+// A function of a loaded module; null when the module lacks it or there is no module.
+template <typename Function>
+Function FindFunction(HMODULE module, LPCSTR name) {
+    // Without a module the platform would search the program itself.
+    if (!module) return nullptr;
+    return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+}
+
 // Fills the four pointers from modules that the process already holds; loads nothing.
 void LookUpSystemFunctions();
 

@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "app/process_helpers.h"
+#include "app/run_paths.h"
 #include "app/setup_state.h"
 #include "install/install_driver.h"
 #include "instances/instance_manager.h"
@@ -32,13 +33,13 @@ bool ReadOptions() {
     for (int position = 1; position < __argc; ++position) {
         const LPCWSTR argument = __wargv[position];
         if (IsOption(argument, TEXT("-v"))) {
-            g_silentMode = 0;
+            g_silentMode = kInteractive;
             break;
         }
         if (IsOption(argument, TEXT("-s"))) {
             explicitSilent = true;
         } else if (IsOption(argument, TEXT("-sconf"))) {
-            g_silentMode = 2;
+            g_silentMode = kSilentWithLastPage;
             break;
         } else if (wcsncmp(argument, kPackageOption, cchPackageOption) == 0) {
             g_sfxDir = ParentDir(argument + cchPackageOption);
@@ -49,13 +50,6 @@ bool ReadOptions() {
 
 bool IsTemporaryCopy() {
     return __argc > 2 && wcscmp(__wargv[1], TEXT("-delself")) == 0;
-}
-
-// The full path of the running program; empty when it doesn't fit.
-CString ProgramPath() {
-    WCHAR path[kPathChars];
-    const DWORD cchPath = GetModuleFileNameW(nullptr, path, kPathChars);
-    return cchPath < kPathChars ? CString(path, static_cast<int>(cchPath)) : CString();
 }
 
 bool IsInstallJob(const CString& program) {
@@ -104,7 +98,7 @@ void CloseRunningCopies(int others) {
 }  // namespace
 
 BOOL CSetupApp::InitInstance() {
-    g_silentMode = 1;
+    g_silentMode = kSilent;
     const bool explicitSilent = ReadOptions();
     if (IsTemporaryCopy()) RunTemporaryCopy();
 
@@ -112,12 +106,12 @@ BOOL CSetupApp::InitInstance() {
     AfxSetResourceHandle(GetModuleHandleW(nullptr));
     const CString title = LoadResString(IDS_SETUP_TITLE);
 
-    const CString program = ProgramPath();
+    const CString program = OwnPath();
     const bool isInstall = IsInstallJob(program);
     // An installer that can't learn its own name would take its package for an installation and delete it.
     if (!isInstall && program.IsEmpty()) return 0;
-    if (isInstall && !explicitSilent && g_silentMode < 2) g_silentMode = 0;
-    if (!isInstall && g_silentMode == 0 && !ConfirmUninstall(title)) return 0;
+    if (isInstall && !explicitSilent && g_silentMode < kSilentWithLastPage) g_silentMode = kInteractive;
+    if (!isInstall && g_silentMode == kInteractive && !ConfirmUninstall(title)) return 0;
 
     // The list counts this process too. The count is whatever other processes wrote: the subtraction must not
     // overflow.
@@ -140,7 +134,7 @@ void PrepareProcess(CWinApp& application) {
 }
 
 void PutOwnFolderOnPath() {
-    const CString folder = ParentDir(ProgramPath()).MakeLower();
+    const CString folder = ParentDir(OwnPath()).MakeLower();
     WCHAR value[kEnvironmentChars] = {};
     // A result at or above the buffer's length is the length needed: there is no text to put the folder in
     // front of.

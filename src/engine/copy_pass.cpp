@@ -1,6 +1,7 @@
 #include "engine/file_ops.h"
 
 #include "app/process_helpers.h"
+#include "app/run_paths.h"
 #include "app/setup_state.h"
 #include "engine/file_steps.h"
 #include "engine/manifest.h"
@@ -50,7 +51,7 @@ void CarryOutRecord(const LogRecord& record, bool wow64, bool portable) {
             if (portable) CopyRecord(record.value, ParentDir(g_targetDir));
             return;
         case AtInstall::MakeFolder:
-            (void)CreateDirectoryW(g_targetDir + TEXT("\\") + record.value, nullptr);
+            (void)CreateDirectoryW(InTargetDir(record.value), nullptr);
             return;
     }
 }

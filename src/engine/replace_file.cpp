@@ -1,14 +1,9 @@
 #include "engine/file_ops.h"
 
-#include <io.h>
-
 #include "engine/file_steps.h"
+#include "support/path_text.h"
 
 namespace {
-
-bool Exists(LPCWSTR path) {
-    return _waccess(path, 0) >= 0;
-}
 
 // The target neither goes nor moves: the new file waits beside it. The delete mark goes first, since the
 // delayed move does not replace.

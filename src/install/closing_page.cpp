@@ -2,6 +2,7 @@
 
 #include <shellapi.h>
 
+#include "app/run_paths.h"
 #include "app/setup_state.h"
 #include "install/query_text.h"
 #include "resource.h"
@@ -14,7 +15,7 @@ constexpr WCHAR kAddress[] = TEXT("http://") QTV_WIDE(QTV_WEB_SERVER) TEXT("/qvd
 
 CString ReadQuery() {
     CString query;
-    const FileStream file(_wfopen(g_targetDir + TEXT("\\HomePage.url"), TEXT("r")));
+    const FileStream file(_wfopen(InTargetDir(TEXT("HomePage.url")), TEXT("r")));
     WCHAR line[kUrlLineChars];
     while (file && ReadTextLine(line, kUrlLineChars, file.get()))
         TakeQueryLine(CString(line).Trim(), query);
@@ -25,7 +26,7 @@ CString ReadQuery() {
 
 void OpenClosingPage() {
     const bool packageIsNewer = g_freshInstall != 0 || g_upgradeOlder != 0;
-    if (g_silentMode != 0 || !packageIsNewer || g_settingsFromPackage != 0) return;
+    if (g_silentMode != kInteractive || !packageIsNewer || g_settingsFromPackage != 0) return;
     const CString address = kAddress + ReadQuery();
     (void)ShellExecuteW(nullptr, TEXT("open"), address, nullptr, nullptr, SW_SHOW);
 }

@@ -1,12 +1,12 @@
 #include "install/earlier_install.h"
 
-#include <io.h>
 #include <resource.h>
 #include <shlobj.h>
 
+#include "app/run_paths.h"
 #include "app/setup_state.h"
 #include "engine/manifest.h"
-#include "install/install_driver.h"
+#include "install/file_version.h"
 #include "support/handles.h"
 #include "support/path_text.h"
 #include "support/registry.h"
@@ -45,8 +45,8 @@ bool AskAboutSame() {
 }
 
 FileStream OpenEarlierLog() {
-    FileStream log(_wfopen(g_targetDir + TEXT("\\") + kLogFile, TEXT("r")));
-    if (!log) log.reset(_wfopen(g_targetDir + TEXT("\\") + kOlderLogFile, TEXT("r")));
+    FileStream log(_wfopen(LogPath(), TEXT("r")));
+    if (!log) log.reset(_wfopen(InTargetDir(kOlderLogFile), TEXT("r")));
     return log;
 }
 
@@ -58,10 +58,10 @@ struct GroupFolders {
 
 GroupFolders FindGroupFolders() {
     GroupFolders folders;
-    if (g_installType == 1) {
+    if (g_installType == kForAllUsers) {
         folders.programsPrefix = GetShellFolder(CSIDL_COMMON_PROGRAMS);
         folders.startupFolder = GetShellFolder(CSIDL_COMMON_STARTUP);
-    } else if (g_installType == 0) {
+    } else if (g_installType == kForCurrentUser) {
         folders.programsPrefix = GetShellFolder(CSIDL_PROGRAMS);
         folders.startupFolder = GetShellFolder(CSIDL_STARTUP);
     }
@@ -90,18 +90,18 @@ void ProbeForWriting(LPCWSTR folder) {
 
 bool HasProductLink(const CString& folder) {
     const CString link = folder + TEXT("\\") + kProductName + TEXT(".lnk");
-    return link.GetLength() < kPathChars && _waccess(link, 0) >= 0;
+    return link.GetLength() < kPathChars && Exists(link);
 }
 
 }  // namespace
 
 bool AgreeToReplaceVersion() {
-    ReadFileVersion(g_targetDir + TEXT("\\") + kApplicationFile);
+    ReadFileVersion(InTargetDir(kApplicationFile));
     const VersionNumbers installed = g_version;
-    ReadFileVersion(g_sourceDir + TEXT("\\") + kApplicationFile);
+    ReadFileVersion(InSourceDir(kApplicationFile));
     const DWORD oldNumber = VersionAsNumber(installed);
     const DWORD newNumber = VersionAsNumber(g_version);
-    if (g_silentMode != 0 || oldNumber < newNumber) {
+    if (g_silentMode != kInteractive || oldNumber < newNumber) {
         g_upgradeOlder = 1;
         return true;
     }
@@ -109,8 +109,9 @@ bool AgreeToReplaceVersion() {
 }
 
 void TakeUpInstallType() {
-    if (g_installType >= 2) return;
-    g_installType = GetRegString(HKEY_LOCAL_MACHINE, kProductKey, TEXT("AllUsers")) == TEXT("B") ? 1 : 0;
+    if (g_installType >= kPortable) return;
+    const CString users = GetRegString(HKEY_LOCAL_MACHINE, kProductKey, TEXT("AllUsers"));
+    g_installType = users == TEXT("B") ? kForAllUsers : kForCurrentUser;
 }
 
 void TakeUpGroup() {

@@ -1,9 +1,11 @@
+#include "install/file_version.h"
+
 #include <cstring>
 #include <memory>
 #include <new>
 
-#include "app/setup_state.h"
-#include "install/install_driver.h"
+#include "app/process_helpers.h"
+#include "app/run_values.h"
 #include "support/handles.h"
 #include "support/path_text.h"
 
@@ -18,17 +20,13 @@ LibraryHandle LoadVersionLibrary() {
     return LibraryHandle(LoadLibraryW(CString(folder) + TEXT("\\version.dll")));
 }
 
-template <typename Function>
-Function FindFunction(const LibraryHandle& library, LPCSTR name) {
-    return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(library.get(), name)));
-}
-
 bool ReadFixedBlock(LPCWSTR path, VS_FIXEDFILEINFO& fixed) {
     const LibraryHandle library = LoadVersionLibrary();
     if (!library) return false;
-    const auto getSize = FindFunction<decltype(&GetFileVersionInfoSizeW)>(library, "GetFileVersionInfoSizeW");
-    const auto getBlock = FindFunction<decltype(&GetFileVersionInfoW)>(library, "GetFileVersionInfoW");
-    const auto query = FindFunction<decltype(&VerQueryValueW)>(library, "VerQueryValueW");
+    const auto getSize =
+        FindFunction<decltype(&GetFileVersionInfoSizeW)>(library.get(), "GetFileVersionInfoSizeW");
+    const auto getBlock = FindFunction<decltype(&GetFileVersionInfoW)>(library.get(), "GetFileVersionInfoW");
+    const auto query = FindFunction<decltype(&VerQueryValueW)>(library.get(), "VerQueryValueW");
     if (!getSize || !getBlock || !query) return false;
 
     DWORD ignored;

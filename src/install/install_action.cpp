@@ -1,13 +1,14 @@
 #include "install/install_action.h"
 
-#include <io.h>
 #include <resource.h>
 #include <shlobj.h>
 
 #include "app/process_helpers.h"
+#include "app/run_paths.h"
 #include "app/setup_state.h"
 #include "engine/file_ops.h"
 #include "engine/manifest.h"
+#include "install/log_lines.h"
 #include "install/shell_links.h"
 #include "install/system_registration.h"
 #include "support/path_text.h"
@@ -15,20 +16,10 @@
 
 namespace {
 
-// A shorter path of the common programs folder counts as none.
-constexpr int kMinProgramsPathChars = 4;
-
-CString ManifestPath() {
-    return g_sourceDir + TEXT("\\") + kLogFile;
-}
-CString LogPath() {
-    return g_targetDir + TEXT("\\") + kLogFile;
-}
-
 // The log is about to be overwritten, and with it the only record of the shortcuts made by the earlier
 // installation.
 void ClearEarlierInstallation() {
-    RemoveLoggedLinks(g_targetDir + TEXT("\\") + kOlderLogFile);
+    RemoveLoggedLinks(InTargetDir(kOlderLogFile));
     RemoveLoggedLinks(LogPath());
     RunRemovalPass(ManifestPath(), g_targetDir, kFileDel);
 }
@@ -37,12 +28,17 @@ void ClearEarlierInstallation() {
 // one for the current user, for all that follows.
 CString ChooseGroupRoot() {
     CString folder;
-    if (g_installType == 1) {
+    if (g_installType == kForAllUsers) {
         folder = GetShellFolder(CSIDL_COMMON_PROGRAMS);
-        if (folder.GetLength() < kMinProgramsPathChars) g_installType = 0;
+        if (folder.GetLength() < kMinProgramsPathChars) g_installType = kForCurrentUser;
     }
-    if (g_installType == 0) folder = GetShellFolder(CSIDL_PROGRAMS);
+    if (g_installType == kForCurrentUser) folder = GetShellFolder(CSIDL_PROGRAMS);
     return folder;
+}
+
+// A shell folder of all users or of the current one, as the install type says.
+CString UsersFolder(int common, int own) {
+    return GetShellFolder(g_installType == kForAllUsers ? common : own);
 }
 
 // Makes the group with its parent levels, from the top down, and gives its path, made or not.
@@ -55,9 +51,8 @@ CString MakeGroupFolders(const CString& root) {
 }
 
 void MakeLink(const CString& folder, UINT nameId, LPCWSTR file, LPCWSTR workingFolder) {
-    (void)MakeShellLink(g_targetDir + TEXT("\\") + file,
-                        folder + TEXT("\\") + LoadResString(nameId) + TEXT(".lnk"), TEXT(""),
-                        kDefaultShowCommand, nullptr, workingFolder);
+    (void)MakeShellLink(InTargetDir(file), folder + TEXT("\\") + LoadResString(nameId) + TEXT(".lnk"),
+                        TEXT(""), kDefaultShowCommand, nullptr, workingFolder);
 }
 
 void MakeApplicationLink(const CString& folder) {
@@ -72,7 +67,7 @@ void MakeGroup() {
     // A group that was there before is recorded just the same; the uninstall removes it only when it is
     // empty.
     AppendLogLine(LogPath(), CString(kMadeDir) + folder);
-    if (_waccess(folder, 0) != 0) return;
+    if (!Exists(folder)) return;
     MakeApplicationLink(folder);
     MakeLink(folder, IDS_HELP_LINK, kHelpFile, nullptr);
 }
@@ -85,9 +80,8 @@ void TakeSettingsFromPackage() {
 
 // The application registers itself beside the rest of the setup.
 void StartSelfRegistration() {
-    if (g_installType >= 2) return;
-    (void)ExecAndWait(TEXT("\"") + g_targetDir + TEXT("\\") + kApplicationFile + TEXT("\" -regonly"), nullptr,
-                      0);
+    if (g_installType >= kPortable) return;
+    (void)ExecAndWait(TEXT("\"") + InTargetDir(kApplicationFile) + TEXT("\" -regonly"), nullptr, 0);
 }
 
 }  // namespace
@@ -100,11 +94,8 @@ void PerformInstall() {
     AppendLogLine(LogPath(), TEXT(""));
     if (g_installType != kPortable) {
         MakeGroup();
-        if (g_desktopIcon)
-            MakeApplicationLink(
-                GetShellFolder(g_installType == 1 ? CSIDL_COMMON_DESKTOPDIRECTORY : CSIDL_DESKTOP));
-        if (g_autoStart)
-            MakeApplicationLink(GetShellFolder(g_installType == 1 ? CSIDL_COMMON_STARTUP : CSIDL_STARTUP));
+        if (g_desktopIcon) MakeApplicationLink(UsersFolder(CSIDL_COMMON_DESKTOPDIRECTORY, CSIDL_DESKTOP));
+        if (g_autoStart) MakeApplicationLink(UsersFolder(CSIDL_COMMON_STARTUP, CSIDL_STARTUP));
         WriteSystemRegistration();
         RegisterThumbnailHandler();
     }

@@ -1,15 +1,16 @@
 #include "install/install_driver.h"
 
-#include <io.h>
 #include <resource.h>
 #include <shellapi.h>
 
 #include <cstdlib>
 
 #include "app/process_helpers.h"
+#include "app/run_paths.h"
 #include "app/setup_app.h"
 #include "app/setup_state.h"
 #include "install/earlier_install.h"
+#include "install/file_version.h"
 #include "install/install_action.h"
 #include "support/handles.h"
 #include "support/path_text.h"
@@ -45,13 +46,13 @@ CString ReadInstallOptions() {
         const CString argument = __wargv[i];
         if (argument.Find(TEXT("-inst")) == 0) {
             const bool portable = argument == TEXT("-instport");
-            if (portable) g_installType = 2;
+            if (portable) g_installType = kPortable;
             if ((portable || argument == TEXT("-instdir")) && i + 1 < __argc)
                 folderArg = CleanFolderArgument(__wargv[i + 1]);
         } else if (argument.CompareNoCase(TEXT("-runafter")) == 0) {
             g_runAfter = 1;
-        } else if (g_installType == 0 && argument.CompareNoCase(TEXT("-allusers")) == 0) {
-            g_installType = 1;
+        } else if (g_installType == kForCurrentUser && argument.CompareNoCase(TEXT("-allusers")) == 0) {
+            g_installType = kForAllUsers;
         } else if (argument.CompareNoCase(TEXT("-autostart")) == 0) {
             g_autoStart = 1;
         } else if (argument.CompareNoCase(TEXT("-nodeskico")) == 0) {
@@ -72,7 +73,7 @@ void ChooseTargetFolder(const CString& folderArg) {
 // doesn't want that installation replaced.
 bool TakeUpEarlierInstallation() {
     if (g_freshInstall) {
-        ReadFileVersion(g_sourceDir + TEXT("\\") + kApplicationFile);
+        ReadFileVersion(InSourceDir(kApplicationFile));
         return true;
     }
     if (!AgreeToReplaceVersion()) return false;
@@ -84,8 +85,7 @@ bool TakeUpEarlierInstallation() {
 
 // Without a source folder a path made from it would name a file in the root of the drive.
 bool SetupFilesAreWhole() {
-    return !g_sourceDir.IsEmpty() && g_version.major != 0 &&
-           _waccess(g_sourceDir + TEXT("\\") + kLogFile, 0) >= 0;
+    return !g_sourceDir.IsEmpty() && g_version.major != 0 && Exists(ManifestPath());
 }
 
 // Shows the wizard, at its first page or, from step 4 on, at its last. True when the user went through it.
@@ -97,9 +97,9 @@ bool RunWizard(int step) {
 }
 
 void InstallSilently() {
-    if (g_freshInstall) g_installType = 1;
+    if (g_freshInstall) g_installType = kForAllUsers;
     PerformInstall();
-    if (g_silentMode == 2) (void)RunWizard(kReadyStep);
+    if (g_silentMode == kSilentWithLastPage) (void)RunWizard(kReadyStep);
 }
 
 void RestartMachine() {
@@ -116,7 +116,7 @@ void RestartOrStartProduct() {
     }
     // Quoted: with a blank in the folder, a program named by the text in front of it would be started
     // instead.
-    (void)ExecAndWait(TEXT("\"") + g_targetDir + TEXT("\\") + kApplicationFile + TEXT("\""), nullptr, 0);
+    (void)ExecAndWait(TEXT("\"") + InTargetDir(kApplicationFile) + TEXT("\""), nullptr, 0);
 }
 
 }  // namespace
@@ -128,7 +128,7 @@ int RunInstall() {
     g_groupName = kProductName;
     if (!TakeUpEarlierInstallation()) return 1;
     if (!SetupFilesAreWhole()) AbortDamaged();
-    if (g_silentMode != 0)
+    if (g_silentMode != kInteractive)
         InstallSilently();
     else if (!RunWizard(kFirstStep))
         return 1;
@@ -147,12 +147,7 @@ CString GetInstalledFolder() {
 }
 
 CString GetSourceFolder() {
-    WCHAR path[kPathChars];
-    const DWORD cchPath = GetModuleFileNameW(nullptr, path, kPathChars);
-    // A longer path arrives cut, and its last backslash is then another folder's.
-    if (cchPath >= kPathChars) return {};
-    const CString program(path, static_cast<int>(cchPath));
-    return program.Left(program.ReverseFind('\\'));
+    return ParentDir(OwnPath());
 }
 
 CString GetProgramFilesDir() {

@@ -8,9 +8,6 @@
 // exit code 1 when the setup files are damaged.
 int RunInstall();
 
-// Reads the numbers of a file's version block into g_version; all 0 when it has none.
-void ReadFileVersion(LPCWSTR path);
-
 // The folder of an earlier installation, without a closing separator; empty when there is none.
 CString GetInstalledFolder();
 // The folder of the running program, without a closing separator; empty when its path doesn't fit.

@@ -1,4 +1,4 @@
-#include "install/shell_links.h"
+#include "install/log_lines.h"
 
 #include "support/handles.h"
 

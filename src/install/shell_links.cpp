@@ -4,8 +4,9 @@
 
 #include <memory>
 
-#include "app/setup_state.h"
+#include "app/run_paths.h"
 #include "engine/manifest.h"
+#include "install/log_lines.h"
 
 namespace {
 
@@ -58,6 +59,6 @@ HRESULT MakeShellLink(LPCWSTR target, LPCWSTR linkPath, LPCWSTR description, DWO
 
     result = file->Save(linkPath, TRUE);
     // Only what was saved is recorded, so that the uninstall deletes no shortcut that isn't the product's.
-    if (SUCCEEDED(result)) AppendLogLine(g_targetDir + TEXT("\\") + kLogFile, CString(kShellLink) + linkPath);
+    if (SUCCEEDED(result)) AppendLogLine(LogPath(), CString(kShellLink) + linkPath);
     return result;
 }

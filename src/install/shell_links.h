@@ -1,4 +1,4 @@
-// Shortcuts, and the records that the install appends to its log.
+// Shortcuts to the installed files.
 #pragma once
 
 #include <framework.h>
@@ -15,7 +15,3 @@ inline constexpr DWORD kDefaultShowCommand = 1;
 // the same.
 HRESULT MakeShellLink(LPCWSTR target, LPCWSTR linkPath, LPCWSTR description, DWORD showCommand,
                       LPCWSTR arguments, LPCWSTR workingFolder);
-
-// Appends the text and a line end to the file, which is made when it isn't there. A character above 0xFF is
-// written as '?'. When the file can't be opened the record is lost without a word.
-void AppendLogLine(LPCWSTR logPath, LPCWSTR text);

@@ -3,6 +3,7 @@
 #include <resource.h>
 
 #include "app/process_helpers.h"
+#include "app/run_paths.h"
 #include "app/setup_state.h"
 #include "support/path_text.h"
 #include "support/registry.h"
@@ -46,8 +47,7 @@ void WriteUninstallEntry() {
     (void)SetRegDword(hive, kUninstallKey, TEXT("MajorVersion"), g_version.major);
     (void)SetRegDword(hive, kUninstallKey, TEXT("MinorVersion"), g_version.minor);
     (void)SetRegString(hive, kUninstallKey, TEXT("Publisher"), TEXT("Lorvanta Technology LLC"));
-    (void)SetRegString(hive, kUninstallKey, TEXT("UninstallString"),
-                       g_targetDir + TEXT("\\") + kUninstallerFile);
+    (void)SetRegString(hive, kUninstallKey, TEXT("UninstallString"), InTargetDir(kUninstallerFile));
     (void)SetRegString(hive, kUninstallKey, TEXT("URLInfoAbout"), QTV_WIDE(QTV_WEB_SITE));
 }
 
@@ -55,10 +55,11 @@ void WriteUninstallEntry() {
 
 void WriteSystemRegistration() {
     const HKEY hive = HKEY_LOCAL_MACHINE;
-    const CString application = g_targetDir + TEXT("\\") + kApplicationFile;
+    const CString application = InTargetDir(kApplicationFile);
     const CString openCommand = TEXT("\"") + application + TEXT("\" \"%1\"");
 
-    (void)SetRegString(hive, kProductKey, TEXT("AllUsers"), g_installType == 1 ? TEXT("B") : TEXT("A"));
+    (void)SetRegString(hive, kProductKey, TEXT("AllUsers"),
+                       g_installType == kForAllUsers ? TEXT("B") : TEXT("A"));
     (void)SetRegString(hive, kProductKey, TEXT("Path"), g_targetDir);
     (void)SetRegString(HKEY_CLASSES_ROOT, CString(kProgId) + TEXT("\\shell\\open\\command"), nullptr,
                        openCommand);

@@ -19,7 +19,7 @@ void WriteSystemRegistration();
 // is none. The install registers it and the uninstall takes the same one out.
 CString ThumbnailHandlerPath(LPCWSTR folder);
 
-// Handler paths up to this length count as none.
+// A handler path up to this length counts as none: no path of a file below a folder is that short.
 inline constexpr int kNoHandlerChars = 4;
 
 // Has regsvr32.exe, as the system's search finds it, register the thumbnail handler; waits for nothing.

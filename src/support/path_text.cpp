@@ -1,5 +1,7 @@
 #include "support/path_text.h"
 
+#include <io.h>
+
 #include <cstdarg>
 
 namespace {
@@ -23,6 +25,10 @@ CString ParentDir(LPCWSTR path) {
     CString parent = path;
     if (parent.Last() == TEXT('\\')) parent = parent.Left(parent.GetLength() - 1);
     return parent.Left(parent.ReverseFind(TEXT('\\')));
+}
+
+bool Exists(LPCWSTR path) {
+    return _waccess(path, 0) == 0;
 }
 
 CString LoadResString(UINT id) {

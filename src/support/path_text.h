@@ -9,6 +9,9 @@ inline constexpr int kPathChars = MAX_PATH;
 // for null, for a path without a backslash behind its first character, and so for the root of a drive.
 CString ParentDir(LPCWSTR path);
 
+// True when a file or folder stands at the path.
+bool Exists(LPCWSTR path);
+
 // The text of a string resource; empty when the id doesn't exist.
 CString LoadResString(UINT id);
 

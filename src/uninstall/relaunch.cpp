@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "app/process_helpers.h"
+#include "app/run_paths.h"
 #include "app/setup_state.h"
 #include "engine/file_ops.h"
 #include "install/system_registration.h"
@@ -18,14 +19,6 @@ namespace {
 
 constexpr DWORD kFirstProcessEndsMs = 1000;
 constexpr int kFirstProgramPosition = 2;
-
-// None when the path is too long for the buffer: what arrives cut names another file.
-std::optional<CString> OwnPath() {
-    WCHAR path[kPathChars];
-    const DWORD cchPath = GetModuleFileNameW(nullptr, path, kPathChars);
-    if (cchPath == 0 || cchPath >= kPathChars) return std::nullopt;
-    return CString(path);
-}
 
 std::optional<CString> MakeTemporaryName() {
     WCHAR folder[kPathChars];
@@ -65,25 +58,26 @@ void UninstallFrom(const CString& folder, LPCWSTR firstProgram) {
     UnregisterThumbnailHandler(folder);
     (void)DeleteFileW(firstProgram);
     PerformUninstall(folder);
-    if (g_silentMode == 0) (void)AfxMessageBox(LoadResString(IDS_UNINSTALLED), MB_OK);
+    if (g_silentMode == kInteractive) (void)AfxMessageBox(LoadResString(IDS_UNINSTALLED), MB_OK);
 }
 
 }  // namespace
 
 void RelaunchFromTemp() {
     const std::optional<CString> copy = MakeTemporaryName();
-    const std::optional<CString> own = OwnPath();
-    if (!copy || !own) return;
-    (void)CopyFileW(*own, *copy, FALSE);
+    const CString own = OwnPath();
+    if (!copy || own.IsEmpty()) return;
+    (void)CopyFileW(own, *copy, FALSE);
     const LPCWSTR end = nullptr;
     (void)_wexecl(*copy, static_cast<LPCWSTR>(QuotedForJoining(*copy)), TEXT("-delself"),
-                  static_cast<LPCWSTR>(QuotedForJoining(*own)), g_silentMode != 0 ? TEXT("-s") : end, end);
+                  static_cast<LPCWSTR>(QuotedForJoining(own)),
+                  g_silentMode != kInteractive ? TEXT("-s") : end, end);
 }
 
 void RunTemporaryCopy() {
     Sleep(kFirstProcessEndsMs);
     // The copy marks itself first, so that nothing that fails below can leave it behind.
-    if (const std::optional<CString> own = OwnPath()) (void)ScheduleBootDelete(*own);
+    if (const CString own = OwnPath(); !own.IsEmpty()) (void)ScheduleBootDelete(own);
     const LPCWSTR firstProgram = __wargv[kFirstProgramPosition];
     if (const std::optional<CString> folder = FolderOf(firstProgram)) UninstallFrom(*folder, firstProgram);
     std::exit(0);

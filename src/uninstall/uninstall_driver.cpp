@@ -1,6 +1,5 @@
 #include "uninstall/uninstall_driver.h"
 
-#include <io.h>
 #include <shlobj.h>
 
 #include <algorithm>
@@ -9,6 +8,7 @@
 #include "app/process_helpers.h"
 #include "app/setup_state.h"
 #include "engine/file_ops.h"
+#include "support/path_text.h"
 #include "support/registry.h"
 #include "support/shell_folders.h"
 #include "uninstall/file_associations.h"
@@ -17,10 +17,6 @@
 WCHAR g_regScratch[kRegScratchChars];
 
 namespace {
-
-bool Exists(LPCWSTR path) {
-    return _waccess(path, 0) != -1;
-}
 
 void UnregisterApplication(const CString& folder) {
     (void)ExecAndWait(TEXT("\"") + folder + kApplicationFile + TEXT("\" -unregonly"), folder, kUnregisterMs);

@@ -1,7 +1,5 @@
 #include "wizard/folder_dlg.h"
 
-#include <io.h>
-
 #include "app/setup_state.h"
 #include "resource.h"
 #include "support/handles.h"
@@ -15,7 +13,7 @@ constexpr int kPatternChars = 520;
 BYTE g_portableFolderChosen;
 
 bool HoldsFile(const CString& folder, LPCWSTR name) {
-    return _waccess(folder + TEXT("\\") + name, 0) >= 0;
+    return Exists(folder + TEXT("\\") + name);
 }
 
 // The browser's items are the shell's memory.

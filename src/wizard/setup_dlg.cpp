@@ -25,13 +25,6 @@ constexpr int kTextChars = 512;
 CString g_nextText;
 CString g_cancelText;
 
-// The folder in which the start icon of a portable installation lies: the one above the target.
-CString PortableStartFolder() {
-    const CString folder =
-        g_targetDir.Last() == '\\' ? g_targetDir.Left(g_targetDir.GetLength() - 1) : g_targetDir;
-    return folder.Left(folder.ReverseFind('\\'));
-}
-
 // Forgets keys and clicks that came while nobody could take them in: the second half of a double click would
 // press the button that has meanwhile become another one.
 void DropQueuedInput() {
@@ -41,10 +34,11 @@ void DropQueuedInput() {
     }
 }
 
+// The start icon of a portable installation lies in the folder above the target.
 CString PortableText() {
     WCHAR text[kTextChars];
     (void)FormatBounded(text, kTextChars, LoadResString(IDS_PORTABLE_START),
-                        static_cast<LPCWSTR>(PortableStartFolder()));
+                        static_cast<LPCWSTR>(ParentDir(g_targetDir)));
     return text;
 }
 
@@ -163,7 +157,7 @@ void CSetupDlg::InstallAndShowResult() {
     m_backButton.Enable(FALSE);
     m_nextButton.Enable(FALSE);
     m_cancelButton.Enable(FALSE);
-    if (g_silentMode == 0) {
+    if (g_silentMode == kInteractive) {
         (void)SetCursor(LoadCursorW(nullptr, IDC_WAIT));
         PerformInstall();
         (void)SetCursor(LoadCursorW(nullptr, IDC_ARROW));

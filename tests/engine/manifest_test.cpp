@@ -1,7 +1,7 @@
 #include "engine/manifest.h"
 
 #include "engine/machine_view.h"
-#include "install/shell_links.h"
+#include "install/log_lines.h"
 #include "support/handles.h"
 
 namespace {

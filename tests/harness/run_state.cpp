@@ -1,5 +1,5 @@
-// The run's variables for tests, which don't link the program's own definitions: these come back to their
-// start values before each test, and the list of running copies is another one than the product's.
+// The objects of the run for tests, which don't link the program's own: the list of running copies has another
+// name here. Before each test all variables of the run return to their start values.
 #include "app/setup_state.h"
 
 #include "app/setup_app.h"
@@ -7,34 +7,30 @@
 
 #include <gtest/gtest.h>
 
-int g_silentMode = 1;
-int g_installType = 1;
-int g_desktopIcon = 1;
-int g_autoStart;
-int g_runAfter;
-int g_freshInstall;
-int g_rebootNeeded;
-int g_upgradeOlder;
-int g_settingsFromPackage;
-VersionNumbers g_version;
+COXInstanceManager g_instanceManager(TEXT("Qantivo.Tests"), kInstanceExtraBytes, false);
+CSetupApp theApp;
 CString g_targetDir;
 CString g_sourceDir;
 CString g_groupName;
 CString g_sfxDir;
-RTL_OSVERSIONINFOEXW g_osVersion;
-COXInstanceManager g_instanceManager(TEXT("Qantivo.Tests"), kInstanceExtraBytes, false);
-CSetupApp theApp;
 
 namespace {
+
+struct Number {
+    int& variable;
+    int startValue = variable;
+};
+const Number kNumbers[] = {{g_silentMode},   {g_installType},  {g_desktopIcon},
+                           {g_autoStart},    {g_runAfter},     {g_freshInstall},
+                           {g_rebootNeeded}, {g_upgradeOlder}, {g_settingsFromPackage}};
 
 class StartValues : public ::testing::EmptyTestEventListener {
     void OnTestStart(const ::testing::TestInfo&) override { Set(); }
 
   public:
     static void Set() {
-        g_silentMode = g_installType = g_desktopIcon = 1;
-        g_autoStart = g_runAfter = g_freshInstall = g_rebootNeeded = g_upgradeOlder = g_settingsFromPackage =
-            0;
+        for (const Number& number : kNumbers)
+            number.variable = number.startValue;
         g_version = {};
         for (CString* text : {&g_targetDir, &g_sourceDir, &g_groupName, &g_sfxDir})
             *text = CString();
@@ -45,7 +41,7 @@ class StartValues : public ::testing::EmptyTestEventListener {
     }
 };
 
-// A child program has no tests, and starts with the values all the same.
+// A child program runs no test, but starts with the same values.
 const bool added = [] {
     StartValues::Set();
     ::testing::UnitTest::GetInstance()->listeners().Append(new StartValues);

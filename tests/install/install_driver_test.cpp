@@ -7,6 +7,7 @@
 #include "app/process_helpers.h"
 #include "app/setup_state.h"
 #include "install/earlier_install.h"
+#include "install/file_version.h"
 #include "harness/registry_values.h"
 #include "support/shell_folders.h"
 

@@ -2,7 +2,7 @@
 
 #include "app/setup_state.h"
 #include "engine/file_steps.h"
-#include "install/install_driver.h"
+#include "install/file_version.h"
 #include "install/query_text.h"
 #include "support/handles.h"
 #include "support/text_lines.h"

@@ -49,14 +49,23 @@ class Fault:
         self.programs = list(dict.fromkeys([*own, "end_to_end", *PROGRAMS]))
 
     def faulty_source(self):
-        """The file with the fault in it. Exits when the text doesn't stand there exactly once, or that many times."""
+        """The file with the fault in it. Raises LookupError unless the text stands there exactly once, or that many times."""
         with open(os.path.join(ROOT, self.file), encoding="utf-8", newline="") as source:
             parts = source.read().split(self.text)
         found = len(parts) - 1
         if found == 0 or self.occurrence > found or (found > 1 and self.occurrence == 0):
-            sys.exit(f"{self.room}/{self.name}: found {found} times in {self.file}: {self.text}")
+            raise LookupError(f"{self.room}/{self.name}: found {found} times in {self.file}: {self.text}")
         place = max(self.occurrence, 1)
         return self.text.join(parts[:place]) + self.planted + self.text.join(parts[place:])
+
+
+def misplacement(fault):
+    """What is wrong with the place of the fault; empty when it can be planted."""
+    try:
+        fault.faulty_source()
+    except (LookupError, OSError) as error:
+        return str(error)
+    return ""
 
 
 def read_tables(room):
@@ -269,6 +278,8 @@ def main():
     parser.add_argument("--room", help="plant the faults of this table only")
     parser.add_argument("--sample", nargs="?", const="", metavar="HASH",
                         help="plant as many as fit in a minute, chosen from the hash; without one, the commit's")
+    parser.add_argument("--check", action="store_true",
+                        help="only check that the text of each fault stands in its file; needs no build")
     parser.add_argument("--useless", action="store_true", help="list the tests that never notice a fault alone")
     parser.add_argument("names", nargs="*", metavar="NAME")
     options = parser.parse_args()
@@ -279,8 +290,11 @@ def main():
         if unknown:
             sys.exit(f"no such fault: {sorted(unknown)}")
         faults = [fault for fault in faults if fault.name in options.names]
-    for fault in faults:
-        fault.faulty_source()
+    misplaced = [error for error in map(misplacement, faults) if error]
+    if misplaced:
+        sys.exit("\n".join(misplaced))
+    if options.check:
+        return 0
     started = time.monotonic()
     if options.sample is not None:
         chosen = options.sample or head()

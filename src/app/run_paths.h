@@ -1,0 +1,16 @@
+// Paths of one run.
+#pragma once
+
+#include <framework.h>
+
+// A file or folder in g_targetDir or g_sourceDir.
+CString InTargetDir(LPCWSTR name);
+CString InSourceDir(LPCWSTR name);
+
+// The log of the installation in g_targetDir, and the manifest in g_sourceDir that becomes the log.
+CString LogPath();
+CString ManifestPath();
+
+// The full path of the running program. Empty when it has MAX_PATH characters or more: Windows cuts such a path,
+// and what is left names another file.
+CString OwnPath();
