@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what the named kinds of work need, with apt-get: bootstrap.sh [host|windows|faults|fuzz|bench|screenshots]...
+# Installs what the named kinds of work need, with apt-get: bootstrap.sh [host|windows|faults|fuzz|bench|screenshots|format|tidy|clang]...
 # Without a name: host and windows, which is what the tests need. Quick when nothing is missing.
 # If only the packages of the Windows target can't be installed, that is reported, and the caller decides.
 set -euo pipefail
@@ -11,6 +11,9 @@ faults=("${host[@]}" python3)
 fuzz=("${host[@]}" clang libclang-rt-14-dev)
 bench=("${windows[@]}" nsis)
 screenshots=("${windows[@]}" xdotool imagemagick)
+format=(clang-format)
+tidy=("${host[@]}" clang clang-tidy)
+clang=("${windows[@]}" clang)
 
 missing() {
     local package
@@ -35,8 +38,8 @@ install() {
 [ $# -gt 0 ] || set -- host windows
 for kind in "$@"; do
     case $kind in
-        host | windows | faults | fuzz | bench | screenshots) ;;
-        *) echo 'usage: scripts/bootstrap.sh [host|windows|faults|fuzz|bench|screenshots]...' >&2; exit 2 ;;
+        host | windows | faults | fuzz | bench | screenshots | format | tidy | clang) ;;
+        *) echo 'usage: scripts/bootstrap.sh [host|windows|faults|fuzz|bench|screenshots|format|tidy|clang]...' >&2; exit 2 ;;
     esac
     declare -n packages=$kind
     mapfile -t wanted < <(missing "${packages[@]}")

@@ -29,6 +29,13 @@ summary=()
 failed=
 # sum_up NAME RESULT STARTED
 sum_up() { summary+=("$(printf '%-12s %s, %d s' "$1" "$2" $((SECONDS - $3)))"); }
+
+echo
+echo '==== format, layers and words ===='
+started=$SECONDS
+result='clean'
+scripts/check.sh || { result='NOT CLEAN'; failed=yes; }
+sum_up check "$result" "$started"
 for preset in "${presets[@]}"; do
     echo
     echo "==== $preset ===="

@@ -1,0 +1,60 @@
+#!/usr/bin/env bash
+# Checks the sources without building them: format, layers and words. check.sh [--tidy]
+# --tidy also runs the checks of .clang-tidy, which takes several minutes.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+case "${1-}" in
+    '') scripts/bootstrap.sh format ;;
+    --tidy) scripts/bootstrap.sh format tidy ;;
+    *) echo 'usage: scripts/check.sh [--tidy]' >&2; exit 2 ;;
+esac
+
+folders=(bench fuzz platform res sample src tests tools)
+failed=
+# check NAME COMMAND...
+check() {
+    if "${@:2}"; then
+        echo "check: $1: clean"
+    else
+        echo "check: $1: FAILED" >&2
+        failed=yes
+    fi
+}
+
+format() {
+    find "${folders[@]}" -name '*.cpp' -o -name '*.h' | xargs -P "$(nproc)" -n 40 clang-format --dry-run -Werror
+}
+
+# Words that this project uses in their plain sense only. Each line: a regular expression of grep -E, and what to write.
+words() {
+    local pattern instead found=
+    while IFS=$'\t' read -r pattern instead; do
+        if grep -rnE --include='*.cpp' --include='*.h' --include='*.md' --include='*.sh' --include='*.py' \
+            --include='*.cmake' --include=CMakeLists.txt --exclude=check.sh -- "$pattern" \
+            "${folders[@]}" cmake docs scripts CMakeLists.txt ./*.md; then
+            echo "    write instead: $instead" >&2
+            found=yes
+        fi
+    done <<'END'
+(//|#).*\b[Gg]ives? (back|whether|none|null|nothing|the number)\b	returns
+\bcomes? to (nothing|an end|the same|its end)\b	results in, ends
+\bis gone to\b	the plain verb
+(//|#) (Behind|Besides) 	after, in addition to
+\b(run|runs|comes|happens|ends|starts|done|made|written|called|read) behind\b	after
+END
+    [ -z "$found" ]
+}
+
+tidy() {
+    cmake --preset tidy >/dev/null
+    # Files outside the sources, such as the test framework, are not ours to check.
+    sed -n 's/^ *"file": "\(.*\)",\{0,1\}$/\1/p' build/tidy/compile_commands.json | grep "^$PWD/.*\.cpp$" | sort -u |
+        xargs -P "$(nproc)" -n 4 clang-tidy -p build/tidy --quiet
+}
+
+check format format
+check layers scripts/check_layers.sh
+check words words
+[ "${1-}" != --tidy ] || check tidy tidy
+[ -z "$failed" ]
