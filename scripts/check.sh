@@ -37,11 +37,8 @@ words() {
             found=yes
         fi
     done <<'END'
-(//|#).*\b[Gg]ives? (back|whether|none|null|nothing|the number)\b	returns
-\bcomes? to (nothing|an end|the same|its end)\b	results in, ends
-\bis gone to\b	the plain verb
-(//|#) (Behind|Besides) 	after, in addition to
-\b(run|runs|comes|happens|ends|starts|done|made|written|called|read) behind\b	after
+\bis gone to\b	the plain verb, such as "stays"
+\bcomes? to (nothing|the same)\b	results in, is
 END
     [ -z "$found" ]
 }

@@ -15,7 +15,9 @@ using REFCLSID = const CLSID&;
 using LPOLESTR = WCHAR*;
 using LPCOLESTR = const WCHAR*;
 
-inline bool operator==(const GUID& left, const GUID& right) { return __builtin_memcmp(&left, &right, sizeof left) == 0; }
+inline bool operator==(const GUID& left, const GUID& right) {
+    return __builtin_memcmp(&left, &right, sizeof left) == 0;
+}
 
 #define CLSCTX_INPROC_SERVER 1u
 #define COINIT_APARTMENTTHREADED 2u

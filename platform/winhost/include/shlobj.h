@@ -52,7 +52,8 @@ struct BROWSEINFOW {
 };
 
 struct IShellLinkW : IUnknown {
-    virtual HRESULT STDMETHODCALLTYPE GetPath(LPWSTR path, int cchPath, WIN32_FIND_DATAW* data, DWORD flags) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetPath(LPWSTR path, int cchPath, WIN32_FIND_DATAW* data,
+                                              DWORD flags) = 0;
     virtual HRESULT STDMETHODCALLTYPE GetIDList(void** list) = 0;
     virtual HRESULT STDMETHODCALLTYPE SetIDList(const void* list) = 0;
     virtual HRESULT STDMETHODCALLTYPE GetDescription(LPWSTR text, int cchText) = 0;

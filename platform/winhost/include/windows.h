@@ -104,7 +104,8 @@ using DLGPROC = INT_PTR (*)(HWND, UINT, WPARAM, LPARAM);
 #define INVALID_HANDLE_VALUE (reinterpret_cast<HANDLE>(static_cast<LONG_PTR>(-1)))
 #define LOWORD(l) (static_cast<WORD>(static_cast<DWORD_PTR>(l) & 0xFFFF))
 #define HIWORD(l) (static_cast<WORD>((static_cast<DWORD_PTR>(l) >> 16) & 0xFFFF))
-#define MAKELONG(a, b) (static_cast<LONG>((static_cast<WORD>(a)) | (static_cast<DWORD>(static_cast<WORD>(b)) << 16)))
+#define MAKELONG(a, b) \
+    (static_cast<LONG>((static_cast<WORD>(a)) | (static_cast<DWORD>(static_cast<WORD>(b)) << 16)))
 #define MAKEWPARAM(l, h) (static_cast<WPARAM>(static_cast<DWORD>(MAKELONG(l, h))))
 #define MAKELPARAM(l, h) (static_cast<LPARAM>(static_cast<DWORD>(MAKELONG(l, h))))
 #define MAKEINTRESOURCEW(i) (reinterpret_cast<LPCWSTR>(static_cast<ULONG_PTR>(static_cast<WORD>(i))))
@@ -225,7 +226,8 @@ int _vsnwprintf(char16_t* buffer, std::size_t count, const char16_t* format, va_
 // CR LF. Modes: "r", "w", "a", "rb", "wb", "ab".
 FILE* _wfopen(const char16_t* path, const char16_t* mode);
 int _waccess(const char16_t* path, int mode);
-void _wsplitpath(const char16_t* path, char16_t* drive, char16_t* directory, char16_t* name, char16_t* extension);
+void _wsplitpath(const char16_t* path, char16_t* drive, char16_t* directory, char16_t* name,
+                 char16_t* extension);
 // The arguments after the program are LPCWSTR, ended by a null one.
 INT_PTR _wexecl(const char16_t* program, const char16_t* argument0, ...);
 extern int __argc;
@@ -357,8 +359,8 @@ struct PROCESS_INFORMATION {
 };
 
 BOOL CreateProcessW(LPCWSTR application, LPWSTR commandLine, LPSECURITY_ATTRIBUTES processSecurity,
-                    LPSECURITY_ATTRIBUTES threadSecurity, BOOL inheritHandles, DWORD flags, LPVOID environment,
-                    LPCWSTR folder, STARTUPINFOW* startup, PROCESS_INFORMATION* process);
+                    LPSECURITY_ATTRIBUTES threadSecurity, BOOL inheritHandles, DWORD flags,
+                    LPVOID environment, LPCWSTR folder, STARTUPINFOW* startup, PROCESS_INFORMATION* process);
 DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds);
 HANDLE OpenProcess(DWORD access, BOOL inherit, DWORD id);
 BOOL TerminateProcess(HANDLE process, UINT exitCode);
@@ -388,8 +390,8 @@ BOOL IsWow64Process(HANDLE process, PBOOL wow64);
 #define FILE_MAP_WRITE 2u
 #define FILE_MAP_READ 4u
 
-HANDLE CreateFileMappingW(HANDLE file, LPSECURITY_ATTRIBUTES security, DWORD protection, DWORD sizeHigh, DWORD sizeLow,
-                          LPCWSTR name);
+HANDLE CreateFileMappingW(HANDLE file, LPSECURITY_ATTRIBUTES security, DWORD protection, DWORD sizeHigh,
+                          DWORD sizeLow, LPCWSTR name);
 HANDLE OpenFileMappingW(DWORD access, BOOL inherit, LPCWSTR name);
 LPVOID MapViewOfFile(HANDLE mapping, DWORD access, DWORD offsetHigh, DWORD offsetLow, SIZE_T cbView);
 BOOL UnmapViewOfFile(LPCVOID view);
@@ -485,8 +487,8 @@ using REGSAM = DWORD;
 LSTATUS RegOpenKeyExW(HKEY parent, LPCWSTR name, DWORD options, REGSAM access, PHKEY key);
 LSTATUS RegCreateKeyW(HKEY parent, LPCWSTR name, PHKEY key);
 LSTATUS RegEnumKeyW(HKEY key, DWORD index, LPWSTR name, DWORD cchName);
-LSTATUS RegEnumValueW(HKEY key, DWORD index, LPWSTR name, LPDWORD cchName, LPDWORD reserved, LPDWORD type, LPBYTE data,
-                      LPDWORD cbData);
+LSTATUS RegEnumValueW(HKEY key, DWORD index, LPWSTR name, LPDWORD cchName, LPDWORD reserved, LPDWORD type,
+                      LPBYTE data, LPDWORD cbData);
 LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD reserved, LPDWORD type, LPBYTE data, LPDWORD cbData);
 LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD reserved, DWORD type, const BYTE* data, DWORD cbData);
 LSTATUS RegDeleteKeyW(HKEY key, LPCWSTR name);
@@ -693,8 +695,8 @@ struct GUITHREADINFO {
 using WNDENUMPROC = BOOL (*)(HWND, LPARAM);
 
 ATOM RegisterClassExW(const WNDCLASSEXW* windowClass);
-HWND CreateWindowExW(DWORD exStyle, LPCWSTR className, LPCWSTR title, DWORD style, int x, int y, int width, int height,
-                     HWND parent, HMENU menu, HINSTANCE instance, LPVOID parameter);
+HWND CreateWindowExW(DWORD exStyle, LPCWSTR className, LPCWSTR title, DWORD style, int x, int y, int width,
+                     int height, HWND parent, HMENU menu, HINSTANCE instance, LPVOID parameter);
 BOOL DestroyWindow(HWND window);
 LRESULT DefWindowProcW(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 BOOL EnumWindows(WNDENUMPROC callback, LPARAM context);
@@ -738,8 +740,8 @@ HCURSOR SetCursor(HCURSOR cursor);
 
 int MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR caption, UINT style);
 LRESULT SendMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-LRESULT SendMessageTimeoutW(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT flags, UINT milliseconds,
-                            DWORD_PTR* result);
+LRESULT SendMessageTimeoutW(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT flags,
+                            UINT milliseconds, DWORD_PTR* result);
 BOOL PostMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 BOOL GetMessageW(MSG* message, HWND window, UINT first, UINT last);
 BOOL PeekMessageW(MSG* message, HWND window, UINT first, UINT last, UINT flags);
