@@ -66,7 +66,7 @@ TEST_F(BootMarksTest, TheSectionTakesWhatTheSystemRefuses) {
     for (const Text& path : {TEXT("C:\\") + Text(9000, TEXT('x')), Text(TEXT("C:\\first"))}) {
         (void)DeleteFileW(InitPath().c_str());
         EXPECT_TRUE(ScheduleBootDelete(path.c_str()));
-        EXPECT_EQ(RenameEntries(), TEXT("NUL=") + path + TEXT("\n"));
+        EXPECT_EQ(FileBytes(InitPath()), "[rename]\r\nNUL=" + std::string(path.begin(), path.end()) + "\r\n");
     }
 
     ASSERT_TRUE(
@@ -129,7 +129,8 @@ TEST_F(BootMarksTest, DeleteMatchingDeletesOrMarks) {
         SCOPED_TRACE(row.name);
         DeleteTree(At("f"));
         Make(all, At("f"));
-        ASSERT_TRUE(SetFileAttributesW(At("f\\c.txt").c_str(), FILE_ATTRIBUTE_READONLY));
+        for (const char* name : {"f\\a.dll", "f\\c.txt"})
+            ASSERT_TRUE(SetFileAttributesW(At(name).c_str(), FILE_ATTRIBUTE_READONLY));
         const std::size_t earlier = BootMarks().size();
         std::optional<HeldFile> held;
         if (*row.held) held.emplace(At("f\\") + Wide(row.held), Hold::NoDelete);
@@ -137,6 +138,7 @@ TEST_F(BootMarksTest, DeleteMatchingDeletesOrMarks) {
         EXPECT_EQ(DeleteMatching(row.folder.c_str(), Wide(row.pattern).c_str()), row.deleted);
         EXPECT_EQ(Look(At("f")), State(row.left));
         EXPECT_EQ(MarksFrom(earlier), Marks(row.marks, At("f")));
+        EXPECT_TRUE(!held || !(GetFileAttributesW(At("f\\a.dll").c_str()) & FILE_ATTRIBUTE_READONLY));
     }
     EXPECT_EQ(g_rebootNeeded, 0);
 }

@@ -59,8 +59,9 @@ TEST_F(CopyPassTest, EachKindGoesWhereTheMachineAndTheInstallTypeSay) {
             "Make Dir: deep\\er\r\n"
             "File Copy: sub\\*\r\n"
             "File Overwrite: skipped\r\nFile Del: skipped\r\nMade Dir: skipped\r\nShell Link: skipped\r\n"
-            "file copy: skipped\r\n File Copy: skipped\r\nFile Copy: skipped | a comment\r\n\r\n"
-            "File Copy: none*\r\n"
+            "file copy: skipped\r\n File Copy: skipped\r\nFile Copy:  skipped\r\n"
+            "File Copy: skipped | a comment\r\n\r\n"
+            "File Copy: none\\*\r\n"
             "File Copy: last");
         EXPECT_EQ(Look(At("apps")), State(always + row.more));
         EXPECT_EQ(Look(kPackage), State(package));
@@ -81,6 +82,12 @@ TEST_F(CopyPassTest, TwoNamesAreTakenLiterallyEvenWithoutTheSecond) {
     EXPECT_EQ(Look(kTarget), State("new:4 tight:1 d:2 .new:3"));
     // Without a new name the file would take the folder's place.
     EXPECT_EQ(BootMarks(), Marks("Q8\\ Q8\\.new>Q8\\", At("apps")));
+    EXPECT_EQ(g_rebootNeeded, 1);
+    // The root of a drive has no parent: its files go into the root of the current drive.
+    g_targetDir = TEXT("C:");
+    g_installType = kPortable;
+    Run("File Copy prt: c > Scratch\\rooted");
+    EXPECT_EQ(FileBytes(At("rooted")), "1");
 }
 
 TEST_F(CopyPassTest, TheProbeLooksForALibraryOtherThanThePackagesOwn) {
@@ -97,13 +104,20 @@ TEST_F(CopyPassTest, TheProbeLooksForALibraryOtherThanThePackagesOwn) {
     };
     EXPECT_EQ(copied("File Copy ind: runtime9.dll"), Names("runtime9.dll"));
     EXPECT_EQ(copied("File Copy ind: runtime9.dll > r.dll"), Names("r.dll"));
+    // One from elsewhere counts when it can be loaded.
+    g_sourceDir = kPackage.c_str();
+    ImportFile(QTV_BUILD_FOLDER "/package/runtime9.dll", kPackage + TEXT("\\runtime9.dll"));
+    EXPECT_EQ(copied("File Copy ind: runtime9.dll"), Names(""));
+    MakeFile(library, "broken");
+    EXPECT_EQ(copied("File Copy ind: runtime9.dll"), Names("runtime9.dll"));
     // A file that can't be renamed, as on a disc, is taken for one from elsewhere.
-    const HeldFile held(library, Hold::NoDelete);
+    const HeldFile held(kPackage + TEXT("\\runtime9.dll"), Hold::NoDelete);
+    ASSERT_TRUE(SetCurrentDirectoryW(g_sourceDir));
     EXPECT_EQ(copied("File Copy ind: runtime9.dll"), Names(""));
 }
 
 TEST_F(CopyPassTest, CopyMatchingMakesTheFolderThatItNeeds) {
-    const std::string package = "a.dll:1 b.dll:2 sub\\c.txt:3 sub\\dir\\";
+    const std::string package = "a.dll:1 b.dll:2 sub\\c.txt:3 sub\\dir\\ sub\\disc:4";
     const Text t = At("t");
     const struct {
         const char* name;
@@ -112,9 +126,11 @@ TEST_F(CopyPassTest, CopyMatchingMakesTheFolderThatItNeeds) {
         int done;
         const char* made;  // below C:\Scratch, the package aside
     } rows[] = {
-        {"every level", TEXT("*.dll"), kPackage, At("t/u\\v/"), 2, "t\\u\\v\\a.dll:1 t\\u\\v\\b.dll:2"},
+        {"every level", TEXT("*.dll"), kPackage + TEXT("/"), At("t/u\\v/"), 2,
+         "t\\u\\v\\a.dll:1 t\\u\\v\\b.dll:2"},
         {"folder part", TEXT("sub\\*.txt"), kPackage, t, 1, "t\\sub\\c.txt:3"},
         {"folder part with the other separator", TEXT("sub/c.txt"), kPackage, t, 0, "t\\sub\\"},
+        {"no match", TEXT("sub\\none*"), kPackage, t, 0, ""},
         {"a folder ends the walk", TEXT("sub\\d*"), kPackage, t, 0, "t\\sub\\"},
         {"no such network folder", TEXT("a.dll"), kPackage, TEXT("\\\\nobody\\t"), 1, "nobody\\t\\a.dll:1"},
         {"blanks around the folder", TEXT("a.dll"), kPackage, TEXT(" t "), 1, "t\\a.dll:1"},

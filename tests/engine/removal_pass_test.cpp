@@ -17,6 +17,7 @@ TEST_F(RemovalPassTest, FilesGoFirstAndThenTheFolders) {
         kFolder);
     Make("prt:parent's");
     MakeFile(kLog,
+             "Make Dir:\x20\r\n"
              "Make Dir: sub\r\n"
              "Make Dir: outer\r\n"
              "Make Dir: outer\\inner\r\n"
@@ -29,9 +30,10 @@ TEST_F(RemovalPassTest, FilesGoFirstAndThenTheFolders) {
              "File Overwrite: overwrite\r\n"
              "File Del: del\r\n"
              "File Copy: left > right?\r\n"
-             "File Copy: commented | see keep\r\n"
+             "File Copy: commented | see | keep\r\n"
              "File Copy: x >  never there | > keep\r\n"
-             "File Copy: keep >\r\n"
+             "File Copy: keep >\r\nFile Copy: x > y > keep\r\n"
+             "File Del:  keep\r\nFile Del: keep|bar\r\nFile Del: | keep\r\n"
              "File Copy: held\r\n"
              "File Copy: sub\\*\r\n"
              "file copy: keep\r\n"
@@ -52,22 +54,25 @@ TEST_F(RemovalPassTest, FilesGoFirstAndThenTheFolders) {
 TEST_F(RemovalPassTest, LinksGoAndThenTheGroupWithItsEmptyParents) {
     Make(
         "menu\\tools\\group\\one.lnk:1 menu\\tools\\group\\sub\\two.lnk:1 menu\\shared\\group\\three.lnk:1 "
-        "menu\\shared\\users.lnk:1 menu\\full\\group\\users.lnk:1 fixed.lnk:1 a.lnk:1");
+        "menu\\shared\\users.lnk:1 menu\\full\\group\\users.lnk:1 menu\\empty\\ fixed.lnk:1 a.lnk:1");
     ASSERT_TRUE(SetFileAttributesW(At("fixed.lnk").c_str(), FILE_ATTRIBUTE_READONLY));
     MakeFile(kLog,
              "Made Dir: C:\\Scratch\\menu\\tools\\group\\sub\r\n"
              "Made Dir: C:\\Scratch\\menu\\shared\\group\\\r\n"
              "Made Dir: C:\\Scratch\\menu\\full\\group\r\n"
+             "Made Dir: C:\\Scratch\\menu\\empty\\gone\r\n"
              "Shell Link: C:\\Scratch\\menu\\tools\\group\\one.lnk\r\n"
              "Shell Link: C:\\Scratch\\menu\\tools\\group\\sub\\two.lnk\r\n"
              "Shell Link: C:\\Scratch\\menu\\shared\\group\\three.lnk\r\n"
              "Shell Link: C:\\Scratch\\fixed.lnk\r\n"
              "Shell Link: C:\\Scratch\\a.lnk | no comment is known here\r\n"
-             "Shell Link: C:\\Scratch\\*.lnk\r\n"
+             "Shell Link: C:\\Scratch\\*.lnk\r\nMake Dir: menu\\empty\r\n"
              "File Copy: a.lnk\r\n");
     RemoveLoggedLinks(kLog.c_str());
     (void)DeleteFileW(kLog.c_str());
-    EXPECT_EQ(Look(), State("menu\\shared\\users.lnk:1 menu\\full\\group\\users.lnk:1 fixed.lnk:1 a.lnk:1"));
+    EXPECT_EQ(
+        Look(),
+        State("menu\\shared\\users.lnk:1 menu\\full\\group\\users.lnk:1 menu\\empty\\ fixed.lnk:1 a.lnk:1"));
     EXPECT_TRUE(BootMarks().empty());
 }
 

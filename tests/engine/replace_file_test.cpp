@@ -1,6 +1,9 @@
+#include <list>
+
 #include "app/setup_state.h"
 #include "engine/file_ops.h"
 #include "engine/machine_view.h"
+#include "support/handles.h"
 
 namespace {
 
@@ -11,55 +14,91 @@ int Replace(const std::string& from, const std::string& to, LPCWSTR newName = nu
     return ReplaceFile(name, At(from).c_str(), At(to).c_str(), newName);
 }
 
-TEST_F(ReplaceFileTest, PutsTheFileInPlaceWhateverStandsThere) {
-    // States and marks are those of the folder "to"; "from" holds a new a.dll and keeps it. What runs or is
-    // held has no bytes worth a look, and stands there as "in use".
+// The folder "to" with the items of a list in it; "@" after an item says what is about it.
+class Target {
+  public:
+    explicit Target(const std::string& list) {
+        DeleteTree(At("to"));
+        MakeFolder(At("to"));
+        for (const std::string& item : Items(list)) {
+            const std::size_t end = std::min(item.find('@'), item.size());
+            Make(item.substr(0, end), At("to"));
+            const Text path = At("to\\" + item.substr(0, item.find_first_of(":@")));
+            const std::string how = item.substr(end);
+            if (how == "@held") m_held.emplace_back(path, Hold::NoDelete);
+            if (how == "@runs") m_held.emplace_back(path, Hold::Running);
+            if (how == "@read") m_read.reset(_wfopen(path.c_str(), TEXT("r")));
+            if (how == "@hidden") (void)SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_HIDDEN);
+            if (how == "@fixed") (void)SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_READONLY);
+        }
+    }
+
+  private:
+    std::list<HeldFile> m_held;
+    FileStream m_read;
+};
+
+// "from" holds a new a.dll, and keeps it.
+TEST_F(ReplaceFileTest, ComparesFoldersAsTextAndTakesAnotherName) {
     const LPCWSTR b = TEXT("b.dll");
     const struct {
-        const char *name, *from, *to;
-        LPCWSTR newName;
-        const char *before, *running, *held, *after, *marks;
-        int result;
+        const char *from, *to = "to";
+        LPCWSTR newName = nullptr;
+        const char *before = "a.dll:old", *after = "a.dll:old";
+        int result = 1;
     } rows[] = {
-        {"onto itself", "to", "TO\\", nullptr, "a.dll:old", "", "", "a.dll:old", "", 1},
-        {"onto itself, without a source", "to", "to", nullptr, "", "", "", "", "", 1},
-        {"one folder in two spellings", "to", "to/../to", nullptr, "a.dll:old", "", "", "", "", 0},
-        {"no source", "none", "to", nullptr, "a.dll:old", "", "", "a.dll:old", "", 0},
-        {"no target folder", "from", "none", nullptr, "a.dll:old", "", "", "a.dll:old", "", 0},
-        {"no target, either separator", "from/", "to\\", nullptr, "", "", "", "a.dll:new", "", 1},
-        {"a target", "from", "to", nullptr, "a.dll:old", "", "", "a.dll:new", "", 1},
-        {"another name", "from", "to", b, "a.dll:old b.dll:old", "", "", "a.dll:old b.dll:new", "", 1},
-        {"another name over one beside", "to", "to", b, "a.dll:1 b.dll:2", "", "", "a.dll:1 b.dll:1", "", 1},
-        {"another name over a held one", "to", "to", b, "a.dll:1 b.dll:2", "", "b.dll", "a.dll:1 b.dll:2", "",
-         1},
-        {"moved aside", "from", "to", nullptr, "", "a.dll", "", "a.dll:new a.dll.old:runs", "a.dll.old", 1},
-        {"moved aside again", "from", "to", nullptr, "a.dll.old:1", "a.dll", "", "a.dll:new a.dll.old:runs",
-         "a.dll.old", 1},
-        {"moved aside beside a held one", "from", "to", nullptr, "a.dll.old:1 a.dll.old2:2", "a.dll",
-         "a.dll.old", "a.dll:new a.dll.old:1 a.dll.old2:runs", "a.dll.old a.dll.old2", 1},
-        {"parked", "from", "to", nullptr, "a.dll:old a.dll.new:1", "", "a.dll", "a.dll:old a.dll.new:new",
-         "a.dll a.dll.new>a.dll", 0},
-        {"parking fails", "from", "to", nullptr, "a.dll:old a.dll.new\\", "", "a.dll",
-         "a.dll:old a.dll.new\\", "a.dll", 0},
-        {"a folder in the way", "from", "to", nullptr, "a.dll\\x:1", "", "", "a.dll:new a.dll.old\\x:1",
-         "a.dll.old", 1},
+        {.from = "to", .to = "TO\\"},
+        {.from = "to", .before = "", .after = ""},
+        {.from = "to", .to = "to/../to", .after = "", .result = 0},
+        {.from = "to/", .to = "to/\\", .after = "", .result = 0},
+        {.from = "none", .result = 0},
+        {.from = "from", .to = "none", .result = 0},
+        {.from = "from/", .to = "to\\", .before = "", .after = "a.dll:new"},
+        {.from = "from", .newName = b, .before = "a.dll:1 b.dll:2", .after = "a.dll:1 b.dll:new"},
+        {.from = "to", .newName = b, .before = "a.dll:1", .after = "a.dll:1 b.dll:1"},
+        {.from = "to", .newName = b, .before = "a.dll:1 b.dll:2", .after = "a.dll:1 b.dll:1"},
+        {.from = "to", .newName = b, .before = "a.dll:1 b.dll:2@held", .after = "a.dll:1 b.dll:2"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.from + std::string(" to ") + row.to + ", " + row.before);
+        Make("a.dll:new", At("from"));
+        const Target target(row.before);
+        EXPECT_EQ(Replace(row.from, row.to, row.newName), row.result);
+        EXPECT_EQ(Look(At("to")), State(row.after));
+        EXPECT_TRUE(BootMarks().empty());
+    }
+}
+
+// What runs has no bytes worth a look.
+TEST_F(ReplaceFileTest, PutsTheFileInPlaceWhateverStandsThere) {
+    const struct {
+        const char *name, *before, *after, *marks;
+    } rows[] = {
+        {"a target", "a.dll:old", "a.dll:new", ""},
+        {"moved aside", "a.dll@runs", "a.dll:new a.dll.old:runs", "a.dll.old"},
+        {"moved aside again", "a.dll@runs a.dll.old:1", "a.dll:new a.dll.old:runs", "a.dll.old"},
+        {"beside a held one", "a.dll@runs a.dll.old:1@held a.dll.old2:2",
+         "a.dll:new a.dll.old:1 a.dll.old2:runs", "a.dll.old a.dll.old2"},
+        {"beside a read-only one", "a.dll@runs a.dll.old:1@fixed", "a.dll:new a.dll.old:1 a.dll.old2:runs",
+         "a.dll.old a.dll.old2"},
+        {"parked", "a.dll:old@held a.dll.new:1@hidden", "a.dll:old a.dll.new:new", "a.dll a.dll.new>a.dll"},
+        {"parked over one that is read", "a.dll:old@held a.dll.new:1@read", "a.dll:old a.dll.new:new",
+         "a.dll a.dll.new>a.dll"},
+        {"parking fails", "a.dll:old@held a.dll.new\\", "a.dll:old a.dll.new\\", "a.dll"},
+        {"a folder in the way", "a.dll\\x:1", "a.dll:new a.dll.old\\x:1", "a.dll.old"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        DeleteTree(At("to"));
         Make("a.dll:new", At("from"));
-        Make(row.before, At("to"));
+        const Target target(row.before);
         const std::size_t earlier = BootMarks().size();
         g_rebootNeeded = 0;
-        std::optional<HeldFile> running, held;
-        if (*row.running) running.emplace(At("to\\") + Wide(row.running), Hold::Running);
-        if (*row.held) held.emplace(At("to\\") + Wide(row.held), Hold::NoDelete);
-
-        EXPECT_EQ(Replace(row.from, row.to, row.newName), row.result);
+        const int result = Replace("from", "to");
         Files after = Look(At("to"));
         for (auto& [name, bytes] : after)
             if (bytes.size() > 100) bytes = "runs";
         EXPECT_EQ(after, State(row.after));
+        EXPECT_EQ(result, after[TEXT("a.dll")] == "new");
         EXPECT_EQ(Look(At("from")), State("a.dll:new"));
         EXPECT_EQ(MarksFrom(earlier), Marks(row.marks, At("to")));
         EXPECT_EQ(g_rebootNeeded, std::string(row.marks).find('>') != std::string::npos);
@@ -74,8 +113,10 @@ TEST_F(ReplaceFileTest, ReadOnlyAndHiddenGoAndOtherAttributesStay) {
     const Text target = At("to\\a.dll");
     Make("from\\a.dll:new from\\b.dll:old to\\a.dll:old");
     protect(target);
+    protect(At("from\\a.dll"));
     EXPECT_EQ(Replace("from", "to"), 1);
     EXPECT_EQ(FileBytes(target), "new");
+    EXPECT_EQ(GetFileAttributesW(At("from\\a.dll").c_str()) & 0xF, 7u) << "the source keeps its own";
 
     const HeldFile held(target, Hold::NoDelete);
     protect(target);
