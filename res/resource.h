@@ -1,14 +1,14 @@
-// Ids of the program's resources and the maker's addresses, for the resource script and for code.
+// Ids of the program's resources, and the maker's addresses, for the resource script and the code.
 #pragma once
 
-// The maker's addresses, one macro each: narrow literals, so that the resource script can join them with
-// other text. Code takes them through QTV_WIDE.
-#define QTV_HOME_PAGE "http://www.lorvanta.example/"  // told and opened when the setup files are damaged
+// The maker's addresses. They are narrow literals, so that the resource script can join them with other text.
+// The code uses them through QTV_WIDE.
+#define QTV_HOME_PAGE "http://www.lorvanta.example/"  // shown and opened when the setup files are damaged
 #define QTV_WEB_SITE "http://www.lorvanta.example/qantivo/"  // URLInfoAbout of the installed program
 #define QTV_WEB_SERVER "www.lorvanta.example"                // host of the page that closes an installation
 #define QTV_WIDE(text) TEXT(text)
 
-// Strings. The numbers are fixed; gaps stay free.
+// Strings. The numbers are fixed, and the gaps stay.
 #define IDS_PRODUCT 1
 #define IDS_SETUP_TITLE 2
 #define IDS_PRODUCT_SHORT 3
@@ -67,11 +67,11 @@
 #define IDC_GROUP 1000
 #define IDC_AUTOSTART 1008
 #define IDC_DESKTOP 1009
-// Of the ready page, which is the last page too.
+// Of the ready page, which is also the last page.
 #define IDC_WAIT_OR_PORTABLE 1009
 #define IDC_HEADLINE 1010
 #define IDC_ADVICE 1011
 #define IDC_RUN_AFTER 1012
 
-// The icon of the program; Windows shows the one with the lowest id.
+// The icon of the program. Windows shows the icon with the lowest id.
 #define IDI_SETUP 128

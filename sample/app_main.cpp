@@ -1,11 +1,11 @@
 // The sample application. It does its own registration for the current user:
-//   -regonly     writes it and ends
-//   -unregonly   takes back exactly what -regonly wrote, and ends
-// Started plainly it counts the start in its settings. As a running copy:
-//   -show        enters the list of running copies and shows its window until that is asked to close; then it
-//   ends
-//                with the message's wParam as its exit code
-//   -stay        the same, but it doesn't close
+//   -regonly     writes the registration and ends
+//   -unregonly   removes exactly what -regonly wrote, and ends
+// It can be a running copy:
+//   -show        enters the list of running copies and shows its window until the window is asked to close.
+//                Then it ends with the message's wParam as its exit code.
+//   -stay        the same, but the window doesn't close
+// Without an option it counts the start in its settings.
 #include "instances/instance_manager.h"
 
 #include <cstdlib>

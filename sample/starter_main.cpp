@@ -1,4 +1,4 @@
-// The portable starter. It stands beside the installation folder, whose name the user chose: it starts the
+// The portable starter. It lies beside the installation folder, whose name the user chose. So it starts the
 // application of the first folder beside it that holds one.
 #include <windows.h>
 
@@ -14,7 +14,7 @@ bool Append(LPWSTR path, LPCWSTR tail) {
     return true;
 }
 
-// Leaves the folder of this program, with a closing backslash, in `folder` (MAX_PATH characters).
+// Stores the folder of this program, with a closing backslash, in `folder` (MAX_PATH characters).
 bool OwnFolder(LPWSTR folder) {
     const DWORD cchPath = GetModuleFileNameW(nullptr, folder, MAX_PATH);
     if (cchPath == 0 || cchPath == MAX_PATH) return false;
@@ -24,8 +24,7 @@ bool OwnFolder(LPWSTR folder) {
     return true;
 }
 
-// Leaves the application's path in `application`, and the folder that holds it in `folder` (MAX_PATH
-// characters each).
+// Stores the application's path in `application`, and its folder in `folder` (MAX_PATH characters each).
 bool FindApplication(LPCWSTR beside, LPWSTR folder, LPWSTR application) {
     WCHAR pattern[MAX_PATH];
     wcscpy(pattern, beside);

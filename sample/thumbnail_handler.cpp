@@ -1,5 +1,5 @@
-// A thumbnail handler as the shell's registrar sees one: it records its own path under its class, and takes
-// that away. HANDLER_FILE is the name of the library's file, as wide text.
+// A thumbnail handler that can only be registered and unregistered: it writes its own path under its class,
+// and removes it. HANDLER_FILE is the name of the library's file, as wide text.
 #include <windows.h>
 
 #include <cwchar>

@@ -40,7 +40,7 @@ CWinApp* AfxGetApp() {
 
 int AfxMessageBox(LPCWSTR text, UINT type) {
     const CWnd* const main = application ? application->m_pMainWnd : nullptr;
-    // In front of the main window or of what that has opened, and neither can be used meanwhile.
+    // The box appears in front of the main window, or of the dialog that it has opened, and disables it.
     const HWND owner = main && main->m_hWnd ? GetLastActivePopup(main->m_hWnd) : nullptr;
     return MessageBoxW(owner, text, application ? application->m_pszAppName : nullptr, type);
 }

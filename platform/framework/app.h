@@ -15,12 +15,12 @@ class CWinThread : public CCmdTarget {
     DECLARE_DYNAMIC(CWinThread)
 
   public:
-    // The process's main window, or null. The message loop ends at once when there is none.
+    // The process's main window, or null. Without one the message loop ends at once.
     CWnd* m_pMainWnd = nullptr;
 
-    // The program's work. Non-zero lets the message loop run after it, 0 ends the process.
+    // The program's work. When it returns non-zero, the message loop follows. 0 ends the process.
     virtual BOOL InitInstance() { return FALSE; }
-    // The message loop: until WM_QUIT, or not at all without a main window. Gives the exit code.
+    // The message loop. It runs until WM_QUIT, or not at all without a main window. Returns the exit code.
     virtual int Run();
 };
 
@@ -28,31 +28,32 @@ class CWinApp : public CWinThread {
     DECLARE_DYNAMIC(CWinApp)
 
   public:
-    // Takes the process's application slot; the object built last holds it.
+    // Makes this object the application object of the process. The object that was built last is the one.
     CWinApp();
     ~CWinApp() override;
 
-    // The application's name, the caption of AfxMessageBox. Not owned; a literal or a text that outlives the
-    // process.
+    // The application's name, which is the caption of AfxMessageBox. The object doesn't own the text, which
+    // must exist until the process ends.
     LPCWSTR m_pszAppName = nullptr;
 };
 
 // The application object of the process, or null before it is built.
 CWinApp* AfxGetApp();
 
-// Shows a message box with the application's name as its caption, and gives the button pressed.
+// Shows a message box with the application's name as its caption. Returns the button pressed.
 int AfxMessageBox(LPCWSTR text, UINT type = MB_OK);
 
-// The modules that program and resources come from; both null, for the program itself, until they are set.
+// The modules of the program and of its resources. Until they are set both are null,
+// which means the program itself.
 HINSTANCE AfxGetInstanceHandle();
 HINSTANCE AfxGetResourceHandle();
 void AfxSetInstanceHandle(HINSTANCE module);
 void AfxSetResourceHandle(HINSTANCE module);
 
-// Ends the process as the system does for a fatal check, with the exit code 0xC0000409: no exit handler runs
-// and no message shows, as abort() alone would in a program with windows.
+// Ends the process with the exit code 0xC0000409, as the system does for a failed security check. No exit
+// handler runs, and no message box appears, as it would after abort() in a program with windows.
 [[noreturn]] void AfxFailFast();
 
-// Runs the application object: InitInstance and, when that gives non-zero, the message loop. Gives the exit
-// code: 0 when InitInstance gave 0 or the loop found no main window.
+// Runs the application object: InitInstance and, when that returns non-zero, the message loop. Returns the
+// exit code, which is 0 when InitInstance returned 0 or the loop found no main window.
 int AfxWinMain();

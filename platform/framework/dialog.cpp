@@ -6,7 +6,7 @@ bool IsPage(HWND window) {
     return GetWindowLongW(window, GWL_STYLE) & WS_CHILD;
 }
 
-// Neither the dialog nor the frame that it is a page of waits for a message or another dialog.
+// False when the dialog, or the frame whose page it is, waits for a message box or another dialog.
 bool TakesInput(HWND window) {
     while (IsWindowEnabled(window)) {
         if (!IsPage(window)) return true;
@@ -24,7 +24,7 @@ CDialog::~CDialog() {
 }
 
 INT_PTR CDialog::DoModal() {
-    // What ends the loop without an EndDialog is no OK.
+    // A loop that ends without EndDialog counts as cancelled.
     m_result = IDCANCEL;
     const INT_PTR ended =
         DialogBoxParamW(AfxGetResourceHandle(), MAKEINTRESOURCEW(m_template),
@@ -68,8 +68,8 @@ INT_PTR CALLBACK CDialog::Procedure(HWND window, UINT message, WPARAM wParam, LP
     auto* const dialog = reinterpret_cast<CDialog*>(GetWindowLongPtrW(window, DWLP_USER));
     if (!dialog) return FALSE;
     if (message == WM_COMMAND) return dialog->OnCommand(wParam, lParam);
-    // An edit of several lines asks its own parent for the next control. A page knows only its own controls:
-    // Tab would never leave it.
+    // An edit control of several lines asks its own parent for the next control. A page knows only its own
+    // controls, so Tab would never leave it.
     if (message == WM_NEXTDLGCTL && IsPage(window)) {
         (void)SendMessageW(GetParent(window), message, wParam, lParam);
         return TRUE;
@@ -82,16 +82,16 @@ INT_PTR CALLBACK CDialog::Procedure(HWND window, UINT message, WPARAM wParam, LP
 }
 
 BOOL CDialog::OnCommand(WPARAM wParam, LPARAM lParam) {
-    // Behind a message or another dialog nobody can press anything; a command that comes from elsewhere must
-    // not delete a page that is waiting for that dialog.
+    // While a message box or another dialog is open, the user can press nothing here. A command from
+    // elsewhere must not delete a page that waits for that dialog.
     if (!TakesInput(m_hWnd)) return TRUE;
     const int control = LOWORD(wParam);
     const UINT notification = HIWORD(wParam);
-    // Enter on a button of a child dialog is told to the frame.
+    // Windows reports Enter on a button of a child dialog to the frame.
     const HWND sender = reinterpret_cast<HWND>(lParam);
     if (const HWND other = sender ? GetParent(sender) : nullptr; other && other != m_hWnd)
         return PostMessageW(other, WM_COMMAND, wParam, lParam);
-    // A key gives the command of a button whether or not the button could be pressed.
+    // A key sends the command of a button even when the button is disabled.
     if (const HWND item = GetDlgItem(control); item && !IsWindowEnabled(item)) return TRUE;
 
     for (const MessageMapEntry& entry : GetMessageMap()) {
@@ -100,7 +100,8 @@ BOOL CDialog::OnCommand(WPARAM wParam, LPARAM lParam) {
         return TRUE;
     }
     if (notification != BN_CLICKED || (control != IDOK && control != IDCANCEL)) return FALSE;
-    // A page has no such buttons; those of its frame are meant. Posted: the frame may delete the page.
+    // A page has no such buttons, so the frame's are meant. The command is posted, because
+    // the frame may delete the page.
     if (IsPage(m_hWnd)) return PostMessageW(GetParent(m_hWnd), WM_COMMAND, wParam, 0);
     control == IDOK ? OnOK() : OnCancel();
     return TRUE;

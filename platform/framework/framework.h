@@ -1,10 +1,10 @@
-// The dialog framework that the program is written against: small, over Win32 alone, the same code on both
-// targets.
+// The dialog framework that the program uses. It is small, calls only Win32, and is
+// the same code on both targets.
 //
 //   CObject, CRuntimeClass       object.h       base class with run-time class information
 //   CString                      text.h         wide text that owns its characters
 //   CDWordArray                  collections.h  growing array of 32-bit numbers with checked access
-//   CInvalidArgException         collections.h  what checked access raises
+//   CInvalidArgException         collections.h  thrown by checked access
 //   CMutex, CSingleLock          sync.h         a named mutex, and the lock that takes it
 //   CWinApp, CWinThread          app.h          the application object, AfxMessageBox, the program's entry
 //   CWnd and its message map     window.h       a window by its handle

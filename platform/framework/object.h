@@ -15,7 +15,7 @@ class CObject {
     CObject(const CObject&) = delete;
     CObject& operator=(const CObject&) = delete;
 
-    // Gives the description of the object's own class.
+    // Returns the description of the object's own class.
     virtual const CRuntimeClass* GetRuntimeClass() const { return &classCObject; }
     // True when the object's class is `kind` or derives from it.
     bool IsKindOf(const CRuntimeClass* kind) const;

@@ -9,11 +9,12 @@ class CMutex : public CObject {
     DECLARE_DYNAMIC(CMutex)
 
   public:
-    // Opens or makes the mutex of that name. A failure leaves a mutex that can't be locked.
+    // Opens or makes the mutex of that name. If that fails, the object can't be locked.
     CMutex(BOOL initiallyOwned, LPCWSTR name, LPSECURITY_ATTRIBUTES security = nullptr);
     ~CMutex() override;
 
-    // Waits at most `milliseconds`. A mutex that a dying process gave up counts as taken.
+    // Waits at most `milliseconds`. Returns true when the mutex was acquired, also after its
+    // owner ended without releasing it.
     bool Lock(DWORD milliseconds = INFINITE);
     bool Unlock();
 
@@ -21,7 +22,8 @@ class CMutex : public CObject {
     HANDLE m_handle;
 };
 
-// Takes the mutex once, however often Lock is called, and gives it up at the end of the scope at the latest.
+// Acquires the mutex once, however often Lock is called, and releases it at the
+// end of the scope at the latest.
 class CSingleLock {
   public:
     explicit CSingleLock(CMutex* mutex, bool initialLock = false);
@@ -31,7 +33,7 @@ class CSingleLock {
 
     // True when the lock is held.
     bool Lock(DWORD milliseconds = INFINITE);
-    // True when the lock is not held any more, or never was.
+    // True when the lock isn't held any more, or never was.
     bool Unlock();
     bool IsLocked() const { return m_locked; }
 

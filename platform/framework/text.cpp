@@ -129,7 +129,7 @@ int CString::Replace(LPCWSTR from, LPCWSTR to) {
 }
 
 bool CString::LoadResource(UINT id) {
-    // The string table's longest text is below 300 characters; a longer one would arrive cut, never overrun.
+    // The longest text of the string table has less than 300 characters. LoadStringW would cut a longer one.
     WCHAR buffer[1024];
     const int length = LoadStringW(AfxGetResourceHandle(), id, buffer, 1024);
     m_text.assign(buffer, static_cast<std::size_t>(std::max(length, 0)));

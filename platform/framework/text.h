@@ -1,8 +1,7 @@
 // CString: wide text that owns its characters and grows by itself.
 //
-// Positions and lengths are in characters (16-bit units). A position outside the text is clamped, never read;
-// a null text counts as empty everywhere. Letters have a case from A to Z alone, as in the runtime library's
-// "C" locale.
+// Positions and lengths are in characters (16-bit units). A position outside the text is clamped. A null text
+// counts as empty everywhere. Only the letters A to Z have a case, as in the runtime library's "C" locale.
 #pragma once
 
 #include <windows.h>
@@ -43,23 +42,22 @@ class CString {
     int Find(LPCWSTR part, int start = 0) const;
     // The index of the last occurrence, or -1.
     int ReverseFind(WCHAR character) const;
-    // Below, at or above 0, by code unit; the second without regard to case.
+    // A number below, equal to or above 0, by code units. The second ignores case.
     int Compare(LPCWSTR other) const;
     int CompareNoCase(LPCWSTR other) const;
 
-    // Cut white space (or the characters of `set`) from the named end, or from both.
+    // Remove white space (or the characters of `set`) from the named end, or from both.
     CString& TrimLeft();
     CString& TrimRight();
     CString& Trim();
     CString& Trim(LPCWSTR set);
     CString& MakeLower();
     CString& MakeUpper();
-    // Replaces every `from` by `to`, and gives how many there were.
+    // Replaces every `from` by `to`. Returns how many there were.
     int Replace(WCHAR from, WCHAR to);
     int Replace(LPCWSTR from, LPCWSTR to);
 
-    // Takes the text of a string resource of the program. False, with the string emptied, when the id doesn't
-    // exist.
+    // Loads a string resource of the program. Returns false and becomes empty when the id doesn't exist.
     bool LoadResource(UINT id);
 
   private:
@@ -69,7 +67,7 @@ class CString {
 CString operator+(const CString& left, const CString& right);
 CString operator+(const CString& left, LPCWSTR right);
 CString operator+(LPCWSTR left, const CString& right);
-// Without this one the sum would be a pointer behind the text.
+// Without this operator the sum would be a pointer past the text.
 CString operator+(const CString& left, WCHAR right);
 inline bool operator==(const CString& left, const CString& right) {
     return left.Text() == right.Text();

@@ -1,7 +1,7 @@
 // CWnd: a window by its handle; CButton, CStatic, CEdit: the controls of a dialog; message maps.
 //
-// An object of a control only names its window, and neither ends with the other. Without a window every
-// operation does nothing and gives 0.
+// The object of a control only refers to its window. Neither of them destroys the other. Without a window
+// every operation does nothing and returns 0.
 #pragma once
 
 #include <windows.h>
@@ -26,16 +26,16 @@ class CWnd : public CCmdTarget {
 
   public:
     CWnd() = default;
-    // An object that is the application's main window ceases to be it.
+    // If the object is the application's main window, the application has none afterwards.
     ~CWnd() override;
 
-    // The window, or null before it is made and after it is gone.
+    // The window. Null before it is made and after it is destroyed.
     HWND m_hWnd = nullptr;
 
-    // Destroys the window. 0 when it can't be or, in a class that overrides it, may not be left now.
+    // Destroys the window. Returns 0 when it can't be destroyed, or when an override refuses to close it.
     virtual BOOL DestroyWindow();
 
-    // The window of a child, by its number; null when there is none.
+    // The window of a control, by its id; null when there is none.
     HWND GetDlgItem(int control) const;
     CString GetText() const;
     void SetText(LPCWSTR text);
@@ -46,15 +46,15 @@ class CWnd : public CCmdTarget {
     void Focus();
     LRESULT Send(UINT message, WPARAM wParam = 0, LPARAM lParam = 0);
     LRESULT SendToItem(int control, UINT message, WPARAM wParam = 0, LPARAM lParam = 0);
-    // The window's place on the screen, in the client coordinates of `frame`.
+    // The window's rectangle in the client coordinates of `frame`.
     RECT PlaceIn(const CWnd& frame) const;
 
-    // Moves data from the controls into the object's fields (`save` non-zero), or the other way. False when a
-    // control is missing.
+    // Copies data from the controls into the object's fields (`save` non-zero) or the other way. Returns
+    // false when a control is missing.
     bool UpdateData(BOOL save = TRUE);
 
   protected:
-    // Names what UpdateData moves.
+    // Lists what UpdateData copies.
     virtual void DoDataExchange(CDataExchange*) {}
     virtual MessageMap GetMessageMap() const { return {}; }
 };
@@ -69,7 +69,7 @@ class CEdit : public CWnd {
     DECLARE_DYNAMIC(CEdit)
 };
 
-// In the class: DECLARE_MESSAGE_MAP(). Beside its code: BEGIN_MESSAGE_MAP, a row for each handler, and
+// The class holds DECLARE_MESSAGE_MAP(). Its .cpp file holds BEGIN_MESSAGE_MAP, a row for each handler, and
 // END_MESSAGE_MAP.
 // clang-format off
 #define DECLARE_MESSAGE_MAP() \

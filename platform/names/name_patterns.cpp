@@ -7,13 +7,13 @@ namespace names {
 
 namespace {
 
-// Windows turns some of a caller's `*`, `?` and `.` into these, which keep old habits alive: "*." finds names
-// without a dot, "a???" finds "a" as well.
+// Windows turns some of a caller's `*`, `?` and `.` into these, so that old patterns work: "*." finds names
+// without a dot, and "a???" also finds "a".
 constexpr WCHAR kAnyToLastDot = '<';
 constexpr WCHAR kOneOrEnd = '>';
 constexpr WCHAR kDotOrEnd = '"';
 
-// Follows all places of the expression at once, so that no pattern takes long.
+// Follows all positions in the expression at once, so that no pattern takes long.
 bool MatchesWhole(const Text& expression, TextView name) {
     const std::size_t lastDot = name.rfind('.');
     std::vector<bool> places(expression.size() + 1);
@@ -65,14 +65,14 @@ Text Expression(TextView typed) {
         if (expression[i] == '?') expression[i] = kOneOrEnd;
         if (i > 0 && expression[i - 1] == '.') expression[i - 1] = kDotOrEnd;
     }
-    // The closing dot is cut, but after a star it had a meaning.
+    // The closing dot was cut, but it had a meaning after a star.
     if (typed.ends_with('.') && expression.ends_with('*')) expression.back() = kAnyToLastDot;
     return expression;
 }
 
 bool Matches(const Text& expression, TextView name) {
     if (MatchesWhole(expression, name)) return true;
-    // To a pattern these two end where any of their dots does.
+    // These two names also match a pattern that matches them without some of their dots.
     if (name != TEXT(".") && name != TEXT("..")) return false;
     return Matches(expression, name.substr(1));
 }

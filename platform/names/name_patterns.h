@@ -15,11 +15,12 @@ using TextView = std::basic_string_view<WCHAR>;
 // `"`, which the file system itself knows.
 bool IsPattern(TextView name);
 
-// What the file system compares names with. `typed` is the last part of a path as the caller typed it, in
-// upper case; blanks and dots at its end are cut here, and count as they do in Windows.
+// The expression that the file system compares names with. `typed` is the last part of a path as
+// the caller typed it, in upper case. Blanks and dots at its end are cut here and have the
+// effect that they have in Windows.
 Text Expression(TextView typed);
 
-// Whether the whole of a name in upper case matches. "." and ".." match as the search of a folder finds them.
+// Whether a whole name in upper case matches. "." and ".." match as they do in the search of a folder.
 bool Matches(const Text& expression, TextView name);
 
 }  // namespace names

@@ -12,13 +12,13 @@ constexpr std::size_t kKeptOfBase = 6;     // leaves room for "~1"
 constexpr std::size_t kKeptBeforeSum = 2;  // leaves room for the sum as well
 constexpr unsigned kNumbersWithoutSum = 4;
 
-// Neither left out nor replaced in a short name.
+// A short name neither leaves the character out nor replaces it.
 bool IsPlain(WCHAR unit) {
     constexpr TextView kReplaced = TEXT("+,;=[]");
     return unit > ' ' && unit < 0x7F && unit != '.' && kReplaced.find(unit) == kReplaced.npos;
 }
 
-// Up to `most` characters of the text as a short name spells them.
+// Up to `most` characters of the text, spelled as in a short name.
 Text Kept(TextView text, std::size_t most) {
     Text kept;
     for (const WCHAR unit : text)
@@ -26,7 +26,7 @@ Text Kept(TextView text, std::size_t most) {
     return kept;
 }
 
-// Windows' sum over a name, its digits in hexadecimal from the lowest to the highest.
+// Windows' sum over a name in hexadecimal, from the lowest digit to the highest.
 Text Sum(TextView name) {
     std::uint16_t sum = 0;
     for (const WCHAR unit : name)
@@ -59,7 +59,7 @@ ShortNames::ShortNames(TextView name, TextView upper) {
     m_summed = m_base.substr(0, kKeptBeforeSum) + Sum(name);
     m_extension = Kept(upper.substr(dot), kMaxExtension);
     if (!m_extension.empty()) m_extension.insert(m_extension.begin(), WCHAR{'.'});
-    // A beginning of one or two characters would say too little.
+    // A base of one or two characters gets the sum at once.
     m_firstSummed = m_base.size() <= kKeptBeforeSum ? 1 : kNumbersWithoutSum + 1;
 }
 

@@ -5,7 +5,7 @@
 #include "app/setup_state.h"
 #include "support/handles.h"
 
-// Zero before any code runs, and so safe to fill from another unit's static objects.
+// They are zero before any code runs, so another unit's static objects may fill them.
 LookupPrivilegeValueFn g_lookupPrivilegeValue;
 AdjustTokenPrivilegesFn g_adjustTokenPrivileges;
 OpenProcessTokenFn g_openProcessToken;
@@ -74,7 +74,7 @@ int EnablePrivilege(HANDLE token, LPCWSTR privilege, int enable) {
         std::printf("AdjustTokenPrivileges error: %u\n", static_cast<unsigned>(GetLastError()));
         return 0;
     }
-    // The call succeeds also when the token doesn't hold the privilege; only the last error tells.
+    // The call also succeeds when the token doesn't hold the privilege. Only the last error shows that.
     if (GetLastError() == ERROR_NOT_ALL_ASSIGNED) {
         std::printf("The token does not have the specified privilege. \n");
         return 0;

@@ -26,18 +26,20 @@ Function FindFunction(HMODULE module, LPCSTR name) {
 // Fills the four pointers from modules that the process already holds; loads nothing.
 void LookUpSystemFunctions();
 
-// Starts a program. `folder` null stands for g_targetDir; `waitMs` 0 waits for nothing, and a wait that runs
-// out is no failure. Non-zero when the process was started. The exit code is not fetched. A command line of
-// 520 characters or more fails.
+// Starts a program.
+//   folder   its current folder; null stands for g_targetDir
+//   waitMs   how long to wait for its end; 0 doesn't wait. A wait that times out is no failure.
+// Returns non-zero when the process was started. A command line of 520 characters or more fails.
 int ExecAndWait(LPCWSTR commandLine, LPCWSTR folder, DWORD waitMs);
 
-// True when this process runs under the 32-bit layer of a 64-bit Windows. It asks about the process, not the
-// machine: 0 in every 64-bit build.
+// Non-zero when this process runs under the 32-bit layer of a 64-bit Windows. The answer is about the
+// process, not about the machine: a 64-bit build always returns 0.
 int IsWow64();
 
-// Switches a privilege of the token on (`enable` non-zero) or off. 1 on success; 0 on any failure, with a
-// line on standard output unless the system lacks the function.
+// Switches a privilege of the token on (`enable` non-zero) or off. Returns 1 on success and 0 on any failure.
+// A failure writes a line to standard output, unless the system lacks the function.
 int EnablePrivilege(HANDLE token, LPCWSTR privilege, int enable);
 
-// The version that no compatibility setting changes. 0, with the record cleared, when it can't be had.
+// Reads the system's true version, which no compatibility setting changes. Returns 0 and clears the
+// record when it can't be read.
 int GetOsVersion(RTL_OSVERSIONINFOEXW* version);

@@ -11,6 +11,6 @@ CString InSourceDir(LPCWSTR name);
 CString LogPath();
 CString ManifestPath();
 
-// The full path of the running program. Empty when it has MAX_PATH characters or more: Windows cuts such a path,
-// and what is left names another file.
+// The full path of the running program. Empty when it has MAX_PATH characters or more: Windows cuts such a
+// path, and what is left names another file.
 CString OwnPath();

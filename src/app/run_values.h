@@ -1,5 +1,5 @@
-// The numbers and flags of one run. Nothing but their start values is set before InitInstance, except for
-// g_osVersion.
+// The numbers and flags of one run. Before InitInstance they hold their start values, except for g_osVersion,
+// which is read before.
 #pragma once
 
 #include <framework.h>
@@ -21,7 +21,8 @@ extern int g_desktopIcon;
 extern int g_autoStart;
 // At the very end restart the machine if g_rebootNeeded is non-zero, otherwise start the product.
 extern int g_runAfter;
-// Neither the registry nor the command line named a folder. The machine may hold an installation all the same.
+// Neither the registry nor the command line named a folder. The machine may hold
+// an installation all the same.
 extern int g_freshInstall;
 // The result of the latest ScheduleBootReplace.
 extern int g_rebootNeeded;

@@ -17,7 +17,7 @@ namespace {
 
 constexpr int kMessageChars = 256;
 constexpr DWORD kEnvironmentChars = 1024;
-// Tells a running copy that setup closes it; it has kCloseMs to end by itself.
+// Tells a running copy that setup closes it. The copy then has kCloseMs to end by itself.
 constexpr WPARAM kClosedBySetup = 1001;
 constexpr DWORD kCloseMs = 10;
 
@@ -25,7 +25,8 @@ bool IsOption(LPCWSTR argument, LPCWSTR option) {
     return _wcsicmp(argument, option) == 0;
 }
 
-// Reads the options of silence and package into the variables of the run. True when "-s" stands among them.
+// Reads the options about silence and the package into the variables of the run. Returns
+// true when "-s" is among them.
 bool ReadOptions() {
     constexpr WCHAR kPackageOption[] = TEXT("-sfxname=");
     constexpr std::size_t cchPackageOption = std::size(kPackageOption) - 1;
@@ -57,7 +58,8 @@ bool IsInstallJob(const CString& program) {
     return CString(program).MakeLower().Find(kInstallerNameTest) >= 0;
 }
 
-// True when running copies are to be closed unasked. A flag at position 1 deliberately doesn't count.
+// True when running copies are to be closed without a question. A flag at position
+// 1 doesn't count, on purpose.
 bool ClosesUnasked() {
     for (int position = 2; position < __argc; ++position)
         if (IsOption(__wargv[position], TEXT("/s")) || IsOption(__wargv[position], TEXT("-s"))) return true;
@@ -78,9 +80,10 @@ bool ConfirmClosing(int others, LPCWSTR title) {
     return false;
 }
 
-// Closes running copies, by force when they don't end at once. Only the first `others` entries are visited:
-// this process stands last in the list unless a copy started after it. A list that shrank since it was
-// counted ends the process by the array's exception; a count beyond what a list can hold doesn't.
+// Closes running copies, by force when they don't end at once. Only the first `others` entries are
+// visited, because this process is the last one in the list unless a copy started after it. If the list
+// has become too short since it was counted, the array's exception ends the process. A count above the
+// size of a full list doesn't.
 void CloseRunningCopies(int others) {
     CDWordArray ids;
     if (!g_instanceManager.ListInstances(ids)) return;
@@ -108,13 +111,13 @@ BOOL CSetupApp::InitInstance() {
 
     const CString program = OwnPath();
     const bool isInstall = IsInstallJob(program);
-    // An installer that can't learn its own name would take its package for an installation and delete it.
+    // Without its own path an installer would take the package for an installation, and delete it.
     if (!isInstall && program.IsEmpty()) return 0;
     if (isInstall && !explicitSilent && g_silentMode < kSilentWithLastPage) g_silentMode = kInteractive;
     if (!isInstall && g_silentMode == kInteractive && !ConfirmUninstall(title)) return 0;
 
-    // The list counts this process too. The count is whatever other processes wrote: the subtraction must not
-    // overflow.
+    // The list counts this process too. Other processes may have written any count, so the subtraction is
+    // done without a sign, where it can't overflow.
     const int others = static_cast<int>(static_cast<DWORD>(g_instanceManager.CountInstances()) - 1);
     if (others > 0) {
         if (isInstall && !ClosesUnasked() && !ConfirmClosing(others, title)) return 1;
@@ -136,8 +139,7 @@ void PrepareProcess(CWinApp& application) {
 void PutOwnFolderOnPath() {
     const CString folder = ParentDir(OwnPath()).MakeLower();
     WCHAR value[kEnvironmentChars] = {};
-    // A result at or above the buffer's length is the length needed: there is no text to put the folder in
-    // front of.
+    // A result of at least the buffer's length is the length needed, and the buffer holds no text.
     if (GetEnvironmentVariableW(TEXT("Path"), value, kEnvironmentChars) >= kEnvironmentChars) return;
     const CString path = CString(value).MakeLower();
     if (path.Find(folder) < 0) (void)SetEnvironmentVariableW(TEXT("Path"), folder + TEXT(";") + path);

@@ -3,8 +3,8 @@
 #include "app/setup_app.h"
 #include "instances/instance_manager.h"
 
-// The objects below are built in the order in which they stand, which only one unit can promise. The list
-// comes first: a process that counts the running copies finds this one among them, and it leaves the list last.
+// These objects are built in the order in which they stand here. Only within one unit is that order certain.
+// The list of running copies comes first: this process enters it before all else, and leaves it last.
 COXInstanceManager g_instanceManager(kInstanceListName, kInstanceExtraBytes, true);
 CSetupApp theApp;
 CString g_targetDir;

@@ -18,7 +18,7 @@ inline constexpr WCHAR kSettingsRegFile[] = TEXT("QtvApp8.reg");
 inline constexpr WCHAR kUninstallerFile[] = TEXT("QtvUnInst.exe");
 inline constexpr WCHAR kLogFile[] = TEXT("QtvUnInst.log");
 inline constexpr WCHAR kOlderLogFile[] = TEXT("install.log");
-// What an image type is given to: the ProgID from Windows 8 on, the application's own key before.
+// Image types are assigned to the ProgID from Windows 8 on, and to the application's own key before.
 inline constexpr WCHAR kProgId[] = TEXT("Qantivo.8");
 inline constexpr WCHAR kApplicationProgId[] = TEXT("Applications\\QtvApp8.exe");
 inline constexpr WCHAR kProductKey[] = TEXT("SOFTWARE\\Lorvanta\\Qantivo 8");
@@ -31,12 +31,12 @@ inline constexpr DWORD kInstanceExtraBytes = 1024;
 inline constexpr WCHAR kInstallerNameTest[] = TEXT("setup.exe");
 inline constexpr WCHAR kVersionTitlePattern[] = TEXT("Qantivo 8.%02d.%02d");
 
-// Installation folder, and folder of the running program; both without a trailing separator.
+// The installation folder and the folder of the running program, both without a trailing separator.
 extern CString g_targetDir;
 extern CString g_sourceDir;
-// Program group below the Programs folder, as a relative path.
+// The program group, as a path relative to the Programs folder.
 extern CString g_groupName;
-// Folder of the self-extracting package that started this setup; empty without one.
+// The folder of the self-extracting package that started this setup; empty without one.
 extern CString g_sfxDir;
 
 extern COXInstanceManager g_instanceManager;

@@ -7,21 +7,21 @@
 
 namespace {
 
-// Without a folder the profile functions look in the Windows folder.
+// The name has no folder, so the profile functions look in the Windows folder.
 constexpr WCHAR kInitFile[] = TEXT("WININIT.INI");
 constexpr WCHAR kRenameSection[] = TEXT("rename");
 constexpr DWORD kSectionChars = 16384;
 constexpr WCHAR kEntryStart[] = TEXT("NUL=");
 constexpr std::size_t cchEntryStart = 4;
 
-// Puts an entry behind those of the section. The left side "NUL" means delete.
+// Appends an entry to the section. The left side "NUL" means delete.
 BOOL AddRenameEntry(LPCWSTR path) {
     WCHAR section[kSectionChars];
     section[0] = 0;
     const std::size_t count = GetPrivateProfileSectionW(kRenameSection, section, kSectionChars, kInitFile);
-    // Behind the entry and its own null stands the null that closes the list.
+    // The null that closes the list follows the entry and its own null.
     const std::size_t end = count + cchEntryStart + wcslen(path) + 1;
-    // A list cut short would lose marks that other programs placed.
+    // Writing back a list that was cut would lose marks of other programs.
     if (end >= kSectionChars) AfxFailFast();
     wcscpy(section + count, kEntryStart);
     wcscpy(section + count + cchEntryStart, path);
@@ -38,8 +38,8 @@ int ScheduleBootDelete(LPCWSTR path) {
 
 int ScheduleBootReplace(LPCWSTR source, LPCWSTR target) {
     g_rebootNeeded = MoveFileExW(source, target, MOVEFILE_DELAY_UNTIL_REBOOT);
-    // The entry is that of a delete, on purpose: on this route the source goes and never takes the target's
-    // place.
+    // On purpose the entry is that of a delete: on this route the source is deleted,
+    // and never replaces the target.
     if (!g_rebootNeeded) g_rebootNeeded = AddRenameEntry(source);
     return g_rebootNeeded;
 }
@@ -52,7 +52,8 @@ int DeleteMatching(LPCWSTR folder, LPCWSTR pattern) {
     const FindHandle find(FindFirstFileW(search, &match));
     if (!find) return 0;
 
-    // Only a backslash parts the pattern's folder from its name, so a match behind a forward slash is missed.
+    // Only a backslash separates the pattern's folder from its name. With a forward slash the search finds
+    // the file, but the path made here misses it.
     const CString patternText = pattern;
     const CString place = start + patternText.Left(patternText.ReverseFind(TEXT('\\')) + 1);
     int deleted = 0;

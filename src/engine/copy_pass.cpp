@@ -10,8 +10,8 @@
 
 namespace {
 
-// A value of two names is taken literally; only a plain one is a pattern and makes folders. A comment stays
-// part of the name, and so disables the record.
+// A value of two names is taken literally. Only a plain value is a pattern, and only a plain value makes
+// folders. A comment counts as part of the name, so it disables the record.
 void CopyRecord(LPCWSTR value, LPCWSTR folder) {
     CString name, newName;
     if (SplitNames(value, name, newName)) {
@@ -21,8 +21,8 @@ void CopyRecord(LPCWSTR value, LPCWSTR folder) {
     }
 }
 
-// Whether the system finds a library of that name other than the package's own, which is hidden meanwhile:
-// the folder of the running program is among the places searched.
+// True when the system finds a library of that name other than the package's own. The package's file is
+// renamed during the search, because the system also searches the folder of the running program.
 bool LoadsFromElsewhere(LPCWSTR value) {
     CString name = value, newName;
     (void)SplitNames(value, name, newName);
@@ -56,7 +56,8 @@ void CarryOutRecord(const LogRecord& record, bool wow64, bool portable) {
     }
 }
 
-// Makes the folder with every level above it. The trim takes the leading backslashes of a network path too.
+// Makes the folder with every level above it. The trim also removes the leading
+// backslashes of a network path.
 void MakeFolders(CString& folder) {
     folder.Trim(TEXT(" \t\r\n\\"));
     for (int end = folder.Find(TEXT('\\')); end >= 0; end = folder.Find(TEXT('\\'), end + 1)) {
@@ -94,7 +95,7 @@ int CopyMatching(LPCWSTR pattern, LPCWSTR fromFolder, LPCWSTR toFolder) {
     int done = 0;
     do {
         if (IsDotName(match.cFileName)) continue;
-        // The first failure gives the rest of the pattern up; the pass goes on with its next record.
+        // The first failure ends the pattern; the pass continues with its next record.
         if (!ReplaceFile(match.cFileName, source, target, nullptr)) break;
         ++done;
     } while (FindNextFileW(find.get(), &match));

@@ -3,16 +3,17 @@
 
 #include <framework.h>
 
-// The folder with a backslash behind it, unless it ends in a separator of either kind. An empty folder
-// becomes "\".
+// The folder with a closing backslash, unless it ends in a separator of either kind.
+// An empty folder becomes "\".
 CString WithSeparator(LPCWSTR folder);
 
-// Takes away what keeps a file from being deleted; the other attributes stay. Failures are not looked at.
+// Clears the attributes that keep a file from being deleted, and leaves the others. Failures are ignored.
 void ClearReadOnlyAndHidden(LPCWSTR path);
 
-// The folder in which a pattern's files are looked for: the pattern's own folder part counts only behind a
-// backslash, though the search finds files behind a forward slash as well.
+// The folder from which a pattern's files are copied. The folder part of the pattern counts only when it ends
+// in a backslash, though the search also finds files after a forward slash.
 CString CopySource(LPCWSTR fromFolder, LPCWSTR pattern);
 
-// The folder that a pattern's files go into: its folder part included, with a closing backslash.
+// The folder into which a pattern's files are copied: it includes the folder part of the
+// pattern and ends in a backslash.
 CString CopyTarget(LPCWSTR toFolder, LPCWSTR pattern);

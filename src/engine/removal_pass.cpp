@@ -10,7 +10,7 @@ bool IsWanted(const RecordKind& kind, LPCWSTR onlyPrefix) {
     return onlyPrefix ? wcscmp(kind.prefix, onlyPrefix) == 0 : kind.removal == AtRemoval::DeleteFiles;
 }
 
-// The folder, then its parents while they are empty.
+// Removes the folder, then its parents as long as they are empty.
 void RemoveWithEmptyParents(LPCWSTR deepest) {
     CString folder = deepest;
     while (RemoveDirectoryW(folder))
@@ -24,8 +24,8 @@ void RunRemovalPass(LPCWSTR logPath, LPCWSTR folder, LPCWSTR onlyPrefix) {
     if (!log) return;
     WCHAR line[kLineChars];
     while (ReadLogLine(line, log.get())) {
-        // Every kind is deleted in the folder given. What a portable install copied into the parent folder
-        // stays.
+        // Every kind is deleted in the folder given. What a portable install copied
+        // into the parent folder stays.
         const LogRecord record = ReadRecord(line);
         if (IsWanted(record.kind, onlyPrefix)) (void)DeleteMatching(folder, RemovalPattern(record.value));
     }

@@ -5,8 +5,8 @@
 
 namespace {
 
-// The target neither goes nor moves: the new file waits beside it. The delete mark goes first, since the
-// delayed move does not replace.
+// The target can be neither deleted nor moved, so the new file waits beside it. The delete mark comes first,
+// because the delayed move doesn't replace.
 void ParkForNextStart(LPCWSTR source, LPCWSTR target) {
     (void)ScheduleBootDelete(target);
     const CString parked = CString(target) + TEXT(".new");
@@ -14,7 +14,7 @@ void ParkForNextStart(LPCWSTR source, LPCWSTR target) {
     if (CopyFileW(source, parked, FALSE)) (void)ScheduleBootReplace(parked, target);
 }
 
-// Deletes the target. One in use is moved aside; when even that fails, the source is parked.
+// Deletes the target. A target in use is moved aside. When that fails too, the source is parked.
 void ClearTheWay(LPCWSTR source, LPCWSTR target) {
     ClearReadOnlyAndHidden(target);
     if (DeleteFileW(target)) return;
@@ -37,8 +37,8 @@ void ClearTheWay(LPCWSTR source, LPCWSTR target) {
 int ReplaceFile(LPCWSTR name, LPCWSTR fromFolder, LPCWSTR toFolder, LPCWSTR newName) {
     const CString from = WithSeparator(fromFolder);
     const CString to = WithSeparator(toFolder);
-    // As text alone: one folder in two spellings counts as two, and its file is then lost to the delete
-    // below.
+    // Only the texts are compared: one folder in two spellings counts as two folders, and the source is then
+    // deleted as the target.
     const bool sameFolder = from.CompareNoCase(to) == 0;
     if (sameFolder && !newName) return 1;
 
@@ -47,12 +47,12 @@ int ReplaceFile(LPCWSTR name, LPCWSTR fromFolder, LPCWSTR toFolder, LPCWSTR newN
     const CString target = to + (newName ? newName : name);
 
     if (sameFolder) {
-        // Another process may have taken the source meanwhile; then what stands at the target has to do.
+        // If another process has taken the source in the meantime, an existing target counts as done.
         if (!Exists(source)) return Exists(target);
         if (Exists(target) && !DeleteFileW(target)) return 1;
     }
     if (Exists(target)) ClearTheWay(source, target);
-    // After parking too: that copy fails on the held target, and 0 tells the caller that the job waits for a
-    // restart.
+    // The copy is tried after parking, too. It then fails on the target in use, and the result 0 tells the
+    // caller that the job waits for a restart.
     return CopyFileW(source, target, FALSE);
 }

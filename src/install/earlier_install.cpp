@@ -14,10 +14,10 @@
 
 namespace {
 
-// A question with eight numbers in it, the longest possible ones included, is below this.
+// Room for a question with eight numbers of any length.
 constexpr std::size_t kQuestionChars = 512;
 
-// The version as one number. Fields above 99 carry into the next place.
+// The version as one number. A field above 99 carries into the next one.
 DWORD VersionAsNumber(const VersionNumbers& version) {
     return ((version.major * 100 + version.minor) * 100 + version.release) * 100 + version.build;
 }
@@ -50,7 +50,7 @@ FileStream OpenEarlierLog() {
     return log;
 }
 
-// The lower-cased folders that a logged shortcut is held against.
+// The lower-cased folders that a logged shortcut is compared with.
 struct GroupFolders {
     CString programsPrefix;
     CString startupFolder;
@@ -77,8 +77,8 @@ bool LiesInGroup(LPCWSTR link, const GroupFolders& folders) {
     return lowered.Find(folders.programsPrefix) == 0 && lowered.Find(folders.startupFolder) < 0;
 }
 
-// Tries whether the folder takes a file. What comes out of it decides nothing. A file that could be opened
-// goes again.
+// Tests whether a file can be created in the folder. The result is not used. A file that
+// could be opened is deleted again.
 void ProbeForWriting(LPCWSTR folder) {
     WCHAR name[kPathChars];
     if (!GetTempFileNameW(folder, TEXT("q8t"), 0, name)) return;

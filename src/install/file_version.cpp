@@ -11,8 +11,8 @@
 
 namespace {
 
-// Windows doesn't protect the name of the version library: imported, it would come from the folder of the
-// setup program, which may be a download folder. So it is loaded late and by its full path.
+// An import of the version library would be searched in the folder of the setup program first, which may be a
+// download folder: Windows doesn't protect that library's name. So it is loaded late, and by its full path.
 LibraryHandle LoadVersionLibrary() {
     WCHAR folder[kPathChars];
     const UINT cchFolder = GetSystemDirectoryW(folder, kPathChars);
@@ -37,7 +37,7 @@ bool ReadFixedBlock(LPCWSTR path, VS_FIXEDFILEINFO& fixed) {
     void* found;
     UINT cbFound;
     if (!query(block.get(), TEXT("\\"), &found, &cbFound) || cbFound < sizeof fixed) return false;
-    // A damaged block may name a place behind its own end.
+    // A damaged block may name a place outside itself.
     const BYTE* const start = static_cast<const BYTE*>(found);
     if (start < block.get() || start > block.get() + (cbBlock - sizeof fixed)) return false;
     std::memcpy(&fixed, start, sizeof fixed);

@@ -16,16 +16,16 @@
 
 namespace {
 
-// The log is about to be overwritten, and with it the only record of the shortcuts made by the earlier
-// installation.
+// The install is about to overwrite the log, which holds the only record of the
+// earlier installation's shortcuts.
 void ClearEarlierInstallation() {
     RemoveLoggedLinks(InTargetDir(kOlderLogFile));
     RemoveLoggedLinks(LogPath());
     RunRemovalPass(ManifestPath(), g_targetDir, kFileDel);
 }
 
-// The folder that the program group goes into. An all-users install without a common programs folder becomes
-// one for the current user, for all that follows.
+// The folder of the program group. An install for all users becomes one for the current user, for all later
+// steps too, when there is no common Programs folder.
 CString ChooseGroupRoot() {
     CString folder;
     if (g_installType == kForAllUsers) {
@@ -41,7 +41,8 @@ CString UsersFolder(int common, int own) {
     return GetShellFolder(g_installType == kForAllUsers ? common : own);
 }
 
-// Makes the group with its parent levels, from the top down, and gives its path, made or not.
+// Makes the group and its parent levels, from the top down. Returns the group's path,
+// even when it couldn't be made.
 CString MakeGroupFolders(const CString& root) {
     for (int end = g_groupName.Find('\\'); end > 0; end = g_groupName.Find('\\', end + 1))
         (void)CreateDirectoryW(root + TEXT("\\") + g_groupName.Left(end), nullptr);
@@ -64,8 +65,7 @@ void MakeGroup() {
     g_groupName.Replace('/', '\\');
     g_groupName.Trim(TEXT(" \t\r\n\\"));
     const CString folder = MakeGroupFolders(root);
-    // A group that was there before is recorded just the same; the uninstall removes it only when it is
-    // empty.
+    // A group that existed before is recorded, too. The uninstall removes it only when it is empty.
     AppendLogLine(LogPath(), CString(kMadeDir) + folder);
     if (!Exists(folder)) return;
     MakeApplicationLink(folder);
@@ -78,7 +78,7 @@ void TakeSettingsFromPackage() {
     (void)ReplaceFile(kSettingsRegFile, g_sfxDir, g_targetDir, nullptr);
 }
 
-// The application registers itself beside the rest of the setup.
+// The application registers itself while setup continues.
 void StartSelfRegistration() {
     if (g_installType >= kPortable) return;
     (void)ExecAndWait(TEXT("\"") + InTargetDir(kApplicationFile) + TEXT("\" -regonly"), nullptr, 0);
@@ -90,7 +90,7 @@ void PerformInstall() {
     if (!g_freshInstall) ClearEarlierInstallation();
     RunCopyPass(ManifestPath());
     (void)CopyMatching(kLogFile, g_sourceDir, g_targetDir);
-    // An empty line parts the manifest's text from the records that follow.
+    // An empty line separates the manifest's text from the records that follow.
     AppendLogLine(LogPath(), TEXT(""));
     if (g_installType != kPortable) {
         MakeGroup();

@@ -3,6 +3,6 @@
 
 #include <framework.h>
 
-// Carries out the install that the variables of the run describe. No step's failure stops the next one;
-// nothing is undone and nothing reported.
+// Carries out the install that the variables of the run describe. A step that fails doesn't stop the next
+// one. Nothing is undone and nothing is reported.
 void PerformInstall();

@@ -19,10 +19,10 @@
 
 namespace {
 
-// Planned, by an application, for an installation.
+// The reason that Windows notes for the restart: planned, for the installation of an application.
 constexpr DWORD kRestartReason = 0x80040002;
 
-// Steps of the wizard behind which it opens.
+// The wizard opens at the step after the one given.
 constexpr int kFirstStep = -1;
 constexpr int kReadyStep = 4;
 
@@ -30,16 +30,16 @@ CString WithoutClosingBackslash(const CString& path) {
     return path.Last() == '\\' ? path.Left(path.GetLength() - 1) : path;
 }
 
-// `-instdir "C:\Apps\Qa\"` reaches the program as `C:\Apps\Qa"`, since a backslash escapes the quote behind
-// it.
+// `-instdir "C:\Apps\Qa\"` reaches the program as `C:\Apps\Qa"`, because a backslash
+// escapes the quote that follows it.
 CString CleanFolderArgument(const CString& argument) {
     const CString folder = argument.Last() == '"' ? argument.Left(argument.GetLength() - 1) : argument;
     const WCHAR last = folder.Last();
     return last == '\\' || last == '/' ? folder.Left(folder.GetLength() - 1) : folder;
 }
 
-// Reads the options of the install into the variables of the run, and gives the folder that the line names
-// last, or an empty text. A folder argument is not skipped: it is looked at as an option, too.
+// Reads the options of the install into the variables of the run. Returns the last folder on the command
+// line, or an empty text. A folder argument isn't skipped: it is read as an option, too.
 CString ReadInstallOptions() {
     CString folderArg;
     for (int i = 1; i < __argc; ++i) {
@@ -69,8 +69,8 @@ void ChooseTargetFolder(const CString& folderArg) {
     g_freshInstall = 1;
 }
 
-// Learns the version to install and, from an earlier installation, the choices to keep. False when the user
-// doesn't want that installation replaced.
+// Reads the version to install and the choices to keep of an earlier installation. Returns false when the
+// user doesn't want that installation replaced.
 bool TakeUpEarlierInstallation() {
     if (g_freshInstall) {
         ReadFileVersion(InSourceDir(kApplicationFile));
@@ -83,12 +83,13 @@ bool TakeUpEarlierInstallation() {
     return true;
 }
 
-// Without a source folder a path made from it would name a file in the root of the drive.
+// Without a source folder, a path made from it would name a file in the root of the drive.
 bool SetupFilesAreWhole() {
     return !g_sourceDir.IsEmpty() && g_version.major != 0 && Exists(ManifestPath());
 }
 
-// Shows the wizard, at its first page or, from step 4 on, at its last. True when the user went through it.
+// Shows the wizard: its last page for kReadyStep, otherwise its first. Returns
+// true when the user finished it.
 bool RunWizard(int step) {
     CSetupDlg wizard;
     wizard.m_page = step;
@@ -114,8 +115,8 @@ void RestartOrStartProduct() {
         RestartMachine();
         return;
     }
-    // Quoted: with a blank in the folder, a program named by the text in front of it would be started
-    // instead.
+    // The path is quoted. If the folder holds a blank, Windows would otherwise start a program that is
+    // named by the text in front of it.
     (void)ExecAndWait(TEXT("\"") + InTargetDir(kApplicationFile) + TEXT("\""), nullptr, 0);
 }
 

@@ -5,8 +5,8 @@
 void AppendLogLine(LPCWSTR logPath, LPCWSTR text) {
     const FileStream log(_wfopen(logPath, TEXT("a")));
     if (!log) return;
-    // Bytes, as the readers take them: fwprintf would give up in the middle of a line that the locale can't
-    // hold, and leave the record without its end.
+    // Bytes are written, as the readers expect. fwprintf would stop in the middle of a line that the locale
+    // can't hold, and leave the record without its end.
     for (; *text; ++text)
         (void)std::fputc(*text <= 0xFF ? *text : '?', log.get());
     (void)std::fputc('\n', log.get());

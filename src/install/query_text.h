@@ -1,4 +1,4 @@
-// What the lines of HomePage.url give to the address of the closing page.
+// What the lines of HomePage.url add to the address of the closing page.
 #pragma once
 
 #include <framework.h>
@@ -6,6 +6,6 @@
 // Characters of a buffer for one line, its terminator included.
 inline constexpr int kUrlLineChars = 260;
 
-// Lets one line, trimmed, act on the query text: a page's address replaces it by its own, an address of
-// updates adds its language. Other lines do nothing.
+// Applies one trimmed line to the query text. The address of a page replaces the text by its own query. The
+// address of updates adds its language. Other lines do nothing.
 void TakeQueryLine(const CString& line, CString& query);

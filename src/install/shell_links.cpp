@@ -58,7 +58,7 @@ HRESULT MakeShellLink(LPCWSTR target, LPCWSTR linkPath, LPCWSTR description, DWO
     if (workingFolder) (void)link->SetWorkingDirectory(workingFolder);
 
     result = file->Save(linkPath, TRUE);
-    // Only what was saved is recorded, so that the uninstall deletes no shortcut that isn't the product's.
+    // Only a saved shortcut is recorded, so that the uninstall deletes the product's own shortcuts only.
     if (SUCCEEDED(result)) AppendLogLine(LogPath(), CString(kShellLink) + linkPath);
     return result;
 }

@@ -21,8 +21,8 @@ constexpr WCHAR kFileAssociationsKey[] =
     TEXT("SOFTWARE\\Lorvanta\\Qantivo 8\\Capabilities\\FileAssociations");
 constexpr std::size_t kVersionTextChars = 128;
 
-// Windows 8 is the first that takes a ProgID of its own here; the systems before it take the application's
-// key.
+// Windows 8 is the first system that takes a ProgID of the product's own here. Earlier
+// systems take the application's key.
 LPCWSTR AssociationTarget() {
     const bool windows8 = g_osVersion.dwMajorVersion > 6 ||
                           (g_osVersion.dwMajorVersion == 6 && g_osVersion.dwMinorVersion >= 2);

@@ -1,4 +1,4 @@
-// What ties the application into Windows: registry values and the thumbnail handler.
+// What makes the application known to Windows: registry values and the thumbnail handler.
 #pragma once
 
 #include <framework.h>
@@ -9,18 +9,19 @@ struct ExtensionRow {
     int ownedByUs;
 };
 inline constexpr int kExtensionCount = 14;
-// The install reads `extension` alone; `ownedByUs` is working state of the file association restore.
+// The install reads only `extension`. `ownedByUs` is working state of the file association restore.
 extern ExtensionRow g_extensionTable[kExtensionCount];
 
-// Writes all registry values, in a fixed order. A value that can't be written is left out.
+// Writes all registry values in a fixed order, and skips a value that can't be written.
 void WriteSystemRegistration();
 
-// The thumbnail handler for this process and system, in `folder` (with a closing backslash); empty when there
-// is none. The install registers it and the uninstall takes the same one out.
+// The path of the thumbnail handler for this process and system in `folder`, which has a closing backslash.
+// Empty when there is none. The install registers the handler, and the uninstall unregisters the same one.
 CString ThumbnailHandlerPath(LPCWSTR folder);
 
-// A handler path up to this length counts as none: no path of a file below a folder is that short.
+// A handler path up to this length counts as none, since a file in a folder has a longer path.
 inline constexpr int kNoHandlerChars = 4;
 
-// Has regsvr32.exe, as the system's search finds it, register the thumbnail handler; waits for nothing.
+// Starts regsvr32.exe, as the system's search finds it, to register the thumbnail
+// handler. Doesn't wait for it.
 void RegisterThumbnailHandler();

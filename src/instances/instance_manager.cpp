@@ -12,16 +12,16 @@ constexpr WCHAR kFileMapPrefix[] = TEXT("Local\\COXInstanceManager_FileMap_");
 constexpr DWORD kListAccess = FILE_MAP_READ | FILE_MAP_WRITE;
 constexpr int kTitleChars = 512;
 constexpr WCHAR kTitleStart[] = TEXT("Qantivo");
-// Hidden windows that COM and DDE make in a process.
+// Titles of hidden windows that COM and DDE make in a process.
 constexpr LPCWSTR kForeignTitles[] = {TEXT("DDE Server Window"), TEXT("OleMainThreadWndName")};
 
-// The application rounds by the same formula, which is right below the granularity alone: both must agree on
-// where the additional region begins.
+// The formula is right only for sizes below the granularity. The application uses the same one, and both must
+// agree on where the additional region begins.
 DWORD RoundedSize(DWORD cbWanted, DWORD granularity) {
     return cbWanted / granularity + (cbWanted % granularity != 0 ? granularity : 0);
 }
 
-// A word that another process may be writing, read once.
+// Reads a word once that another process may be writing.
 DWORD ReadShared(const volatile DWORD& word) {
     return word;
 }
@@ -35,8 +35,8 @@ struct WindowSearch {
 
 IMPLEMENT_DYNAMIC(COXInstanceManager, CObject)
 
-// One operation on the list: false when there is nothing to work on. The view goes while the lock still
-// holds.
+// Access to the list for one operation; false when the list can't be used. The view is closed
+// before the lock is released.
 class COXInstanceManager::ListAccess {
   public:
     explicit ListAccess(COXInstanceManager& manager) : m_manager(manager), m_lock(&manager.m_listMutex) {
@@ -65,8 +65,8 @@ COXInstanceManager::COXInstanceManager(LPCWSTR name, DWORD cbAdditional, bool ad
     const CString mappingName = kFileMapPrefix + m_name;
     m_fileMapping.reset(CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE | SEC_COMMIT, 0,
                                            m_listSize + m_additionalSize, mappingName));
-    // Nothing guards the time between the two steps: a process that enters itself before the list is written
-    // is lost from it.
+    // Nothing protects the time between the two steps: a process that enters itself before the list is
+    // initialised is lost from it.
     if (GetLastError() != ERROR_ALREADY_EXISTS) InitInstanceList();
     if (addThis) (void)AddInstance(GetCurrentProcessId());
 }
@@ -100,8 +100,8 @@ DWORD COXInstanceManager::ListedEntries() const {
     return std::min(ReadShared(m_listView->instanceCount), kMaxListedInstances);
 }
 
-// Posted, never sent: nobody waits for another process under the lock. Without a window it goes to this
-// thread.
+// The message is posted, not sent, so that nobody waits for another process while holding the lock. For a
+// process without a window it goes to this thread.
 void COXInstanceManager::NotifyListed(UINT message, DWORD processId) const {
     const DWORD entries = ListedEntries();
     for (DWORD index = 0; index < entries; ++index)
@@ -114,7 +114,7 @@ int COXInstanceManager::AddInstance(DWORD processId) {
     if (!access) return 0;
     const DWORD count = ListedEntries();
     if (count >= kMaxListedInstances) return 0;
-    // Before the entry, so that the new process hears nothing of itself.
+    // This comes before the entry, so that the new process gets no message about itself.
     NotifyListed(WM_INSTANCE_ADDED, processId);
     m_listView->processIds[count] = processId;
     m_listView->instanceCount = count + 1;
@@ -130,8 +130,8 @@ int COXInstanceManager::RemoveInstance(DWORD processId) {
     DWORD* const entry = std::find(first, end, processId);
     if (entry == end) return 0;
     (void)std::copy(entry + 1, end, entry);
-    // The slot behind the old last entry, not the one that became free: readers stop at the count. In a full
-    // list it is the first word behind the record.
+    // This clears the slot after the old last entry, not the one that became free. Readers stop at the count.
+    // In a full list it is the first word after the record.
     reinterpret_cast<DWORD*>(reinterpret_cast<BYTE*>(m_listView) +
                              offsetof(InstanceListHeader, processIds))[entries] = 0;
     m_listView->instanceCount = ReadShared(m_listView->instanceCount) - 1;

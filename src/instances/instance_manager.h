@@ -1,8 +1,9 @@
 // The list of running processes of the product, shared by the setup program and the application.
 //
-// The list lies in a named mapping of the session and lives as long as a process holds it open. Names, layout
-// and the two notifications are a contract with the application: none of them can be changed on one side.
-// Nobody looks whether a listed process still runs: one that ended without leaving stays listed.
+// The list lies in a named mapping of the session, and exists as long as a process holds it open.
+// Names, layout and the two notifications are a contract with the application: none of them can be
+// changed on one side only. Nobody checks that a listed process still runs. A process that ended
+// without leaving the list stays in it.
 #pragma once
 
 #include <framework.h>
@@ -11,12 +12,12 @@
 
 #include "support/handles.h"
 
-// How many processes the list takes.
+// The largest number of processes in the list.
 inline constexpr DWORD kMaxListedInstances = 1000;
 
-// The start of the mapping. Other processes write it too: the count can hold anything.
+// The start of the mapping. Other processes write it too, so the count can be any number.
 struct InstanceListHeader {
-    DWORD maxInstances;                     // what the family allows; AddInstance doesn't look at it
+    DWORD maxInstances;                     // the limit; AddInstance ignores it
     DWORD instanceCount;                    // valid entries below
     DWORD processIds[kMaxListedInstances];  // oldest first
 };
@@ -29,44 +30,45 @@ static_assert(sizeof(InstanceListHeader) == 4008);
 inline constexpr UINT WM_INSTANCE_ADDED = 1946;
 inline constexpr UINT WM_INSTANCE_REMOVED = 1947;
 
-// Where the list can't be opened, every operation on it gives 0 and changes nothing.
+// If the list can't be opened, every operation on it returns 0 and changes nothing.
 class COXInstanceManager : public CObject {
     DECLARE_DYNAMIC(COXInstanceManager)
 
   public:
-    // name: of the list; cbAdditional: bytes the family shares beside it; addThis: enter this process at
-    // once.
+    //   name          of the list
+    //   cbAdditional  bytes that the processes share besides the list
+    //   addThis       enters this process at once
     COXInstanceManager(LPCWSTR name, DWORD cbAdditional, bool addThis);
-    // Takes this process out of the list, entered by the constructor or not.
+    // Removes this process from the list, whether or not the constructor entered it.
     ~COXInstanceManager() override;
 
-    // 1 when the process was entered, 0 when the list is full. An id may be entered more than once.
+    // Returns 1 when the process was entered, 0 when the list is full. An id may be entered more than once.
     int AddInstance(DWORD processId);
-    // 1 when the oldest entry of the process was taken out, 0 when there is none.
+    // Removes the oldest entry of the process. Returns 1, or 0 when there is none.
     int RemoveInstance(DWORD processId);
-    // How many processes are listed, as the list says: a count out of range is given as it stands.
+    // The number of processes as it is written in the list, even when it is out of range.
     int CountInstances();
-    // 1 with the array set to the process ids, oldest first; 0, the array untouched, when the list can't be
-    // opened.
+    // Sets the array to the process ids, oldest first, and returns 1. Returns 0 and leaves the array
+    // when the list can't be opened.
     int ListInstances(CDWordArray& ids);
     bool IsOtherInstanceRunning();
 
-    // The main window of a process, or null: the topmost window that is neither owned nor a tool window and
-    // whose title begins with the product's name.
+    // The main window of a process: the topmost window that is neither owned nor a tool window and whose
+    // title begins with the product's name. Null when there is none.
     static HWND FindInstanceWindow(DWORD processId);
-    // Asks the process to close: 1 when it was asked, 0 when it has no main window or a disabled one.
+    // Asks the process to close. Returns 1 when it was asked, 0 when it has no main window or a disabled one.
     static int CloseInstance(DWORD processId);
 
     DWORD GetMaxInstances();
-    // Sets the limit; with closeExcess set asks as many processes to close as are listed above it, the
-    // youngest first and this one last. 0 when the list can't be opened, otherwise 1.
+    // Sets the limit. closeExcess also asks as many processes to close as are listed above the limit, the
+    // youngest first and this one last. Returns 0 when the list can't be opened, otherwise 1.
     int SetMaxInstances(DWORD limit, bool closeExcess);
-    // True when more processes are listed than the limit allows. bringForward then shows the window of the
-    // oldest process other than this one.
+    // True when more processes are listed than the limit allows. With bringForward it then shows the window
+    // of the oldest other process.
     bool IsOverLimit(bool bringForward);
 
-    // The additional region, or null when it can't be opened. The view stays until UnmapAdditionalData.
-    // Whoever works on it holds GetAdditionalMutex: this class doesn't.
+    // The additional region, or null when it can't be opened. The view stays until UnmapAdditionalData. The
+    // caller must hold GetAdditionalMutex while it uses the region.
     void* MapAdditionalData();
     void UnmapAdditionalData();
     CMutex& GetAdditionalMutex() { return m_additionalMutex; }
@@ -75,13 +77,13 @@ class COXInstanceManager : public CObject {
   private:
     class ListAccess;
 
-    // True when the list's view is there.
+    // Returns true when the list has a view.
     bool MapInstanceList();
     void UnmapInstanceList();
     void InitInstanceList();
     static BOOL CALLBACK EnumInstanceWindowsProc(HWND window, LPARAM context);
 
-    // The number of entries that may be looked at, whatever the count says.
+    // The number of entries that may be read, whatever the count is.
     DWORD ListedEntries() const;
     void NotifyListed(UINT message, DWORD processId) const;
     void BringForward() const;

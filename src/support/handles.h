@@ -1,4 +1,4 @@
-// One owner for every handle: each type closes what it holds at the end of its scope.
+// Owners of handles: each closes its handle at the end of its scope.
 #pragma once
 
 #include <framework.h>

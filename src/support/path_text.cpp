@@ -8,9 +8,8 @@ namespace {
 
 constexpr std::size_t kUnbounded = 0x7FFFFFFF;
 
-// The wide printf family differs between runtime libraries in what %s takes; _vsnwprintf takes wide text in
-// all of them. A text of exactly the buffer's length comes back without a terminator, so it counts as one
-// that doesn't fit.
+// Runtime libraries differ in what %s means for wide text. In _vsnwprintf it is wide text in all of them. A
+// text of exactly the buffer's length arrives without a terminator, so it counts as one that doesn't fit.
 int Format(LPWSTR buffer, std::size_t cchBuffer, LPCWSTR format, va_list arguments) {
     if (cchBuffer == 0) return -1;
     const int written = _vsnwprintf(buffer, cchBuffer, format, arguments);

@@ -2,7 +2,7 @@
 
 namespace {
 
-// What a query is given. Longer values read as missing.
+// The size that a query may fill. Longer values count as missing.
 constexpr DWORD kMaxValueBytes = 260;
 
 int SetRegValue(HKEY hive, LPCWSTR subKey, LPCWSTR value, DWORD type, const void* data, std::size_t cbData) {
@@ -25,7 +25,7 @@ RegistryKey OpenRegKey(HKEY hive, LPCWSTR subKey, REGSAM access) {
 CString GetRegString(HKEY hive, LPCWSTR subKey, LPCWSTR value) {
     const RegistryKey key = OpenRegKey(hive, subKey, KEY_READ);
     if (!key) return {};
-    // One character more than the query may fill: a stored value need not hold a terminator.
+    // One character more than the query may fill, because a stored value may lack its terminator.
     WCHAR text[kMaxValueBytes / sizeof(WCHAR) + 1] = {};
     DWORD cbText = kMaxValueBytes;
     const LSTATUS status =

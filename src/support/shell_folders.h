@@ -3,7 +3,8 @@
 
 #include <framework.h>
 
-// Where the registry holds a user's folders, below the root of the user and below HKEY_LOCAL_MACHINE alike.
+// The key that holds the folders of a user, below the user's root, and those of all
+// users, below HKEY_LOCAL_MACHINE.
 inline constexpr WCHAR kShellFoldersKey[] =
     TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders");
 
@@ -13,7 +14,7 @@ inline constexpr WCHAR kShellFoldersKey[] =
 inline constexpr int kNoFolderChars = 4;
 inline constexpr int kMinProgramsPathChars = 4;
 
-// The path of a shell folder (a CSIDL number), made by the shell when it doesn't exist yet; no separator is
-// added or removed. When the shell fails, what the "Shell Folders" key of the registry holds for it, normally
-// the same path. Empty when unknown.
+// The path of a shell folder (a CSIDL number), as the shell returns it. The shell makes the folder when it
+// doesn't exist yet. If the shell fails, the path comes from the "Shell Folders" key of the registry, which
+// is normally the same. Empty when it is unknown.
 CString GetShellFolder(int folder);

@@ -3,8 +3,8 @@
 #include <algorithm>
 
 bool ReadTextLine(LPWSTR line, int cchLine, FILE* file) {
-    // Bytes, not fgetws: its conversion depends on the locale, and an install must read back what it logged
-    // whatever the locale is.
+    // Bytes are read, because the conversion of fgetws depends on the locale. An uninstall must read the log
+    // in any locale as the install wrote it.
     constexpr int kMostBytes = 512;
     char bytes[kMostBytes];
     if (!std::fgets(bytes, std::min(cchLine, kMostBytes), file)) return false;

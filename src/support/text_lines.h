@@ -5,7 +5,7 @@
 
 #include <cstdio>
 
-// Reads one line with its line end, or the first cchLine - 1 characters of it; the next read goes on there.
-// Byte b is character b, and a null byte ends the text of its line. False at the end of the file. Allocates
-// nothing; cchLine is at most 512.
+// Reads one line with its line end, or the first cchLine - 1 characters of it; the next read then continues
+// there. cchLine is at most 512. Byte b becomes character b, and a null byte ends the text of its line.
+// Returns false at the end of the file. Allocates nothing.
 bool ReadTextLine(LPWSTR line, int cchLine, FILE* file);

@@ -13,11 +13,11 @@ constexpr WCHAR kFileExtsKey[] = TEXT("Software\\Microsoft\\Windows\\CurrentVers
 constexpr WCHAR kUserChoice[] = TEXT("UserChoice");
 constexpr WCHAR kFormerChoice[] = TEXT("QtvAppOld");
 
-// For each extension the choice to put back before Windows Vista; empty when there is none.
+// The choice to restore for each extension, before Windows Vista only; empty when there is none.
 WCHAR g_savedAssociations[kExtensionCount][kRegScratchChars];
 
-// Where the choices stand: a key for each extension below baseKey, and the value that holds the choice there
-// before Windows Vista. From Vista on the choice is the key's UserChoice.
+// Where the choices are stored: baseKey has a key for each extension. Before Windows Vista the choice is the
+// value valueName of that key, from Vista on it is the sub-key UserChoice.
 struct Choices {
     HKEY baseKey;
     LPCWSTR valueName;
@@ -31,7 +31,7 @@ bool Holds(LPCWSTR text, LPCWSTR part) {
     return wcsstr(text, part) != nullptr;
 }
 
-// The key opened here stays open until the process ends.
+// The key that is opened here stays open until the process ends.
 Choices FindChoices() {
     HKEY key = nullptr;
     if (RegOpenKeyExW(HKEY_CURRENT_USER, kFileExtsKey, 0, KEY_ALL_ACCESS, &key) == ERROR_SUCCESS)
@@ -41,9 +41,9 @@ Choices FindChoices() {
     return {nullptr, nullptr};
 }
 
-// ---- first pass: whose is the extension, and what stood there before ----
+// ---- first pass: does the product own the extension, and what was the choice before? ----
 
-// A choice by ProgID isn't looked for: this one text alone marks the extension as the product's.
+// Only this one text marks the extension as the product's. A choice of the product's ProgID isn't looked for.
 void NoteUserChoice(HKEY extension, int row) {
     const CString progId = GetRegString(extension, kUserChoice, TEXT("Progid"));
     if (Holds(progId, kApplicationProgId)) g_extensionTable[row].ownedByUs = 1;
@@ -70,7 +70,7 @@ void NoteChoice(const Choices& choices, int row) {
         NoteChosenValue(extension.get(), choices.valueName, row);
 }
 
-// ---- second pass: give it back; true when it counts as a change ----
+// ---- second pass: give the extension back; the functions return true for a change ----
 
 bool DropUserChoice(HKEY extension, int row) {
     const bool owned = g_extensionTable[row].ownedByUs != 0;

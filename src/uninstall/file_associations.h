@@ -1,6 +1,6 @@
-// Gives the user's image file extensions back when the application goes away.
+// Gives the user's image file extensions back when the application is removed.
 #pragma once
 
-// For each extension of g_extensionTable that the product had taken: before Windows Vista puts the former
-// choice back, from then on deletes the user's choice. Tells the shell once when that counted as a change.
+// Handles each extension of g_extensionTable that belonged to the product: before Windows Vista it restores
+// the former choice, from Vista on it deletes the user's choice. If anything changed, the shell is told once.
 void RestoreFileAssociations();

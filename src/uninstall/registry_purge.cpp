@@ -9,8 +9,8 @@ namespace {
 
 constexpr int kKeyChars = 512;
 
-// A path that doesn't fit names no key. It must not reach the functions below as an empty text, which stands
-// for the parent itself.
+// A path that doesn't fit names no key. It must not reach the functions below as an empty text, which
+// would name the parent itself.
 void DeleteProductTree(HKEY hive, LPCWSTR company, LPCWSTR product) {
     WCHAR path[kKeyChars];
     if (FormatBounded(path, kKeyChars, TEXT("SOFTWARE\\%s\\%s"), company, product) > 0)
@@ -42,7 +42,7 @@ void PurgeUsers(LPCWSTR company, LPCWSTR product, LPCWSTR exeName) {
 void PurgeMachineLists(LPCWSTR uninstallKey, LPCWSTR exeName) {
     constexpr WCHAR kCurrentVersion[] = TEXT("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\");
     const CString current = kCurrentVersion;
-    // Without recursion: an entry that somebody put keys into stays.
+    // The delete isn't recursive: an entry to which somebody added keys stays.
     if (const RegistryKey entries =
             OpenRegKey(HKEY_LOCAL_MACHINE, current + TEXT("Uninstall"), KEY_ALL_ACCESS))
         (void)RegDeleteKeyW(entries.get(), uninstallKey);
@@ -53,7 +53,7 @@ void PurgeMachineLists(LPCWSTR uninstallKey, LPCWSTR exeName) {
         (void)RegDeleteValueW(registered.get(), kProgId);
 }
 
-// The browser reads the 64-bit view.
+// The browser reads the 64-bit view of the registry.
 void DeleteBrowserHost(HKEY hive) {
     const REGSAM access = IsWow64() ? KEY_ALL_ACCESS | KEY_WOW64_64KEY : KEY_ALL_ACCESS;
     if (const RegistryKey hosts = OpenRegKey(hive, TEXT("SOFTWARE\\Mozilla\\NativeMessagingHosts"), access))
@@ -80,7 +80,7 @@ bool DeleteRegTree(HKEY parent, LPCWSTR subKey) {
     if (const RegistryKey key = OpenRegKey(parent, subKey, KEY_ALL_ACCESS)) {
         WCHAR name[kKeyChars];
         DWORD index = 0;
-        // The next sibling moves into the place of a key that went; one that stays is stepped over.
+        // After a delete the next key has the same index. A key that stays is skipped.
         while (RegEnumKeyW(key.get(), index, name, kKeyChars) == ERROR_SUCCESS)
             if (!DeleteRegTree(key.get(), name)) ++index;
     }

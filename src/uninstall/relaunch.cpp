@@ -29,14 +29,14 @@ std::optional<CString> MakeTemporaryName() {
     return CString(name);
 }
 
-// The runtime joins the arguments by blanks, so one with a blank in it has to be quoted beforehand.
+// The runtime joins the arguments with blanks, so an argument that holds a blank must be quoted first.
 CString QuotedForJoining(const CString& path) {
     if (path.Find(' ') < 0 && path.Find('\t') < 0) return path;
     return TEXT("\"") + path + TEXT("\"");
 }
 
-// Drive and directory of a path, with the closing backslash. None when they don't fit the runtime's buffers:
-// what it gives then, a part cut or none at all, names another folder.
+// Drive and directory of a path, with the closing backslash. None when they don't fit into the runtime's
+// buffers, because what the runtime then returns is cut or empty and names another folder.
 std::optional<CString> FolderOf(LPCWSTR program) {
     const CString path = program;
     const int cchFolder = std::max(path.ReverseFind('\\'), path.ReverseFind('/')) + 1;
@@ -54,7 +54,7 @@ void UnregisterThumbnailHandler(const CString& folder) {
 }
 
 void UninstallFrom(const CString& folder, LPCWSTR firstProgram) {
-    // The handler unregisters itself, so its file must still stand.
+    // The handler unregisters itself, so its file must still exist.
     UnregisterThumbnailHandler(folder);
     (void)DeleteFileW(firstProgram);
     PerformUninstall(folder);
@@ -76,7 +76,7 @@ void RelaunchFromTemp() {
 
 void RunTemporaryCopy() {
     Sleep(kFirstProcessEndsMs);
-    // The copy marks itself first, so that nothing that fails below can leave it behind.
+    // The copy marks itself first, so that it is deleted whatever fails later.
     if (const CString own = OwnPath(); !own.IsEmpty()) (void)ScheduleBootDelete(own);
     const LPCWSTR firstProgram = __wargv[kFirstProgramPosition];
     if (const std::optional<CString> folder = FolderOf(firstProgram)) UninstallFrom(*folder, firstProgram);

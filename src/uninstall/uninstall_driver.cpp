@@ -32,7 +32,7 @@ void RemoveLoggedItems(const CString& folder) {
     (void)DeleteMatching(folder, kLogFile);
 }
 
-// For a product name of several levels: the folder that the installation folder lies in.
+// For a product name of several levels, removes the folder above the installation folder, too.
 void RemoveParentFolder(const CString& folder) {
     if (CString(kProductName).Find('\\') < 0) return;
     CString parent = folder;
@@ -47,8 +47,8 @@ void RemoveInstallFolders(const CString& folder) {
     const CString x32 = folder + TEXT("\\x32");
     if (!RemoveDirectoryW(x64)) (void)ScheduleBootDelete(x64);
     if (!RemoveDirectoryW(x32) && Exists(x32)) (void)ScheduleBootDelete(x32);
-    // The x32 folder decides here, too, and is meant to: without one, a folder that holds files of the user's
-    // stays unmarked.
+    // On purpose the x32 folder decides here, too: without one, a folder that holds
+    // the user's files gets no mark.
     if (!RemoveDirectoryW(folder) && Exists(x32)) (void)ScheduleBootDelete(folder);
     RemoveParentFolder(folder);
 }
@@ -57,7 +57,7 @@ void DeleteProductLink(const CString& folder) {
     (void)DeleteFileW(folder + TEXT("\\") + kProductName + TEXT(".lnk"));
 }
 
-// All that lies in the group goes, the user's own files included.
+// Deletes all that lies in the group, the user's own files included.
 void DeleteProductGroup(const CString& programs) {
     const CString group = programs + TEXT("\\") + kProductName + TEXT("\\");
     (void)DeleteMatching(group, TEXT("*.*"));
@@ -73,7 +73,7 @@ void SweepCommonFolders() {
     if (programs.GetLength() > kNoFolderChars) DeleteProductGroup(programs);
 }
 
-// Only what the scratch text then holds decides, not what came of the reads.
+// Only the scratch text decides, not the results of the reads.
 void SweepUser(HKEY user) {
     {
         const RegistryKey folders = OpenRegKey(user, kShellFoldersKey, KEY_ALL_ACCESS);
@@ -101,7 +101,7 @@ bool ReadRegScratch(HKEY key, LPCWSTR value) {
     DWORD cbText = sizeof g_regScratch;
     const LSTATUS status =
         RegQueryValueExW(key, value, nullptr, nullptr, reinterpret_cast<LPBYTE>(g_regScratch), &cbText);
-    // A stored value need not hold a terminator; one that fills the buffer without one doesn't fit.
+    // A stored value may lack its terminator. A value that fills the buffer without one doesn't fit.
     const bool whole = status == ERROR_SUCCESS && g_regScratch[kRegScratchChars - 1] == 0;
     if (!whole) g_regScratch[0] = 0;
     return whole;
@@ -112,7 +112,7 @@ void PerformUninstall(LPCWSTR folder) {
     PurgeRegistry(TEXT("Lorvanta"), kProductName, kProductName, kApplicationFile);
     RestoreFileAssociations();
     RemoveLoggedItems(folder);
-    // A current folder can't be removed.
+    // The current folder of a process can't be removed.
     (void)SetCurrentDirectoryW(TEXT("\\"));
     RemoveInstallFolders(folder);
     SweepCommonFolders();

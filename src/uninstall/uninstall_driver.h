@@ -1,18 +1,19 @@
-// Takes the application off the machine, in a fixed order, without a report of single failures.
+// Removes the application from the machine, in a fixed order. Single failures aren't reported.
 #pragma once
 
 #include <framework.h>
 
-// `folder`: the installation folder with a closing backslash.
+// Does the whole uninstall. `folder` is the installation folder with a closing backslash.
 void PerformUninstall(LPCWSTR folder);
 
-// How long thumbnail handler and application each have to unregister themselves.
+// The time that the thumbnail handler and the application each have to unregister themselves.
 inline constexpr DWORD kUnregisterMs = 5000;
 
-// Scratch text of the sweep over all users and of the file association restore, 1024 bytes a query.
+// Shared scratch text of the sweep over all users and of the file association
+// restore: a query takes 1024 bytes.
 inline constexpr int kRegScratchChars = 512;
 extern WCHAR g_regScratch[kRegScratchChars];
 
-// Reads a value of an open key into g_regScratch, whatever its type; null names the default value. A longer
-// text than fits is a failure. False on failure, with the scratch text empty.
+// Reads a value of any type from an open key into g_regScratch; null names the default value. Returns false
+// and leaves the scratch text empty when the value can't be read or doesn't fit.
 bool ReadRegScratch(HKEY key, LPCWSTR value);

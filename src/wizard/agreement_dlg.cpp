@@ -11,9 +11,9 @@ namespace {
 // Pixels from the frame's edges.
 constexpr int kMargin = 4;
 
-// The file's 16-bit units as they stand: no mark is known, nothing is converted, an odd last byte is left. A
-// name without a folder: the file lies in the folder that the program was started in. Empty when it can't be
-// read.
+// The file's 16-bit units, unchanged: a byte-order mark has no meaning, nothing is converted, and an
+// odd last byte is ignored. The name has no folder, so the file is read from the current folder.
+// Empty when it can't be read.
 CString ReadAgreement() {
     const FileStream file(_wfopen(TEXT("agreement.txt"), TEXT("rb")));
     if (!file || std::fseek(file.get(), 0, SEEK_END) != 0) return {};
@@ -43,7 +43,7 @@ BOOL CAgreementDlg::OnInitDialog() {
     m_text = ReadAgreement();
     m_edit.SetText(m_text);
     (void)UpdateData(FALSE);
-    // Nothing selected, and the view at the start.
+    // Select nothing, and show the start of the text.
     (void)m_edit.Send(EM_SETSEL, static_cast<WPARAM>(-1), 0);
     (void)m_edit.Send(EM_SCROLLCARET);
     (void)SetWindowPos(m_hWnd, HWND_TOP, kMargin, kMargin, 0, 0, SWP_NOSIZE | SWP_SHOWWINDOW);

@@ -1,4 +1,4 @@
-// The agreement page: the text of agreement.txt, to be accepted by the frame's Next button.
+// The agreement page: shows the text of agreement.txt, which the frame's Next button accepts.
 #pragma once
 
 #include <framework.h>

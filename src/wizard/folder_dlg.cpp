@@ -9,14 +9,14 @@ namespace {
 
 constexpr int kPatternChars = 520;
 
-// Set when the user browsed to a folder while the type was portable. Each opening of the page clears it.
+// Set when the user browsed to a folder while the type was portable. It is cleared when the page opens.
 BYTE g_portableFolderChosen;
 
 bool HoldsFile(const CString& folder, LPCWSTR name) {
     return Exists(folder + TEXT("\\") + name);
 }
 
-// The browser's items are the shell's memory.
+// The browser's items lie in memory of the shell.
 struct FreeByShell {
     void operator()(ITEMIDLIST* items) const {
         IMalloc* allocator = nullptr;
@@ -36,9 +36,9 @@ ItemList BrowseForFolder(HWND owner) {
     browse.lpszTitle = title;
     browse.ulFlags = BIF_RETURNONLYFSDIRS | BIF_EDITBOX | BIF_VALIDATE | BIF_NEWDIALOGSTYLE;
     browse.lpfn = BrowseCallbackProc;
-    // Its new style needs COM.
+    // The browser's new style needs COM.
     (void)CoInitialize(nullptr);
-    // The browser can open at a folder only when there is one.
+    // The browser can open only at a folder that exists.
     (void)CreateDirectoryW(g_targetDir, nullptr);
     ItemList items(SHBrowseForFolderW(&browse));
     (void)RemoveDirectoryW(g_targetDir);
@@ -58,7 +58,7 @@ END_MESSAGE_MAP()
 
 CFolderDlg::CFolderDlg(CWnd* parent) : CDialog(IDD_FOLDER, parent) {}
 
-// The folder that counts is the one in g_targetDir; only whether the page shows one is looked at.
+// The folder is already in g_targetDir. The page's text only tells whether one was chosen.
 BOOL CFolderDlg::DestroyWindow() {
     if (m_folderText.GetText().IsEmpty()) {
         (void)AfxMessageBox(LoadResString(IDS_BROWSE_FIRST));
@@ -74,7 +74,7 @@ void CFolderDlg::DoDataExchange(CDataExchange* exchange) {
     DDX_Radio(exchange, IDC_FOR_USER, m_type);
 }
 
-// The texts are those of no type set until the user clicks one.
+// Until the user clicks a type, the texts are those of a page on which no type is set.
 BOOL CFolderDlg::OnInitDialog() {
     (void)CDialog::OnInitDialog();
     g_portableFolderChosen = 0;
@@ -107,7 +107,7 @@ void CFolderDlg::OnBrowse() {
 }
 
 void CFolderDlg::TakeFolder(const CString& chosen) {
-    // An empty folder goes, whether or not the browser has made it: the install makes it again.
+    // An empty folder is removed, whether or not the browser has made it. The install makes it again.
     (void)RemoveDirectoryW(chosen);
     if (HoldsFile(chosen, TEXT("QtvApp5.exe")) || HoldsFile(chosen, TEXT("QtvApp6.exe"))) {
         (void)AfxMessageBox(LoadResString(IDS_OLDER_VERSION_FOLDER));

@@ -15,7 +15,7 @@ class CFolderDlg : public CDialog {
   public:
     explicit CFolderDlg(CWnd* parent = nullptr);
     BOOL CreatePage(UINT templateId, CWnd* parent) { return Create(templateId, parent); }
-    // Takes the type over. 0 when no folder is chosen: the page has said so, and stays.
+    // Stores the type. When no folder is chosen, it says so, returns 0, and the page stays.
     BOOL DestroyWindow() override;
 
   protected:
@@ -29,9 +29,9 @@ class CFolderDlg : public CDialog {
     void TakeFolder(const CString& chosen);
 };
 
-// How many names in the folder match the pattern, without "." and ".."; folders count like files. 0 for a
-// folder that can't be read.
+// The number of files and folders that match the pattern, without "." and "..". Returns 0 for
+// a folder that can't be read.
 int CountFolderEntries(LPCWSTR pattern, LPCWSTR folder);
 
-// Lets the folder browser open at the target folder, and stay open when a name is typed that is no folder.
+// Makes the folder browser open at the target folder, and stay open when the typed name isn't a folder.
 int CALLBACK BrowseCallbackProc(HWND browser, UINT message, LPARAM lParam, LPARAM data);

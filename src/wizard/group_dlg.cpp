@@ -11,8 +11,8 @@ namespace {
 
 constexpr int kShortestName = 3;
 
-// The last part of the folder's path, in lower case: a group of that name would start its shortcuts with
-// Windows.
+// The last part of the folder's path, in lower case. Windows would start the shortcuts of a group with that
+// name each time the user logs on.
 CString ForbiddenName(int folder) {
     const CString path = GetShellFolder(folder);
     return path.Mid(path.ReverseFind('\\') + 1).MakeLower();

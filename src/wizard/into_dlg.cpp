@@ -30,7 +30,7 @@ void CIntoDlg::DoDataExchange(CDataExchange* exchange) {
 
 BOOL CIntoDlg::OnInitDialog() {
     (void)CDialog::OnInitDialog();
-    // The template's text is the pattern.
+    // The text of the template is the format pattern.
     const CString pattern = m_info.GetText();
     WCHAR beta[kBetaChars] = {};
     if (g_version.build != 0) (void)FormatBounded(beta, kBetaChars, TEXT("Beta %d"), g_version.build);

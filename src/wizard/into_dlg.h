@@ -1,4 +1,4 @@
-// The welcome page: what is going to be installed, in which version.
+// The welcome page: shows what is installed, and in which version.
 #pragma once
 
 #include <framework.h>

@@ -21,12 +21,12 @@ enum Step { kWelcome, kAgreement, kDestination, kGroup, kReady, kLastPage };
 constexpr int kPageGap = 4;
 constexpr int kTextChars = 512;
 
-// The button texts of the template, put back after the agreement page.
+// The button texts of the template, restored after the agreement page.
 CString g_nextText;
 CString g_cancelText;
 
-// Forgets keys and clicks that came while nobody could take them in: the second half of a double click would
-// press the button that has meanwhile become another one.
+// Discards keys and clicks that came during the install. Otherwise the second half of a double click would
+// press Next again, which has become Finish by then.
 void DropQueuedInput() {
     MSG message;
     while (PeekMessageW(&message, nullptr, WM_KEYFIRST, WM_KEYLAST, PM_REMOVE) ||
@@ -81,7 +81,7 @@ void CSetupDlg::OnOK() {
         if (!m_currentPage->DestroyWindow()) return;
         m_currentPage.reset();
     }
-    // Refused Backs may have counted it down below the first step.
+    // Back buttons that a page refused may have counted it down below the first step.
     m_page = std::max(m_page + 1, static_cast<int>(kWelcome));
     if (m_page == kGroup && g_installType == kPortable) m_page = kReady;
     if (m_savedTitle.IsEmpty()) m_savedTitle = GetText();
@@ -116,7 +116,8 @@ void CSetupDlg::OnOK() {
     ShowPageBesidePicture();
 }
 
-// A page that refuses to be left stays, with the number already two lower: the next click goes on from there.
+// If the page refuses to close, it stays, but m_page is already two lower; the
+// next click continues from there.
 void CSetupDlg::OnBack() {
     m_page -= 2;
     if (m_page == kDestination && g_installType == kPortable) m_page = kAgreement;
@@ -136,7 +137,7 @@ void CSetupDlg::MakePage(UINT templateId) {
     (void)made.CreatePage(templateId, this);
 }
 
-// The agreement takes the picture's place as well, and puts itself there.
+// The agreement also covers the picture's place. The page moves itself there.
 void CSetupDlg::ShowAgreement() {
     m_nextButton.SetText(LoadResString(IDS_YES));
     m_cancelButton.SetText(LoadResString(IDS_NO));
@@ -146,7 +147,8 @@ void CSetupDlg::ShowAgreement() {
     SetText(LoadResString(IDS_ACCEPT_AGREEMENT));
 }
 
-// The page is placed, and so seen, only after the install: meanwhile the picture stands beside an empty area.
+// The page is placed, and so becomes visible, only after the install. Until then the area
+// beside the picture is empty.
 void CSetupDlg::InstallAndShowResult() {
     MakePage<CStartDlg>(IDD_START);
     CDialog& page = *m_currentPage;
@@ -193,9 +195,9 @@ void CSetupDlg::ShowPageBesidePicture() {
                            SWP_NOSIZE | SWP_SHOWWINDOW);
 }
 
-// The tick counts whether or not the box is seen.
+// The tick of the box counts even when the box is hidden.
 void CSetupDlg::Finish() {
-    // Pressed once: opening the page may take messages in.
+    // Opening the page may dispatch messages, so the button must not be pressed a second time.
     m_nextButton.Enable(FALSE);
     g_runAfter = static_cast<int>(m_currentPage->SendToItem(IDC_RUN_AFTER, BM_GETCHECK));
     OpenClosingPage();

@@ -5,8 +5,8 @@
 
 #include <memory>
 
-// The one modal window of an interactive install. DoModal gives IDOK when the user went through the last
-// page. The install itself runs inside the Next handler, between the ready page and the last page.
+// The one modal window of an interactive install. DoModal returns IDOK when the user finished the last page.
+// The install itself runs inside the Next handler, between the ready page and the last page.
 class CSetupDlg : public CDialog {
     DECLARE_DYNAMIC(CSetupDlg)
 
@@ -16,7 +16,7 @@ class CSetupDlg : public CDialog {
     CButton m_nextButton;
 
   public:
-    // The number of the step on show. 4 before DoModal opens the wizard at its last page.
+    // The number of the current step. If it is 4 before DoModal, the wizard opens at its last page.
     int m_page = -1;
 
   private:
@@ -29,7 +29,7 @@ class CSetupDlg : public CDialog {
   protected:
     void DoDataExchange(CDataExchange* exchange) override;
     BOOL OnInitDialog() override;
-    // Leaves the step on show, if its page lets it be left, and enters the next one.
+    // Leaves the current step, unless its page refuses to close, and enters the next one.
     void OnOK() override;
     void OnBack();
     void OnCancel() override;

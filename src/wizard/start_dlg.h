@@ -1,4 +1,4 @@
-// The ready page, and with other controls shown the last page. What it does lies in the frame.
+// The ready page and, with other controls shown, the last page. The frame does its work.
 #pragma once
 
 #include <framework.h>

@@ -19,7 +19,7 @@ TEST(Resources, KeepTheirBytes) {
         {.name = "IDD_FOLDER", .type = 5, .id = IDD_FOLDER, .checksum = 0xB54D5B74},
         {.name = "IDD_GROUP", .type = 5, .id = IDD_GROUP, .checksum = 0x0E0EED4F},
         {.name = "IDD_START", .type = 5, .id = IDD_START, .checksum = 0x346D1D9F},
-        {.name = "version", .type = 16, .id = 1, .checksum = 0x850ACBDC},
+        {.name = "version", .type = 16, .id = 1, .checksum = 0xD7428B37},
         {.name = "manifest", .type = 24, .id = 1, .checksum = 0x5E93A4BF},
         {.name = "IDB_SIDE", .type = 2, .id = IDB_SIDE, .checksum = 0xA22909B7},
     };

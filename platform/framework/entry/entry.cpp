@@ -1,9 +1,9 @@
-// The program's entry: hands over to the application object.
+// The program's entry: runs the application object.
 #include "../app.h"
 
-// An exception that nobody catches ends the process, as ever, but without a text about it, which no user of a
-// program with windows would see: the runtime library's own handler brings 46 KB of name decoding along. Nor
-// with a message box, which would hold up a silent run.
+// An exception that nobody catches ends the process. The runtime library's own handler would also write a
+// text about it. It needs 46 KB of code to decode names, and nobody sees the text of a program with windows.
+// A message box would block a silent run.
 namespace __gnu_cxx {
 void __verbose_terminate_handler();
 void __verbose_terminate_handler() {
