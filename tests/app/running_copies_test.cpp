@@ -6,13 +6,14 @@
 #include "resource.h"
 #include "support/handles.h"
 #include "support/path_text.h"
-#include "harness/scratch.h"
+#include "harness/driver.h"
 
 #include <algorithm>
 
 namespace {
 
 constexpr WCHAR kListMapping[] = TEXT("Local\\COXInstanceManager_FileMap_Qantivo.Tests");
+const Text kElapsed = kScratch + TEXT("\\elapsed");
 const Text kSleeper = kScratch + TEXT("\\sleeper.exe");
 
 // The shared list as the product lays it out, for the name that tests use: the limit, the count, a thousand
@@ -43,7 +44,10 @@ class RunningCopies : public ScratchTest {
 CHILD_PROGRAM(StartsAmongCopies) {
     (void)SetEnvironmentVariableW(TEXT("TMP"), TEXT("C:\\Scratch\\missing"));
     std::replace(List() + 2, List() + 1002, DWORD{0}, GetCurrentProcessId());
-    return theApp.InitInstance();
+    const DWORD start = GetTickCount();
+    const int result = theApp.InitInstance();
+    MakeFile(kElapsed, std::to_string(GetTickCount() - start));
+    return result;
 }
 
 // The list is walked to one entry before its end: where setup doesn't stand last, the last copy stays.
@@ -89,15 +93,35 @@ TEST_F(RunningCopies, RunOnUntilTheQuestionIsAnswered) {
         EXPECT_TRUE(copy.Runs());
         ASSERT_EQ(answers.Shown().size(), row.answers.size());
         EXPECT_EQ(answers.Shown()[0].text.substr(0, row.question.size()), row.question);
+        EXPECT_TRUE(answers.Shown()[0].HasStyle(row.exitCode ? MB_YESNO | MB_ICONWARNING
+                                                             : MB_YESNO | MB_ICONWARNING | MB_DEFBUTTON2));
+        EXPECT_TRUE(answers.Shown().size() == 1 || answers.Shown()[1].HasStyle(MB_OK | MB_ICONINFORMATION));
         for (const ShownBox& box : answers.Shown())
             EXPECT_EQ(box.caption, TEXT("Qantivo Setup"));
     }
 }
 
-// Ended processes stay listed, and the count may be more than the list holds.
+// A list that shrank since it was counted ends the process.
+TEST_F(RunningCopies, EndSetupByLeavingTheListDuringTheQuestion) {
+    const RunningProgram copy(kSleeper);
+    SetList(3, {copy.Id(), copy.Id(), 0});
+    const BoxAnswers answers({kLeftOpen});
+    const RunningProgram setup = StartChild("StartsAmongCopies", TEXT("-install"));
+    const Driver box(setup.Id(), TEXT("Qantivo Setup"));
+    List()[1] = 1;
+    EXPECT_TRUE(PostMessageW(box.Window(), WM_COMMAND, IDYES, 0));
+    EXPECT_GT(setup.ExitCode().value_or(0), 1u);
+    EXPECT_EQ(answers.Shown().size(), 1u);
+}
+
+// Ended processes stay listed, and the count may be more than the list holds. Each entry has 10 ms to end.
 TEST_F(RunningCopies, EndedProcessesArePassedOverToTheEndOfTheList) {
     const RunningProgram copy(kSleeper);
-    SetList(0x80000000, {0xFFFFFFF0, copy.Id()});
+    std::vector<DWORD> ids(11, 0xFFFFFFF0);
+    ids.back() = copy.Id();
+    SetList(0x80000000, ids);
     EXPECT_EQ(RunChild("StartsAmongCopies", kScratch + TEXT("\\QtvUnInst.exe")), 0u);
     EXPECT_EQ(copy.ExitCode(), 0u);
+    const int elapsed = std::stoi(FileBytes(kElapsed).value_or("0"));
+    EXPECT_TRUE(elapsed >= 100 && elapsed < 1000) << elapsed;
 }

@@ -68,8 +68,12 @@ TEST_F(Start, CommandLineChoosesJobAndSilence) {
         EXPECT_EQ(exitCode, row.job == Install ? 1u : 0u);
         EXPECT_EQ(FileBytes(kReport).value_or("none"), row.silenceAndPackage);
         EXPECT_TRUE(BootMarks().empty()) << "a temporary copy marks itself";
-        for (const ShownBox& box : answers.Shown())
+        const UINT style =
+            row.job == Install ? MB_OK | MB_ICONSTOP : MB_YESNO | MB_ICONWARNING | MB_DEFBUTTON2;
+        for (const ShownBox& box : answers.Shown()) {
             EXPECT_EQ(box.caption, row.job == Install ? TEXT("Qantivo 8") : TEXT("Qantivo Setup"));
+            EXPECT_TRUE(box.HasStyle(style));
+        }
     }
 }
 

@@ -6,6 +6,17 @@ namespace {
 
 class ClosedCopies : public EndToEndTest {};
 
+// The copies stay when their list is counted but can't be read.
+TEST_F(ClosedCopies, AreThoseOfTheList) {
+    const RunningProgram copy(TEXT("\"") + package + TEXT("\\QtvApp8.exe\" -show"));
+    while (copy.Runs() && !COXInstanceManager::FindInstanceWindow(copy.Id()))
+        Sleep(5);
+    setenv("WINHOST_FAULTS", "MapViewOfFile#3", 1);
+    EXPECT_EQ(Setup(TEXT("-install -s -instdir C:\\Scratch\\Qantivo")), 0u);
+    unsetenv("WINHOST_FAULTS");
+    EXPECT_TRUE(copy.Runs() && Exists(target + TEXT("\\QtvUnInst.log")));
+}
+
 // With no process to be opened, the application alone decides how it ends.
 TEST_F(ClosedCopies, AreToldThatSetupClosesThem) {
     const RunningProgram copy(TEXT("\"") + package + TEXT("\\QtvApp8.exe\" -show"));

@@ -33,7 +33,7 @@ TEST_F(RemovalPassTest, FilesGoFirstAndThenTheFolders) {
              "File Copy: commented | see | keep\r\n"
              "File Copy: x >  never there | > keep\r\n"
              "File Copy: keep >\r\nFile Copy: x > y > keep\r\n"
-             "File Del:  keep\r\nFile Del: keep|bar\r\nFile Del: | keep\r\n"
+             "File Del:  keep\r\nFile Del: keep|bar\r\nFile Del: | x > keep\r\n"
              "File Copy: held\r\n"
              "File Copy: sub\\*\r\n"
              "file copy: keep\r\n"

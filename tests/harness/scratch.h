@@ -131,6 +131,8 @@ inline constexpr int kLeftOpen = 0;
 struct ShownBox {
     Text caption;
     Text text;
+    std::optional<UINT> style;  // none under Windows, which doesn't tell it
+    bool HasStyle(UINT expected) const { return style.value_or(expected) == expected; }
 };
 class BoxAnswers {
   public:

@@ -76,8 +76,9 @@ Boxes BoxesSoFar() {
         std::vector<std::string> fields = winhost::EventFields(events[i]);
         const std::string kind = fields[0];
         if (kind != "message-box" && kind != "unanswered-box") continue;
-        fields.resize(3);
-        boxes.shown.push_back({winhost::Utf16(fields[1]), winhost::Utf16(fields[2])});
+        fields.resize(4);
+        boxes.shown.push_back(
+            {winhost::Utf16(fields[1]), winhost::Utf16(fields[2]), static_cast<UINT>(std::stoul(fields[3]))});
         if (kind == "unanswered-box") boxes.unanswered.push_back(boxes.shown.back());
     }
     return boxes;

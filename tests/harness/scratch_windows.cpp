@@ -52,7 +52,7 @@ void Answer(HWND box) {
         const std::lock_guard lock(boxMutex);
         if (box == leftOpen) return;
         const std::size_t index = boxes.shown.size();
-        boxes.shown.push_back({WindowText(box), WindowText(GetDlgItem(box, tools::kBoxText))});
+        boxes.shown.push_back({WindowText(box), WindowText(GetDlgItem(box, tools::kBoxText)), {}});
         if (index < boxButtons.size() && boxButtons[index] == kLeftOpen) {
             leftOpen = box;
             return;
