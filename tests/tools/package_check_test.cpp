@@ -1,4 +1,5 @@
 #include "package_check/package_check.h"
+#include "package_check/sarif.h"
 
 #include <optional>
 #include <random>
@@ -211,6 +212,35 @@ TEST_F(PackageCheckTest, EveryFileThatSetupReadsIsChecked) {
     }
 }
 
+TEST_F(PackageCheckTest, ManyRecordsForOneFolderAreANote) {
+    const struct {
+        unsigned count;
+        const char* folder;
+        const char* inPackage;  // of the last file
+        const char* expected;
+    } rows[] = {
+        {99, "s\\", "s\\x", ""},
+        {100, "s\\", "s\\x", "many-records:5"},
+        // A pattern would stop at a folder, and take the user's files at the top.
+        {101, "s\\", "s\\t\\x", ""},
+        {101, "", "x", ""},
+    };
+    for (const auto& row : rows) {
+        std::string records =
+            "Make Dir: s\nFile Copy: " + std::string(row.inPackage) + "\nMake Dir: s\\t\nMake Dir: s\n";
+        Write(row.inPackage, "content");
+        for (unsigned i = 0; i < row.count; ++i) {
+            const std::string name = row.folder + std::to_string(i);
+            Write(name, "content");
+            records += "File Copy: " + name + "\n";
+        }
+        Write("QtvUnInst.log", kStart + records);
+        EXPECT_EQ(Check(), row.expected) << row.count << row.inPackage;
+        EXPECT_EQ(ExitCode(), 0);
+        DeleteTree(kPackage + TEXT("\\s"));
+    }
+}
+
 TEST_F(PackageCheckTest, WhatCanNotBeReadIsTold) {
     EXPECT_EQ(Check(kScratch + TEXT("\\none")), "no-package()");
     EXPECT_EQ(ExitCode(), 2);
@@ -253,16 +283,49 @@ TEST_F(PackageCheckTest, AnyBytesAndAnyNumberOfRecordsAreTaken) {
 
 TEST(PackageCheckReport, SaysAllForAPersonAndForAProgram) {
     const std::vector<Finding> findings = {{"some-id", "f", 3, "a\"\\\x01", "b", "c"},
-                                           {"other", "", 0, "d", "e", "g"}};
+                                           {"other", "", 0, "d", "e", "g"},
+                                           {"hint", "f", 1, "h", "i", "j", true}};
     EXPECT_EQ(package_check::ToText(findings, "pkg"),
               "f:3: [some-id] a\"\\\\x01\n    what happens: b\n    instead:      c\n"
-              "pkg: [other] d\n    what happens: e\n    instead:      g\npkg: 2 findings\n");
+              "pkg: [other] d\n    what happens: e\n    instead:      g\n"
+              "f:1: [hint] note: h\n    what happens: i\n    instead:      j\npkg: 2 findings, 1 note\n");
     EXPECT_EQ(package_check::ToJson(findings, "p"),
               "{\"package\": \"p\", \"exitCode\": 1, \"findings\": [\n"
-              "  {\"id\": \"some-id\", \"file\": \"f\", \"line\": 3, \"what\": \"a\\\"\\\\\\u0001\", "
+              "  {\"id\": \"some-id\", \"level\": \"error\", \"file\": \"f\", \"line\": 3, \"what\": "
+              "\"a\\\"\\\\\\u0001\", "
               "\"happens\": \"b\", \"instead\": \"c\"},\n"
-              "  {\"id\": \"other\", \"file\": \"\", \"line\": 0, \"what\": \"d\", \"happens\": \"e\", "
-              "\"instead\": \"g\"}\n]}\n");
+              "  {\"id\": \"other\", \"level\": \"error\", \"file\": \"\", \"line\": 0, \"what\": \"d\", "
+              "\"happens\": \"e\", "
+              "\"instead\": \"g\"},\n"
+              "  {\"id\": \"hint\", \"level\": \"note\", \"file\": \"f\", \"line\": 1, \"what\": \"h\", "
+              "\"happens\": \"i\", "
+              "\"instead\": \"j\"}\n]}\n");
+}
+
+TEST(PackageCheckReport, SarifNamesRuleLevelAndPlace) {
+    const std::vector<Finding> findings = {{"long-line", "s\\#1.log", 3, "a\"", "b", "c"},
+                                           {"many-records", "r", 2, "d", "e", "f", true, true},
+                                           {"no-package", "", 0, "g", "h", "i"}};
+    const std::string text = package_check::ToSarif(findings, {"p\xC3\xA4 k/", "r", "."});
+    const auto place = [](const char* uri, const char* region) {
+        return std::string("\"locations\": [{\"physicalLocation\": {\"artifactLocation\": {\"uri\": \"") +
+               uri + "\"}" + region + "}}]}";
+    };
+    const std::string parts[] = {
+        R"("version": "2.1.0")",
+        R"({"id": "long-line", "fullDescription": {"text": "The line has more than 511 characters.)",
+        R"("executionSuccessful": false)",
+        R"({"ruleId": "long-line", "ruleIndex": )",
+        R"("level": "error", "message": {"text": "a\"\u000aWhat happens: b\u000aInstead: c"}, )" +
+            place("p%C3%A4%20k/s/%231.log", R"(, "region": {"startLine": 3})"),
+        R"("level": "note", "message": {"text": "d\u000aWhat happens: e\u000aInstead: f"}, )" +
+            place("r", R"(, "region": {"startLine": 2})"),
+        place("p%C3%A4%20k", "")};
+    for (const std::string& part : parts)
+        EXPECT_NE(text.find(part), text.npos) << part << "\nisn't in\n" << text;
+    EXPECT_NE(package_check::ToSarif(findings, {"p", "r", "p"}).find(R"("uri": "s/%231.log")"), text.npos);
+    EXPECT_NE(package_check::ToSarif(findings, {"../p", "r", "."}).find(R"("uri": "file:///)"), text.npos);
+    EXPECT_NE(package_check::ToSarif({}, {}).find(R"("executionSuccessful": true)"), text.npos);
 }
 
 }  // namespace

@@ -12,14 +12,16 @@ namespace fs = std::filesystem;
 
 namespace {
 
-int Check(const std::string& folder, bool json) {
-    const fs::path package = fs::absolute(folder);
+int Check(const package_check::Request& request, const std::vector<std::string>& arguments) {
     const tools::ThrowawayFolder machine("package_check");
     winhost::CreateMachine(machine.Path());
-    // A link to the folder: it is read where it lies.
-    fs::create_directory_symlink(package, machine.Path() / "C/Package");
+    // Links: package and recipe are read where they lie.
+    fs::create_directory_symlink(fs::absolute(arguments[request.folder]), machine.Path() / "C/Package");
+    if (request.recipe)
+        fs::create_symlink(fs::absolute(arguments[request.recipe]), machine.Path() / "C/recipe");
     winhost::EnterMachine(machine.Path());
-    return package_check::RunTool(TEXT("C:\\Package"), folder, json);
+    return package_check::RunTool(request, arguments, TEXT("C:\\Package"),
+                                  request.recipe ? TEXT("C:\\recipe") : nullptr);
 }
 
 }  // namespace
@@ -29,7 +31,7 @@ int main(int count, char** values) {
     const auto request = package_check::ReadArguments(arguments);
     if (!request) return package_check::kMisused;
     try {
-        return Check(arguments[request->folder], request->json);
+        return Check(*request, arguments);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "package_check: %s\n", error.what());
         return package_check::kMisused;

@@ -9,5 +9,6 @@ int wmain(int count, wchar_t** values) {
         arguments.push_back(package_check::Utf8(values[i]));
     const auto request = package_check::ReadArguments(arguments);
     if (!request) return package_check::kMisused;
-    return package_check::RunTool(values[request->folder], arguments[request->folder], request->json);
+    return package_check::RunTool(*request, arguments, values[request->folder],
+                                  request->recipe ? values[request->recipe] : nullptr);
 }

@@ -1,5 +1,7 @@
 #include "package_check/name_rules.h"
 
+#include <algorithm>
+
 #include "short_names.h"
 
 namespace package_check {
@@ -35,6 +37,13 @@ bool IsDevice(const Wide& level) {
 }
 
 }  // namespace
+
+bool HasForbidden(const CString& name) {
+    return std::any_of(name.Text().begin(), name.Text().end(), [](WCHAR character) {
+        return character < 0x20 || character == '<' || character == '>' || character == ':' ||
+               character == '"' || character == '|';
+    });
+}
 
 bool HasBlankOrDotEnd(const CString& path) {
     return AnyLevel(path, EndsInBlankOrDot);

@@ -6,6 +6,9 @@
 
 namespace package_check {
 
+// Whether there is a character that Windows' names can't hold. Wildcards and separators don't count.
+bool HasForbidden(const CString& name);
+
 // Whether a level of the path ends in a blank or a dot. A pattern may end in a dot: "*." finds names without
 // one.
 bool HasBlankOrDotEnd(const CString& path);

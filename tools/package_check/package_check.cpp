@@ -132,8 +132,9 @@ int ExitCode(const std::vector<Finding>& findings) {
     const auto isUnread = [](const Finding& finding) {
         return finding.id == "no-package" || finding.id == "no-manifest" || finding.id == "unreadable";
     };
-    if (findings.empty()) return 0;
-    return std::any_of(findings.begin(), findings.end(), isUnread) ? 2 : 1;
+    if (std::any_of(findings.begin(), findings.end(), isUnread)) return 2;
+    return !std::all_of(findings.begin(), findings.end(),
+                        [](const Finding& finding) { return finding.isNote; });
 }
 
 }  // namespace package_check

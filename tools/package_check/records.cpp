@@ -16,16 +16,11 @@ constexpr WCHAR kProgramFiles[] = TEXT("C:\\Program Files");
 // The one file that setup itself asks for only where it carries "File Copy x64: " records out.
 constexpr WCHAR kX64Handler[] = TEXT("x64\\ThumbQvi64.dll");
 
+// From here on a record for each file costs more time than the files do.
+constexpr unsigned kManyRecords = 100;
+
 // A folder has room for a name of 8.3 characters in it.
 constexpr int kMostOfFolder = MAX_PATH - 13;
-
-// What Windows' names can't hold. Wildcards are told apart.
-bool HasForbidden(const CString& name) {
-    return std::any_of(name.Text().begin(), name.Text().end(), [](WCHAR character) {
-        return character < 0x20 || character == '<' || character == '>' || character == ':' ||
-               character == '"' || character == '|';
-    });
-}
 
 // For a set of kinds.
 unsigned Bit(AtInstall install) {
@@ -105,6 +100,11 @@ void RecordChecks::TakePattern(const CString& pattern) {
     const CString target = CopyTarget(m_root, pattern);
     const CString source = WithSeparator(CopySource(m_package, pattern));
     MakeFolders(target);
+    if (m_record->kind->install == AtInstall::Copy && !HasWildcard(pattern) && !FolderOf(pattern).IsEmpty()) {
+        Singles& singles =
+            m_singles.try_emplace(Key(target), Singles{FolderOf(pattern), m_line, 0}).first->second;
+        ++singles.count;
+    }
     for (const auto& [name, isFolder] : matches) {
         if (isFolder) {
             Report("folder-match",
@@ -290,6 +290,7 @@ void RecordChecks::Finish() {
     FinishFolders();
     FinishRemovals();
     FinishShortNames();
+    FinishSingles();
     RequireInstalled(kApplicationFile, "application-not-installed",
                      "The shortcuts and the registry lead to a program that isn't there.");
     RequireInstalled(
@@ -372,6 +373,23 @@ void RecordChecks::FinishShortNames() {
             "pattern also finds " +
                 Utf8(more->c_str()) + ", and files of the user with such names.",
             "The files by name, or a pattern that is meant for both.");
+    }
+}
+
+// A pattern stops at a folder, so it is no choice where one is.
+void RecordChecks::FinishSingles() {
+    for (const auto& [key, singles] : m_singles) {
+        if (singles.count <= kManyRecords) continue;
+        const CString pattern = singles.folder + TEXT("\\*.*");
+        const auto matches = m_files.Find(pattern);
+        if (std::any_of(matches.begin(), matches.end(), [](const auto& match) { return match.isFolder; }))
+            continue;
+        Add("many-records", singles.firstLine, singles.folder,
+            std::to_string(singles.count) +
+                " records copy a file each into the folder: the installation takes longer than with one "
+                "pattern.",
+            "File Copy: " + Utf8(pattern) + ", if the product alone writes to the folder.");
+        m_findings.back().isNote = true;
     }
 }
 

@@ -1,6 +1,7 @@
 // What each record does, told from the package folder and the records before it.
 #pragma once
 
+#include <map>
 #include <unordered_map>
 #include <vector>
 
@@ -32,6 +33,11 @@ class RecordChecks {
         unsigned line = 0;
         bool always = false;  // installed on every machine
     };
+    struct Singles {
+        CString folder;  // in the package and below the installation folder alike
+        unsigned firstLine = 0;
+        unsigned count = 0;
+    };
     struct Removal {
         unsigned line = 0;
         CString record;
@@ -54,6 +60,7 @@ class RecordChecks {
     void FinishFolders();
     void FinishRemovals();
     void FinishShortNames();
+    void FinishSingles();
     void RequireInstalled(LPCWSTR file, const char* id, const char* happens);
 
     // About the present record, once a record and id.
@@ -79,6 +86,7 @@ class RecordChecks {
     std::unordered_map<Wide, Folder> m_folders;
     std::unordered_map<Wide, unsigned> m_patterns;  // with wildcards: line of the first
     std::vector<Removal> m_removals;                // with wildcards
+    std::map<Wide, Singles> m_singles;              // records of one file, by the key of their folder
 };
 
 }  // namespace package_check

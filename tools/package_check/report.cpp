@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "common/json.h"
 #include "common/text.h"
 #include "package_check/package_check.h"
@@ -12,13 +14,17 @@ std::string ToText(const std::vector<Finding>& findings, const std::string& fold
     for (const Finding& finding : findings) {
         text += Shown(finding.file.empty() ? folder : finding.file);
         if (finding.line) text += ":" + std::to_string(finding.line);
-        text += ": [" + finding.id + "] " + Shown(finding.what) + "\n";
+        text += ": [" + finding.id + "] " + (finding.isNote ? "note: " : "") + Shown(finding.what) + "\n";
         text += "    what happens: " + Shown(finding.happens) + "\n";
         text += "    instead:      " + Shown(finding.instead) + "\n";
     }
-    const std::string count = findings.empty()       ? "no findings, the package is clean"
-                              : findings.size() == 1 ? "1 finding"
-                                                     : std::to_string(findings.size()) + " findings";
+    const auto notes = std::count_if(findings.begin(), findings.end(),
+                                     [](const Finding& finding) { return finding.isNote; });
+    const auto wrong = findings.size() - static_cast<std::size_t>(notes);
+    std::string count = wrong == 0   ? "no findings, the package is clean"
+                        : wrong == 1 ? "1 finding"
+                                     : std::to_string(wrong) + " findings";
+    if (notes > 0) count += notes == 1 ? ", 1 note" : ", " + std::to_string(notes) + " notes";
     return text + Shown(folder) + ": " + count + "\n";
 }
 
@@ -28,9 +34,10 @@ std::string ToJson(const std::vector<Finding>& findings, const std::string& fold
     const char* separator = "\n";
     for (const Finding& finding : findings) {
         text += separator;
-        text += "  {\"id\": " + JsonString(finding.id) + ", \"file\": " + JsonString(finding.file) +
-                ", \"line\": " + std::to_string(finding.line) + ", \"what\": " + JsonString(finding.what) +
-                ", \"happens\": " + JsonString(finding.happens) +
+        text += "  {\"id\": " + JsonString(finding.id) +
+                ", \"level\": " + (finding.isNote ? "\"note\"" : "\"error\"") +
+                ", \"file\": " + JsonString(finding.file) + ", \"line\": " + std::to_string(finding.line) +
+                ", \"what\": " + JsonString(finding.what) + ", \"happens\": " + JsonString(finding.happens) +
                 ", \"instead\": " + JsonString(finding.instead) + "}";
         separator = ",\n";
     }

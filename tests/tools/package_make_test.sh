@@ -1,0 +1,251 @@
+#!/usr/bin/env bash
+# Tests package_make from the shell: package_make_test.sh BUILD-FOLDER
+set -uo pipefail
+build=$(realpath "$1")
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+make=("$build/package_make")
+[ ! -e "$build/package_make.exe" ] || make=("$root/scripts/wine.sh" "$build/package_make.exe")
+check=("${make[@]/%package_make/package_check}")
+check=("${check[@]/%package_make.exe/package_check.exe}")
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$work" || exit 1
+[ -x "${make[-1]}" ] || { echo "package_make_test: ${make[-1]} is missing" >&2; exit 1; }
+
+failed=
+fail() {
+    echo "package_make_test: $*" >&2
+    failed=yes
+}
+# run EXIT-CODE ARGUMENT...: what it prints goes to the file "said".
+run() {
+    local expected=$1 result=0
+    shift
+    "${make[@]}" "$@" 2>&1 | tr -d '\r' >said || result=$?
+    [ "$result" = "$expected" ] || fail "$* ended with $result: $(<said)"
+    [ ! -e out.unfinished ] || fail "$* leaves something unfinished"
+}
+says() { grep -qF -- "$1" said || fail "no word of \"$1\" but: $(<said)"; }
+# The package's manifest, compared with the standard input.
+manifest_is() { diff - <(tr -d '\r' <"$1/QtvUnInst.log") || fail "the manifest of $1 is another one"; }
+# files FOLDER NAME...
+files() {
+    local name
+    mkdir -p "$1"
+    cp "$build/package/"{QtvApp8.exe,QtvApp8Man.chm,HomePage.url,agreement.txt} "$1"
+    for name in "${@:2}"; do
+        mkdir -p "$1/$(dirname "$name")"
+        echo "$name" >"$1/$name"
+    done
+}
+
+# ---- a manifest ----
+files app b.dat A.dat deep/er/x.dat deep/y.dat many/1 many/2 x64/ThumbQvi64.dll pat/p1 pat/p2 rare/r.dll start.exe two.txt
+mkdir -p app/empty/inside
+cat >recipe <<'END'
+# What the files don't tell.
+File Copy: two.txt > 2.txt
+File Copy x64: x64\ThumbQvi64.dll
+File Copy ind: rare\r.dll
+File Copy prt: start.exe
+Make Dir: pat
+File Copy: pat\p*
+Make Dir: empty\inside\made
+
+File Overwrite: b.dat | written by the application
+END
+run 0 app out --recipe recipe --own many/
+says 'out: no findings, the package is clean'
+manifest_is out <<'END'
+File Copy: QtvApp8.exe
+File Copy: QtvUnInst.exe
+File Copy: A.dat
+File Copy: b.dat
+File Copy: HomePage.url
+File Copy: QtvApp8Man.chm
+File Copy: deep\y.dat
+File Copy: deep\er\x.dat
+File Copy: many\*.*
+Make Dir: empty
+Make Dir: rare
+Make Dir: x64
+Make Dir: empty\inside
+# What the files don't tell.
+File Copy: two.txt > 2.txt
+File Copy x64: x64\ThumbQvi64.dll
+File Copy ind: rare\r.dll
+File Copy prt: start.exe
+Make Dir: pat
+File Copy: pat\p*
+Make Dir: empty\inside\made
+
+File Overwrite: b.dat | written by the application
+Make Dir: empty\inside
+Make Dir: deep\er
+Make Dir: many
+Make Dir: empty
+Make Dir: deep
+END
+run 0 app second --recipe recipe --own many
+diff -r out second || fail 'the same input makes other bytes'
+
+# ---- the sample ----
+cp -r "$build/package" sample
+rm sample/{setup.exe,QtvUnInst.exe,QtvUnInst.log}
+run 0 sample sample_package --recipe "$root/sample/recipe.txt" --own Samples
+diff -r "$build/package" sample_package || fail 'the sample is not what its folder and its recipe make'
+
+# ---- an update ----
+files new back.dat same.dat Rare.dll start2.exe
+cat >recipe <<'END'
+File Copy ind: Rare.dll
+File Copy prt: start2.exe
+File Copy: same.dat > kept.dat
+File Del: named.dat | by the recipe
+END
+files old gone.dat named.dat pat/p1 pat/p2 pat/sub/s two.txt rare.dll back.dat start.exe start2.exe kept.dat x64/ThumbQvi64.dll
+cat >old/QtvUnInst.log <<'END'
+File Copy: QtvApp8.exe
+File Copy: gone.dat
+File Copy: named.dat
+File Copy: missing.dat
+File Copy: commented.dat | nothing
+File Copy: pat\*
+File Copy: two.txt > 2.txt
+File Copy: rare.dll
+File Copy: BACK.dat
+File Copy: kept.dat
+File Copy: ..\outside.dat
+file copy: start.exe
+File Copy x64: x64\ThumbQvi64.dll
+File Copy prt: start.exe
+File Copy prt: start2.exe
+Make Dir: made
+File Overwrite: cache.dat
+File Del: older?.dat | of version 7
+File Del: back.dat | it was away for a while
+File Del: rar?.dll
+File Del: gone.dat
+END
+run 0 new update --recipe recipe --earlier old
+diff - <(sed -n '/recipe/,$p' update/QtvUnInst.log | tr -d '\r') <<'END' || fail 'the update deletes other files'
+File Del: named.dat | by the recipe
+File Del: 2.txt
+File Del: gone.dat
+File Del: pat\p1
+File Del: pat\p2
+File Del: x64\ThumbQvi64.dll
+File Del: older?.dat | of version 7
+END
+diff - <(sed -n 's/^after an update stays //p' said) <<'END' || fail 'the update leaves other things'
+what the earlier record "File Del: rar?.dll" names, since the pattern matches Rare.dll as well: name the files one by one in the recipe
+rare.dll, of the earlier version, where this one's record isn't carried out
+the empty folder made, unless the recipe names it: Make Dir: made
+the empty folder pat, unless the recipe names it: Make Dir: pat
+the empty folder x64, unless the recipe names it: Make Dir: x64
+cache.dat, which the application of the earlier version made, unless the recipe names it: File Overwrite: cache.dat
+start.exe, in the parent folder of a portable installation
+END
+
+# ---- findings, of which one is the recipe's ----
+printf '# remark\nFile Copy x64: same.dat\nFile  Del: x\n' >recipe
+run 1 new found --recipe recipe
+says 'recipe:2: [x64-ignored] File Copy x64: same.dat'
+says 'recipe:3: [wrong-blank]'
+"${check[@]}" --sarif --recipe recipe --sarif-base . found | tr -d '\r' >said
+says '"uri": "recipe"}, "region": {"startLine": 3}'
+[ -e found/setup.exe ] || fail 'a package with findings is there to be looked at'
+
+# ---- what is no input ----
+[ ! -e "$build/package_make.exe" ] || exit "${failed:+1}"
+# refused SAYS ARGUMENT...
+refused() {
+    local text=$1
+    shift
+    run 2 "$@"
+    says "$text"
+    [ ! -e out ] || fail "$* made something"
+}
+rm -rf out
+refused 'use: package_make' app
+refused 'use: package_make' app out more
+refused 'use: package_make' app out --recipe
+refused 'use: package_make' app out --none
+refused 'none is no folder' none out
+refused 'nowhere, where the package is to be, is no folder' app nowhere/out
+refused 'lies in the folder of the files' app app/out
+refused "can't be read" app out --recipe none
+refused 'is no package: its QtvUnInst.log' app out --earlier new
+refused 'none is no program' app out --setup none
+refused '--own none: no such folder' app out --own many none
+refused '--own empty: it holds a folder' app out --own empty
+refused '--own empty\inside: it holds no file' app out --own empty/inside
+# refused_text SAYS FORMAT
+refused_text() {
+    # shellcheck disable=SC2059
+    printf "$2" >text
+    refused "$1" app out --recipe text
+}
+refused_text 'text:2: a byte 0' '\nFile Copy: \0'
+refused_text 'text:2: a byte 1A' '\n\x1AFile Copy: b.dat'
+refused_text 'text:1: more than 511 characters' "#$(printf '%0512d' 0)"
+# refused_file SAYS NAME [TARGET]
+refused_file() {
+    rm -rf odd
+    files odd
+    mkdir -p "$(dirname "odd/$2")"
+    if [ $# -eq 3 ]; then ln -s "$3" "odd/$2"; else echo odd >"odd/$2"; fi
+    refused "$1" odd out
+}
+refused_file 'in one byte' €.dat
+refused_file 'in one byte' $'\xFF.dat'
+refused_file "can't hold one of its characters" 'a:b'
+refused_file "can't hold one of its characters" 'folder/a*'
+refused_file "can't hold one of its characters" $'a\x01'
+refused_file 'a backslash' 'a\b'
+refused_file 'a blank or a dot at the end' 'folder /a'
+refused_file 'a blank or a dot at the end' 'a.'
+refused_file 'for a device' folder/aux.dll
+refused_file "a blank can't begin a name" ' a'
+refused_file 'package_make adds this file' Setup.exe
+refused_file 'package_make adds this file' qtvuninst.EXE
+refused_file 'package_make adds this file' QtvUnInst.log
+refused_file 'for the log of an earlier version' install.log
+refused_file 'the same name as' homepage.URL
+refused_file 'a link' folder/link ../HomePage.url
+rm -r odd/folder
+mkdir odd/ÄÖ odd/äö
+refused 'the same name as' odd out
+rmdir odd/äö
+mkfifo odd/pipe
+refused 'odd/pipe: neither a file nor a folder' odd out
+echo 'no version' >new/QtvApp8.exe
+refused "its version can't be read" new out
+rm new/QtvApp8.exe
+refused 'has no QtvApp8.exe' new out
+printf MZ >program
+refused 'are programs of different systems' app out --setup program
+mkdir out
+echo precious >out/file
+run 2 app out
+says 'is there already'
+[ "$(cat out/*)" = precious ] || fail 'a folder that was there is another one'
+rm out/file
+run 0 app out
+rm -r out
+mkdir out.unfinished
+"${make[@]}" app out >said 2>&1
+says 'out.unfinished is in the way'
+rm -r out.unfinished
+
+# ---- broken off ----
+mkdir app/long
+(cd app/long && seq 3000 | xargs touch)
+"${make[@]}" app out >said 2>&1 &
+for ((i = 0; i < 500; ++i)); do [ -e out.unfinished ] && break || sleep 0.01; done
+kill -TERM $!
+wait $!
+[ $? = 2 ] || fail 'a run that was broken off ends in another way'
+says stopped
+[ ! -e out ] && [ ! -e out.unfinished ] || fail 'a run that was broken off leaves something'
+[ -z "$failed" ]

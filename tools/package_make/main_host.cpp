@@ -1,0 +1,32 @@
+// The folders lie on the host. The manifest is read on a machine of this run's own, which has links to them.
+#include <cstdio>
+#include <exception>
+
+#include "package_make/tool.h"
+#include "common/throwaway_folder.h"
+#include "winhost.h"
+
+namespace fs = std::filesystem;
+
+bool package_make::IsLink(const fs::path& path) {
+    return fs::is_symlink(fs::symlink_status(path));
+}
+
+int main(int count, char** values) {
+    const auto request =
+        package_make::ReadArguments({values, values + count}, fs::read_symlink("/proc/self/exe"));
+    if (!request) return package_make::kMisused;
+    try {
+        const tools::ThrowawayFolder machine("package_make");
+        winhost::CreateMachine(machine.Path());
+        winhost::EnterMachine(machine.Path());
+        return package_make::RunTool(*request, [&](const fs::path& path, const char* name) {
+            fs::create_symlink(path, machine.Path() / "C" / name);
+            const std::string shown = std::string("C:\\") + name;
+            return CString(winhost::Utf16(shown));
+        });
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "package_make: %s\n", error.what());
+        return package_make::kMisused;
+    }
+}

@@ -1,0 +1,16 @@
+#include "package_make/tool.h"
+
+namespace fs = std::filesystem;
+
+bool package_make::IsLink(const fs::path& path) {
+    return (GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
+int wmain(int count, wchar_t** values) {
+    // What is printed is UTF-8.
+    (void)SetConsoleOutputCP(CP_UTF8);
+    const auto request = package_make::ReadArguments({values, values + count}, values[0]);
+    if (!request) return package_make::kMisused;
+    return package_make::RunTool(*request,
+                                 [](const fs::path& path, const char*) { return CString(path.c_str()); });
+}

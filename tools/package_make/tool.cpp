@@ -1,0 +1,263 @@
+#include "package_make/tool.h"
+
+#include <csignal>
+#include <cstdio>
+#include <fstream>
+#include <string_view>
+
+#include "app/run_values.h"
+#include "app/setup_state.h"
+#include "engine/file_steps.h"
+#include "install/file_version.h"
+#include "package_check/package_check.h"
+#include "package_check/recipe_lines.h"
+#include "package_make/installed.h"
+#include "package_make/manifest_text.h"
+#include "package_make/recipe.h"
+
+namespace fs = std::filesystem;
+
+// The one variable of the program that the check fills.
+VersionNumbers g_version;
+
+namespace package_make {
+
+namespace {
+
+volatile std::sig_atomic_t stopped = 0;
+
+void Stop(int signal) {
+    stopped = signal;
+}
+
+// The package while it is made, beside its place. It goes with the object unless it was put there.
+class NewPackage {
+  public:
+    explicit NewPackage(const fs::path& place) : m_place(place), m_folder(place) {
+        m_folder += ".unfinished";
+        if (fs::exists(fs::symlink_status(m_folder)))
+            throw BadInput(Shown(m_folder) +
+                           " is in the way: a run that is still busy, or one that was killed, left it");
+        if (fs::exists(fs::symlink_status(place)) && !(fs::is_directory(place) && fs::is_empty(place)))
+            throw BadInput(Shown(place) + " is there already, and no empty folder");
+        std::error_code error;
+        fs::create_directory(m_folder, error);
+        if (error) throw BadInput(Shown(m_folder) + " can't be made: " + error.message());
+        m_isOpen = true;
+    }
+    ~NewPackage() {
+        std::error_code error;
+        if (m_isOpen) fs::remove_all(m_folder, error);
+    }
+    NewPackage(const NewPackage&) = delete;
+    NewPackage& operator=(const NewPackage&) = delete;
+
+    const fs::path& Folder() const { return m_folder; }
+
+    void Copy(const fs::path& from, const fs::path& name) const {
+        if (stopped) throw BadInput("stopped; nothing was made");
+        const fs::path target = m_folder / name;
+        std::error_code error;
+        fs::copy_file(from, target, error);
+        if (error) throw BadInput(Shown(from) + " can't be copied: " + error.message());
+        // The time of a file tells which build it is of.
+        fs::last_write_time(target, fs::last_write_time(from, error), error);
+    }
+
+    void Write(const fs::path& name, const std::string& bytes) const {
+        std::ofstream file(m_folder / name, std::ios::binary);
+        file << bytes;
+        file.close();
+        if (!file) throw BadInput(Shown(m_folder / name) + " can't be written");
+    }
+
+    void PutInPlace() {
+        if (stopped) throw BadInput("stopped; nothing was made");
+        std::error_code error;
+        fs::remove(m_place, error);
+        fs::rename(m_folder, m_place, error);
+        if (error) throw BadInput(Shown(m_place) + " can't be made: " + error.message());
+        m_isOpen = false;
+    }
+
+  private:
+    const fs::path m_place;
+    fs::path m_folder;
+    bool m_isOpen = false;
+};
+
+enum class Kind { Windows, Host, Other };
+Kind KindOf(const fs::path& program) {
+    char start[4] = {};
+    std::ifstream(program, std::ios::binary).read(start, sizeof start);
+    const std::string_view bytes(start, sizeof start);
+    return bytes.starts_with("MZ") ? Kind::Windows
+           : bytes ==
+                   "\x7F"
+                   "ELF"
+               ? Kind::Host
+               : Kind::Other;
+}
+
+void CheckPrograms(const Request& request, const std::vector<Entry>& entries, const Reach& reach) {
+    const Entry* application = nullptr;
+    for (const Entry& entry : entries)
+        if (!entry.isFolder && entry.name.CompareNoCase(kApplicationFile) == 0) application = &entry;
+    if (!application)
+        throw BadInput(Shown(request.folder) + " has no QtvApp8.exe: there is no application to install");
+    ReadFileVersion(reach(application->path, "QtvApp8.exe"));
+    if (g_version.major == 0)
+        throw BadInput(
+            Shown(application->path) +
+            ": its version can't be read, or its first number is 0; setup would call its files damaged");
+    const Kind kind = KindOf(request.setup);
+    if (kind == Kind::Other)
+        throw BadInput(Shown(request.setup) + " is no program; --setup FILE names the setup program");
+    if (const Kind other = KindOf(application->path); other != Kind::Other && other != kind)
+        throw BadInput(Shown(request.setup) + " and " + Shown(application->path) +
+                       " are programs of different systems; --setup FILE names the setup program");
+}
+
+void CopyFiles(const NewPackage& package, const std::vector<Entry>& entries, const Request& request) {
+    for (const Entry& entry : entries)
+        if (entry.isFolder)
+            fs::create_directories(package.Folder() / entry.path.lexically_relative(request.folder));
+    for (const Entry& entry : entries)
+        if (!entry.isFolder) package.Copy(entry.path, entry.path.lexically_relative(request.folder));
+    for (const char* name : {"setup.exe", "QtvUnInst.exe"})
+        package.Copy(request.setup, name);
+}
+
+std::string Bytes(const std::vector<CString>& lines) {
+    std::string bytes;
+    for (const CString& line : lines) {
+        for (const WCHAR character : line.Text())
+            bytes += static_cast<char>(character);
+        bytes += "\r\n";
+    }
+    return bytes;
+}
+
+Installed ReadEarlier(const fs::path& folder, const Reach& reach) {
+    std::vector<package_check::Finding> findings;
+    const CString package = reach(folder, "Earlier");
+    std::vector<CString> lines;
+    if (!package_check::ReadLines(WithSeparator(package) + kLogFile, lines))
+        throw BadInput(Shown(folder) + " is no package: its QtvUnInst.log can't be read");
+    return ReadInstalled(package, package_check::PackageFiles(package, findings), lines);
+}
+
+std::string Name(const fs::path& path) {
+    const std::u8string bytes = path.u8string();
+    return {bytes.begin(), bytes.end()};
+}
+
+// The folder as a record names it.
+CString RecordName(const fs::path& folder) {
+    CString name = OneByteText(folder.has_filename() ? folder : folder.parent_path()).value_or(CString());
+    name.Replace('/', '\\');
+    return name;
+}
+
+int Make(const Request& request, const Reach& reach) {
+    if (!fs::is_directory(request.folder)) throw BadInput(Shown(request.folder) + " is no folder");
+    if (!fs::is_directory(request.package.parent_path()))
+        throw BadInput(Shown(request.package.parent_path()) + ", where the package is to be, is no folder");
+    if (const auto inside =
+            fs::weakly_canonical(request.package).lexically_relative(fs::canonical(request.folder));
+        !inside.empty() && *inside.begin() != "..")
+        throw BadInput(Shown(request.package) + " lies in the folder of the files");
+    ManifestInput input;
+    input.entries = ReadSourceFolder(request.folder);
+    for (const fs::path& folder : request.own)
+        input.own.push_back(RecordName(folder));
+    if (!request.recipe.empty())
+        input.recipe = ReadRecipe(reach(request.recipe, "recipe"), Shown(request.recipe));
+    CheckPrograms(request, input.entries, reach);
+    std::optional<Installed> earlier;
+    if (!request.earlier.empty()) earlier = ReadEarlier(request.earlier, reach);
+
+    NewPackage package(request.package);
+    CopyFiles(package, input.entries, request);
+    const CString folder = reach(package.Folder(), "Package");
+    std::vector<package_check::Finding> findings;
+    const package_check::PackageFiles files(folder, findings);
+    std::vector<CString> lines = DeriveManifest(input, folder, files);
+    Update update;
+    if (earlier) update = UpdateFrom(*earlier, ReadInstalled(folder, files, lines));
+    lines.insert(lines.end(), update.records.begin(), update.records.end());
+    package.Write("QtvUnInst.log", Bytes(lines));
+    findings = package_check::CheckPackage(folder);
+    package_check::NameRecipe(findings, lines, input.recipe, Name(request.recipe));
+    package.PutInPlace();
+
+    std::string text = package_check::ToText(findings, Name(request.package));
+    for (const std::string& sentence : update.stays)
+        text += "after an update stays " + sentence + "\n";
+    text += Name(request.package) + ": " + std::to_string(input.entries.size()) + " files and folders, " +
+            std::to_string(lines.size()) + " lines\n";
+    (void)std::fwrite(text.data(), 1, text.size(), stdout);
+    return package_check::ExitCode(findings);
+}
+
+}  // namespace
+
+std::optional<Request> ReadArguments(const std::vector<fs::path>& arguments, const fs::path& self) {
+    Request request;
+    request.setup = self.parent_path() / "setup.exe";
+    std::vector<fs::path> places;
+    bool misused = false;
+    for (std::size_t i = 1; i < arguments.size(); ++i) {
+        const fs::path& argument = arguments[i];
+        fs::path* const value = argument == "--recipe"    ? &request.recipe
+                                : argument == "--earlier" ? &request.earlier
+                                : argument == "--setup"   ? &request.setup
+                                                          : nullptr;
+        const auto isValue = [&](std::size_t at) {
+            return at < arguments.size() && !arguments[at].empty() &&
+                   *arguments[at].u8string().begin() != u8'-';
+        };
+        misused = misused || ((value || argument == "--own") && !isValue(i + 1));
+        if (misused) break;
+        if (value)
+            *value = fs::absolute(arguments[++i]);
+        else if (argument == "--own")
+            while (isValue(i + 1))
+                request.own.push_back(arguments[++i]);
+        else if (isValue(i))
+            places.push_back(argument);
+        else
+            misused = true;
+    }
+    if (misused || places.size() != 2) {
+        std::fputs(
+            "use: package_make FOLDER PACKAGE [--recipe FILE] [--earlier PACKAGE] [--setup FILE] [--own "
+            "FOLDER...]\n",
+            stderr);
+        return std::nullopt;
+    }
+    const auto plain = [](const fs::path& place) {
+        const fs::path path = fs::absolute(place).lexically_normal();
+        return path.has_filename() ? path : path.parent_path();
+    };
+    request.folder = plain(places[0]);
+    request.package = plain(places[1]);
+    return request;
+}
+
+int RunTool(const Request& request, const Reach& reach) {
+    for (const int signal : {SIGINT, SIGTERM})
+        (void)std::signal(signal, Stop);
+    try {
+        return Make(request, reach);
+    } catch (const std::exception& error) {
+        const std::string text = error.what();
+        for (std::size_t at = 0, end; at < text.size(); at = end + 1) {
+            end = std::min(text.find('\n', at), text.size());
+            std::fprintf(stderr, "package_make: %s\n", text.substr(at, end - at).c_str());
+        }
+        return kMisused;
+    }
+}
+
+}  // namespace package_make
