@@ -1,6 +1,7 @@
 #include "rehearse/rehearsal.h"
 
 #include "harness/scratch.h"
+#include "rehearse/report.h"
 
 namespace {
 
@@ -117,6 +118,37 @@ TEST_F(Rehearsed, TellsWhatMayStayFromWhatShouldHaveGone) {
         EXPECT_EQ(LeftFiles(rehearsal), row.left);
         Clear();
     }
+}
+
+TEST(RehearsalPage, ShowsWhatIsLeftFirstAndEveryNameAsText) {
+    const std::string name = "C:\\<img src=x onerror=alert(1)>";
+    rehearse::Rehearsal rehearsal;
+    rehearse::Step step;
+    step.name = "setup";
+    step.command = "setup.exe \"</code><script>\"";
+    step.outcome.started = true;
+    step.outcome.messages = {{"<b>", "a & b", "OK"}};
+    step.changes = {{'+', name, "", "\x01<i>"}};
+    rehearsal.steps = {step};
+    rehearsal.left = {{{'+', "C:\\stays", "", ""}, "why"}, {{'+', name, "", ""}, ""}};
+    const std::string page = rehearse::ToHtml(rehearsal, "<p>", "Wine");
+    std::size_t at = 0;
+    for (const char* part :
+         {"<h1>&lt;p&gt;</h1>", "What is left", "class=\"verdict went\">1 thing is left",
+          "+ &lt;img src=x onerror=alert(1)&gt;</span>", "+ stays</span> <span class=\"note\">why",
+          "<details open><summary>setup</summary>", "setup.exe &quot;&lt;/code&gt;&lt;script&gt;&quot;",
+          "ended with 0", "+ &lt;img src=x onerror=alert(1)&gt;</span> <span class=\"note\">\\x01&lt;i&gt;",
+          "[&lt;b&gt;] a &amp; b"}) {
+        const std::size_t found = page.find(part, at);
+        ASSERT_NE(found, page.npos) << part << " doesn't come next in\n" << page.substr(at);
+        at = found;
+    }
+    EXPECT_EQ(page.find("<img"), page.npos);
+    EXPECT_EQ(page.find("http:"), page.npos);
+    EXPECT_EQ(page.find("https:"), page.npos);
+    rehearsal.left.clear();
+    EXPECT_NE(rehearse::ToHtml(rehearsal, "p", "Wine").find("verdict came\">nothing that should have gone"),
+              page.npos);
 }
 
 }  // namespace

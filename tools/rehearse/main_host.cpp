@@ -1,15 +1,17 @@
-// rehearse PACKAGE [--earlier PACKAGE] [--wine] [--json] [-- OPTION...]
+// rehearse PACKAGE [--earlier PACKAGE] [--wine] [--json] [--html FILE] [-- OPTION...]
 //
 // Installs a package on a throwaway machine, uninstalls it and restarts the machine; shows what each step
 // changed, and what is left in the end. OPTIONs are those of the setup program, -s without any; the earlier
 // package is installed first, with the same. With --wine the package's own Windows program runs, in a
-// throwaway prefix of Wine.
+// throwaway prefix of Wine. With --html a page for a browser shows the same.
 // Ends with 0, with 1 when something is left that should not be, and with 2 when there is nothing to
 // rehearse.
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <optional>
 
 #include "rehearse/child.h"
@@ -33,6 +35,7 @@ struct Request {
     std::string earlier;
     bool wine = false;
     bool json = false;
+    std::string html;
     std::vector<std::string> options = {"-s"};
 };
 
@@ -51,14 +54,17 @@ std::optional<Request> ReadArguments(const std::vector<std::string>& arguments) 
             request.json = true;
         else if (argument == "--earlier" && i + 1 < arguments.size() && request.earlier.empty())
             request.earlier = arguments[++i];
+        else if (argument == "--html" && i + 1 < arguments.size() && request.html.empty())
+            request.html = arguments[++i];
         else if (argument.starts_with("-") || !request.package.empty())
             misused = true;
         else
             request.package = argument;
     }
     if (!misused && !request.package.empty()) return request;
-    std::fputs("use: rehearse PACKAGE [--earlier PACKAGE] [--wine] [--json] [-- OPTION OF SETUP...]\n",
-               stderr);
+    std::fputs(
+        "use: rehearse PACKAGE [--earlier PACKAGE] [--wine] [--json] [--html FILE] [-- OPTION OF SETUP...]\n",
+        stderr);
     return std::nullopt;
 }
 
@@ -96,6 +102,12 @@ int RehearseHere(const Request& request, const fs::path& machine) {
         });
     Print(request.json ? rehearse::ToJson(rehearsal, request.package, "embedded machine")
                        : rehearse::LeftToText(rehearsal, IsColoured()));
+    if (!request.html.empty()) {
+        std::ofstream page(request.html, std::ios::binary);
+        page << rehearse::ToHtml(rehearsal, request.package, "an embedded machine");
+        page.close();
+        if (!page) throw Unusable(request.html + " can't be written");
+    }
     return rehearsal.ExitCode();
 }
 
@@ -155,6 +167,13 @@ class WineServer {
     const fs::path m_prefix;
 };
 
+// How a program of Wine opens a file of the host.
+std::string WinePath(const std::string& path) {
+    std::string name = "Z:" + fs::absolute(path).string();
+    std::replace(name.begin(), name.end(), '/', '\\');
+    return name;
+}
+
 int RehearseUnderWine(const Request& request, const fs::path& folder) {
     const auto packages = Packages(request);
     for (const auto& [package, name] : packages)
@@ -172,6 +191,7 @@ int RehearseUnderWine(const Request& request, const fs::path& folder) {
     const fs::path home = folder / "wine";
     setenv("QTV_WINE_HOME", home.c_str(), 1);
     setenv("QTV_REHEARSAL", "1", 1);
+    if (!request.html.empty()) setenv("QTV_HTML", WinePath(request.html).c_str(), 1);
     // Wine takes arguments by it.
     setenv("LC_ALL", "C.UTF-8", 1);
     Introduce(request, "Wine");
@@ -197,6 +217,8 @@ int main(int count, char** values) {
     const auto request = ReadArguments({values, values + count});
     if (!request) return kMisused;
     try {
+        if (!request->html.empty() && !fs::is_directory(fs::absolute(request->html).parent_path()))
+            throw Unusable(request->html + " can't be written: its folder is missing");
         const tools::ThrowawayFolder folder("rehearse");
         const rehearse::Children children;
         return request->wine ? RehearseUnderWine(*request, folder.Path())

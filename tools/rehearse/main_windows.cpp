@@ -1,12 +1,13 @@
 // The rehearsal inside a Wine prefix, started by the host's program, which has put the packages there:
 //   rehearse.exe PACKAGE text|coloured|json OPTION...
-// PACKAGE is the name to show.
+// PACKAGE is the name to show. The variable QTV_HTML names the file for the page; none without it.
 #include <fcntl.h>
 #include <io.h>
 
 #include <cstdio>
 
 #include "rehearse/report.h"
+#include "support/handles.h"
 #include "common/text.h"
 
 namespace {
@@ -14,6 +15,15 @@ namespace {
 void Print(const std::string& text) {
     (void)std::fwrite(text.data(), 1, text.size(), stdout);
     (void)std::fflush(stdout);
+}
+
+bool WritePage(const wchar_t* path, const std::string& text) {
+    const FileStream file(_wfopen(path, L"wb"));
+    if (file && std::fwrite(text.data(), 1, text.size(), file.get()) == text.size() &&
+        std::fflush(file.get()) == 0)
+        return true;
+    std::fputs("rehearse: the page can't be written\n", stderr);
+    return false;
 }
 
 // Every Windows has this list, but not every new Wine prefix.
@@ -46,5 +56,8 @@ int wmain(int count, wchar_t** values) {
         });
     Print(json ? rehearse::ToJson(rehearsal, arguments[0], "Wine")
                : rehearse::LeftToText(rehearsal, coloured));
+    if (const wchar_t* const page = _wgetenv(L"QTV_HTML");
+        page && !WritePage(page, rehearse::ToHtml(rehearsal, arguments[0], "Wine")))
+        return 2;
     return rehearsal.ExitCode();
 }

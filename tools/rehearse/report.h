@@ -14,5 +14,7 @@ std::string LeftToText(const Rehearsal& rehearsal, bool coloured);
 
 // The whole rehearsal. `package` and `machine` name what was rehearsed, and where.
 std::string ToJson(const Rehearsal& rehearsal, const std::string& package, const std::string& machine);
+// The same as one page for a browser, which holds all that it needs.
+std::string ToHtml(const Rehearsal& rehearsal, const std::string& package, const std::string& machine);
 
 }  // namespace rehearse

@@ -1,13 +1,9 @@
 #include "rehearse/tree.h"
 
-#include "common/text.h"
-
 namespace rehearse {
 
 namespace {
 
-constexpr std::size_t kNoteColumn = 48;
-constexpr int kRed = 31, kGreen = 32, kYellow = 33;
 constexpr char kValueSign[] = " : ";
 
 // The steps of a name: up to each backslash; a registry value is one step.
@@ -25,14 +21,6 @@ std::vector<std::string> StepsOf(const std::string& name) {
 }
 
 }  // namespace
-
-std::string Coloured(const std::string& text, int colour, bool coloured) {
-    return coloured ? "\x1B[" + std::to_string(colour) + "m" + text + "\x1B[0m" : text;
-}
-
-int ColourOf(char kind) {
-    return kind == '+' ? kGreen : kind == '-' ? kRed : kYellow;
-}
 
 void Tree::Add(const snapshot::Change& change, const std::string& note) {
     Tree* place = this;
@@ -56,8 +44,7 @@ bool Tree::IsPassedOver() const {
     return name.ends_with('\\') && (m_kind == ' ' || (m_note.empty() && m_kind == child.m_kind));
 }
 
-std::string Tree::ToText(bool coloured, std::size_t indent) const {
-    std::string text;
+void Tree::AddLines(std::vector<TreeLine>& lines, std::size_t depth) const {
     for (const auto& [start, first] : m_children) {
         std::string name = start;
         const Tree* tree = &first;
@@ -67,15 +54,16 @@ std::string Tree::ToText(bool coloured, std::size_t indent) const {
             tree = &child;
         }
         const bool wentWhole = tree->m_kind == '-' && !tree->m_children.empty();
-        const std::string note =
-            wentWhole ? "with " + std::to_string(tree->Count()) + " below" : tree->m_note;
-        std::string line = std::string(indent, ' ') + tree->m_kind + ' ' + tools::Shown(name);
-        if (!note.empty()) line.resize(std::max(line.size() + 3, kNoteColumn), ' ');
-        text += tree->m_kind == ' ' ? line : Coloured(line, ColourOf(tree->m_kind), coloured);
-        text += tools::Shown(note) + '\n';
-        if (!wentWhole) text += tree->ToText(coloured, indent + 2);
+        lines.push_back({depth, tree->m_kind, name,
+                         wentWhole ? "with " + std::to_string(tree->Count()) + " below" : tree->m_note});
+        if (!wentWhole) tree->AddLines(lines, depth + 1);
     }
-    return text;
+}
+
+std::vector<TreeLine> Tree::Lines() const {
+    std::vector<TreeLine> lines;
+    AddLines(lines, 0);
+    return lines;
 }
 
 }  // namespace rehearse

@@ -3,21 +3,30 @@
 
 #include <map>
 #include <string>
+#include <vector>
 
 #include "snapshot/snapshot.h"
 
 namespace rehearse {
+
+struct TreeLine {
+    std::size_t depth;
+    char kind;  // '+' came, '-' went, '*' changed, a blank for a step on the way
+    std::string name;
+    std::string note;
+};
 
 class Tree {
   public:
     // `note` stands behind the name.
     void Add(const snapshot::Change& change, const std::string& note);
     bool IsEmpty() const { return m_children.empty(); }
-    // A line an item: '+' came, '-' went, '*' changed. Steps that lead to one thing alone share its line;
-    // what went as a whole is one line.
-    std::string ToText(bool coloured, std::size_t indent = 2) const;
+    // A line for each item. Steps that lead to one thing only share its line; what went as a whole is one
+    // line.
+    std::vector<TreeLine> Lines() const;
 
   private:
+    void AddLines(std::vector<TreeLine>& lines, std::size_t depth) const;
     std::size_t Count() const;
     bool IsPassedOver() const;
 
@@ -25,9 +34,5 @@ class Tree {
     char m_kind = ' ';  // of the item itself; blank for a step on the way
     std::string m_note;
 };
-
-// In a colour by its number; 1 is bold.
-std::string Coloured(const std::string& text, int colour, bool coloured);
-int ColourOf(char kind);
 
 }  // namespace rehearse

@@ -1,0 +1,25 @@
+// A rehearsal in titled lists of lines, which the reports for people lay out.
+#pragma once
+
+#include "rehearse/rehearsal.h"
+#include "rehearse/tree.h"
+
+namespace rehearse {
+
+// The kind of a line that is no item of a tree.
+inline constexpr char kPlain = 0;
+
+struct Block {
+    std::string title;
+    std::vector<TreeLine> lines;
+};
+
+std::vector<Block> BlocksOf(const Step& step);
+// What is left in the end, and may stay or not.
+std::vector<Block> BlocksOfLeft(const Rehearsal& rehearsal);
+std::string VerdictOf(const Rehearsal& rehearsal);
+
+// How the step's program ended; empty for a step without one.
+std::string EndOf(const Step& step);
+
+}  // namespace rehearse
