@@ -1,6 +1,7 @@
 ; An installer of another make that does what the setup program does with the package of the benchmark: the same files,
-; shortcuts, registry values and started programs. As fast as it can be set: nothing is compressed or checked.
-;   makensis -DPACKAGE=folder -DOUTPUT=file other_installer.nsi
+; shortcuts, registry values and started programs. As fast as it can be set, nothing is compressed or checked; with -DDOWNLOAD
+; it is set as the download of a package is.
+;   makensis -DPACKAGE=folder -DOUTPUT=file [-DDOWNLOAD] other_installer.nsi
 
 Unicode true
 Target amd64-unicode
@@ -9,8 +10,13 @@ OutFile "${OUTPUT}"
 InstallDir "C:\Other 8"
 SilentInstall silent
 SilentUnInstall silent
-CRCCheck off
-SetCompress off
+!ifdef DOWNLOAD
+    SetCompressor /SOLID /FINAL lzma
+    CRCCheck force
+!else
+    CRCCheck off
+    SetCompress off
+!endif
 RequestExecutionLevel admin
 
 !define PRODUCT "SOFTWARE\Lorvanta\Other 8"

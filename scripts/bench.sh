@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Measures the product: each figure is a ratio between two things run side by side, but for the sizes. Prints a table
 # with each figure and its bound, and ends non-zero when one is above it. Wine's prefix and all files lie in memory.
-#   bench.sh [--quick] [WHAT...]   --quick: fewer rounds; WHAT: small large growth application memory size instances
+#   bench.sh [--quick] [WHAT...]   --quick: fewer rounds; WHAT: small large growth application download memory size instances
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 build=${QTV_BUILD:-$PWD/build}
@@ -11,7 +11,7 @@ if [ "${1-}" = --quick ]; then
     shift
     pairs=3 growth_rounds=3 memory_rounds=1 windows=100 instance_rounds=1
 fi
-wanted=" ${*:-small large growth application memory size instances} "
+wanted=" ${*:-small large growth application download memory size instances} "
 
 scripts/bootstrap.sh bench
 cmake --preset windows -B "$build/windows" >/dev/null
@@ -68,6 +68,14 @@ for what in $wanted; do
             makensis -V1 -DPACKAGE="$work/application" -DOUTPUT="$work/other.exe" bench/other_installer.nsi
             measure application "$pairs" "$(shown "$work/other.exe")"
             ;;
+        download)
+            package application
+            makensis -V1 -DDOWNLOAD -DPACKAGE="$work/application" -DOUTPUT="$work/other.exe" bench/other_installer.nsi
+            scripts/make_download.sh "$work/application" "$work/own.exe" >/dev/null
+            line "its download, thousandths of the other's size" \
+                $(($(stat -c %s "$work/own.exe") * 1000 / $(stat -c %s "$work/other.exe"))) 1030
+            measure download "$pairs" "$(shown "$work/other.exe")" "$(shown "$work/own.exe")"
+            ;;
         memory)
             package application
             package fewer
@@ -97,6 +105,6 @@ for what in $wanted; do
             exit 2
             ;;
     esac
-    rm -rf "$work"/{small,large,fewer,more,application,target,other.exe,machine}
+    rm -rf "$work"/{small,large,fewer,more,application,target,other.exe,own.exe,machine}
 done
 [ -z "$missed" ]

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what the named kinds of work need, with apt-get: bootstrap.sh [host|windows|faults|fuzz|bench|screenshots|format|tidy|clang]...
+# Installs what the named kinds of work need, with apt-get: bootstrap.sh [host|windows|faults|fuzz|bench|screenshots|format|tidy|clang|download|release]...
 # Without a name: host and windows, which is what the tests need. Quick when nothing is missing.
 # If only the packages of the Windows target can't be installed, that is reported, and the caller decides.
 set -euo pipefail
@@ -9,7 +9,10 @@ host=(g++ cmake ninja-build libgtest-dev libc-bin binutils-mingw-w64-x86-64 gcc-
 windows=("${host[@]}" g++-mingw-w64-x86-64-posix wine64 wine xvfb xauth)
 faults=("${host[@]}" python3)
 fuzz=("${host[@]}" clang libclang-rt-14-dev)
-bench=("${windows[@]}" nsis)
+# A package's download: its compiler, its icon, its signature.
+download=(nsis icoutils osslsigncode openssl)
+release=("${windows[@]}" "${download[@]}" chromium)
+bench=("${windows[@]}" "${download[@]}")
 screenshots=("${windows[@]}" xdotool imagemagick)
 format=(clang-format)
 tidy=("${host[@]}" clang clang-tidy)
@@ -38,8 +41,8 @@ install() {
 [ $# -gt 0 ] || set -- host windows
 for kind in "$@"; do
     case $kind in
-        host | windows | faults | fuzz | bench | screenshots | format | tidy | clang) ;;
-        *) echo 'usage: scripts/bootstrap.sh [host|windows|faults|fuzz|bench|screenshots|format|tidy|clang]...' >&2; exit 2 ;;
+        host | windows | faults | fuzz | bench | screenshots | format | tidy | clang | download | release) ;;
+        *) echo 'usage: scripts/bootstrap.sh [host|windows|faults|fuzz|bench|screenshots|format|tidy|clang|download|release]...' >&2; exit 2 ;;
     esac
     declare -n packages=$kind
     mapfile -t wanted < <(missing "${packages[@]}")

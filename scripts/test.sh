@@ -24,6 +24,11 @@ if [[ " ${presets[*]} " == *" windows "* ]] && ! windows_available; then
     [ "${1-}" != windows ] || exit 1
     presets=(host host-asan)
 fi
+without_download=
+if [[ " ${presets[*]} " == *" windows "* ]] && ! scripts/bootstrap.sh download; then
+    without_download='*** The download of a package was NOT tested: its compiler is missing. ***'
+    echo "$without_download" >&2
+fi
 
 summary=()
 failed=
@@ -76,4 +81,5 @@ fi
 echo
 printf '%s\n' "${summary[@]}"
 [ -z "$without_windows" ] || echo "$without_windows"
+[ -z "$without_download" ] || echo "$without_download"
 [ -z "$failed" ]

@@ -1,0 +1,67 @@
+#!/usr/bin/env bash
+# Looks at the page of a rehearsal in a real browser: browse_rehearsal.sh [FOLDER]
+# The package holds files whose names are markup. The page must open, show them as text, filter, work without script, and fetch
+# nothing. Pictures of it, light and dark, go into the folder (build/pages without one).
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+pages=$(realpath -m "${1:-build/pages}")
+host=${QTV_HOST_BUILD:-$PWD/build/host}
+
+scripts/bootstrap.sh host release
+[ -e "$host/CMakeCache.txt" ] || cmake --preset host -B "$host" >/dev/null
+cmake --build "$host" --target rehearse sample_package -- --quiet
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+mkdir -p "$pages"
+
+cp -r "$host/package" "$work/package"
+markup='<img src=x onerror=document.title="run">'
+mkdir "$work/package/odd"
+# A machine's names can't hold the signs, but its host's can; the uninstaller doesn't know the last file.
+printf 'x' >"$work/package/odd/a&amp;b 'c' ${markup//[<>\"]/}.txt"
+printf 'File Copy: odd\\*.*\r\n' >>"$work/package/QtvUnInst.log"
+"$host/rehearse" --html "$pages/rehearsal.html" "$work/package" -- -s -instdir 'C:\Apps\Qantivo' "$markup" >/dev/null || true
+
+browse() {
+    HOME=$work chromium --headless=new --no-sandbox --disable-gpu --no-first-run --disable-background-networking \
+        --user-data-dir="$work/profile" --virtual-time-budget=2000 --hide-scrollbars "$@" 2>/dev/null
+}
+# The page with a script more, which uses it and tells what it sees.
+sed 's|^</body>$||; s|^</html>$||' "$pages/rehearsal.html" >"$work/tested.html"
+cat >>"$work/tested.html" <<'END'
+<script>
+const shown = () => [...document.querySelectorAll("li")].filter(item => item.offsetParent !== null).length;
+const type = text => { filter.value = text; filter.dispatchEvent(new Event("input")); return shown(); };
+const all = shown();
+const samples = type("runtime9.dll");
+const texts = [...document.querySelectorAll("li")].filter(item => item.offsetParent !== null).map(item => item.textContent);
+const results = {
+  all, samples, none: type("no line has this"), again: type(""),
+  matches: texts.some(text => text.includes("runtime9.dll")), images: document.images.length,
+  fetched: performance.getEntriesByType("resource").length, title: document.title === "run",
+  command: document.querySelector("code").textContent.includes("<img src=x"), details: document.querySelectorAll("details").length };
+document.body.textContent = "results " + JSON.stringify(results) + " end";
+</script>
+END
+seen=$(browse --dump-dom "file://$work/tested.html" | sed -n 's/.*results \(.*\) end.*/\1/p')
+echo "$seen"
+fail() {
+    echo "browse_rehearsal.sh: $*" >&2
+    exit 1
+}
+number() { sed -n "s/.*\"$1\":\([0-9]*\).*/\1/p" <<<"$seen"; }
+[ -n "$seen" ] || fail 'the page does not run in the browser'
+[ "$(number all)" -gt 20 ] && [ "$(number details)" -ge 4 ] || fail 'the page shows too little'
+[ "$(number samples)" -gt 0 ] && [ "$(number samples)" -lt "$(number all)" ] || fail 'the filter does not filter'
+[ "$(number none)" = 0 ] && [ "$(number again)" = "$(number all)" ] || fail 'the filter hides too little, or too much'
+[[ $seen == *'"matches":true'* ]] || fail 'what the filter asks for is hidden'
+[ "$(number fetched)" = 0 ] && [ "$(number images)" = 0 ] || fail 'something is fetched'
+[[ $seen == *'"title":false'* && $seen == *'"command":true'* ]] || fail 'a name acts as markup'
+
+# 1 is light, 0 dark.
+for scheme in light:1 dark:0; do
+    browse --blink-settings=preferredColorScheme="${scheme#*:}" --window-size=1100,1500 \
+        --screenshot="$pages/rehearsal-${scheme%:*}.png" "file://$pages/rehearsal.html"
+    [ -s "$pages/rehearsal-${scheme%:*}.png" ] || fail "no picture of the ${scheme%:*} page"
+done
+echo "The page and its pictures are in $pages"

@@ -1,0 +1,110 @@
+// Stands in for a package's setup program, and for what starts a download; driven by environment variables.
+//   setup.exe      writes what it sees to the file QTV_RECORD, and ends with QTV_EXIT; with QTV_HOLD it leaves a program behind
+//                  whose current folder is that of the package
+//   another name   starts the command line QTV_LINE, answers each message box with OK, prints the boxes and the exit code
+#include <windows.h>
+#include <sddl.h>
+#include <tlhelp32.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cwchar>
+#include <string>
+
+namespace {
+
+constexpr DWORD kHoldMs = 4000, kPollMs = 50;
+constexpr int kBoxText = 0xFFFF;
+
+std::wstring Variable(const wchar_t* name) {
+    const wchar_t* const value = _wgetenv(name);
+    return value ? value : L"";
+}
+
+DWORD Parent() {
+    PROCESSENTRY32W entry = {};
+    entry.dwSize = sizeof entry;
+    DWORD parent = 0;
+    const HANDLE list = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
+    for (BOOL more = Process32FirstW(list, &entry); more; more = Process32NextW(list, &entry))
+        if (entry.th32ProcessID == GetCurrentProcessId()) parent = entry.th32ParentProcessID;
+    (void)CloseHandle(list);
+    return parent;
+}
+
+// The next dialog of a process after `last`.
+HWND NextDialog(HWND last, DWORD process) {
+    for (HWND window = last; (window = FindWindowExW(nullptr, window, L"#32770", nullptr));) {
+        DWORD owner = 0;
+        GetWindowThreadProcessId(window, &owner);
+        if (owner == process) return window;
+    }
+    return nullptr;
+}
+
+std::wstring RightsOf(const wchar_t* path) {
+    BYTE descriptor[4096];
+    DWORD size = 0;
+    LPWSTR text = nullptr;
+    if (!GetFileSecurityW(path, DACL_SECURITY_INFORMATION, descriptor, sizeof descriptor, &size) ||
+        !ConvertSecurityDescriptorToStringSecurityDescriptorW(descriptor, SDDL_REVISION_1,
+                                                              DACL_SECURITY_INFORMATION, &text, nullptr))
+        return L"unknown";
+    const std::wstring rights = text;
+    (void)LocalFree(text);
+    return rights;
+}
+
+PROCESS_INFORMATION Start(std::wstring line, const wchar_t* folder) {
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process = {};
+    if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, folder, &startup,
+                        &process))
+        std::exit(99);
+    return process;
+}
+
+int Record() {
+    wchar_t folder[MAX_PATH] = {};
+    (void)GetCurrentDirectoryW(MAX_PATH, folder);
+    const HWND page = NextDialog(nullptr, Parent());
+    FILE* const file = _wfopen(Variable(L"QTV_RECORD").c_str(), L"wb");
+    if (!file) return 98;
+    (void)std::fprintf(file, "line %ls\nfolder %ls\npage %s\nrights %ls\n", GetCommandLineW(), folder,
+                       !page                   ? "none"
+                       : IsWindowVisible(page) ? "visible"
+                                               : "hidden",
+                       RightsOf(L"..").c_str());
+    (void)std::fclose(file);
+    if (!Variable(L"QTV_HOLD").empty()) {
+        SetEnvironmentVariableW(L"QTV_LINE", L"");
+        (void)Start(Variable(L"QTV_HOLD"), folder);
+    }
+    return static_cast<int>(std::wcstoul(Variable(L"QTV_EXIT").c_str(), nullptr, 16));
+}
+
+int Launch(const std::wstring& line) {
+    const PROCESS_INFORMATION process = Start(line, nullptr);
+    while (WaitForSingleObject(process.hProcess, kPollMs) == WAIT_TIMEOUT)
+        for (HWND box = nullptr; (box = NextDialog(box, process.dwProcessId));) {
+            wchar_t text[1024] = {};
+            if (!IsWindowVisible(box) || !GetDlgItemTextW(box, kBoxText, text, 1024)) continue;
+            std::printf("box %ls\n", text);
+            (void)SendMessageW(box, WM_COMMAND, IDOK, 0);
+        }
+    DWORD code = 0;
+    (void)GetExitCodeProcess(process.hProcess, &code);
+    std::printf("ended %lX\n", code);
+    return 0;
+}
+
+}  // namespace
+
+int wmain(int, wchar_t** values) {
+    if (std::wstring(values[0]).ends_with(L"setup.exe")) return Record();
+    const std::wstring line = Variable(L"QTV_LINE");
+    if (!line.empty()) return Launch(line);
+    Sleep(kHoldMs);
+    return 0;
+}
