@@ -135,11 +135,13 @@ while IFS= read -r -d '' program; do
         objcopy --add-section winres="$work/resources" "$host/rehearse_stand_in" "$program"
         stand_ins+=("$name")
     fi
+    chmod +x "$program"
 done < <(find "$work/embedded/package" -type f -iname '*.exe' -print0 | sort -z)
 step 'rehearsed on an embedded machine' "$host/rehearse" --html "$new/report/embedded.html" "$work/embedded/package" -- -s
 report '  stand-ins there for' "${stand_ins[*]}"
-grep -iE "$(printf '%s|' "${stand_ins[@]//./\\.}")"'^$' "$work/said" | sed -n 's/^ \{4\}"\{0,1\}\([A-Z]:.*\)/\1/p' |
-    sort | uniq -c | while read -r count line; do report '  started there' "$count x $line"; done
+starts=$(grep -iE "$(printf '%s|' "${stand_ins[@]//./\\.}")"'^$' "$work/said" | sed -n 's/^ \{4\}"\{0,1\}\([A-Z]:.*\)/\1/p' | sort | uniq -c)
+[ -n "$starts" ] || stop 'setup starts none of the package'"'"'s programs on the embedded machine'
+while read -r count line; do report '  started there' "$count x $line"; done <<<"$starts"
 
 # ---- the download ----
 resource() { x86_64-w64-mingw32-windres -O rc "$package/QtvApp8.exe" | sed -n "s/^ *VALUE \"$1\", \"\(.*\)\"$/\1/p" | head -n 1; }

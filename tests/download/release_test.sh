@@ -76,7 +76,7 @@ done
 sum=$(sha256sum "$download" | cut -d ' ' -f 1)
 installer=out/winget/Lorvanta.Qantivo.installer.yaml
 for line in 'InstallerType: exe' 'Scope: machine' 'ElevationRequirement: elevatesSelf' '  Silent: -s' "ProductCode: 'Qantivo 8'" \
-    "  InstallerSha256: '${sum^^}'" "PackageVersion: '8.5.2.0'"; do
+    "  InstallerSha256: ${sum^^}" "PackageVersion: '8.5.2.0'"; do
     grep -qxF -- "$line" "$installer" || fail "no line \"$line\" in $(<$installer)"
 done
 [ "$(find out/winget -name '*.yaml' | wc -l)" = 3 ] || fail 'winget takes three files'

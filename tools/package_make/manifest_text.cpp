@@ -41,6 +41,9 @@ class Manifest {
         AddFoldersThatNothingMakes();
         for (const CString& line : m_input.recipe)
             AddLine(line);
+        // The removal's search marks such a folder and the one above. A file in use has to be marked before.
+        for (const CString& folder : m_ownFolders)
+            AddLine(Prefix(AtInstall::Copy) + folder + kAllFiles);
         AddFoldersToRemove();
         return std::move(m_lines);
     }
@@ -96,11 +99,12 @@ class Manifest {
         for (const CString& name : names) {
             if (IsCovered(name)) continue;
             const CString folder = FolderOf(name);
+            if (m_own.contains(Folded(name))) {
+                if (m_ownNamed.insert(Folded(folder)).second) m_ownFolders.push_back(folder);
+                continue;
+            }
             MakeWithParents(folder);
-            if (!m_own.contains(Folded(name)))
-                AddLine(prefix + name);
-            else if (m_ownNamed.insert(Folded(folder)).second)
-                AddLine(prefix + folder + kAllFiles);
+            AddLine(prefix + name);
         }
     }
 
@@ -130,7 +134,8 @@ class Manifest {
         std::set<Wide> needed;
         for (auto folder = folders.rbegin(); folder != folders.rend(); ++folder) {
             const Wide folded = Folded(*folder);
-            if (m_made.contains(folded) || (m_recipeFolders.contains(folded) && !needed.contains(folded)))
+            if (m_made.contains(folded) || m_ownNamed.contains(folded) ||
+                (m_recipeFolders.contains(folded) && !needed.contains(folded)))
                 continue;
             records.push_back(*folder);
             needed.insert(Folded(FolderOf(*folder)));
@@ -165,11 +170,12 @@ class Manifest {
     const CString& m_package;
     const package_check::PackageFiles& m_files;
     std::vector<CString> m_lines;
-    std::set<Wide> m_covered;        // files that the recipe copies, by the key of their path
-    std::set<Wide> m_recipeFolders;  // that a record of the recipe names
-    std::set<Wide> m_own;            // files in own folders
-    std::set<Wide> m_ownNamed;       // own folders that have their record
-    std::set<Wide> m_made;           // folders that derived records make by copying
+    std::set<Wide> m_covered;           // files that the recipe copies, by the key of their path
+    std::set<Wide> m_recipeFolders;     // that a record of the recipe names
+    std::set<Wide> m_own;               // files in own folders
+    std::vector<CString> m_ownFolders;  // that need a record
+    std::set<Wide> m_ownNamed;          // the same by their folded names
+    std::set<Wide> m_made;              // folders that derived records make by copying
     std::unordered_map<Wide, std::size_t> m_lastRecord;  // of a folder: the line of its last record
     std::unordered_map<Wide, std::size_t> m_firstBelow;  // the latest first record of a folder in it
 };
