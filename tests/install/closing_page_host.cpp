@@ -31,11 +31,11 @@ TEST_F(ClosingPage, CarriesQueryAndLanguageOfTheUrlFile) {
         {"no file", std::nullopt, ""},
         {"both", "URL=http://host/x?a=1\r\nUpdate=http://host/y/de\r\n", "?a=1&Lang=DE"},
         {"two languages", " \tUpdate=http://h/de \nUpdate=http://h/fr\n", "?Lang=DE&Lang=FR"},
-        {"digits", "Update=http://h/8.1\nUpdate=http://h/2b\nUpdate=http://h/b2\n", ""},
+        {"digits", "Update=http://h/8.1\nUpdate=http://h/0b\nUpdate=http://h/b9\n", ""},
         {"no language at all", "Update=http://\n", "?Lang=//"},
         {"the last query", "URL=http://h/x?a=1\nURL=http://h/x?b=2?c\n", "?b=2?c"},
         {"no query", "URL=http://h/x?a=1\nURL=http://h/x\n", "?a=1"},
-        {"other lines", "URL=https://h/x?a=1\nurl=http://h/x?a=1\nX URL=http://h/x?b\n", ""},
+        {"other lines", "URL=http:/h?a\nurl=http://h/x?a=1\nX URL=http://h/x?b\nUpdate=http:/h/de\n", ""},
         {"a long line's second piece", "URL=http://h" + filler + "URL=http://h/?b=2", "?b=2"},
     };
     for (const auto& row : rows) {

@@ -23,13 +23,14 @@ class InstallAction : public ScratchTest {
 
 TEST_F(InstallAction, TrimsAndLevelsTheGroupName) {
     g_installType = 0;
-    g_groupName = TEXT(" \t\r\n\\Qantivo A//B/ c/\\ ");
+    g_groupName = TEXT(" \t\r\n\\Q//B/ c/\\ ");
     g_autoStart = 1;
     const Text startup = GetShellFolder(CSIDL_STARTUP).Text();
     DeleteTree(startup);
     PerformInstall();
-    EXPECT_EQ(g_groupName, TEXT("Qantivo A\\\\B\\ c"));
-    EXPECT_TRUE(Exists(GetShellFolder(CSIDL_PROGRAMS).Text() + TEXT("\\Qantivo A\\B\\ c\\Qantivo 8.lnk")));
+    EXPECT_EQ(g_groupName, TEXT("Q\\\\B\\ c"));
+    EXPECT_TRUE(Exists(GetShellFolder(CSIDL_PROGRAMS).Text() + TEXT("\\Q\\B\\ c\\Qantivo 8.lnk")));
+    DeleteTree(GetShellFolder(CSIDL_PROGRAMS).Text() + TEXT("\\Q"));
     EXPECT_TRUE(Exists(startup + TEXT("\\Qantivo 8.lnk"))) << "its folder is made again";
 }
 
@@ -66,6 +67,7 @@ TEST_F(InstallAction, RecordsTheGroupInAnyCase) {
         bool linked = true;
     } rows[] = {{TEXT("Qantivo G"), "Qantivo G"},
                 {TEXT("Qantivo G"), "Qantivo G"},
+                {TEXT(" / "), ""},
                 {TEXT("Qantivo?"), "Qantivo?", false}};
     g_installType = 0;
     g_freshInstall = 1;
@@ -81,6 +83,11 @@ TEST_F(InstallAction, RecordsTheGroupInAnyCase) {
 
 TEST_F(InstallAction, TakesEachSettingsFileByItself) {
     g_installType = 2;
+    // Without a package there is no folder to look in, the root of the drive included.
+    MakeFile(TEXT("C:\\QtvApp8.ini"));
+    PerformInstall();
+    EXPECT_FALSE(Exists(TEXT("C:\\Scratch\\in\\QtvApp8.ini")));
+    DeleteTree(TEXT("C:\\QtvApp8.ini"));
     g_sfxDir = TEXT("C:\\Scratch\\package");
     for (const Text& name : {Text(TEXT("QtvApp8.reg")), Text(TEXT("QtvApp8.ini"))}) {
         MakeFile(TEXT("C:\\Scratch\\package\\") + name, "settings");

@@ -37,7 +37,8 @@ CHILD_PROGRAM(InstallSilently) {
              Bytes(g_targetDir) + " type " + std::to_string(g_installType) + " desktop " +
                  std::to_string(g_desktopIcon) + " startup " + std::to_string(g_autoStart) + " fresh " +
                  std::to_string(g_freshInstall) + " older " + std::to_string(g_upgradeOlder) + " run " +
-                 std::to_string(g_runAfter) + (g_targetDir == folder ? "" : " elsewhere"));
+                 std::to_string(g_runAfter) + (g_targetDir == folder ? "" : " elsewhere") +
+                 (g_groupName == kProductName ? "" : " group " + Bytes(g_groupName)));
     return static_cast<DWORD>(result);
 }
 
@@ -45,9 +46,10 @@ TEST_F(InstallDriver, OptionsSettleTheInstall) {
     const std::string fresh = "C:\\Program Files\\Qantivo 8 type 1 desktop 1 startup 0 fresh 1 older 0 run ";
     const std::string inFolder = " desktop 1 startup 0 fresh 0 older 1 run 0";
     const std::pair<LPCWSTR, std::string> rows[] = {
-        {TEXT("-INSTDIR C:\\Scratch\\in -RunAfter"), fresh + "1"},
+        {TEXT("-INSTDIR C:\\Scratch\\in -instDir C:\\Scratch\\in -instPort x -RunAfter"), fresh + "1"},
         {TEXT("-instport"), fresh + "0"},
         {TEXT("-autostart -instdir \"C:\\Scratch\\a b\\\""), "C:\\Scratch\\a b type 0" + inFolder},
+        {TEXT("-instdir C:\\Scratch\\kept"), "C:\\Scratch\\kept type 0" + inFolder + " group Qantivo K"},
         {TEXT("-instdir C:\\Scratch\\in/"), "C:\\Scratch\\in type 0" + inFolder},
         {TEXT("-instdir C:\\Scratch\\in\\\\"), "C:\\Scratch\\in\\ type 0" + inFolder + " elsewhere"},
         {TEXT("-instdir C:\\Scratch\\x -instport C:\\Scratch\\in "), "C:\\Scratch\\in type 2" + inFolder},
@@ -59,6 +61,8 @@ TEST_F(InstallDriver, OptionsSettleTheInstall) {
          "C:\\Program Files\\Qantivo 8 type 1 desktop 0 startup 1 fresh 1 older 0 run 0"},
     };
     MakePackage();
+    MakeFile(TEXT("C:\\Scratch\\kept\\install.log"),
+             "Shell Link: " + Bytes(GetShellFolder(CSIDL_PROGRAMS)) + "\\Qantivo K\\x.lnk");
     for (const auto& [arguments, settled] : rows) {
         EXPECT_EQ(RunChild("InstallSilently", kPackage + TEXT("\\setup.exe"), arguments), 0u);
         EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\settled")), settled);
@@ -167,20 +171,23 @@ TEST_F(InstallDriver, AsksBeforeReplacingTheSameOrANewerVersion) {
          TEXT("Qantivo v. 8.02.00.01 is already installed on this machine. You are trying to install an "
               "older version 8.01.05.00 .\n\nDo you still want to continue?")},
         {{8, 2, 0, 0}, nullptr, 2},
-        {{8, 0, 104, 0}, nullptr},
+        {{8, 0, 105, 0}, same},
+        {{8, 1, 4, 100}, same},
         {{7, 101, 5, 0}, same},
     };
-    for (const auto& row : rows) {
-        g_silentMode = row.silentMode;
-        g_upgradeOlder = 0;
-        SetFileVersion(target + kApplication, row.installed[0], row.installed[1], row.installed[2],
-                       row.installed[3]);
-        const BoxAnswers boxes(row.question ? std::vector{IDNO} : std::vector<int>{});
-        EXPECT_EQ(AgreeToReplaceVersion(), !row.question);
-        EXPECT_EQ(g_upgradeOlder, !row.question);
-        EXPECT_TRUE(!row.question || boxes.Shown().at(0).text == row.question);
-        EXPECT_EQ(g_version.minor, 1u) << "the one that is to be installed";
-    }
+    for (const auto& row : rows)
+        for (const int answer : {IDNO, IDYES}) {
+            g_silentMode = row.silentMode;
+            g_upgradeOlder = 0;
+            SetFileVersion(target + kApplication, row.installed[0], row.installed[1], row.installed[2],
+                           row.installed[3]);
+            const BoxAnswers boxes(row.question ? std::vector{answer} : std::vector<int>{});
+            EXPECT_EQ(AgreeToReplaceVersion(), !row.question || answer == IDYES);
+            EXPECT_EQ(g_upgradeOlder, !row.question);
+            for (const ShownBox& box : boxes.Shown())
+                EXPECT_TRUE(box.text == row.question && box.HasStyle(MB_YESNO | MB_ICONQUESTION));
+            EXPECT_EQ(g_version.minor, 1u) << "the one that is to be installed";
+        }
 }
 
 TEST_F(InstallDriver, TakesUpTheGroupOfTheLastLoggedLink) {
@@ -196,12 +203,15 @@ TEST_F(InstallDriver, TakesUpTheGroupOfTheLastLoggedLink) {
         std::string log;
         LPCWSTR group;
     } rows[] = {
-        {0, tag + user + "\\A\\B\\x.lnk\r\n" + tag + userStartup + "\\x.lnk\r\n" + tag + "C:\\x.lnk",
+        {0,
+         tag + user + "\\A\\B\\x.lnk\r\n" + tag + userStartup + "\\x.lnk\r\n" + tag +
+             "C:\\x.lnk\nMade Dir: " + user + "\\Z\\z",
          TEXT("A\\B")},
         {0, tag + user + "\\A\\x.lnk\n" + tag + upper + "\\Last One\\x.lnk  \n", TEXT("Last One")},
         {0, tag + user + "\\x.lnk\n", TEXT("")},
         {0, "shell link: " + user + "\\A\\x.lnk\n" + tag + common + "\\A\\x.lnk\n", TEXT("start")},
         {1, tag + common + "\\A\\x.lnk\n" + tag + user + "\\B\\x.lnk\n", TEXT("A")},
+        {2, tag + user + "\\A\\x.lnk", TEXT("start")},
     };
     g_targetDir = kScratch.c_str();
     MakeFile(TEXT("C:\\Scratch\\install.log"), tag + common + "\\Older\\x.lnk");
@@ -213,6 +223,7 @@ TEST_F(InstallDriver, TakesUpTheGroupOfTheLastLoggedLink) {
         EXPECT_EQ(g_groupName, row.group) << row.log;
     }
     DeleteTree(TEXT("C:\\Scratch\\QtvUnInst.log"));
+    g_installType = 1;
     TakeUpGroup();
     EXPECT_EQ(g_groupName, TEXT("Older"));
 }

@@ -1,32 +1,29 @@
 // What only the embedded machine can be made to do, or tells of, in an install.
 #include <shlobj.h>
 
+#include "app/process_helpers.h"
 #include "app/setup_state.h"
 #include "install/earlier_install.h"
 #include "install/install_action.h"
+#include "install/install_driver.h"
+#include "install/log_lines.h"
 #include "install/shell_links.h"
+#include "install/system_registration.h"
 #include "harness/registry_values.h"
 #include "support/shell_folders.h"
 #include "winhost.h"
 
 namespace {
 
+const Text kShellFolders = TEXT("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders");
+
 class InstallOnHost : public ScratchTest {
   protected:
     InstallOnHost() { g_targetDir = kScratch.c_str(); }
     ~InstallOnHost() override { winhost::SetFaults({}); }
-    // Style and answer of each box so far.
-    static std::vector<std::string> Boxes() {
-        std::vector<std::string> boxes;
-        for (const std::string& event : winhost::Events())
-            if (event.starts_with("message-box\t"))
-                boxes.push_back(event.substr(event.rfind('\t', event.rfind('\t') - 1) + 1));
-        return boxes;
-    }
 };
 
 TEST_F(InstallOnHost, ALinkIsSavedWithoutWhatTheShellRefuses) {
-    winhost::ClearEvents();
     winhost::SetFaults({{.call = "IShellLinkW::SetPath", .nth = 1, .error = 0, .kill = false},
                         {.call = "IShellLinkW::SetDescription", .nth = 2, .error = 0, .kill = false}});
     const BoxAnswers answers({IDOK, IDOK});
@@ -34,50 +31,103 @@ TEST_F(InstallOnHost, ALinkIsSavedWithoutWhatTheShellRefuses) {
         EXPECT_EQ(MakeShellLink(TEXT("C:\\x.exe"), TEXT("C:\\Scratch\\x.lnk"), TEXT(""), kDefaultShowCommand,
                                 nullptr, nullptr),
                   S_OK);
-    EXPECT_EQ(answers.Shown().at(0).text, TEXT("SetPath failed!"));
-    EXPECT_EQ(answers.Shown().at(1).text, TEXT("SetDescription failed!"));
-    EXPECT_EQ(Boxes(), std::vector<std::string>(2, "0\t1"));
+    const LPCWSTR texts[] = {TEXT("SetPath failed!"), TEXT("SetDescription failed!")};
+    for (std::size_t box = 0; box < 2; ++box)
+        EXPECT_TRUE(answers.Shown().at(box).text == texts[box] && answers.Shown()[box].HasStyle(MB_OK))
+            << box;
     EXPECT_LE(winhost::CallCounts()["CoInitialize"], 1u) << "once a process";
 }
 
-TEST_F(InstallOnHost, VersionQuestionsAreOfYesAndNo) {
-    g_silentMode = 0;
-    g_sourceDir = TEXT("C:\\Scratch\\package");
-    winhost::ClearEvents();
-    for (const unsigned minor : {5u, 6u}) {
-        for (const auto& [folder, own] : {std::pair{g_sourceDir, 5u}, std::pair{g_targetDir, minor}}) {
-            ImportFile(QTV_BUILD_FOLDER "/package/QtvApp8.exe", folder.Text() + TEXT("\\QtvApp8.exe"));
-            SetFileVersion(folder.Text() + TEXT("\\QtvApp8.exe"), 8, own, 0, 0);
+// The folder is tried whatever becomes of it. A path of four characters or fewer is no Startup folder.
+TEST_F(InstallOnHost, LooksIntoStartupFolders) {
+    const Text common = GetShellFolder(CSIDL_COMMON_STARTUP).Text();
+    winhost::SetFaults({{.call = "_wfopen", .nth = 1, .error = 0, .kill = false}});
+    TakeUpAutoStart();
+    ASSERT_EQ(Tree(common).size(), 1u) << "a file that can't be opened stays";
+    EXPECT_EQ(Tree(common)[0].substr(0, 3), TEXT("q8t"));
+    DeleteTree(common + TEXT("\\") + Tree(common)[0]);
+    for (const auto& [hive, name] : {std::pair{HKEY_LOCAL_MACHINE, TEXT("Common Startup")},
+                                     std::pair{HKEY_CURRENT_USER, TEXT("Startup")}}) {
+        const StoredValue before = GetValue(hive, kShellFolders, name).value();
+        for (const Text& folder : {Text(TEXT("C:\\a")), Text(TEXT("C:\\ab"))}) {
+            MakeFile(folder + TEXT("\\Qantivo 8.lnk"));
+            PutValue(hive, kShellFolders, name, Sz(folder));
+            TakeUpAutoStart();
+            EXPECT_EQ(g_autoStart, folder.size() > 4);
+            DeleteTree(folder);
         }
-        const BoxAnswers answers({IDYES});
-        EXPECT_TRUE(AgreeToReplaceVersion());
-        EXPECT_EQ(g_upgradeOlder, 0);
+        PutValue(hive, kShellFolders, name, before);
     }
-    EXPECT_EQ(Boxes(), std::vector<std::string>(2, "36\t6"));
 }
 
-TEST_F(InstallOnHost, TriesWhetherTheCommonStartupFolderTakesFiles) {
-    winhost::SetFaults({});
-    TakeUpAutoStart();
-    EXPECT_EQ(winhost::CallCounts()["GetTempFileNameW"], 1u);
+BOOL WINAPI RunsUnder32BitLayer(HANDLE, PBOOL answer) {
+    return *answer = TRUE;
+}
+
+TEST_F(InstallOnHost, RegistersNoHandlerWhereThereIsNone) {
+    g_isWow64Process = RunsUnder32BitLayer;
+    g_osVersion.dwMajorVersion = 5;
+    winhost::ClearEvents();
+    RegisterThumbnailHandler();
+    EXPECT_TRUE(winhost::Events().empty());
+    g_isWow64Process = nullptr;
+}
+
+}  // namespace
+
+// On a system without OpenProcessToken the restart needs the privilege that the process has already.
+CHILD_PROGRAM(RestartsByItsOwnPrivilege) {
+    LookUpSystemFunctions();
+    HANDLE token;
+    EXPECT_TRUE(OpenProcessToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES, &token));
+    for (const int enable : {1, 0}) {
+        EXPECT_TRUE(EnablePrivilege(token, TEXT("SeShutdownPrivilege"), enable));
+        EXPECT_EQ(ExitWindowsEx(EWX_REBOOT, 0), enable);
+    }
+    EXPECT_TRUE(EnablePrivilege(token, TEXT("SeShutdownPrivilege"), 1));
+    g_openProcessToken = nullptr;
+    g_rebootNeeded = 1;
+    EXPECT_EQ(RunInstall(), 0);
+    return ::testing::Test::HasFailure();
+}
+
+namespace {
+
+TEST_F(InstallOnHost, RestartsWithoutOpenProcessToken) {
+    ImportFile(QTV_BUILD_FOLDER "/package/QtvApp8.exe", kScratch + TEXT("\\QtvApp8.exe"));
+    MakeFile(kScratch + TEXT("\\QtvUnInst.log"), "");
+    EXPECT_EQ(RunChild("RestartsByItsOwnPrivilege", kScratch + TEXT("\\setup.exe"),
+                       TEXT("-runafter -instport C:\\Scratch\\in")),
+              0u);
+    EXPECT_EQ(winhost::Events().back(), "exit-windows\t2\t2147745794");
 }
 
 // A path of three characters or fewer is no common programs folder.
 TEST_F(InstallOnHost, IsForTheCurrentUserWithoutCommonPrograms) {
-    const Text key = TEXT("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders");
-    const StoredValue before = GetValue(HKEY_LOCAL_MACHINE, key, TEXT("Common Programs")).value();
+    const StoredValue before = GetValue(HKEY_LOCAL_MACHINE, kShellFolders, TEXT("Common Programs")).value();
     const struct {
-        LPCWSTR programs, stored;
+        LPCWSTR programs, group, stored;
         int type, desktop;
     } rows[] = {
-        {.programs = TEXT("X:\\"), .stored = TEXT("A"), .type = 0, .desktop = CSIDL_DESKTOP},
-        {.programs = TEXT("X:\\a"), .stored = TEXT("B"), .type = 1, .desktop = CSIDL_COMMON_DESKTOPDIRECTORY},
+        {.programs = TEXT("X:\\"),
+         .group = TEXT("a"),
+         .stored = TEXT("A"),
+         .type = 0,
+         .desktop = CSIDL_DESKTOP},
+        {.programs = TEXT("X:\\a"),
+         .group = TEXT(""),
+         .stored = TEXT("B"),
+         .type = 1,
+         .desktop = CSIDL_COMMON_DESKTOPDIRECTORY},
     };
     g_sourceDir = TEXT("C:\\Scratch\\package");
-    g_groupName = TEXT("Qantivo");
     for (const auto& row : rows) {
-        PutValue(HKEY_LOCAL_MACHINE, key, TEXT("Common Programs"), Sz(row.programs));
+        PutValue(HKEY_LOCAL_MACHINE, kShellFolders, TEXT("Common Programs"), Sz(row.programs));
         g_installType = 1;
+        AppendLogLine(TEXT("C:\\Scratch\\QtvUnInst.log"), TEXT("Shell Link: X:\\a\\x.lnk"));
+        TakeUpGroup();
+        EXPECT_EQ(g_groupName, row.group);
+        g_groupName = TEXT("Qantivo");
         PerformInstall();
         EXPECT_EQ(g_installType, row.type);
         EXPECT_EQ(GetValue(HKEY_LOCAL_MACHINE, kProductKey, TEXT("AllUsers")), Sz(row.stored));
@@ -85,7 +135,7 @@ TEST_F(InstallOnHost, IsForTheCurrentUserWithoutCommonPrograms) {
         EXPECT_EQ(Exists(GetShellFolder(CSIDL_PROGRAMS).Text() + TEXT("\\Qantivo\\Qantivo 8.lnk")),
                   row.type == 0);
     }
-    PutValue(HKEY_LOCAL_MACHINE, key, TEXT("Common Programs"), before);
+    PutValue(HKEY_LOCAL_MACHINE, kShellFolders, TEXT("Common Programs"), before);
 }
 
 }  // namespace

@@ -39,7 +39,7 @@ TEST_F(ShellLinks, ThatCantBeSavedAreNotLogged) {
     const auto make = [](const Text& target, const Text& link) {
         return MakeShellLink(target.c_str(), link.c_str(), TEXT(""), kDefaultShowCommand, nullptr, nullptr);
     };
-    EXPECT_EQ(make(TEXT("C:\\x.exe"), kLink + Text(MAX_PATH, 'y')), E_INVALIDARG);
+    EXPECT_EQ(make(TEXT("C:\\x.exe"), kScratch + TEXT("\\") + Text(249, 'y')), E_INVALIDARG);
     EXPECT_EQ(make(Text(512, 'x'), kLink), E_INVALIDARG);
     EXPECT_LT(make(TEXT("C:\\x.exe"), TEXT("C:\\Scratch\\none\\x.lnk")), 0);
     EXPECT_EQ(Tree(), (std::vector<Text>{TEXT("QtvUnInst.log"), TEXT("a b.exe")}));
