@@ -7,6 +7,7 @@
 
 #include <windows.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -102,6 +103,25 @@ std::map<std::string, unsigned> CallCounts();
 
 // With a virtual clock Sleep returns at once.
 void SetVirtualClock(bool on);
+
+// ---- limits: a disc that fills, and power that goes ----
+
+struct Limits {
+    std::uint64_t room = UINT64_MAX;   // bytes that the drives and the registry may hold together
+    std::uint64_t steps = UINT64_MAX;  // of change on them (a file made, a part of it written) before the
+                                       // power goes: from then on each process ends at its next step
+};
+// Sets the limits for this process and all that it starts, and counts from 0.
+void SetLimits(const Limits& limits);
+struct LimitsMet {
+    std::uint64_t steps = 0;                  // taken
+    std::uint64_t leastRefused = UINT64_MAX;  // the smallest room at which one more write would have gone well
+    bool powerWent = false;
+    std::string call;  // the first platform call that met a limit; empty for none
+};
+LimitsMet LiftLimits();
+// What the drives and the registry hold, in bytes.
+std::uint64_t BytesUsed();
 
 // Handles of this process that are open: files, searches, keys, processes, tokens, modules.
 unsigned OpenHandles();

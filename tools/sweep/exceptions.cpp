@@ -2,11 +2,16 @@
 
 #include <fnmatch.h>
 
+#include <sstream>
+
 // Places of the machine, to be put together with patterns.
 #define TARGET "C:\\Program Files\\Qantivo 8\\"
 #define LOG TARGET "QtvUnInst.log"
 #define GROUP "C:\\ProgramData\\Microsoft\\Windows\\Start Menu\\Programs\\Qantivo 8\\"
 #define PROBE "C:\\ProgramData\\Microsoft\\Windows\\Start Menu\\Programs\\Startup\\q8t.tmp: *"
+#define LINKS \
+    GROUP     \
+    "*|C:\\Users\\Public\\Desktop\\Qantivo 8.lnk: *|log: Made Dir: *|log: Shell Link: *"
 #define COPY "C:\\Users\\Ann\\AppData\\Local\\Temp\\uni.tmp: *"
 // All that differs between an installation for all users and one for the current user.
 #define OTHER_SCOPE                                                                                      \
@@ -106,6 +111,47 @@ const std::vector<Exception>& Exceptions() {
         {Stage::ForGood, "update|uninstall", "MoveFileExW", "C:\\Windows\\wininit.bak: *",
          "The system keeps the older list under this name when it has carried it out."},
 
+        // ---- the power goes in the midst of a call ----
+        {Stage::AtOnce, "install|update", "power:CopyFileW", TARGET "*: file *|" LOG ": *|log: *",
+         "A copy has its whole size from the start, and zeros where it was not yet written."},
+        {Stage::AtOnce, "install|update", "power:WriteFile", "log: *: once", "A record is cut."},
+        {Stage::AtOnce, "install|update", "power:IPersistFile::Save", LINKS, "A shortcut is cut."},
+        {Stage::AtOnce, "install|update", "power:MoveFileW", "C:\\Package\\runtime9.dll*",
+         "The library of the package is hidden while another one is looked for."},
+        {Stage::AtOnce, "update", "power:*", LINKS,
+         "Shortcuts and group of the earlier installation go first, and are made again last."},
+        {Stage::AtOnce, "update", "power:*", TARGET "*: gone",
+         "The old file goes before the new one is copied; and the delete mark of a held file is carried out "
+         "a "
+         "second time, on the file that has taken its place, when the restart is cut as well."},
+        {Stage::AtOnce, "update", "power:_wfopen|power:DeleteFileW", PROBE, "Nobody looks for it again."},
+        {Stage::ForGood, "update", "power:_wfopen|power:DeleteFileW", PROBE, "As above."},
+        {Stage::ForGood, "update", "power:CopyFileW|power:MoveFileExW",
+         TARGET "*.old: file *|" TARGET "*.new: file *",
+         "A file moved aside or waiting whose mark isn't placed is known to nobody."},
+        {Stage::ForGood, "update", "power:WriteFile", "*Start Menu\\Programs*|log: *",
+         "An update takes the group's name from the log; where its record is cut, the shortcuts go into "
+         "another "
+         "group, or right into the Programs folder. The uninstall finds them by the log."},
+        {Stage::AtOnce, "uninstall", "power:CopyFileW", COPY,
+         "The temporary copy goes by the mark that it places as its first act."},
+        {Stage::ForGood, "uninstall", "power:*", COPY, "As above."},
+
+        // ---- the disc is full ----
+        {Stage::AtOnce, "install|update", "full:*", TARGET "*: gone|" LOG ": *|log: *|" LINKS,
+         "What finds no room is left out."},
+        {Stage::AtOnce, "update", "full:*",
+         TARGET "*.old: *|" TARGET "*.new: *|C:\\Windows\\wininit.*|C:\\Windows\\WININIT.INI*",
+         "Without room for a mark, what was moved aside stays, and an empty list of the older kind is made."},
+        {Stage::ForGood, "update", "full:*",
+         TARGET "*.old: file *|" TARGET "*.new: file *|C:\\Windows\\wininit.bak: *", "As above."},
+
+        // ---- two at once: each may be closed by the other one, anywhere ----
+        {Stage::ForGood, "install", "two:*", OTHER_SCOPE "|" GROUP "*",
+         "A folder without `AllUsers` beside it reads as an installation for the current user."},
+        {Stage::ForGood, "uninstall", "two:*", COPY,
+         "The uninstaller's temporary copy goes by the mark that it places as its first act."},
+
         // ---- no matter of the machine ----
         {Stage::Run, "uninstall", "kill:EnumWindows|kill:PostMessageW",
          "the run: the call to be killed at was not reached",
@@ -114,14 +160,27 @@ const std::vector<Exception>& Exceptions() {
     return exceptions;
 }
 
-const Exception* FindException(const Scenario& scenario, const Disturbance& disturbance,
-                               const Problem& problem) {
-    const std::string call = (disturbance.kills ? "kill:" : "") + disturbance.call;
+bool IsOf(const Exception& exception, const std::string& prefix) {
+    std::istringstream calls(exception.calls);
+    for (std::string call; std::getline(calls, call, '|');) {
+        const bool others =
+            call.starts_with("power:") || call.starts_with("full:") || call.starts_with("two:");
+        if (prefix.empty() ? !others : call.starts_with(prefix)) return true;
+    }
+    return false;
+}
+
+const Exception* FindException(const std::string& scenario, const std::string& call, const Problem& problem) {
     for (const Exception& exception : Exceptions())
-        if (exception.stage == problem.stage && Matches(exception.scenarios, scenario.name) &&
+        if (exception.stage == problem.stage && Matches(exception.scenarios, scenario) &&
             Matches(exception.calls, call) && Matches(exception.items, problem.item + ": " + problem.what))
             return &exception;
     return nullptr;
+}
+
+const Exception* FindException(const Scenario& scenario, const Disturbance& disturbance,
+                               const Problem& problem) {
+    return FindException(scenario.name, (disturbance.kills ? "kill:" : "") + disturbance.call, problem);
 }
 
 }  // namespace sweep

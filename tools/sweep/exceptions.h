@@ -9,13 +9,18 @@ namespace sweep {
 struct Exception {
     Stage stage;
     const char* scenarios;
-    const char* calls;  // the call disturbed; "kill:" in front for the end of the process at it
+    const char* calls;  // the call disturbed; in front "kill:" for the end of the process at it, "power:"
+                        // for the end of all in its midst, "full:" for the first call without room
     const char* items;  // item and what it is, with ": " between them
     const char* reason;
 };
 const std::vector<Exception>& Exceptions();
 
-// The exception that a problem falls under; null for none.
+// Whether one of the exception's calls has this prefix; "" stands for a failing call or the end of the process.
+bool IsOf(const Exception& exception, const std::string& prefix);
+
+// The exception that a problem falls under, by the scenario's name and the call with its prefix; null for none.
+const Exception* FindException(const std::string& scenario, const std::string& call, const Problem& problem);
 const Exception* FindException(const Scenario& scenario, const Disturbance& disturbance,
                                const Problem& problem);
 

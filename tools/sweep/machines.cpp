@@ -12,7 +12,6 @@
 
 #include "snapshot/snapshot.h"
 #include "sweep/scenarios.h"
-#include "winhost.h"
 
 namespace fs = std::filesystem;
 
@@ -104,7 +103,14 @@ HANDLE Start(std::u16string commandLine) {
 
 }  // namespace
 
+bool CutsPower(const Disturbance& disturbance) {
+    return disturbance.limits && disturbance.limits->steps != UINT64_MAX;
+}
+
 std::string Describe(const Disturbance& disturbance) {
+    if (CutsPower(disturbance))
+        return "the power goes after step " + std::to_string(disturbance.limits->steps);
+    if (disturbance.limits) return "a disc for " + std::to_string(disturbance.limits->room) + " bytes";
     const std::string use = disturbance.nth ? "#" + std::to_string(disturbance.nth) : ", every use,";
     return disturbance.program + (disturbance.kills ? " killed at " : ": ") + disturbance.call + use +
            (disturbance.kills ? "" : " fails");
@@ -157,7 +163,8 @@ RunOutcome Run(const std::u16string& commandLine, const std::string& watched,
     setenv("WINHOST_CLOCK", "virtual", 1);
     setenv("WINHOST_COUNTS", counts.c_str(), 1);
     setenv("WINHOST_CONCERNS", (disturbance ? disturbance->program : watched).c_str(), 1);
-    SetOrUnset("WINHOST_FAULTS", disturbance ? Rule(*disturbance) : "");
+    SetOrUnset("WINHOST_FAULTS", disturbance && !disturbance->limits ? Rule(*disturbance) : "");
+    if (disturbance && disturbance->limits) winhost::SetLimits(*disturbance->limits);
     RunOutcome outcome;
     const HANDLE process = Start(commandLine);
     if (!process) outcome.complaint = "the program does not start";
@@ -171,9 +178,15 @@ RunOutcome Run(const std::u16string& commandLine, const std::string& watched,
     (void)CloseHandle(process);
     outcome.calls = ReadCounts(counts);
 
+    if (disturbance && disturbance->limits) outcome.met = winhost::LiftLimits();
+    const bool cuts = disturbance && CutsPower(*disturbance);
     const bool kills = disturbance && disturbance->kills;
     const std::string errors = CapturedErrors();
     if (!errors.empty()) outcome.complaint = errors;
+    if (cuts) {
+        if (!outcome.met.powerWent) outcome.complaint += "the power did not go";
+        return outcome;
+    }
     if (outcome.complaint.empty() && outcome.calls.empty() != kills)
         outcome.complaint = kills ? "the call to be killed at was not reached" : "the program crashed";
     return outcome;

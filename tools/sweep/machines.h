@@ -6,15 +6,19 @@
 #include <optional>
 #include <string>
 
+#include "winhost.h"
+
 namespace sweep {
 
-// What happens to one platform call of one program.
+// What happens to one platform call of one program, or to the whole machine.
 struct Disturbance {
     std::string program;  // name of its file, with * and ?
     std::string call;
     unsigned nth = 0;  // its use, counted from 1; 0: every use
     bool kills = false;
+    std::optional<winhost::Limits> limits = std::nullopt;  // those of the machine, instead of all above
 };
+bool CutsPower(const Disturbance& disturbance);
 std::string Describe(const Disturbance& disturbance);
 
 // A machine as sorted text, as in snapshot/snapshot.h, but:
@@ -33,6 +37,7 @@ void CaptureErrors(const std::filesystem::path& file);
 struct RunOutcome {
     std::map<std::string, unsigned> calls;  // of the program watched, by name; empty unless it ended in order
     std::string complaint;  // a crash, a finding of the sanitizers, a hang, on one line; empty for none
+    winhost::LimitsMet met;
 };
 // Runs a command on the machine that this process has entered, with all that it starts, to the end. The clock
 // is virtual. `watched` is the program whose calls are counted and whose end is looked at; with a

@@ -4,23 +4,17 @@
 // looks at what is left. SETUP is the setup program under test, which may be of another build than this tool.
 // Ends with 0 when all that was found has its place in the table of exceptions.
 #include <fcntl.h>
-#include <sys/mman.h>
-#include <sys/statvfs.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cstdio>
-#include <fstream>
-#include <new>
 #include <set>
 #include <stdexcept>
-#include <thread>
 
 #include "common/throwaway_folder.h"
 #include "sweep/exceptions.h"
 #include "sweep/scenarios.h"
 #include "sweep/trials.h"
+#include "sweep/workers.h"
 
 namespace fs = std::filesystem;
 
@@ -46,18 +40,6 @@ struct Trial {
     Disturbance disturbance;
 };
 
-// A file system that runs programs and has room, in memory if there is one.
-fs::path PlaceToWork() {
-    for (const fs::path& folder : {fs::path("/dev/shm"), fs::temp_directory_path()}) {
-        struct statvfs info;
-        constexpr unsigned long kNeeded = 1ul << 30;
-        if (statvfs(folder.c_str(), &info) == 0 && !(info.f_flag & ST_NOEXEC) &&
-            info.f_bavail * info.f_frsize >= kNeeded)
-            return folder;
-    }
-    throw std::runtime_error("no folder to work in");
-}
-
 std::vector<Trial> Plan(const Scenario& scenario, const Reference& reference, const Options& options) {
     std::vector<Trial> plan;
     unsigned place = 0;
@@ -79,86 +61,19 @@ struct Finding {
     Problem problem;
 };
 
-std::vector<Finding> ReadFindings(const fs::path& path) {
+std::vector<Finding> DoAll(const std::vector<Trial>& trials,
+                           const std::map<std::string, Reference>& references, const fs::path& folder) {
+    const auto task = [&](std::size_t number, const fs::path& own, std::ostream& lines) {
+        const auto& [scenario, disturbance] = trials[number];
+        const Outcome outcome = Try(*scenario, disturbance, references.at(scenario->name),
+                                    folder / scenario->name, own, folder / "known");
+        for (const Problem& problem : outcome.problems)
+            lines << ToLine(problem) << '\n';
+    };
     std::vector<Finding> findings;
-    std::ifstream file(path);
-    std::size_t trial;
-    for (std::string line; file >> trial && file.get() && std::getline(file, line);)
-        findings.push_back({trial, FromLine(line)});
+    for (const TaskLine& line : DoTasks(folder, trials.size(), task))
+        findings.push_back({line.number, FromLine(line.line)});
     return findings;
-}
-
-struct Work {
-    const std::vector<Trial>& trials;
-    const std::map<std::string, Reference>& references;
-    const fs::path& folder;
-};
-
-void DoTrials(const Work& work, std::atomic<std::size_t>& next, const fs::path& own) {
-    std::ofstream findings(own / "findings");
-    for (std::size_t i; (i = next++) < work.trials.size();) {
-        const auto& [scenario, disturbance] = work.trials[i];
-        for (const Problem& problem : Try(*scenario, disturbance, work.references.at(scenario->name),
-                                          work.folder / scenario->name, own, work.folder / "known"))
-            findings << i << '\t' << ToLine(problem) << '\n';
-    }
-    if (!findings.flush()) throw std::runtime_error("the findings can't be written");
-}
-
-// All trials, spread over the processors. A process each: a machine is a matter of the whole process.
-std::vector<Finding> DoAll(const Work& work) {
-    void* shared = mmap(nullptr, sizeof(std::atomic<std::size_t>), PROT_READ | PROT_WRITE,
-                        MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-    auto& next = *new (shared) std::atomic<std::size_t>(0);
-    const unsigned workers = std::max(1u, std::thread::hardware_concurrency());
-    std::vector<pid_t> ids;
-    for (unsigned i = 0; i < workers; ++i) {
-        const fs::path own = work.folder / std::to_string(i);
-        fs::create_directories(own);
-        const pid_t id = fork();
-        if (id == 0) {
-            CaptureErrors(own / "errors");
-            int result = 0;
-            try {
-                DoTrials(work, next, own);
-            } catch (const std::exception& failure) {
-                std::fprintf(stderr, "%s\n", failure.what());
-                result = 1;
-            }
-            _exit(result);
-        }
-        ids.push_back(id);
-    }
-    std::vector<Finding> findings;
-    for (unsigned i = 0; i < workers; ++i) {
-        int status = 0;
-        (void)waitpid(ids[i], &status, 0);
-        const fs::path own = work.folder / std::to_string(i);
-        if (status != 0) {
-            std::ifstream errors(own / "errors");
-            throw std::runtime_error("a worker failed: " +
-                                     std::string(std::istreambuf_iterator<char>(errors), {}));
-        }
-        for (Finding& finding : ReadFindings(own / "findings"))
-            findings.push_back(std::move(finding));
-    }
-    return findings;
-}
-
-const char* StageText(Stage stage) {
-    switch (stage) {
-        case Stage::Run:
-            return "the run";
-        case Stage::AtOnce:
-            return "until a second run";
-        case Stage::Second:
-            return "until a restart and a second run";
-        case Stage::Lasting:
-            return "until it is installed and uninstalled again";
-        case Stage::ForGood:
-            return "for good";
-    }
-    return "";
 }
 
 // Prints a line for each scenario and kind of disturbance, and all that isn't in the table.
@@ -185,9 +100,8 @@ int Report(const std::vector<Trial>& trials, const std::vector<Finding>& finding
         }
         ++unexplained;
         rowOf(trial).unexplained.insert(finding.trial);
-        std::fprintf(report, "%s, %s: %s: %s: %s\n", trial.scenario->name,
-                     Describe(trial.disturbance).c_str(), StageText(finding.problem.stage),
-                     finding.problem.item.c_str(), finding.problem.what.c_str());
+        std::fprintf(report, "%s, %s: %s\n", trial.scenario->name, Describe(trial.disturbance).c_str(),
+                     ToText(finding.problem).c_str());
     }
     for (const auto& [name, row] : rows)
         std::fprintf(report, "%-26s %5zu tried, %4zu in the table of exceptions, %zu unexplained\n",
@@ -195,7 +109,7 @@ int Report(const std::vector<Trial>& trials, const std::vector<Finding>& finding
     // A row that a whole sweep never needs says more than is true.
     if (!options.quick && options.faults && options.kills)
         for (const Exception& exception : Exceptions())
-            if (!uses[&exception] && exception.stage != Stage::Run) {
+            if (IsOf(exception, "") && !uses[&exception] && exception.stage != Stage::Run) {
                 std::fprintf(report, "never needed: %s, %s, %s\n", exception.scenarios, exception.calls,
                              exception.items);
                 ++unexplained;
@@ -216,7 +130,7 @@ int Sweep(const Options& options) {
         for (Trial& trial : Plan(scenario, references[scenario.name], options))
             trials.push_back(std::move(trial));
     }
-    return Report(trials, DoAll({trials, references, folder}), options);
+    return Report(trials, DoAll(trials, references, folder), options);
 }
 
 std::optional<Options> ReadOptions(const std::vector<std::string>& arguments) {

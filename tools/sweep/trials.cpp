@@ -1,5 +1,6 @@
 #include "sweep/trials.h"
 
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -27,6 +28,8 @@ std::string What(const State& state, const std::string& item) {
     return IsMark(item) ? "marked" : found->second;
 }
 
+}  // namespace
+
 std::vector<Problem> Differences(const State& now, const std::vector<const State*>& allowed, Stage stage) {
     std::set<std::string> items;
     for (const auto& [item, what] : now)
@@ -44,6 +47,8 @@ std::vector<Problem> Differences(const State& now, const std::vector<const State
     return problems;
 }
 
+namespace {
+
 // Each item is what it was, or what an undisturbed run makes of it, now or with the restart.
 std::vector<Problem> OddItems(const State& now, const Reference& reference) {
     return Differences(now, {&reference.before, &reference.after, &reference.restarted}, Stage::AtOnce);
@@ -55,7 +60,7 @@ void Add(std::vector<Problem>& problems, const std::vector<Problem>& more) {
             problems.push_back(problem);
 }
 
-std::string ToText(const State& state) {
+std::string StateText(const State& state) {
     std::string text;
     for (const auto& [item, what] : state)
         text += item + '\t' + what + '\n';
@@ -75,15 +80,31 @@ bool IsAbout(const std::vector<Problem>& problems, const std::string& item) {
                        [&](const Problem& problem) { return problem.item == item; });
 }
 
-// Ever more is done to put the machine right; a problem counts for the last remedy that left it.
-std::vector<Problem> TryRemedies(const Scenario& scenario, const Reference& reference,
-                                 const fs::path& spare) {
+// The next start of the machine, whose power goes after a step of it.
+winhost::LimitsMet CutRestart(unsigned step) {
+    const pid_t id = fork();
+    if (id == 0) {
+        winhost::SetLimits({.steps = step});
+        winhost::RestartMachine();
+        _exit(0);
+    }
+    (void)waitpid(id, nullptr, 0);
+    return winhost::LiftLimits();
+}
+
+// Ever more is done to put the machine right; a problem counts for the last remedy that left it. A machine
+// whose power went has the restart behind it before anything else.
+std::vector<Problem> TryRemedies(const Scenario& scenario, const Reference& reference, const fs::path& spare,
+                                 bool restarts, unsigned cutRestart) {
     std::vector<std::vector<Problem>> tries;
-    tries.push_back(Remedied(RunAgain(scenario), reference, Stage::Second));
-    winhost::EnterMachine(spare);
+    if (!restarts) {
+        tries.push_back(Remedied(RunAgain(scenario), reference, Stage::Second));
+        winhost::EnterMachine(spare);
+    }
+    if (cutRestart) (void)CutRestart(cutRestart);
     winhost::RestartMachine();
     std::vector<Problem> problems = OddItems(TakeState(), reference);
-    if (!tries.back().empty())
+    if (restarts || !tries.back().empty())
         tries.push_back(
             Remedied(RunAgain(scenario), reference, scenario.installs ? Stage::ForGood : Stage::Lasting));
     if (!tries.back().empty() && !scenario.installs) {
@@ -94,6 +115,22 @@ std::vector<Problem> TryRemedies(const Scenario& scenario, const Reference& refe
         for (const Problem& problem : tries[i])
             if (i + 1 == tries.size() || !IsAbout(tries[i + 1], problem.item)) problems.push_back(problem);
     return problems;
+}
+
+const char* StageText(Stage stage) {
+    switch (stage) {
+        case Stage::Run:
+            return "the run";
+        case Stage::AtOnce:
+            return "until a second run";
+        case Stage::Second:
+            return "until a restart and a second run";
+        case Stage::Lasting:
+            return "until it is installed and uninstalled again";
+        case Stage::ForGood:
+            return "for good";
+    }
+    return "";
 }
 
 void Save(const fs::path& file, const std::vector<Problem>& problems) {
@@ -115,6 +152,10 @@ std::vector<Problem> Load(const fs::path& file) {
 }
 
 }  // namespace
+
+std::string ToText(const Problem& problem) {
+    return StageText(problem.stage) + (": " + problem.item + ": " + problem.what);
+}
 
 std::string ToLine(const Problem& problem) {
     return std::to_string(static_cast<int>(problem.stage)) + '\t' + problem.item + '\t' + problem.what;
@@ -148,30 +189,51 @@ Reference MakeReference(const Scenario& scenario, const fs::path& prepared, cons
     return reference;
 }
 
-std::vector<Problem> Try(const Scenario& scenario, const Disturbance& disturbance, const Reference& reference,
-                         const fs::path& prepared, const fs::path& work, const fs::path& known) {
+Outcome Try(const Scenario& scenario, const Disturbance& disturbance, const Reference& reference,
+            const fs::path& prepared, const fs::path& work, const fs::path& known, unsigned cutRestart) {
     const fs::path machine = work / "machine", spare = work / "spare";
     fs::remove_all(machine);
     CopyMachine(prepared, machine);
     winhost::EnterMachine(machine);
-    std::vector<Problem> problems;
+    Outcome result;
+    std::vector<Problem>& problems = result.problems;
     {
         const FilesInUse inUse;
         const RunOutcome outcome = Run(scenario.commandLine, disturbance.program, disturbance);
         if (!outcome.complaint.empty()) problems.push_back({Stage::Run, "the run", outcome.complaint});
+        result.met = outcome.met;
     }
     const State left = TakeState();
     Add(problems, OddItems(left, reference));
 
+    const bool restarts = CutsPower(disturbance);
     const fs::path record =
-        known / (std::string(scenario.name) + "-" + std::to_string(std::hash<std::string>()(ToText(left))));
+        known / (std::string(scenario.name) + (restarts ? "-cut" : "") + std::to_string(cutRestart) + "-" +
+                 std::to_string(std::hash<std::string>()(StateText(left))));
     if (!fs::exists(record)) {
         fs::remove_all(spare);
-        CopyMachine(machine, spare);
-        Save(record, TryRemedies(scenario, reference, spare));
+        if (!restarts) CopyMachine(machine, spare);
+        Save(record, TryRemedies(scenario, reference, spare, restarts, cutRestart));
     }
     Add(problems, Load(record));
-    return problems;
+    return result;
+}
+
+Outcome TryCutRestart(const Scenario& scenario, const Reference& reference, const fs::path& prepared,
+                      const fs::path& work, unsigned step) {
+    const fs::path machine = work / "machine";
+    fs::remove_all(machine);
+    CopyMachine(prepared, machine);
+    winhost::EnterMachine(machine);
+    {
+        const FilesInUse inUse;
+        (void)Run(scenario.commandLine, scenario.programs.front());
+    }
+    Outcome result;
+    result.met = CutRestart(step);
+    result.met.call = kRestart;
+    result.problems = TryRemedies(scenario, reference, machine, true, 0);
+    return result;
 }
 
 }  // namespace sweep

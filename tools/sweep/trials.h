@@ -26,9 +26,14 @@ struct Problem {
     bool operator==(const Problem&) const = default;
 };
 
+// A problem for the reader.
+std::string ToText(const Problem& problem);
 // A problem as one line of text, and back.
 std::string ToLine(const Problem& problem);
 Problem FromLine(const std::string& line);
+
+// Each item that is in none of the allowed states as it is now.
+std::vector<Problem> Differences(const State& now, const std::vector<const State*>& allowed, Stage stage);
 
 // The machines of an undisturbed run.
 struct Reference {
@@ -42,10 +47,23 @@ struct Reference {
 Reference MakeReference(const Scenario& scenario, const std::filesystem::path& prepared,
                         const std::filesystem::path& work);
 
+struct Outcome {
+    std::vector<Problem> problems;
+    winhost::LimitsMet met;
+};
 // Tries one disturbance in copies of the prepared machine, below `work`. What is found of a machine is kept
-// in the folder `known`, so that no machine is looked at twice, whichever process meets it.
-std::vector<Problem> Try(const Scenario& scenario, const Disturbance& disturbance, const Reference& reference,
-                         const std::filesystem::path& prepared, const std::filesystem::path& work,
-                         const std::filesystem::path& known);
+// in the folder `known`, so that no machine is looked at twice, whichever process meets it. After a cut of
+// the power the restart comes before the second run; with `cutRestart` set it is cut at that step, too, and
+// begun again.
+Outcome Try(const Scenario& scenario, const Disturbance& disturbance, const Reference& reference,
+            const std::filesystem::path& prepared, const std::filesystem::path& work,
+            const std::filesystem::path& known, unsigned cutRestart = 0);
+
+// The call that stands for the restart in a disturbance.
+inline constexpr char kRestart[] = "restart";
+// Runs the scenario undisturbed, and cuts the power at a step of the restart, which is then begun again.
+Outcome TryCutRestart(const Scenario& scenario, const Reference& reference,
+                      const std::filesystem::path& prepared, const std::filesystem::path& work,
+                      unsigned step);
 
 }  // namespace sweep

@@ -24,6 +24,8 @@ namespace winhost {
 
 namespace {
 
+thread_local const char* currentCall = "";
+
 struct Seam {
     std::vector<Fault> faults;
     std::map<std::string, unsigned> counts;
@@ -101,6 +103,7 @@ void WriteCounts() {
 }
 
 DWORD FaultOf(const char* call, DWORD error) {
+    currentCall = call;
     Seam& seam = TheSeam();
     const std::lock_guard lock(seam.threads);
     const unsigned own = ++seam.counts[call];
@@ -120,6 +123,10 @@ bool Fails(const char* call, DWORD error) {
     if (fault == 0) return false;
     SetLastError(fault);
     return true;
+}
+
+const char* CurrentCall() {
+    return currentCall;
 }
 
 bool VirtualClock() {

@@ -14,6 +14,8 @@ bool Fails(const char* call, DWORD error = ERROR_ACCESS_DENIED);
 DWORD FaultOf(const char* call, DWORD error = ERROR_ACCESS_DENIED);
 // Whether waits of a fixed length return at once.
 bool VirtualClock();
+// The platform call that this thread began last; empty before the first.
+const char* CurrentCall();
 // Writes the call counts where WINHOST_COUNTS says; called as the process ends.
 void WriteCounts();
 

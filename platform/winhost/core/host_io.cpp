@@ -4,6 +4,8 @@
 
 #include <cerrno>
 
+#include "core/limits.h"
+
 namespace winhost {
 
 Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
@@ -24,7 +26,7 @@ int Descriptor::Release() {
     return value;
 }
 
-bool WriteWhole(int descriptor, const void* data, std::size_t cbData) {
+bool WriteAtOnce(int descriptor, const void* data, std::size_t cbData) {
     const char* next = static_cast<const char*>(data);
     while (cbData > 0) {
         const ssize_t written = write(descriptor, next, cbData);
@@ -34,6 +36,10 @@ bool WriteWhole(int descriptor, const void* data, std::size_t cbData) {
         cbData -= static_cast<std::size_t>(written);
     }
     return true;
+}
+
+bool WriteWhole(int descriptor, const void* data, std::size_t cbData) {
+    return HasLimits() ? WriteWithinLimits(descriptor, data, cbData) : WriteAtOnce(descriptor, data, cbData);
 }
 
 DWORD ErrorOf(int hostError) {

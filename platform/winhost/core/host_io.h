@@ -23,7 +23,9 @@ class Descriptor {
     int m_value = -1;
 };
 
-// Writes all bytes, or fails with errno set.
+// Writes all bytes, or fails with errno set. WriteWhole keeps to the limits of the machine; the other one is
+// for what is no part of its drives.
+bool WriteAtOnce(int descriptor, const void* data, std::size_t cbData);
 bool WriteWhole(int descriptor, const void* data, std::size_t cbData);
 // The error code for the host's errno.
 DWORD ErrorOf(int hostError);

@@ -9,6 +9,7 @@
 
 #include "core/faults.h"
 #include "core/host_io.h"
+#include "core/limits.h"
 #include "core/machine.h"
 #include "files/paths.h"
 
@@ -42,6 +43,7 @@ DWORD StoredAttributes(const std::string& host, bool isFolder) {
 }
 
 bool StoreAttributes(const std::string& host, DWORD attributes) {
+    Step();
     const std::string digits = std::to_string(attributes & kSettable);
     if (setxattr(host.c_str(), kName, digits.data(), digits.size(), 0) == 0) return true;
     if (errno == ENOTSUP) EndWithoutAttributes(host);

@@ -102,8 +102,9 @@ bool AddBootMark(LPCWSTR source, LPCWSTR target, bool replace) {
     const std::u16string mark = replace ? std::u16string(1, kReplaces) : std::u16string();
     AppendText(bytes, to.empty() ? to : mark + std::u16string(kObjectPrefix) + to);
     AppendText(bytes, u"");
-    WriteMachineValue(kKey, kValue, REG_MULTI_SZ, bytes);
-    return true;
+    const DWORD error = WriteMachineValue(kKey, kValue, REG_MULTI_SZ, bytes);
+    if (error) SetLastError(error);
+    return error == 0;
 }
 
 void CarryOutWininit() {

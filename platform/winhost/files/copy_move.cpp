@@ -10,6 +10,7 @@
 
 #include "core/faults.h"
 #include "core/host_io.h"
+#include "core/limits.h"
 #include "core/machine.h"
 #include "core/text.h"
 #include "files/attributes.h"
@@ -22,8 +23,18 @@ namespace winhost {
 
 namespace {
 
+// Windows gives the copy its whole size first, so that a disc without room for it fills with nothing, and a
+// copy that is cut ends in zeros.
+bool CopyWithinLimits(int from, int to, off_t size) {
+    std::string content(static_cast<std::size_t>(size), '\0');
+    if (pread(from, content.data(), content.size(), 0) != size || !HasRoom(0, content.size())) return false;
+    Step();
+    return ftruncate(to, size) == 0 && WriteWhole(to, content.data(), content.size());
+}
+
 // Copies from the start of one file to the start of another, empty one. False with errno set.
-bool CopyContent(int from, int to) {
+bool CopyContent(int from, int to, off_t size) {
+    if (HasLimits()) return CopyWithinLimits(from, to, size);
     for (;;) {
         const ssize_t copied = copy_file_range(from, nullptr, to, nullptr, std::size_t{1} << 30, 0);
         if (copied == 0) return true;
@@ -52,7 +63,8 @@ DWORD CopyPlace(const Place& from, const Place& to, bool failIfExists) {
                                   failIfExists ? CREATE_NEW : CREATE_ALWAYS, FILE_ATTRIBUTE_ARCHIVE);
     if (!target) return GetLastError();
     struct stat info;
-    if (fstat(source->descriptor(), &info) != 0 || !CopyContent(source->descriptor(), target->descriptor())) {
+    if (fstat(source->descriptor(), &info) != 0 ||
+        !CopyContent(source->descriptor(), target->descriptor(), info.st_size)) {
         const DWORD error = ErrorOf(errno);
         (void)unlink(to.host.c_str());
         return error;
@@ -109,6 +121,7 @@ DWORD MovePlace(const Place& from, const Place& to, bool replace) {
         if (target == from.host) return 0;
     }
     // What appears at the target in the meantime isn't overwritten either.
+    Step();
     const unsigned flags = replaces ? 0 : RENAME_NOREPLACE;
     return renameat2(AT_FDCWD, from.host.c_str(), AT_FDCWD, target.c_str(), flags) == 0 ? 0 : ErrorOf(errno);
 }

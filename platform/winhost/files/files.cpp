@@ -10,6 +10,7 @@
 #include "core/faults.h"
 #include "core/handles.h"
 #include "core/host_io.h"
+#include "core/limits.h"
 #include "core/machine.h"
 #include "files/attributes.h"
 #include "files/paths.h"
@@ -65,6 +66,7 @@ std::unique_ptr<OpenFile> OpenExisting(const Place& place, unsigned access, unsi
     // A claim takes a descriptor that can read, even where the file is only written.
     auto file = OpenFile::Open(place.host, access & kWriting ? O_RDWR : O_RDONLY, access, share);
     if (!file) return nullptr;
+    if (empties) Step();
     if (empties && ftruncate(file->descriptor(), 0) != 0) {
         SetLastError(ErrorOf(errno));
         return nullptr;
@@ -78,6 +80,7 @@ std::unique_ptr<OpenFile> OpenExisting(const Place& place, unsigned access, unsi
 
 std::unique_ptr<OpenFile> MakeFile(const Place& place, unsigned access, unsigned share, DWORD disposition,
                                    DWORD attributes) {
+    Step();
     const int once = disposition == CREATE_NEW ? O_EXCL : 0;
     auto file = OpenFile::Open(place.host, O_RDWR | O_CREAT | once, access, share);
     if (!file) {
@@ -127,6 +130,7 @@ DWORD RemovePlace(const Place& place) {
     if (!place.exists()) return place.error;
     if (IsDriveRoot(place)) return ERROR_ACCESS_DENIED;
     if (StoredAttributes(place.host, place.isFolder) & FILE_ATTRIBUTE_READONLY) return ERROR_ACCESS_DENIED;
+    Step();
     const int result = place.isFolder ? rmdir(place.host.c_str()) : unlink(place.host.c_str());
     return result == 0 ? 0 : ErrorOf(errno);
 }
@@ -226,6 +230,7 @@ BOOL CreateDirectoryW(LPCWSTR path, LPSECURITY_ATTRIBUTES security) {
                                           access(place.host.c_str(), F_OK) == 0);
     if (taken) return FailWith(ERROR_ALREADY_EXISTS);
     if (!place.reachable()) return FailWith(place.error);
+    Step();
     return mkdir(place.host.c_str(), 0777) == 0 || FailWith(ErrorOf(errno));
 }
 

@@ -125,8 +125,9 @@ bool Write(const Place& place, const Profile& profile) {
         OpenPlace(place, kWriting, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL);
     if (!file) return false;
     const std::string bytes = Encode(profile);
-    const bool written =
-        ftruncate(file->descriptor(), 0) == 0 && WriteWhole(file->descriptor(), bytes.data(), bytes.size());
+    // The new text goes over the old one, so that without room for it the old one stays.
+    const bool written = WriteWhole(file->descriptor(), bytes.data(), bytes.size()) &&
+                         ftruncate(file->descriptor(), static_cast<off_t>(bytes.size())) == 0;
     SetLastError(written ? ERROR_SUCCESS : ErrorOf(errno));
     return written;
 }

@@ -10,6 +10,7 @@
 #include <fstream>
 
 #include "core/host_io.h"
+#include "core/limits.h"
 #include "core/machine.h"
 #include "core/new_machine.h"
 #include "core/text.h"
@@ -157,9 +158,19 @@ RegistryFile::RegistryFile() {
 DWORD RegistryFile::Save() {
     const std::string path = FilePath(), fresh = path + ".new";
     Cache& cache = TheCache();
-    const int file = open(fresh.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
     const std::string text = FormatRegistry(root());
-    if (file >= 0 && WriteWhole(file, text.data(), text.size()) && rename(fresh.c_str(), path.c_str()) == 0) {
+    std::error_code unread;
+    if (!HasRoom(std::filesystem::file_size(path, unread), text.size())) {
+        cache.Drop();
+        return ERROR_DISK_FULL;
+    }
+    const int file = open(fresh.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    const std::size_t half = text.size() / 2;
+    Step();
+    bool written = file >= 0 && WriteAtOnce(file, text.data(), half);
+    Step();
+    written = written && WriteAtOnce(file, text.data() + half, text.size() - half);
+    if (written && rename(fresh.c_str(), path.c_str()) == 0) {
         cache.Keep(std::move(cache.root), file);
         return ERROR_SUCCESS;
     }
@@ -177,13 +188,13 @@ std::optional<MachineValue> ReadMachineValue(std::u16string_view key, std::u16st
     return MachineValue{found->type, found->bytes};
 }
 
-void WriteMachineValue(std::u16string_view key, std::u16string_view value, DWORD type,
-                       std::string_view bytes) {
+DWORD WriteMachineValue(std::u16string_view key, std::u16string_view value, DWORD type,
+                        std::string_view bytes) {
     RegistryFile file;
     RegistryNode* node = file.root().MakeKey(MachineKey(key));
     if (!node) NotModelled("WriteMachineValue", Utf8(key));
     node->SetValue(value, type, bytes);
-    SaveMachine(file);
+    return file.Save();
 }
 
 void DeleteMachineValue(std::u16string_view key, std::u16string_view value) {

@@ -69,8 +69,9 @@ struct MachineValue {
     std::string bytes;
 };
 std::optional<MachineValue> ReadMachineValue(std::u16string_view key, std::u16string_view value);
-void WriteMachineValue(std::u16string_view key, std::u16string_view value, DWORD type,
-                       std::string_view bytes);
+// The error code of a failure.
+DWORD WriteMachineValue(std::u16string_view key, std::u16string_view value, DWORD type,
+                        std::string_view bytes);
 void DeleteMachineValue(std::u16string_view key, std::u16string_view value);
 // Writes the registry that a new machine starts with.
 void CreateRegistry(const std::filesystem::path& root);

@@ -9,6 +9,7 @@
 
 #include "core/faults.h"
 #include "core/host_io.h"
+#include "core/limits.h"
 #include "core/machine.h"
 #include "files/paths.h"
 #include "registry/registry_store.h"
@@ -61,6 +62,7 @@ DWORD MakeFolders(const std::u16string& path) {
     for (auto end = path.find(u'\\', 3);; end = path.find(u'\\', end + 1)) {
         const Place folder = Locate(path.substr(0, end));
         if (!folder.reachable()) return folder.error;
+        if (!folder.exists()) Step();
         if (!folder.exists() && mkdir(folder.host.c_str(), 0777) != 0) return ErrorOf(errno);
         if (folder.exists() && !folder.isFolder) return ERROR_PATH_NOT_FOUND;
         if (end == path.npos) return ERROR_SUCCESS;

@@ -201,8 +201,11 @@ HRESULT ShellLink::Save(LPCOLESTR path, BOOL remember) {
     const auto file = OpenPlace(Locate(path), kWriting, 0, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL);
     if (!file) return HRESULT_FROM_WIN32(GetLastError());
     const std::string bytes = FormatLink(m_link);
-    if (!WriteWhole(file->descriptor(), bytes.data(), bytes.size()))
-        return HRESULT_FROM_WIN32(ErrorOf(errno));
+    if (!WriteWhole(file->descriptor(), bytes.data(), bytes.size())) {
+        const DWORD error = ErrorOf(errno);
+        (void)RemovePlace(Locate(path));
+        return HRESULT_FROM_WIN32(error);
+    }
     if (remember) m_dirty = false;
     return S_OK;
 }

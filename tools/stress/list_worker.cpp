@@ -1,0 +1,35 @@
+// list_worker ROUNDS: enters the list of running copies and leaves it, so many times. Ends with 0 when it found
+// itself there once each time, and never waited too long; with 1, 2 or 3 otherwise.
+#include <algorithm>
+
+#include "instances/instance_manager.h"
+#include "stress/list.h"
+
+namespace {
+
+// How often this process stands in the list.
+int TimesListed(COXInstanceManager& manager) {
+    CDWordArray ids;
+    if (!manager.ListInstances(ids)) return 0;
+    int times = 0;
+    for (int index = 0; index < ids.GetSize(); ++index)
+        times += ids[index] == GetCurrentProcessId();
+    return times;
+}
+
+}  // namespace
+
+int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR, int) {
+    const int rounds = __argc > 1 ? _wtoi(__wargv[1]) : 0;
+    for (int round = 0; round < rounds; ++round) {
+        const DWORD start = GetTickCount();
+        COXInstanceManager manager(stress::kListName, stress::kAdditionalBytes, true);
+        if (TimesListed(manager) != 1) return 1;
+        if (manager.RemoveInstance(GetCurrentProcessId()) != 1) return 2;
+        if (GetTickCount() - start > stress::kLongestWaitMs) return 3;
+        // What is posted without a window comes to this thread.
+        for (MSG message; PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE);) {
+        }
+    }
+    return 0;
+}
