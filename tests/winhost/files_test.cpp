@@ -127,6 +127,38 @@ TEST_F(HostFiles, ProfileFilesKeepTheirEncodingAndOtherSections) {
     EXPECT_TRUE(DeleteFileW(TEXT("C:\\Windows\\test.ini")));
 }
 
+TEST_F(HostFiles, FullDiscRefusesAWholeCopyAndAWholeText) {
+    constexpr LPCWSTR kProfile = TEXT("C:\\Scratch\\marks.ini");
+    MakeFile(TEXT("C:\\Scratch\\source"), std::string(1000, 's'));
+    EXPECT_TRUE(WritePrivateProfileSectionW(TEXT("rename"), TEXT("NUL=a\0"), kProfile));
+    const std::uint64_t used = winhost::BytesUsed();
+    winhost::SetLimits({.room = used + 999});
+    EXPECT_EQ(ErrorOf(CopyFileW(TEXT("source"), TEXT("copy"), FALSE)), DWORD{ERROR_DISK_FULL});
+    EXPECT_FALSE(Exists(TEXT("copy"))) << "Windows takes it away again";
+    const Text longEntry = TEXT("NUL=") + Text(1200, 'b') + Text(1, 0);
+    EXPECT_FALSE(WritePrivateProfileSectionW(TEXT("rename"), longEntry.c_str(), kProfile));
+    EXPECT_EQ(FileBytes(kProfile), "[rename]\r\nNUL=a\r\n") << "the old entries stay";
+    const winhost::LimitsMet met = winhost::LiftLimits();
+    EXPECT_EQ(met.call, "CopyFileW");
+    EXPECT_EQ(met.leastRefused, used + 1000);
+    winhost::SetLimits({.room = used + 1000});
+    EXPECT_TRUE(CopyFileW(TEXT("source"), TEXT("copy"), FALSE));
+    EXPECT_EQ(winhost::LiftLimits().leastRefused, UINT64_MAX);
+}
+
+TEST_F(HostFiles, PowerGoesInTheMidstOfACopy) {
+    MakeFile(TEXT("C:\\Scratch\\source"), std::string(1000, 's'));
+    // The file is made, it takes its size, and ten parts of 32 bytes are written.
+    winhost::SetLimits({.steps = 12});
+    const pid_t id = fork();
+    if (id == 0) _exit(CopyFileW(TEXT("source"), TEXT("copy"), FALSE));
+    int status = 0;
+    EXPECT_EQ(waitpid(id, &status, 0), id);
+    EXPECT_TRUE(WIFSIGNALED(status));
+    EXPECT_TRUE(winhost::LiftLimits().powerWent);
+    EXPECT_EQ(FileBytes(TEXT("copy")), std::string(320, 's') + std::string(680, 0));
+}
+
 TEST_F(HostFiles, RestartKeepsWhatWindowsWouldKeep) {
     constexpr DWORD kDelayed = MOVEFILE_DELAY_UNTIL_REBOOT;
     for (const LPCWSTR name :

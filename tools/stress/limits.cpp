@@ -19,8 +19,8 @@ using namespace sweep;
 
 constexpr char kAllPrograms[] = "*";
 // How many cuts a whole run tries for each scenario at the least, and a quick one.
-constexpr std::uint64_t kCuts = 1200, kQuickCuts = 10, kQuickRestarts = 3;
-constexpr std::uint64_t kQuickRooms = 6;
+constexpr std::uint64_t kCuts = 1200, kQuickCuts = 6, kQuickRestarts = 2;
+constexpr std::uint64_t kQuickRooms = 3;
 // The rooms of a scenario are tried in so many shares.
 constexpr std::uint64_t kShares = 16;
 // Every so many cuts the restart is cut as well, at one of these steps.

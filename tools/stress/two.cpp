@@ -28,7 +28,7 @@ using namespace sweep;
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-constexpr unsigned kSeeds = 600, kQuickSeeds = 12;
+constexpr unsigned kSeeds = 600, kQuickSeeds = 8;
 constexpr milliseconds kHang{60000}, kLook{2};
 
 struct Pair {

@@ -1,0 +1,24 @@
+#!/usr/bin/env bash
+# Tries installs, updates and uninstalls under stress on embedded machines: stress.sh [--quick] [full|power|two|list]...
+#   full: a disc with ever more room       power: it goes at each step, and in the restart after that
+#   two: two runs at once                  list: the shared list of running copies under eight processes
+# All parts without a name. The program under test is built with sanitizers. docs/reliability.md tells what is promised.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+options=() parts=()
+for argument in "$@"; do
+    case $argument in
+        --quick) options+=("$argument") ;;
+        full | power | two | list) parts+=("$argument") ;;
+        *) echo 'usage: scripts/stress.sh [--quick] [full|power|two|list]...' >&2; exit 2 ;;
+    esac
+done
+[ ${#parts[@]} -gt 0 ] || parts=(full power two list)
+
+scripts/bootstrap.sh host
+cmake --preset host >/dev/null
+cmake --build --preset host --target stress -- --quiet
+cmake --preset host-asan >/dev/null
+cmake --build --preset host-asan --target setup -- --quiet
+exec build/host/stress build/host-asan/setup.exe "${options[@]}" "${parts[@]}"
