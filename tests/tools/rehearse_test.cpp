@@ -135,9 +135,10 @@ TEST(RehearsalPage, ShowsWhatIsLeftFirstAndEveryNameAsText) {
     std::size_t at = 0;
     for (const char* part :
          {"<h1>&lt;p&gt;</h1>", "What is left", "class=\"verdict went\">1 thing is left",
-          "+ &lt;img src=x onerror=alert(1)&gt;</span>", "+ stays</span> <span class=\"note\">why",
-          "<details open><summary>setup</summary>", "setup.exe &quot;&lt;/code&gt;&lt;script&gt;&quot;",
-          "ended with 0", "+ &lt;img src=x onerror=alert(1)&gt;</span> <span class=\"note\">\\x01&lt;i&gt;",
+          "<div class=\"bad\"><h3>and should have gone: files", "+ &lt;img src=x onerror=alert(1)&gt;</span>",
+          "+ stays</span> <span class=\"note\">why", "<details open><summary>setup</summary>",
+          "setup.exe &quot;&lt;/code&gt;&lt;script&gt;&quot;", "ended with 0",
+          "+ &lt;img src=x onerror=alert(1)&gt;</span> <span class=\"note\">\\x01&lt;i&gt;",
           "[&lt;b&gt;] a &amp; b"}) {
         const std::size_t found = page.find(part, at);
         ASSERT_NE(found, page.npos) << part << " doesn't come next in\n" << page.substr(at);

@@ -51,18 +51,19 @@ std::vector<std::string> MessageLines(const std::vector<Message>& messages) {
 
 void AddList(std::vector<Block>& blocks, const char* title, const std::vector<std::string>& texts) {
     if (texts.empty()) return;
-    Block block = {title, {}};
+    Block block = {title, {}, false};
     for (const std::string& text : texts)
         block.lines.push_back({0, kPlain, text, ""});
     blocks.push_back(block);
 }
 
-void AddTrees(std::vector<Block>& blocks, const std::string& prefix, const Changes& changes) {
+void AddTrees(std::vector<Block>& blocks, const std::string& prefix, const Changes& changes,
+              bool isWrong = false) {
     for (const Section& section : kSections) {
         Tree tree;
         for (const auto& change : changes)
             if (KindOf(change.name) == section.kind) tree.Add(change, Note(change));
-        if (!tree.IsEmpty()) blocks.push_back({prefix + section.title, tree.Lines()});
+        if (!tree.IsEmpty()) blocks.push_back({prefix + section.title, tree.Lines(), isWrong});
     }
 }
 
@@ -90,8 +91,8 @@ std::vector<Block> BlocksOfLeft(const Rehearsal& rehearsal) {
             mayStay.Add(left.change, left.reason);
     }
     std::vector<Block> blocks;
-    if (!mayStay.IsEmpty()) blocks.push_back({"and may stay", mayStay.Lines()});
-    AddTrees(blocks, "and should have gone: ", wrong);
+    if (!mayStay.IsEmpty()) blocks.push_back({"and may stay", mayStay.Lines(), false});
+    AddTrees(blocks, "and should have gone: ", wrong, true);
     return blocks;
 }
 

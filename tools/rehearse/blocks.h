@@ -12,6 +12,7 @@ inline constexpr char kPlain = 0;
 struct Block {
     std::string title;
     std::vector<TreeLine> lines;
+    bool isWrong = false;  // these things should not be there
 };
 
 std::vector<Block> BlocksOf(const Step& step);

@@ -36,7 +36,7 @@ li:hover { background: var(--box); }
 .note { margin-left: 2em; font-size: 13px; }
 .came { color: var(--came); } .went { color: var(--went); } .changed { color: var(--changed); }
 .verdict { font-weight: 600; }
-.wrong { border-color: var(--went); }
+.wrong { border-color: var(--went); } .bad span:not(.note) { color: var(--went); }
 input { font: inherit; width: 100%; box-sizing: border-box; padding: .4rem .6rem; border: 1px solid var(--line);
   border-radius: 6px; background: var(--back); color: inherit; }
 [hidden] { display: none; }
@@ -108,7 +108,7 @@ std::string LineToHtml(const TreeLine& line) {
 std::string BlocksToHtml(const std::vector<Block>& blocks) {
     std::string text;
     for (const Block& block : blocks) {
-        text += "<div>";
+        text += block.isWrong ? "<div class=\"bad\">" : "<div>";
         if (!block.title.empty()) text += "<h3>" + Escaped(block.title) + "</h3>";
         text += "<ul>\n";
         for (const TreeLine& line : block.lines)
