@@ -324,7 +324,7 @@ TEST(PackageCheckReport, SarifNamesRuleLevelAndPlace) {
     for (const std::string& part : parts)
         EXPECT_NE(text.find(part), text.npos) << part << "\nisn't in\n" << text;
     EXPECT_NE(package_check::ToSarif(findings, {"p", "r", "p"}).find(R"("uri": "s/%231.log")"), text.npos);
-    EXPECT_NE(package_check::ToSarif(findings, {"../p", "r", "."}).find(R"("uri": "file:///)"), text.npos);
+    EXPECT_NE(package_check::ToSarif(findings, {"p", "r", "q"}).find(R"("uri": "file:///)"), text.npos);
     EXPECT_NE(package_check::ToSarif({}, {}).find(R"("executionSuccessful": true)"), text.npos);
 }
 
