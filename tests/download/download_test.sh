@@ -139,9 +139,9 @@ recipe() {
 program_files=${WINEPREFIX:-${QTV_WINE_HOME:-$root/build/wine}/prefix}/drive_c/Program\ Files
 recipe detect 1
 recipe install 0
-recipe install 0
 recipe detect 0
 recipe pending 1
+recipe install 0
 for file in QtvApp8.ini "$build/package/QtvApp8.exe"; do
     cmp "$file" "$program_files/Qantivo 8/$(basename "$file")" || fail "$file is not installed"
 done
