@@ -101,6 +101,7 @@ TEST_F(RunningCopies, RunOnUntilTheQuestionIsAnswered) {
     }
 }
 
+#ifndef _WIN32  // There a process that ends so takes its record of boxes along.
 // A list that shrank since it was counted ends the process.
 TEST_F(RunningCopies, EndSetupByLeavingTheListDuringTheQuestion) {
     const RunningProgram copy(kSleeper);
@@ -113,6 +114,7 @@ TEST_F(RunningCopies, EndSetupByLeavingTheListDuringTheQuestion) {
     EXPECT_GT(setup.ExitCode().value_or(0), 1u);
     EXPECT_EQ(answers.Shown().size(), 1u);
 }
+#endif
 
 // Ended processes stay listed, and the count may be more than the list holds. Each entry has 10 ms to end.
 TEST_F(RunningCopies, EndedProcessesArePassedOverToTheEndOfTheList) {

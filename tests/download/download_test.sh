@@ -124,6 +124,10 @@ QTV_HOLD=$here\\stand_in.exe start 0 -s
 held=$(recorded folder)
 marks | grep -qF "$held" || fail "$held isn't marked: $(marks)"
 wine reg.exe delete 'HKLM\SYSTEM\CurrentControlSet\Control\Session Manager' /v PendingFileRenameOperations /f >/dev/null
+# The installations of other tests are forgotten.
+for key in 'HKLM\SOFTWARE\Lorvanta' 'HKLM\SOFTWARE\Microsoft\Windows\CurrentVersion\Uninstall\Qantivo 8'; do
+    wine reg.exe delete "$key" /f /reg:64 >/dev/null 2>&1 || true
+done
 
 # ---- the sample's download, with settings beside it, by the recipes of the manual ----
 "$root/scripts/make_download.sh" "$build/package" Qantivo.exe >/dev/null || fail 'no download of the sample'
