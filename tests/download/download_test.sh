@@ -125,7 +125,8 @@ held=$(recorded folder)
 marks | grep -qF "$held" || fail "$held isn't marked: $(marks)"
 wine reg.exe delete 'HKLM\SYSTEM\CurrentControlSet\Control\Session Manager' /v PendingFileRenameOperations /f >/dev/null
 # The installations of other tests are forgotten.
-for key in 'HKLM\SOFTWARE\Lorvanta' 'HKLM\SOFTWARE\Microsoft\Windows\CurrentVersion\Uninstall\Qantivo 8'; do
+versions='HKLM\SOFTWARE\Microsoft\Windows\CurrentVersion'
+for key in 'HKLM\SOFTWARE\Lorvanta' "$versions\Uninstall\Qantivo 8" "$versions\App Paths\QtvApp8.exe"; do
     wine reg.exe delete "$key" /f /reg:64 >/dev/null 2>&1 || true
 done
 
