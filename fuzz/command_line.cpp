@@ -67,8 +67,9 @@ void RunInChild() {
     const pid_t child = fork();
     if (child == 0) {
         (void)std::atexit([] { _exit(0); });
-        (void)theApp.InitInstance();
-        _exit(1);
+        // What isn't modelled is no fault of the program.
+        const bool modelled = RunModelled([] { (void)theApp.InitInstance(); });
+        _exit(modelled ? 1 : 0);
     }
     int status = 1;
     // The fuzzer's clock interrupts.
@@ -95,7 +96,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (__argc > 2 && wcscmp(__wargv[1], TEXT("-delself")) == 0)
         RunInChild();
     else
-        (void)theApp.InitInstance();
+        (void)RunModelled([] { (void)theApp.InitInstance(); });
     __argc = givenCount;
     __wargv = given;
     winhost::SetFaults({});

@@ -4,11 +4,15 @@
 #include <framework.h>
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
 // Keeps the input as a failing one, unless the property holds.
 void Require(bool holds, const char* property);
+
+// Runs `act` to its end, or to where it asks for what the embedded machine doesn't model; false for that.
+bool RunModelled(const std::function<void()>& act);
 
 // Empties the machine's drives but for C:\Windows, which becomes the current folder, and forgets its events.
 void ClearMachine();
