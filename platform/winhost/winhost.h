@@ -44,6 +44,10 @@ std::filesystem::path HostPath(std::u16string_view path);
 // The next start of the machine: carries the boot-time marks out by Windows' rules, and takes them away.
 void RestartMachine();
 
+// Whether this machine carries WININIT.INI out at its restarts, as only the old line of Windows does. A new
+// machine doesn't. Independent of the version that its programs read.
+void SetCarriesOutWininit(bool on);
+
 // The running processes of the machine, without this one.
 std::vector<DWORD> ProcessIds();
 

@@ -57,6 +57,9 @@ enum class Deviation {
     KeepsFailedStarts,     // CreateProcessW leaves what stood in its answer when it fails
 };
 bool Deviates(Deviation deviation);
+// What the running system is to answer to a fact: `windows`, or under Wine what the table in
+// scratch_windows.cpp has for the fact.
+std::string Expected(const std::string& fact, const std::string& windows);
 
 // ---- registry ----
 // Deletes a key with all below it; a missing key is none of its business.

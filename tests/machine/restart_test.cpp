@@ -36,11 +36,14 @@ TEST_F(Restart, CarriesMarksOutInOrderAndTakesThemAway) {
         WritePrivateProfileSectionW(TEXT("rename"), TEXT("NUL=C:\\Scratch\\ini\0"), TEXT("WININIT.INI")));
 
     RestartMachine();
-    EXPECT_EQ(Tree(),
-              (std::vector<Text>{TEXT("full\\"), TEXT("kept"), TEXT("moved"), TEXT("old"), TEXT("taken")}));
+    // WININIT.INI is of the old line of Windows.
+    const bool carriesOut = Expected("wininit.ini", "stays") != "stays";
+    std::vector<Text> left = {TEXT("full\\"), TEXT("kept"), TEXT("moved"), TEXT("old"), TEXT("taken")};
+    if (!carriesOut) left.insert(left.begin() + 1, TEXT("ini"));
+    EXPECT_EQ(Tree(), left);
     EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\taken")), "b");
     EXPECT_EQ(BootMarks(), std::vector<Mark>{});
-    EXPECT_FALSE(Exists(TEXT("C:\\windows\\wininit.ini")));
+    EXPECT_NE(Exists(TEXT("C:\\windows\\wininit.ini")), carriesOut);
 }
 
 }  // namespace

@@ -51,6 +51,12 @@ bool StoreAttributes(const std::string& host, DWORD attributes) {
     return false;
 }
 
+void MarkWritten(int descriptor) {
+    const std::string host = "/proc/self/fd/" + std::to_string(descriptor);
+    const DWORD stored = StoredAttributes(host, false);
+    if (!(stored & FILE_ATTRIBUTE_ARCHIVE)) (void)StoreAttributes(host, stored | FILE_ATTRIBUTE_ARCHIVE);
+}
+
 }  // namespace winhost
 
 using namespace winhost;
@@ -59,6 +65,7 @@ DWORD GetFileAttributesW(LPCWSTR path) {
     if (Fails("GetFileAttributesW")) return INVALID_FILE_ATTRIBUTES;
     const Place place = Locate(path);
     if (place.exists()) return StoredAttributes(place.host, place.isFolder);
+    if (place.isDevice) return FILE_ATTRIBUTE_ARCHIVE;
     SetLastError(place.error);
     return INVALID_FILE_ATTRIBUTES;
 }
@@ -68,6 +75,7 @@ BOOL SetFileAttributesW(LPCWSTR path, DWORD attributes) {
     const Place place = Locate(path);
     // What can't be set is dropped: callers hand back what they read, the folder bit or a failure included.
     if (place.exists()) return StoreAttributes(place.host, attributes);
+    if (place.isDevice) return TRUE;
     SetLastError(place.error);
     return FALSE;
 }

@@ -3,6 +3,8 @@
 
 #include <unistd.h>
 
+#include <fstream>
+
 #include "core/host_io.h"
 #include "core/machine_lock.h"
 #include "core/text.h"
@@ -23,6 +25,8 @@ constexpr char16_t kKey[] = u"SYSTEM\\CurrentControlSet\\Control\\Session Manage
 constexpr char16_t kValue[] = u"PendingFileRenameOperations";
 constexpr std::u16string_view kObjectPrefix = u"\\??\\";
 constexpr char16_t kReplaces = u'!';
+// There where the machine is to carry wininit.ini out, too.
+constexpr char kCarriesOutWininit[] = "wininit";
 
 struct BootMark {
     std::u16string source;
@@ -65,7 +69,10 @@ std::u16string WithoutPrefix(std::u16string_view path) {
 
 // At a start nothing is open, so that no rule of sharing applies; what fails, fails in silence.
 void CarryOut(const BootMark& mark) {
-    const Place source = Locate(WithoutPrefix(mark.source));
+    const std::u16string path = WithoutPrefix(mark.source);
+    // Of devices and of the network nothing is taken away.
+    if (path.size() < 2 || path[1] != u':') return;
+    const Place source = Locate(path);
     if (mark.target.empty()) {
         (void)RemovePlace(source);
         return;
@@ -74,15 +81,17 @@ void CarryOut(const BootMark& mark) {
     (void)MovePlace(source, Locate(WithoutPrefix(std::u16string_view(mark.target).substr(replace))), replace);
 }
 
-}  // namespace
-
-namespace {
-
-// A mark keeps a closing separator, which a full path has lost.
+// The path as an object of the system's name space; empty, with the last error set, for none.
 std::u16string MarkedPath(LPCWSTR path) {
     std::u16string full = FullPath(path);
-    if (!full.empty() && full.back() != u'\\' && EndsInSeparator(path)) full += u'\\';
-    return full;
+    if (full.size() >= MAX_PATH) {
+        SetLastError(ERROR_PATH_NOT_FOUND);
+        return {};
+    }
+    constexpr std::u16string_view kDevice = u"\\\\.\\";
+    if (full.starts_with(kDevice)) full.erase(0, kDevice.size());
+    if (full.starts_with(u"\\\\")) full.replace(0, 2, u"UNC\\");
+    return full.empty() ? full : std::u16string(kObjectPrefix) + full;
 }
 
 }  // namespace
@@ -98,9 +107,9 @@ bool AddBootMark(LPCWSTR source, LPCWSTR target, bool replace) {
         return false;
     }
     std::string& bytes = *stored;
-    AppendText(bytes, std::u16string(kObjectPrefix) + from);
+    AppendText(bytes, from);
     const std::u16string mark = replace ? std::u16string(1, kReplaces) : std::u16string();
-    AppendText(bytes, to.empty() ? to : mark + std::u16string(kObjectPrefix) + to);
+    AppendText(bytes, to.empty() ? to : mark + to);
     AppendText(bytes, u"");
     const DWORD error = WriteMachineValue(kKey, kValue, REG_MULTI_SZ, bytes);
     if (error) SetLastError(error);
@@ -123,8 +132,15 @@ void CarryOutWininit() {
     (void)MovePlace(file, Locate(u"C:\\Windows\\wininit.bak"), true);
 }
 
+void SetCarriesOutWininit(bool on) {
+    if (on)
+        std::ofstream(StateFolder() / kCarriesOutWininit).put('1');
+    else
+        (void)unlink((StateFolder() / kCarriesOutWininit).c_str());
+}
+
 void RestartMachine() {
-    CarryOutWininit();
+    if (std::filesystem::exists(StateFolder() / kCarriesOutWininit)) CarryOutWininit();
     const std::vector<std::u16string> texts = Texts(StoredMarks().value_or(std::string()));
     for (std::size_t i = 0; i + 1 < texts.size(); i += 2)
         CarryOut({texts[i], texts[i + 1]});

@@ -52,6 +52,7 @@ bool CopyContent(int from, int to, off_t size) {
 }
 
 DWORD CopyPlace(const Place& from, const Place& to, bool failIfExists) {
+    if (from.isDevice) NotModelled("CopyFileW", "a device as the source");
     if (!from.exists()) return from.error;
     if (from.isFolder) return ERROR_ACCESS_DENIED;
     const auto source =
@@ -62,6 +63,7 @@ DWORD CopyPlace(const Place& from, const Place& to, bool failIfExists) {
     const auto target = OpenPlace(to, kWriting, FILE_SHARE_READ | FILE_SHARE_WRITE,
                                   failIfExists ? CREATE_NEW : CREATE_ALWAYS, FILE_ATTRIBUTE_ARCHIVE);
     if (!target) return GetLastError();
+    if (to.isDevice) return 0;
     struct stat info;
     if (fstat(source->descriptor(), &info) != 0 ||
         !CopyContent(source->descriptor(), target->descriptor(), info.st_size)) {
@@ -94,11 +96,12 @@ DWORD Move(LPCWSTR source, LPCWSTR target, bool replace, bool copyAllowed) {
     const Place from = LocateFile(source);
     if (!from.exists()) return from.error;
     const Place to = from.isFolder ? Locate(target) : LocateFile(target);
+    if (to.isDevice) NotModelled("MoveFileExW", "a device as the target");
     if (!to.reachable()) return to.error;
     if (const DWORD error = RenameBlockedBy(from.host)) return error;
     const bool replaces = replace && to.exists() && to.host != from.host;
-    if (replaces && DeleteBlockedBy(to.host) != 0) return ERROR_ACCESS_DENIED;
-    if (from.windows[0] == to.windows[0]) return MovePlace(from, to, replace);
+    if (replaces && !to.isFolder && IsInUse(to.host)) return ERROR_ACCESS_DENIED;
+    if (UpperUnit(from.windows[0]) == UpperUnit(to.windows[0])) return MovePlace(from, to, replace);
     return copyAllowed ? MoveAcross(from, to, replace) : ERROR_NOT_SAME_DEVICE;
 }
 
@@ -113,16 +116,18 @@ DWORD MovePlace(const Place& from, const Place& to, bool replace) {
     const bool respells = to.exists() && to.host == from.host;
     const bool replaces = to.exists() && !respells;
     if (replaces && !replace) return ERROR_ALREADY_EXISTS;
-    if (replaces && (from.isFolder || !CanReplace(to))) return ERROR_ACCESS_DENIED;
+    if (replaces && !CanReplace(to)) return ERROR_ACCESS_DENIED;
+    // The name is spelled as the caller spells it, that of a replaced file as well.
     std::string target = to.host;
-    if (respells) {
-        target.erase(target.rfind('/') + 1);
-        target += Utf8(std::u16string_view(to.windows).substr(to.windows.rfind(u'\\') + 1));
-        if (target == from.host) return 0;
-    }
-    // What appears at the target in the meantime isn't overwritten either.
+    target.erase(target.rfind('/') + 1);
+    target += Utf8(std::u16string_view(to.windows).substr(to.windows.rfind(u'\\') + 1));
+    if (respells && target == from.host) return 0;
     Step();
-    const unsigned flags = replaces ? 0 : RENAME_NOREPLACE;
+    // A folder replaces a file, too, which the host's rename doesn't.
+    const bool makesRoom = replaces && (from.isFolder || target != to.host);
+    if (makesRoom && unlink(to.host.c_str()) != 0) return ErrorOf(errno);
+    // What appears at the target in the meantime isn't overwritten either.
+    const unsigned flags = replaces && !makesRoom ? 0 : RENAME_NOREPLACE;
     return renameat2(AT_FDCWD, from.host.c_str(), AT_FDCWD, target.c_str(), flags) == 0 ? 0 : ErrorOf(errno);
 }
 
@@ -133,7 +138,7 @@ using namespace winhost;
 BOOL CopyFileW(LPCWSTR source, LPCWSTR target, BOOL failIfExists) {
     if (Fails("CopyFileW")) return FALSE;
     const DWORD error = CopyPlace(LocateFile(source), LocateFile(target), failIfExists);
-    if (error) SetLastError(error);
+    SetLastError(error);
     return error == 0;
 }
 

@@ -12,6 +12,7 @@
 #include "core/host_io.h"
 #include "core/limits.h"
 #include "core/machine.h"
+#include "core/text.h"
 #include "files/attributes.h"
 #include "files/paths.h"
 #include "files/sharing.h"
@@ -94,13 +95,25 @@ std::unique_ptr<OpenFile> MakeFile(const Place& place, unsigned access, unsigned
 }
 
 std::unique_ptr<OpenFile> OpenFolder(const Place& place, unsigned access, unsigned share, DWORD disposition) {
-    if (disposition != OPEN_EXISTING) {
+    if (disposition != OPEN_EXISTING && disposition != OPEN_ALWAYS) {
         SetLastError(disposition == CREATE_NEW ? ERROR_FILE_EXISTS : ERROR_ACCESS_DENIED);
         return nullptr;
     }
     auto folder = OpenFile::Open(place.host, O_RDONLY | O_DIRECTORY, access, share);
-    if (folder) SetLastError(ERROR_SUCCESS);
+    if (folder) SetLastError(disposition == OPEN_ALWAYS ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
     return folder;
+}
+
+// Of the devices the machine has but the one that takes everything.
+std::unique_ptr<OpenFile> OpenDevice(const Place& place) {
+    if (SameName(place.windows, u"\\\\.\\NUL")) {
+        auto device = OpenFile::Open("/dev/null", O_RDWR, 0, kShareAll);
+        if (device) SetLastError(ERROR_SUCCESS);
+        return device;
+    }
+    if (Upper(place.windows).starts_with(u"\\\\.\\CON")) NotModelled("CreateFileW", "the console");
+    SetLastError(ERROR_FILE_NOT_FOUND);
+    return nullptr;
 }
 
 bool IsDriveRoot(const Place& place) {
@@ -112,6 +125,10 @@ bool IsDriveRoot(const Place& place) {
 std::unique_ptr<OpenFile> OpenPlace(const Place& place, unsigned access, unsigned share, DWORD disposition,
                                     DWORD attributes) {
     const bool makes = disposition != OPEN_EXISTING && disposition != TRUNCATE_EXISTING;
+    if (place.isDevice) return OpenDevice(place);
+    const std::size_t last = place.windows.rfind(u'\\') + 1;
+    if (makes && place.error == ERROR_INVALID_NAME && place.windows.find(u':', last) != std::u16string::npos)
+        NotModelled("CreateFileW", "a stream of a file: " + Utf8(place.windows));
     DWORD error = 0;
     if (place.exists() && disposition == CREATE_NEW)
         error = ERROR_FILE_EXISTS;
@@ -155,7 +172,8 @@ HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTE
     }
     const unsigned rights = (access & GENERIC_READ ? kReading : 0) | (access & GENERIC_WRITE ? kWriting : 0) |
                             (access & DELETE ? kDeleting : 0);
-    const Place place = LocateFile(path);
+    const bool makes = disposition != OPEN_EXISTING && disposition != TRUNCATE_EXISTING;
+    const Place place = makes ? LocateFile(path) : Locate(path);
     const bool asFolder = place.exists() && place.isFolder && (flags & FILE_FLAG_BACKUP_SEMANTICS);
     auto file = asFolder ? OpenFolder(place, rights, share, disposition)
                          : OpenPlace(place, rights, share, disposition, flags & kCreationAttributes);
@@ -166,7 +184,7 @@ HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTE
         return handle;
     }
     // With a closing separator the folder counts as a path that leads to no file.
-    if (place.exists() && place.isFolder && !asFolder && disposition != CREATE_NEW && EndsInSeparator(path))
+    if (place.exists() && place.isFolder && !asFolder && disposition != CREATE_NEW && place.isClosed)
         SetLastError(ERROR_PATH_NOT_FOUND);
     return INVALID_HANDLE_VALUE;
 }
@@ -190,6 +208,7 @@ BOOL WriteFile(HANDLE handle, LPCVOID data, DWORD cbData, LPDWORD cbWritten, voi
     const auto file = FileWith(handle, kWriting);
     if (!file) return FALSE;
     if (!WriteWhole(file->file->descriptor(), data, cbData)) return FailWith(ErrorOf(errno));
+    if (cbData) MarkWritten(file->file->descriptor());
     if (cbWritten) *cbWritten = cbData;
     return TRUE;
 }
@@ -213,7 +232,7 @@ DWORD GetFileSize(HANDLE handle, LPDWORD high) {
 BOOL DeleteFileW(LPCWSTR path) {
     if (Fails("DeleteFileW")) return FALSE;
     const Place place = LocateFile(path);
-    DWORD error = place.error;
+    DWORD error = place.isDevice ? ERROR_INVALID_PARAMETER : place.error;
     if (!error && place.isFolder) error = ERROR_ACCESS_DENIED;
     if (!error) error = DeleteBlockedBy(place.host);
     if (!error) error = RemovePlace(place);
@@ -225,10 +244,9 @@ BOOL CreateDirectoryW(LPCWSTR path, LPSECURITY_ATTRIBUTES security) {
     if (security) NotModelled("CreateDirectoryW", "security attributes");
     const Place place = Locate(path);
     if (place.windows.size() >= kMaxFolderPath) return FailWith(ERROR_FILENAME_EXCED_RANGE);
+    if (place.isDevice) return FailWith(ERROR_DIRECTORY);
     // A file named with a closing separator stands in the way all the same.
-    const bool taken = place.exists() || (place.error == ERROR_INVALID_NAME && EndsInSeparator(path) &&
-                                          access(place.host.c_str(), F_OK) == 0);
-    if (taken) return FailWith(ERROR_ALREADY_EXISTS);
+    if (place.exists() || place.isFileForFolder) return FailWith(ERROR_ALREADY_EXISTS);
     if (!place.reachable()) return FailWith(place.error);
     Step();
     return mkdir(place.host.c_str(), 0777) == 0 || FailWith(ErrorOf(errno));
@@ -237,7 +255,7 @@ BOOL CreateDirectoryW(LPCWSTR path, LPSECURITY_ATTRIBUTES security) {
 BOOL RemoveDirectoryW(LPCWSTR path) {
     if (Fails("RemoveDirectoryW")) return FALSE;
     const Place place = Locate(path);
-    DWORD error = place.error;
+    DWORD error = place.isDevice ? ERROR_DIRECTORY : place.error;
     if (!error && !place.isFolder) error = ERROR_DIRECTORY;
     if (!error) error = DeleteBlockedBy(place.host);
     if (!error) error = RemovePlace(place);

@@ -85,10 +85,16 @@ DWORD Start(Search& search, LPCWSTR pattern) {
     if (full.empty() || full.size() >= MAX_PATH) return ERROR_PATH_NOT_FOUND;
     const std::size_t separator = full.rfind(u'\\');
     const std::u16string_view name = std::u16string_view(full).substr(separator + 1);
-    if (name.empty() || EndsInSeparator(pattern)) return ERROR_FILE_NOT_FOUND;
+    if (full.starts_with(u"\\\\")) {
+        const Place device = Locate(pattern);
+        search.names = {Utf8(name)};
+        return device.isDevice ? 0 : device.error;
+    }
     const Place folder = Locate(full.substr(0, separator + 1));
+    if (folder.isFileForFolder) return ERROR_DIRECTORY;
     if (!folder.exists())
         return folder.error == ERROR_INVALID_NAME ? ERROR_INVALID_NAME : ERROR_PATH_NOT_FOUND;
+    if (name.empty()) return ERROR_FILE_NOT_FOUND;
     search.folder = folder.host;
     // The path rules cut the end of a name, which counts in a pattern.
     const std::u16string_view path = pattern;

@@ -118,8 +118,7 @@ UINT GetSystemDirectoryW(LPWSTR buffer, UINT cchBuffer) {
 
 DWORD GetCurrentDirectoryW(DWORD cchBuffer, LPWSTR buffer) {
     if (Fails("GetCurrentDirectoryW")) return 0;
-    std::error_code error;
-    return CopyOut(WindowsPath(std::filesystem::current_path(error)), buffer, cchBuffer);
+    return CopyOut(CurrentFolder(), buffer, cchBuffer);
 }
 
 BOOL SetCurrentDirectoryW(LPCWSTR path) {
@@ -127,7 +126,7 @@ BOOL SetCurrentDirectoryW(LPCWSTR path) {
     const Place place = Locate(path);
     DWORD error = place.error;
     if (!path || !*path) error = ERROR_INVALID_NAME;
-    if (!error && !place.isFolder) error = ERROR_DIRECTORY;
+    if (place.isDevice || (!error && !place.isFolder)) error = ERROR_DIRECTORY;
     if (error) {
         SetLastError(error);
         return FALSE;
@@ -139,20 +138,23 @@ BOOL SetCurrentDirectoryW(LPCWSTR path) {
         return FALSE;
     }
     currentClaim = std::move(claim);
+    SpellCurrentFolder(place);
     return TRUE;
 }
 
 DWORD GetFullPathNameW(LPCWSTR path, DWORD cchBuffer, LPWSTR buffer, LPWSTR* filePart) {
     if (Fails("GetFullPathNameW")) return 0;
     if (filePart) *filePart = nullptr;
-    std::u16string full = FullPath(path);
+    const std::u16string full = FullPath(path);
     if (full.empty()) {
         SetLastError(ERROR_INVALID_NAME);
         return 0;
     }
-    if (EndsInSeparator(path) && full.back() != u'\\') full += u'\\';
     const DWORD length = CopyOut(full, buffer, cchBuffer);
-    if (filePart && length < cchBuffer && full.back() != u'\\') *filePart = buffer + full.rfind(u'\\') + 1;
+    const std::size_t last = full.rfind(u'\\') + 1;
+    // A device and a server have no file part.
+    const bool hasPart = last > 2 && last < full.size() && !full.starts_with(u"\\\\.\\");
+    if (filePart && length < cchBuffer && hasPart) *filePart = buffer + last;
     return length;
 }
 

@@ -27,41 +27,103 @@ bool IsLetter(char16_t unit) {
     return (unit | 0x20) >= u'a' && (unit | 0x20) <= u'z';
 }
 
-std::u16string CurrentFolder() {
-    std::error_code error;
-    return WindowsPath(fs::current_path(error));
+// The current folder as this process spelled it, for as long as it is current.
+struct Spelling {
+    fs::path host;
+    std::u16string windows;
+};
+// Static objects of the program make calls of the platform, too.
+Spelling& CurrentSpelling() {
+    static Spelling spelling;
+    return spelling;
 }
 
-// Windows drops dots and blanks from the end of a name; ".", "..", and names of them alone are told apart
-// before.
-std::u16string_view WithoutTail(std::u16string_view name) {
-    const auto last = name.find_last_not_of(u". ");
-    return last == name.npos ? std::u16string_view{} : name.substr(0, last + 1);
+constexpr std::u16string_view kDevicePrefix = u"\\\\.\\";
+
+std::size_t FindSeparator(std::u16string_view path, std::size_t from = 0) {
+    return std::min(path.find_first_of(u"\\/", from), path.size());
 }
 
-void AddName(std::vector<std::u16string>& names, std::u16string_view name) {
+bool StartsWithDrive(std::u16string_view path) {
+    return path.size() > 1 && path[1] == u':' && IsLetter(path[0]);
+}
+
+bool IsDeviceName(std::u16string_view name) {
+    const std::u16string upper = Upper(name);
+    if (upper == u"CONIN$" || upper == u"CONOUT$") return true;
+    const std::u16string kind = upper.substr(0, 3);
+    if (upper.size() == 3) return kind == u"CON" || kind == u"AUX" || kind == u"NUL" || kind == u"PRN";
+    return upper.size() == 4 && (kind == u"COM" || kind == u"LPT") && upper[3] >= u'1' && upper[3] <= u'9';
+}
+
+// The device that the last name of a path stands for, in any folder and with any extension; or nothing.
+std::u16string_view DeviceOf(std::u16string_view path) {
+    path = path.substr(0, path.find_last_not_of(u':') + 1);
+    std::u16string_view name = path.substr(path.find_last_of(u"\\/") + 1);
+    if (StartsWithDrive(name)) name.remove_prefix(2);
+    name = name.substr(0, name.find_first_of(u".:"));
+    name = name.substr(0, name.find_last_not_of(u' ') + 1);
+    return IsDeviceName(name) ? name : std::u16string_view{};
+}
+
+// Adds a name to a full path that ends in a backslash and never gets shorter than `root`.
+void AddName(std::u16string& full, std::size_t root, std::u16string_view name, bool isLast) {
     if (name == u"..") {
-        if (!names.empty()) names.pop_back();
-    } else if (const auto kept = WithoutTail(name); !kept.empty()) {
-        names.emplace_back(kept);
+        if (full.size() > root) full.pop_back();
+        while (full.size() > root && full.back() != u'\\')
+            full.pop_back();
+    } else if (!name.empty() && name != u".") {
+        // Of the dots and blanks at the end of a name within a path only one dot is dropped.
+        full += !isLast && name.ends_with(u'.') ? name.substr(0, name.size() - 1) : name;
+        full += u'\\';
     }
 }
 
-void AddNames(std::vector<std::u16string>& names, std::u16string_view path) {
+// Adds all names of `path`; the closing backslash is as the path has it.
+std::u16string WithNames(std::u16string full, std::u16string_view path) {
+    const std::size_t root = full.size();
     while (!path.empty()) {
-        std::size_t end = 0;
-        while (end < path.size() && !IsSeparator(path[end]))
-            ++end;
-        AddName(names, path.substr(0, end));
-        path.remove_prefix(end + (end < path.size() ? 1 : 0));
+        const std::size_t end = FindSeparator(path);
+        const bool isLast = end == path.size();
+        AddName(full, root, path.substr(0, end), isLast);
+        path.remove_prefix(isLast ? end : end + 1);
+        if (!isLast || full.size() == root) continue;
+        full.pop_back();
+        // Those at the end of the whole path all go.
+        full.resize(std::max(root, full.find_last_not_of(u". ") + 1));
     }
+    return full;
 }
 
-// Whether names with backslashes between them hold nothing that a stored name can't.
-bool AreValidNames(std::u16string_view names) {
-    for (const char16_t unit : names)
+std::u16string NetworkPath(std::u16string_view path) {
+    if (path.size() > 2 && (path[2] == u'.' || path[2] == u'?') && FindSeparator(path, 2) == 3)
+        NotModelled("paths", "a path of the system's own objects: " + Utf8(path));
+    // Neither the server's name nor its share's can be left by "..".
+    std::size_t rest = FindSeparator(path, 2);
+    rest = FindSeparator(path, std::min(rest + 1, path.size()));
+    std::u16string root(path.substr(0, std::min(rest + 1, path.size())));
+    std::replace(root.begin(), root.end(), u'/', u'\\');
+    return WithNames(root, path.substr(root.size()));
+}
+
+// Whether a stored name can be this one.
+bool IsValidName(std::u16string_view name) {
+    if (name == u"." || name == u"..") return false;
+    for (const char16_t unit : name)
         if (unit < 0x20 || std::u16string_view(u"<>:\"|?*").find(unit) != std::u16string_view::npos)
             return false;
+    constexpr std::size_t kLongestName = 255;
+    if (name.size() <= kLongestName && Utf8(name).size() > kLongestName)
+        NotModelled("paths", "a name that the host can't store: " + Utf8(name));
+    return name.size() <= kLongestName;
+}
+
+bool AreValidNames(std::u16string_view names) {
+    while (!names.empty()) {
+        const std::size_t end = FindSeparator(names);
+        if (!IsValidName(names.substr(0, end))) return false;
+        names.remove_prefix(std::min(end + 1, names.size()));
+    }
     return true;
 }
 
@@ -104,34 +166,32 @@ bool EndsInSeparator(LPCWSTR path) {
 
 std::u16string FullPath(LPCWSTR text) {
     const std::u16string_view path = text ? text : u"";
-    if (path.empty()) {
+    if (path.find_first_not_of(u' ') == path.npos) {
         SetLastError(ERROR_PATH_NOT_FOUND);
         return {};
     }
-    // No network and no devices here: "\\server\share" leads nowhere.
-    if (path.size() > 1 && IsSeparator(path[0]) && IsSeparator(path[1])) {
-        SetLastError(ERROR_PATH_NOT_FOUND);
-        return {};
-    }
-    std::vector<std::u16string> names;
-    char16_t drive;
-    if (path.size() > 1 && path[1] == u':' && IsLetter(path[0])) {
-        drive = UpperUnit(path[0]);
-        const bool absolute = path.size() > 2 && IsSeparator(path[2]);
-        const auto current = absolute ? std::u16string() : CurrentFolder();
-        if (current.starts_with(drive)) AddNames(names, std::u16string_view(current).substr(2));
-        AddNames(names, path.substr(2));
-    } else {
-        const auto current = CurrentFolder();
-        drive = current[0];
-        if (!IsSeparator(path[0])) AddNames(names, std::u16string_view(current).substr(2));
-        AddNames(names, path);
-    }
-    std::u16string full{drive, u':'};
-    for (const auto& name : names)
-        full += u'\\' + name;
-    if (names.empty()) full += u'\\';
-    return full;
+    if (path.size() > 1 && IsSeparator(path[0]) && IsSeparator(path[1])) return NetworkPath(path);
+    if (const auto device = DeviceOf(path); !device.empty()) return std::u16string(kDevicePrefix) += device;
+    const bool hasDrive = StartsWithDrive(path);
+    const auto rest = path.substr(hasDrive ? 2 : 0);
+    const bool isAbsolute = !rest.empty() && IsSeparator(rest[0]);
+    const auto current = hasDrive && isAbsolute ? std::u16string() : CurrentFolder();
+    const std::u16string root{hasDrive ? path[0] : current[0], u':', u'\\'};
+    if (isAbsolute || (hasDrive && UpperUnit(current[0]) != UpperUnit(path[0]))) return WithNames(root, rest);
+    std::u16string names = current.substr(root.size());
+    if (!rest.empty()) (names += u'\\') += rest;
+    return WithNames(current.substr(0, root.size()), names);
+}
+
+std::u16string CurrentFolder() {
+    std::error_code error;
+    const fs::path host = fs::current_path(error);
+    return host == CurrentSpelling().host ? CurrentSpelling().windows : WindowsPath(host);
+}
+
+void SpellCurrentFolder(const Place& place) {
+    std::error_code error;
+    CurrentSpelling() = {fs::current_path(error), place.windows};
 }
 
 Place Locate(const std::u16string& path) {
@@ -143,11 +203,22 @@ Place Locate(LPCWSTR path) {
     Place place;
     place.windows = FullPath(path);
     SetLastError(before);
-    if (place.windows.empty() || place.windows.size() >= MAX_PATH) {
-        place.error = ERROR_PATH_NOT_FOUND;
+    place.error = ERROR_PATH_NOT_FOUND;
+    // There is no network here.
+    const bool isDevice = place.windows.starts_with(kDevicePrefix);
+    if (place.windows.empty() || place.windows.size() >= MAX_PATH || (place.windows[0] == u'\\' && !isDevice))
+        return place;
+    if (isDevice) {
+        const std::u16string_view text = path;
+        const std::u16string folder(text.substr(0, text.find_last_of(u"\\/") + 1));
+        place.isDevice = folder.empty() || Locate(folder).exists();
+        if (place.isDevice) place.error = ERROR_FILE_NOT_FOUND;
         return place;
     }
-    place.host = Root().native() + "/" + static_cast<char>(place.windows[0]);
+    place.error = 0;
+    place.isClosed = place.windows.ends_with(u'\\');
+    if (place.isClosed && place.windows.size() > 3) place.windows.pop_back();
+    place.host = Root().native() + "/" + static_cast<char>(UpperUnit(place.windows[0]));
     std::u16string_view rest = std::u16string_view(place.windows).substr(3);
     if (!AreValidNames(rest)) {
         place.error = ERROR_INVALID_NAME;
@@ -182,13 +253,14 @@ Place Locate(LPCWSTR path) {
     }
     place.isFolder = S_ISDIR(info.st_mode);
     // A closing separator names a folder, so that a file there is no such file.
-    if (!place.isFolder && EndsInSeparator(path)) place.error = ERROR_INVALID_NAME;
+    place.isFileForFolder = place.isClosed && !place.isFolder;
+    if (place.isFileForFolder) place.error = ERROR_INVALID_NAME;
     return place;
 }
 
 Place LocateFile(LPCWSTR path) {
     Place place = Locate(path);
-    if (place.error == ERROR_FILE_NOT_FOUND && EndsInSeparator(path)) place.error = ERROR_INVALID_NAME;
+    if (place.error == ERROR_FILE_NOT_FOUND && place.isClosed) place.error = ERROR_INVALID_NAME;
     return place;
 }
 

@@ -120,6 +120,11 @@ DWORD DeleteBlockedBy(const std::string& host) {
     return Held(descriptor.get(), kDeniesDelete) ? ERROR_SHARING_VIOLATION : ERROR_ACCESS_DENIED;
 }
 
+bool IsInUse(const std::string& host) {
+    const Descriptor descriptor = OpenToAsk(host);
+    return descriptor.get() < 0 || Held(descriptor.get(), kAllAccess | kAllAccess << kDenied | kRuns);
+}
+
 DWORD RenameBlockedBy(const std::string& host) {
     const Descriptor descriptor = OpenToAsk(host);
     if (descriptor.get() < 0) return ErrorOf(errno);

@@ -31,5 +31,7 @@ class OpenFile {
 // running image (which may be renamed).
 DWORD DeleteBlockedBy(const std::string& host);
 DWORD RenameBlockedBy(const std::string& host);
+// Whether anybody has the file open, or runs from it: then no other file takes its name.
+bool IsInUse(const std::string& host);
 
 }  // namespace winhost

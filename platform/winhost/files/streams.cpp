@@ -107,8 +107,9 @@ ssize_t WriteStream(void* cookie, const char* data, std::size_t cbData) {
         stored += byte;
     }
     if (stream.appends) (void)lseek(stream.file->descriptor(), 0, SEEK_END);
-    return WriteWhole(stream.file->descriptor(), stored.data(), stored.size()) ? static_cast<ssize_t>(cbData)
-                                                                               : 0;
+    if (!WriteWhole(stream.file->descriptor(), stored.data(), stored.size())) return 0;
+    if (cbData) MarkWritten(stream.file->descriptor());
+    return static_cast<ssize_t>(cbData);
 }
 
 // Places of a text other than its start and end count stored bytes.

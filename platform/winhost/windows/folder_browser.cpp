@@ -66,7 +66,7 @@ void MakeFolder(HWND dialog) {
 void Choose(Browser& browser, HWND dialog) {
     const std::u16string path = TypedPath(dialog);
     if (IsFolder(path)) {
-        browser.chosen = FullPath(path.c_str());
+        browser.chosen = Locate(path).windows;
         (void)EndDialog(dialog, IDOK);
     } else if (Tell(browser, dialog, BFFM_VALIDATEFAILEDW, reinterpret_cast<LPARAM>(path.c_str())) == 0) {
         (void)EndDialog(dialog, IDCANCEL);
