@@ -73,10 +73,6 @@ const std::vector<Exception>& Exceptions() {
          "folder goes."},
         {Stage::AtOnce, "update|uninstall", "GetFileAttributesW", TARGET "*: file S *",
          "Attributes that can't be read are written back all the same."},
-        {Stage::AtOnce, "update|uninstall", "MoveFileExW", "C:\\Windows\\wininit.*|C:\\Windows\\WININIT.INI*",
-         "The mark goes into the older list of them."},
-        {Stage::AtOnce, "update", "MoveFileExW", TARGET "presets.dat: gone",
-         "The older list can only delete: the new file that waits beside a held one goes, too."},
         {Stage::AtOnce, "uninstall", "GetEnvironmentVariableW", "*C:\\Windows\\uni.tmp: *",
          "Without its variables the system's temporary folder is the Windows folder."},
 
@@ -92,6 +88,8 @@ const std::vector<Exception>& Exceptions() {
         {Stage::Lasting, "uninstall", "CreateProcessW|GetModuleHandleW|GetProcAddress|RtlGetVersion",
          "HKLM\\SOFTWARE\\Classes\\CLSID\\*",
          "The handler that didn't unregister itself has gone by the second run."},
+        {Stage::Lasting, "uninstall", "MoveFileExW", TARGET "*",
+         "A held file stays when its mark is refused, and the log that names it goes."},
 
         // ---- for good ----
         {Stage::ForGood, "install", "RegCreateKeyW|RegSetValueExW", OTHER_SCOPE,
@@ -99,17 +97,18 @@ const std::vector<Exception>& Exceptions() {
         {Stage::ForGood, "update", "RegOpenKeyExW|RegQueryValueExW", OTHER_SCOPE,
          "An `AllUsers` that can't be read stands for the current user, and is written so."},
         {Stage::AtOnce, "update", "RegOpenKeyExW|RegQueryValueExW", OTHER_SCOPE, "As above."},
-        {Stage::ForGood, "update", "kill:MoveFileExW", TARGET "*.old: file *|" TARGET "*.new: file *",
+        {Stage::ForGood, "update", "MoveFileExW|kill:MoveFileExW",
+         TARGET "*.old: file *|" TARGET "*.new: file *",
          "A file moved aside or waiting whose mark isn't placed is known to nobody."},
         {Stage::ForGood, "update", "_wfopen|DeleteFileW|kill:_wfopen|kill:DeleteFileW", PROBE,
          "The file that tries whether a folder can be written is not looked for again."},
         {Stage::AtOnce, "update", "_wfopen|DeleteFileW|kill:_wfopen|kill:DeleteFileW", PROBE, "As above."},
-        {Stage::ForGood, "uninstall", "GetModuleFileNameW|CopyFileW|_wexecl|kill:*", COPY,
+        {Stage::ForGood, "uninstall", "GetModuleFileNameW|CopyFileW|_wexecl|MoveFileExW|kill:*", COPY,
          "The uninstaller's temporary copy goes by the mark that it places as its first act."},
         {Stage::AtOnce, "uninstall", "GetModuleFileNameW|CopyFileW|kill:CopyFileW|kill:GetModuleFileNameW",
          COPY, "As above."},
-        {Stage::ForGood, "update|uninstall", "MoveFileExW", "C:\\Windows\\wininit.bak: *",
-         "The system keeps the older list under this name when it has carried it out."},
+        {Stage::ForGood, "update|uninstall", "MoveFileExW", "C:\\Windows\\WININIT.INI: *",
+         "A refused mark goes into the older list of them, which the system leaves as it is."},
 
         // ---- the power goes in the midst of a call ----
         {Stage::AtOnce, "install|update", "power:CopyFileW", TARGET "*: file *|" LOG ": *|log: *",
