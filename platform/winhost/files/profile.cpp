@@ -13,6 +13,7 @@
 #include "core/host_io.h"
 #include "core/machine.h"
 #include "core/text.h"
+#include "files/attributes.h"
 #include "files/files.h"
 #include "files/paths.h"
 #include "files/sharing.h"
@@ -128,6 +129,7 @@ bool Write(const Place& place, const Profile& profile) {
     // The new text goes over the old one, so that without room for it the old one stays.
     const bool written = WriteWhole(file->descriptor(), bytes.data(), bytes.size()) &&
                          ftruncate(file->descriptor(), static_cast<off_t>(bytes.size())) == 0;
+    if (written) MarkWritten(file->descriptor());
     SetLastError(written ? ERROR_SUCCESS : ErrorOf(errno));
     return written;
 }
