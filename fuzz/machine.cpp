@@ -15,11 +15,11 @@ namespace {
 // Small, since each change writes all of it.
 constexpr std::string_view kRegistry = R"(Windows Registry Editor Version 5.00
 
-[HKEY_LOCAL_MACHINE\SOFTWARE\Microsoft\Windows\CurrentVersion\Explorer\Shell Folders]
+[HKEY_LOCAL_MACHINE\SOFTWARE\Microsoft\Windows\CurrentVersion\Explorer\User Shell Folders]
 "Common Programs"="C:\\Programs"
 "Common Startup"="C:\\Programs\\Startup"
 "Common Desktop"="C:\\Users\\Public\\Desktop"
-[HKEY_USERS\S-1-5-21-1000-1000-1000-1001\Software\Microsoft\Windows\CurrentVersion\Explorer\Shell Folders]
+[HKEY_USERS\S-1-5-21-1000-1000-1000-1001\Software\Microsoft\Windows\CurrentVersion\Explorer\User Shell Folders]
 "Programs"="C:\\Users\\Ann\\Programs"
 "Startup"="C:\\Users\\Ann\\Programs\\Startup"
 "Desktop"="C:\\Users\\Ann\\Desktop"

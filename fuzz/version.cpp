@@ -13,13 +13,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(cbWhole <= size, "the block is a part of the file");
     for (const DWORD cbBlock : {cbWhole, cbWhole / 2}) {
         std::vector<BYTE> block(cbBlock);
-        void* value;
-        UINT cbValue;
-        if (!GetFileVersionInfoW(kFile, 0, cbBlock, block.data()) ||
-            !VerQueryValueW(block.data(), TEXT("\\"), &value, &cbValue))
-            continue;
-        const auto offset = static_cast<std::size_t>(static_cast<BYTE*>(value) - block.data());
-        Require(offset <= cbBlock && cbValue <= cbBlock - offset, "the value lies inside its block");
+        if (!GetFileVersionInfoW(kFile, 0, cbBlock, block.data())) continue;
+        for (const LPCWSTR query : {TEXT("\\"), TEXT("\\VarFileInfo\\Translation"),
+                                    TEXT("\\StringFileInfo\\040904B0\\FileVersion")}) {
+            void* value;
+            UINT size;
+            if (!VerQueryValueW(block.data(), query, &value, &size)) continue;
+            const auto offset = static_cast<std::size_t>(static_cast<BYTE*>(value) - block.data());
+            Require(offset <= cbBlock && size <= cbBlock - offset, "the value lies inside its block");
+        }
     }
     return 0;
 }

@@ -52,9 +52,10 @@ void SetFileVersion(const Text& path, unsigned major, unsigned minor, unsigned r
 
 // ---- what the running system does otherwise than Windows; false but under Wine ----
 enum class Deviation {
-    OverwritesReadOnly,    // opening or copying over a read-only file succeeds (Wine as root)
-    SearchesByOtherRules,  // "?" at the end, "<", and a quote find fewer names
-    KeepsFailedStarts,     // CreateProcessW leaves what stood in its answer when it fails
+    OverwritesReadOnly,      // opening or copying over a read-only file succeeds (Wine as root)
+    SearchesByOtherRules,    // "?" at the end, "<", and a quote find fewer names
+    ClassesOutliveTheUsers,  // a handle of a user's class shows the machine's when the user's is deleted
+    KeepsFailedStarts,       // CreateProcessW leaves what stood in its answer when it fails
 };
 bool Deviates(Deviation deviation);
 // What the running system is to answer to a fact: `windows`, or under Wine what the table in

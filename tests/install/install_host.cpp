@@ -15,7 +15,7 @@
 
 namespace {
 
-const Text kShellFolders = TEXT("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders");
+const Text kShellFolders = TEXT("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders");
 
 class InstallOnHost : public ScratchTest {
   protected:
@@ -48,7 +48,6 @@ TEST_F(InstallOnHost, LooksIntoStartupFolders) {
     DeleteTree(common + TEXT("\\") + Tree(common)[0]);
     for (const auto& [hive, name] : {std::pair{HKEY_LOCAL_MACHINE, TEXT("Common Startup")},
                                      std::pair{HKEY_CURRENT_USER, TEXT("Startup")}}) {
-        const StoredValue before = GetValue(hive, kShellFolders, name).value();
         for (const Text& folder : {Text(TEXT("C:\\a")), Text(TEXT("C:\\ab"))}) {
             MakeFile(folder + TEXT("\\Qantivo 8.lnk"));
             PutValue(hive, kShellFolders, name, Sz(folder));
@@ -56,7 +55,7 @@ TEST_F(InstallOnHost, LooksIntoStartupFolders) {
             EXPECT_EQ(g_autoStart, folder.size() > 4);
             DeleteTree(folder);
         }
-        PutValue(hive, kShellFolders, name, before);
+        DeleteKeyTree(hive, kShellFolders);
     }
 }
 
@@ -104,17 +103,16 @@ TEST_F(InstallOnHost, RestartsWithoutOpenProcessToken) {
 
 // A path of three characters or fewer is no common programs folder.
 TEST_F(InstallOnHost, IsForTheCurrentUserWithoutCommonPrograms) {
-    const StoredValue before = GetValue(HKEY_LOCAL_MACHINE, kShellFolders, TEXT("Common Programs")).value();
     const struct {
         LPCWSTR programs, group, stored;
         int type, desktop;
     } rows[] = {
-        {.programs = TEXT("X:\\"),
+        {.programs = TEXT("C:\\"),
          .group = TEXT("a"),
          .stored = TEXT("A"),
          .type = 0,
          .desktop = CSIDL_DESKTOP},
-        {.programs = TEXT("X:\\a"),
+        {.programs = TEXT("C:\\a"),
          .group = TEXT(""),
          .stored = TEXT("B"),
          .type = 1,
@@ -124,7 +122,7 @@ TEST_F(InstallOnHost, IsForTheCurrentUserWithoutCommonPrograms) {
     for (const auto& row : rows) {
         PutValue(HKEY_LOCAL_MACHINE, kShellFolders, TEXT("Common Programs"), Sz(row.programs));
         g_installType = 1;
-        AppendLogLine(TEXT("C:\\Scratch\\QtvUnInst.log"), TEXT("Shell Link: X:\\a\\x.lnk"));
+        AppendLogLine(TEXT("C:\\Scratch\\QtvUnInst.log"), TEXT("Shell Link: C:\\a\\x.lnk"));
         TakeUpGroup();
         EXPECT_EQ(g_groupName, row.group);
         g_groupName = TEXT("Qantivo");
@@ -135,7 +133,8 @@ TEST_F(InstallOnHost, IsForTheCurrentUserWithoutCommonPrograms) {
         EXPECT_EQ(Exists(GetShellFolder(CSIDL_PROGRAMS).Text() + TEXT("\\Qantivo\\Qantivo 8.lnk")),
                   row.type == 0);
     }
-    PutValue(HKEY_LOCAL_MACHINE, kShellFolders, TEXT("Common Programs"), before);
+    DeleteKeyTree(HKEY_LOCAL_MACHINE, kShellFolders);
+    DeleteTree(TEXT("C:\\a"));
 }
 
 }  // namespace

@@ -38,16 +38,13 @@ TEST_F(Boxes, HaveOneButtonOrAskWithNoForTheDefault) {
 
 // The name of either Startup folder is refused, in any case.
 TEST_F(Boxes, RefuseTheNameOfEachStartupFolder) {
-    const Text key = TEXT("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders");
+    const Text key = TEXT("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders");
     const struct {
         HKEY hive;
         LPCWSTR value, name;
-        StoredValue before;
     } folders[] = {
-        {HKEY_CURRENT_USER, TEXT("Startup"), TEXT("Own Start"),
-         GetValue(HKEY_CURRENT_USER, key, TEXT("Startup")).value()},
-        {HKEY_LOCAL_MACHINE, TEXT("Common Startup"), TEXT("ALL Start"),
-         GetValue(HKEY_LOCAL_MACHINE, key, TEXT("Common Startup")).value()},
+        {HKEY_CURRENT_USER, TEXT("Startup"), TEXT("Own Start")},
+        {HKEY_LOCAL_MACHINE, TEXT("Common Startup"), TEXT("ALL Start")},
     };
     for (const auto& folder : folders)
         PutValue(folder.hive, key, folder.value, Sz(TEXT("C:\\Scratch\\") + Text(folder.name)));
@@ -58,7 +55,7 @@ TEST_F(Boxes, RefuseTheNameOfEachStartupFolder) {
         }
     });
     for (const auto& folder : folders)
-        PutValue(folder.hive, key, folder.value, folder.before);
+        DeleteKeyTree(folder.hive, key);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <string>
 #include <string_view>
 
 namespace winhost {
@@ -29,6 +30,17 @@ inline WORD WordAt(std::string_view bytes, std::size_t offset) {
 }
 inline DWORD DwordAt(std::string_view bytes, std::size_t offset) {
     return NumberAt<DWORD>(bytes, offset);
+}
+
+// A text of 16-bit units from `offset` up to its terminator, or to the end of the bytes.
+inline std::u16string WideAt(std::string_view bytes, std::size_t offset) {
+    std::u16string text;
+    for (; offset + 1 < bytes.size(); offset += 2) {
+        const char16_t unit = WordAt(bytes, offset);
+        if (unit == 0) break;
+        text += unit;
+    }
+    return text;
 }
 
 inline std::size_t Align4(std::size_t offset) {

@@ -1,8 +1,10 @@
 // Environment variables of the machine: they stand in the host's environment under a prefix, so that programs
 // inherit them.
-#include <algorithm>
+#include "core/environment.h"
 
 #include <unistd.h>
+
+#include <algorithm>
 
 #include "core/faults.h"
 #include "core/host_io.h"
@@ -38,26 +40,44 @@ void Fill() {
     setenv(kFilled, "1", 1);
 }
 
-std::string HostName(LPCWSTR name) {
+std::string HostName(std::u16string_view name) {
     return kPrefix + Utf8(Upper(name));
 }
 
 }  // namespace
 
+std::optional<std::u16string> ValueOfVariable(std::u16string_view name) {
+    Fill();
+    const char* stored = std::getenv(HostName(name).c_str());
+    return stored ? std::optional(Utf16(stored)) : std::nullopt;
+}
+
+std::u16string ExpandVariables(std::u16string_view text) {
+    std::u16string expanded;
+    for (;;) {
+        const auto open = text.find(u'%');
+        const auto close = open == text.npos ? text.npos : text.find(u'%', open + 1);
+        if (close == text.npos) return expanded += text;
+        const auto value = ValueOfVariable(text.substr(open + 1, close - open - 1));
+        expanded += text.substr(0, open);
+        expanded += value ? *value : std::u16string(text.substr(open, close - open));
+        // The second mark of a name that means nothing may begin another name.
+        text.remove_prefix(value ? close + 1 : close);
+    }
+}
+
 }  // namespace winhost
 
 DWORD GetEnvironmentVariableW(LPCWSTR name, LPWSTR buffer, DWORD cchBuffer) {
     if (winhost::Fails("GetEnvironmentVariableW")) return 0;
-    winhost::Fill();
-    const char* stored = name ? std::getenv(winhost::HostName(name).c_str()) : nullptr;
-    if (!stored) {
+    const auto value = name ? winhost::ValueOfVariable(name) : std::nullopt;
+    if (!value) {
         SetLastError(ERROR_ENVVAR_NOT_FOUND);
         return 0;
     }
-    const std::u16string value = winhost::Utf16(stored);
-    const auto length = static_cast<DWORD>(value.size());
+    const auto length = static_cast<DWORD>(value->size());
     if (cchBuffer <= length) return length + 1;
-    wcscpy(buffer, value.c_str());
+    wcscpy(buffer, value->c_str());
     return length;
 }
 

@@ -167,8 +167,11 @@ std::vector<std::u16string> ReadSection(const Place& file, std::u16string_view s
 using namespace winhost;
 
 DWORD GetPrivateProfileSectionW(LPCWSTR section, LPWSTR buffer, DWORD cchBuffer, LPCWSTR file) {
-    if (!section || !file) NotModelled("GetPrivateProfileSectionW", "a call without a section or file");
-    if (!buffer || cchBuffer == 0) return 0;
+    if (!section || !buffer || cchBuffer == 0) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return 0;
+    }
+    if (!file) NotModelled("GetPrivateProfileSectionW", "a call without a file");
     std::fill_n(buffer, std::min<DWORD>(cchBuffer, 2), u'\0');
     if (Fails("GetPrivateProfileSectionW")) return 0;
     const Place place = ProfilePlace(file);

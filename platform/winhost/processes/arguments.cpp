@@ -21,6 +21,12 @@ bool IsBlank(char16_t unit) {
     return unit == u' ' || unit == u'\t';
 }
 
+std::u16string_view WithoutBlanks(std::u16string_view text) {
+    while (!text.empty() && IsBlank(text.front()))
+        text.remove_prefix(1);
+    return text;
+}
+
 // The program's own name: quotes hold blanks together, backslashes are plain text.
 std::u16string TakeProgram(std::u16string_view& rest) {
     std::u16string name;
@@ -83,12 +89,14 @@ __attribute__((constructor(101))) void TakeArguments(int count, char** values, c
 
 std::vector<std::u16string> SplitArguments(std::u16string_view rest) {
     std::vector<std::u16string> arguments{TakeProgram(rest)};
-    for (;;) {
-        while (!rest.empty() && IsBlank(rest.front()))
-            rest.remove_prefix(1);
-        if (rest.empty()) return arguments;
+    for (rest = WithoutBlanks(rest); !rest.empty(); rest = WithoutBlanks(rest))
         arguments.push_back(TakeArgument(rest));
-    }
+    return arguments;
+}
+
+std::u16string_view WithoutProgram(std::u16string_view commandLine) {
+    (void)TakeProgram(commandLine);
+    return WithoutBlanks(commandLine);
 }
 
 std::u16string QuoteArgument(std::u16string_view argument) {

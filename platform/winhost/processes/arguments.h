@@ -12,6 +12,8 @@ inline constexpr char kCommandLineVariable[] = "WINHOST_COMMAND_LINE";
 
 // Splits a command line: backslashes and quotes; the program's own name first.
 std::vector<std::u16string> SplitArguments(std::u16string_view commandLine);
+// A command line without the program's name and the blanks after it.
+std::u16string_view WithoutProgram(std::u16string_view commandLine);
 // The argument so quoted that it arrives as it stands.
 std::u16string QuoteArgument(std::u16string_view argument);
 

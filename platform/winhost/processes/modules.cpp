@@ -1,4 +1,6 @@
 // Modules: the program, the system's own libraries, and host shared objects that stand in the machine.
+#include "processes/modules.h"
+
 #include <dlfcn.h>
 
 #include <algorithm>
@@ -150,6 +152,15 @@ std::vector<std::string> HiddenNames() {
 
 }  // namespace
 
+HMODULE ProgramModule() {
+    return HandleOf(&All().program);
+}
+
+bool IsSystemLibrary(std::u16string_view name) {
+    const Module* module = FindByName(name);
+    return module && module != &All().program && !module->host;
+}
+
 void HideFunction(const std::string& name, bool hidden) {
     static const bool forgets = (OnEnter([] { unsetenv(kHidden); }), true);
     (void)forgets;
@@ -176,10 +187,10 @@ HMODULE LoadLibraryW(LPCWSTR name) {
         SetLastError(ERROR_MOD_NOT_FOUND);
         return nullptr;
     }
+    const auto wanted = winhost::WithExtension(trimmed);
     winhost::Module* module = winhost::FindByName(trimmed);
     if (!module) {
-        const auto wanted = winhost::WithExtension(trimmed);
-        const winhost::Place file = winhost::SearchFile(wanted, u"", true);
+        const winhost::Place file = winhost::SearchFile(wanted, u"", winhost::Wanted::Library);
         if (!file.exists()) {
             SetLastError(ERROR_MOD_NOT_FOUND);
             return nullptr;

@@ -8,10 +8,13 @@
 
 namespace winhost {
 
-// Looks for a file as Windows does: a name with a path is taken as it stands; a bare one is looked for in the
-// program's folder, the current one, System32, Windows and those of Path (`systemFirst`: the current folder
-// comes after Windows). The extension is added to a name without a dot. The place of the first one found that
-// is no folder; otherwise its error says why.
-Place SearchFile(std::u16string_view name, std::u16string_view extension, bool systemFirst);
+enum class Wanted { Program, Library };
+
+// Looks for a file as Windows does: in the program's folder, the current one, System32, Windows and the
+// folders of Path. For a library the current folder comes after Windows. A full path is taken as it stands; a
+// relative one too for a program, while a library is looked for below each of the folders. The extension is
+// added to a name without a dot. Returns the place of the first file that is found; otherwise the error of
+// the place says why.
+Place SearchFile(std::u16string_view name, std::u16string_view extension, Wanted wanted);
 
 }  // namespace winhost

@@ -77,13 +77,13 @@ std::u16string FindCommand(std::u16string_view line) {
     place.error = ERROR_FILE_NOT_FOUND;
     if (!line.empty() && line.front() == u'"') {
         line.remove_prefix(1);
-        place = SearchFile(line.substr(0, line.find(u'"')), u".exe", false);
+        place = SearchFile(line.substr(0, line.find(u'"')), u".exe", Wanted::Program);
     } else {
         // The whole name may hold blanks: "C:\Program Files\x.exe" is tried as "C:\Program" first.
         DWORD firstError = 0;
         for (std::size_t end = 0; end <= line.size(); ++end) {
             if (end < line.size() && !IsBlank(line[end])) continue;
-            place = SearchFile(line.substr(0, end), u".exe", false);
+            place = SearchFile(line.substr(0, end), u".exe", Wanted::Program);
             if (place.exists()) break;
             if (firstError == 0) firstError = place.error;
         }

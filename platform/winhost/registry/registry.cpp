@@ -1,7 +1,11 @@
 // The registry calls, over the tree of registry_store.
+#include <sys/uio.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <set>
 
+#include "core/bytes.h"
 #include "core/faults.h"
 #include "core/handles.h"
 #include "core/host_io.h"
@@ -21,6 +25,7 @@ constexpr std::size_t kMaxValueName = 16383;
 struct KeyPath {
     bool classes = false;
     std::u16string path;
+    bool users = false;  // opened as one of the user's own classes, and gone when that one goes
 };
 
 class OpenKey : public KernelObject {
@@ -68,8 +73,13 @@ std::vector<std::u16string> Places(RegistryNode& root, const KeyPath& key) {
             std::u16string(kMachineClasses) + u'\\' + key.path};
 }
 
+bool IsUsersClass(RegistryNode& root, const KeyPath& key) {
+    return key.classes && root.FindKey(Places(root, key).front());
+}
+
 std::vector<RegistryNode*> Nodes(RegistryNode& root, const KeyPath& key) {
     std::vector<RegistryNode*> nodes;
+    if (key.users && !IsUsersClass(root, key)) return nodes;
     for (const auto& place : Places(root, key))
         if (RegistryNode* node = root.FindKey(place)) nodes.push_back(node);
     return nodes;
@@ -129,6 +139,7 @@ struct Call {
 // The path of a sub-key. A leading backslash is taken below HKEY_CLASSES_ROOT alone.
 DWORD SubKey(HKEY handle, const Subject& subject, LPCWSTR name, KeyPath& key) {
     key = subject.key;
+    key.users = false;
     if (name && *name == u'\\' && handle != HKEY_CLASSES_ROOT) return ERROR_BAD_PATHNAME;
     if (name && *name) key.path += u'\\' + std::u16string(name);
     return ERROR_SUCCESS;
@@ -139,7 +150,8 @@ bool IsItself(const Subject& subject, LPCWSTR name) {
     return subject.predefined && (!name || !*name);
 }
 
-HKEY AddKey(const KeyPath& key, REGSAM access) {
+HKEY AddKey(RegistryNode& root, KeyPath key, REGSAM access) {
+    key.users = IsUsersClass(root, key);
     return static_cast<HKEY>(AddHandle(std::make_shared<OpenKey>(key, access)));
 }
 
@@ -154,6 +166,19 @@ bool HasControlUnit(std::u16string_view name) {
 
 bool IsTextType(DWORD type) {
     return type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ;
+}
+
+// The bytes to store. Text that comes without its terminator takes the one that follows it in memory, as on
+// Windows. The host is asked for those bytes, because they may lie outside the caller's memory.
+std::string BytesToStore(DWORD type, const BYTE* data, DWORD cbData) {
+    std::string bytes(data, data + cbData);
+    if (!IsTextType(type) || cbData < 2 || cbData % 2 != 0 || WordAt(bytes, cbData - 2) == 0) return bytes;
+    char next[2] = {'?', '?'};
+    const iovec own = {next, sizeof next};
+    const iovec theirs = {const_cast<BYTE*>(data) + cbData, sizeof next};
+    const bool read = process_vm_readv(getpid(), &own, 1, &theirs, 1, 0) == sizeof next;
+    if (read && WordAt({next, sizeof next}, 0) == 0) bytes.append(2, '\0');
+    return bytes;
 }
 
 // Gives out a value's type and bytes as RegQueryValueExW and RegEnumValueW do.
@@ -198,7 +223,7 @@ LSTATUS RegOpenKeyExW(HKEY parent, LPCWSTR name, DWORD options, REGSAM access, P
     KeyPath path;
     if (const DWORD error = SubKey(parent, call.subject, name, path)) return static_cast<LSTATUS>(error);
     if (Nodes(call.file.root(), path).empty()) return ERROR_FILE_NOT_FOUND;
-    *key = AddKey(path, access);
+    *key = AddKey(call.file.root(), path, access);
     return ERROR_SUCCESS;
 }
 
@@ -224,7 +249,7 @@ LSTATUS RegCreateKeyW(HKEY parent, LPCWSTR name, PHKEY key) {
         if (!root.FindKey(hive) || !root.MakeKey(place)) return ERROR_INVALID_PARAMETER;
         if (const DWORD error = call.file.Save()) return static_cast<LSTATUS>(error);
     }
-    *key = AddKey(path, KEY_ALL_ACCESS);
+    *key = AddKey(root, path, KEY_ALL_ACCESS);
     return ERROR_SUCCESS;
 }
 
@@ -284,7 +309,7 @@ LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD reserved, DWORD type, const
     if (value.size() > kMaxValueName) return ERROR_INVALID_PARAMETER;
     Call call(key, KEY_SET_VALUE);
     if (call.error != ERROR_SUCCESS) return static_cast<LSTATUS>(call.error);
-    call.nodes[0]->SetValue(value, type, std::string(data, data + cbData));
+    call.nodes[0]->SetValue(value, type, BytesToStore(type, data, cbData));
     return static_cast<LSTATUS>(call.file.Save());
 }
 

@@ -4,23 +4,31 @@
 
 #include "core/bytes.h"
 #include "core/faults.h"
+#include "core/machine.h"
 #include "files/files.h"
 #include "files/paths.h"
 #include "files/sharing.h"
+#include "processes/modules.h"
+#include "processes/search.h"
 #include "resources/version_block.h"
 
 namespace winhost {
 
 namespace {
 
-// A block begins with its own length, its value's length, its type, and its name with a terminator.
-constexpr std::size_t kBlockName = 6;
+// A bare or relative name is looked for as a library is.
+Place FileOf(LPCWSTR path) {
+    Place file = SearchFile(path, u"", Wanted::Library);
+    const bool bare = std::u16string_view(path).find_first_of(u"\\/:") == std::u16string_view::npos;
+    if (!file.exists() && bare && IsSystemLibrary(path))
+        NotModelled("GetFileVersionInfoW", "the version of a system library");
+    return file;
+}
 
 class MappedFile {
   public:
     explicit MappedFile(LPCWSTR path) {
-        const Place place = Locate(path);
-        m_file = OpenPlace(place, kReading, FILE_SHARE_READ | FILE_SHARE_DELETE, OPEN_EXISTING, 0);
+        m_file = OpenPlace(FileOf(path), kReading, FILE_SHARE_READ | FILE_SHARE_DELETE, OPEN_EXISTING, 0);
         m_error = m_file ? ERROR_SUCCESS : GetLastError();
         struct stat info;
         if (!m_file || fstat(m_file->descriptor(), &info) != 0) return;
@@ -69,7 +77,7 @@ DWORD GetFileVersionInfoSizeW(LPCWSTR path, LPDWORD handle) {
 
 BOOL GetFileVersionInfoW(LPCWSTR path, DWORD, DWORD cbData, LPVOID data) {
     if (Fails("GetFileVersionInfoW")) return FALSE;
-    if (!path || !data || cbData < kBlockName) {
+    if (!path || !data || cbData < kVersionHeader) {
         SetLastError(data ? ERROR_INVALID_PARAMETER : ERROR_INVALID_DATA);
         return FALSE;
     }
@@ -80,7 +88,7 @@ BOOL GetFileVersionInfoW(LPCWSTR path, DWORD, DWORD cbData, LPVOID data) {
     const std::string_view block = search.block.substr(0, cbData);
     auto* out = static_cast<BYTE*>(data);
     std::copy(block.begin(), block.end(), out);
-    std::fill_n(out + block.size(), cbData > block.size() ? kBlockName : 0, BYTE{0});
+    std::fill_n(out + block.size(), cbData > block.size() ? kVersionHeader : 0, BYTE{0});
     // The block's own length is the only bound that VerQueryValueW knows, so it says no more than is there.
     const std::size_t cbBlock = std::min<std::size_t>(WordAt(block, 0), block.size());
     out[0] = static_cast<BYTE>(cbBlock & 0xFF);
@@ -95,18 +103,13 @@ BOOL VerQueryValueW(LPCVOID data, LPCWSTR query, LPVOID* value, PUINT cbValue) {
         return FALSE;
     }
     const auto* bytes = static_cast<const char*>(data);
-    const std::string_view block(bytes, WordAt({bytes, 2}, 0));
-    std::size_t end = kBlockName;
-    while (end < block.size() && WordAt(block, end) != 0)
-        end += 2;
-    const std::size_t offset = Align4(end + 2), size = WordAt(block, 2);
-    if ((query && *query && std::u16string_view(query) != u"\\") ||
-        Part(block, offset, size).size() != size) {
+    const auto found = FindVersionValue({bytes, WordAt({bytes, 2}, 0)}, query ? query : u"");
+    if (!found) {
         SetLastError(ERROR_RESOURCE_TYPE_NOT_FOUND);
         return FALSE;
     }
     // As on Windows the value is a part of the caller's block, which isn't constant there.
-    *value = const_cast<char*>(bytes) + offset;
-    if (cbValue) *cbValue = static_cast<UINT>(size);
+    *value = const_cast<char*>(found->bytes.data());
+    if (cbValue) *cbValue = found->size;
     return TRUE;
 }

@@ -2,6 +2,7 @@
 #include "resources/version_block.h"
 
 #include "core/bytes.h"
+#include "core/text.h"
 #include "resources/resources.h"
 
 namespace winhost {
@@ -89,7 +90,53 @@ VersionSearch FindInHostProgram(std::string_view file) {
     return {ERROR_RESOURCE_DATA_NOT_FOUND, {}};
 }
 
+// ---- the block: blocks within blocks ----
+
+constexpr WORD kTextType = 1;
+
+// A block is its header, its name, its value, and the blocks within it; each part but the header begins at a
+// multiple of four.
+struct Block {
+    std::string_view bytes;
+    std::u16string name;
+    std::size_t value = 0;  // offsets from the front of the bytes
+    std::size_t inner = 0;
+    std::size_t cbValue = 0;
+
+    explicit Block(std::string_view all) : bytes(Part(all, 0, WordAt(all, 0))) {
+        name = WideAt(bytes, kVersionHeader);
+        value = Align4(kVersionHeader + 2 * (name.size() + 1));
+        cbValue = std::size_t{WordAt(bytes, 2)} * (IsText() ? 2 : 1);
+        inner = Align4(value + cbValue);
+    }
+    bool IsText() const { return WordAt(bytes, 4) == kTextType; }
+};
+
+std::optional<Block> FindInner(const Block& outer, std::u16string_view name) {
+    std::string_view rest = Part(outer.bytes, outer.inner, outer.bytes.size());
+    while (WordAt(rest, 0) >= kVersionHeader) {
+        Block inner(rest);
+        if (SameName(inner.name, name)) return inner;
+        rest = Part(rest, Align4(WordAt(rest, 0)), rest.size());
+    }
+    return std::nullopt;
+}
+
 }  // namespace
+
+std::optional<VersionValue> FindVersionValue(std::string_view bytes, std::u16string_view query) {
+    std::optional<Block> block(bytes);
+    while (block && !query.empty()) {
+        const auto end = std::min(query.find(u'\\'), query.size());
+        if (end > 0) block = FindInner(*block, query.substr(0, end));
+        query.remove_prefix(std::min(end + 1, query.size()));
+    }
+    if (!block) return std::nullopt;
+    // A value of no size may be the last in its block, without a place of its own.
+    const std::string_view value = block->bytes.substr(std::min(block->value, block->bytes.size()));
+    if (value.size() < block->cbValue) return std::nullopt;
+    return VersionValue{value.substr(0, block->cbValue), WordAt(block->bytes, 2)};
+}
 
 VersionSearch FindVersionBlock(std::string_view file) {
     if (file.starts_with("MZ")) return FindInWindowsProgram(file);

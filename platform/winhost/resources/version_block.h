@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <optional>
 #include <string_view>
 
 namespace winhost {
@@ -14,5 +15,17 @@ struct VersionSearch {
 // Finds the version block in a file's bytes: a Windows executable, or a host program with a compiled .res
 // inside.
 VersionSearch FindVersionBlock(std::string_view file);
+
+// The least that a block holds: its length, its value's length, and its type.
+inline constexpr std::size_t kVersionHeader = 6;
+
+struct VersionValue {
+    std::string_view bytes;  // a part of the block
+    UINT size = 0;           // characters of a text, its end included; bytes of anything else
+};
+// Finds the value that a query such as "\VarFileInfo\Translation" names in a block, which may be damaged.
+// Names are compared without regard to case; an empty query, or one of backslashes only, means the block's own
+// value. None when the block holds no such name, or not all of the value.
+std::optional<VersionValue> FindVersionValue(std::string_view block, std::u16string_view query);
 
 }  // namespace winhost

@@ -113,17 +113,6 @@ Writer LinkInfo(std::u16string_view path) {
 
 // ---- reading ----
 
-// A wide text up to its terminator, or to the end of the bytes.
-std::u16string WideAt(std::string_view bytes, std::size_t offset) {
-    std::u16string text;
-    for (; offset + 1 < bytes.size(); offset += 2) {
-        const char16_t unit = WordAt(bytes, offset);
-        if (unit == 0) break;
-        text += unit;
-    }
-    return text;
-}
-
 std::u16string NarrowAt(std::string_view bytes, std::size_t offset) {
     const std::string_view rest = Part(bytes, offset, bytes.size());
     const std::string_view text = rest.substr(0, rest.find('\0'));

@@ -1,4 +1,4 @@
-// The shell's folders: each lies where the "Shell Folders" key says.
+// The shell's folders: each lies where the key "User Shell Folders" says, or in its usual place.
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -7,6 +7,8 @@
 
 #include <shlobj.h>
 
+#include "core/bytes.h"
+#include "core/environment.h"
 #include "core/faults.h"
 #include "core/host_io.h"
 #include "core/limits.h"
@@ -18,43 +20,55 @@ namespace winhost {
 
 namespace {
 
+constexpr std::u16string_view kUserShellFolders =
+    u"\\Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders";
+constexpr std::u16string_view kCurrentVersion = u"\\Software\\Microsoft\\Windows\\CurrentVersion";
+
 struct ShellFolder {
     int number;
     std::u16string_view hive;
     std::u16string_view value;
+    std::u16string_view usual;
+    std::u16string_view key = kUserShellFolders;
 };
+
+constexpr std::u16string_view kDesktop = u"%USERPROFILE%\\Desktop";
+constexpr std::u16string_view kPrograms =
+    u"%USERPROFILE%\\AppData\\Roaming\\Microsoft\\Windows\\Start Menu\\Programs";
+constexpr std::u16string_view kStartup =
+    u"%USERPROFILE%\\AppData\\Roaming\\Microsoft\\Windows\\Start Menu\\Programs\\Startup";
+constexpr std::u16string_view kCommonPrograms = u"%ProgramData%\\Microsoft\\Windows\\Start Menu\\Programs";
+constexpr std::u16string_view kCommonStartup =
+    u"%ProgramData%\\Microsoft\\Windows\\Start Menu\\Programs\\Startup";
 
 constexpr ShellFolder kFolders[] = {
-    {CSIDL_DESKTOP, kCurrentUser, u"Desktop"},
-    {CSIDL_PROGRAMS, kCurrentUser, u"Programs"},
-    {CSIDL_PERSONAL, kCurrentUser, u"Personal"},
-    {CSIDL_STARTUP, kCurrentUser, u"Startup"},
-    {CSIDL_COMMON_PROGRAMS, kLocalMachine, u"Common Programs"},
-    {CSIDL_COMMON_STARTUP, kLocalMachine, u"Common Startup"},
-    {CSIDL_COMMON_DESKTOPDIRECTORY, kLocalMachine, u"Common Desktop"},
-    {CSIDL_APPDATA, kCurrentUser, u"AppData"},
-    {CSIDL_COMMON_APPDATA, kLocalMachine, u"Common AppData"},
-    {CSIDL_MYPICTURES, kCurrentUser, u"My Pictures"},
-    {CSIDL_COMMON_DOCUMENTS, kLocalMachine, u"Common Documents"},
-    {CSIDL_COMMON_PICTURES, kLocalMachine, u"CommonPictures"},
+    {CSIDL_DESKTOP, kCurrentUser, u"Desktop", kDesktop},
+    {CSIDL_DESKTOPDIRECTORY, kCurrentUser, u"Desktop", kDesktop},
+    {CSIDL_PROGRAMS, kCurrentUser, u"Programs", kPrograms},
+    {CSIDL_PERSONAL, kCurrentUser, u"Personal", u"%USERPROFILE%\\Documents"},
+    {CSIDL_STARTUP, kCurrentUser, u"Startup", kStartup},
+    {CSIDL_COMMON_PROGRAMS, kLocalMachine, u"Common Programs", kCommonPrograms},
+    {CSIDL_COMMON_STARTUP, kLocalMachine, u"Common Startup", kCommonStartup},
+    {CSIDL_COMMON_DESKTOPDIRECTORY, kLocalMachine, u"Common Desktop", u"%PUBLIC%\\Desktop"},
+    {CSIDL_APPDATA, kCurrentUser, u"AppData", u"%USERPROFILE%\\AppData\\Roaming"},
+    {CSIDL_COMMON_APPDATA, kLocalMachine, u"Common AppData", u"%ProgramData%"},
+    {CSIDL_PROGRAM_FILES, kLocalMachine, u"ProgramFilesDir", u"%SystemDrive%\\Program Files",
+     kCurrentVersion},
+    {CSIDL_MYPICTURES, kCurrentUser, u"My Pictures", u"%USERPROFILE%\\Pictures"},
+    {CSIDL_COMMON_DOCUMENTS, kLocalMachine, u"Common Documents", u"%PUBLIC%\\Documents"},
+    {CSIDL_COMMON_PICTURES, kLocalMachine, u"CommonPictures", u"%PUBLIC%\\Pictures"},
 };
 
-constexpr std::u16string_view kShellFolders =
-    u"\\Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders";
-
-// Empty when the registry holds no text for the folder.
-std::u16string StoredPath(const ShellFolder& folder) {
-    RegistryFile file;
-    RegistryNode* key = file.root().FindKey(std::u16string(folder.hive) + std::u16string(kShellFolders));
-    const RegistryValue* value = key ? key->FindValue(folder.value) : nullptr;
+// The folder's path by the registry, or its usual one when the registry holds no text for it.
+std::u16string PathOf(const ShellFolder& folder) {
     std::u16string path;
-    for (std::size_t i = 0; value && i + 1 < value->bytes.size(); i += 2) {
-        const auto unit = static_cast<char16_t>(static_cast<BYTE>(value->bytes[i]) |
-                                                (static_cast<BYTE>(value->bytes[i + 1]) << 8));
-        if (unit == 0) break;
-        path += unit;
+    {
+        RegistryFile file;
+        RegistryNode* key = file.root().FindKey(std::u16string(folder.hive) + std::u16string(folder.key));
+        const RegistryValue* value = key ? key->FindValue(folder.value) : nullptr;
+        if (value && (value->type == REG_SZ || value->type == REG_EXPAND_SZ)) path = WideAt(value->bytes, 0);
     }
-    return path;
+    return ExpandVariables(path.empty() ? folder.usual : path);
 }
 
 // Makes the folder with all that are missing above it. The error code of a failure.
@@ -83,14 +97,14 @@ HRESULT SHGetFolderPathW(HWND, int folder, HANDLE token, DWORD flags, LPWSTR pat
     const auto* entry = std::find_if(std::begin(kFolders), std::end(kFolders),
                                      [number](const ShellFolder& each) { return each.number == number; });
     if (entry == std::end(kFolders)) return E_INVALIDARG;
-    const std::u16string stored = StoredPath(*entry);
-    if (stored.size() >= MAX_PATH) return HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE);
-    const Place place = Locate(stored);
+    const std::u16string found = PathOf(*entry);
+    if (found.size() >= MAX_PATH) return HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE);
+    const Place place = Locate(found);
     DWORD error = place.error;
     if (place.exists() && !place.isFolder) error = ERROR_DIRECTORY;
     if (!place.exists() && !place.windows.empty() && (folder & CSIDL_FLAG_CREATE))
         error = MakeFolders(place.windows);
     if (error != ERROR_SUCCESS) return HRESULT_FROM_WIN32(error);
-    wcscpy(path, stored.c_str());
+    wcscpy(path, found.c_str());
     return S_OK;
 }

@@ -14,6 +14,7 @@
 #include "files/files.h"
 #include "files/paths.h"
 #include "files/sharing.h"
+#include "processes/search.h"
 #include "registry/registry_store.h"
 #include "shell/link_format.h"
 #include "winhost.h"
@@ -161,6 +162,16 @@ class ShellLink final : public IShellLinkW, public IPersistFile {
     LinkData m_link;
 };
 
+// The place of a link's target. Quotes around it are taken off, and a bare name is looked for as a program is.
+Place TargetOf(std::u16string_view path) {
+    if (path.size() >= 2 && path.starts_with(u'"') && path.ends_with(u'"'))
+        path = path.substr(1, path.size() - 2);
+    Place target = Locate(std::u16string(path));
+    if (target.exists() || path.find_first_of(u"\\/:") != path.npos) return target;
+    Place found = SearchFile(path, u"", Wanted::Program);
+    return found.exists() ? found : target;
+}
+
 // A target that isn't there is taken all the same.
 HRESULT ShellLink::SetPath(LPCWSTR path) {
     if (const HRESULT fault = Fault("IShellLinkW::SetPath")) return fault;
@@ -170,7 +181,7 @@ HRESULT ShellLink::SetPath(LPCWSTR path) {
         m_link.path.clear();
         return S_OK;
     }
-    const Place target = Locate(path);
+    const Place target = TargetOf(path);
     if (target.windows.empty() || target.windows.size() >= MAX_PATH) return E_INVALIDARG;
     m_link.path = target.windows;
     m_link.toFolder = target.isFolder;

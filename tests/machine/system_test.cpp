@@ -1,0 +1,171 @@
+// What the system answers about programs, versions, links, folders and texts.
+#include <shlobj.h>
+
+#include <cstdarg>
+#include <cstdio>
+
+#include "harness/registry_values.h"
+#include "harness/scratch.h"
+
+namespace {
+
+const Text kUserFolders = TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders");
+const Text kClass = TEXT("QtvProbe.Class");
+const Text kUsersClass = TEXT("Software\\Classes\\") + kClass;
+const Text kMachinesClass = TEXT("SOFTWARE\\Classes\\") + kClass;
+
+std::string Narrow(const Text& text) {
+    return {text.begin(), text.end()};
+}
+
+std::string Told(bool done) {
+    return done ? "ok" : "e" + std::to_string(GetLastError());
+}
+
+// The folders of the search path hold a version block and a library that is none, below a sub-folder.
+class System : public ScratchTest {
+  protected:
+    System() {
+        WCHAR path[MAX_PATH] = {};
+        GetWindowsDirectoryW(path, MAX_PATH);
+        m_windows = path;
+        ImportFile(QTV_BUILD_FOLDER "/machine_tests.exe", m_windows + TEXT("\\qtvprobe.exe"));
+        MakeFile(m_windows + TEXT("\\qtvprobe\\a.dll"), "no library");
+        ImportFile(QTV_BUILD_FOLDER "/sleeper.exe", TEXT("C:\\Scratch\\program.exe"));
+    }
+    ~System() override {
+        DeleteTree(m_windows + TEXT("\\qtvprobe.exe"));
+        DeleteTree(m_windows + TEXT("\\qtvprobe"));
+        DeleteKeyTree(HKEY_CURRENT_USER, kUsersClass);
+        DeleteKeyTree(HKEY_LOCAL_MACHINE, kMachinesClass);
+    }
+
+    Text m_windows;
+};
+
+std::string Load(LPCWSTR name) {
+    const HMODULE library = LoadLibraryW(name);
+    return Told(library && FreeLibrary(library));
+}
+
+int Written(LPCWSTR format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    const int written = _vsnwprintf(nullptr, 0, format, arguments);
+    va_end(arguments);
+    return written;
+}
+
+std::string Section(LPCWSTR section) {
+    WCHAR buffer[16] = {};
+    SetLastError(ERROR_SUCCESS);
+    const DWORD length = GetPrivateProfileSectionW(section, buffer, 16, TEXT("C:\\Scratch\\x.ini"));
+    return std::to_string(length) + " " + Told(false);
+}
+
+// A value of a file's version block: its size, and its bytes or characters.
+std::string Version(LPCWSTR path, LPCWSTR query) {
+    std::vector<BYTE> block(GetFileVersionInfoSizeW(path, nullptr));
+    void* value = nullptr;
+    UINT cbValue = 0;
+    if (block.empty() || !GetFileVersionInfoW(path, 0, static_cast<DWORD>(block.size()), block.data()) ||
+        !VerQueryValueW(block.data(), query, &value, &cbValue))
+        return Told(false);
+    std::string told = std::to_string(cbValue);
+    for (UINT i = 0; i < cbValue && i < 8; ++i)
+        told +=
+            " " + std::to_string(cbValue == 4 ? static_cast<BYTE*>(value)[i] : static_cast<WCHAR*>(value)[i]);
+    return told;
+}
+
+// The result of SetPath, and the target that the link then has.
+std::string Target(const Text& path) {
+    IShellLinkW* link = nullptr;
+    if (CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
+                         reinterpret_cast<void**>(&link)) != S_OK)
+        return "no link";
+    const HRESULT set = link->SetPath(path.c_str());
+    WCHAR target[MAX_PATH] = {};
+    (void)link->GetPath(target, MAX_PATH, nullptr, 0);
+    link->Release();
+    std::string told = Narrow(target);
+    for (char& letter : told)
+        letter = letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + 32) : letter;
+    return std::to_string(set) + " " + told;
+}
+
+std::string Folder(int folder) {
+    WCHAR path[MAX_PATH] = {};
+    const HRESULT found = SHGetFolderPathW(nullptr, folder, nullptr, SHGFP_TYPE_CURRENT, path);
+    char result[16];
+    std::snprintf(result, sizeof result, "%X ", static_cast<unsigned>(found));
+    return result + (found == S_OK ? Narrow(path) : "");
+}
+
+std::string Stored(const BYTE* text, DWORD cbText) {
+    HKEY key;
+    EXPECT_EQ(RegCreateKeyW(HKEY_CURRENT_USER, kUsersClass.c_str(), &key), ERROR_SUCCESS);
+    EXPECT_EQ(RegSetValueExW(key, TEXT("text"), 0, REG_SZ, text, cbText), ERROR_SUCCESS);
+    RegCloseKey(key);
+    return std::to_string(GetValue(HKEY_CURRENT_USER, kUsersClass, TEXT("text"))->bytes.size());
+}
+
+// A value of the merged classes by a handle that was opened while both the user and the machine had the key,
+// before and after the user's is deleted.
+std::string AfterDeletion() {
+    PutValue(HKEY_LOCAL_MACHINE, kMachinesClass, TEXT("v"), Sz(TEXT("machine")));
+    PutValue(HKEY_CURRENT_USER, kUsersClass, TEXT("v"), Sz(TEXT("user")));
+    HKEY key;
+    EXPECT_EQ(RegOpenKeyExW(HKEY_CLASSES_ROOT, kClass.c_str(), 0, KEY_READ, &key), ERROR_SUCCESS);
+    EXPECT_EQ(RegQueryValueExW(key, TEXT("v"), nullptr, nullptr, nullptr, nullptr), ERROR_SUCCESS);
+    EXPECT_EQ(RegDeleteKeyW(HKEY_CURRENT_USER, kUsersClass.c_str()), ERROR_SUCCESS);
+    const LSTATUS after = RegQueryValueExW(key, TEXT("v"), nullptr, nullptr, nullptr, nullptr);
+    RegCloseKey(key);
+    EXPECT_TRUE(GetValue(HKEY_CLASSES_ROOT, kClass, TEXT("v")) == Sz(TEXT("machine")));
+    return std::to_string(after);
+}
+
+TEST_F(System, AnswersAsWindowsDoes) {
+    ASSERT_EQ(CoInitialize(nullptr), S_OK);
+    const auto pictures = GetValue(HKEY_CURRENT_USER, kUserFolders, TEXT("My Pictures"));
+    PutValue(HKEY_CURRENT_USER, kUserFolders, TEXT("My Pictures"),
+             Sz(TEXT("%SystemDrive%\\Scratch\\moved\\here"), REG_EXPAND_SZ));
+    const BYTE text[] = {'a', 0, 'b', 0, 0, 0, 'c', 0};
+    const struct {
+        std::string fact, found, windows;
+    } rows[] = {
+        {"a program's parameters and instance",
+         std::to_string(RunProgram(TEXT("\"C:\\Scratch\\program.exe\"  ends \"at once\""))), "7"},
+        {"library in a sub-folder", Load(TEXT("qtvprobe\\a.dll")), "e193"},
+        {"library in no sub-folder", Load(TEXT("qtvprobe\\b.dll")), "e126"},
+        {"length without a buffer", std::to_string(Written(TEXT("a%d"), 1234)), "5"},
+        {"no section", Section(nullptr), "0 e87"},
+        {"version by a bare name", Version(TEXT("qtvprobe.exe"), TEXT("\\VarFileInfo\\Translation")),
+         "4 9 4 176 4"},
+        {"version text", Version(TEXT("qtvprobe.exe"), TEXT("\\stringfileinfo\\040904b0\\FILEVERSION")),
+         "8 56 46 53 46 50 46 48 0"},
+        {"no such version text", Version(TEXT("qtvprobe.exe"), TEXT("\\StringFileInfo\\040904B0\\x")),
+         "e1813"},
+        {"link to a path in quotes", Target(TEXT("\"C:\\Scratch\\a b\"")), "1 c:\\scratch\\a b"},
+        {"link to a bare name", Target(TEXT("regsvr32.exe")), "0 c:\\windows\\system32\\regsvr32.exe"},
+        {"the desktop's folder", Folder(CSIDL_DESKTOPDIRECTORY), Folder(CSIDL_DESKTOP)},
+        {"the programs' folder", Folder(CSIDL_PROGRAM_FILES), "0 C:\\Program Files"},
+        {"folder moved by the registry", Folder(CSIDL_MYPICTURES), "80070002 "},
+        {"the same, made", Folder(CSIDL_MYPICTURES | CSIDL_FLAG_CREATE), "0 C:\\Scratch\\moved\\here"},
+        {"text whose end follows it", Stored(text, 4), "6"},
+        {"text whose end doesn't", Stored(text, 2), "2"},
+        {"text with its end", Stored(text, 6), "6"},
+        {"classes of a user, deleted", AfterDeletion(),
+         Deviates(Deviation::ClassesOutliveTheUsers) ? "0" : "1018"},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(row.found, row.windows) << row.fact;
+    EXPECT_TRUE(Exists(TEXT("C:\\Scratch\\moved\\here")));
+    if (pictures)
+        PutValue(HKEY_CURRENT_USER, kUserFolders, TEXT("My Pictures"), *pictures);
+    else
+        DeleteKeyTree(HKEY_CURRENT_USER, kUserFolders);
+    CoUninitialize();
+}
+
+}  // namespace
