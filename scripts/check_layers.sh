@@ -16,7 +16,7 @@ higher=''
 for ((i = ${#rooms[@]} - 1; i >= 0; --i)); do
     room=${rooms[i]}
     if [ -n "$higher" ]; then
-        lines=$(grep -rnE "#include \"($higher)/" "platform/winhost/$room" || true)
+        lines=$(grep -rnE "#include [<\"][./]*(winhost/)?($higher)/" "platform/winhost/$room" || true)
         [ -z "$lines" ] || complain "Includes of a higher room:"$'\n'"$lines"
     fi
     higher=$room${higher:+|$higher}

@@ -68,9 +68,6 @@ void CopyStoredFile(const std::filesystem::path& from, const std::filesystem::pa
 // Waits until no process of the machine is left but this one. False when `milliseconds` ran out.
 bool WaitForProcesses(DWORD milliseconds);
 
-// The system's version, as RtlGetVersion gives it to every process of the machine.
-void SetSystemVersion(DWORD major, DWORD minor, DWORD build);
-
 // Hides a function from GetProcAddress, as on a system that lacks it, in this process and those that it
 // starts.
 void HideFunction(const std::string& name, bool hidden);
@@ -100,12 +97,18 @@ struct Fault {
     DWORD error = 0;    // the error code; 0: what the call gives for want of rights
     bool kill = false;  // the process is killed at the call instead
 };
-// Sets the faults of this process and starts its counts at 0. Programs that it starts take theirs from the
-// environment (see faults.cpp).
+// Sets the faults of this process and starts its counts at 0.
 void SetFaults(std::vector<Fault> faults);
 std::map<std::string, unsigned> CallCounts();
 
-// With a virtual clock Sleep returns at once.
+// The same for the programs that are started from here on, by this process or by a program that it starts:
+// those whose file's name matches `programs`, with * and ?. The counts are the sums over all such programs
+// that have ended, without those that were killed.
+void SetProgramFaults(const std::string& programs, const std::vector<Fault>& faults);
+std::map<std::string, unsigned> ProgramCallCounts();
+void ClearProgramFaults();
+
+// With a virtual clock Sleep returns at once, in this process and in those that it starts.
 void SetVirtualClock(bool on);
 
 // ---- limits: a disc that fills, and power that goes ----

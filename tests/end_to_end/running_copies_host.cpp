@@ -1,6 +1,7 @@
 // What a setup that closes copies reaches and what it doesn't: only the embedded machine can hold its hand.
 #include "end_to_end/run.h"
 #include "instances/instance_manager.h"
+#include "winhost.h"
 
 namespace {
 
@@ -24,9 +25,10 @@ TEST_F(ClosedCopies, AreToldThatSetupClosesThem) {
         Sleep(5);
     COXInstanceManager list(TEXT("Lorvanta.Qantivo-ZR.v4"), 1024, false);
     EXPECT_EQ(list.CountInstances(), 1);
-    setenv("WINHOST_FAULTS", "OpenProcess#*", 1);
+    winhost::SetProgramFaults("setup.exe", {{.call = "OpenProcess"}});
     Setup(TEXT("-install -s -instdir C:\\Scratch\\Qantivo"));
-    unsetenv("WINHOST_FAULTS");
+    EXPECT_GT(winhost::ProgramCallCounts()["OpenProcess"], 0u);
+    winhost::ClearProgramFaults();
     EXPECT_EQ(copy.ExitCode(), 1001u);
     EXPECT_EQ(list.CountInstances(), 0) << "setup has left it, too";
 }

@@ -67,26 +67,12 @@ void TakeLog(State& state, const std::string& name) {
         state["log: " + record] = count == 1 ? "once" : std::to_string(count) + " times";
 }
 
-// The rule that the environment hands to the program.
-std::string Rule(const Disturbance& disturbance) {
-    const std::string nth = disturbance.nth ? std::to_string(disturbance.nth) : "*";
-    return disturbance.call + "#" + nth + (disturbance.kills ? "=kill" : "");
-}
-
-void SetOrUnset(const char* variable, const std::string& value) {
-    if (value.empty())
-        unsetenv(variable);
-    else
-        setenv(variable, value.c_str(), 1);
-}
-
-std::map<std::string, unsigned> ReadCounts(const fs::path& path) {
-    std::map<std::string, unsigned> counts;
-    std::ifstream file(path);
-    std::string call;
-    for (unsigned count; file >> call >> count;)
-        counts[call] += count;
-    return counts;
+void SetFaultsOf(const std::string& watched, const std::optional<Disturbance>& disturbance) {
+    winhost::SetVirtualClock(true);
+    std::vector<winhost::Fault> faults;
+    if (disturbance && !disturbance->limits)
+        faults.push_back({.call = disturbance->call, .nth = disturbance->nth, .kill = disturbance->kills});
+    winhost::SetProgramFaults(disturbance ? disturbance->program : watched, faults);
 }
 
 // Null when it doesn't start.
@@ -156,14 +142,8 @@ void CaptureErrors(const fs::path& file) {
 
 RunOutcome Run(const std::u16string& commandLine, const std::string& watched,
                const std::optional<Disturbance>& disturbance) {
-    const fs::path counts = winhost::StateFolder() / "counts";
-    fs::remove(counts);
     (void)!ftruncate(STDERR_FILENO, 0);
-
-    setenv("WINHOST_CLOCK", "virtual", 1);
-    setenv("WINHOST_COUNTS", counts.c_str(), 1);
-    setenv("WINHOST_CONCERNS", (disturbance ? disturbance->program : watched).c_str(), 1);
-    SetOrUnset("WINHOST_FAULTS", disturbance && !disturbance->limits ? Rule(*disturbance) : "");
+    SetFaultsOf(watched, disturbance);
     if (disturbance && disturbance->limits) winhost::SetLimits(*disturbance->limits);
     RunOutcome outcome;
     const HANDLE process = Start(commandLine);
@@ -176,7 +156,7 @@ RunOutcome Run(const std::u16string& commandLine, const std::string& watched,
     DWORD exitCode = 0;
     (void)GetExitCodeProcess(process, &exitCode);
     (void)CloseHandle(process);
-    outcome.calls = ReadCounts(counts);
+    outcome.calls = winhost::ProgramCallCounts();
 
     if (disturbance && disturbance->limits) outcome.met = winhost::LiftLimits();
     const bool cuts = disturbance && CutsPower(*disturbance);

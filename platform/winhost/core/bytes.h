@@ -32,14 +32,17 @@ inline DWORD DwordAt(std::string_view bytes, std::size_t offset) {
     return NumberAt<DWORD>(bytes, offset);
 }
 
-// A text of 16-bit units from `offset` up to its terminator, or to the end of the bytes.
+// The bytes as units of UTF-16; the last byte of an odd number is left out.
+inline std::u16string Units(std::string_view bytes) {
+    std::u16string units(bytes.size() / 2, u'\0');
+    for (std::size_t i = 0; i < units.size(); ++i)
+        units[i] = WordAt(bytes, 2 * i);
+    return units;
+}
+// A text of such units from `offset` up to its terminator, or to the end of the bytes.
 inline std::u16string WideAt(std::string_view bytes, std::size_t offset) {
-    std::u16string text;
-    for (; offset + 1 < bytes.size(); offset += 2) {
-        const char16_t unit = WordAt(bytes, offset);
-        if (unit == 0) break;
-        text += unit;
-    }
+    std::u16string text = Units(Part(bytes, offset, bytes.size()));
+    text.resize(std::min(text.find(u'\0'), text.size()));
     return text;
 }
 

@@ -7,6 +7,7 @@
 //   WINHOST_COUNTS    a host file that gets a line "CALL N" for each call used, when the process ends
 //   WINHOST_CONCERNS  the programs that the two above concern, by the name of their file, with * and ?; all without it
 //   WINHOST_CLOCK     "virtual": Sleep returns at once
+// A process sets them for the programs that it starts (SetProgramFaults, SetVirtualClock).
 #include "core/faults.h"
 
 #include <fnmatch.h>
@@ -14,6 +15,7 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <fstream>
 #include <mutex>
 
 #include "core/host_io.h"
@@ -23,6 +25,9 @@
 namespace winhost {
 
 namespace {
+
+constexpr char kFaults[] = "WINHOST_FAULTS", kCounts[] = "WINHOST_COUNTS", kConcerns[] = "WINHOST_CONCERNS",
+               kClock[] = "WINHOST_CLOCK";
 
 thread_local const char* currentCall = "";
 
@@ -57,8 +62,25 @@ std::vector<Fault> ParseFaults(std::string_view text) {
     return faults;
 }
 
+std::string FormatFaults(const std::vector<Fault>& faults) {
+    std::string text;
+    for (const Fault& fault : faults) {
+        text += (text.empty() ? "" : ";") + fault.call + '#';
+        text += fault.nth ? std::to_string(fault.nth) : "*";
+        if (fault.kill)
+            text += "=kill";
+        else if (fault.error)
+            text += '=' + std::to_string(fault.error);
+    }
+    return text;
+}
+
+std::filesystem::path CountsFile() {
+    return StateFolder() / "counts";
+}
+
 bool ConcernsThisProgram() {
-    const char* pattern = std::getenv("WINHOST_CONCERNS");
+    const char* pattern = std::getenv(kConcerns);
     std::error_code error;
     const auto program = std::filesystem::read_symlink("/proc/self/exe", error).filename();
     return !pattern || fnmatch(pattern, program.c_str(), 0) == 0;
@@ -69,9 +91,9 @@ Seam& TheSeam() {
     static Seam* seam = [] {
         auto* made = new Seam;
         made->concerned = ConcernsThisProgram();
-        const char* text = std::getenv("WINHOST_FAULTS");
+        const char* text = std::getenv(kFaults);
         if (text && made->concerned) made->faults = ParseFaults(text);
-        const char* clock = std::getenv("WINHOST_CLOCK");
+        const char* clock = std::getenv(kClock);
         made->virtualClock = clock && std::strcmp(clock, "virtual") == 0;
         return made;
     }();
@@ -93,8 +115,32 @@ std::map<std::string, unsigned> CallCounts() {
     return TheSeam().counts;
 }
 
+void SetProgramFaults(const std::string& programs, const std::vector<Fault>& faults) {
+    std::filesystem::remove(CountsFile());
+    setenv(kCounts, CountsFile().c_str(), 1);
+    setenv(kConcerns, programs.c_str(), 1);
+    if (faults.empty())
+        unsetenv(kFaults);
+    else
+        setenv(kFaults, FormatFaults(faults).c_str(), 1);
+}
+
+std::map<std::string, unsigned> ProgramCallCounts() {
+    std::map<std::string, unsigned> counts;
+    std::ifstream file(CountsFile());
+    std::string call;
+    for (unsigned count; file >> call >> count;)
+        counts[call] += count;
+    return counts;
+}
+
+void ClearProgramFaults() {
+    for (const char* variable : {kFaults, kCounts, kConcerns})
+        unsetenv(variable);
+}
+
 void WriteCounts() {
-    const char* path = std::getenv("WINHOST_COUNTS");
+    const char* path = std::getenv(kCounts);
     if (!path || !TheSeam().concerned) return;
     const std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen(path, "a"), std::fclose);
     if (!file) return;
@@ -135,6 +181,7 @@ bool VirtualClock() {
 
 void SetVirtualClock(bool on) {
     TheSeam().virtualClock = on;
+    setenv(kClock, on ? "virtual" : "", 1);
 }
 
 }  // namespace winhost

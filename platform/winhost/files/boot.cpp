@@ -5,6 +5,7 @@
 
 #include <fstream>
 
+#include "core/bytes.h"
 #include "core/host_io.h"
 #include "core/machine_lock.h"
 #include "core/text.h"
@@ -51,9 +52,7 @@ std::optional<std::string> StoredMarks() {
 
 std::vector<std::u16string> Texts(std::string_view bytes) {
     std::vector<std::u16string> texts(1);
-    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
-        const auto unit = static_cast<char16_t>(static_cast<unsigned char>(bytes[i]) |
-                                                static_cast<unsigned char>(bytes[i + 1]) << 8);
+    for (const char16_t unit : Units(bytes)) {
         if (unit == 0)
             texts.emplace_back();
         else

@@ -9,6 +9,7 @@
 #include <iterator>
 #include <optional>
 
+#include "core/bytes.h"
 #include "core/faults.h"
 #include "core/host_io.h"
 #include "core/machine.h"
@@ -52,13 +53,10 @@ Profile Decode(const std::string& bytes) {
     Profile profile;
     profile.isWide = bytes.starts_with(kWideMark);
     std::u16string text;
-    if (profile.isWide) {
-        for (std::size_t i = kWideMark.size(); i + 1 < bytes.size(); i += 2)
-            text += static_cast<char16_t>(static_cast<unsigned char>(bytes[i]) |
-                                          static_cast<unsigned char>(bytes[i + 1]) << 8);
-    } else {
+    if (profile.isWide)
+        text = Units(std::string_view(bytes).substr(kWideMark.size()));
+    else
         std::transform(bytes.begin(), bytes.end(), std::back_inserter(text), FromByte);
-    }
     for (std::size_t start = 0; start < text.size();) {
         const std::size_t end = std::min(text.find(u'\n', start), text.size());
         std::u16string line = text.substr(start, end - start);

@@ -9,8 +9,6 @@
 #include "processes/processes.h"
 #include "winhost.h"
 
-namespace fs = std::filesystem;
-
 namespace winhost {
 
 namespace {
@@ -24,13 +22,6 @@ constexpr std::size_t kSizeWithoutServicePack = offsetof(RTL_OSVERSIONINFOEXW, w
 static_assert(sizeof(RTL_OSVERSIONINFOEXW) == 284 && kSizeWithoutServicePack == 276);
 
 }  // namespace
-
-void SetSystemVersion(DWORD major, DWORD minor, DWORD build) {
-    // Written aside and moved, so that a program that starts meanwhile reads one or the other.
-    const fs::path fresh = StateFolder() / "version";
-    std::ofstream(fresh) << major << '.' << minor << '.' << build << '\n';
-    fs::rename(fresh, MarkerFile(Root()));
-}
 
 NTSTATUS RtlGetVersion(RTL_OSVERSIONINFOW* version) {
     if (FaultOf("RtlGetVersion") != 0) return kUnsuccessful;

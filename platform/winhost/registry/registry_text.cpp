@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "core/bytes.h"
 #include "core/host_io.h"
 #include "core/text.h"
 #include "registry/registry_store.h"
@@ -28,21 +29,6 @@ std::string Quoted(std::u16string_view text) {
     return out + '"';
 }
 
-DWORD Number(std::string_view littleEndian) {
-    DWORD number = 0;
-    for (std::size_t i = 0; i < 4; ++i)
-        number |= static_cast<DWORD>(static_cast<BYTE>(littleEndian[i])) << (8 * i);
-    return number;
-}
-
-std::u16string Units(std::string_view bytes) {
-    std::u16string units(bytes.size() / 2, u'\0');
-    for (std::size_t i = 0; i < units.size(); ++i)
-        units[i] = static_cast<char16_t>(static_cast<BYTE>(bytes[2 * i]) |
-                                         (static_cast<BYTE>(bytes[2 * i + 1]) << 8));
-    return units;
-}
-
 std::string Bytes(std::u16string_view units) {
     std::string bytes;
     for (const char16_t unit : units) {
@@ -66,7 +52,7 @@ std::string FormatData(const RegistryValue& value) {
         return Quoted(std::u16string_view(units).substr(0, units.size() - 1));
     }
     if (value.type == REG_DWORD && value.bytes.size() == 4) {
-        std::snprintf(buffer, sizeof buffer, "dword:%08x", Number(value.bytes));
+        std::snprintf(buffer, sizeof buffer, "dword:%08x", DwordAt(value.bytes, 0));
         return buffer;
     }
     std::string out = "hex:";

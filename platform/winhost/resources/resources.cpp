@@ -74,8 +74,7 @@ int LoadStringW(HINSTANCE, UINT id, LPWSTR buffer, int cchBuffer) {
         offset += 2 + 2u * WordAt(block.data, offset);
     const std::string_view text = Part(block.data, offset + 2, 2u * WordAt(block.data, offset));
     const std::size_t cch = std::min(text.size() / 2, static_cast<std::size_t>(cchBuffer) - 1);
-    for (std::size_t i = 0; i < cch; ++i)
-        buffer[i] = WordAt(text, 2 * i);
+    Units(text).copy(buffer, cch);
     buffer[cch] = 0;
     if (text.empty()) SetLastError(ERROR_RESOURCE_NAME_NOT_FOUND);
     return static_cast<int>(cch);
