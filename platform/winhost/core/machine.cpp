@@ -38,13 +38,13 @@ Membership FindOwnMachine() {
 }
 
 // Found at the first call, which comes before anybody can rename the program's file.
-Membership& Own() {
+Membership& TheMembership() {
     static Membership own = FindOwnMachine();
     return own;
 }
 
 Membership& Current() {
-    Membership& own = Own();
+    Membership& own = TheMembership();
     if (own.root.empty()) {
         std::fprintf(stderr, "%s: runs inside an embedded machine only, and stands in none\n",
                      program_invocation_short_name);
@@ -57,7 +57,7 @@ Membership& Current() {
 }  // namespace
 
 bool InMachine() {
-    return !Own().root.empty();
+    return !TheMembership().root.empty();
 }
 
 const fs::path& Root() {
@@ -102,7 +102,7 @@ fs::path MarkerFile(const fs::path& root) {
 }
 
 void BelongTo(const fs::path& root, std::u16string_view program) {
-    Own() = {root, std::u16string(program)};
+    TheMembership() = {root, std::u16string(program)};
     for (void (*forget)() : Forgetters())
         forget();
 }

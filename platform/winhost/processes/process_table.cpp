@@ -44,7 +44,7 @@ struct OwnEntry {
     std::unique_ptr<OpenFile> ownImage;  // or taken by a program started from the host's shell
 };
 
-OwnEntry& Own() {
+OwnEntry& TheEntry() {
     static auto* own = new OwnEntry;
     return *own;
 }
@@ -114,7 +114,7 @@ void EnterAnew(OwnEntry& own) {
 
 // Another machine was entered: this process leaves the table of the last one.
 void EnterOtherMachine() {
-    OwnEntry& own = Own();
+    OwnEntry& own = TheEntry();
     if (own.table) unlink(own.path.c_str());
     own.table = Descriptor();
     own.image = Descriptor();
@@ -157,7 +157,7 @@ void BeginProcess() {
     if (!InMachine()) return;
     // Asked for now, since it stays what it was when the file is renamed.
     const std::u16string& program = ProgramPath();
-    OwnEntry& own = Own();
+    OwnEntry& own = TheEntry();
     if (TakeOverEntry(own)) return;
     EnterAnew(own);
     own.ownImage = OpenFile::OpenImage(Locate(program).host);
@@ -165,7 +165,7 @@ void BeginProcess() {
 
 void RecordOwnExit(DWORD exitCode) {
     // A fork of this process that ends is not this process.
-    if (Own().pid == getpid()) RecordExitCode(Own().table.get(), exitCode);
+    if (TheEntry().pid == getpid()) RecordExitCode(TheEntry().table.get(), exitCode);
 }
 
 ProcessFiles OpenProcessFiles(DWORD id) {
@@ -216,13 +216,13 @@ bool WaitForEnd(int process, DWORD milliseconds) {
 }
 
 void LeaveTable() {
-    if (Own().table) unlink(Own().path.c_str());
+    if (TheEntry().table) unlink(TheEntry().path.c_str());
 }
 
 std::vector<DWORD> ProcessIds() {
     std::vector<DWORD> running;
     for (const DWORD id : ListedIds())
-        if (id != static_cast<DWORD>(Own().pid) && FindProcess(id)) running.push_back(id);
+        if (id != static_cast<DWORD>(TheEntry().pid) && FindProcess(id)) running.push_back(id);
     return running;
 }
 
@@ -246,7 +246,7 @@ bool WaitForProcesses(DWORD milliseconds) {
     for (;;) {
         bool any = false;
         for (const DWORD id : ListedIds()) {
-            if (id == static_cast<DWORD>(Own().pid)) continue;
+            if (id == static_cast<DWORD>(TheEntry().pid)) continue;
             any = true;
             const ProcessFiles files = OpenProcessFiles(id);
             if (!files.process || !files.table || HasEnded(files)) continue;

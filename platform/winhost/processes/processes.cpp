@@ -107,13 +107,13 @@ class ThreadHandle : public KernelObject {
 };
 
 // Children that have not been waited for: the host keeps their ids until then.
-std::map<DWORD, std::shared_ptr<Process>>& Children() {
+std::map<DWORD, std::shared_ptr<Process>>& ChildProcesses() {
     static auto* children = new std::map<DWORD, std::shared_ptr<Process>>;
     return *children;
 }
 
 void LetEndedChildrenGo() {
-    auto& children = Children();
+    auto& children = ChildProcesses();
     for (auto child = children.begin(); child != children.end();) {
         if (!child->second->Wait(0)) {
             ++child;
@@ -128,7 +128,7 @@ void LetEndedChildrenGo() {
 void AddChild(StartedProcess started, PROCESS_INFORMATION* information) {
     const auto id = static_cast<DWORD>(started.id);
     const auto process = std::make_shared<Process>(std::move(started.files), true);
-    Children()[id] = process;
+    ChildProcesses()[id] = process;
     information->hProcess = AddHandle(std::make_shared<ProcessHandle>(process, id, kAllProcessAccess));
     information->hThread = AddHandle(std::make_shared<ThreadHandle>());
     information->dwProcessId = id;
@@ -217,8 +217,8 @@ HANDLE OpenProcess(DWORD access, BOOL inherit, DWORD id) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return nullptr;
     }
-    const auto child = winhost::Children().find(id);
-    const auto process = child != winhost::Children().end()
+    const auto child = winhost::ChildProcesses().find(id);
+    const auto process = child != winhost::ChildProcesses().end()
                              ? child->second
                              : std::make_shared<winhost::Process>(std::move(*files), false);
     return winhost::AddHandle(std::make_shared<winhost::ProcessHandle>(process, id, access));

@@ -123,13 +123,13 @@ Subject SubjectOf(HKEY handle) {
 }
 
 // A call on the key behind a handle, with the registry held for its time.
-struct Call {
+struct KeyCall {
     RegistryFile file;
     Subject subject;
     std::vector<RegistryNode*> nodes;
     DWORD error;
 
-    Call(HKEY handle, REGSAM needed) : subject(SubjectOf(handle)), nodes(Nodes(file.root(), subject.key)) {
+    KeyCall(HKEY handle, REGSAM needed) : subject(SubjectOf(handle)), nodes(Nodes(file.root(), subject.key)) {
         error = subject.error;
         if (error == ERROR_SUCCESS && nodes.empty()) error = ERROR_KEY_DELETED;
         if (error == ERROR_SUCCESS && (subject.access & needed) != needed) error = ERROR_ACCESS_DENIED;
@@ -214,7 +214,7 @@ LSTATUS RegOpenKeyExW(HKEY parent, LPCWSTR name, DWORD options, REGSAM access, P
     if (options != 0 || (access & ~kKnownAccess) != 0) NotModelled("RegOpenKeyExW", "options or access mask");
     if (!key) return ERROR_INVALID_PARAMETER;
     *key = nullptr;
-    Call call(parent, 0);
+    KeyCall call(parent, 0);
     if (call.error != ERROR_SUCCESS) return static_cast<LSTATUS>(call.error);
     if (IsItself(call.subject, name)) {
         *key = parent;
@@ -232,7 +232,7 @@ LSTATUS RegCreateKeyW(HKEY parent, LPCWSTR name, PHKEY key) {
     if (!key) return ERROR_INVALID_PARAMETER;
     *key = nullptr;
     if (name && HasControlUnit(name)) NotModelled("RegCreateKeyW", "a control character in a key's name");
-    Call call(parent, 0);
+    KeyCall call(parent, 0);
     if (call.error != ERROR_SUCCESS) return static_cast<LSTATUS>(call.error);
     if (IsItself(call.subject, name)) {
         *key = parent;
@@ -256,7 +256,7 @@ LSTATUS RegCreateKeyW(HKEY parent, LPCWSTR name, PHKEY key) {
 LSTATUS RegEnumKeyW(HKEY key, DWORD index, LPWSTR name, DWORD cchName) {
     if (const DWORD fault = FaultOf("RegEnumKeyW")) return static_cast<LSTATUS>(fault);
     if (!name) return ERROR_INVALID_PARAMETER;
-    Call call(key, KEY_ENUMERATE_SUB_KEYS);
+    KeyCall call(key, KEY_ENUMERATE_SUB_KEYS);
     if (call.error != ERROR_SUCCESS) return static_cast<LSTATUS>(call.error);
     std::map<std::u16string_view, const RegistryNode*> merged;
     for (const RegistryNode* node : call.nodes)
@@ -273,7 +273,7 @@ LSTATUS RegEnumValueW(HKEY key, DWORD index, LPWSTR name, LPDWORD cchName, LPDWO
                       LPBYTE data, LPDWORD cbData) {
     if (const DWORD fault = FaultOf("RegEnumValueW")) return static_cast<LSTATUS>(fault);
     if (!name || !cchName || reserved || (data && !cbData)) return ERROR_INVALID_PARAMETER;
-    Call call(key, KEY_QUERY_VALUE);
+    KeyCall call(key, KEY_QUERY_VALUE);
     if (call.error != ERROR_SUCCESS) return static_cast<LSTATUS>(call.error);
     std::vector<const RegistryValue*> merged;
     for (RegistryNode* node : call.nodes)
@@ -294,7 +294,7 @@ LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD reserved, LPDWORD type,
                          LPDWORD cbData) {
     if (const DWORD fault = FaultOf("RegQueryValueExW")) return static_cast<LSTATUS>(fault);
     if (reserved || (data && !cbData)) return ERROR_INVALID_PARAMETER;
-    Call call(key, KEY_QUERY_VALUE);
+    KeyCall call(key, KEY_QUERY_VALUE);
     if (call.error != ERROR_SUCCESS) return static_cast<LSTATUS>(call.error);
     const RegistryValue* value = FindValue(call.nodes, name ? name : u"");
     if (!value) return ERROR_FILE_NOT_FOUND;
@@ -307,7 +307,7 @@ LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD reserved, DWORD type, const
     if (!data && cbData > 0) return ERROR_NOACCESS;
     const std::u16string_view value = name ? name : u"";
     if (value.size() > kMaxValueName) return ERROR_INVALID_PARAMETER;
-    Call call(key, KEY_SET_VALUE);
+    KeyCall call(key, KEY_SET_VALUE);
     if (call.error != ERROR_SUCCESS) return static_cast<LSTATUS>(call.error);
     call.nodes[0]->SetValue(value, type, BytesToStore(type, data, cbData));
     return static_cast<LSTATUS>(call.file.Save());
@@ -316,7 +316,7 @@ LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD reserved, DWORD type, const
 LSTATUS RegDeleteKeyW(HKEY key, LPCWSTR name) {
     if (const DWORD fault = FaultOf("RegDeleteKeyW")) return static_cast<LSTATUS>(fault);
     if (!name) return ERROR_INVALID_PARAMETER;
-    Call call(key, 0);
+    KeyCall call(key, 0);
     if (call.error != ERROR_SUCCESS) return static_cast<LSTATUS>(call.error);
     KeyPath path;
     if (const DWORD error = SubKey(key, call.subject, name, path)) return static_cast<LSTATUS>(error);
@@ -338,7 +338,7 @@ LSTATUS RegDeleteKeyW(HKEY key, LPCWSTR name) {
 
 LSTATUS RegDeleteValueW(HKEY key, LPCWSTR name) {
     if (const DWORD fault = FaultOf("RegDeleteValueW")) return static_cast<LSTATUS>(fault);
-    Call call(key, KEY_SET_VALUE);
+    KeyCall call(key, KEY_SET_VALUE);
     if (call.error != ERROR_SUCCESS) return static_cast<LSTATUS>(call.error);
     if (!call.nodes[0]->DeleteValue(name ? name : u"")) return ERROR_FILE_NOT_FOUND;
     return static_cast<LSTATUS>(call.file.Save());

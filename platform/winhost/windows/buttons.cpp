@@ -54,10 +54,10 @@ void SetCheck(HWND window, ButtonState& state, WPARAM check) {
 }
 
 void ChooseOfGroup(HWND window) {
-    (void)Call(window, BM_SETCHECK, BST_CHECKED, 0);
+    (void)CallProcedure(window, BM_SETCHECK, BST_CHECKED, 0);
     HWND other = NextGroupItem(window, false);
     for (; other && other != window; other = NextGroupItem(other, false))
-        if (CodeOf(other) & DLGC_RADIOBUTTON) (void)Call(other, BM_SETCHECK, BST_UNCHECKED, 0);
+        if (CodeOf(other) & DLGC_RADIOBUTTON) (void)CallProcedure(other, BM_SETCHECK, BST_UNCHECKED, 0);
 }
 
 // As a press and a release of the mouse do it.
@@ -78,7 +78,7 @@ void Begin(HWND window) {
     const DWORD type = TypeOf(window);
     if (type > BS_DEFPUSHBUTTON && type != BS_GROUPBOX && !IsCheckable(type))
         NotModelled("CreateWindowExW", "a button of type " + std::to_string(type));
-    FindOwn(window)->state = std::make_unique<ButtonState>();
+    FindOwnWindow(window)->state = std::make_unique<ButtonState>();
 }
 
 LRESULT Handle(HWND window, ButtonState& state, UINT message, WPARAM wParam, LPARAM lParam) {

@@ -8,7 +8,7 @@
 namespace winhost {
 
 HWND ControlOf(HWND dialog, int id) {
-    for (const HWND child : Children(dialog))
+    for (const HWND child : ChildWindows(dialog))
         if (const auto record = Look(child); record && record->id == id) return child;
     return nullptr;
 }
@@ -58,7 +58,7 @@ UINT IsDlgButtonChecked(HWND dialog, int id) {
 BOOL CheckRadioButton(HWND dialog, int first, int last, int checked) {
     if (winhost::Fails("CheckRadioButton")) return FALSE;
     if (!winhost::Look(dialog)) return FALSE;
-    for (const HWND control : winhost::Children(dialog)) {
+    for (const HWND control : winhost::ChildWindows(dialog)) {
         const auto record = winhost::Look(control);
         if (record && record->id >= first && record->id <= last)
             (void)winhost::Send(control, BM_SETCHECK, record->id == checked ? BST_CHECKED : BST_UNCHECKED, 0);

@@ -22,7 +22,7 @@ bool HasStyle(HWND window, DWORD style) {
 
 // All shown and enabled controls in their order, those of control parents in the place of these.
 void AddControls(HWND dialog, std::vector<HWND>& controls) {
-    for (const HWND child : Children(dialog)) {
+    for (const HWND child : ChildWindows(dialog)) {
         const auto record = Look(child);
         if (!record || !(record->style & WS_VISIBLE) || (record->style & WS_DISABLED)) continue;
         if (record->exStyle & WS_EX_CONTROLPARENT)
@@ -34,7 +34,7 @@ void AddControls(HWND dialog, std::vector<HWND>& controls) {
 
 // All controls, whatever their state.
 void AddAll(HWND dialog, std::vector<HWND>& controls) {
-    for (const HWND child : Children(dialog)) {
+    for (const HWND child : ChildWindows(dialog)) {
         controls.push_back(child);
         if (const auto record = Look(child); record && (record->exStyle & WS_EX_CONTROLPARENT))
             AddAll(child, controls);
@@ -69,7 +69,7 @@ void Access(HWND dialog, HWND control) {
     const LRESULT code = CodeOf(control);
     if (!(code & (DLGC_DEFPUSHBUTTON | DLGC_UNDEFPUSHBUTTON)))
         (void)Send(dialog, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(control), TRUE);
-    if (code & DLGC_BUTTON) (void)Call(control, BM_CLICK, 0, 0);
+    if (code & DLGC_BUTTON) (void)CallProcedure(control, BM_CLICK, 0, 0);
 }
 
 bool AccessByKey(HWND dialog, char16_t key) {
@@ -120,8 +120,8 @@ void MoveInGroup(HWND dialog, HWND control, bool previous) {
     (void)GiveFocus(next);
     const auto record = Look(next);
     if (record && (record->style & BS_TYPEMASK) == BS_AUTORADIOBUTTON &&
-        Call(next, BM_GETCHECK, 0, 0) != BST_CHECKED)
-        (void)Call(next, BM_CLICK, 0, 0);
+        CallProcedure(next, BM_GETCHECK, 0, 0) != BST_CHECKED)
+        (void)CallProcedure(next, BM_CLICK, 0, 0);
 }
 
 // Whether the dialog has a use for the key; false leaves it to the control.
@@ -155,7 +155,7 @@ bool CarryOutKey(HWND dialog, const MSG& message, LRESULT code) {
 }  // namespace
 
 LRESULT CodeOf(HWND control) {
-    return Call(control, WM_GETDLGCODE, 0, 0);
+    return CallProcedure(control, WM_GETDLGCODE, 0, 0);
 }
 
 HWND NextTabItem(HWND dialog, HWND control, bool previous) {
@@ -170,7 +170,7 @@ HWND NextTabItem(HWND dialog, HWND control, bool previous) {
 HWND NextGroupItem(HWND control, bool previous) {
     const auto own = Look(control);
     if (!own) return nullptr;
-    const std::vector<HWND> siblings = Children(own->parent);
+    const std::vector<HWND> siblings = ChildWindows(own->parent);
     auto first = std::find(siblings.begin(), siblings.end(), control);
     auto last = first + 1;
     while (first != siblings.begin() && !HasStyle(*first, WS_GROUP))
@@ -190,7 +190,7 @@ HWND FirstItem(HWND dialog) {
 }
 
 void FocusControl(HWND control) {
-    if (CodeOf(control) & DLGC_HASSETSEL) (void)Call(control, EM_SETSEL, 0, -1);
+    if (CodeOf(control) & DLGC_HASSETSEL) (void)CallProcedure(control, EM_SETSEL, 0, -1);
     (void)GiveFocus(control);
 }
 
@@ -205,20 +205,22 @@ void MoveDefaultButton(HWND dialog, HWND before, HWND after) {
     if (!chosen && HIWORD(given) == DC_HASDEFID) chosen = ControlOf(dialog, LOWORD(given));
     for (const HWND control : controls)
         if (control != chosen && (CodeOf(control) & DLGC_DEFPUSHBUTTON))
-            (void)Call(control, BM_SETSTYLE, BS_PUSHBUTTON, TRUE);
-    if (CodeOf(chosen) & DLGC_UNDEFPUSHBUTTON) (void)Call(chosen, BM_SETSTYLE, BS_DEFPUSHBUTTON, TRUE);
+            (void)CallProcedure(control, BM_SETSTYLE, BS_PUSHBUTTON, TRUE);
+    if (CodeOf(chosen) & DLGC_UNDEFPUSHBUTTON)
+        (void)CallProcedure(chosen, BM_SETSTYLE, BS_DEFPUSHBUTTON, TRUE);
 }
 
 bool CarryOutDialogMessage(HWND dialog, const MSG& message) {
-    if (!FindOwn(dialog) || !message.hwnd || !LiesIn(message.hwnd, dialog)) return false;
+    if (!FindOwnWindow(dialog) || !message.hwnd || !LiesIn(message.hwnd, dialog)) return false;
     const auto asked = reinterpret_cast<LPARAM>(&message);
     switch (message.message) {
         case WM_KEYDOWN:
-            if (CarryOutKey(dialog, message, Call(message.hwnd, WM_GETDLGCODE, message.wParam, asked)))
+            if (CarryOutKey(dialog, message,
+                            CallProcedure(message.hwnd, WM_GETDLGCODE, message.wParam, asked)))
                 return true;
             break;
         case WM_CHAR:
-            if (Call(message.hwnd, WM_GETDLGCODE, message.wParam, asked) &
+            if (CallProcedure(message.hwnd, WM_GETDLGCODE, message.wParam, asked) &
                 (DLGC_WANTCHARS | DLGC_WANTALLKEYS))
                 break;
             [[fallthrough]];

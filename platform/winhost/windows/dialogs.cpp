@@ -61,13 +61,13 @@ std::optional<DialogTemplate> TemplateInMemory(LPCDLGTEMPLATEW dialog) {
 }
 
 // Where the dialog lies: in its parent, beside its owner, or in the middle of the screen.
-RECT PlaceOf(const DialogTemplate& dialog, HWND owner) {
+RECT RectOf(const DialogTemplate& dialog, HWND owner) {
     const LONG left = ScaleX(dialog.x, dialog.baseX), top = ScaleY(dialog.y, dialog.baseY);
-    RECT place = {left, top, left + ScaleX(dialog.cx, dialog.baseX), top + ScaleY(dialog.cy, dialog.baseY)};
-    AddFrame(place, dialog.style, dialog.exStyle);
-    if (dialog.style & WS_CHILD) return place;
-    const LONG width = place.right - place.left, height = place.bottom - place.top;
-    POINT corner = {place.left, place.top};
+    RECT rect = {left, top, left + ScaleX(dialog.cx, dialog.baseX), top + ScaleY(dialog.cy, dialog.baseY)};
+    AddFrame(rect, dialog.style, dialog.exStyle);
+    if (dialog.style & WS_CHILD) return rect;
+    const LONG width = rect.right - rect.left, height = rect.bottom - rect.top;
+    POINT corner = {rect.left, rect.top};
     if (dialog.style & DS_CENTER)
         corner = {(kWorkArea.right - width) / 2, (kWorkArea.bottom - height) / 2};
     else if (owner)
@@ -81,9 +81,9 @@ HWND MakeFrame(DialogTemplate& dialog, HINSTANCE module, HWND owner) {
     if (dialog.style & DS_MODALFRAME) dialog.exStyle |= WS_EX_DLGMODALFRAME;
     if ((dialog.style & DS_CONTROL) || !(dialog.style & WS_CHILD)) dialog.exStyle |= WS_EX_CONTROLPARENT;
     if (dialog.style & DS_CONTROL) dialog.style &= ~(WS_CAPTION | WS_SYSMENU);
-    const RECT place = PlaceOf(dialog, owner);
-    return Create({nullptr, module, nullptr, owner, place.bottom - place.top, place.right - place.left,
-                   place.top, place.left, static_cast<LONG>(dialog.style & ~WS_VISIBLE), dialog.title.c_str(),
+    const RECT rect = RectOf(dialog, owner);
+    return Create({nullptr, module, nullptr, owner, rect.bottom - rect.top, rect.right - rect.left, rect.top,
+                   rect.left, static_cast<LONG>(dialog.style & ~WS_VISIBLE), dialog.title.c_str(),
                    kDialogClass, dialog.exStyle});
 }
 
@@ -94,7 +94,7 @@ bool MakeControl(HWND window, DialogState& state, const DialogItem& item, HINSTA
                 ScaleX(item.x, state.baseX), static_cast<LONG>(item.style | WS_CHILD), item.title.c_str(),
                 item.kind.c_str(), item.exStyle | WS_EX_NOPARENTNOTIFY});
     if (!control) return false;
-    if (withFont) (void)Call(control, WM_SETFONT, kDialogFont, FALSE);
+    if (withFont) (void)CallProcedure(control, WM_SETFONT, kDialogFont, FALSE);
     if (CodeOf(control) & DLGC_DEFPUSHBUTTON) state.result = static_cast<int>(item.id);
     return true;
 }
@@ -102,7 +102,7 @@ bool MakeControl(HWND window, DialogState& state, const DialogItem& item, HINSTA
 // The first control gets the focus when the dialog's procedure wants it.
 void Initialize(HWND window, const DialogTemplate& dialog, LPARAM parameter) {
     const auto first = reinterpret_cast<WPARAM>(FirstItem(window));
-    const bool wantsFocus = Call(window, WM_INITDIALOG, first, parameter) != 0;
+    const bool wantsFocus = CallProcedure(window, WM_INITDIALOG, first, parameter) != 0;
     const DialogState* const state = StateOf<DialogState>(window);
     if (!state || state->ended) return;
     if (wantsFocus && (!(dialog.style & DS_CONTROL) || (dialog.style & WS_VISIBLE)))
@@ -110,14 +110,14 @@ void Initialize(HWND window, const DialogTemplate& dialog, LPARAM parameter) {
             FocusControl(control);
             MoveDefaultButton(window, control, control);
         }
-    if ((dialog.style & WS_VISIBLE) && FindOwn(window)) Reveal(window);
+    if ((dialog.style & WS_VISIBLE) && FindOwnWindow(window)) Reveal(window);
 }
 
 HWND Make(std::optional<DialogTemplate> dialog, HINSTANCE module, HWND owner, DLGPROC procedure,
           LPARAM parameter) {
     if (!dialog) return nullptr;
     const HWND window = MakeFrame(*dialog, module, owner);
-    OwnWindow* const own = FindOwn(window);
+    OwnWindow* const own = FindOwnWindow(window);
     if (!own) return nullptr;
     auto state = std::make_unique<DialogState>();
     state->procedure = procedure;
@@ -126,14 +126,14 @@ HWND Make(std::optional<DialogTemplate> dialog, HINSTANCE module, HWND owner, DL
     DialogState& kept = *state;
     own->state = std::move(state);
     const bool withFont = dialog->style & DS_SETFONT;
-    if (withFont) (void)Call(window, WM_SETFONT, kDialogFont, FALSE);
+    if (withFont) (void)CallProcedure(window, WM_SETFONT, kDialogFont, FALSE);
     for (const DialogItem& item : dialog->items)
         if (!MakeControl(window, kept, item, module, withFont)) {
             Destroy(window);
             return nullptr;
         }
     Initialize(window, *dialog, parameter);
-    return FindOwn(window) ? window : nullptr;
+    return FindOwnWindow(window) ? window : nullptr;
 }
 
 // Until the dialog has ended, or the thread is to.
@@ -171,7 +171,7 @@ void SaveFocus(HWND window, DialogState& state) {
 void RestoreFocus(DialogState& state, HWND window, bool activated) {
     if (state.ended) return;
     HWND control = std::exchange(state.savedFocus, nullptr);
-    if (!FindOwn(control)) control = activated ? nullptr : FirstItem(window);
+    if (!FindOwnWindow(control)) control = activated ? nullptr : FirstItem(window);
     if (!control) return;
     if (activated)
         (void)GiveFocus(control);
@@ -182,9 +182,10 @@ void RestoreFocus(DialogState& state, HWND window, bool activated) {
 LRESULT SetDefault(HWND window, DialogState& state, int id) {
     if (state.ended) return TRUE;
     const HWND before = ControlOf(window, static_cast<int>(state.result)), after = ControlOf(window, id);
-    if (before && (CodeOf(before) & DLGC_DEFPUSHBUTTON)) (void)Call(before, BM_SETSTYLE, BS_PUSHBUTTON, TRUE);
+    if (before && (CodeOf(before) & DLGC_DEFPUSHBUTTON))
+        (void)CallProcedure(before, BM_SETSTYLE, BS_PUSHBUTTON, TRUE);
     if (after && (CodeOf(after) & DLGC_UNDEFPUSHBUTTON))
-        (void)Call(after, BM_SETSTYLE, BS_DEFPUSHBUTTON, TRUE);
+        (void)CallProcedure(after, BM_SETSTYLE, BS_DEFPUSHBUTTON, TRUE);
     state.result = id;
     return TRUE;
 }
@@ -272,7 +273,7 @@ LRESULT DialogProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
     state->messageResult = 0;
     const INT_PTR handled = state->procedure ? state->procedure(window, message, wParam, lParam) : FALSE;
     // The procedure may have ended the window.
-    if (message == WM_INITDIALOG || !FindOwn(window)) return handled;
+    if (message == WM_INITDIALOG || !FindOwnWindow(window)) return handled;
     return handled ? state->messageResult : DialogDefault(window, *state, message, wParam, lParam);
 }
 
@@ -311,7 +312,7 @@ INT_PTR DialogBoxIndirectParamW(HINSTANCE module, LPCDLGTEMPLATEW dialog, HWND o
 
 BOOL EndDialog(HWND dialog, INT_PTR result) {
     if (winhost::Fails("EndDialog")) return FALSE;
-    if (winhost::FindOfProcess(dialog) && !winhost::FindOwn(dialog))
+    if (winhost::FindOfProcess(dialog) && !winhost::FindOwnWindow(dialog))
         return winhost::Send(dialog, winhost::kEndDialog, static_cast<WPARAM>(result), 0) != 0;
     if (!winhost::StateOf<winhost::DialogState>(dialog)) {
         SetLastError(ERROR_INVALID_WINDOW_HANDLE);

@@ -44,7 +44,7 @@ HWND DialogAround(HWND window) {
 
 void NotifyChange(HWND window) {
     NotifyParent(window, EN_UPDATE);
-    if (FindOwn(window)) NotifyParent(window, EN_CHANGE);
+    if (FindOwnWindow(window)) NotifyParent(window, EN_CHANGE);
 }
 
 // Only an edit of one line tells of a text that is set.
@@ -83,7 +83,7 @@ void Replace(HWND window, EditState& state, std::u16string_view text) {
     state.text.replace(state.start, state.end - state.start, text.substr(0, room));
     state.start = state.end = state.start + std::min(text.size(), room);
     if (tooLong) NotifyParent(window, EN_MAXTEXT);
-    if (FindOwn(window)) NotifyChange(window);
+    if (FindOwnWindow(window)) NotifyChange(window);
 }
 
 void Type(HWND window, EditState& state, char16_t unit) {
@@ -107,12 +107,12 @@ void PressKey(HWND window, WPARAM key) {
     const HWND dialog = DialogAround(window);
     if (!dialog || !HasStyle(window, ES_MULTILINE)) return;
     if (key == VK_ESCAPE) (void)PostMessageW(dialog, WM_CLOSE, 0, 0);
-    if (key == VK_TAB) (void)Call(dialog, WM_NEXTDLGCTL, GetKeyState(VK_SHIFT) < 0, 0);
+    if (key == VK_TAB) (void)CallProcedure(dialog, WM_NEXTDLGCTL, GetKeyState(VK_SHIFT) < 0, 0);
     if (key != VK_RETURN || HasStyle(window, ES_WANTRETURN)) return;
-    const LRESULT given = Call(dialog, DM_GETDEFID, 0, 0);
+    const LRESULT given = CallProcedure(dialog, DM_GETDEFID, 0, 0);
     const HWND button = HIWORD(given) == DC_HASDEFID ? ControlOf(dialog, LOWORD(given)) : nullptr;
     if (!button) return;
-    (void)Call(dialog, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(button), TRUE);
+    (void)CallProcedure(dialog, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(button), TRUE);
     (void)PostMessageW(button, WM_KEYDOWN, VK_RETURN, 0);
 }
 
@@ -120,7 +120,7 @@ void Begin(HWND window, const CREATESTRUCTW& creation) {
     if (HasStyle(window, kOtherStyles)) NotModelled("CreateWindowExW", "such an edit");
     auto state = std::make_unique<EditState>();
     state->text = creation.lpszName ? creation.lpszName : u"";
-    FindOwn(window)->state = std::move(state);
+    FindOwnWindow(window)->state = std::move(state);
 }
 
 LRESULT Handle(HWND window, EditState& state, UINT message, WPARAM wParam, LPARAM lParam) {

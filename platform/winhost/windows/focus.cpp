@@ -79,15 +79,15 @@ HWND Focus() {
 void Activate(HWND window) {
     PutOnTop(window);
     const DWORD thread = GetCurrentThreadId();
-    if (window && !FindOwn(window)) {
+    if (window && !FindOwnWindow(window)) {
         // The other thread isn't told: it finds its window active.
         if (const auto record = Look(window)) (void)Mark(record->thread, &WindowRecord::active, window);
         return;
     }
     const HWND before = Mark(thread, &WindowRecord::active, window);
     if (before == window) return;
-    if (before) (void)Call(before, WM_ACTIVATE, WA_INACTIVE, reinterpret_cast<LPARAM>(window));
-    if (window) (void)Call(window, WM_ACTIVATE, WA_ACTIVE, reinterpret_cast<LPARAM>(before));
+    if (before) (void)CallProcedure(before, WM_ACTIVATE, WA_INACTIVE, reinterpret_cast<LPARAM>(window));
+    if (window) (void)CallProcedure(window, WM_ACTIVATE, WA_ACTIVE, reinterpret_cast<LPARAM>(before));
     // A procedure may have made yet another one active.
     if (MarkedOf(thread, &WindowRecord::active) != window) return;
     if (const HWND focus = Focus(); !window || !focus || !LiesIn(focus, window)) (void)GiveFocus(window);
@@ -98,13 +98,14 @@ bool GiveFocus(HWND window) {
         if (!TakesInput(window)) return false;
         const HWND root = RootOf(window);
         if (MarkedOf(GetCurrentThreadId(), &WindowRecord::active) != root) Activate(root);
-        if (!FindOwn(window)) return false;
+        if (!FindOwnWindow(window)) return false;
     }
     const HWND before = Mark(GetCurrentThreadId(), &WindowRecord::focused, window);
     if (before == window) return true;
-    if (before) (void)Call(before, WM_KILLFOCUS, reinterpret_cast<WPARAM>(window), 0);
+    if (before) (void)CallProcedure(before, WM_KILLFOCUS, reinterpret_cast<WPARAM>(window), 0);
     // Not when the loser gave it to yet another one.
-    if (window && Focus() == window) (void)Call(window, WM_SETFOCUS, reinterpret_cast<WPARAM>(before), 0);
+    if (window && Focus() == window)
+        (void)CallProcedure(window, WM_SETFOCUS, reinterpret_cast<WPARAM>(before), 0);
     return true;
 }
 
@@ -187,7 +188,7 @@ HWND SetActiveWindow(HWND window) {
     if (winhost::Fails("SetActiveWindow")) return nullptr;
     const HWND before = winhost::MarkedOf(GetCurrentThreadId(), &winhost::WindowRecord::active);
     const auto record = winhost::Look(window);
-    if (!record || record->isChild() || !winhost::FindOwn(window)) return nullptr;
+    if (!record || record->isChild() || !winhost::FindOwnWindow(window)) return nullptr;
     winhost::Activate(window);
     return before;
 }
@@ -207,7 +208,7 @@ HWND GetFocus() {
 HWND SetFocus(HWND window) {
     if (winhost::Fails("SetFocus")) return nullptr;
     if (window && !winhost::Look(window)) return nullptr;
-    if (window && !winhost::FindOwn(window)) {
+    if (window && !winhost::FindOwnWindow(window)) {
         SetLastError(ERROR_ACCESS_DENIED);
         return nullptr;
     }

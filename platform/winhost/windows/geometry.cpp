@@ -28,14 +28,14 @@ void Shift(RECT& rectangle, LONG x, LONG y) {
 }
 
 // The client area on the screen.
-std::optional<RECT> ClientPlace(HWND window) {
-    const auto place = ScreenPlace(window);
+std::optional<RECT> ClientRectOnScreen(HWND window) {
+    const auto rect = ScreenRect(window);
     const auto record = Look(window);
-    if (!place || !record) return std::nullopt;
+    if (!rect || !record) return std::nullopt;
     RECT frame = {};
     AddFrame(frame, record->style, record->exStyle);
-    return RECT{place->left - frame.left, place->top - frame.top, place->right - frame.right,
-                place->bottom - frame.bottom};
+    return RECT{rect->left - frame.left, rect->top - frame.top, rect->right - frame.right,
+                rect->bottom - frame.bottom};
 }
 
 bool Reorder(WindowTable& table, WindowRecord& window, HWND after) {
@@ -62,54 +62,54 @@ void AddFrame(RECT& rectangle, DWORD style, DWORD exStyle) {
     if ((style & WS_CAPTION) == WS_CAPTION) rectangle.top -= kCaptionHeight;
 }
 
-std::optional<RECT> ScreenPlace(HWND window) {
+std::optional<RECT> ScreenRect(HWND window) {
     const auto record = Look(window);
     if (!record) return std::nullopt;
-    RECT place = record->place;
+    RECT rect = record->rect;
     if (record->parent) {
-        const auto around = ClientPlace(record->parent);
+        const auto around = ClientRectOnScreen(record->parent);
         if (!around) return std::nullopt;
-        Shift(place, around->left, around->top);
+        Shift(rect, around->left, around->top);
     }
-    return place;
+    return rect;
 }
 
 void Resize(HWND window, LONG width, LONG height) {
     WindowTable table;
     WindowRecord* const record = table.Find(window);
     if (!record) return;
-    record->place.right = record->place.left + width;
-    record->place.bottom = record->place.top + height;
+    record->rect.right = record->rect.left + width;
+    record->rect.bottom = record->rect.top + height;
 }
 
 }  // namespace winhost
 
 BOOL GetWindowRect(HWND window, LPRECT rectangle) {
     if (winhost::Fails("GetWindowRect", ERROR_INVALID_WINDOW_HANDLE)) return FALSE;
-    const auto place = winhost::ScreenPlace(window);
-    if (place) *rectangle = *place;
-    return place.has_value();
+    const auto rect = winhost::ScreenRect(window);
+    if (rect) *rectangle = *rect;
+    return rect.has_value();
 }
 
 BOOL GetClientRect(HWND window, LPRECT rectangle) {
     if (winhost::Fails("GetClientRect", ERROR_INVALID_WINDOW_HANDLE)) return FALSE;
-    const auto place = winhost::ClientPlace(window);
-    if (place) *rectangle = {0, 0, place->right - place->left, place->bottom - place->top};
-    return place.has_value();
+    const auto rect = winhost::ClientRectOnScreen(window);
+    if (rect) *rectangle = {0, 0, rect->right - rect->left, rect->bottom - rect->top};
+    return rect.has_value();
 }
 
 BOOL ClientToScreen(HWND window, LPPOINT point) {
     if (winhost::Fails("ClientToScreen", ERROR_INVALID_WINDOW_HANDLE)) return FALSE;
-    const auto place = winhost::ClientPlace(window);
-    if (place) *point = {point->x + place->left, point->y + place->top};
-    return place.has_value();
+    const auto rect = winhost::ClientRectOnScreen(window);
+    if (rect) *point = {point->x + rect->left, point->y + rect->top};
+    return rect.has_value();
 }
 
 BOOL ScreenToClient(HWND window, LPPOINT point) {
     if (winhost::Fails("ScreenToClient", ERROR_INVALID_WINDOW_HANDLE)) return FALSE;
-    const auto place = winhost::ClientPlace(window);
-    if (place) *point = {point->x - place->left, point->y - place->top};
-    return place.has_value();
+    const auto rect = winhost::ClientRectOnScreen(window);
+    if (rect) *point = {point->x - rect->left, point->y - rect->top};
+    return rect.has_value();
 }
 
 BOOL SetWindowPos(HWND window, HWND after, int x, int y, int width, int height, UINT flags) {
@@ -124,11 +124,10 @@ BOOL SetWindowPos(HWND window, HWND after, int x, int y, int width, int height, 
         winhost::WindowTable table;
         winhost::WindowRecord* const record = table.Find(window);
         if (!record) return FALSE;
-        if (!(flags & SWP_NOMOVE))
-            winhost::Shift(record->place, x - record->place.left, y - record->place.top);
+        if (!(flags & SWP_NOMOVE)) winhost::Shift(record->rect, x - record->rect.left, y - record->rect.top);
         if (!(flags & SWP_NOSIZE)) {
-            record->place.right = record->place.left + width;
-            record->place.bottom = record->place.top + height;
+            record->rect.right = record->rect.left + width;
+            record->rect.bottom = record->rect.top + height;
         }
         if (!(flags & SWP_NOZORDER) && !winhost::Reorder(table, *record, after)) return FALSE;
     }

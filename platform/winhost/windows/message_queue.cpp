@@ -45,7 +45,7 @@ struct Queue {
 };
 
 // The first thread's is never destroyed: static objects of the program still post as the process ends.
-Queue& Own() {
+Queue& ThreadQueue() {
     thread_local Queue* queue = nullptr;
     if (queue) return *queue;
     queue = new Queue;
@@ -156,7 +156,7 @@ char16_t CharacterOf(WPARAM key) {
 }  // namespace
 
 bool PostToSelf(const MSG& message) {
-    Queue& queue = Own();
+    Queue& queue = ThreadQueue();
     Receive(queue);
     if (!Quota(queue.messages.size())) return false;
     queue.messages.push_back(message);
@@ -165,7 +165,7 @@ bool PostToSelf(const MSG& message) {
 }
 
 void OpenInbox(const WindowRecord& window) {
-    Queue& queue = Own();
+    Queue& queue = ThreadQueue();
     if (queue.door) return;
     queue.name = NameOf(window);
     fs::create_directories(QueueFolder());
@@ -180,7 +180,7 @@ void OpenInbox(const WindowRecord& window) {
 }
 
 void CloseInbox() {
-    Queue& queue = Own();
+    Queue& queue = ThreadQueue();
     Receive(queue);
     (void)unlink(PostsPath(queue.name).c_str());
     (void)unlink((QueueFolder() / queue.name).c_str());
@@ -194,14 +194,14 @@ void RemoveInbox(const WindowRecord& window) {
 }
 
 void DropMessagesOf(HWND window) {
-    Queue& queue = Own();
+    Queue& queue = ThreadQueue();
     Receive(queue);
     std::erase_if(queue.messages, [&](const MSG& message) { return message.hwnd == window; });
     WriteHeld(queue);
 }
 
 int OwnDoor() {
-    return Own().door.get();
+    return ThreadQueue().door.get();
 }
 
 Descriptor Knock(const WindowRecord& window) {
@@ -209,7 +209,7 @@ Descriptor Knock(const WindowRecord& window) {
 }
 
 bool TakeMessage(MSG& message, Taking how) {
-    Queue& queue = Own();
+    Queue& queue = ThreadQueue();
     for (;;) {
         CarryOutSent();
         Receive(queue);
@@ -236,7 +236,7 @@ bool TakeMessage(MSG& message, Taking how) {
 // The first message of a kind in that range, having carried out what others have sent.
 bool TakeChosen(MSG& message, UINT first, UINT last) {
     CarryOutSent();
-    Queue& queue = Own();
+    Queue& queue = ThreadQueue();
     Receive(queue);
     const auto found = std::find_if(queue.messages.begin(), queue.messages.end(), [&](const MSG& waiting) {
         return waiting.message >= first && waiting.message <= last;
@@ -292,23 +292,23 @@ BOOL TranslateMessage(const MSG* message) {
 
 LRESULT DispatchMessageW(const MSG* message) {
     (void)winhost::FaultOf("DispatchMessageW");
-    return winhost::Call(message->hwnd, message->message, message->wParam, message->lParam);
+    return winhost::CallProcedure(message->hwnd, message->message, message->wParam, message->lParam);
 }
 
 void PostQuitMessage(int exitCode) {
     (void)winhost::FaultOf("PostQuitMessage");
-    winhost::Own().quits = true;
-    winhost::Own().exitCode = exitCode;
+    winhost::ThreadQueue().quits = true;
+    winhost::ThreadQueue().exitCode = exitCode;
 }
 
 SHORT GetKeyState(int key) {
     (void)winhost::FaultOf("GetKeyState");
     const bool known = key >= 0 && key < winhost::kKeyCount;
-    return known && (winhost::Own().keys[key] & winhost::kKeyDown) ? SHORT{-0x8000} : SHORT{0};
+    return known && (winhost::ThreadQueue().keys[key] & winhost::kKeyDown) ? SHORT{-0x8000} : SHORT{0};
 }
 
 BOOL SetKeyboardState(LPBYTE keys) {
     if (winhost::Fails("SetKeyboardState")) return FALSE;
-    std::copy_n(keys, winhost::kKeyCount, winhost::Own().keys);
+    std::copy_n(keys, winhost::kKeyCount, winhost::ThreadQueue().keys);
     return TRUE;
 }

@@ -29,7 +29,7 @@ struct WindowClass {
     WNDPROC procedure;
 };
 
-struct Own {
+struct OwnWindows {
     std::mutex threads;
     // By their upper-case names.
     std::map<std::u16string, WindowClass> classes = {
@@ -42,16 +42,16 @@ struct Own {
     std::map<HWND, OwnWindow> windows;
 };
 
-Own& TheOwn() {
+OwnWindows& TheOwnWindows() {
     static auto* own = [] {
-        OnEnter([] { TheOwn().windows.clear(); });
-        return new Own;
+        OnEnter([] { TheOwnWindows().windows.clear(); });
+        return new OwnWindows;
     }();
     return *own;
 }
 
 const WindowClass* FindClass(LPCWSTR name) {
-    Own& own = TheOwn();
+    OwnWindows& own = TheOwnWindows();
     const std::lock_guard lock(own.threads);
     const auto found = own.classes.find(Upper(name));
     if (found != own.classes.end()) return &found->second;
@@ -65,7 +65,7 @@ void Remove(HWND window) {
         WindowTable table;
         if (WindowRecord* const record = table.Find(window)) table.Remove(*record);
     }
-    Own& own = TheOwn();
+    OwnWindows& own = TheOwnWindows();
     std::unique_lock lock(own.threads);
     own.windows.erase(window);
     const auto isOwn = [](const auto& entry) { return entry.second.thread == GetCurrentThreadId(); };
@@ -79,7 +79,7 @@ struct ThreadEnd {
     ~ThreadEnd() {
         std::vector<HWND> windows;
         {
-            Own& own = TheOwn();
+            OwnWindows& own = TheOwnWindows();
             const std::lock_guard lock(own.threads);
             for (const auto& [window, entry] : own.windows)
                 if (entry.thread == GetCurrentThreadId()) windows.push_back(window);
@@ -102,7 +102,7 @@ HWND Add(const WindowRecord& window, WNDPROC procedure) {
         thread_local const ThreadEnd end;
         (void)end;
     }
-    Own& own = TheOwn();
+    OwnWindows& own = TheOwnWindows();
     const std::lock_guard lock(own.threads);
     own.windows[added->handle] = {procedure, added->thread, 0, nullptr};
     return added->handle;
@@ -120,7 +120,7 @@ void CompleteStyles(WindowRecord& window) {
     window.exStyle = edged ? window.exStyle | WS_EX_WINDOWEDGE : window.exStyle & ~WS_EX_WINDOWEDGE;
 }
 
-RECT PlaceOf(const CREATESTRUCTW& wanted) {
+RECT RectOf(const CREATESTRUCTW& wanted) {
     if (wanted.cx == CW_USEDEFAULT) return kDefaultPlace;
     if (wanted.x == CW_USEDEFAULT) return {0, 0, wanted.cx, wanted.cy};
     return {wanted.x, wanted.y, wanted.x + wanted.cx, wanted.y + wanted.cy};
@@ -137,23 +137,24 @@ bool Relate(WindowRecord& record, const CREATESTRUCTW& wanted) {
         return false;
     }
     if (!Look(wanted.hwndParent)) return false;
-    if (!FindOwn(wanted.hwndParent)) NotModelled("CreateWindowExW", "a child of another thread's window");
+    if (!FindOwnWindow(wanted.hwndParent))
+        NotModelled("CreateWindowExW", "a child of another thread's window");
     record.parent = wanted.hwndParent;
     record.id = static_cast<int>(reinterpret_cast<INT_PTR>(wanted.hMenu));
     return true;
 }
 
 void SendDestroy(HWND window) {
-    (void)Call(window, WM_DESTROY, 0, 0);
-    for (const HWND child : Children(window))
+    (void)CallProcedure(window, WM_DESTROY, 0, 0);
+    for (const HWND child : ChildWindows(window))
         SendDestroy(child);
 }
 
 void Free(HWND window) {
-    for (const HWND child : Children(window))
+    for (const HWND child : ChildWindows(window))
         Free(child);
-    (void)Call(window, WM_NCDESTROY, 0, 0);
-    if (FindOwn(window)) Remove(window);
+    (void)CallProcedure(window, WM_NCDESTROY, 0, 0);
+    if (FindOwnWindow(window)) Remove(window);
 }
 
 std::vector<HWND> OwnedBy(HWND owner) {
@@ -169,22 +170,22 @@ std::vector<HWND> OwnedBy(HWND owner) {
 }  // namespace
 
 OwnWindow* FindOfProcess(HWND window) {
-    Own& own = TheOwn();
+    OwnWindows& own = TheOwnWindows();
     const std::lock_guard lock(own.threads);
     const auto found = own.windows.find(window);
     return found != own.windows.end() ? &found->second : nullptr;
 }
 
-OwnWindow* FindOwn(HWND window) {
-    Own& own = TheOwn();
+OwnWindow* FindOwnWindow(HWND window) {
+    OwnWindows& own = TheOwnWindows();
     const std::lock_guard lock(own.threads);
     const auto found = own.windows.find(window);
     return found != own.windows.end() && found->second.thread == GetCurrentThreadId() ? &found->second
                                                                                       : nullptr;
 }
 
-LRESULT Call(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    const OwnWindow* const own = FindOwn(window);
+LRESULT CallProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    const OwnWindow* const own = FindOwnWindow(window);
     return own ? own->procedure(window, message, wParam, lParam) : 0;
 }
 
@@ -194,7 +195,7 @@ HWND Create(const CREATESTRUCTW& wanted) {
     WindowRecord record = {};
     record.style = static_cast<DWORD>(wanted.style) & ~WS_VISIBLE;
     record.exStyle = wanted.dwExStyle;
-    record.place = PlaceOf(wanted);
+    record.rect = RectOf(wanted);
     if (!Relate(record, wanted)) return nullptr;
     CompleteStyles(record);
     (void)kind->name.copy(record.kind, kClassUnits - 1);
@@ -205,23 +206,23 @@ HWND Create(const CREATESTRUCTW& wanted) {
     creation.style = static_cast<LONG>(record.style | (static_cast<DWORD>(wanted.style) & WS_VISIBLE));
     creation.dwExStyle = record.exStyle;
     const auto parameter = reinterpret_cast<LPARAM>(&creation);
-    if (!Call(window, WM_NCCREATE, 0, parameter)) {
-        if (FindOwn(window)) Remove(window);
+    if (!CallProcedure(window, WM_NCCREATE, 0, parameter)) {
+        if (FindOwnWindow(window)) Remove(window);
         return nullptr;
     }
-    if (Call(window, WM_CREATE, 0, parameter) == -1 && FindOwn(window)) Destroy(window);
-    if (!FindOwn(window)) return nullptr;
+    if (CallProcedure(window, WM_CREATE, 0, parameter) == -1 && FindOwnWindow(window)) Destroy(window);
+    if (!FindOwnWindow(window)) return nullptr;
     if (static_cast<DWORD>(wanted.style) & WS_VISIBLE) Reveal(window);
-    return FindOwn(window) ? window : nullptr;
+    return FindOwnWindow(window) ? window : nullptr;
 }
 
 // A procedure may destroy the window itself on the way.
 void Destroy(HWND window) {
     Hide(window);
     for (const HWND owned : OwnedBy(window))
-        if (FindOwn(owned)) Destroy(owned);
+        if (FindOwnWindow(owned)) Destroy(owned);
     SendDestroy(window);
-    if (FindOwn(window)) Free(window);
+    if (FindOwnWindow(window)) Free(window);
 }
 
 void NotifyParent(HWND control, int notification) {
@@ -251,7 +252,7 @@ ATOM RegisterClassExW(const WNDCLASSEXW* windowClass) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return 0;
     }
-    winhost::Own& own = winhost::TheOwn();
+    winhost::OwnWindows& own = winhost::TheOwnWindows();
     const std::lock_guard lock(own.threads);
     if (!own.classes.try_emplace(winhost::Upper(name), winhost::WindowClass{name, windowClass->lpfnWndProc})
              .second) {
@@ -272,7 +273,7 @@ HWND CreateWindowExW(DWORD exStyle, LPCWSTR className, LPCWSTR title, DWORD styl
 
 BOOL DestroyWindow(HWND window) {
     if (winhost::Fails("DestroyWindow")) return FALSE;
-    if (winhost::FindOwn(window)) {
+    if (winhost::FindOwnWindow(window)) {
         winhost::Destroy(window);
         return TRUE;
     }

@@ -24,10 +24,10 @@ struct OwnWindow {
 
 // A window of this process, and one of the calling thread; null for any other.
 OwnWindow* FindOfProcess(HWND window);
-OwnWindow* FindOwn(HWND window);
+OwnWindow* FindOwnWindow(HWND window);
 template <class State>
 State* StateOf(HWND window) {
-    const OwnWindow* const own = FindOwn(window);
+    const OwnWindow* const own = FindOwnWindow(window);
     return own ? dynamic_cast<State*>(own->state.get()) : nullptr;
 }
 
@@ -37,7 +37,7 @@ HWND Create(const CREATESTRUCTW& wanted);
 void Destroy(HWND window);
 
 // Calls the procedure of the calling thread's own window; 0 for any other.
-LRESULT Call(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+LRESULT CallProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 // Sends to any window of the machine.
 LRESULT Send(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 // Tells a control's parent of something by WM_COMMAND.

@@ -14,7 +14,7 @@ namespace {
 
 HWND Neighbour(const WindowRecord& window, UINT relation) {
     if (relation == GW_OWNER) return window.owner;
-    const std::vector<HWND> children = Children(relation == GW_CHILD ? window.handle : window.parent);
+    const std::vector<HWND> children = ChildWindows(relation == GW_CHILD ? window.handle : window.parent);
     auto found = children.begin();
     if (relation == GW_HWNDNEXT) {
         while (found != children.end() && *found != window.handle)
@@ -33,7 +33,7 @@ bool Matches(HWND window, LPCWSTR className, LPCWSTR title) {
 
 HWND FindBehind(HWND parent, HWND after, LPCWSTR className, LPCWSTR title) {
     bool behind = !after;
-    for (const HWND window : Children(parent)) {
+    for (const HWND window : ChildWindows(parent)) {
         if (behind && Matches(window, className, title)) return window;
         behind = behind || window == after;
     }
@@ -56,7 +56,7 @@ bool Shows(HWND window) {
 // The windows are those of the moment of the call; one that has gone since is left out.
 BOOL EnumWindows(WNDENUMPROC callback, LPARAM context) {
     if (winhost::Fails("EnumWindows")) return FALSE;
-    for (const HWND window : winhost::Children(nullptr)) {
+    for (const HWND window : winhost::ChildWindows(nullptr)) {
         if (!winhost::Look(window)) continue;
         if (!callback(window, context)) return FALSE;
     }

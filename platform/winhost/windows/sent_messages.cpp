@@ -173,7 +173,8 @@ std::optional<LRESULT> Await(int connection, UINT milliseconds) {
 }
 
 std::optional<LRESULT> Deliver(const Request& request, UINT milliseconds) {
-    if (FindOwn(request.window)) return Call(request.window, request.message, request.wParam, request.lParam);
+    if (FindOwnWindow(request.window))
+        return CallProcedure(request.window, request.message, request.wParam, request.lParam);
     const auto record = Look(request.window);
     if (!record) return std::nullopt;
     const bool sets = request.message == WM_SETTEXT, gets = request.message == WM_GETTEXT;
@@ -196,13 +197,13 @@ std::optional<LRESULT> Deliver(const Request& request, UINT milliseconds) {
     return answer;
 }
 
-void CarryOut(int connection) {
+void AnswerRequest(int connection) {
     Request request = {};
     Descriptor file;
     if (!ReceiveRequest(connection, request, file)) return;
     const SharedText text(std::move(file));
     if (text.text()) request.lParam = reinterpret_cast<LPARAM>(text.text());
-    const LRESULT answer = Call(request.window, request.message, request.wParam, request.lParam);
+    const LRESULT answer = CallProcedure(request.window, request.message, request.wParam, request.lParam);
     (void)send(connection, &answer, sizeof answer, MSG_NOSIGNAL);
 }
 
@@ -217,7 +218,7 @@ void CarryOutSent() {
     while (OwnDoor() >= 0) {
         const Descriptor connection(accept4(OwnDoor(), nullptr, nullptr, SOCK_CLOEXEC));
         if (!connection) return;
-        CarryOut(connection.get());
+        AnswerRequest(connection.get());
     }
 }
 

@@ -36,7 +36,7 @@ void LoadPicture(HWND window, const WindowRecord& record, LPCWSTR name) {
 }
 
 void Begin(HWND window, const CREATESTRUCTW& creation) {
-    FindOwn(window)->state = std::make_unique<StaticState>();
+    FindOwnWindow(window)->state = std::make_unique<StaticState>();
     const auto record = Look(window);
     const DWORD type = record->style & SS_TYPEMASK;
     if (type > SS_CENTER + 1 && type != SS_BITMAP && type != SS_ETCHEDHORZ)

@@ -20,9 +20,9 @@ constexpr std::size_t kLinesAtOnce = 16;
 constexpr UINT kSessionEnded = 0x40010004;
 
 std::u16string TextOfControl(HWND control) {
-    std::u16string text(static_cast<std::size_t>(Call(control, WM_GETTEXTLENGTH, 0, 0)) + 1, 0);
+    std::u16string text(static_cast<std::size_t>(CallProcedure(control, WM_GETTEXTLENGTH, 0, 0)) + 1, 0);
     text.resize(static_cast<std::size_t>(
-        Call(control, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()))));
+        CallProcedure(control, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()))));
     return text;
 }
 
@@ -90,7 +90,7 @@ class Screen {
         else if (IsKind(control, u"Edit"))
             Type(control);
         else
-            (void)Call(control, BM_CLICK, 0, 0);
+            (void)CallProcedure(control, BM_CLICK, 0, 0);
     }
 
   private:
@@ -108,7 +108,7 @@ class Screen {
         } else if (IsKind(control, u"Edit")) {
             m_text += "  " + Number(control) + "[" + Utf8(TextOfControl(control)) + "]\n";
         } else if (IsKind(control, u"Button") && TypeOf(control) != BS_GROUPBOX) {
-            const bool ticked = Call(control, BM_GETCHECK, 0, 0) == BST_CHECKED;
+            const bool ticked = CallProcedure(control, BM_GETCHECK, 0, 0) == BST_CHECKED;
             const bool round = TypeOf(control) == BS_RADIOBUTTON || TypeOf(control) == BS_AUTORADIOBUTTON;
             m_text += "  " + Number(control) +
                       (round    ? ticked ? "(o) " : "( ) "
@@ -133,7 +133,7 @@ class Screen {
         std::cout << "new text: " << std::flush;
         std::string line;
         if (std::getline(std::cin, line))
-            (void)Call(edit, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(Utf16(line).c_str()));
+            (void)CallProcedure(edit, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(Utf16(line).c_str()));
     }
 
     const HWND m_dialog;
@@ -159,7 +159,7 @@ bool AskPerson(HWND dialog) {
     std::string line;
     if (!std::getline(std::cin, line)) EndSession();
     if (line.empty())
-        (void)Call(dialog, WM_COMMAND, LOWORD(Call(dialog, DM_GETDEFID, 0, 0)), 0);
+        (void)CallProcedure(dialog, WM_COMMAND, LOWORD(CallProcedure(dialog, DM_GETDEFID, 0, 0)), 0);
     else
         screen.Use(std::strtoul(line.c_str(), nullptr, 10));
     return true;

@@ -120,7 +120,7 @@ WindowRecord* WindowTable::Add(const WindowRecord& window) {
         ++contents.slots;
     }
     const DWORD number = contents.made++ % kMostNumbers + 1;
-    const auto place = static_cast<DWORD>(slot - contents.windows);
+    const auto index = static_cast<DWORD>(slot - contents.windows);
     WindowRecord added = window;
     added.handle = nullptr;
     added.holder = OwnHolder();
@@ -128,7 +128,7 @@ WindowRecord* WindowTable::Add(const WindowRecord& window) {
     added.thread = GetCurrentThreadId();
     added.rank = added.isChild() ? --contents.lowest : ++contents.highest;
     *slot = added;
-    slot->handle = reinterpret_cast<HWND>(ULONG_PTR{number << kNumberShift | place << kSlotShift});
+    slot->handle = reinterpret_cast<HWND>(ULONG_PTR{number << kNumberShift | index << kSlotShift});
     return slot;
 }
 
@@ -211,7 +211,7 @@ std::optional<WindowRecord> Look(HWND window) {
     return record ? std::optional(*record) : std::nullopt;
 }
 
-std::vector<HWND> Children(HWND parent) {
+std::vector<HWND> ChildWindows(HWND parent) {
     WindowTable table;
     std::vector<HWND> children;
     for (const WindowRecord* child :

@@ -31,7 +31,7 @@ struct WindowRecord {
     HWND owner;   // of a top-level window
     HWND parent;  // of a child window
     int id;       // of a child window
-    RECT place;   // a child's in the client area of its parent, another's on the screen
+    RECT rect;    // a child's in the client area of its parent, another's on the screen
     DWORD style;
     DWORD exStyle;
     HWND lastPopup;               // of the windows that it owns, the one active last
@@ -87,7 +87,7 @@ class WindowTable {
 // The window as it stands at the moment of the call; none, with the last error set, when it is no window.
 std::optional<WindowRecord> Look(HWND window);
 // The children of a window, or the top-level windows for null; the top one first.
-std::vector<HWND> Children(HWND parent);
+std::vector<HWND> ChildWindows(HWND parent);
 // The top-level window that a window lies in, or is.
 HWND RootOf(HWND window);
 

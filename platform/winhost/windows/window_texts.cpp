@@ -64,7 +64,7 @@ int CopyText(std::u16string_view text, LPWSTR buffer, int cchBuffer) {
 LRESULT DefaultOf(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
         case WM_CLOSE:
-            if (FindOwn(window)) Destroy(window);
+            if (FindOwnWindow(window)) Destroy(window);
             return 0;
         case WM_QUERYENDSESSION:
             return TRUE;
