@@ -116,6 +116,28 @@ TEST_F(RunningCopies, EndSetupByLeavingTheListDuringTheQuestion) {
 }
 #endif
 
+// Neither the end of the session nor another setup answers the question, and a second click answers no second
+// box.
+TEST_F(RunningCopies, QuestionIsNotAnsweredByOthers) {
+    const RunningProgram copy(kSleeper);
+    SetList(2, {copy.Id(), 0});
+    const BoxAnswers answers({kLeftOpen, kLeftOpen});
+    const RunningProgram setup = StartChild("StartsAmongCopies", TEXT("-install"));
+    for (const auto& [boxes, button] : {std::pair{1u, IDNO}, std::pair{2u, IDOK}}) {
+        const Driver box(setup.Id(), TEXT("Qantivo Setup"));
+        box.Await([&answers, count = boxes] { return answers.Shown().size() == count; });
+        EXPECT_EQ(SendMessageW(box.Window(), WM_QUERYENDSESSION, 0, 0), 1);
+        EXPECT_EQ(SendMessageW(box.Window(), WM_ENDSESSION, TRUE, 0), 0);
+        EXPECT_TRUE(IsWindow(box.Window()) && setup.Runs());
+        EXPECT_TRUE(PostMessageW(box.Window(), WM_CLOSE, 1001, 0));
+        for (int click = 0; click < 2 && boxes == 1; ++click)
+            (void)PostMessageW(box.Window(), WM_COMMAND, static_cast<WPARAM>(button), 0);
+        EXPECT_TRUE(box.HasEnded());
+    }
+    EXPECT_EQ(setup.ExitCode(), 1u);
+    EXPECT_TRUE(copy.Runs());
+}
+
 // Ended processes stay listed, and the count may be more than the list holds. Each entry has 10 ms to end.
 TEST_F(RunningCopies, EndedProcessesArePassedOverToTheEndOfTheList) {
     const RunningProgram copy(kSleeper);

@@ -36,6 +36,28 @@ TEST_F(Boxes, HaveOneButtonOrAskWithNoForTheDefault) {
     EXPECT_EQ(styles, (std::vector<std::string>{"0\t1", "0\t1", "292\t6", "0\t1", "0\t1", "292\t6", "0\t1"}));
 }
 
+// A shortcut that the shell refuses brings its box in the middle of the install.
+TEST_F(Boxes, OfAShortcutStayAloneWhateverComes) {
+    g_sourceDir = TEXT("C:\\Scratch\\package");
+    EXPECT_EQ(Run([](const Driver& wizard) {
+                  for (int step = 0; step < 4; ++step)
+                      wizard.Press(IDOK);
+                  winhost::SetFaults({{.call = "IShellLinkW::SetPath", .nth = 1}});
+                  const BoxAnswers answers({kLeftOpen});
+                  const Driver box = wizard.Open(wizard.Control(IDOK), kProductName);
+                  Disturb(wizard);
+                  EXPECT_TRUE(IsWindow(box.Window()) && !IsWindowEnabled(wizard.Window()));
+                  EXPECT_EQ(answers.Shown().size(), 1u);
+                  EXPECT_EQ(StepOn(wizard), 5);
+                  box.Press(IDOK);
+                  wizard.Await([&] { return IsWindowEnabled(wizard.Control(IDOK)) != 0; });
+                  EXPECT_EQ(StepOn(wizard), 5);
+                  wizard.Press(IDOK);
+              }),
+              IDOK);
+    winhost::SetFaults({});
+}
+
 // The name of either Startup folder is refused, in any case.
 TEST_F(Boxes, RefuseTheNameOfEachStartupFolder) {
     const Text key = TEXT("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders");

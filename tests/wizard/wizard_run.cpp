@@ -72,6 +72,21 @@ void WizardTest::Cancel(const Driver& wizard) {
     Press(wizard, IDCANCEL, {Resource(IDS_CONFIRM_CANCEL)}, IDYES);
 }
 
+void WizardTest::Disturb(const Driver& wizard) {
+    for (const HWND window : {wizard.Window(), wizard.Page()}) {
+        for (const WPARAM closing : {0, 1001})
+            EXPECT_TRUE(PostMessageW(window, WM_CLOSE, closing, 0));
+        for (const WPARAM command : {IDOK, IDCANCEL, IDC_BACK, IDC_BROWSE})
+            EXPECT_TRUE(PostMessageW(window, WM_COMMAND, command, 0));
+        EXPECT_EQ(SendMessageW(window, WM_QUERYENDSESSION, 0, 0), 1);
+        EXPECT_EQ(SendMessageW(window, WM_ENDSESSION, TRUE, 0), 0);
+    }
+    for (const HWND button : {wizard.Control(IDOK), wizard.Control(IDC_BACK), wizard.Control(IDCANCEL),
+                              wizard.PageControl(IDC_BROWSE)})
+        EXPECT_TRUE(!button || PostMessageW(button, BM_CLICK, 0, 0));
+    wizard.Settle();
+}
+
 int WizardTest::StepOn(const Driver& wizard) {
     if (wizard.PageControl(IDC_VERSION) && !wizard.PageControl(IDC_BROWSE)) return 0;
     if (wizard.PageControl(IDC_BROWSE)) return 2;

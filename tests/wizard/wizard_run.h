@@ -26,6 +26,9 @@ class WizardTest : public ScratchTest {
     static void Browse(const Driver& wizard, const std::optional<Text>& folder,
                        const std::vector<Text>& messages = {});
     static void Cancel(const Driver& wizard);
+    // While a box is open somebody closes the wizard, setup closes running copies, other programs press buttons,
+    // and the session ends.
+    static void Disturb(const Driver& wizard);
     // The number of the step that the wizard shows, by what is on its page.
     static int StepOn(const Driver& wizard);
 };
