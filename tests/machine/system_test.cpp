@@ -63,6 +63,22 @@ std::string Section(LPCWSTR section) {
     return std::to_string(length) + " " + Told(false);
 }
 
+// A profile that another one holds open for writing, and shares.
+std::string WriteHeldProfile() {
+    constexpr WCHAR kProfile[] = TEXT("C:\\Scratch\\held.ini");
+    const HANDLE held = CreateFileW(kProfile, GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                    CREATE_ALWAYS, 0, nullptr);
+    const std::string told = Told(WritePrivateProfileSectionW(TEXT("s"), TEXT("a=1\0"), kProfile));
+    CloseHandle(held);
+    return told;
+}
+
+std::string LoadText(UINT id) {
+    WCHAR text[16];
+    const int length = LoadStringW(GetModuleHandleW(nullptr), id, text, 16);
+    return std::to_string(length) + " " + Told(length > 0);
+}
+
 // A value of a file's version block: its size, and its bytes or characters.
 std::string Version(LPCWSTR path, LPCWSTR query) {
     std::vector<BYTE> block(GetFileVersionInfoSizeW(path, nullptr));
@@ -140,6 +156,8 @@ TEST_F(System, AnswersAsWindowsDoes) {
         {"library in no sub-folder", Load(TEXT("qtvprobe\\b.dll")), "e126"},
         {"length without a buffer", std::to_string(Written(TEXT("a%d"), 1234)), "5"},
         {"no section", Section(nullptr), "0 e87"},
+        {"held profile", WriteHeldProfile(), "ok"},
+        {"text that is missing from its block", LoadText(5), "0 e1814"},
         {"version by a bare name", Version(TEXT("qtvprobe.exe"), TEXT("\\VarFileInfo\\Translation")),
          "4 9 4 176 4"},
         {"version text", Version(TEXT("qtvprobe.exe"), TEXT("\\stringfileinfo\\040904b0\\FILEVERSION")),
