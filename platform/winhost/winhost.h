@@ -26,7 +26,7 @@ void CreateMachine(const std::filesystem::path& root);
 // afresh.
 void EnterMachine(const std::filesystem::path& root, std::u16string_view program = u"C:\\Windows\\host.exe");
 
-// Whether this process stands in a machine, by its program's place or because it entered one.
+// Whether this process is in a machine, by the folder of its program or because it entered one.
 bool InMachine();
 
 // The folder of the machine's own files: running processes, events, shared objects. A tool may keep files of
@@ -73,19 +73,22 @@ bool WaitForProcesses(DWORD milliseconds);
 void HideFunction(const std::string& name, bool hidden);
 
 // What the machine saw besides files and registry, in order, a line each: its kind, a tab, and its fields
-// with tabs between them; a line feed inside a field stands as \n. Kinds: message-box (caption, text, style,
-// answer: 0 as it opens and is left open), unanswered-box (the same), shell-execute (verb, file, show command),
-// start-process (command line, folder), exit-windows (flags, reason), change-notify (event). Numbers are
-// decimal.
+// with tabs between them. A line feed inside a field is written as \n, and numbers are decimal. Kinds:
+//   message-box     caption, text, style, answer (0 for a box that is left open)
+//   unanswered-box  the same
+//   shell-execute   verb, file, show command
+//   start-process   command line, folder
+//   exit-windows    flags, reason
+//   change-notify   event
 std::vector<std::string> Events();
 void ClearEvents();
 // The kind of such a line and its fields, with the line feeds back in their places.
 std::vector<std::string> EventFields(std::string_view event);
 
 // The buttons that answer the next message boxes of the machine, in order. A box without an answer left, or
-// without that button, takes its safe one (No, Cancel, or OK), and is recorded as unanswered. The answer comes
-// when all that has been posted to the box's thread is dispatched. 0 leaves the box open: it is a dialog like
-// any other, for the test to press its buttons. EndBoxAnswers goes back to asking at the terminal.
+// without that button, takes its safe one (No, Cancel, or OK), and is recorded as unanswered. The box is
+// answered when all that has been posted to its thread is dispatched. 0 leaves the box open: it is a dialog
+// like any other, and the test presses its buttons. EndBoxAnswers goes back to asking at the terminal.
 void SetBoxAnswers(const std::vector<int>& buttons);
 void EndBoxAnswers();
 
@@ -94,7 +97,7 @@ void EndBoxAnswers();
 struct Fault {
     std::string call;   // name of the call, or "*" for any
     unsigned nth = 0;   // fails at this use, counted from 1; 0: at every use
-    DWORD error = 0;    // the error code; 0: what the call gives for want of rights
+    DWORD error = 0;    // the error code; 0: what the call reports when rights are missing
     bool kill = false;  // the process is killed at the call instead
 };
 // Sets the faults of this process and starts its counts at 0.

@@ -14,7 +14,7 @@ inline constexpr char kCommandLineVariable[] = "WINHOST_COMMAND_LINE";
 std::vector<std::u16string> SplitArguments(std::u16string_view commandLine);
 // A command line without the program's name and the blanks after it.
 std::u16string_view WithoutProgram(std::u16string_view commandLine);
-// The argument so quoted that it arrives as it stands.
+// The argument in quotes where it needs them, so that the program gets it unchanged.
 std::u16string QuoteArgument(std::u16string_view argument);
 
 }  // namespace winhost

@@ -1,4 +1,4 @@
-// Modules: the program, the system's own libraries, and host shared objects that stand in the machine.
+// Modules: the program, the system's own libraries, and host shared objects that are files of the machine.
 #include "processes/modules.h"
 
 #include <dlfcn.h>

@@ -35,7 +35,7 @@ constexpr char kHandedOver[] = "WINHOST_PROCESS";
 // A dying process drops its files one by one; those that saw the first go wait this long for the rest.
 constexpr DWORD kDyingMilliseconds = 100;
 
-// This process's own entry; never destroyed, since the lock stands for the process's life.
+// This process's own entry. It is never destroyed, since the lock shows that the process lives.
 struct OwnEntry {
     pid_t pid = 0;
     std::string path;

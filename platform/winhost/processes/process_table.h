@@ -52,7 +52,7 @@ std::optional<DWORD> RecordedExitCode(int table);
 // Removes the files of processes that have ended.
 void PruneTable();
 
-// Waits until the process behind the pidfd has ended; false when the time ran out. INFINITE has no limit.
+// Waits until the process of the pidfd has ended; false when the time ran out. INFINITE has no limit.
 bool WaitForEnd(int process, DWORD milliseconds);
 
 }  // namespace winhost

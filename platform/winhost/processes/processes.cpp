@@ -51,7 +51,7 @@ class Process {
     DWORD ExitCode() {
         if (!Wait(0)) return STILL_ACTIVE;
         if (!m_exitCode) m_exitCode = m_child ? CodeOfChild() : RecordedExitCode(m_files.table.get());
-        // The host tells the end of a process to its starter alone.
+        // The host tells only the starter of a process how it ended.
         if (!m_exitCode) NotModelled("GetExitCodeProcess", "a crashed process that another one had started");
         return *m_exitCode;
     }

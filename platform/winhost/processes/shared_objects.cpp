@@ -59,7 +59,7 @@ class FolderLock {
 class Share {
   public:
     // Opens the object that lives under the name, or makes a new one of `size` zero bytes when `create` is
-    // set. Null, with the last error set, when there is none; for no name, an object of this process alone.
+    // set. Null, with the last error set, when there is none; for no name, an object of this process only.
     static std::unique_ptr<Share> Open(LPCWSTR name, const char* kind, bool create, std::size_t size);
     ~Share();
     Share(const Share&) = delete;
@@ -141,7 +141,7 @@ std::unique_ptr<Share> Share::Open(LPCWSTR name, const char* kind, bool create, 
             flock(descriptor, LOCK_SH);
             return std::unique_ptr<Share>(new Share(descriptor, path, false));
         }
-        // Left behind by a process that died. A view of it may still be mapped somewhere, so a new file takes
+        // A process that died has left it. A view of it may still be mapped somewhere, so a new file takes
         // its place.
         unlink(path.c_str());
         close(descriptor);
@@ -353,7 +353,7 @@ LPVOID MapViewOfFile(HANDLE handle, DWORD access, DWORD offsetHigh, DWORD offset
 
 BOOL UnmapViewOfFile(LPCVOID view) {
     if (winhost::Fails("UnmapViewOfFile")) return FALSE;
-    // Any address within the view stands for it.
+    // Any address within the view is taken.
     auto& views = winhost::Views();
     auto found = views.upper_bound(view);
     const auto address = reinterpret_cast<std::uintptr_t>(view);

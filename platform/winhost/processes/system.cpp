@@ -1,4 +1,4 @@
-// What kind of system the machine is. Its version stands in the marker file of its folder.
+// What kind of system the machine is. Its version is in the marker file of its folder.
 #include "processes/system.h"
 
 #include <cstring>

@@ -122,7 +122,7 @@ Subject SubjectOf(HKEY handle) {
     return subject;
 }
 
-// A call on the key behind a handle, with the registry held for its time.
+// A call on the key of a handle. The registry is held until the call ends.
 struct KeyCall {
     RegistryFile file;
     Subject subject;
@@ -136,7 +136,8 @@ struct KeyCall {
     }
 };
 
-// The path of a sub-key. A leading backslash is taken below HKEY_CLASSES_ROOT alone.
+// The path of a sub-key. Only directly below HKEY_CLASSES_ROOT may it begin with a
+// backslash.
 DWORD SubKey(HKEY handle, const Subject& subject, LPCWSTR name, KeyPath& key) {
     key = subject.key;
     key.users = false;
@@ -155,7 +156,7 @@ HKEY AddKey(RegistryNode& root, KeyPath key, REGSAM access) {
     return static_cast<HKEY>(AddHandle(std::make_shared<OpenKey>(key, access)));
 }
 
-// The hives themselves are made and taken away by loading them alone.
+// Only loading makes a hive, and only unloading takes it away.
 bool IsHive(const std::u16string& path) {
     return KeyNames(path).size() <= 2;
 }

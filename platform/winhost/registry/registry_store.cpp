@@ -23,7 +23,7 @@ namespace {
 constexpr std::size_t kMaxKeyName = 255;
 constexpr std::size_t kMaxDepth = 512;
 
-// The tree as it was last read. Its file stays open, so that the host gives the inode to no other file
+// The tree as it was last read. Its file stays open, so that no other file gets its inode
 // meanwhile.
 struct Cache {
     std::unique_ptr<RegistryNode> root;

@@ -38,7 +38,7 @@ std::string Bytes(std::u16string_view units) {
     return bytes;
 }
 
-// Text that comes back from quotes byte for byte: whole units, and one terminator, at the end.
+// Whether a text is read back from quotes byte for byte: it has whole units, and its only terminator ends it.
 bool IsPlainText(const RegistryValue& value) {
     if (value.type != REG_SZ || value.bytes.size() < 2 || value.bytes.size() % 2 != 0) return false;
     const std::u16string units = Units(value.bytes);
@@ -153,7 +153,7 @@ bool TakeData(std::string_view& text, RegistryValue& value) {
            TakeHexBytes(text, value.bytes);
 }
 
-// The next line without its end. A closing backslash joins the line behind it, whose leading blanks don't
+// The next line without its end. A closing backslash joins the following line, whose leading blanks don't
 // count.
 std::string NextLine(std::string_view& text) {
     std::string line;

@@ -18,7 +18,7 @@ namespace {
 constexpr std::size_t kStringsInBlock = 16;
 constexpr WORD kNumberMark = 0xFFFF;
 
-// A type or name at `offset`, which moves behind it: a number, or 0 for a text.
+// Takes a type or name at `offset`, which moves to what follows: returns a number, or 0 for a text.
 WORD TakeId(std::string_view header, std::size_t& offset) {
     if (WordAt(header, offset) == kNumberMark) {
         offset += 4;

@@ -32,7 +32,7 @@ struct Sections {
     }
 };
 
-// The offset that a folder of resources gives for a number, or for its first entry when `id` is 0; 0 when
+// The offset that a folder of resources has for a number, or for its first entry when `id` is 0; 0 when
 // missing.
 DWORD EntryOf(std::string_view resources, DWORD folder, WORD id) {
     const std::size_t named = WordAt(resources, std::size_t{folder} + 12);

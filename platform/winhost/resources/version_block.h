@@ -24,8 +24,8 @@ struct VersionValue {
     UINT size = 0;           // characters of a text, its end included; bytes of anything else
 };
 // Finds the value that a query such as "\VarFileInfo\Translation" names in a block, which may be damaged.
-// Names are compared without regard to case; an empty query, or one of backslashes only, means the block's own
-// value. None when the block holds no such name, or not all of the value.
+// Names are compared without regard to case. An empty query, or one of backslashes only, means the value of the
+// block itself. None when the block holds no such name, or not all of the value.
 std::optional<VersionValue> FindVersionValue(std::string_view block, std::u16string_view query);
 
 }  // namespace winhost

@@ -53,7 +53,7 @@ class Writer {
             Word(unit);
         return *this;
     }
-    // For readers that know narrow text alone; all others find the wide text beside it.
+    // For readers that know only narrow text; all others find the wide text beside it.
     Writer& Narrow(std::u16string_view text) {
         for (const char16_t unit : text)
             Byte(unit < 0x100 ? unit : '?');

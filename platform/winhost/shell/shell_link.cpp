@@ -162,7 +162,7 @@ class ShellLink final : public IShellLinkW, public IPersistFile {
     LinkData m_link;
 };
 
-// The place of a link's target. Quotes around it are taken off, and a bare name is looked for as a program is.
+// The place of a link's target. Quotes around it are taken off. A bare name is looked for as a program is.
 Place TargetOf(std::u16string_view path) {
     if (path.size() >= 2 && path.starts_with(u'"') && path.ends_with(u'"'))
         path = path.substr(1, path.size() - 2);

@@ -86,7 +86,7 @@ LRESULT Handle(HWND window, ButtonState& state, UINT message, WPARAM wParam, LPA
         case WM_GETDLGCODE:
             return DialogCode(TypeOf(window));
         case WM_SETFOCUS:
-            // The focus alone chooses a radio button, as far as its parent is concerned.
+            // To its parent, a radio button that gets the focus is chosen.
             if (!state.inClick && IsRadio(TypeOf(window)) && !state.check) NotifyParent(window, BN_CLICKED);
             return 0;
         case WM_KILLFOCUS:

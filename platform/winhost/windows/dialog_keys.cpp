@@ -32,7 +32,7 @@ void AddControls(HWND dialog, std::vector<HWND>& controls) {
     }
 }
 
-// All controls, whatever their state.
+// All controls in any state.
 void AddAll(HWND dialog, std::vector<HWND>& controls) {
     for (const HWND child : ChildWindows(dialog)) {
         controls.push_back(child);
@@ -41,7 +41,7 @@ void AddAll(HWND dialog, std::vector<HWND>& controls) {
     }
 }
 
-// The controls from behind that one on, around to itself.
+// The controls that follow that one, around to itself.
 std::vector<HWND> Behind(std::vector<HWND> controls, HWND control, bool previous) {
     if (previous) std::reverse(controls.begin(), controls.end());
     const auto found = std::find(controls.begin(), controls.end(), control);
@@ -49,7 +49,7 @@ std::vector<HWND> Behind(std::vector<HWND> controls, HWND control, bool previous
     return controls;
 }
 
-// The letter behind the last single "&" of a control's text; 0 for none.
+// The letter after the last single "&" of a control's text; 0 for none.
 char16_t AccessKeyOf(HWND control) {
     const auto record = Look(control);
     if (!record || ((CodeOf(control) & DLGC_STATIC) && SameName(record->kind, u"Static") &&
@@ -76,7 +76,7 @@ bool AccessByKey(HWND dialog, char16_t key) {
     if (key <= u' ') return false;
     std::vector<HWND> controls;
     AddControls(dialog, controls);
-    bool labelled = false;  // the key of a static, which is meant for what comes behind it
+    bool labelled = false;  // the key of a static, which is meant for the control after it
     for (const HWND control : Behind(std::move(controls), Focus(), false)) {
         const bool isStatic = CodeOf(control) & DLGC_STATIC;
         if (labelled ? !isStatic : AccessKeyOf(control) == UpperUnit(key)) {

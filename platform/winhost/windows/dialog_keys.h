@@ -12,7 +12,7 @@ LRESULT CodeOf(HWND control);
 // The next control that Tab goes to, children of control parents among them; null when there is none. From
 // the dialog itself or from null on it is the first one, and none is before them.
 HWND NextTabItem(HWND dialog, HWND control, bool previous);
-// The next control of a group; the control itself when it stands alone.
+// The next control of a group; the control itself when the group has no other.
 HWND NextGroupItem(HWND control, bool previous);
 HWND FirstItem(HWND dialog);
 // Gives a control the focus as a key does: the text of an edit is selected.

@@ -16,7 +16,7 @@ constexpr WORD kEditClass = 0x81;
 constexpr WORD kStaticClass = 0x82;
 constexpr WORD kPoints = 8;
 
-// Takes one field after the other; past the end it gives zeros and is no longer good.
+// Takes one field after the other. Past the end it returns zeros and is no longer good.
 class Reader {
   public:
     explicit Reader(std::string_view bytes) : m_bytes(bytes) {}

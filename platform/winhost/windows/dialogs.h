@@ -18,7 +18,7 @@ struct DialogState : ControlState {
     INT_PTR result = IDOK;  // the number of its default button, until it has ended
     bool ended = false;
     HWND savedFocus = nullptr;     // while it is not active
-    HWND disabledOwner = nullptr;  // which comes back when it ends
+    HWND disabledOwner = nullptr;  // enabled again when it ends
     LONG baseX = 0;
     LONG baseY = 0;
 };

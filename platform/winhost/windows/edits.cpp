@@ -21,7 +21,7 @@ constexpr std::size_t kNoLimit = 0x7FFFFFFE;
 constexpr std::size_t kNoLimitOfLines = 0xFFFFFFFF;
 constexpr UINT kFirstMessage = EM_GETSEL;
 constexpr UINT kLastMessage = 0xE0;
-// Those of upper and lower case, passwords, another character set, and numbers alone.
+// Those of upper and lower case, passwords, another character set, and numbers only.
 constexpr DWORD kOtherStyles = 0x8 | 0x10 | 0x20 | 0x400 | 0x2000;
 
 struct EditState : ControlState {

@@ -17,7 +17,7 @@ HWND MarkedOf(DWORD thread, bool WindowRecord::*mark) {
     return record ? record->handle : nullptr;
 }
 
-// Takes the mark from the thread's window and gives it to another; gives the one that had it.
+// Takes the mark from the thread's window and sets it on another; returns the one that had it.
 HWND Mark(DWORD thread, bool WindowRecord::*mark, HWND window) {
     WindowTable table;
     WindowRecord* const before = table.Marked(thread, mark);

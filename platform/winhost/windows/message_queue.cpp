@@ -29,7 +29,8 @@ constexpr std::uint64_t kMostMessages = 10000;
 constexpr int kKeyCount = 256;
 constexpr BYTE kKeyDown = 0x80;
 
-// The file of posted messages: how many its thread has taken in and not handed out yet, and those behind it.
+// The file of posted messages: how many its thread has taken in and not handed out yet, and then the
+// messages.
 struct PostsHeader {
     std::uint64_t held;
 };
@@ -220,7 +221,7 @@ bool TakeMessage(MSG& message, Taking how) {
         while (poll(&wanted, 1, -1) < 0 && errno == EINTR) {
         }
     }
-    // The end of the queue comes behind all that was posted.
+    // The end of the queue comes after all that was posted.
     const bool ends = queue.messages.empty();
     message = ends ? MSG{nullptr, WM_QUIT, static_cast<WPARAM>(queue.exitCode), 0, GetTickCount(), {}}
                    : queue.messages.front();
@@ -279,7 +280,7 @@ BOOL PeekMessageW(MSG* message, HWND window, UINT first, UINT last, UINT flags) 
     return winhost::TakeMessage(*message, flags ? winhost::Taking::Tries : winhost::Taking::Peeks);
 }
 
-// A posted key gives its character behind all that was posted.
+// The character of a posted key comes after all that was posted.
 BOOL TranslateMessage(const MSG* message) {
     (void)winhost::FaultOf("TranslateMessage");
     const bool down = message->message == WM_KEYDOWN, altDown = message->message == WM_SYSKEYDOWN;

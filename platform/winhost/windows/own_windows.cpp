@@ -1,4 +1,4 @@
-// The classes and windows of this process: how a window of it comes, and how it goes.
+// The classes and windows of this process, and how its windows are made and destroyed.
 #include "windows/own_windows.h"
 
 #include <algorithm>
@@ -38,7 +38,7 @@ struct OwnWindows {
         {u"STATIC", {u"Static", StaticProcedure}},
         {u"#32770", {u"#32770", DialogProcedure}},
     };
-    // A window's own thread alone ends it, so what it has found stays good.
+    // Only a window's own thread ends it, so what the thread has found stays good.
     std::map<HWND, OwnWindow> windows;
 };
 
@@ -108,7 +108,7 @@ HWND Add(const WindowRecord& window, WNDPROC procedure) {
     return added->handle;
 }
 
-// The styles that Windows gives a window whatever its maker says.
+// The styles that Windows adds to those that the maker of a window asks for.
 void CompleteStyles(WindowRecord& window) {
     if (!window.isChild()) {
         window.style |= WS_CLIPSIBLINGS;

@@ -1,4 +1,4 @@
-// How windows stand to each other: parents and owners, and who is found by what.
+// How windows are related: parents and owners, and how windows are found.
 #include "windows/relations.h"
 
 #include "core/faults.h"

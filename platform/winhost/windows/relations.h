@@ -1,4 +1,4 @@
-// How windows stand to each other.
+// How windows are related.
 #pragma once
 
 #include <windows.h>

@@ -1,5 +1,5 @@
 // Messages sent to windows of other threads and processes: each over a connection of its own, on which the
-// answer comes back. The sender meanwhile carries out what is sent to it.
+// answer comes back. Until then the sender answers what is sent to it.
 #include "windows/sent_messages.h"
 
 #include <fcntl.h>
@@ -116,7 +116,7 @@ bool ReceiveRequest(int connection, Request& request, Descriptor& text) {
     return true;
 }
 
-// Messages of the system that carry numbers and handles alone, and so mean the same in every process.
+// Messages of the system that carry only numbers and handles, and so mean the same in every process.
 bool CarriesNumbers(UINT message, LPARAM lParam) {
     switch (message) {
         case WM_NULL:

@@ -71,7 +71,7 @@ class Screen {
         Collect(dialog, controls);
         for (const HWND control : controls)
             Show(control);
-        // The buttons stand below, in one line, whatever their place in the dialog.
+        // The buttons are shown below, in one line, wherever they are in the dialog.
         for (const HWND control : controls)
             if (IsPushButton(control)) m_buttons += " " + Number(control) + "[" + LabelOf(control) + "]";
     }

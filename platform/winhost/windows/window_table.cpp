@@ -16,7 +16,7 @@ namespace winhost {
 
 namespace {
 
-// The byte that is locked while somebody works on the table; those behind it stand for the processes.
+// The byte that is locked while somebody works on the table; those after it are the locks of the processes.
 constexpr off_t kWorkLock = off_t{1} << 40;
 
 // A handle: the number of the window made, and its slot. Windows' own handles are even and of 32 bits.
@@ -52,7 +52,7 @@ bool Lock(int file, int command, short type, off_t at) {
     while (fcntl(file, command, &lock) != 0) {
         if (errno != EINTR) return false;
     }
-    // Asked who stands in the way, the host answers "nobody" by this type.
+    // The host answers with this type when nobody holds the lock.
     return command != F_OFD_GETLK || lock.l_type == F_UNLCK;
 }
 

@@ -3,7 +3,7 @@
 // process knows, its procedure and what that keeps, stays there (own_windows.h).
 //
 // A process holds a lock on the table's file, at a place of its own, as long as it lives. The kernel drops it
-// with the process, and with it go the process's windows, whatever else runs under its number since.
+// with the process, and with it go the process's windows, even when another process has its number since.
 #pragma once
 
 #include <windows.h>
@@ -42,8 +42,7 @@ struct WindowRecord {
     bool isChild() const { return style & WS_CHILD; }
 };
 
-// Whatever a process does when it is killed, the table stays whole: a window comes and goes by its handle
-// alone.
+// The table stays whole when a process is killed: only its handle decides whether a window is there.
 struct WindowTableContents {
     std::uint64_t holders;  // how many there have been
     std::int64_t highest;   // rank
@@ -62,7 +61,7 @@ class WindowTable {
     WindowTable(const WindowTable&) = delete;
     WindowTable& operator=(const WindowTable&) = delete;
 
-    // Adds a window of the calling thread, made as `window` tells, and gives the record in the table: a
+    // Adds a window of the calling thread, made as `window` tells, and returns the record in the table: a
     // child below its siblings, another on top. Null when the table is full.
     WindowRecord* Add(const WindowRecord& window);
     void Remove(WindowRecord& window);
@@ -84,7 +83,7 @@ class WindowTable {
     bool Lives(const WindowRecord& window) const;
 };
 
-// The window as it stands at the moment of the call; none, with the last error set, when it is no window.
+// The window as it is at the moment of the call; none, with the last error set, when it is no window.
 std::optional<WindowRecord> Look(HWND window);
 // The children of a window, or the top-level windows for null; the top one first.
 std::vector<HWND> ChildWindows(HWND parent);

@@ -10,7 +10,7 @@ namespace winhost {
 // What nobody else wants to do with a message.
 LRESULT DefaultOf(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
-// Copies at most cchBuffer units, with the closing 0, and returns how many stand before that 0.
+// Copies at most cchBuffer units, with the closing 0, and returns the number of units before that 0.
 int CopyText(std::u16string_view text, LPWSTR buffer, int cchBuffer);
 
 }  // namespace winhost
