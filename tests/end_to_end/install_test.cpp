@@ -79,12 +79,13 @@ TEST_F(Install, RunsTheProgramNamedAsTheRegistrarBesideSetup) {
         EXPECT_EQ(name.find("5E0C2B7A"), name.npos) << "the handler is not registered: " << name;
 }
 
-// Without its manifest or without its application a package is damaged; nothing is touched.
+// A package is damaged without its manifest, without its application, and with an application whose version
+// begins with 0. Nothing is touched.
 TEST_F(Install, RefusesADamagedPackage) {
-    const Text log = package + TEXT("\\QtvUnInst.log"), away = kScratch + TEXT("\\away");
-    for (const bool whole : {false, true}) {
-        if (whole) SetFileVersion(package + TEXT("\\QtvApp8.exe"), 0, 5, 2, 0);
-        ASSERT_TRUE(whole || MoveFileW(log.c_str(), away.c_str()));
+    const Text application = package + TEXT("\\QtvApp8.exe"), away = kScratch + TEXT("\\away");
+    for (const Text& missing : {package + TEXT("\\QtvUnInst.log"), application, Text()}) {
+        if (missing.empty()) SetFileVersion(application, 0, 5, 2, 0);
+        ASSERT_TRUE(missing.empty() || MoveFileW(missing.c_str(), away.c_str()));
         Rebase();
         const BoxAnswers answers({IDOK});
         EXPECT_EQ(Setup(TEXT("-s")), 1u);
@@ -93,7 +94,7 @@ TEST_F(Install, RefusesADamagedPackage) {
         EXPECT_EQ(answers.Shown()[0].caption, TEXT("Qantivo 8"));
         EXPECT_EQ(answers.Shown()[0].text.find(TEXT("This setup files are damaged, installation aborted.")),
                   0u);
-        ASSERT_TRUE(whole || MoveFileW(away.c_str(), log.c_str()));
+        ASSERT_TRUE(missing.empty() || MoveFileW(away.c_str(), missing.c_str()));
     }
 }
 
@@ -141,7 +142,7 @@ class Update : public EndToEndTest {
     const State marks = {{"mark 001", "delete C:\\Program Files\\Qantivo 8\\Samples"}};
 };
 
-// Whether to replace is asked before the package is looked at.
+// The question whether to replace comes before the check of the package.
 TEST_F(Update, IsRefusedBehindTheQuestion) {
     InstallEarlier(5);
     ASSERT_TRUE(DeleteFileW((package + TEXT("\\QtvUnInst.log")).c_str()));

@@ -35,19 +35,18 @@ TEST_F(LastStep, RestartsOnlyWhenAReplacementWaits) {
               (std::vector{"start-process\tregsvr32.exe /s \"" + target + "\\ThumbQvi32.dll\"\t" + target,
                            "start-process\t\"" + target + "\\QtvApp8.exe\" -regonly\t" + target}));
     const struct {
-        const char* name;
         Text arguments;
-        bool held, token;
-        long starts;
-        std::size_t restarts;
+        bool held = true, token = true;
+        long starts = 0;
+        std::size_t restarts = 0;
     } rows[] = {
-        {"nothing waits", TEXT("-s -runafter"), false, true, 1, 0},
-        {"not asked for", TEXT("-s"), true, true, 0, 0},
-        {"asked for", TEXT("-s -runafter"), true, true, 0, 1},
-        {"no privilege to be had", TEXT("-s -runafter"), true, false, 0, 0},
+        {.arguments = TEXT("-s -runafter"), .held = false, .starts = 1},
+        {.arguments = TEXT("-s")},
+        {.arguments = TEXT("-s -runafter"), .restarts = 1},
+        {.arguments = TEXT("-s -runafter"), .token = false},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(&row - rows);
         winhost::ClearEvents();
         winhost::HideFunction("OpenProcessToken", !row.token);
         {

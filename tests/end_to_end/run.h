@@ -17,13 +17,13 @@ class EndToEndTest : public ScratchTest {
     // Puts the sample package into C:\Scratch\package and takes the state before.
     EndToEndTest();
 
-    // Runs setup.exe of the package with the arguments, waits for all that it starts, and gives its exit
-    // code. A person goes through its wizard meanwhile.
+    // Runs setup.exe of the package with the arguments, waits for all that it starts, and returns its exit
+    // code. Meanwhile a person goes through its wizard.
     using Person = std::function<void(const Driver& wizard)>;
     DWORD Setup(const Text& arguments, const Person& person = {}, const Text& folder = package);
     // Runs the uninstaller of the folder, with its temporary copy, to the end.
     void Uninstall(const Text& folder);
-    // Takes what stands on the machine now for the state before.
+    // From now on, the state before is what is on the machine now.
     void Rebase();
     // What came, went ("gone") or became something else since the state before.
     State Changes() const;
@@ -51,7 +51,7 @@ State PortableFiles(const std::string& target);
 // `base` with the items of `more` put in; an item "" in `more` is taken out.
 State With(State base, const State& more);
 
-// Compares item by item, and says only what differs.
+// Compares item by item, and prints only what differs.
 ::testing::AssertionResult Same(const State& expected, const State& actual);
 
 // Paths of the machine in a text as the names above, and back.

@@ -1,6 +1,6 @@
-// What a setup that closes copies reaches and what it doesn't: only the embedded machine can hold its hand.
+// What a setup that closes copies reaches and what it doesn't: only the embedded machine can make its calls fail.
+#include "end_to_end/copy.h"
 #include "end_to_end/run.h"
-#include "instances/instance_manager.h"
 #include "winhost.h"
 
 namespace {
@@ -9,20 +9,16 @@ class ClosedCopies : public EndToEndTest {};
 
 // The copies stay when their list is counted but can't be read.
 TEST_F(ClosedCopies, AreThoseOfTheList) {
-    const RunningProgram copy(TEXT("\"") + package + TEXT("\\QtvApp8.exe\" -show"));
-    while (copy.Runs() && !COXInstanceManager::FindInstanceWindow(copy.Id()))
-        Sleep(5);
-    setenv("WINHOST_FAULTS", "MapViewOfFile#3", 1);
+    const RunningProgram copy = StartCopy(package);
+    winhost::SetProgramFaults("setup.exe", {{.call = "MapViewOfFile", .nth = 3}});
     EXPECT_EQ(Setup(TEXT("-install -s -instdir C:\\Scratch\\Qantivo")), 0u);
-    unsetenv("WINHOST_FAULTS");
+    winhost::ClearProgramFaults();
     EXPECT_TRUE(copy.Runs() && Exists(target + TEXT("\\QtvUnInst.log")));
 }
 
-// With no process to be opened, the application alone decides how it ends.
+// If setup can't open the process, the application itself decides how it ends.
 TEST_F(ClosedCopies, AreToldThatSetupClosesThem) {
-    const RunningProgram copy(TEXT("\"") + package + TEXT("\\QtvApp8.exe\" -show"));
-    while (copy.Runs() && !COXInstanceManager::FindInstanceWindow(copy.Id()))
-        Sleep(5);
+    const RunningProgram copy = StartCopy(package);
     COXInstanceManager list(TEXT("Lorvanta.Qantivo-ZR.v4"), 1024, false);
     EXPECT_EQ(list.CountInstances(), 1);
     winhost::SetProgramFaults("setup.exe", {{.call = "OpenProcess"}});

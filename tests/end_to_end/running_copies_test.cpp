@@ -1,12 +1,11 @@
 // Setup and uninstall beside running copies of the application.
 #include <list>
 
+#include "end_to_end/copy.h"
 #include "end_to_end/run.h"
-#include "instances/instance_manager.h"
 
 namespace {
 
-constexpr DWORD kPause = 5;
 constexpr DWORD kClosed =
     1001;  // the application's exit code when it closed by itself; it has 10 ms to do so
 
@@ -20,20 +19,10 @@ constexpr WCHAR kAborted[] = TEXT(
     "Setup of Qantivo aborted. Please close other instances of Qantivo manually, saving any editing work ")
     TEXT("you have done in them, then restart this setup program.");
 
-// The application, in the list and with its window.
-class Copy : public RunningProgram {
-  public:
-    explicit Copy(const Text& folder, LPCWSTR option = TEXT(" -show"))
-        : RunningProgram(TEXT("\"") + folder + TEXT("\\QtvApp8.exe\"") + option) {
-        while (Runs() && !COXInstanceManager::FindInstanceWindow(Id()))
-            Sleep(kPause);
-        EXPECT_TRUE(Runs());
-    }
-    bool HasEnded() const {
-        const auto exitCode = ExitCode();
-        return exitCode == 0u || exitCode == kClosed;
-    }
-};
+bool HasEnded(const RunningProgram& copy) {
+    const auto exitCode = copy.ExitCode();
+    return exitCode == 0u || exitCode == kClosed;
+}
 
 class RunningCopies : public EndToEndTest {};
 
@@ -45,9 +34,9 @@ TEST_F(RunningCopies, AreAskedAboutBeforeAnInstall) {
     } rows[] = {{1, {IDNO, IDOK}, {kOneOpen, kAborted}}, {3, {IDYES}, {kThreeOpen}}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.copies);
-        std::list<Copy> copies;
+        std::list<RunningProgram> copies;
         while (copies.size() < row.copies)
-            copies.emplace_back(package);
+            copies.push_back(StartCopy(package));
         const BoxAnswers answers(row.buttons);
         EXPECT_EQ(Setup(TEXT("-s -instdir C:\\Scratch\\Qantivo")), 0u);
 
@@ -58,19 +47,18 @@ TEST_F(RunningCopies, AreAskedAboutBeforeAnInstall) {
         }
         EXPECT_EQ(shown, row.texts);
         const bool declined = row.buttons[0] == IDNO;
-        for (const Copy& copy : copies)
-            EXPECT_TRUE(declined ? copy.Runs() : copy.HasEnded());
+        for (const RunningProgram& copy : copies)
+            EXPECT_TRUE(declined ? copy.Runs() : HasEnded(copy));
         EXPECT_TRUE(!declined || Same({}, Changes()));
     }
     EXPECT_TRUE(Exists(target + TEXT("\\QtvUnInst.log")));
 }
 
 TEST_F(RunningCopies, AreEndedWhenTheyRefuseToClose) {
-    const Copy refuses(package, TEXT(" -stay"));
-    const Copy closes(package);
+    const RunningProgram refuses = StartCopy(package, TEXT(" -stay")), closes = StartCopy(package);
     EXPECT_EQ(Setup(TEXT("-install -s -instdir C:\\Scratch\\Qantivo")), 0u);
     EXPECT_EQ(refuses.ExitCode(), 0u);
-    EXPECT_TRUE(closes.HasEnded());
+    EXPECT_TRUE(HasEnded(closes));
     // An install into a folder that the command line names marks two folders that are not there yet.
     EXPECT_TRUE(Same(With(Installed({}), {{"mark 001", "delete <Scratch>\\Qantivo\\x64"},
                                           {"mark 002", "delete <Scratch>\\Qantivo\\Samples"}}),

@@ -1,5 +1,6 @@
 // The wizard at the terminal of the embedded machine, as a person uses it there.
 #include <fcntl.h>
+#include <poll.h>
 #include <pty.h>
 #include <termios.h>
 #include <unistd.h>
@@ -12,6 +13,7 @@
 namespace {
 
 constexpr DWORD kSessionEnded = 0x40010004;
+constexpr int kPatienceMs = 10000;
 
 // Input and output of this process, and of what it starts, for the object's lifetime.
 class Streams {
@@ -55,7 +57,8 @@ TEST_F(Terminal, TakesAPersonThroughTheWizard) {
     close(program);
     std::string shown;
     char buffer[4096];
-    for (ssize_t got; (got = read(person, buffer, sizeof buffer)) > 0;)
+    pollfd readable = {person, POLLIN, 0};
+    for (ssize_t got; poll(&readable, 1, kPatienceMs) > 0 && (got = read(person, buffer, sizeof buffer)) > 0;)
         shown.append(buffer, static_cast<std::size_t>(got));
     close(person);
     EXPECT_EQ(setup.ExitCode(), 0u);

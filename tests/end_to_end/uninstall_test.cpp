@@ -1,7 +1,7 @@
 #include <memory>
 
+#include "end_to_end/copy.h"
 #include "end_to_end/run.h"
-#include "instances/instance_manager.h"
 
 namespace {
 
@@ -46,18 +46,14 @@ std::unique_ptr<Held> TakeItUpAndAddAFile(const Text& folder) {
 }
 
 std::unique_ptr<Held> RunCopyAndHoldReadme(const Text& folder) {
-    std::unique_ptr<Held> held(new Held{RunningProgram(TEXT("\"") + folder + TEXT("\\QtvApp8.exe\" -show")),
-                                        {folder + TEXT("\\readme.txt"), Hold::NoDelete}});
-    while (held->copy.Runs() && !COXInstanceManager::FindInstanceWindow(held->copy.Id()))
-        Sleep(5);
-    EXPECT_TRUE(held->copy.Runs());
-    return held;
+    return std::unique_ptr<Held>(
+        new Held{StartCopy(folder), {folder + TEXT("\\readme.txt"), Hold::NoDelete}});
 }
 
 class Uninstalled : public EndToEndTest {
   protected:
     Uninstalled() {
-        // Setup's keys leave this parent behind; some systems have it from the start.
+        // This parent of setup's keys stays. Some systems have it from the start.
         HKEY key;
         EXPECT_EQ(RegCreateKeyW(HKEY_LOCAL_MACHINE, TEXT("SOFTWARE\\Classes\\Applications"), &key),
                   ERROR_SUCCESS);
@@ -71,36 +67,29 @@ class Uninstalled : public EndToEndTest {
 TEST_F(Uninstalled, LeavesNothingButItsCopyAndThenNothing) {
     const std::string own = "<Scratch>\\Qantivo", stick = "<Scratch>\\a b\\Qantivo";
     const struct {
-        const char* name;
         LPCWSTR options;
         std::string folder;
-        std::unique_ptr<Held> (*meanwhile)(const Text& folder);
-        std::string waits;  // a file that goes at the next start
-        State stays;
+        std::unique_ptr<Held> (*meanwhile)(const Text& folder) = nullptr;
+        std::string waits = {};  // a file that goes at the next start
+        State stays = {};
     } rows[] = {
-        // The walk over Samples marks the folder, which so goes behind the file.
-        {"settings from the package, a running copy, a file in use",
-         TEXT("-s -autostart -sfxname=C:\\Scratch\\dl\\pkg.exe"),
-         kDefault,
-         RunCopyAndHoldReadme,
-         "readme.txt",
-         {}},
-        {"over an earlier version, with the user's own file",
-         TEXT("-s -instdir C:\\Scratch\\Qantivo"),
-         own,
-         TakeItUpAndAddAFile,
-         "install.log",
-         {{own + "\\", "folder"}, {own + "\\my notes.txt", "= readme-en.txt"}}},
-        // What a portable install puts into the parent folder is nobody's to take.
-        {"portable",
-         TEXT("-s -instport \"C:\\Scratch\\a b\\Qantivo\""),
-         stick,
-         nullptr,
-         "",
-         {{"<Scratch>\\a b\\", "folder"}, {"<Scratch>\\a b\\StartQV8.exe", "= StartQV8.exe"}}},
+        // The walk over Samples marks the folder, so the mark of the folder comes after that of the file.
+        {.options = TEXT("-s -autostart -sfxname=C:\\Scratch\\dl\\pkg.exe"),
+         .folder = kDefault,
+         .meanwhile = RunCopyAndHoldReadme,
+         .waits = "readme.txt"},
+        {.options = TEXT("-s -instdir C:\\Scratch\\Qantivo"),
+         .folder = own,
+         .meanwhile = TakeItUpAndAddAFile,
+         .waits = "install.log",
+         .stays = {{own + "\\", "folder"}, {own + "\\my notes.txt", "= readme-en.txt"}}},
+        // What a portable install copied into the parent folder stays.
+        {.options = TEXT("-s -instport \"C:\\Scratch\\a b\\Qantivo\""),
+         .folder = stick,
+         .stays = {{"<Scratch>\\a b\\", "folder"}, {"<Scratch>\\a b\\StartQV8.exe", "= StartQV8.exe"}}},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(row.folder);
         const Text folder = Where(row.folder);
         if (row.waits == "install.log") LeaveOlderVersion(folder);
         Setup(row.options);
@@ -126,7 +115,7 @@ TEST_F(Uninstalled, LeavesNothingButItsCopyAndThenNothing) {
     }
 }
 
-// Marks outlive a new installation: what they name is taken from it at the next start.
+// Marks of an uninstall stay when the product is installed again, and the next start deletes the new files.
 TEST_F(Uninstalled, OldMarksTakeFromANewInstallation) {
     const Text folder = Wide(kDefault);
     Setup(TEXT("-s"));

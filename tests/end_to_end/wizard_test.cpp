@@ -30,7 +30,7 @@ TEST_F(Wizard, InstallsWhatItsPagesSayAndStartsTheProduct) {
         // The second half of a double click finds the button disabled, and is forgotten.
         for (int click = 0; click < 2; ++click)
             EXPECT_TRUE(PostMessageW(wizard.Control(IDOK), WM_KEYDOWN, VK_RETURN, 0));
-        wizard.Await([&] { return TextOf(wizard.Control(IDOK)) == TEXT("&Finish >"); });
+        wizard.Await("Finish", [&] { return TextOf(wizard.Control(IDOK)) == TEXT("&Finish >"); });
         Finish(wizard, true);
     };
     EXPECT_EQ(Setup({}, person), 0u);
@@ -44,7 +44,7 @@ TEST_F(Wizard, InstallsWhatItsPagesSayAndStartsTheProduct) {
              Changes()));
 }
 
-// A cancelled wizard leaves nothing behind, and ends as if nobody had started it.
+// A cancelled wizard leaves nothing, and the exit code is 0.
 TEST_F(Wizard, LeavesNothingWhenItIsCancelled) {
     const BoxAnswers answers({IDNO, IDYES});
     const auto person = [](const Driver& wizard) {
@@ -88,7 +88,7 @@ TEST_F(Wizard, ReplacesWhatTheUserAgreesToReplace) {
     EXPECT_EQ(BootMarks().back().second, help) << "the new file takes its place then";
 }
 
-// Silent to the last page, which is shown alone.
+// With -sconf only the last page is shown.
 TEST_F(Wizard, ClosesASilentRunWhenItIsToldTo) {
     const auto person = [](const Driver& wizard) {
         EXPECT_TRUE(Exists(target + TEXT("\\QtvApp8.exe")));

@@ -3,32 +3,28 @@
 #include <shlobj.h>
 
 #include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <stdexcept>
 #include <thread>
 
 namespace {
 
-constexpr DWORD kPause = 5;
 constexpr DWORD kPatience = 20000;
 constexpr DWORD kFarewell = 2000;
 constexpr WCHAR kDialogClass[] = TEXT("#32770");
 
 LRESULT Send(HWND window, UINT message, WPARAM wParam = 0, LPARAM lParam = 0) {
     DWORD_PTR result = 0;
-    EXPECT_TRUE(SendMessageTimeoutW(window, message, wParam, lParam, SMTO_NORMAL, kPatience, &result))
-        << "message " << message << ": " << GetLastError();
+    if (!SendMessageTimeoutW(window, message, wParam, lParam, SMTO_NORMAL, kPatience, &result))
+        throw std::runtime_error("message " + std::to_string(message) + ": " +
+                                 std::to_string(GetLastError()));
     return static_cast<LRESULT>(result);
 }
 
-bool Await(const std::function<bool()>& condition, DWORD patience = kPatience) {
-    for (DWORD waited = 0; waited < patience; waited += kPause) {
-        if (condition()) return true;
-        Sleep(kPause);
-    }
-    return false;
-}
-
-HWND FindDialog(DWORD process, const Text& title) {
-    for (HWND dialog = nullptr; (dialog = FindWindowExW(nullptr, dialog, kDialogClass, title.c_str()));) {
+// A dialog of the process that can be seen; a null title means any.
+HWND FindDialog(DWORD process, LPCWSTR title) {
+    for (HWND dialog = nullptr; (dialog = FindWindowExW(nullptr, dialog, kDialogClass, title));) {
         DWORD owner = 0;
         (void)GetWindowThreadProcessId(dialog, &owner);
         if (owner == process && IsWindowVisible(dialog)) return dialog;
@@ -36,12 +32,12 @@ HWND FindDialog(DWORD process, const Text& title) {
     return nullptr;
 }
 
-::testing::AssertionResult CanBePressed(HWND button) {
-    if (IsWindowVisible(button) && IsWindowEnabled(button)) return ::testing::AssertionSuccess();
-    return ::testing::AssertionFailure() << "nobody can press " << GetDlgCtrlID(button);
+void ExpectCanBePressed(HWND button) {
+    if (!IsWindowVisible(button) || !IsWindowEnabled(button))
+        throw std::runtime_error("nobody can press " + std::to_string(GetDlgCtrlID(button)));
 }
 
-// A window of the thread whose dialog RunDriven shows: it does there what only that thread can do.
+// A window of the thread whose dialog RunDriven shows. It does what only that thread can do.
 HWND servant;
 constexpr UINT kServe = WM_APP;
 constexpr UINT kCount = WM_APP + 1;
@@ -70,8 +66,8 @@ void OnDialogThread(const std::function<void()>& action) {
 }  // namespace
 
 Driver::Driver(DWORD process, const Text& title) : m_process(process) {
-    EXPECT_TRUE(::Await([&] { return (m_dialog = FindDialog(process, title)) != nullptr; }))
-        << "no such dialog";
+    ::Await("the dialog " + ::testing::PrintToString(title),
+            [&] { return (m_dialog = FindDialog(process, title.c_str())) != nullptr; });
 }
 
 HWND Driver::Control(int control) const {
@@ -87,7 +83,7 @@ HWND Driver::Page() const {
 }
 
 bool Driver::HasEnded() const {
-    return ::Await([&] { return !IsWindow(m_dialog); }, kFarewell);
+    return HoldsWithin(kFarewell, [&] { return !IsWindow(m_dialog); });
 }
 
 Text Driver::Title() const {
@@ -95,12 +91,12 @@ Text Driver::Title() const {
 }
 
 void Driver::Press(HWND button) const {
-    EXPECT_TRUE(CanBePressed(button));
+    ExpectCanBePressed(button);
     (void)Send(button, BM_CLICK);
 }
 
 Driver Driver::Open(HWND button, const Text& title) const {
-    EXPECT_TRUE(CanBePressed(button));
+    ExpectCanBePressed(button);
     EXPECT_TRUE(PostMessageW(button, BM_CLICK, 0, 0));
     return {m_process, title};
 }
@@ -110,11 +106,11 @@ void Driver::Browse(HWND button, const std::optional<Text>& folder) const {
     if (folder && !folder->empty())
         (void)Send(browser.m_dialog, BFFM_SETSELECTIONW, TRUE, reinterpret_cast<LPARAM>(folder->c_str()));
     browser.Press(folder ? IDOK : IDCANCEL);
-    Await([&] { return browser.HasEnded(); });
+    Await("the end of the browser", [&] { return !IsWindow(browser.m_dialog); });
 }
 
-void Driver::Await(const std::function<bool()>& condition) const {
-    EXPECT_TRUE(::Await(condition)) << "it never comes";
+void Driver::Await(const std::string& what, const std::function<bool()>& condition) const {
+    ::Await(what, condition);
     (void)Send(m_dialog, WM_NULL);
 }
 
@@ -144,15 +140,11 @@ void Driver::Settle() const {
     for (int round = 0; round < 4; ++round) {
         static WPARAM number;
         ++number;
-        // Again and again: one that arrives as a box is answered may be lost.
-        EXPECT_TRUE(::Await([&] {
+        // Posted repeatedly, because a message that arrives while a box is answered may be lost.
+        ::Await("the dialog's thread", [&] {
             return counted == number || !IsWindow(m_dialog) || !PostMessageW(servant, kCount, number, 0);
-        }));
+        });
     }
-}
-
-void Driver::End() const {
-    (void)EndDialog(m_dialog, 0);
 }
 
 Text TextOf(HWND window) {
@@ -174,14 +166,27 @@ INT_PTR RunDriven(const Text& title, const std::function<INT_PTR()>& dialog,
                   const std::function<void(const Driver&)>& person) {
     const DWORD process = GetCurrentProcessId();
     servant = MakeServant();
+    std::atomic<bool> ended = false;
     std::jthread driving([&] {
-        const Driver driver(process, title);
-        person(driver);
-        if (driver.HasEnded()) return;
-        ADD_FAILURE() << "the dialog is still open";
-        driver.End();
+        try {
+            const Driver driver(process, title);
+            person(driver);
+            if (driver.HasEnded()) return;
+            ADD_FAILURE() << "the dialog is still open";
+        } catch (const std::exception& failure) {
+            ADD_FAILURE() << failure.what();
+        }
+        // The dialog may wait for others that it has opened.
+        const auto endAll = [&] {
+            if (const HWND open = FindDialog(process, nullptr)) (void)EndDialog(open, 0);
+            return ended.load();
+        };
+        if (HoldsWithin(kPatience, endAll)) return;
+        std::fputs("the dialog can't be ended\n", stderr);
+        std::_Exit(1);
     });
     const INT_PTR result = dialog();
+    ended = true;
     driving.join();
     (void)DestroyWindow(servant);
     return result;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 #include <map>
+#include <stdexcept>
 
 #include "harness/target.h"
 
@@ -13,6 +14,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr DWORD kPatience = 60000;
+constexpr DWORD kAwaitPatience = 10000;
 constexpr DWORD kInUsePatience = 5000;
 constexpr DWORD kPollPause = 5;
 constexpr WCHAR kSessionManager[] = TEXT("SYSTEM\\CurrentControlSet\\Control\\Session Manager");
@@ -106,6 +108,16 @@ void ExpectAllAnswered() {
 
 }  // namespace
 
+bool HoldsWithin(DWORD milliseconds, const std::function<bool()>& condition) {
+    for (const DWORD start = GetTickCount(); !condition(); Sleep(kPollPause))
+        if (GetTickCount() - start > milliseconds) return false;
+    return true;
+}
+
+void Await(const std::string& what, const std::function<bool()>& condition) {
+    if (!HoldsWithin(kAwaitPatience, condition)) throw std::runtime_error("waited in vain for " + what);
+}
+
 ScratchTest::ScratchTest() {
     (void)SetCurrentDirectoryW(TEXT("C:\\"));
     EndStartedPrograms();
@@ -169,13 +181,14 @@ void DeleteTree(const Text& path) {
     if (isFolder)
         ForEachEntry(path, TEXT("*"), [&](const Text& name, bool) { DeleteTree(path + TEXT("\\") + name); });
     // A program's file is in use for a moment longer than the program.
-    const DWORD start = GetTickCount();
-    while (!(isFolder ? RemoveDirectoryW(path.c_str()) : DeleteFileW(path.c_str()))) {
-        const DWORD error = GetLastError();
-        ASSERT_LT(GetTickCount() - start, kInUsePatience)
-            << "can't be deleted, error " << error << ": " << ::testing::PrintToString(path);
-        Sleep(kPollPause);
-    }
+    DWORD error = 0;
+    const auto gone = [&] {
+        const BOOL deleted = isFolder ? RemoveDirectoryW(path.c_str()) : DeleteFileW(path.c_str());
+        error = GetLastError();
+        return deleted != 0;
+    };
+    EXPECT_TRUE(HoldsWithin(kInUsePatience, gone))
+        << "can't be deleted, error " << error << ": " << ::testing::PrintToString(path);
 }
 
 std::vector<Text> Tree(const Text& folder) {
@@ -329,11 +342,9 @@ DWORD RunProgram(const Text& commandLine, const Text& folder, const std::functio
             return std::find(before.begin(), before.end(), id) == before.end();
         });
     };
-    for (const DWORD start = GetTickCount(); running(); Sleep(kPollPause)) {
-        if (GetTickCount() - start < kPatience) continue;
+    if (!HoldsWithin(kPatience, [&] { return !running(); })) {
         ADD_FAILURE() << "still running: " << ::testing::PrintToString(commandLine);
         EndStartedPrograms();
-        break;
     }
     return exitCode.value_or(STILL_ACTIVE);
 }

@@ -1,5 +1,5 @@
-// A machine to act on, the same for both targets: under Windows the running system (a Wine prefix), on the
-// host an embedded machine of the test program's own.
+// The machine that tests act on, with the same functions on both targets. Under Windows it is the running system (a
+// Wine prefix), on the host an embedded machine that belongs to the test program.
 #pragma once
 
 #include <framework.h>
@@ -16,8 +16,19 @@ using Text = std::basic_string<WCHAR>;
 inline Text Wide(const std::string& ascii) {
     return {ascii.begin(), ascii.end()};
 }
-// The same as the bytes of a file.
+// The text as the bytes of a file.
 std::string Utf16(const std::string& ascii);
+
+// A failed comparison shows the text.
+inline void PrintTo(const CString& text, std::ostream* stream) {
+    *stream << ::testing::PrintToString(text.Text());
+}
+
+// Polls a condition. False when it doesn't hold within that time.
+bool HoldsWithin(DWORD milliseconds, const std::function<bool()>& condition);
+// Waits until the condition holds, for ten seconds at most: then the test ends with a failure that says what
+// it waited for (an exception).
+void Await(const std::string& what, const std::function<bool()>& condition);
 
 // Where a test keeps its files.
 inline const Text kScratch = TEXT("C:\\Scratch");
@@ -38,8 +49,7 @@ void MakeFile(const Text& path, const std::string& bytes = "content");  // makes
 std::optional<std::string> FileBytes(const Text& path);                 // none when it can't be read
 bool Exists(const Text& path);
 void MakeFolder(const Text& path);  // with missing parents
-// Deletes a folder with all below it, whatever its attributes, or a file. A failure of the test when
-// something stays.
+// Deletes a file, or a folder with all below it, whatever the attributes. The test fails when something stays.
 void DeleteTree(const Text& path);
 // Every file and folder below, sorted, relative to the folder; folders end in a backslash.
 std::vector<Text> Tree(const Text& folder = kScratch);
@@ -50,7 +60,7 @@ void ImportFolder(const std::string& buildPath, const Text& target);
 // Overwrites the four numbers of the version block in a program file.
 void SetFileVersion(const Text& path, unsigned major, unsigned minor, unsigned release, unsigned build);
 
-// ---- what the running system does otherwise than Windows; false but under Wine ----
+// ---- what the running system does differently from Windows; always false except under Wine ----
 enum class Deviation {
     OverwritesReadOnly,      // opening or copying over a read-only file succeeds (Wine as root)
     SearchesByOtherRules,    // "?" at the end, "<", and a quote find fewer names
@@ -63,7 +73,7 @@ bool Deviates(Deviation deviation);
 std::string Expected(const std::string& fact, const std::string& windows);
 
 // ---- registry ----
-// Deletes a key with all below it; a missing key is none of its business.
+// Deletes a key with all below it. A missing key is no failure.
 void DeleteKeyTree(HKEY parent, const Text& key);
 
 // ---- boot-time marks, in order: source, and target or empty for a delete; "!" before a target that may be
@@ -74,12 +84,12 @@ std::vector<Mark> BootMarks();
 void RestartMachine();
 
 // ---- programs ----
-// Runs a program, waits for it and all that it started, and gives its own exit code; after a minute that is a
-// failure of the test. `meanwhile` is called with the program's id before the wait.
+// Runs a program, waits for it and all that it started, and returns its exit code. The test fails after a minute.
+// `meanwhile` is called with the program's id before the wait.
 DWORD RunProgram(const Text& commandLine, const Text& folder = kScratch,
                  const std::function<void(DWORD)>& meanwhile = {});
 
-// A program that runs beside the test; it is ended with the object.
+// A program that runs beside the test. The destructor ends it.
 class RunningProgram {
   public:
     explicit RunningProgram(const Text& commandLine, const Text& folder = kScratch);
@@ -88,7 +98,7 @@ class RunningProgram {
     RunningProgram& operator=(RunningProgram&&) = delete;
     DWORD Id() const { return m_process.dwProcessId; }
     bool Runs() const;
-    // Waits for its end; none, with a failure of the test, when that doesn't come.
+    // Waits for its end. None, and the test fails, when it doesn't end within a minute.
     std::optional<DWORD> ExitCode() const;
 
   private:
@@ -97,7 +107,7 @@ class RunningProgram {
 
 // ---- a file in use ----
 enum class Hold {
-    NoDelete,  // open for reading and shared for reading alone: neither deleted, renamed nor written
+    NoDelete,  // open for reading and shared for reading only: it can't be deleted, renamed or written
     Running,   // a program that runs from it: renamed, but not deleted. The file at the path becomes a small
                // program.
 };
@@ -116,10 +126,10 @@ class HeldFile {
 // ---- code in a process of its own ----
 // Code that ends its process runs in a process of its own: CHILD_PROGRAM(Name) { ...; return exitCode; }
 // stands beside the tests, and RunChild copies the test program to `program` and runs it with the arguments.
-// There it runs the named body instead of tests, and so does every program that it copies itself to.
+// There it runs the named body instead of tests. Copies that the child makes of itself do the same.
 DWORD RunChild(const char* name, const Text& program = kScratch + TEXT("\\child.exe"),
                const Text& arguments = {});
-// The same beside the test.
+// Runs the child beside the test.
 RunningProgram StartChild(const char* name, const Text& arguments = {});
 bool AddChildProgram(const char* name, int (*body)());
 #define CHILD_PROGRAM(name)                                       \
@@ -127,10 +137,10 @@ bool AddChildProgram(const char* name, int (*body)());
     static const bool name##Added = AddChildProgram(#name, name); \
     static int name()
 
-// Message boxes shown by this process and by programs it runs, answered with the button ids given, in order.
-// A box without an answer left, or without the button, is a failure of the test, and so is an answer that no
-// box took; a box outside any such scope is one too. One scope at a time.
-// The "answer" kLeftOpen leaves the box to the test, which drives it as any dialog.
+// Answers the message boxes of this process and of programs that it runs, with these button ids in order. The test
+// fails when a box has no answer left or not that button, when an answer is left over, and when a box comes while no
+// such object exists. There is one at a time.
+// The answer kLeftOpen leaves the box open, and the test drives it like any dialog.
 inline constexpr int kLeftOpen = 0;
 struct ShownBox {
     Text caption;

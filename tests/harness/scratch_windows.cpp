@@ -128,7 +128,7 @@ void CarryOutMarks() {
 }
 
 void HoldAccessTimes(const Text& folder) {
-    // The file system leaves a time alone that lies ahead of the last change.
+    // The file system doesn't update a time that is later than the last change.
     constexpr DWORD kTenDays = 2011;  // times 2^32 units of 100 nanoseconds
     constexpr std::size_t cchDrive = 3;
     FILETIME ahead;

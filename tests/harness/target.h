@@ -1,4 +1,4 @@
-// What differs between the targets behind scratch.h.
+// The functions of scratch.h that each target has its own version of.
 #pragma once
 
 #include <filesystem>
@@ -19,12 +19,12 @@ std::filesystem::path MachinePath(const Text& path);
 
 // Carries the boot-time marks out.
 void CarryOutMarks();
-// Wine's folder browser takes a folder for another one once it was read again, by its time of access. From
-// here on reading changes that of the folder and of those above it no more.
+// Wine's folder browser takes a folder for another one when its time of access has changed. After this call
+// reading no longer changes the time of the folder and of those above it.
 void HoldAccessTimes(const Text& folder);
 
-// From now on message boxes of this process and of those it started take these buttons, in order. Without one
-// left, or when it lacks the button, a box takes its safest one and counts as unanswered too.
+// From now on message boxes of this process and of those it started take these buttons, in order. A box without a
+// button left, or without that button, takes its safest one and counts as unanswered too.
 struct Boxes {
     std::vector<ShownBox> shown;
     std::vector<ShownBox> unanswered;
@@ -32,5 +32,5 @@ struct Boxes {
 void StartBoxes(std::vector<int> buttons);
 Boxes BoxesSoFar();
 
-// Runs the tests, or in a child the named body; both targets' entries end here.
+// Runs the tests, or the named body in a child. The entries of both targets call this.
 int RunTestsOrChild();

@@ -4,8 +4,6 @@
 
 namespace {
 
-constexpr DWORD kPause = 5;
-
 HWND MakeWindow(LPCWSTR title, DWORD style, DWORD exStyle, HWND owner) {
     static const bool registered = [] {
         WNDCLASSEXW frame = {};
@@ -66,7 +64,7 @@ std::vector<Received> Frame::Take() {
 }
 
 CHILD_PROGRAM(NeighbourProgram) {
-    // The title is what others find it by: it comes when the window stands as it will.
+    // Others find the window by its title, so the title is set last.
     const HWND own = MakeWindow(TEXT(""), WS_OVERLAPPEDWINDOW | WS_VISIBLE | WS_MINIMIZE, 0, nullptr);
     if (!own || !SetWindowTextW(own, TEXT("Qantivo - neighbour"))) return 3;
     MSG message = {};
@@ -79,7 +77,7 @@ CHILD_PROGRAM(NeighbourProgram) {
 
 HWND AwaitWindow(const RunningProgram& neighbour) {
     HWND window = nullptr;
-    while (neighbour.Runs() && !(window = COXInstanceManager::FindInstanceWindow(neighbour.Id())))
-        Sleep(kPause);
+    Await("the neighbour's window",
+          [&] { return (window = COXInstanceManager::FindInstanceWindow(neighbour.Id())) != nullptr; });
     return window;
 }

@@ -10,7 +10,7 @@ constexpr int kRounds = 1000;
 
 class InstanceProcesses : public ScratchTest {};
 
-// The holder is there, and this process once, whenever it looks.
+// Whenever this process looks, the list holds the holder, and this process once.
 CHILD_PROGRAM(EntersAndLeaves) {
     for (int round = 0; round < kRounds; ++round) {
         COXInstanceManager manager(kListName, 1024, true);
@@ -52,18 +52,17 @@ CHILD_PROGRAM(ComesFirst) {
     return Listed(manager) == Ids{GetCurrentProcessId()} ? 0 : 1;
 }
 
-// Making the mapping and writing the list are two steps. A process that enters itself between them is wiped
-// out by the first one, and neither learns of it.
+// A process makes the mapping first and writes the list then. If another process enters itself in between, its
+// entry is lost, and neither of them learns of it.
 TEST_F(InstanceProcesses, EntryMadeBeforeTheListIsWrittenIsLost) {
     CMutex mutex(FALSE, kListMutex);
     CSingleLock lock(&mutex, true);
     const RunningProgram first = StartChild("ComesFirst");  // makes the mapping, and waits for the mutex
-    while (first.Runs() && !RawList())
-        Sleep(1);
+    Await("the mapping", [] { return static_cast<bool>(RawList()); });
     COXInstanceManager second(kListName, 1024, true);
     EXPECT_EQ(Listed(second), Ids{GetCurrentProcessId()});
     EXPECT_TRUE(lock.Unlock());
-    EXPECT_EQ(first.ExitCode(), 0u) << "it finds itself alone in the list";
+    EXPECT_EQ(first.ExitCode(), 0u) << "it finds only itself in the list";
     EXPECT_EQ(Listed(second), Ids{});
 }
 

@@ -5,7 +5,7 @@ namespace {
 
 class Keyboard : public WizardTest {};
 
-// Focuses a control of the page or the frame, as a key does.
+// Moves the focus to a control of the page or the frame, as a key does.
 void FocusOn(const Driver& wizard, int control) {
     const HWND inPage = control > IDC_BACK ? wizard.PageControl(control) : nullptr;
     const HWND window = inPage ? inPage : wizard.Control(control);
@@ -13,7 +13,7 @@ void FocusOn(const Driver& wizard, int control) {
     EXPECT_EQ(wizard.Focus(), control);
 }
 
-// Tab goes around from Next, where each page starts, but the agreement's: there the focus is where it was.
+// Each page starts with the focus on Next, and Tab goes around from there.
 TEST_F(Keyboard, TabGoesAroundThroughPageAndFrame) {
     const std::vector<int> rounds[] = {{IDOK, IDCANCEL},
                                        {IDOK, IDCANCEL, IDC_AGREEMENT, IDC_BACK},
@@ -89,10 +89,11 @@ TEST_F(Keyboard, EnterEscapeAndAccessKeysAreThoseOfTheFrame) {
         if (row.result == Browses) {
             const Driver browser(GetCurrentProcessId(), TEXT("Browse For Folder"));
             browser.Press(IDCANCEL);
-            wizard.Await([&] { return IsWindowEnabled(wizard.Window()) != 0; });
+            wizard.Await("the browser's end", [&] { return IsWindowEnabled(wizard.Window()) != 0; });
         }
         if (row.result == Asks)
-            wizard.Await([&] { return answers.Shown().size() == 1 && IsWindowEnabled(wizard.Window()); });
+            wizard.Await("the question",
+                         [&] { return answers.Shown().size() == 1 && IsWindowEnabled(wizard.Window()); });
         EXPECT_EQ(StepOn(wizard), row.step + (row.result == Next) - (row.result == Back));
         if (row.result == Back && row.step != 2) {
             EXPECT_EQ(wizard.Focus(), IDOK);

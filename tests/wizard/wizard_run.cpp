@@ -10,11 +10,12 @@ const Text kTitle = TEXT("Qantivo Setup");
 
 void ExpectShown(const BoxAnswers& answers, const std::vector<Text>& messages) {
     const std::vector<ShownBox> shown = answers.Shown();
-    ASSERT_EQ(shown.size(), messages.size());
-    for (std::size_t i = 0; i < shown.size(); ++i) {
-        EXPECT_EQ(shown[i].text, messages[i]);
-        EXPECT_EQ(shown[i].caption, kProductName);
+    std::vector<Text> texts;
+    for (const ShownBox& box : shown) {
+        texts.push_back(box.text);
+        EXPECT_EQ(box.caption, kProductName);
     }
+    EXPECT_EQ(texts, messages);
 }
 
 }  // namespace
@@ -33,11 +34,14 @@ INT_PTR WizardTest::Run(const Person& person, int step) {
     theApp.m_pMainWnd = &wizard;
     const INT_PTR result = RunDriven(
         kTitle, [&] { return wizard.DoModal(); }, person);
-    // The program's message loop, which a main window's end must end.
+    // The end of the main window must end the program's message loop.
     EXPECT_EQ(theApp.m_pMainWnd, nullptr);
-    MSG message = {};
-    while (GetMessageW(&message, nullptr, 0, 0) > 0) {
-    }
+    Await("the end of the message loop", [] {
+        MSG message = {};
+        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) && message.message != WM_QUIT) {
+        }
+        return message.message == WM_QUIT;
+    });
     return result;
 }
 
@@ -62,9 +66,10 @@ void WizardTest::Browse(const Driver& wizard, const std::optional<Text>& folder,
     const BoxAnswers answers(std::vector<int>(messages.size(), IDOK));
     HoldAccessTimes(folder.value_or(TEXT("")).empty() ? kScratch : *folder);
     wizard.Browse(wizard.PageControl(IDC_BROWSE), folder);
-    // A message comes behind the browser, and the frame is disabled as long as it is there.
-    wizard.Await(
-        [&] { return answers.Shown().size() >= messages.size() && IsWindowEnabled(wizard.Window()); });
+    // A message comes after the browser, and disables the frame as long as it is open.
+    wizard.Await("messages after the browser", [&] {
+        return answers.Shown().size() >= messages.size() && IsWindowEnabled(wizard.Window());
+    });
     ExpectShown(answers, messages);
 }
 

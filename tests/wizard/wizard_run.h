@@ -1,4 +1,4 @@
-// The wizard on a machine of the test's own, run by this program and driven by a person's hand.
+// Runs the wizard in this program, and drives it as a person does.
 #pragma once
 
 #include "app/setup_state.h"
@@ -14,15 +14,15 @@ class WizardTest : public ScratchTest {
   protected:
     WizardTest();
     using Person = std::function<void(const Driver& wizard)>;
-    // Runs the wizard behind `step` and gives what it gives.
+    // Runs the wizard from the step after `step` on, and returns its result.
     static INT_PTR Run(const Person& person, int step = -1);
-    // Runs it to the page of a step from its first one, lets the person act there, and cancels the wizard.
+    // Goes from the first page to the page of `step`, lets the person act there, and cancels the wizard.
     static void RunAt(int step, const Person& person);
 
-    // Presses a button, and expects these messages of the program, all answered with `button`.
+    // Presses a button, expects these messages of the program, and answers all of them with `button`.
     static void Press(const Driver& wizard, int control, const std::vector<Text>& messages,
                       int button = IDOK);
-    // The same for a button that opens the folder browser, and the folder chosen there.
+    // Presses the button that opens the folder browser, chooses the folder there, and expects these messages.
     static void Browse(const Driver& wizard, const std::optional<Text>& folder,
                        const std::vector<Text>& messages = {});
     static void Cancel(const Driver& wizard);
