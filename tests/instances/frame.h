@@ -1,4 +1,4 @@
-// A window of the test's own, and the list's memory as another process sees it that knows only the layout.
+// A window of the test, and the memory of the list as a process sees it that knows only the layout.
 #pragma once
 
 #include "instances/instance_manager.h"
@@ -7,7 +7,10 @@
 inline constexpr WCHAR kListName[] = TEXT("Qantivo.Tests.List");
 inline constexpr WCHAR kListMapping[] = TEXT("Local\\COXInstanceManager_FileMap_Qantivo.Tests.List");
 inline constexpr WCHAR kListMutex[] = TEXT("Local\\COXInstanceManager_InstanceList_Mutex_Qantivo.Tests.List");
+inline constexpr WCHAR kAdditionalMutex[] =
+    TEXT("Local\\COXInstanceManager_Additional_Mutex_Qantivo.Tests.List");
 inline constexpr DWORD kFull = 1000;
+inline constexpr DWORD kNobody = 0x70000000;  // no process has this id or a higher one
 
 using Ids = std::vector<DWORD>;
 Ids Listed(COXInstanceManager& manager);
@@ -26,7 +29,7 @@ class RawList {
     RawList& operator=(const RawList&) = delete;
     explicit operator bool() const { return m_words; }
     DWORD& operator[](std::size_t index) { return m_words[index]; }
-    // Fills all slots and the words behind them.
+    // Fills all slots and the words after them, up to the additional data.
     void Fill(DWORD word);
 
   private:
@@ -41,7 +44,7 @@ struct Received {
     bool operator==(const Received&) const = default;
 };
 
-// A top-level window of this process. Asked to close, it stays.
+// A top-level window of this process. It doesn't close when it is asked to.
 class Frame {
   public:
     explicit Frame(LPCWSTR title, DWORD style = WS_OVERLAPPEDWINDOW, DWORD exStyle = 0, HWND owner = nullptr);
@@ -49,7 +52,7 @@ class Frame {
     Frame(const Frame&) = delete;
     Frame& operator=(const Frame&) = delete;
     HWND window() const { return m_window; }
-    // What the list's operations have posted to it since the last time.
+    // Returns what the list's operations have posted to the window since the last call.
     std::vector<Received> Take();
 
   private:
@@ -57,5 +60,5 @@ class Frame {
 };
 
 // NeighbourProgram, as a child, shows a minimized window that others take for the product's. It ends with 1
-// when it is asked to close by a WM_CLOSE without parameters. This waits for the window.
+// when a WM_CLOSE without parameters asks it to close. AwaitWindow waits for the window.
 HWND AwaitWindow(const RunningProgram& neighbour);

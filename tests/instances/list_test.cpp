@@ -1,44 +1,42 @@
-// The list in its memory, as a process sees it that knows only the layout.
+// The memory of the list, as a process sees it that knows only the layout.
 #include "instances/frame.h"
 
 #include <numeric>
+#include <thread>
 
 namespace {
 
 constexpr DWORD kStale = 0xEEEEEEEE;
-constexpr DWORD kNobody = 0x70000000;  // from here on no process has its id
-
 class InstanceList : public ScratchTest {};
 
-// Whether the memory holds the count, the slots with `behind` after them, and the empty region.
-bool Holds(DWORD count, const Ids& slots, DWORD behind) {
+// Whether the memory holds the count, the slots, the word `after` in all later slots, and an empty region.
+bool Holds(DWORD count, const Ids& slots, DWORD after) {
     RawList raw;
     Ids words(RawList::kWords);
     words[0] = 1;
     words[1] = count;
     std::fill(std::copy(slots.begin(), slots.end(), words.begin() + RawList::kFirstId),
-              words.begin() + RawList::kAdditional, behind);
+              words.begin() + RawList::kAdditional, after);
     return std::equal(words.begin(), words.end(), &raw[0]);
 }
 
 TEST_F(InstanceList, EntriesKeepTheirOrder) {
     static const struct {
-        const char* name;
         Ids added;
         DWORD removed;
-        int result;
+        int result = 1;
         Ids listed;
         Ids slots;  // one more than were added
     } kRows[] = {
-        {"the middle one", {11, 12, 13}, 12, 1, {11, 13}, {11, 13, 13, 0}},
-        {"the last", {11, 12, 13}, 13, 1, {11, 12}, {11, 12, 13, 0}},
-        {"one that is there twice", {11, 12, 11}, 11, 1, {12, 11}, {12, 11, 11, 0}},
-        {"one that isn't there", {11, 12}, 13, 0, {11, 12}, {11, 12, kStale}},
-        {"a stale word", {}, kStale, 0, {}, {kStale}},
-        {"odd ids", {0, 0xFFFFFFFF}, 0, 1, {0xFFFFFFFF}, {0xFFFFFFFF, 0xFFFFFFFF, 0}},
+        {.added = {11, 12, 13}, .removed = 12, .listed = {11, 13}, .slots = {11, 13, 13, 0}},
+        {.added = {11, 12, 13}, .removed = 13, .listed = {11, 12}, .slots = {11, 12, 13, 0}},
+        {.added = {11, 12, 11}, .removed = 11, .listed = {12, 11}, .slots = {12, 11, 11, 0}},
+        {.added = {11, 12}, .removed = 13, .result = 0, .listed = {11, 12}, .slots = {11, 12, kStale}},
+        {.added = {}, .removed = kStale, .result = 0, .listed = {}, .slots = {kStale}},
+        {.added = {0, ~0u}, .removed = 0, .listed = {~0u}, .slots = {~0u, ~0u, 0}},
     };
     for (const auto& row : kRows) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(&row - kRows);
         COXInstanceManager manager(kListName, 1024, false);
         EXPECT_TRUE(Holds(0, {}, 0));
         RawList raw;
@@ -66,14 +64,14 @@ TEST_F(InstanceList, TakesAThousand) {
 
     EXPECT_EQ(manager.RemoveInstance(kNobody), 1);
     ids.erase(ids.begin());
-    // The 0 goes into the slot behind the last one.
+    // The 0 goes into the slot after the last one.
     ids.insert(ids.end(), {ids.back(), 0});
     EXPECT_TRUE(Holds(kFull - 1, ids, kStale));
     EXPECT_EQ(manager.AddInstance(4), 1);
     EXPECT_EQ(manager.AddInstance(4), 0);
 }
 
-// The count is whatever another process wrote there.
+// Another process may have written any count.
 TEST_F(InstanceList, LooksAtNoMoreThanItCanHold) {
     static constexpr DWORD kCounts[] = {kFull + 1, 16382, 16383, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF};
     for (const DWORD count : kCounts) {
@@ -94,7 +92,7 @@ TEST_F(InstanceList, LooksAtNoMoreThanItCanHold) {
     }
 }
 
-// Without a mapping, or with one that is too small for a view, there is no list; nothing else fails.
+// There is no list without a mapping or when the mapping is too small for a view. Nothing else fails then.
 TEST_F(InstanceList, DoesNothingWhereItCantBeOpened) {
     const KernelHandle small(CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE | SEC_COMMIT, 0,
                                                 4096, kListMapping));
@@ -110,6 +108,26 @@ TEST_F(InstanceList, DoesNothingWhereItCantBeOpened) {
         EXPECT_FALSE(manager.IsOverLimit(true));
         EXPECT_EQ(manager.MapAdditionalData(), nullptr);
     }
+}
+
+// The additional data begin after the list, and have their own mutex.
+TEST_F(InstanceList, KeepsAdditionalDataBesideIt) {
+    COXInstanceManager manager(kListName, 1024, false);
+    RawList raw;
+    DWORD* const data = static_cast<DWORD*>(manager.MapAdditionalData());
+    ASSERT_TRUE(data);
+    EXPECT_EQ(manager.MapAdditionalData(), data);
+    data[0] = kStale;
+    EXPECT_EQ(raw[RawList::kAdditional], kStale);
+    CSingleLock lock(&manager.GetAdditionalMutex(), true);
+    std::jthread([] {
+        CMutex list(FALSE, kListMutex), own(FALSE, kAdditionalMutex);
+        EXPECT_TRUE(CSingleLock(&list).Lock(0));
+        EXPECT_FALSE(CSingleLock(&own).Lock(0));
+    });
+    manager.UnmapAdditionalData();
+    EXPECT_FALSE(UnmapViewOfFile(data)) << "the view is gone";
+    EXPECT_TRUE(manager.MapAdditionalData());
 }
 
 TEST_F(InstanceList, RoundsSizesAsTheApplicationDoes) {

@@ -1,4 +1,4 @@
-// How a listed process is found by its window, told, and asked to close.
+// How the list finds the window of a process, tells it of others, and asks it to close.
 #include "instances/frame.h"
 
 namespace {
@@ -8,17 +8,16 @@ class InstanceWindows : public ScratchTest {};
 TEST_F(InstanceWindows, MainWindowIsFoundByItsTitleAndKind) {
     static const struct {
         Text title;
-        DWORD style, exStyle;
-        bool owned;
-        bool found;
+        DWORD style = WS_OVERLAPPED, exStyle = 0;
+        bool owned = false, found = false;
     } kRows[] = {
-        {TEXT("QantivoX"), WS_POPUP, 0, false, true},
-        {TEXT("Qantivo Setup"), WS_OVERLAPPED | WS_DISABLED, 0, false, true},
-        {TEXT("Qantivo ") + Text(900, TEXT('x')), WS_OVERLAPPED, 0, false, true},
-        {TEXT("qantivo"), WS_OVERLAPPED, 0, false, false},
-        {TEXT("Qantiv"), WS_OVERLAPPED, 0, false, false},
-        {TEXT("Qantivo"), WS_OVERLAPPED, WS_EX_TOOLWINDOW, false, false},
-        {TEXT("Qantivo"), WS_POPUP, 0, true, false},
+        {.title = TEXT("QantivoX"), .style = WS_POPUP, .found = true},
+        {.title = TEXT("Qantivo Setup"), .style = WS_DISABLED, .found = true},
+        {.title = TEXT("Qantivo ") + Text(900, TEXT('x')), .found = true},
+        {.title = TEXT("qantivo")},
+        {.title = TEXT("Qantiv")},
+        {.title = TEXT("Qantivo"), .exStyle = WS_EX_TOOLWINDOW},
+        {.title = TEXT("Qantivo"), .style = WS_POPUP, .owned = true},
     };
     const DWORD own = GetCurrentProcessId();
     const Frame older(TEXT("An owner"));
@@ -39,8 +38,8 @@ TEST_F(InstanceWindows, ListedProcessesAreToldWhoComesAndGoes) {
     const DWORD own = GetCurrentProcessId();
     Frame frame(TEXT("Qantivo - test"));
     COXInstanceManager manager(kListName, 1024, true);
-    EXPECT_TRUE(frame.Take().empty()) << "nobody hears of himself";
-    // A process that has died, and one without a window, don't keep the others from being told.
+    EXPECT_TRUE(frame.Take().empty()) << "no process is told of itself";
+    // The others are told even if a listed process has died or has no window.
     EXPECT_EQ(manager.AddInstance(0xFFFFFFF0), 1);
     EXPECT_EQ(manager.AddInstance(own), 1);
     EXPECT_EQ(manager.RemoveInstance(0xFFFFFFF0), 1);
@@ -62,17 +61,27 @@ TEST_F(InstanceWindows, LimitBringsTheEarlierForwardAndClosesTheYoungestFirst) {
     for (const bool over : {false, true}) {
         EXPECT_TRUE(SetForegroundWindow(own.window()));
         EXPECT_EQ(manager.SetMaxInstances(over ? 2 : 3, false), 1);
+        EXPECT_EQ(manager.GetMaxInstances(), over ? 2u : 3u);
+        EXPECT_EQ(manager.IsOverLimit(false), over);
+        EXPECT_EQ(GetForegroundWindow(), own.window());
         EXPECT_EQ(manager.IsOverLimit(true), over);
         EXPECT_EQ(GetForegroundWindow() == earlier, over);
         EXPECT_EQ((GetWindowLongW(earlier, GWL_STYLE) & WS_MINIMIZE) == 0, over);
     }
+    // This process is no longer the oldest, and a process without a window is the youngest.
+    EXPECT_EQ(manager.RemoveInstance(GetCurrentProcessId()), 1);
+    for (const DWORD id : {GetCurrentProcessId(), kNobody})
+        EXPECT_EQ(manager.AddInstance(id), 1);
+    EXPECT_TRUE(SetForegroundWindow(own.window()));
+    EXPECT_TRUE(manager.IsOverLimit(true));
+    EXPECT_EQ(GetForegroundWindow(), earlier);
     (void)own.Take();
     EXPECT_EQ(manager.SetMaxInstances(0xFFFFFFFF, true), 1);
-    EXPECT_EQ(manager.SetMaxInstances(2, true), 1);
+    EXPECT_EQ(manager.SetMaxInstances(3, true), 1);
     EXPECT_EQ(second.ExitCode(), 1u);
     EXPECT_TRUE(first.Runs());
     EXPECT_EQ(manager.RemoveInstance(second.Id()), 1);
-    EXPECT_EQ(manager.SetMaxInstances(1, true), 1);
+    EXPECT_EQ(manager.SetMaxInstances(2, true), 1);
     EXPECT_EQ(first.ExitCode(), 1u);
     EXPECT_EQ(own.Take(),
               (std::vector<Received>{{WM_INSTANCE_REMOVED, 0, static_cast<LPARAM>(second.Id())}}));

@@ -35,6 +35,7 @@ TEST_F(Registry, WritersMakeMissingLevelsAndStoreTheTerminator) {
     EXPECT_EQ(GetValue(HKEY_CURRENT_USER, kKey, TEXT("Name")), Sz(TEXT("")));
     EXPECT_EQ(GetValue(HKEY_CURRENT_USER, kKey, TEXT("Number")), Number(0x80000001));
     EXPECT_EQ(SetRegString(nullptr, kKey.c_str(), TEXT("Name"), TEXT("x")), 0);
+    EXPECT_EQ(SetRegString(HKEY_CURRENT_USER, kKey.c_str(), Text(20000, 'n').c_str(), TEXT("x")), 0);
 }
 
 }  // namespace

@@ -1,4 +1,6 @@
-// What stands in for the shell when it gives no folder.
+// Where a shell folder lies: the shell says so and makes it. When the shell fails, the registry says so.
+#include <shlobj.h>
+
 #include "harness/registry_values.h"
 #include "harness/scratch.h"
 #include "support/shell_folders.h"
@@ -17,18 +19,29 @@ TEST_F(ShellFolders, ComeFromTheirRegistryValuesWhenTheShellFails) {
         HKEY hive;
         LPCWSTR value;
     } rows[] = {
-        {0, HKEY_CURRENT_USER, TEXT("Desktop")},  {23, HKEY_LOCAL_MACHINE, TEXT("Common Programs")},
-        {26, HKEY_CURRENT_USER, TEXT("AppData")}, {54, HKEY_LOCAL_MACHINE, TEXT("CommonPictures")},
-        {6, HKEY_CURRENT_USER, nullptr},
+        {0, HKEY_CURRENT_USER, TEXT("Desktop")},          {2, HKEY_CURRENT_USER, TEXT("Programs")},
+        {5, HKEY_CURRENT_USER, TEXT("Personal")},         {6, HKEY_CURRENT_USER, nullptr},
+        {7, HKEY_CURRENT_USER, TEXT("Startup")},          {23, HKEY_LOCAL_MACHINE, TEXT("Common Programs")},
+        {24, HKEY_LOCAL_MACHINE, TEXT("Common Startup")}, {25, HKEY_LOCAL_MACHINE, TEXT("Common Desktop")},
+        {26, HKEY_CURRENT_USER, TEXT("AppData")},         {35, HKEY_LOCAL_MACHINE, TEXT("Common AppData")},
+        {39, HKEY_CURRENT_USER, TEXT("MyPictures")},      {46, HKEY_LOCAL_MACHINE, TEXT("Common Documents")},
+        {54, HKEY_LOCAL_MACHINE, TEXT("CommonPictures")},
     };
     const Text key = TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders");
-    for (const auto& row : rows)
-        PutValue(row.hive, key, row.value, Sz(TEXT("X:\\") + Text(1, static_cast<WCHAR>('a' + row.folder))));
-    winhost::SetFaults({{.call = "SHGetFolderPathW", .nth = 0, .error = 0, .kill = false}});
-    for (const auto& row : rows)
-        EXPECT_EQ(GetShellFolder(row.folder).Text(),
-                  TEXT("X:\\") + Text(1, static_cast<WCHAR>('a' + row.folder)))
-            << row.folder;
+    const auto path = [](int folder) { return TEXT("X:\\") + Wide(std::to_string(folder)); };
+    winhost::SetFaults({{.call = "SHGetFolderPathW"}});
+    for (const auto& row : rows) {
+        PutValue(row.hive, key, row.value, Sz(path(row.folder)));
+        EXPECT_EQ(GetShellFolder(row.folder).Text(), path(row.folder));
+    }
+}
+
+TEST_F(ShellFolders, AreMadeWhereTheUserHasThem) {
+    const Text key = TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders");
+    const Text moved = kScratch + TEXT("\\moved");
+    PutValue(HKEY_CURRENT_USER, key, TEXT("My Pictures"), Sz(moved));
+    EXPECT_EQ(GetShellFolder(CSIDL_MYPICTURES).Text(), moved);
+    EXPECT_TRUE(Exists(moved));
 }
 
 }  // namespace
