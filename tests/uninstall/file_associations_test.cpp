@@ -21,8 +21,8 @@ class FileAssociations : public ScratchTest {
     }
 };
 
-// From Windows Vista on: the user's choice goes when it is the product's application, the note of a former
-// one always.
+// From Windows Vista on, the user's choice is deleted when it is the product's application. The note of a former
+// choice is deleted always.
 TEST_F(FileAssociations, ChoicesOfTheProductAreDropped) {
     const struct {
         LPCWSTR extension, progId;
@@ -46,28 +46,33 @@ TEST_F(FileAssociations, ChoicesOfTheProductAreDropped) {
         EXPECT_EQ(GetValue(HKEY_CURRENT_USER, key, TEXT("QtvAppOld")).has_value(),
                   row.extension == Text(TEXT(".zip")));
     }
-    // Without the user's record the classes are asked for the same.
+    // Without the user's record the classes are searched for the same.
     Clean();
     PutValue(HKEY_CLASSES_ROOT, TEXT(".png\\UserChoice"), TEXT("Progid"), Sz(rows[0].progId));
     RestoreFileAssociations();
     EXPECT_FALSE(HasKey(HKEY_CLASSES_ROOT, TEXT(".png\\UserChoice")));
 }
 
-// Before Windows Vista: the former choice comes back where the product's program is the present one.
+// Before Windows Vista, the former choice comes back where the present choice is the product's program.
 TEST_F(FileAssociations, FormerChoicesComeBack) {
-    const Stored ours = Sz(TEXT("C:\\x\\QtvApp8.exe")), paint = Sz(TEXT("mspaint.exe")), none;
-    // A text over the whole buffer, without a terminator.
+    const Stored ours = Sz(TEXT("C:\\x\\QtvApp8.exe")), paint = Sz(TEXT("mspaint.exe")),
+                 longest = Sz(Text(511, 'p'));
+    // A text that fills the whole buffer, without a terminator.
     const Stored unended = StoredValue{REG_BINARY, std::string(1024, 'A')};
     const struct {
         LPCWSTR extension;
-        Stored present, former, presentAfter, formerAfter;
+        Stored present, former = {}, presentAfter = {}, formerAfter = {};
     } rows[] = {
-        {TEXT(".bmp"), ours, paint, paint, none},
-        {TEXT(".gif"), ours, none, none, none},
-        {TEXT(".jpg"), paint, paint, paint, paint},
-        {TEXT(".cmp"), ours, Sz(Text(511, 'p')), Sz(Text(511, 'p')), none},
-        {TEXT(".tga"), ours, Sz(Text(512, 'p')), none, none},
-        {TEXT(".qvi"), ours, unended, none, none},
+        {.extension = TEXT(".bmp"), .present = ours, .former = paint, .presentAfter = paint},
+        {.extension = TEXT(".gif"), .present = ours},
+        {.extension = TEXT(".jpg"),
+         .present = paint,
+         .former = paint,
+         .presentAfter = paint,
+         .formerAfter = paint},
+        {.extension = TEXT(".cmp"), .present = ours, .former = longest, .presentAfter = longest},
+        {.extension = TEXT(".tga"), .present = ours, .former = Sz(Text(512, 'p'))},
+        {.extension = TEXT(".qvi"), .present = ours, .former = unended},
     };
     g_osVersion.dwMajorVersion = 5;
     for (const auto& row : rows) {
@@ -80,7 +85,7 @@ TEST_F(FileAssociations, FormerChoicesComeBack) {
         EXPECT_EQ(GetValue(HKEY_CURRENT_USER, key, TEXT("Application")), row.presentAfter) << &row - rows;
         EXPECT_EQ(GetValue(HKEY_CURRENT_USER, key, TEXT("QtvAppOld")), row.formerAfter) << &row - rows;
     }
-    // Without the user's record the classes are asked, by their default value.
+    // Without the user's record the default values of the classes count.
     DeleteKeyTree(HKEY_CURRENT_USER, kFileExts);
     PutValue(HKEY_CLASSES_ROOT, TEXT(".qvi"), nullptr, *ours);
     PutValue(HKEY_CLASSES_ROOT, TEXT(".qvi"), TEXT("QtvAppOld"), *paint);

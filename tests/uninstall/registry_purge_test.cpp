@@ -30,7 +30,10 @@ TEST_F(RegistryPurge, TakesTheProductsKeysAndNoOthers) {
         {HKEY_USERS, kUser + TEXT("\\SOFTWARE\\Classes\\Applications\\QtvApp8.exe"), false},
         {HKEY_USERS, kUser + TEXT("\\SOFTWARE\\Classes\\Applications\\Another.exe"), true},
         {HKEY_CLASSES_ROOT, TEXT("QV8.Document"), false},
-        // The list of installed programs is the one place without recursion.
+        {HKEY_CLASSES_ROOT, TEXT("Qantivo.8\\shell"), false},
+        {HKEY_LOCAL_MACHINE, TEXT("SOFTWARE\\Lorvanta\\Qantivo 8\\a"), false},
+        {HKEY_LOCAL_MACHINE, TEXT("SOFTWARE\\Lorvanta"), false},
+        // Only the entry among the installed programs is deleted without its sub-keys.
         {HKEY_LOCAL_MACHINE, kWindows + TEXT("\\Uninstall\\Qantivo 8\\Foreign"), true},
         {HKEY_LOCAL_MACHINE, kWindows + TEXT("\\App Paths\\QtvApp8.exe\\a"), false},
         {HKEY_LOCAL_MACHINE, kBrowserHosts + TEXT("\\qtvff\\a"), false},
@@ -42,7 +45,7 @@ TEST_F(RegistryPurge, TakesTheProductsKeysAndNoOthers) {
     PurgeRegistry(TEXT("Lorvanta"), TEXT("Qantivo 8"), TEXT("Qantivo 8"), TEXT("QtvApp8.exe"));
     for (const auto& row : rows)
         EXPECT_EQ(HasKey(row.hive, row.key), row.stays) << ::testing::PrintToString(row.key);
-    // Names that don't fit into a key's path name nothing, and least of all the hive itself.
+    // A name that doesn't fit into the path of a key names no key. It never names the hive itself.
     const Text tooLong(600, 'x');
     PurgeRegistry(tooLong.c_str(), TEXT("Qantivo 8"), tooLong.c_str(), tooLong.c_str());
     EXPECT_TRUE(HasKey(HKEY_CURRENT_USER, TEXT("SOFTWARE\\Lorvanta\\Another")));

@@ -4,6 +4,8 @@
 
 #include "app/setup_state.h"
 #include "harness/registry_values.h"
+#include "resource.h"
+#include "support/path_text.h"
 #include "support/shell_folders.h"
 #include "uninstall/relaunch.h"
 
@@ -22,7 +24,7 @@ class Uninstall : public ScratchTest {
     }
 };
 
-// No log names these: they go by the product's name, from the machine and from every user.
+// No log names these items. They are found by the product's name, for the machine and for every user.
 TEST_F(Uninstall, SweepsUpWhatBearsTheProductsName) {
     std::vector<Text> paths;
     for (const int links :
@@ -34,7 +36,7 @@ TEST_F(Uninstall, SweepsUpWhatBearsTheProductsName) {
         paths.push_back(GetShellFolder(groups).Text() + TEXT("\\Qantivo 8"));
         MakeFile(paths.back() + TEXT("\\of the user.txt"));
     }
-    // Either log names links of its own.
+    // Each of the two logs names a link.
     for (const std::string log : {"install.log", "QtvUnInst.log"}) {
         paths.push_back(kScratch + TEXT("\\links of ") + Wide(log) + TEXT("\\a.lnk"));
         MakeFile(paths.back());
@@ -51,7 +53,7 @@ TEST_F(Uninstall, SweepsUpWhatBearsTheProductsName) {
     DeleteKeyTree(HKEY_CURRENT_USER, png);
 }
 
-// A value without a usable text names no folder, and least of all the root of the drive.
+// A value without a usable text names no folder. It never names the root of the drive.
 TEST_F(Uninstall, PassesOverOddFoldersOfAUser) {
     const Text key = Text(TEXT(".DEFAULT\\")) + kShellFoldersKey;
     const Text link = TEXT("C:\\Qantivo 8.lnk"), group = TEXT("C:\\Qantivo 8");
@@ -62,7 +64,7 @@ TEST_F(Uninstall, PassesOverOddFoldersOfAUser) {
         MakeFolder(group);
         MakeFile(kScratch + TEXT("\\Qantivo 8.lnk"));
         DeleteKeyTree(HKEY_USERS, key);
-        // Whatever its type, a text is one.
+        // The type of a text doesn't matter.
         PutValue(HKEY_USERS, key, TEXT("Desktop"), Sz(kScratch, REG_BINARY));
         for (const LPCWSTR name : {TEXT("Startup"), TEXT("Programs")})
             if (value) PutValue(HKEY_USERS, key, name, *value);
@@ -75,8 +77,8 @@ TEST_F(Uninstall, PassesOverOddFoldersOfAUser) {
     DeleteKeyTree(HKEY_USERS, key);
 }
 
-// Which folders wait for the next start: a missing x64 does, and the x32 folder decides for the installation
-// folder.
+// Which folders are marked for the next start: the x64 folder even if it is missing, and the installation folder
+// only if the x32 folder is there.
 TEST_F(Uninstall, MarksFoldersThatStay) {
     const Text x64 = kMarked + TEXT("x64"), x32 = kMarked + TEXT("x32");
     const struct {
@@ -86,7 +88,7 @@ TEST_F(Uninstall, MarksFoldersThatStay) {
     for (const auto& row : rows) {
         MakeFolder(kFolder);
         if (!row.below.empty()) MakeFile(row.below + TEXT("\\a"));
-        // Started by a double click: from the folder that goes.
+        // As after a double click, the current folder is the one to be removed.
         EXPECT_TRUE(SetCurrentDirectoryW(kFolder.c_str()));
         PerformUninstall(kMarked.c_str());
         EXPECT_EQ(MarkedPaths(), row.marked);
@@ -98,7 +100,7 @@ TEST_F(Uninstall, MarksFoldersThatStay) {
 
 // ---- the two processes ----
 
-// Its own folder is the temporary one, too. An argument means an uninstall that isn't silent.
+// Its own folder is also the temporary folder. With an argument the uninstall isn't silent.
 CHILD_PROGRAM(Relaunches) {
     std::string line;
     for (int position = 0; position < __argc; ++position)
@@ -123,35 +125,47 @@ TEST_F(Uninstall, CopyIsToldItsPathsWhole) {
     }
 }
 
+// A fourth argument stands for `-sconf`.
 CHILD_PROGRAM(TemporaryCopy) {
-    g_silentMode = 0;
+    g_silentMode = __argc > 3 ? 2 : 0;
     RunTemporaryCopy();
 }
 
-// Started by hand, the copy works on the folder that it is told, which for a bare name is the current one,
-// and says so when it isn't silent.
+// The copy, when it is started by hand, works on the folder that it is told. For a bare name that is the
+// current one. It says that it is done unless it is silent.
 TEST_F(Uninstall, CopyStartedByHand) {
-    const Text tooLong = kScratch + TEXT("\\") + Text(260, 'x') + TEXT("\\QtvUnInst.exe");
-    // A folder just past the runtime's buffer, which leaves none at all: not the current one instead.
-    const Text folderTooLong = TEXT("C:\\") + Text(252, 'x') + TEXT("\\f");
-    for (const Text& position2 : {tooLong, folderTooLong, Text(TEXT("foo"))}) {
-        const bool fits = position2.size() == 3;
+    const struct {
+        Text firstProgram;
+        LPCWSTR more;
+        bool fits, told;
+    } rows[] = {
+        {kScratch + TEXT("\\") + Text(260, 'x') + TEXT("\\QtvUnInst.exe"), TEXT(""), false, false},
+        // The folder is a little longer than the runtime's buffer, which then stays empty. That doesn't mean the
+        // current folder.
+        {TEXT("C:\\") + Text(252, 'x') + TEXT("\\f"), TEXT(""), false, false},
+        {TEXT("foo"), TEXT(""), true, true},
+        {TEXT("foo"), TEXT(" -sconf"), true, false},
+    };
+    for (const auto& row : rows) {
         for (const LPCWSTR file : {TEXT("\\foo"), TEXT("\\QtvUnInst.log"), TEXT("\\a b\\QtvUnInst.log")})
             MakeFile(kScratch + file);
-        const BoxAnswers boxes(fits ? std::vector<int>{IDOK} : std::vector<int>{});
-        (void)RunChild("TemporaryCopy", kScratch + TEXT("\\copy.exe"),
-                       TEXT("-delself \"") + position2 + TEXT("\""));
-        EXPECT_EQ(Tree().size(), fits ? 3u : 5u);
+        const BoxAnswers boxes(row.told ? std::vector<int>{IDOK} : std::vector<int>{});
+        EXPECT_EQ(RunChild("TemporaryCopy", kScratch + TEXT("\\copy.exe"),
+                           TEXT("-delself \"") + row.firstProgram + TEXT("\"") + row.more),
+                  0u);
+        for (const ShownBox& box : boxes.Shown())
+            EXPECT_EQ(box.text, LoadResString(IDS_UNINSTALLED).Text());
+        EXPECT_EQ(Tree().size(), row.fits ? 3u : 5u);
         EXPECT_TRUE(Exists(kMarked + TEXT("QtvUnInst.log")));
-        // The copy goes at the next start, whatever it was told.
+        // The copy marks itself for the next start, whatever folder it was told.
         EXPECT_EQ(MarkedPaths().at(0), kScratch + TEXT("\\copy.exe"));
         RestartMachine();
     }
 }
 
-// A registrar and an application that hang are left behind after five seconds each, and the rest is done.
+// The uninstall waits five seconds each for a registrar and an application that hang, and then goes on.
 TEST_F(Uninstall, WaitsForHangingProgramsForALimitedTime) {
-    // The system's search begins in the folder of the copy.
+    // The system searches for the registrar in the folder of the copy first.
     ImportFile(QTV_BUILD_FOLDER "/sleeper.exe", kScratch + TEXT("\\regsvr32.exe"));
     ImportFile(QTV_BUILD_FOLDER "/sleeper.exe", kMarked + TEXT("QtvApp8.exe"));
     MakeFile(kMarked + TEXT("QtvUnInst.exe"));

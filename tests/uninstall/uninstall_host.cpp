@@ -1,8 +1,12 @@
-// The uninstall where only the embedded machine can make a call fail, or tells of starts and handles.
+// Tests of the uninstall that need a failing call, or the events and handles of the embedded machine.
 #include <set>
 
+#include "app/process_helpers.h"
 #include "app/setup_state.h"
 #include "harness/registry_values.h"
+#include "support/shell_folders.h"
+#include "uninstall/file_associations.h"
+#include "uninstall/registry_purge.h"
 #include "uninstall/relaunch.h"
 #include "uninstall/uninstall_driver.h"
 #include "winhost.h"
@@ -11,11 +15,74 @@ namespace {
 
 class UninstallFaults : public ScratchTest {
   protected:
-    ~UninstallFaults() override { winhost::SetFaults({}); }
+    ~UninstallFaults() override {
+        winhost::SetFaults({});
+        g_isWow64Process = nullptr;
+    }
 };
 
-// Whichever call fails, all stays away but what that call was about; no handle is left open but that of the
-// file extensions' key.
+// The shell is told once when a choice goes or comes back, and otherwise never.
+TEST_F(UninstallFaults, ShellIsToldOfAChange) {
+    const Text key = TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\FileExts");
+    const struct {
+        DWORD version;
+        LPCWSTR choice;
+        bool told;
+    } rows[] = {
+        {10, TEXT("Applications\\QtvApp8.exe"), true},
+        {10, TEXT("Other.Picture"), false},
+        {5, TEXT("C:\\x\\QtvApp8.exe"), true},
+        {5, TEXT("mspaint.exe"), false},
+    };
+    for (const auto& row : rows) {
+        g_osVersion.dwMajorVersion = row.version;
+        for (const Text extension : {TEXT("\\.bmp"), TEXT("\\.png")}) {
+            if (row.version == 5)
+                PutValue(HKEY_CURRENT_USER, key + extension, TEXT("Application"), Sz(row.choice));
+            else
+                PutValue(HKEY_CURRENT_USER, key + extension + TEXT("\\UserChoice"), TEXT("Progid"),
+                         Sz(row.choice));
+        }
+        winhost::ClearEvents();
+        RestoreFileAssociations();
+        // SHCNE_ASSOCCHANGED
+        EXPECT_EQ(winhost::Events(), std::vector<std::string>(row.told, "change-notify\t134217728"));
+        DeleteKeyTree(HKEY_CURRENT_USER, key);
+    }
+}
+
+// A shell folder whose path has four characters or fewer counts as none.
+TEST_F(UninstallFaults, ShortFoldersOfTheShellArePassedOver) {
+    constexpr LPCWSTR kValues[] = {TEXT("Common Startup"), TEXT("Common Desktop"), TEXT("Common Programs")};
+    std::vector<StoredValue> before;
+    for (const LPCWSTR value : kValues)
+        before.push_back(GetValue(HKEY_LOCAL_MACHINE, kShellFoldersKey, value).value());
+    winhost::SetFaults({{.call = "SHGetFolderPathW"}});
+    for (const Text folder : {TEXT("C:\\a"), TEXT("C:\\ab")}) {
+        for (const LPCWSTR value : kValues)
+            PutValue(HKEY_LOCAL_MACHINE, kShellFoldersKey, value, Sz(folder));
+        MakeFile(folder + TEXT("\\Qantivo 8.lnk"));
+        MakeFolder(folder + TEXT("\\Qantivo 8"));
+        PerformUninstall(TEXT("C:\\Scratch\\none\\"));
+        EXPECT_EQ(Tree(folder).size(), folder.size() == 4 ? 2u : 0u);
+        DeleteTree(folder);
+    }
+    for (std::size_t i = 0; i < before.size(); ++i)
+        PutValue(HKEY_LOCAL_MACHINE, kShellFoldersKey, kValues[i], before[i]);
+}
+
+// The browser reads the 64-bit view of the registry, whatever the bits of the uninstaller.
+TEST_F(UninstallFaults, BrowserKeysAreThoseOfThe64BitView) {
+    for (const bool wow64 : {false, true}) {
+        if (wow64) g_isWow64Process = [](HANDLE, PBOOL is) -> BOOL { return *is = TRUE; };
+        winhost::SetFaults({});
+        PurgeRegistry(TEXT("Lorvanta"), kProductName, kProductName, kApplicationFile);
+        EXPECT_EQ(winhost::CallCounts()["RegOpenKeyExW, 64-bit view"], wow64 ? 2u : 0u);
+    }
+}
+
+// Whichever call fails, only the item of that call stays. Only the handle of the file extensions' key is left
+// open.
 TEST_F(UninstallFaults, AFailureCostsItsOwnItemAlone) {
     const std::pair<std::string, Text> items[] = {
         {"a ", TEXT(".DEFAULT\\Software\\Lorvanta\\Qantivo 8\\a")},
@@ -47,7 +114,7 @@ TEST_F(UninstallFaults, AFailureCostsItsOwnItemAlone) {
     }
 }
 
-// Without a copy nothing is started; the temporary file stays behind.
+// If the copy can't be made, nothing is started. A temporary file that was made stays.
 TEST_F(UninstallFaults, NoCopyNoUninstall) {
     const auto files = [] { return Tree(TEXT("C:\\Users\\Ann\\AppData\\Local\\Temp")).size(); };
     for (const std::string call : {"GetTempPathW", "GetTempFileNameW", "GetModuleFileNameW", "CopyFileW"}) {

@@ -1,5 +1,5 @@
-// What only the embedded machine tells of the wizard: the styles of its boxes; and folders of the shell with
-// names of a test's own.
+// Tests of the wizard that need the embedded machine: the styles of its boxes, and Startup folders with names that
+// the test chooses.
 #include <algorithm>
 
 #include "harness/registry_values.h"
@@ -58,7 +58,7 @@ TEST_F(Boxes, OfAShortcutStayAloneWhateverComes) {
     winhost::SetFaults({});
 }
 
-// The name of either Startup folder is refused, in any case.
+// The names of both Startup folders are refused, in upper and lower case.
 TEST_F(Boxes, RefuseTheNameOfEachStartupFolder) {
     const Text key = TEXT("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders");
     const struct {

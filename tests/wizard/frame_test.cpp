@@ -1,4 +1,4 @@
-// The frame: its steps and buttons, what it makes of a page that refuses to be left, and its last page.
+// The frame: its steps and buttons, pages that refuse to close, and the last page.
 #include <shlobj.h>
 
 #include "support/shell_folders.h"
@@ -30,7 +30,7 @@ Looks LooksAt(int step) {
     return {step, TEXT("Qantivo Setup"), TEXT("&Next >"), TEXT("Cancel"), step != 0, true};
 }
 
-// Presses the buttons in order, 'N'ext and 'B'ack, and compares the steps that they lead to.
+// Presses Next ('N') and Back ('B') in order, and compares the step after each press.
 void Walk(const Driver& wizard, const std::string& buttons, const std::vector<int>& steps,
           int (*stepOn)(const Driver&)) {
     ASSERT_EQ(buttons.size(), steps.size());
@@ -57,7 +57,7 @@ TEST_F(Frame, LeavesTheGroupOutOfAPortableInstall) {
     });
 }
 
-// The number is counted down before the page refuses, and stays: the next press goes on from there.
+// When the page refuses Back, the step number is already lower. The next press continues from that number.
 TEST_F(Frame, GoesOnFromTheLowerNumberAfterARefusedBack) {
     RunAt(3, [](const Driver& wizard) {
         const HWND group = wizard.PageControl(IDC_GROUP);
@@ -70,7 +70,7 @@ TEST_F(Frame, GoesOnFromTheLowerNumberAfterARefusedBack) {
     });
 }
 
-// However far it has been counted down, there is no step in front of the first one.
+// However low the step number is, the next page is at least the first one.
 TEST_F(Frame, NeverGoesInFrontOfItsFirstStep) {
     RunAt(2, [](const Driver& wizard) {
         wizard.PressInPage(IDC_PORTABLE);
@@ -103,7 +103,7 @@ TEST_F(Frame, TakesNoCommandOfADisabledButton) {
                           EXPECT_FALSE(IsWindowEnabled(wizard.Control(button)));
                           (void)SendMessageW(wizard.Window(), WM_COMMAND, static_cast<WPARAM>(button), 0);
                       }
-                      // Nor one that comes while the frame waits for another dialog.
+                      // It takes no command either while it waits for another dialog.
                       EnableWindow(wizard.Window(), FALSE);
                       (void)SendMessageW(wizard.Window(), WM_COMMAND, IDOK, 0);
                       EnableWindow(wizard.Window(), TRUE);
@@ -119,21 +119,21 @@ TEST_F(Frame, EndsOnThePageThatTellsWhatToDoNext) {
     const Text portable = TEXT("To run portable Qantivo, double-click 'StartQV8' icon located at:\nD:\\Apps");
     const Text run = TEXT("Run Qantivo");
     const struct {
-        const char* name;
-        int type, rebootNeeded;
-        LPCWSTR target;
-        bool boxShown, ticked, press;
-        int runAfter;
+        int type = 1, rebootNeeded = 0;
+        LPCWSTR target = TEXT("D:\\Apps\\Qantivo 8");
+        bool boxShown = true, ticked = false, press = false;
+        int runAfter = 0;
     } rows[] = {
-        {"not to be run", 1, 0, TEXT("D:\\Apps\\Qantivo 8"), true, false, false, 0},
-        {"to be run", 0, 0, TEXT("D:\\Apps\\Qantivo 8"), true, false, true, 1},
-        {"to be restarted", 1, 1, TEXT("D:\\Apps\\Qantivo 8"), true, true, false, 1},
-        {"not to be restarted", 1, 1, TEXT("D:\\Apps\\Qantivo 8"), true, true, true, 0},
-        {"portable", 2, 0, TEXT("D:\\Apps\\Qantivo 8\\"), false, false, false, 0},
-        {"portable, with an unseen tick", 2, 1, TEXT("D:\\Apps\\Qantivo 8"), false, true, false, 1},
+        {.type = 1},
+        {.type = 0, .press = true, .runAfter = 1},
+        {.rebootNeeded = 1, .ticked = true, .runAfter = 1},
+        {.rebootNeeded = 1, .ticked = true, .press = true},
+        {.type = 2, .target = TEXT("D:\\Apps\\Qantivo 8\\"), .boxShown = false},
+        // The tick counts even if the box isn't shown.
+        {.type = 2, .rebootNeeded = 1, .boxShown = false, .ticked = true, .runAfter = 1},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(&row - rows);
         g_silentMode = 2;
         g_installType = row.type;
         g_rebootNeeded = row.rebootNeeded;
@@ -163,7 +163,38 @@ TEST_F(Frame, EndsOnThePageThatTellsWhatToDoNext) {
     EXPECT_FALSE(Exists(Text(GetShellFolder(CSIDL_PROGRAMS)) + TEXT("\\Qantivo 8"))) << "no install runs";
 }
 
-// Right of the picture and level with it; the agreement in the frame's corner.
+// While the install runs, Next is disabled and no page is shown.
+TEST_F(Frame, ShowsNoPageDuringTheInstall) {
+    std::string manifest;
+    for (const Text name : {TEXT("a"), TEXT("b"), TEXT("c"), TEXT("d"), TEXT("e"), TEXT("f")}) {
+        for (int copy = 0; copy < 50; ++copy)
+            MakeFile(kScratch + TEXT("\\package\\") + name + Wide(std::to_string(copy)));
+        manifest += "File Copy: " + std::string(name.begin(), name.end()) + "*\r\n";
+    }
+    MakeFile(kScratch + TEXT("\\package\\QtvUnInst.log"), manifest);
+    g_sourceDir = (kScratch + TEXT("\\package")).c_str();
+    EXPECT_EQ(Run(
+                  [](const Driver& wizard) {
+                      const HWND next = wizard.Control(IDOK), ready = wizard.Page();
+                      int looks = 0;
+                      EXPECT_TRUE(PostMessageW(next, BM_CLICK, 0, 0));
+                      wizard.Await("the last page", [&] {
+                          const HWND page = wizard.Page();
+                          const bool seen = page && page != ready && IsShown(page);
+                          if (!IsWindowEnabled(next)) {
+                              ++looks;
+                              EXPECT_FALSE(seen);
+                          }
+                          return seen;
+                      });
+                      EXPECT_GT(looks, 0);
+                      wizard.Press(IDOK);
+                  },
+                  3),
+              IDOK);
+}
+
+// A page stands to the right of the picture, and the agreement in the corner of the frame.
 TEST_F(Frame, PlacesItsPages) {
     RunAt(0, [](const Driver& wizard) {
         for (const int step : {0, 1, 2}) {

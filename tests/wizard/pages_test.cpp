@@ -113,46 +113,43 @@ TEST_F(Pages, DestinationFollowsTheFolderThatIsChosen) {
     const Text elsewhere = kScratch + TEXT("\\elsewhere");
     const Text own = TEXT("\\Qantivo 8");
     const struct {
-        const char* name;
-        const char* content;
+        std::string content;  // none for an empty folder
         int type;
         Text target;
-        bool refused = false;
     } rows[] = {
-        {"empty", nullptr, 0, elsewhere},
-        {"empty, portable", nullptr, 2, elsewhere + own},
-        {"other things", "\\other.txt", 1, elsewhere + own},
-        {"only a folder", "\\below\\other.txt", 0, elsewhere + own},
-        {"the product", "\\QtvApp8.exe", 1, elsewhere},
-        {"the product, portable", "\\QtvApp8.exe", 2, elsewhere + own},
-        {"version 5", "\\QtvApp5.exe", 0, old, true},
-        {"version 6, portable", "\\QtvApp6.exe", 2, old, true},
-        {"version 7", "\\QtvApp7.exe", 0, elsewhere + own},
+        {"", 0, elsewhere},
+        {"", 2, elsewhere + own},
+        {"\\other.txt", 1, elsewhere + own},
+        {"\\below\\other.txt", 0, elsewhere + own},
+        {"\\QtvApp8.exe", 1, elsewhere},
+        {"\\QtvApp8.exe", 2, elsewhere + own},
+        {"\\QtvApp5.exe", 0, old},
+        {"\\QtvApp6.exe", 2, old},
+        {"\\QtvApp7.exe", 0, elsewhere + own},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(row.content + std::to_string(row.type));
         g_targetDir = old.c_str();
         g_installType = 0;
         DeleteTree(elsewhere);
         MakeFolder(elsewhere);
-        const std::string content = row.content ? row.content : "";
-        if (row.content) MakeFile(elsewhere + Text(content.begin(), content.end()));
+        if (!row.content.empty()) MakeFile(elsewhere + Wide(row.content));
         RunAt(2, [&](const Driver& wizard) {
             const HWND shown = wizard.PageControl(IDC_FOLDER);
             wizard.PressInPage(IDC_FOR_USER + row.type);
-            if (row.refused) {
+            if (row.target == old) {
                 Browse(wizard, elsewhere, {Resource(IDS_OLDER_VERSION_FOLDER)});
                 EXPECT_EQ(TextOf(shown), row.type == 2 ? Text() : old);
             } else {
                 Browse(wizard, elsewhere);
                 EXPECT_EQ(TextOf(shown), row.target);
             }
-            if (content == "\\QtvApp8.exe" && row.type != 2) {
+            if (row.content == "\\QtvApp8.exe" && row.type != 2) {
                 EXPECT_EQ(TextOf(wizard.PageControl(IDC_HINT)), Resource(IDS_PREVIOUS_COPY_FOLDER));
             }
             EXPECT_EQ(g_targetDir.Text(), row.target);
-            EXPECT_EQ(Exists(elsewhere), row.content != nullptr) << "an empty folder goes";
-            EXPECT_FALSE(Exists(old)) << "it was there for the browser alone";
+            EXPECT_EQ(Exists(elsewhere), !row.content.empty()) << "an empty folder goes";
+            EXPECT_FALSE(Exists(old)) << "it exists only while the browser is open";
         });
     }
 }
@@ -160,7 +157,7 @@ TEST_F(Pages, DestinationFollowsTheFolderThatIsChosen) {
 TEST_F(Pages, DestinationIsWhereTheBrowserLeavesIt) {
     RunAt(2, [](const Driver& wizard) {
         const Text before = g_targetDir.Text();
-        // Cancelled, and opened at the target, which is there for the browser alone.
+        // The browser is cancelled, or takes the target at which it opens. The target exists only while it is open.
         for (const std::optional<Text>& folder : {std::optional<Text>(), std::optional<Text>(TEXT(""))}) {
             Browse(wizard, folder);
             EXPECT_EQ(g_targetDir.Text(), before);

@@ -213,6 +213,8 @@ using namespace winhost;
 LSTATUS RegOpenKeyExW(HKEY parent, LPCWSTR name, DWORD options, REGSAM access, PHKEY key) {
     if (const DWORD fault = FaultOf("RegOpenKeyExW")) return static_cast<LSTATUS>(fault);
     if (options != 0 || (access & ~kKnownAccess) != 0) NotModelled("RegOpenKeyExW", "options or access mask");
+    // The machine has one view of the registry. The count tells a test which one was asked for.
+    if (access & KEY_WOW64_64KEY) (void)FaultOf("RegOpenKeyExW, 64-bit view");
     if (!key) return ERROR_INVALID_PARAMETER;
     *key = nullptr;
     KeyCall call(parent, 0);
