@@ -125,7 +125,7 @@ TEST_F(RunningCopies, QuestionIsNotAnsweredByOthers) {
     const RunningProgram setup = StartChild("StartsAmongCopies", TEXT("-install"));
     for (const auto& [boxes, button] : {std::pair{1u, IDNO}, std::pair{2u, IDOK}}) {
         const Driver box(setup.Id(), TEXT("Qantivo Setup"));
-        box.Await([&answers, count = boxes] { return answers.Shown().size() == count; });
+        box.Await("the next box", [&answers, count = boxes] { return answers.Shown().size() == count; });
         EXPECT_EQ(SendMessageW(box.Window(), WM_QUERYENDSESSION, 0, 0), 1);
         EXPECT_EQ(SendMessageW(box.Window(), WM_ENDSESSION, TRUE, 0), 0);
         EXPECT_TRUE(IsWindow(box.Window()) && setup.Runs());

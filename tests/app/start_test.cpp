@@ -119,7 +119,7 @@ TEST_F(Start, BoxesAreClosedByOthers) {
         const BoxAnswers answers({kLeftOpen});
         const RunningProgram copy = StartChild(row.child, row.option);
         const Driver box(copy.Id(), row.title);
-        box.Await([&] { return answers.Shown().size() == 1; });
+        box.Await("the box", [&] { return answers.Shown().size() == 1; });
         EXPECT_EQ(COXInstanceManager::FindInstanceWindow(copy.Id()), box.Window());
         EXPECT_EQ(SendMessageW(box.Window(), WM_QUERYENDSESSION, 0, 0), 1);
         EXPECT_TRUE(PostMessageW(box.Window(), WM_CLOSE, 1001, 0));

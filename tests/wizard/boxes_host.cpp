@@ -50,7 +50,8 @@ TEST_F(Boxes, OfAShortcutStayAloneWhateverComes) {
                   EXPECT_EQ(answers.Shown().size(), 1u);
                   EXPECT_EQ(StepOn(wizard), 5);
                   box.Press(IDOK);
-                  wizard.Await([&] { return IsWindowEnabled(wizard.Control(IDOK)) != 0; });
+                  wizard.Await("the enabled button",
+                               [&] { return IsWindowEnabled(wizard.Control(IDOK)) != 0; });
                   EXPECT_EQ(StepOn(wizard), 5);
                   wizard.Press(IDOK);
               }),

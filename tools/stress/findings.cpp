@@ -62,12 +62,13 @@ bool Report(const std::vector<TaskLine>& lines, const std::string& prefix, bool 
                      prefix.c_str(), name.c_str(), group.tried, group.explained.size(),
                      group.unexplained.size());
     if (!whole) return good;
-    for (const Exception& exception : Exceptions())
-        if (IsOf(exception, prefix) && !used.contains(&exception)) {
-            std::fprintf(report, "never needed: %s, %s, %s\n", exception.scenarios, exception.calls,
-                         exception.items);
-            good = false;
-        }
+    for (const Case& each : Cases())
+        for (const Exception& exception : each.exceptions)
+            if (IsOf(exception, prefix) && !used.contains(&exception)) {
+                std::fprintf(report, "never needed: %s, %s, %s\n", exception.scenarios, exception.calls,
+                             exception.items);
+                good = false;
+            }
     return good;
 }
 

@@ -35,128 +35,201 @@ bool Matches(std::string_view patterns, const std::string& text) {
 
 }  // namespace
 
-const std::vector<Exception>& Exceptions() {
-    static const std::vector<Exception> exceptions = {
+const std::vector<Case>& Cases() {
+    static const std::vector<Case> cases = {
         // ---- put right by another run and a restart ----
-        {Stage::AtOnce, "update", "CopyFileW|kill:CopyFileW|kill:DeleteFileW|kill:MoveFileExW",
-         TARGET "*: gone", "The old file goes before the new one is copied."},
-        {Stage::AtOnce, "update",
-         "kill:*|CoInitialize|CoCreateInstance|IUnknown::QueryInterface|IPersistFile::Save|LoadStringW|"
-         "CreateDirectoryW|_waccess|WriteFile|_wfopen",
-         GROUP "*: gone|C:\\Users\\Public\\Desktop\\Qantivo 8.lnk: gone|log: *: gone",
-         "Shortcuts and group of the earlier installation go first, and are made again last."},
-        {Stage::AtOnce, "install|update", "GetModuleHandleW|GetProcAddress|RtlGetVersion",
-         "HKLM\\SOFTWARE\\Lorvanta\\Qantivo 8\\Capabilities\\FileAssociations\\ : *",
-         "A system of unknown version is taken for an old one, whose associations go by the application's "
-         "name."},
-        {Stage::AtOnce, "install|update",
-         "IShellLinkW::SetPath|IShellLinkW::SetWorkingDirectory|SHGetFolderPathW", "*.lnk: shortcut to *",
-         "A shortcut is saved without what could not be set."},
-        {Stage::AtOnce, "install|update", "LoadStringW",
-         "*\\.lnk: shortcut to *|log: Shell Link: *\\.lnk: *|*DisplayName: REG_SZ \"\"",
-         "A text of the program that can't be read is empty; the log names the shortcut all the same."},
-        {Stage::AtOnce, "install|update", "CopyFileW|FindFirstFileW|_waccess|_wfopen|WriteFile",
-         LOG ": a log of manifest *|log: *: once|log: *: 2 times",
-         "Records go behind whatever log stands there, an old one or none."},
-        {Stage::AtOnce, "install|update",
-         "MoveFileW|kill:MoveFileW|kill:LoadLibraryW|kill:GetEnvironmentVariableW",
-         "C:\\Package\\runtime9.dll*",
-         "A library of the package is hidden while another one is looked for; the next run gives its name "
-         "back."},
-        {Stage::AtOnce, "update", "DeleteFileW|MoveFileW", TARGET "*.old: *|" TARGET "*.new: *|mark: *",
-         "What can't be deleted is moved aside; what can't be moved waits for the next start beside it."},
-        {Stage::AtOnce, "uninstall", "DeleteFileW|WaitForSingleObject", "mark: delete " TARGET "*",
-         "What can't be deleted is marked for the next start."},
-        {Stage::AtOnce, "uninstall", "DeleteFileW|RemoveDirectoryW|_wfopen|ReadFile",
-         "mark: delete C:\\ProgramData\\Microsoft\\Windows\\Start Menu\\Programs*",
-         "A group that is left is swept by a pattern that takes the folder's own entries; only an empty "
-         "folder goes."},
-        {Stage::AtOnce, "update|uninstall", "GetFileAttributesW", TARGET "*: file S *",
-         "Attributes that can't be read are written back all the same."},
-        {Stage::AtOnce, "uninstall", "GetEnvironmentVariableW", "*C:\\Windows\\uni.tmp: *",
-         "Without its variables the system's temporary folder is the Windows folder."},
+        {"Update: a product file is missing",
+         "copying it fails, or the process is killed just before",
+         "the old file is deleted before the new one is copied",
+         {{Stage::AtOnce, "update", "CopyFileW|kill:CopyFileW|kill:DeleteFileW|kill:MoveFileExW",
+           TARGET "*: gone"}}},
+        {"Update: shortcuts, their group or their records in the log are missing",
+         "making them fails, or the process is killed before",
+         "those of the earlier installation are deleted first, and made again last",
+         {{Stage::AtOnce, "update",
+           "kill:*|CoInitialize|CoCreateInstance|IUnknown::QueryInterface|IPersistFile::Save|LoadStringW|"
+           "CreateDirectoryW|_waccess|WriteFile|_wfopen",
+           GROUP "*: gone|C:\\Users\\Public\\Desktop\\Qantivo 8.lnk: gone|log: *: gone"}}},
+        {"Capabilities name the application instead of `Qantivo.8`",
+         "the version of the system can't be read",
+         "a system of unknown version is treated as an old one",
+         {{Stage::AtOnce, "install*|update", "GetModuleHandleW|GetProcAddress|RtlGetVersion",
+           "HKLM\\SOFTWARE\\Lorvanta\\Qantivo 8\\Capabilities\\FileAssociations\\ : *"}}},
+        {"A shortcut without its target or working folder",
+         "the shell refuses it, or returns no folder",
+         "the shortcut is saved without it",
+         {{Stage::AtOnce, "install*|update",
+           "IShellLinkW::SetPath|IShellLinkW::SetWorkingDirectory|SHGetFolderPathW",
+           "*.lnk: shortcut to *"}}},
+        {"A shortcut without a name (`.lnk`), an empty `DisplayName`",
+         "a text of the program can't be read",
+         "the text is empty; the log names the shortcut nevertheless",
+         {{Stage::AtOnce, "install*|update", "LoadStringW",
+           "*\\.lnk: shortcut to *|log: Shell Link: *\\.lnk: *|*DisplayName: REG_SZ \"\""}}},
+        {"A log without the manifest, or an old log with further records",
+         "copying or opening it fails",
+         "records are appended to the log that is there",
+         {{Stage::AtOnce, "install*|update", "CopyFileW|FindFirstFileW|_waccess|_wfopen|WriteFile",
+           LOG ": a log of manifest *|log: *: once|log: *: 2 times"}}},
+        {"A library of the package is named `.toinst`",
+         "renaming it back fails, or the process is killed before",
+         "it is hidden while setup looks for another one; the next run restores its name",
+         {{Stage::AtOnce, "install*|update",
+           "MoveFileW|kill:MoveFileW|kill:LoadLibraryW|kill:GetEnvironmentVariableW",
+           "C:\\Package\\runtime9.dll*"}}},
+        {"Files `.old` and `.new`, and more marks",
+         "a delete or a rename fails",
+         "a file that can't be deleted is moved aside; if it can't be moved, the new file waits next to "
+         "it for the next start",
+         {{Stage::AtOnce, "update", "DeleteFileW|MoveFileW", TARGET "*.old: *|" TARGET "*.new: *|mark: *"}}},
+        {"Uninstall: marks for files, and for the program group and the Programs folder",
+         "a delete fails, or the log can't be read",
+         "a file that can't be deleted is marked. The pattern for the group also matches the folder "
+         "itself and its parent, but only an empty folder is deleted",
+         {{Stage::AtOnce, "uninstall", "DeleteFileW|WaitForSingleObject", "mark: delete " TARGET "*"},
+          {Stage::AtOnce, "uninstall", "DeleteFileW|RemoveDirectoryW|_wfopen|ReadFile",
+           "mark: delete C:\\ProgramData\\Microsoft\\Windows\\Start Menu\\Programs*"}}},
+        {"A product file in use has the system attribute",
+         "its attributes can't be read",
+         "they are written back nevertheless",
+         {{Stage::AtOnce, "update|uninstall", "GetFileAttributesW", TARGET "*: file S *"}}},
+        {"The uninstaller's copy runs in the Windows folder",
+         "the environment can't be read",
+         "the Windows folder is then the temporary folder",
+         {{Stage::AtOnce, "uninstall", "GetEnvironmentVariableW", "*C:\\Windows\\uni.tmp: *"}}},
 
         // ---- put right by a restart, another run and a restart ----
-        {Stage::Second, "update", "CopyFileW|MoveFileExW|kill:CopyFileW|kill:DeleteFileW|kill:MoveFileExW",
-         TARGET "presets.dat: gone",
-         "The delete mark of a held file is carried out at the restart, on the file that the second run put "
-         "there."},
+        {"Update: a file that was held is missing",
+         "its replacement could not be stored next to it or marked, or the process was killed before",
+         "its old delete mark deletes the file that the second run put there",
+         {{Stage::Second, "update", "CopyFileW|MoveFileExW|kill:CopyFileW|kill:DeleteFileW|kill:MoveFileExW",
+           TARGET "presets.dat: gone"}}},
 
         // ---- put right by installing and uninstalling once more ----
-        {Stage::Lasting, "uninstall", "FindFirstFileW|FindNextFileW|_wfopen|ReadFile", TARGET "*",
-         "The log goes, whatever came of reading it, and with it the names of the files left."},
-        {Stage::Lasting, "uninstall", "CreateProcessW|GetModuleHandleW|GetProcAddress|RtlGetVersion",
-         "HKLM\\SOFTWARE\\Classes\\CLSID\\*",
-         "The handler that didn't unregister itself has gone by the second run."},
-        {Stage::Lasting, "uninstall", "MoveFileExW", TARGET "*",
-         "A held file stays when its mark is refused, and the log that names it goes."},
+        {"Uninstall: files of the product",
+         "the log or a folder can't be read",
+         "the log is deleted nevertheless, and their names are lost",
+         {{Stage::Lasting, "uninstall", "FindFirstFileW|FindNextFileW|_wfopen|ReadFile", TARGET "*"}}},
+        {"Uninstall: a product file that was in use",
+         "its mark is refused",
+         "the log that names it is deleted nevertheless",
+         {{Stage::Lasting, "uninstall", "MoveFileExW", TARGET "*"}}},
+        {"Uninstall: the thumbnail handler's registration",
+         "`regsvr32.exe` can't be started, or the version of the system can't be read",
+         "the handler no longer exists at the second run",
+         {{Stage::Lasting, "uninstall", "CreateProcessW|GetModuleHandleW|GetProcAddress|RtlGetVersion",
+           "HKLM\\SOFTWARE\\Classes\\CLSID\\*"}}},
 
         // ---- for good ----
-        {Stage::ForGood, "install", "RegCreateKeyW|RegSetValueExW", OTHER_SCOPE,
-         "A folder without `AllUsers` beside it reads as an installation for the current user."},
-        {Stage::ForGood, "update", "RegOpenKeyExW|RegQueryValueExW", OTHER_SCOPE,
-         "An `AllUsers` that can't be read stands for the current user, and is written so."},
-        {Stage::AtOnce, "update", "RegOpenKeyExW|RegQueryValueExW", OTHER_SCOPE, "As above."},
-        {Stage::ForGood, "update", "MoveFileExW|kill:MoveFileExW",
-         TARGET "*.old: file *|" TARGET "*.new: file *",
-         "A file moved aside or waiting whose mark isn't placed is known to nobody."},
-        {Stage::ForGood, "update", "_wfopen|DeleteFileW|kill:_wfopen|kill:DeleteFileW", PROBE,
-         "The file that tries whether a folder can be written is not looked for again."},
-        {Stage::AtOnce, "update", "_wfopen|DeleteFileW|kill:_wfopen|kill:DeleteFileW", PROBE, "As above."},
-        {Stage::ForGood, "uninstall", "GetModuleFileNameW|CopyFileW|_wexecl|MoveFileExW|kill:*", COPY,
-         "The uninstaller's temporary copy goes by the mark that it places as its first act."},
-        {Stage::AtOnce, "uninstall", "GetModuleFileNameW|CopyFileW|kill:CopyFileW|kill:GetModuleFileNameW",
-         COPY, "As above."},
-        {Stage::ForGood, "update|uninstall", "MoveFileExW", "C:\\Windows\\WININIT.INI: *",
-         "A refused mark goes into the older list of them, which the system leaves as it is."},
+        {"An installation for the current user instead of all users",
+         "`AllUsers` can't be written by a first install, or read by an update",
+         "without `AllUsers` a folder counts as one for the current user; uninstall and install again",
+         {{Stage::ForGood, "install*", "RegCreateKeyW|RegSetValueExW", OTHER_SCOPE},
+          {Stage::ForGood, "update", "RegOpenKeyExW|RegQueryValueExW", OTHER_SCOPE},
+          {Stage::AtOnce, "update", "RegOpenKeyExW|RegQueryValueExW", OTHER_SCOPE}}},
+        {"Update: a file `.old` or `.new`",
+         "its mark is refused, or the process is killed after putting it aside and before marking it",
+         "no record of it is left; you may delete it",
+         {{Stage::ForGood, "update", "MoveFileExW|kill:MoveFileExW",
+           TARGET "*.old: file *|" TARGET "*.new: file *"}}},
+        {"Update: `q8t*.tmp` in the Startup folder of all users",
+         "the test whether a file can be created there fails half-way",
+         "nothing looks for it again",
+         {{Stage::ForGood, "update", "_wfopen|DeleteFileW|kill:_wfopen|kill:DeleteFileW", PROBE},
+          {Stage::AtOnce, "update", "_wfopen|DeleteFileW|kill:_wfopen|kill:DeleteFileW", PROBE}}},
+        {"Uninstall: `uni*.tmp` in the temporary folder",
+         "the copy can't be made or started, its mark is refused, or the process is killed before the copy "
+         "has "
+         "marked itself",
+         "the copy is deleted by a mark that it places first",
+         {{Stage::ForGood, "uninstall", "GetModuleFileNameW|CopyFileW|_wexecl|MoveFileExW|kill:*", COPY},
+          {Stage::AtOnce, "uninstall", "GetModuleFileNameW|CopyFileW|kill:CopyFileW|kill:GetModuleFileNameW",
+           COPY}}},
+        {"`WININIT.INI` in the Windows folder",
+         "a mark is refused",
+         "the mark is added to this older list, which only Windows 95, 98 and Me carry out",
+         {{Stage::ForGood, "update|uninstall", "MoveFileExW", "C:\\Windows\\WININIT.INI: *"}}},
 
         // ---- the power goes in the midst of a call ----
-        {Stage::AtOnce, "install|update", "power:CopyFileW", TARGET "*: file *|" LOG ": *|log: *",
-         "A copy has its whole size from the start, and zeros where it was not yet written."},
-        {Stage::AtOnce, "install|update", "power:WriteFile", "log: *: once", "A record is cut."},
-        {Stage::AtOnce, "install|update", "power:IPersistFile::Save", LINKS, "A shortcut is cut."},
-        {Stage::AtOnce, "install|update", "power:MoveFileW", "C:\\Package\\runtime9.dll*",
-         "The library of the package is hidden while another one is looked for."},
-        {Stage::AtOnce, "update", "power:*", LINKS,
-         "Shortcuts and group of the earlier installation go first, and are made again last."},
-        {Stage::AtOnce, "update", "power:*", TARGET "*: gone",
+        {"",
+         "",
+         "A copy has its whole size from the start, and zeros where it was not yet written",
+         {{Stage::AtOnce, "install|update", "power:CopyFileW", TARGET "*: file *|" LOG ": *|log: *"}}},
+        {"", "", "A record is cut", {{Stage::AtOnce, "install|update", "power:WriteFile", "log: *: once"}}},
+        {"", "", "A shortcut is cut", {{Stage::AtOnce, "install|update", "power:IPersistFile::Save", LINKS}}},
+        {"",
+         "",
+         "The library of the package is hidden while another one is looked for",
+         {{Stage::AtOnce, "install|update", "power:MoveFileW", "C:\\Package\\runtime9.dll*"}}},
+        {"",
+         "",
+         "Shortcuts and group of the earlier installation go first, and are made again last",
+         {{Stage::AtOnce, "update", "power:*", LINKS}}},
+        {"",
+         "",
          "The old file goes before the new one is copied; and the delete mark of a held file is carried out "
-         "a "
-         "second time, on the file that has taken its place, when the restart is cut as well."},
-        {Stage::AtOnce, "update", "power:_wfopen|power:DeleteFileW", PROBE, "Nobody looks for it again."},
-        {Stage::ForGood, "update", "power:_wfopen|power:DeleteFileW", PROBE, "As above."},
-        {Stage::ForGood, "update", "power:CopyFileW|power:MoveFileExW",
-         TARGET "*.old: file *|" TARGET "*.new: file *",
-         "A file moved aside or waiting whose mark isn't placed is known to nobody."},
-        {Stage::ForGood, "update", "power:WriteFile", "*Start Menu\\Programs*|log: *",
+         "a second time, on the file that has taken its place, when the restart is cut as well",
+         {{Stage::AtOnce, "update", "power:*", TARGET "*: gone"}}},
+        {"",
+         "",
+         "Nobody looks for it again",
+         {{Stage::AtOnce, "update", "power:_wfopen|power:DeleteFileW", PROBE},
+          {Stage::ForGood, "update", "power:_wfopen|power:DeleteFileW", PROBE}}},
+        {"",
+         "",
+         "A file moved aside or waiting whose mark isn't placed is known to nobody",
+         {{Stage::ForGood, "update", "power:CopyFileW|power:MoveFileExW",
+           TARGET "*.old: file *|" TARGET "*.new: file *"}}},
+        {"",
+         "",
          "An update takes the group's name from the log; where its record is cut, the shortcuts go into "
-         "another "
-         "group, or right into the Programs folder. The uninstall finds them by the log."},
-        {Stage::AtOnce, "uninstall", "power:CopyFileW", COPY,
-         "The temporary copy goes by the mark that it places as its first act."},
-        {Stage::ForGood, "uninstall", "power:*", COPY, "As above."},
+         "another group, or right into the Programs folder. The uninstall finds them by the log",
+         {{Stage::ForGood, "update", "power:WriteFile", "*Start Menu\\Programs*|log: *"}}},
+        {"",
+         "",
+         "The temporary copy goes by the mark that it places as its first act",
+         {{Stage::AtOnce, "uninstall", "power:CopyFileW", COPY},
+          {Stage::ForGood, "uninstall", "power:*", COPY}}},
 
         // ---- the disc is full ----
-        {Stage::AtOnce, "install|update", "full:*", TARGET "*: gone|" LOG ": *|log: *|" LINKS,
-         "What finds no room is left out."},
-        {Stage::AtOnce, "update", "full:*",
-         TARGET "*.old: *|" TARGET "*.new: *|C:\\Windows\\wininit.*|C:\\Windows\\WININIT.INI*",
-         "Without room for a mark, what was moved aside stays, and an empty list of the older kind is made."},
-        {Stage::ForGood, "update", "full:*",
-         TARGET "*.old: file *|" TARGET "*.new: file *|C:\\Windows\\wininit.bak: *", "As above."},
+        {"",
+         "",
+         "What finds no room is left out",
+         {{Stage::AtOnce, "install|update", "full:*", TARGET "*: gone|" LOG ": *|log: *|" LINKS}}},
+        {"",
+         "",
+         "Without room for a mark, what was moved aside stays, and an empty list of the older kind is made",
+         {{Stage::AtOnce, "update", "full:*",
+           TARGET "*.old: *|" TARGET "*.new: *|C:\\Windows\\wininit.*|C:\\Windows\\WININIT.INI*"},
+          {Stage::ForGood, "update", "full:*",
+           TARGET "*.old: file *|" TARGET "*.new: file *|C:\\Windows\\wininit.bak: *"}}},
 
         // ---- two at once: each may be closed by the other one, anywhere ----
-        {Stage::ForGood, "install", "two:*", OTHER_SCOPE "|" GROUP "*",
-         "A folder without `AllUsers` beside it reads as an installation for the current user."},
-        {Stage::ForGood, "uninstall", "two:*", COPY,
-         "The uninstaller's temporary copy goes by the mark that it places as its first act."},
+        {"",
+         "",
+         "A folder without `AllUsers` beside it reads as an installation for the current user",
+         {{Stage::ForGood, "install", "two:*", OTHER_SCOPE "|" GROUP "*"}}},
+        {"",
+         "",
+         "The uninstaller's temporary copy goes by the mark that it places as its first act",
+         {{Stage::ForGood, "uninstall", "two:*", COPY}}},
 
-        // ---- no matter of the machine ----
-        {Stage::Run, "uninstall", "kill:EnumWindows|kill:PostMessageW",
-         "the run: the call to be killed at was not reached",
-         "The copy tells of itself to the first process, if that one is still there."},
+        // ---- no matter of the machine: the copy tells the first process of itself, if that still runs ----
+        {"",
+         "",
+         "",
+         {{Stage::Run, "uninstall", "kill:EnumWindows|kill:PostMessageW",
+           "the run: the call to be killed at was not reached"}}},
     };
-    return exceptions;
+    return cases;
+}
+
+std::string CaseTable(Stage stage) {
+    std::string table = "| what is left | when | why |\n|---|---|---|\n";
+    for (const Case& each : Cases())
+        if (*each.left && each.exceptions[0].stage == stage)
+            table += std::string("| ") + each.left + " | " + each.when + " | " + each.why + " |\n";
+    return table;
 }
 
 bool IsOf(const Exception& exception, const std::string& prefix) {
@@ -170,10 +243,12 @@ bool IsOf(const Exception& exception, const std::string& prefix) {
 }
 
 const Exception* FindException(const std::string& scenario, const std::string& call, const Problem& problem) {
-    for (const Exception& exception : Exceptions())
-        if (exception.stage == problem.stage && Matches(exception.scenarios, scenario) &&
-            Matches(exception.calls, call) && Matches(exception.items, problem.item + ": " + problem.what))
-            return &exception;
+    for (const Case& each : Cases())
+        for (const Exception& exception : each.exceptions)
+            if (exception.stage == problem.stage && Matches(exception.scenarios, scenario) &&
+                Matches(exception.calls, call) &&
+                Matches(exception.items, problem.item + ": " + problem.what))
+                return &exception;
     return nullptr;
 }
 

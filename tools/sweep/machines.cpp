@@ -21,6 +21,8 @@ namespace {
 
 // A run takes less than a second; the program's own waits are up to five.
 constexpr DWORD kHangMs = 30000;
+constexpr DWORD kPressMs = 20;
+constexpr int kMostPresses = 50;
 
 std::string ReadWhole(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);
@@ -65,6 +67,31 @@ void TakeLog(State& state, const std::string& name) {
     state[name] = "a log of manifest " + std::to_string(std::hash<std::string>()(manifest));
     for (const auto& [record, count] : records)
         state["log: " + record] = count == 1 ? "once" : std::to_string(count) + " times";
+}
+
+// Presses the default button of a dialog, as a person does who agrees to everything. False when nobody sees one.
+bool PressNext() {
+    HWND dialog = nullptr;
+    do {
+        dialog = FindWindowExW(nullptr, dialog, u"#32770", nullptr);
+        if (!dialog) return false;
+    } while (!IsWindowVisible(dialog));
+    DWORD_PTR result = 0;
+    (void)SendMessageTimeoutW(GetDlgItem(dialog, IDOK), BM_CLICK, 0, 0, SMTO_NORMAL, kHangMs, &result);
+    return true;
+}
+
+enum class End { ByItself, GivenUp, Never };
+
+// Waits for the end of all programs. A wizard that a failed call keeps on one page is given up.
+End AwaitEnd() {
+    int presses = 0;
+    for (DWORD waited = 0; waited < kHangMs && presses < kMostPresses; waited += kPressMs) {
+        if (winhost::WaitForProcesses(kPressMs)) return End::ByItself;
+        if (PressNext()) ++presses;
+    }
+    (void)winhost::EndProcesses(kHangMs);
+    return presses < kMostPresses ? End::Never : End::GivenUp;
 }
 
 void SetFaultsOf(const std::string& watched, const std::optional<Disturbance>& disturbance) {
@@ -148,10 +175,8 @@ RunOutcome Run(const std::u16string& commandLine, const std::string& watched,
     RunOutcome outcome;
     const HANDLE process = Start(commandLine);
     if (!process) outcome.complaint = "the program does not start";
-    if (!winhost::WaitForProcesses(kHangMs)) {
-        outcome.complaint = "hangs";
-        (void)winhost::EndProcesses(kHangMs);
-    }
+    const End end = AwaitEnd();
+    if (end == End::Never) outcome.complaint = "hangs";
     // A child is asked for its exit code before this process forks: only its parent can do so.
     DWORD exitCode = 0;
     (void)GetExitCodeProcess(process, &exitCode);
@@ -167,7 +192,7 @@ RunOutcome Run(const std::u16string& commandLine, const std::string& watched,
         if (!outcome.met.powerWent) outcome.complaint += "the power did not go";
         return outcome;
     }
-    if (outcome.complaint.empty() && outcome.calls.empty() != kills)
+    if (outcome.complaint.empty() && end == End::ByItself && outcome.calls.empty() != kills)
         outcome.complaint = kills ? "the call to be killed at was not reached" : "the program crashed";
     return outcome;
 }

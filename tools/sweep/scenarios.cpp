@@ -106,6 +106,7 @@ const std::vector<Scenario>& Scenarios() {
     static const std::vector<Scenario> scenarios = {
         {"install", InstallLine(), {kSetup}, true},
         {"update", InstallLine(), {kSetup}, true},
+        {"install-wizard", u"C:\\Package\\setup.exe", {kSetup}, true},
         {"uninstall", u"\"C:\\Program Files\\Qantivo 8\\QtvUnInst.exe\"", {"QtvUnInst.exe", kCopy}, false},
     };
     return scenarios;
@@ -131,7 +132,7 @@ void Prepare(const Scenario& scenario, const fs::path& root, const fs::path& set
     }
     MakePackage(helpers, "late");
     if (name == "uninstall") Install();
-    if (name != "install") AddUsersChoices();
+    if (!name.starts_with("install")) AddUsersChoices();
 }
 
 void Install() {
