@@ -8,6 +8,9 @@
 #include <string>
 #include <string_view>
 
+// Each target defines it; the fuzzer and replay.cpp call it.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+
 // Keeps the input as a failing one, unless the property holds.
 void Require(bool holds, const char* property);
 

@@ -20,7 +20,11 @@ bool SetText(LPCWSTR subKey, LPCWSTR name, LPCWSTR text) {
 
 }  // namespace
 
-extern "C" HRESULT WINAPI DllRegisterServer() {
+// What the registrar calls.
+extern "C" HRESULT WINAPI DllRegisterServer();
+extern "C" HRESULT WINAPI DllUnregisterServer();
+
+HRESULT WINAPI DllRegisterServer() {
     WCHAR path[MAX_PATH];
     const DWORD cchPath = GetModuleFileNameW(GetModuleHandleW(HANDLER_FILE), path, MAX_PATH);
     if (cchPath == 0 || cchPath == MAX_PATH) return E_FAIL;
@@ -30,7 +34,7 @@ extern "C" HRESULT WINAPI DllRegisterServer() {
     return done ? S_OK : E_FAIL;
 }
 
-extern "C" HRESULT WINAPI DllUnregisterServer() {
+HRESULT WINAPI DllUnregisterServer() {
     const LSTATUS server = RegDeleteKeyW(HKEY_CLASSES_ROOT, kServerKey);
     const LSTATUS handlerClass = RegDeleteKeyW(HKEY_CLASSES_ROOT, kClassKey);
     return server == ERROR_SUCCESS && handlerClass == ERROR_SUCCESS ? S_OK : E_FAIL;

@@ -59,14 +59,14 @@ class RandomRun : public EndToEndTest {
         Rebase();
     }
     std::string Result() {
-        MakePackage(m_random() % 3 + 1);
+        MakePackage(Random() % 3 + 1);
         std::string arguments = "-s" + std::string(Any(kTargets)) + Options();
-        if (m_random() % 2 == 0) {
+        if (Random() % 2 == 0) {
             Note("earlier", arguments);
             Setup(Wide(arguments));
-            if (MayRestart(arguments) || m_random() % 3 == 0) RestartMachine();
-            MakePackage(m_random() % 3 + 1);
-            if (m_random() % 3 == 0) arguments = "-s" + std::string(Any(kTargets)) + Options();
+            if (MayRestart(arguments) || Random() % 3 == 0) RestartMachine();
+            MakePackage(Random() % 3 + 1);
+            if (Random() % 3 == 0) arguments = "-s" + std::string(Any(kTargets)) + Options();
             Spoil();
         }
         {
@@ -77,7 +77,7 @@ class RandomRun : public EndToEndTest {
             Note("setup", arguments);
         }
         const Text folder = Wide(Folder());
-        if (m_random() % 4 != 0 && Exists(folder + TEXT("\\QtvUnInst.exe"))) {
+        if (Random() % 4 != 0 && Exists(folder + TEXT("\\QtvUnInst.exe"))) {
             const std::list<HeldFile> held = Hold();
             Uninstall(folder);
             Note("uninstall", "");
@@ -90,7 +90,7 @@ class RandomRun : public EndToEndTest {
   private:
     void TestBody() override {}
 
-    const char* Any(const std::vector<const char*>& list) { return list[m_random() % list.size()]; }
+    const char* Any(const std::vector<const char*>& list) { return list[Random() % list.size()]; }
 
     // The last step may ask for a restart, which no use of a file outlives. Wine carries it out at once.
     static bool MayRestart(const std::string& arguments) {
@@ -99,19 +99,19 @@ class RandomRun : public EndToEndTest {
 
     void MakePackage(unsigned generation) {
         std::string manifest = "File Copy: QtvApp8.exe\r\nFile Copy: QtvUnInst.exe\r\n";
-        if (m_random() % 2) manifest += std::string("File Copy: ") + kRunning + "\r\n";
-        for (unsigned count = m_random() % 12; count > 0; --count)
-            manifest += std::string(Any(kPrefixes)) + Any(m_random() % 2 ? kNames : kValues) +
-                        (m_random() % 5 ? "\r\n" : " \n");
+        if (Random() % 2) manifest += std::string("File Copy: ") + kRunning + "\r\n";
+        for (unsigned count = Random() % 12; count > 0; --count)
+            manifest += std::string(Any(kPrefixes)) + Any(Random() % 2 ? kNames : kValues) +
+                        (Random() % 5 ? "\r\n" : " \n");
         MakeFile(package + TEXT("\\QtvUnInst.log"), manifest);
         for (const char* name : kNames)
-            if (m_random() % 4 != 0)
+            if (Random() % 4 != 0)
                 Put(package + TEXT("\\") + Wide(name), name + std::string(generation, '!'));
     }
 
     std::string Options() {
         std::string options;
-        for (unsigned count = m_random() % 3; count > 0; --count)
+        for (unsigned count = Random() % 3; count > 0; --count)
             options += std::string(" ") + Any(kOptions);
         return options;
     }
@@ -143,9 +143,9 @@ class RandomRun : public EndToEndTest {
     // A stranger's files in the product's folder, and files of the product that are gone.
     void Spoil() {
         const Text folder = Wide(Folder());
-        for (unsigned count = m_random() % 4; count > 0; --count) {
+        for (unsigned count = Random() % 4; count > 0; --count) {
             const Text path = folder + TEXT("\\") + Wide(Any(kNames));
-            if (m_random() % 2 == 0)
+            if (Random() % 2 == 0)
                 (void)DeleteFileW(path.c_str());
             else
                 Put(path, "a stranger's");
@@ -162,7 +162,7 @@ class RandomRun : public EndToEndTest {
             return std::strchr(name, '\\') || !IsFile(Wide(Folder() + "\\" + name));
         });
         std::list<HeldFile> held;
-        for (unsigned count = m_random() % 3; count > 0 && !files.empty(); --count) {
+        for (unsigned count = Random() % 3; count > 0 && !files.empty(); --count) {
             const char* const name = Any(files);
             held.emplace_back(Wide(Folder() + "\\" + name),
                               name == kRunning ? Hold::Running : Hold::NoDelete);
@@ -182,6 +182,8 @@ class RandomRun : public EndToEndTest {
                 m_result << state << '\n';
         }
     }
+
+    unsigned Random() { return static_cast<unsigned>(m_random()); }
 
     std::mt19937 m_random;
     std::ostringstream m_result;

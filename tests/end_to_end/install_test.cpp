@@ -170,18 +170,18 @@ TEST_F(Update, SurvivesFilesInUse) {
         const HeldFile held(help, Hold::NoDelete);
         EXPECT_EQ(Setup(TEXT("-s")), 0u);
     }
-    const std::string target = plan.target;
+    const std::string installed = plan.target;
     const State pending = {
-        {target + "\\QtvApp8Man.chm", ""},  // still the earlier one, looked at below
-        {target + "\\QtvApp8Man.chm.new", "= QtvApp8Man.chm"},
-        {target + "\\ThumbQvi32.dll.old", "= ThumbQvi32.dll"},
-        {"mark 001", "delete " + target + "\\Samples"},
-        {"mark 002", "delete " + target + "\\QtvApp8Man.chm"},
-        {"mark 003", "move " + target + "\\QtvApp8Man.chm.new to " + target + "\\QtvApp8Man.chm"},
-        {"mark 004", "delete " + target + "\\ThumbQvi32.dll.old"},
+        {installed + "\\QtvApp8Man.chm", ""},  // still the earlier one, looked at below
+        {installed + "\\QtvApp8Man.chm.new", "= QtvApp8Man.chm"},
+        {installed + "\\ThumbQvi32.dll.old", "= ThumbQvi32.dll"},
+        {"mark 001", "delete " + installed + "\\Samples"},
+        {"mark 002", "delete " + installed + "\\QtvApp8Man.chm"},
+        {"mark 003", "move " + installed + "\\QtvApp8Man.chm.new to " + installed + "\\QtvApp8Man.chm"},
+        {"mark 004", "delete " + installed + "\\ThumbQvi32.dll.old"},
     };
     State changes = Changes();
-    EXPECT_EQ(changes.erase(target + "\\QtvApp8Man.chm"), 1u);
+    EXPECT_EQ(changes.erase(installed + "\\QtvApp8Man.chm"), 1u);
     EXPECT_EQ(FileBytes(help), "help of an earlier version");
     EXPECT_TRUE(Same(With(Installed(plan), pending), changes));
 

@@ -43,10 +43,12 @@ TEST(CString, ComparesByCodeUnitAndFoldsOnlyAToZ) {
 
 // What counts as white space is the runtime library's decision, and must be the same on every machine.
 TEST(CString, TrimsTheRuntimeLibrarysWhiteSpace) {
-    for (const WCHAR space : {0x09, 0x0A, 0x0B, 0x0C, 0x0D, 0x20, 0xA0, 0x1680, 0x2000, 0x200A, 0x2028,
-                              0x2029, 0x202F, 0x205F, 0x3000})
+    for (const WCHAR space :
+         std::initializer_list<WCHAR>{0x09, 0x0A, 0x0B, 0x0C, 0x0D, 0x20, 0xA0, 0x1680, 0x2000, 0x200A,
+                                      0x2028, 0x2029, 0x202F, 0x205F, 0x3000})
         EXPECT_TRUE((CString() + space).Trim().IsEmpty()) << std::hex << static_cast<unsigned>(space);
-    for (const WCHAR other : {0x01, 0x08, 0x0E, 0x1F, 0x7F, 0x85, 0x180E, 0x200B, 0xFEFF})
+    for (const WCHAR other :
+         std::initializer_list<WCHAR>{0x01, 0x08, 0x0E, 0x1F, 0x7F, 0x85, 0x180E, 0x200B, 0xFEFF})
         EXPECT_FALSE((CString() + other).Trim().IsEmpty()) << std::hex << static_cast<unsigned>(other);
 
     const CString text = TEXT(" \t a b\r\n");

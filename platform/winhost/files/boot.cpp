@@ -115,6 +115,8 @@ bool AddBootMark(LPCWSTR source, LPCWSTR target, bool replace) {
     return error == 0;
 }
 
+namespace {
+
 void CarryOutWininit() {
     const Place file = Locate(u"C:\\Windows\\wininit.ini");
     if (!file.exists()) return;
@@ -130,6 +132,8 @@ void CarryOutWininit() {
     }
     (void)MovePlace(file, Locate(u"C:\\Windows\\wininit.bak"), true);
 }
+
+}  // namespace
 
 void SetCarriesOutWininit(bool on) {
     if (on)

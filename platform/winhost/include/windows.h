@@ -852,3 +852,6 @@ BOOL SetDlgItemTextW(HWND dialog, int id, LPCWSTR text);
 BOOL CheckDlgButton(HWND dialog, int id, UINT check);
 BOOL CheckRadioButton(HWND dialog, int first, int last, int checked);
 UINT IsDlgButtonChecked(HWND dialog, int id);
+
+// The entry of a program, which defines it.
+int WINAPI wWinMain(HINSTANCE instance, HINSTANCE previous, LPWSTR commandLine, int showCommand);

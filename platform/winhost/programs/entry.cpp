@@ -4,8 +4,6 @@
 #include "processes/arguments.h"
 #include "processes/modules.h"
 
-int wWinMain(HINSTANCE instance, HINSTANCE previous, LPWSTR commandLine, int showCommand);
-
 int main() {
     // Ends a program outside any machine, even one that makes no call that needs it.
     (void)winhost::Root();

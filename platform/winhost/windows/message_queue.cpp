@@ -234,6 +234,8 @@ bool TakeMessage(MSG& message, Taking how) {
     return true;
 }
 
+namespace {
+
 // The first message of a kind in that range, having carried out what others have sent.
 bool TakeChosen(MSG& message, UINT first, UINT last) {
     CarryOutSent();
@@ -248,6 +250,8 @@ bool TakeChosen(MSG& message, UINT first, UINT last) {
     WriteHeld(queue);
     return true;
 }
+
+}  // namespace
 
 }  // namespace winhost
 
