@@ -1,5 +1,5 @@
-// Compares installs with bare loops of CreateDirectoryW and CopyFileW over the same files, and with an
-// installer of another make, in pairs of runs, each in a process of its own.
+// Compares installs with loops that only call CreateDirectoryW and CopyFileW for the same files, and with
+// another installer. The runs come in pairs, each run in a process of its own.
 //
 //   install_bench package KIND SAMPLE FOLDER  makes a package of that kind; SAMPLE: the sample package
 //   install_bench small|large|growth WORK ROUNDS    compares installs of the packages WORK\<kind>
@@ -16,7 +16,7 @@
 
 namespace {
 
-// The files of a package beside the program's own.
+// The files of a package in addition to the program's own.
 struct Kind {
     Text name;
     int folders;
@@ -135,7 +135,7 @@ void MakePackage(const Kind& kind, const Text& sample, const Text& package) {
         const Text path = package + TEXT("\\") + FolderName(folder);
         Check(CreateDirectoryW(path.c_str(), nullptr), "CreateDirectoryW");
         for (int file = 0; file < kind.filesInFolder; ++file) {
-            // No two are the same: the other installer would keep them once.
+            // All files differ, because the other installer would store equal files once.
             const std::string number = std::to_string(folder * kind.filesInFolder + file);
             // An application's files can be compressed to about half.
             if (isApplication)
@@ -182,7 +182,8 @@ int SaveLink(LPCWSTR target, LPCWSTR path) {
 
 enum class Until { OwnEnd, EndOfAllStarted };
 
-// Runs a program and waits for all that it starts; gives the seconds until its own end, or until theirs.
+// Runs a program and waits for everything that it starts. Returns the seconds until its own end, or until the
+// end of all.
 double Time(const Text& commandLine, Until until = Until::OwnEnd) {
     const HANDLE job = CreateJobObjectW(nullptr, nullptr);
     const HANDLE port = CreateIoCompletionPort(INVALID_HANDLE_VALUE, nullptr, 0, 1);
@@ -257,7 +258,7 @@ void MeasureGrowth(const Text& work, int rounds) {
     Report("10,000 records over 1,250, over the bare loop's growth", Median(ratios), 1.15);
 }
 
-// An uninstall leaves folders for the next start of the machine. Each round finds none of the last one's.
+// An uninstall leaves folders for the next start of the machine. No round may find those of the last round.
 void ForgetBootMarks() {
     HKEY session;
     Check(RegOpenKeyExW(HKEY_LOCAL_MACHINE, TEXT("SYSTEM\\CurrentControlSet\\Control\\Session Manager"), 0,
@@ -274,7 +275,7 @@ struct Ratios {
 
 // Installs and uninstalls both in turn. `own` is the program that installs the product.
 Ratios CompareWithOther(const Text& work, const Text& own, const Text& other, int rounds) {
-    // What the uninstall waits until its first process has ended.
+    // The uninstall waits this long for the end of its first process.
     constexpr double kFixedSeconds = 1;
     const Text target = work + TEXT("\\Qantivo 8");
     const Text otherTarget = work + TEXT("\\Other 8");
@@ -307,7 +308,8 @@ void MeasureApplication(const Text& work, const Text& other, int rounds) {
 }  // namespace
 
 int wmain(int argc, WCHAR** argv) {
-    // Wine's first window starts the desktop's own process, which lives on: outside what is timed.
+    // Wine's first window starts the process of the desktop, which keeps running. It must not be part of a
+    // measurement.
     (void)GetDesktopWindow();
     const std::vector<Text> arguments(argv + 1, argv + argc);
     const Text mode = argc > 1 ? arguments[0] : Text();

@@ -1,5 +1,5 @@
-// What it costs to enter and leave a list of running copies, which looks for the window of every process
-// listed, beside bare loops that make the same calls over the same windows.
+// Measures the time to enter and leave a list of running copies, which searches the window of every process in
+// the list, against loops that only make the same calls for the same windows.
 //
 //   instance_bench WINDOWS ROUNDS     WINDOWS: top-level windows of another process
 //   instance_bench show WINDOWS       that other process
@@ -10,7 +10,7 @@ namespace {
 
 constexpr WCHAR kListName[] = TEXT("Qantivo.Bench");
 constexpr WCHAR kTitle[] = TEXT("Another program");
-constexpr DWORD kNobody = 0x70000000;  // from here on no process has its id
+constexpr DWORD kNobody = 0x70000000;  // no process has an id from here on
 constexpr DWORD kMany = 1000;
 constexpr DWORD kFew = 10;
 constexpr DWORD kFewTimes = 20;
@@ -52,7 +52,7 @@ int WindowsOf(DWORD process) {
     return count.windows;
 }
 
-// The calls that a search makes for a window of the process in question.
+// The calls that a search for a window of one process makes.
 BOOL CALLBACK LookAtWindow(HWND window, LPARAM) {
     DWORD process = 0;
     (void)GetWindowThreadProcessId(window, &process);
@@ -63,7 +63,7 @@ BOOL CALLBACK LookAtWindow(HWND window, LPARAM) {
     return TRUE;
 }
 
-// What is posted without a window comes to this thread.
+// A message that is posted without a window is posted to this thread.
 void TakePosted() {
     (void)PostMessageW(nullptr, WM_APP, 0, 0);
     MSG message = {};
@@ -71,7 +71,7 @@ void TakePosted() {
     }
 }
 
-// What each entry costs at the least: a pass over the windows, and a message.
+// The least work for each entry: a pass over the windows, and a message.
 void LookForEach(DWORD entries) {
     for (DWORD search = 0; search < entries; ++search) {
         (void)WindowsOf(kNobody);
@@ -80,14 +80,14 @@ void LookForEach(DWORD entries) {
     TakePosted();
 }
 
-// Each entry is looked for twice.
+// Each entry is searched twice.
 void EnterAndLeave(COXInstanceManager& list) {
     Check(list.AddInstance(GetCurrentProcessId()) == 1, "AddInstance");
     Check(list.RemoveInstance(GetCurrentProcessId()) == 1, "RemoveInstance");
     TakePosted();
 }
 
-// Writes the list's header as another member of the family would: so many processes without a window.
+// Writes the header of the list as another program would: so many processes without a window.
 void Fill(DWORD entries) {
     const HANDLE mapping = OpenFileMappingW(FILE_MAP_READ | FILE_MAP_WRITE, FALSE,
                                             TEXT("Local\\COXInstanceManager_FileMap_Qantivo.Bench"));

@@ -12,7 +12,7 @@
 
 using Text = std::basic_string<WCHAR>;
 
-// Ends the program when what a measurement needs could not be done.
+// Ends the program if a measurement can't be made.
 inline void Check(bool done, const char* what) {
     if (done) return;
     std::fprintf(stderr, "benchmark: %s failed (error %u)\n", what, static_cast<unsigned>(GetLastError()));

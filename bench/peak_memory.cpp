@@ -1,5 +1,5 @@
-// Runs a command of the host and says how much memory it held at the most, in KiB. Wine runs a program in the
-// process that starts it, and the host knows a process's peak when it has ended.
+// Runs a command of the host and prints its peak memory in KiB. Wine runs a program in the process that starts
+// it, and the host knows the peak of a process when it has ended.
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>

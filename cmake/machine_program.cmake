@@ -1,5 +1,5 @@
-# add_machine_program(TARGET [WINDOWED] SOURCE...): adds a program of a machine, which is to say one with wWinMain. On
-# Windows a windowed program has no console. On the host winhost calls wWinMain.
+# add_machine_program(TARGET [WINDOWED] SOURCE...): adds a program with wWinMain that runs on a machine. On Windows a
+# windowed program has no console. On the host winhost calls wWinMain.
 function(add_machine_program target)
     cmake_parse_arguments(PARSE_ARGV 1 program WINDOWED "" "")
     add_executable(${target} ${program_UNPARSED_ARGUMENTS})

@@ -1,4 +1,4 @@
-# The Windows target: mingw-w64 with posix threads. Test programs run under Wine in the prefix inside build/.
+# The Windows target: mingw-w64 with posix threads. Test programs run under Wine, in a prefix in build/.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)

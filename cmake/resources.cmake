@@ -1,5 +1,5 @@
-# add_program_resources(TARGET FILE.rc): gives a program its resources. Windows programs get them from the linker. Host
-# programs carry the compiled .res as a section of their own, where winhost reads it.
+# add_program_resources(TARGET FILE.rc [WINDRES-OPTION...]): adds resources to a program. On Windows the linker adds them. A host
+# program has the compiled .res in a section of its own, where winhost reads it.
 set(QTV_WINDRES x86_64-w64-mingw32-windres)
 set(QTV_RESOURCE_STUB ${CMAKE_CURRENT_LIST_DIR}/resource_section.S.in)
 if(NOT WIN32)

@@ -1,5 +1,5 @@
-// The command line: whatever the arguments are, a start ends by itself, and harms no file that they don't
-// name. The first byte says which program starts and what stands on the machine, the rest is the line.
+// The command line: with any arguments, a run ends by itself and changes no file that they don't name. The first
+// byte selects the program and the state of the machine, the rest is the command line.
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -42,7 +42,7 @@ void MakeMachine(unsigned flags) {
                                                                 : TEXT("C:\\Package\\setup.exe"));
     if (flags & kInstalled)
         (void)SetRegString(HKEY_LOCAL_MACHINE, kProductKey, TEXT("Path"), TEXT("C:\\Apps\\Q8"));
-    // Nobody sits in front of the wizard, and the uninstaller's copy would be a process of its own.
+    // Nobody uses the wizard, and the copy of the uninstaller would be a process of its own.
     winhost::SetFaults({{.call = "DialogBoxParamW"}, {.call = "_wexecl"}});
 }
 
@@ -62,7 +62,7 @@ void ResetVariables() {
         *text = CString();
 }
 
-// The temporary copy's job ends its process, so that one runs in a child.
+// The temporary copy ends its process, so it runs in a child.
 void RunInChild() {
     const pid_t child = fork();
     if (child == 0) {
@@ -72,7 +72,7 @@ void RunInChild() {
         _exit(modelled ? 1 : 0);
     }
     int status = 1;
-    // The fuzzer's clock interrupts.
+    // The fuzzer's timer interrupts the call.
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
     Require(status == 0, "the temporary copy ends with 0");

@@ -1,4 +1,4 @@
-// Dialog templates and the compiled resources that hold them: damaged ones read as missing.
+// Dialog templates and the compiled resources with them: a damaged one counts as missing.
 #include "windows/dialog_template.h"
 
 #include "machine.h"

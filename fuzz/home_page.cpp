@@ -1,4 +1,4 @@
-// HomePage.url: whatever it holds, one address is opened, on the maker's own server.
+// HomePage.url: with any content, one address is opened, on the maker's own server.
 #include "app/setup_state.h"
 #include "install/closing_page.h"
 #include "machine.h"

@@ -1,4 +1,4 @@
-// Link files: what is read from one can be saved, and is then read the same.
+// Link files: a link that is read can be saved, and reading it again has the same result.
 #include "shell/link_format.h"
 
 #include "machine.h"

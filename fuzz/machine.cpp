@@ -12,7 +12,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Small, since each change writes all of it.
+// Small, because each change writes the whole file.
 constexpr std::string_view kRegistry = R"(Windows Registry Editor Version 5.00
 
 [HKEY_LOCAL_MACHINE\SOFTWARE\Microsoft\Windows\CurrentVersion\Explorer\User Shell Folders]
@@ -41,7 +41,7 @@ class OwnMachine {
     const tools::ThrowawayFolder m_folder{"fuzz"};
 };
 
-// Before the program's static objects, which make calls of the platform.
+// Built before the static objects of the program, which make platform calls.
 [[gnu::init_priority(102)]] OwnMachine machine;
 
 struct IsNotModelled {};
@@ -80,7 +80,7 @@ void ClearMachine() {
 }
 
 unsigned CloseHandles() {
-    // A handle is a number, each one above the last.
+    // Handles are numbers; each is higher than the one before.
     static auto last = reinterpret_cast<ULONG_PTR>(winhost::AddHandle(nullptr));
     const auto next = reinterpret_cast<ULONG_PTR>(winhost::AddHandle(nullptr));
     unsigned closed = 0;
@@ -93,7 +93,7 @@ unsigned CloseHandles() {
 void Put(const std::string& path, std::string_view bytes) {
     const fs::path file = machine.Root() / path;
     fs::create_directories(file.parent_path());
-    // Another file in its place: the machine knows a changed registry by that.
+    // A new file: that is how the machine notices a changed registry.
     fs::remove(file);
     std::ofstream(file, std::ios::binary) << bytes;
 }

@@ -1,4 +1,4 @@
-// What the fuzz targets share: one embedded machine for the whole process, emptied before each input.
+// For all fuzz targets: one embedded machine for the whole process, which is emptied before each input.
 #pragma once
 
 #include <framework.h>
@@ -11,19 +11,20 @@
 // Each target defines it; the fuzzer and replay.cpp call it.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
-// Keeps the input as a failing one, unless the property holds.
+// If the property does not hold, ends the process, so that the fuzzer stores the input as a failing one.
 void Require(bool holds, const char* property);
 
 // Runs `act` to its end, or to where it asks for what the embedded machine doesn't model; false for that.
 bool RunModelled(const std::function<void()>& act);
 
-// Empties the machine's drives but for C:\Windows, which becomes the current folder, and forgets its events.
+// Empties the drives of the machine except for C:\Windows, which becomes the current folder, and deletes its events.
 void ClearMachine();
 
-// Closes what an input has left open, so that it costs the next ones nothing. Gives the number of handles.
+// Closes the handles that an input has left open, so that they don't slow down the next ones. Returns their number.
 unsigned CloseHandles();
 
-// Files of the machine, by their paths below its folder ("C/Apps/x"). What can't be read is empty.
+// Files of the machine, by their paths in its folder ("C/Apps/x"). Get returns an empty text for a file that can't be
+// read.
 void Put(const std::string& path, std::string_view bytes);
 std::string Get(const std::string& path);
 

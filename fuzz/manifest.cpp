@@ -1,5 +1,5 @@
-// Manifest and log: whatever their bytes are, a copy pass, a removal pass and a restart end well, and touch
-// no file of the user's that no line names. The first byte says how the machine stands, the rest is the text.
+// Manifest and log: with any bytes, a copy pass, a removal pass and a restart end, and change no file of the user
+// that no line names. The first byte selects the state of the machine, the rest is the text.
 #include <cctype>
 #include <memory>
 #include <vector>
@@ -15,14 +15,14 @@
 namespace {
 
 constexpr unsigned kInstallType = 3, kWow64 = 4, kHeld = 8, kRuns = 16, kReadOnly = 32, kNoMarks = 64;
-// So few that the list of marks in WININIT.INI doesn't get full, which ends the process.
+// Few enough that the list of marks in WININIT.INI does not become full, which would end the process.
 constexpr unsigned kFailingMarks = 40;
 
 BOOL WINAPI SayWow64(HANDLE, PBOOL wow64) {
     return *wow64 = TRUE;
 }
 
-// A line may touch the file when one of the words stands in it: the file's name, a folder's, or a pattern.
+// A line may change the file if it contains one of the words: the name of the file or of a folder, or a pattern.
 struct UserFile {
     const char* path;
     std::vector<std::string_view> words;

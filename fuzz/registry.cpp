@@ -1,4 +1,4 @@
-// The registry's file: what is read from it is written so that it is read the same.
+// The file of the registry: if its content is read, written and read again, the result is the same.
 #include "registry/registry_text.h"
 
 #include "machine.h"

@@ -1,4 +1,4 @@
-// Registry values: whatever stands where the program reads, it gets along, and an uninstall removes its key.
+// Registry values: the program works with any value that it reads, and an uninstall removes its key.
 #include "app/setup_state.h"
 #include "install/earlier_install.h"
 #include "install/install_driver.h"
@@ -16,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     (void)GetProgramFilesDir();
     g_installType = 1;
     TakeUpInstallType();
-    // Before Windows Vista the restore reads and writes more.
+    // Before Windows Vista the program restores more values.
     for (const DWORD major : {10, 5}) {
         g_osVersion.dwMajorVersion = major;
         RestoreFileAssociations();

@@ -1,5 +1,5 @@
-// Runs a target, without a fuzzer, on every file of the folders named, by full paths (the machine has a
-// current folder of its own), and on changed copies of each, which are the same in every run.
+// Runs a target without a fuzzer, on every file of the given folders and on changed copies of each file. The copies
+// are the same in every run. The folders are full paths, because the machine has its own current folder.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -31,11 +31,11 @@ class Changes {
     }
 
   private:
-    // Not a distribution: those differ between libraries.
+    // A distribution of the library would differ between libraries.
     std::size_t Below(std::size_t limit) { return m_random() % limit; }
 
     void Change(Bytes& bytes) {
-        // What ends, divides or repeats something in one of the formats.
+        // Characters that end, divide or repeat something in one of the formats.
         static constexpr char kTelling[] = {0,   -1,  '\n', '\r', '|',  '>',  '\\',
                                             '*', '?', '"',  '=',  0x1A, 0x7F, -128};
         const std::size_t at = Below(bytes.size());
@@ -65,7 +65,7 @@ class Changes {
 };
 
 void Run(const Bytes& bytes) {
-    // Of the exact size, so that the sanitizers see a read behind the input.
+    // A copy of the exact size, so that the sanitizers notice a read past the end of the input.
     const Bytes exact(bytes);
     (void)LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(exact.data()), exact.size());
 }

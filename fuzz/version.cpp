@@ -1,4 +1,4 @@
-// Version blocks: of any file the program reads its numbers or none, and a value lies inside its block.
+// Version blocks: the program reads the numbers of any file or none, and each value is inside its block.
 #include <vector>
 
 #include "install/file_version.h"

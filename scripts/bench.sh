@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Measures the product: each figure is a ratio between two things run side by side, but for the sizes. Prints a table
-# with each figure and its bound, and ends non-zero when one is above it. Wine's prefix and all files lie in memory.
+# Measures the product. Each figure except the sizes is a ratio between two programs that run in turn. Prints a table with each
+# figure and its bound. The exit code is not 0 if a figure is above its bound. Wine's prefix and all files are in memory.
 #   bench.sh [--quick] [WHAT...]   --quick: fewer rounds; WHAT: small large growth application download memory size instances
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -22,14 +22,14 @@ cmake --build "$build/host" --target instance_bench peak_memory winmachine -- --
 work=$(mktemp -d /dev/shm/qtv-bench.XXXXXX)
 export QTV_WINE_HOME=$work/wine
 finish() {
-    # The services of this prefix alone.
+    # Only the services of this prefix.
     WINEPREFIX=$QTV_WINE_HOME/prefix wineserver -k 2>/dev/null || true
     WINEPREFIX=$QTV_WINE_HOME/prefix wineserver -w 2>/dev/null || true
     rm -rf "$work"
 }
 trap finish EXIT
 
-# The host's path as Wine shows it.
+# The path of the host as Wine spells it.
 shown() { printf 'Z:%s' "${1//\//\\}"; }
 run() { scripts/wine.sh "$@" 2> >(grep -v "FS volume label" >&2); }
 bench() { run "$build/windows/install_bench.exe" "$@"; }
@@ -43,7 +43,7 @@ line() {
 }
 package() { bench package "$1" "$(shown "$build/windows/package")" "$(shown "$work/$1")"; }
 measure() { bench "$1" "$(shown "$work")" "${@:2}" || missed=yes; }
-# The middle one of the peaks of several runs, in KiB.
+# The median of the peaks of several runs, in KiB.
 peak() {
     for ((round = 0; round < memory_rounds; ++round)); do
         rm -rf "$work/target" "$work/one.lnk"

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what the named kinds of work need, with apt-get: bootstrap.sh [host|windows|faults|fuzz|bench|screenshots|format|tidy|clang|download|release]...
-# Without a name: host and windows, which is what the tests need. Quick when nothing is missing.
-# If only the packages of the Windows target can't be installed, that is reported, and the caller decides.
+# Without a name: host and windows, which the tests need. It is quick if nothing is missing.
+# If only the packages of the Windows target can't be installed, it reports that and succeeds; the caller decides.
 set -euo pipefail
 
 # Both targets need windres to compile the resources; windres needs the cross compiler's preprocessor and headers.

@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
-# Checks a built setup.exe for Windows: size, no time of its making, imports, manifest and the protections in its headers.
+# Checks a built setup.exe for Windows: its size, that it holds no build time, its imports, its manifest and the protections in
+# its headers.
 set -euo pipefail
 program=$1
 most_bytes=$((300 * 1024))
-# Windows takes these from its own folder whatever lies beside the program.
+# Windows always loads these from its own folder, whatever is next to the program.
 protected_dlls='ADVAPI32 GDI32 KERNEL32 MSVCRT OLE32 SHELL32 USER32'
 
 fail() {
@@ -27,7 +28,7 @@ done
 for protection in HIGH_ENTROPY_VA DYNAMIC_BASE NX_COMPAT; do
     grep -q "$protection" <<<"$headers" || fail "without $protection"
 done
-# Without relocations no address is ever randomised, whatever the header promises.
+# Without relocations no address is random, whatever the header says.
 grep -q ' \.reloc ' <<<"$headers" || fail 'without relocations'
 for entry in requireAdministrator '<dpiAware[^>]*>true' e2011457-1546-43c5-a5fe-008deee3d3f0 \
     35138b9a-5d96-4fbd-8e2d-a2440225f93a; do

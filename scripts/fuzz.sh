@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
-# Looks for inputs that break the program or the embedded machine: fuzz.sh [SECONDS] [TARGET...]
-# Each target (a file of fuzz/) runs for 60 seconds, or as long as said, from its seeds and from what earlier runs have
-# collected below build/fuzz/corpus. An input that fails is put into fuzz/seeds/TARGET/ and stays there: mend the fault,
-# and give it a name. Ends non-zero when there was one.
+# Searches for inputs that break the program or the embedded machine: fuzz.sh [SECONDS] [TARGET...]
+# Each target (a file of fuzz/) runs for SECONDS, or for 60. It starts from its seeds and from the inputs that earlier runs have
+# collected in build/fuzz/corpus. An input that fails is stored in fuzz/seeds/TARGET/ and stays there: fix the fault, and give the
+# file a name. The exit code is not 0 if an input failed.
 #
-# test.sh has a short run: with host-asan it builds the same targets as plain programs with g++, and runs all seeds and
-# changed copies of them, the same in every run, since luck must not decide a build. Only this script needs clang.
+# test.sh has a short form: with host-asan it builds the same targets as plain programs with g++, and runs all seeds and changed
+# copies of them. These are the same in every run, because a build must not depend on luck. Only this script needs clang.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 build=${QTV_BUILD:-$PWD/build}/fuzz
@@ -22,7 +22,7 @@ scripts/bootstrap.sh fuzz
 cmake --preset fuzz -B "$build" >/dev/null
 cmake --build "$build" --target "${targets[@]/#/fuzz_}" -- --quiet
 
-# In memory, where that is possible: since Linux 6.6 files there keep the attributes that a machine takes.
+# In memory if possible: since Linux 6.6 files there keep the attributes that a machine needs.
 if [ -z "${TMPDIR-}" ] && printf '6.6\n%s\n' "$(uname -r)" | sort -CV; then TMPDIR=/dev/shm; fi
 work=$(mktemp -d "${TMPDIR:-/tmp}/qtv-fuzz.XXXXXX")
 trap 'rm -rf "$work"' EXIT
@@ -32,7 +32,7 @@ for target in "${targets[@]}"; do
     seeds=$PWD/fuzz/seeds/$target corpus=$build/corpus/$target log=$build/$target.log
     mkdir -p "$corpus"
     result=ok
-    # A leak shows at the end of a run; to look for one after each input takes longer than the inputs do.
+    # A leak is found at the end of a run. A search after each input takes longer than the inputs.
     TMPDIR=$work "$build/fuzz_$target" -max_total_time="$seconds" -max_len=4096 -timeout=20 -detect_leaks=0 \
         -print_final_stats=1 -artifact_prefix="$seeds/" "$corpus" "$seeds" >"$log" 2>&1 </dev/null ||
         result="FAILED, see $log" failed=yes

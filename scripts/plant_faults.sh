@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Plants faults in the program, one at a time, and reports which test notices each; fails when one survives:
+# Plants faults in the program, one at a time, and reports which test notices each. It fails if no test notices a fault:
 # plant_faults.sh [--room ROOM] [--useless] [--sample [HASH]] [NAME...]
-# The tables are tools/plant_faults/faults/ROOM.faults. Nothing in this checkout changes but build/.
+# The tables are tools/plant_faults/faults/ROOM.faults. Only build/ changes in this checkout.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 

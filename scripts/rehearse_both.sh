@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Rehearses the sample package on an embedded machine and under Wine: both must tell the same of a fresh installation,
-# an update and a portable installation.
+# Rehearses the sample package on an embedded machine and under Wine. Both must report the same for a new installation, an update
+# and a portable installation.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 host=${QTV_HOST_BUILD:-build/host}
@@ -15,7 +15,7 @@ done
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-# A package of version 8.4 with two files more, of which the later version takes one away.
+# A package of version 8.4 with two more files. The later version deletes one of them.
 make_earlier() {
     cp -r "$1" "$2"
     LC_ALL=C sed -i 's/\(\xBD\x04\xEF\xFE....\)\x05\x00\(\x08\x00\x00\x00\x02\x00\)\x05\x00/\1\x04\x00\2\x04\x00/' \
@@ -27,7 +27,7 @@ make_earlier() {
 make_earlier "$host/package" "$work/host"
 make_earlier "$QTV_WINDOWS_BUILD/package" "$work/windows"
 
-# Lines that Wine tells otherwise, each with its reason; the first names the package.
+# Lines that differ under Wine, each with its reason. The first contains the path of the package.
 wine_deviations=(
     '^{"package": '
 )
@@ -44,7 +44,7 @@ same() {
     "$host/rehearse" --json "${host_earlier[@]}" "$host/package" -- "$@" | told >"$work/$name.host"
     "$host/rehearse" --json --wine "${windows_earlier[@]}" "$QTV_WINDOWS_BUILD/package" -- "$@" | told >"$work/$name.wine"
     if diff "$work/$name.host" "$work/$name.wine"; then
-        echo "rehearse_both: $name is told alike, in $(wc -l <"$work/$name.host") lines"
+        echo "rehearse_both: both targets report the same for $name, in $(wc -l <"$work/$name.host") lines"
     else
         failed=yes
     fi

@@ -32,7 +32,7 @@ wine() { "$root/scripts/wine.sh" "$@" >/dev/null 2>&1; }
 
 cd "$package"
 for dpi in 96 144; do
-    # Each in a system that knows nothing of an earlier installation.
+    # Each in a new system, without an earlier installation.
     export QTV_WINE_HOME=$work/$dpi
     # Without a window manager Wine draws the frames of its windows itself.
     wine reg.exe add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Makes every platform call of an installation, an update and an uninstall fail, or kills the program at it, one run for
-# each, and looks at the machine that is left: sweep.sh [--quick] [fault|kill]
-# The program under test is built with sanitizers. docs/reliability.md tells what is promised.
+# Repeats an installation, an update and an uninstall once for each platform call. In each run that call fails, or the program is
+# killed at it, and the resulting machine is checked: sweep.sh [--quick] [fault|kill]
+# The program under test is built with sanitizers. docs/reliability.md lists what is promised.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 

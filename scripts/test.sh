@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Sets up, builds and tests both targets, or the one named: test.sh [host|windows]
-# The host's tests run plainly and with sanitizers, those of the Windows target under Wine. A few random runs compare both,
-# and a minute of planted faults tests the tests.
+# Installs what is needed, checks the sources, and builds and tests both targets or the one named: test.sh [host|windows]
+# The tests of the host run without and with sanitizers, those of the Windows target under Wine. A few random runs compare both
+# targets, and a minute of planted faults tests the tests.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -48,7 +48,7 @@ for preset in "${presets[@]}"; do
     result='did not build'
     if cmake --preset "$preset" >/dev/null && cmake --build --preset "$preset" -- --quiet; then
         run=(ctest --preset "$preset" --no-tests=error -j "$(nproc)")
-        # Wine's programs and its server take turns: on one processor they need not wake another one each time.
+        # Wine's programs and its server work in turn. On one processor neither has to wake another processor each time.
         [ "$preset" != windows ] || run=(taskset -c "$(taskset -cp $$ | sed 's/.*: \([0-9]*\).*/\1/')" "${run[@]}")
         if "${run[@]}"; then
             result='all tests passed'
@@ -73,7 +73,7 @@ if [ -z "$failed" ] && [ ${#presets[@]} -eq 3 ]; then
     echo
     echo '==== differential ===='
     started=$SECONDS
-    result='both targets leave the same'
+    result='both targets have the same results'
     scripts/differential.sh 1-10 || { result='THE TARGETS DIFFER'; failed=yes; }
     sum_up differential "$result" "$started"
 fi

@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
-# Runs a Windows program under Wine in the prefix inside build/, which is made when it is missing.
-# HOME lies inside build/ too: a prefix links its Desktop and Documents into the home folder.
-# QTV_WINE_HOME names another folder for it, QTV_WINE_GRAPHICS a graphics driver with windows to look at (x11).
+# Runs a Windows program under Wine, in a prefix in build/. The script makes the prefix if it is missing.
+# HOME is in build/ too, because a prefix links its Desktop and Documents to the home folder.
+# QTV_WINE_HOME names another home folder, QTV_WINE_GRAPHICS a graphics driver that shows windows (x11).
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 wine_home=${QTV_WINE_HOME:-$root/build/wine}
 export HOME=$wine_home WINEPREFIX=$wine_home/prefix WINEARCH=win64
 export WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES='winemenubuilder.exe,winedbg.exe=d;mscoree,mshtml=d'
 
-# Debian keeps the loader out of PATH; its /usr/bin/wine is a script that asks for 32-bit Wine.
+# Debian's loader is not in PATH, and its /usr/bin/wine is a script that asks for 32-bit Wine.
 for wine in /usr/lib/wine/wine64 "$(command -v wine64 || true)" "$(command -v wine || true)" ''; do
     [ ! -x "$wine" ] || break
 done
@@ -17,8 +17,8 @@ if [ -z "$wine" ]; then
     exit 127
 fi
 
-# The first of several parallel starts makes the prefix, the others wait. No child keeps the lock's descriptor: the
-# server outlives this script.
+# If several scripts start at once, the first makes the prefix and the others wait. No child inherits the descriptor of the lock,
+# because the server still runs after this script has ended.
 make_prefix() (
     trap 'echo "wine.sh: making the prefix failed" >&2' ERR
     exec 9>"$wine_home/.lock"
@@ -27,24 +27,24 @@ make_prefix() (
     export DISPLAY=''
     server=$(dirname "$(readlink -f "$wine")")/wineserver
     [ -x "$server" ] || server=wineserver
-    # An interrupted attempt may have left its server running; it would write into the new prefix.
+    # After an interrupted attempt its server may still run. It would write into the new prefix.
     [ ! -d "$WINEPREFIX" ] || "$server" -k 9>&- || true
     rm -rf "$WINEPREFIX"
-    # Without folders of their own Desktop, Documents and the like would all be links to the home folder itself.
+    # If these folders are missing, Desktop, Documents and so on all become links to the home folder itself.
     mkdir -p "$HOME"/{Desktop,Documents,Downloads,Music,Pictures,Templates,Movies}
     "$wine" wineboot.exe -i >/dev/null 2>&1 9>&-
-    # Message boxes need a graphics driver even where there is no display; the null driver shows nothing and works.
+    # Message boxes need a graphics driver even without a display. The null driver works and shows nothing.
     "$wine" reg.exe add 'HKCU\Software\Wine\Drivers' /v Graphics /d "${QTV_WINE_GRAPHICS:-null}" /f >/dev/null 2>&1 9>&-
-    # The system that both targets stand for.
+    # The version of Windows that both targets represent.
     "$wine" reg.exe add 'HKCU\Software\Wine' /v Version /d win10 /f >/dev/null 2>&1 9>&-
-    # Windows hides no file for a dot in front of its name.
+    # Windows does not hide a file because its name begins with a dot.
     "$wine" reg.exe add 'HKCU\Software\Wine' /v ShowDotFiles /d Y /f >/dev/null 2>&1 9>&-
-    # Large parts of Wine's registry that no program here asks for: snapshots are several times as quick without them.
+    # No program here needs these large parts of Wine's registry. Without them a snapshot takes a fraction of the time.
     for key in 'Classes\Interface' 'Microsoft\Windows\CurrentVersion\Telephony' \
         'Microsoft\Windows\CurrentVersion\Time Zones' 'Microsoft\Windows NT\CurrentVersion\Time Zones'; do
         "$wine" reg.exe delete "HKLM\\Software\\$key" /f >/dev/null 2>&1 9>&- || true
     done
-    # The registry reaches the disk when the server ends.
+    # The server writes the registry to the disk when it ends.
     "$server" -w 9>&-
     touch "$WINEPREFIX/.ready"
 )
