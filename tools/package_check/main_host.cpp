@@ -1,5 +1,4 @@
-// A package lies in a plain folder of the host, so the check runs in a machine of its own, made for this run,
-// with that folder in it.
+// The package is in a plain folder of the host. So the check makes a machine for this run, with that folder in it.
 #include <cstdio>
 #include <exception>
 #include <filesystem>

@@ -18,7 +18,7 @@ bool ManifestLines::Next(ManifestLine& line) {
     if (!ReadLogLine(line.text, m_file)) return false;
     if (!m_inside) m_lineFeed = std::min(m_bytes.find('\n', m_at), m_end);
     std::size_t cchLeft = m_lineFeed - std::min(m_at, m_lineFeed);
-    // As text a carriage return and a line feed are one character.
+    // In text mode a carriage return and a line feed are one character.
     if (cchLeft > 0 && m_lineFeed < m_end && m_bytes[m_lineFeed - 1] == '\r') --cchLeft;
 
     constexpr std::size_t kMostChars = kLineChars - 1;
@@ -35,7 +35,7 @@ bool ManifestLines::Next(ManifestLine& line) {
 }
 
 bool ManifestLines::EndsEarly() const {
-    // Some editors close a text with the mark, which harms nothing.
+    // Some editors write the mark at the end of a text, which does no harm.
     return m_end < m_bytes.size() && m_bytes.find_first_not_of("\x1A\r\n\t ", m_end) != std::string::npos;
 }
 

@@ -1,4 +1,4 @@
-// The lines of a manifest, as the program reads them, with what that reading hides.
+// The lines of a manifest as the program reads them, with marks for text that the program does not see.
 #pragma once
 
 #include <string>
@@ -8,19 +8,19 @@
 namespace package_check {
 
 struct ManifestLine {
-    WCHAR text[kLineChars];  // as ReadLogLine gives it
+    WCHAR text[kLineChars];  // as ReadLogLine returns it
     unsigned number = 0;     // in the file, from 1
     bool isCut = false;      // the line is longer than one read, and this is its first piece
     bool continues = false;  // a further piece of such a line
-    bool hidesText = false;  // a null byte hides what stands behind it in the piece
+    bool hidesText = false;  // a null byte hides the rest of the piece
 };
 
 class ManifestLines {
   public:
-    // `bytes` is the whole content of `file`, which is open as text and at its start. Both outlive this.
+    // `bytes` is the whole content of `file`, which is open as text and at its start. Both must outlive this object.
     ManifestLines(const std::string& bytes, FILE* file);
 
-    // False at the end of what the program reads.
+    // Returns false at the end of what the program reads.
     bool Next(ManifestLine& line);
 
     // Whether an end mark (byte 1A) keeps text from being read, and in which line.

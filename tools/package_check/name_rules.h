@@ -1,4 +1,4 @@
-// What Windows does with the names in records, told by rule: the same on every system that checks a package.
+// What Windows does with the names in records, by rules that are the same on every system that checks a package.
 #pragma once
 
 #include "name_patterns.h"
@@ -9,11 +9,11 @@ namespace package_check {
 // Whether there is a character that Windows' names can't hold. Wildcards and separators don't count.
 bool HasForbidden(const CString& name);
 
-// Whether a level of the path ends in a blank or a dot. A pattern may end in a dot: "*." finds names without
+// Whether a level of the path ends with a blank or a dot. A pattern may end with a dot: "*." finds names without
 // one.
 bool HasBlankOrDotEnd(const CString& path);
 
-// Whether a level of the path is the name of a device, with or without an ending.
+// Whether a level of the path is the name of a device, with or without an extension.
 bool HasDevice(const CString& path);
 
 // Whether a search finds an entry of that name, in upper case, by its short name only.

@@ -11,7 +11,7 @@ namespace package_check {
 
 namespace {
 
-constexpr char kDamaged[] = "Setup says that its files are damaged, and ends.";
+constexpr char kDamaged[] = "Setup reports that its files are damaged, and ends.";
 
 bool Exists(const CString& path) {
     return GetFileAttributesW(path) != INVALID_FILE_ATTRIBUTES;
@@ -49,8 +49,8 @@ void CheckAgreementText(const std::string& bytes, std::vector<Finding>& findings
         bareLineFeed = bareLineFeed || (units[i] == '\n' && (i == 0 || units[i - 1] != '\r'));
     }
     if (narrow)
-        return report("agreement-encoding", "no text in UTF-16, little-endian",
-                      "Nothing converts it: the agreement page shows meaningless signs.",
+        return report("agreement-encoding", "the text is not UTF-16, little-endian",
+                      "Setup does not convert it: the agreement page shows meaningless characters.",
                       "iconv -t UTF-16LE, or \"UTF-16 LE\" in an editor that can leave the mark out.");
     if (units[0] == 0xFEFF)
         report("agreement-mark", "a byte-order mark", "The mark is shown as the text's first character.",
@@ -61,7 +61,8 @@ void CheckAgreementText(const std::string& bytes, std::vector<Finding>& findings
                "A text in UTF-16, little-endian.");
     if (bareLineFeed)
         report("agreement-line-ends", "line feeds without a carriage return",
-               "The agreement page breaks no line there.", "Line ends of carriage return and line feed.");
+               "The agreement page does not end the line there.",
+               "Line ends of carriage return and line feed.");
 }
 
 void CheckAgreement(const CString& package, std::vector<Finding>& findings) {
@@ -73,23 +74,23 @@ void CheckAgreement(const CString& package, std::vector<Finding>& findings) {
                             "A file that the check may read, and that nobody holds open."});
     } else if (!bytes || bytes->size() < 2) {
         findings.push_back({"agreement-empty", "agreement.txt", 0, "no text",
-                            "The agreement page is empty, and can be accepted all the same.",
+                            "The agreement page is empty, and the user can accept it nevertheless.",
                             "The agreement as text in UTF-16, little-endian, without a byte-order mark."});
     } else {
         CheckAgreementText(*bytes, findings);
     }
 }
 
-// Lines of HomePage.url that set the query of the page that setup opens in the end.
+// Lines of HomePage.url that set the query of the page that setup opens at the end.
 enum class UrlLine { Other, Acts, Idle };
 
 UrlLine JudgeUrlLine(const CString& line) {
-    // What no line gives.
+    // A text that no line can set.
     const CString before = TEXT("\n");
     CString query = before;
     TakeQueryLine(line, query);
     if (query != before) return UrlLine::Acts;
-    // Other keys are the shell's.
+    // Other keys belong to the shell.
     const int sign = line.Find('=');
     const CString key = line.Left(sign).Trim();
     const bool meant = key.CompareNoCase(TEXT("URL")) == 0 || key.CompareNoCase(TEXT("Update")) == 0;
@@ -121,8 +122,8 @@ void CheckHomePage(const CString& package, std::vector<Finding>& findings) {
             if (line.Find(TEXT("URL")) == 0) {
                 for (const Acting& earlier : acting)
                     findings.push_back({"home-page-wiped", kFile, earlier.line, Utf8(earlier.text),
-                                        "Line " + std::to_string(number) + " replaces what this line gave.",
-                                        "One URL= line, and the Update= line behind it."});
+                                        "Line " + std::to_string(number) + " replaces what this line added.",
+                                        "One URL= line, and the Update= line after it."});
                 acting.clear();
             }
             acting.push_back({number, line});
@@ -136,7 +137,7 @@ void CheckHomePage(const CString& package, std::vector<Finding>& findings) {
 void CheckOtherFiles(const CString& package, const PackageFiles& files, std::vector<Finding>& findings) {
     if (!files.HasSetup())
         findings.push_back({"setup-missing", "", 0, "no file whose name holds setup.exe",
-                            "Under another name the program doesn't install but removes.",
+                            "Under another name the program uninstalls.",
                             "The setup program as setup.exe in the package folder."});
     CheckApplication(package, findings);
     CheckAgreement(package, findings);

@@ -1,4 +1,4 @@
-// The package's files besides the manifest that setup itself reads.
+// The files of the package, other than the manifest, that setup itself reads.
 #pragma once
 
 #include "package_check/package_files.h"

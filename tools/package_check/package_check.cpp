@@ -19,7 +19,7 @@ void AddManifestFinding(std::vector<Finding>& findings, const char* id, unsigned
     findings.push_back({id, Utf8(kLogFile), line, what, happens, instead});
 }
 
-// Whether the bytes are text in 16-bit units, with or without a mark.
+// Whether the bytes are text in 16-bit units, with or without a byte-order mark.
 bool IsWide(const std::string& bytes) {
     if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) return true;
     if (bytes.size() < 4) return false;
@@ -36,17 +36,18 @@ void CheckLine(const ManifestLine& line, RecordChecks& records, std::vector<Find
     if (line.isCut || line.continues) {
         const bool obeyed = record.kind && record.asWritten();
         if (line.isCut)
-            report("long-line",
-                   "The line is longer than the 511 characters of one read. Its first piece is taken as a "
-                   "record cut short, and each further piece as a line of its own.",
-                   "A shorter line.");
+            report(
+                "long-line",
+                "The line is longer than the 511 characters of one read. Its first piece is a record that is "
+                "too short, and each further piece is read as a line of its own.",
+                "A shorter line.");
         else if (obeyed)
-            report("long-line", "This piece of a longer line begins as a record does, and is carried out.",
+            report("long-line", "This piece of a longer line begins like a record, and is carried out.",
                    "A shorter line.");
         return;
     }
     if (line.hidesText)
-        report("nul-byte", "A byte of 0 ends the text of its line: what stands behind it isn't read.",
+        report("nul-byte", "A byte 0 ends its line: the rest of the line is not read.",
                "The line without that byte.");
     if (record.kind && !record.Value().IsEmpty()) {
         records.Take(record, line.number);
@@ -54,29 +55,29 @@ void CheckLine(const ManifestLine& line, RecordChecks& records, std::vector<Find
         for (const Mending& mending : record.mendings)
             report(mending.id, mending.happens, mending.instead.c_str());
     } else if (StartsWithMark(text)) {
-        report("byte-order-mark", "The mark stands in front of the line, which so is no record.", kSaveAs);
+        report("byte-order-mark", "The mark is before the first prefix, so the line is not a record.",
+               kSaveAs);
     } else if (const WCHAR first = CString(text).TrimLeft()[0]; first != 0 && first != '#') {
-        report("no-record",
-               "No record begins like that: the line is skipped in silence, at the installation and at the "
-               "removal.",
-               "One of the prefixes, spelled and cased exactly; or # in front, if it is a remark.");
+        report(
+            "no-record",
+            "No record begins like this: setup and the uninstaller skip the line without a message.",
+            "One of the prefixes, spelled exactly, with the same case; or # at the beginning of a remark.");
     }
 }
 
 void CheckManifest(const std::string& bytes, FILE* file, RecordChecks& records,
                    std::vector<Finding>& findings) {
     if (IsWide(bytes))
-        return AddManifestFinding(findings, "wide-encoding", 1, "a text in 16-bit characters",
-                                  "One byte is one character: no line is a record, and nothing is installed.",
-                                  kSaveAs);
+        return AddManifestFinding(
+            findings, "wide-encoding", 1, "a text in 16-bit characters",
+            "Setup reads one byte as one character: no line is a record, and nothing is installed.", kSaveAs);
     ManifestLines lines(bytes, file);
     ManifestLine line;
     while (lines.Next(line))
         CheckLine(line, records, findings);
     if (lines.EndsEarly())
         AddManifestFinding(findings, "text-end", lines.EndLine(), "a byte 1A",
-                           "That byte ends the text: no line behind it is read.",
-                           "The file without that byte.");
+                           "That byte ends the text: no later line is read.", "The file without that byte.");
     records.Finish();
 }
 
@@ -84,7 +85,7 @@ void Sort(std::vector<Finding>& findings) {
     const std::string manifest = Utf8(kLogFile);
     std::stable_sort(findings.begin(), findings.end(), [&](const Finding& left, const Finding& right) {
         const auto rank = [&](const Finding& finding) {
-            // What concerns the manifest as a whole comes behind its lines: 0 less 1 is the largest number.
+            // A finding of the whole manifest has line 0 and comes after all lines: 0 - 1 is the largest number.
             return std::tuple(finding.file != manifest, finding.file == manifest ? finding.line - 1 : 0);
         };
         return rank(left) < rank(right);
@@ -109,7 +110,7 @@ std::vector<Finding> CheckPackage(LPCWSTR folder) {
     const CString manifestPath = WithSeparator(package) + kLogFile;
     if (GetFileAttributesW(manifestPath) == INVALID_FILE_ATTRIBUTES) {
         AddManifestFinding(findings, "no-manifest", 0, "the folder has no QtvUnInst.log",
-                           "Setup says that its files are damaged, and ends.",
+                           "Setup reports that its files are damaged, and ends.",
                            "A package folder, with its manifest.");
         return findings;
     }
@@ -117,7 +118,7 @@ std::vector<Finding> CheckPackage(LPCWSTR folder) {
     const std::optional<std::string> bytes = tools::ReadWhole(manifestPath.Text());
     if (!manifest || !bytes) {
         AddManifestFinding(findings, "unreadable", 0, "a file that can't be read", "Nothing else is checked.",
-                           "A file that the check may read, and that nobody holds open.");
+                           "A file that the check may read, and that no program has open.");
         return findings;
     }
     PackageFiles files(package, findings);

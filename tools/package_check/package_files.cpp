@@ -11,7 +11,7 @@ namespace package_check {
 
 namespace {
 
-// Links that lead back to a folder above would hardly come to an end.
+// A link to a folder above would make the search nearly endless.
 constexpr std::size_t kMostEntries = 1'000'000;
 
 constexpr WCHAR kAgreement[] = TEXT("agreement.txt");
@@ -20,12 +20,12 @@ bool IsDotName(const CString& name) {
     return name == TEXT(".") || name == TEXT("..");
 }
 
-// A program of that name installs, as the start tells the two jobs apart.
+// A program with such a name installs: the start-up decides by the name.
 bool IsSetup(CString name) {
     return name.MakeLower().Find(kInstallerNameTest) >= 0;
 }
 
-// Whether the system must answer a search: only the system knows the other case of these letters.
+// Whether only the system can do the search, because only the system knows the other case of these letters.
 bool NeedsSystem(const CString& name) {
     const Wide& text = name.Text();
     return std::any_of(text.begin(), text.end(), [](WCHAR character) { return character >= 0x80; });
@@ -47,7 +47,7 @@ PackageFiles::PackageFiles(const CString& folder, std::vector<Finding>& findings
         TakeFolder(next, folders, findings);
         if (m_entries.size() <= kMostEntries) continue;
         findings.push_back({"unreadable", "", 0, "more than a million files",
-                            "The check looked at the first million alone.",
+                            "The check read only the first million.",
                             "A package folder without links to a folder above."});
         return;
     }

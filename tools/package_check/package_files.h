@@ -11,23 +11,23 @@ namespace package_check {
 
 class PackageFiles {
   public:
-    // Looks through the folder and all below it. A folder that can't be looked into becomes a finding.
+    // Reads the folder and all folders in it. A folder that can't be read becomes a finding.
     PackageFiles(const CString& folder, std::vector<Finding>& findings);
 
     struct Match {
         CString name;
         bool isFolder;
     };
-    // What a record's name or pattern, relative to the package, finds there by the names as they are: no
-    // short name counts, whatever drive the package lies on. "." and ".." are left out.
+    // What the name or pattern of a record, relative to the package, finds by long names only, whatever drive the
+    // package is on. "." and ".." are left out.
     std::vector<Match> Find(const CString& pattern) const;
-    // The names in a folder of the package, in upper case; none when there is no such folder.
+    // The names in a folder of the package, in upper case; none if there is no such folder.
     std::vector<Wide> NamesIn(const CString& folder) const;
 
-    // A record names the file, given by its full path.
+    // Notes that a record names this file. The path is a full path.
     void MarkNamed(const CString& path);
 
-    // The files, relative to the folder, that neither a record names nor setup itself looks for in a package.
+    // The files that no record names and that setup itself does not look for, relative to the folder.
     std::vector<CString> Unnamed() const;
     bool HasSetup() const { return m_hasSetup; }
 
@@ -43,7 +43,7 @@ class PackageFiles {
     const std::set<Wide>& KeysIn(const CString& folder) const;
 
     std::unordered_map<Wide, Entry> m_entries;
-    std::unordered_map<Wide, std::set<Wide>> m_keys;  // by the key of their folder
+    std::unordered_map<Wide, std::set<Wide>> m_keys;  // for the key of their folder
     bool m_hasSetup = false;
 };
 

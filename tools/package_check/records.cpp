@@ -10,16 +10,16 @@ namespace package_check {
 
 namespace {
 
-// Where most machines have it; a longer name of the folder leaves a path even less room.
+// The folder on most machines. A longer name leaves even less room for a path.
 constexpr WCHAR kProgramFiles[] = TEXT("C:\\Program Files");
 
-// The one file that setup itself asks for only where it carries "File Copy x64: " records out.
+// Setup itself looks for this file only if it carries out "File Copy x64: " records.
 constexpr WCHAR kX64Handler[] = TEXT("x64\\ThumbQvi64.dll");
 
-// From here on a record for each file costs more time than the files do.
+// With more, the records cost more time than the files.
 constexpr unsigned kManyRecords = 100;
 
-// A folder has room for a name of 8.3 characters in it.
+// Windows requires room for a name of 8.3 characters in a folder.
 constexpr int kMostOfFolder = MAX_PATH - 13;
 
 // For a set of kinds.
@@ -59,11 +59,11 @@ void RecordChecks::Take(const Record& record, unsigned line) {
         case Job::Folder:
             return TakeFolderRecord();
         case Job::Setup:
-            return Report(
-                "setup-record",
-                "Setup writes such records itself, into the log of an installation. From a manifest "
-                "the uninstaller takes them for its own, and deletes what they name.",
-                "No such line; take the manifest, not the log of an installation.");
+            return Report("setup-record",
+                          "Setup writes such records itself, into the log of an installation. If they are in "
+                          "a manifest, "
+                          "the uninstaller deletes what they name.",
+                          "No such line. Use the manifest, not the log of an installation.");
     }
 }
 
@@ -80,8 +80,8 @@ void RecordChecks::TakeCopy() {
         RemovalPattern(m_record->Value()).CompareNoCase(kX64Handler) != 0)
         Report(
             "x64-ignored",
-            "This setup program is a 64-bit one, and passes the record over in every installation that is "
-            "not portable, 64-bit Windows or not. The uninstaller deletes a file of that name all the same.",
+            "This setup program is a 64-bit program, and skips the record in every installation that is not "
+            "portable. The uninstaller deletes a file of that name nevertheless.",
             "File Copy: for a file that every machine needs.");
 }
 
@@ -89,13 +89,12 @@ void RecordChecks::TakePattern(const CString& pattern) {
     if (HasWildcard(pattern)) {
         const auto [first, isNew] = m_patterns.try_emplace(Key(m_root + TEXT("\\") + pattern), m_line);
         if (!isNew)
-            return Report("written-twice", "The pattern stands in " + Line(first->second) + " already.",
-                          "One record for it.");
+            return Report("written-twice", "The pattern is already in " + Line(first->second) + ".",
+                          "One record for the pattern.");
     }
     const std::vector<PackageFiles::Match> matches = m_files.Find(pattern);
     if (matches.empty())
-        return Report("no-match",
-                      "The package holds no such file: nothing is copied, and not even the folder is made.",
+        return Report("no-match", "The package has no such file: nothing is copied, and no folder is made.",
                       "The name of a file in the package, or no such line.");
     const CString target = CopyTarget(m_root, pattern);
     const CString source = WithSeparator(CopySource(m_package, pattern));
@@ -109,8 +108,8 @@ void RecordChecks::TakePattern(const CString& pattern) {
         if (isFolder) {
             Report("folder-match",
                    "It matches the folder " + Utf8(name) +
-                       ", which can't be copied; the matches behind it are then given up as well.",
-                   "A pattern that no folder matches, and a record of its own for what the folder holds: " +
+                       ", which can't be copied. The matches after it are not copied either.",
+                   "A pattern that no folder matches, and another record for the files in the folder: " +
                        Utf8(m_record->kind->prefix +
                             (FolderOf(pattern).IsEmpty() ? CString() : FolderOf(pattern) + TEXT("\\")) +
                             name + TEXT("\\*.*")));
@@ -122,40 +121,40 @@ void RecordChecks::TakePattern(const CString& pattern) {
 
 void RecordChecks::TakeTwoNames(const CString& name, const CString& newName) {
     if (newName.IsEmpty())
-        return Report(
-            "empty-new-name",
-            "An empty name is a name: setup takes the installation folder for the old file, marks it for "
-            "deletion at the next start of the machine, and asks for a restart.",
-            Utf8(m_record->kind->prefix + name + TEXT(" > ") + NameOf(name)));
+        return Report("empty-new-name",
+                      "With an empty name setup treats the installation folder as the old file, marks it for "
+                      "deletion at "
+                      "the next start of the machine, and sets that a restart is needed.",
+                      Utf8(m_record->kind->prefix + name + TEXT(" > ") + NameOf(name)));
     if (name.IsEmpty())
         return Report(
             "empty-name",
-            "Setup takes the package folder for the file: the copy fails, and an older file of that "
-            "name is gone by then.",
-            "The name of a file in the package in front of the sign.");
+            "Setup treats the package folder as the file: the copy fails, and an older file of that name has "
+            "been deleted.",
+            "The name of a file in the package before the sign.");
     if (HasWildcard(name) || HasWildcard(newName))
         return Report(
             "two-name-wildcard",
             "Two names are taken literally at the installation: no file is found, or none can be made. "
-            "At the removal a wildcard in the new name works, and takes all that it matches.",
+            "At the removal a wildcard in the new name works, and deletes everything that it matches.",
             "A record for each file.");
     if (!NameWorks(name, m_package, false) || !NameWorks(newName, m_root, false)) return;
     const std::vector<PackageFiles::Match> matches = m_files.Find(name);
     if (matches.empty())
-        return Report("no-match", "The package holds no such file: nothing is copied.",
+        return Report("no-match", "The package has no such file: nothing is copied.",
                       "The name of a file in the package, or no such line.");
     if (matches.front().isFolder)
         return Report("folder-match", "That is a folder, which can't be copied.", "The name of a file.");
     const CString target = WithSeparator(m_root) + newName;
     if (!IsMade(FolderOf(target)))
         Report("two-name-folder",
-               FolderOf(newName).IsEmpty() ? "A record of two names makes no folder, and no record in front "
-                                             "of it makes the installation "
-                                             "folder: on a fresh machine nothing is copied."
-                                           : "A record of two names makes no folder, and no record in front "
-                                             "of it does: nothing is copied.",
-               FolderOf(newName).IsEmpty() ? "The record behind one \"File Copy: \" record of a single name."
-                                           : "Make Dir: " + Utf8(FolderOf(newName)) + " in front of it.");
+               FolderOf(newName).IsEmpty() ? "A record of two names makes no folder, and no earlier record "
+                                             "makes the installation folder: on a new machine nothing is "
+                                             "copied."
+                                           : "A record of two names makes no folder, and no earlier record "
+                                             "makes it: nothing is copied.",
+               FolderOf(newName).IsEmpty() ? "The record after a \"File Copy: \" record with a single name."
+                                           : "Make Dir: " + Utf8(FolderOf(newName)) + " before it.");
     AddFile(WithSeparator(m_package) + name, target);
 }
 
@@ -183,49 +182,49 @@ void RecordChecks::TakeFolderRecord() {
         folder.makers |= Bit(AtInstall::MakeFolder);
     } else {
         const CString missing = parent.Mid(m_target.GetLength() + 1);
-        Report("folder-before-parent",
-               missing.IsEmpty()
-                   ? "One level alone is made, and no record in front of it makes the installation folder: "
-                     "on a fresh machine the folder isn't made."
-                   : "One level alone is made, and no record in front of it makes " + Utf8(missing) +
-                         ": the folder isn't made.",
-               missing.IsEmpty() ? "The record behind one \"File Copy: \" record of a single name."
-                                 : "Make Dir: " + Utf8(missing) + " in front of it.");
+        Report(
+            "folder-before-parent",
+            missing.IsEmpty()
+                ? "A record makes one level only, and no earlier record makes the installation folder: on a "
+                  "new machine this folder is not made."
+                : "A record makes one level only, and no earlier record makes " + Utf8(missing) +
+                      ": this folder is not made.",
+            missing.IsEmpty() ? "The record after a \"File Copy: \" record with a single name."
+                              : "Make Dir: " + Utf8(missing) + " before it.");
     }
 }
 
-// Whether a name leads to a place below the folder.
+// Whether a name leads to a place in the folder or deeper.
 bool RecordChecks::NameWorks(const CString& name, const CString& folder, bool wildcards) {
     const bool wrongWildcard = HasWildcard(wildcards ? FolderOf(name) : name);
     if (wrongWildcard || HasForbidden(name)) {
         Report("bad-name",
-               wrongWildcard ? "Wildcards work in the last part of a file's name alone: nothing is found."
+               wrongWildcard ? "Wildcards work only in the last part of the name of a file: nothing is found."
                              : "No file can have such a name: nothing is found.",
-               "A name relative to the package, of characters that Windows' names can hold.");
+               "A name relative to the package, with characters that Windows allows.");
         return false;
     }
     if (HasBlankOrDotEnd(name)) {
         Report("blank-or-dot-end",
-               "Windows cuts blanks and dots from the end of a whole path only. Inside a path they count, "
-               "and no "
-               "folder has such a name: nothing is found, or another file than the one meant.",
+               "Windows removes blanks and dots only from the end of a whole path. No folder has such a name "
+               "inside a path: nothing is found, or another file is.",
                "The name without them.");
         return false;
     }
     if (HasDevice(name)) {
-        Report("device-name",
-               "Windows keeps the name for a device, in every folder and with any ending: no such file or "
-               "folder "
-               "can be made.",
-               "Another name.");
+        Report(
+            "device-name",
+            "Windows reserves the name for a device, in every folder and with any extension: no such file or "
+            "folder can be made.",
+            "Another name.");
         return false;
     }
     const Wide below = folder == m_target ? m_belowTarget : Key(WithSeparator(folder));
     if (Key(WithSeparator(folder) + name).compare(0, below.size(), below) == 0) return true;
     Report("outside-folder",
-           "The name leads out of the folder, so that setup writes or deletes where the product has no "
-           "business.",
-           "A name below the folder.");
+           "The name leaves the folder, so setup writes or deletes in a place that does not belong to the "
+           "product.",
+           "A name in the folder.");
     return false;
 }
 
@@ -233,7 +232,7 @@ void RecordChecks::CheckLength(const CString& path, int cchMost, const char* eff
     if (path.GetLength() <= cchMost) return;
     Report("long-path",
            "In " + Utf8(m_target) + " the path has " + std::to_string(path.GetLength()) +
-               " characters, and Windows takes " + std::to_string(cchMost) + ": " + effect + ".",
+               " characters, and Windows allows " + std::to_string(cchMost) + ": " + effect + ".",
            "Shorter names, or fewer folders.");
 }
 
@@ -243,9 +242,9 @@ void RecordChecks::AddFile(const CString& source, const CString& target) {
     const Wide key = Key(target);
     if (key == m_logKey)
         Report("log-record",
-               "Setup copies the manifest by itself. At the removal the record deletes it while it is being "
-               "read, "
-               "which fails and leaves a mark: a new installation then loses its log at the next start.",
+               "Setup copies the manifest itself. At the removal the record tries to delete it while it is "
+               "being "
+               "read. That fails and leaves a mark: a new installation then loses its log at the next start.",
                "No record for it, and no pattern that matches it.");
     const bool always = m_record->kind->install == AtInstall::Copy && m_record->asWritten();
     const auto [earlier, isNew] = m_targets.try_emplace(key, Target{m_line, always});
@@ -253,7 +252,7 @@ void RecordChecks::AddFile(const CString& source, const CString& target) {
     if (earlier->second.line != m_line)
         Report("written-twice",
                Line(earlier->second.line) + " writes " + Utf8(NameOf(target)) +
-                   " as well; the later record wins.",
+                   " too. The later record replaces the file.",
                "One record for each file.");
     earlier->second.always = earlier->second.always || always;
 }
@@ -271,11 +270,11 @@ void RecordChecks::MakeFolders(const CString& target) {
     }
 }
 
-// Whether the folder is there when the present record is carried out.
+// Whether the folder exists when the current record is carried out.
 bool RecordChecks::IsMade(const CString& folder) const {
     const auto found = m_folders.find(Key(folder));
     if (found == m_folders.end()) return false;
-    // A library that one machine lacks says nothing of another record of its kind.
+    // A machine that lacks one library may have the library of another such record.
     const unsigned own =
         m_record->kind->install == AtInstall::CopyIfMissing ? 0 : Bit(m_record->kind->install);
     return (found->second.makers & (Bit(AtInstall::MakeFolder) | Bit(AtInstall::Copy) | own)) != 0;
@@ -292,12 +291,12 @@ void RecordChecks::Finish() {
     FinishShortNames();
     FinishSingles();
     RequireInstalled(kApplicationFile, "application-not-installed",
-                     "The shortcuts and the registry lead to a program that isn't there.");
+                     "The shortcuts and the registry name a program that is not installed.");
     RequireInstalled(
         kUninstallerFile, "uninstaller-not-installed",
-        "The application can't be removed: its entry among the installed programs starts a program that "
-        "isn't there.");
-    RequireInstalled(kHelpFile, "help-not-installed", "The group's shortcut to the help leads nowhere.");
+        "The application can't be removed: its entry in the list of programs starts a program that is not "
+        "installed.");
+    RequireInstalled(kHelpFile, "help-not-installed", "The shortcut to the help opens nothing.");
     for (const CString& name : m_files.Unnamed())
         m_findings.push_back({"unnamed-file", Utf8(name), 0, "no record names this file",
                               "It isn't installed.", "File Copy: " + Utf8(name)});
@@ -307,7 +306,7 @@ void RecordChecks::FinishFolders() {
     for (auto& [key, folder] : m_folders) {
         if (folder.copiedAt && !folder.firstRecord && !folder.name.IsEmpty())
             Add("folder-stays", folder.copiedAt, folder.name,
-                "The copy makes the folder, and nothing removes it: it stays, and so does the installation "
+                "The copy makes the folder, and no record removes it. It stays, and so does the installation "
                 "folder.",
                 "Make Dir: " + Utf8(folder.name));
         if (!folder.firstRecord) continue;
@@ -321,17 +320,19 @@ void RecordChecks::FinishFolders() {
             upper.staysTooLong = true;
             Add("removal-order", upper.lastRecord, TEXT("Make Dir: ") + upper.name,
                 "At the removal " + Utf8(folder.name) + " (" + Line(folder.firstRecord) +
-                    ") still stands when this folder's turn comes: it goes at the next start of the machine "
-                    "only.",
-                "The records behind those that copy into the folders, the deepest first; or this one once "
-                "more behind " +
+                    ") is still there when this folder is removed. This folder is deleted only at the next "
+                    "start of the "
+                    "machine.",
+                "The records after those that copy into the folders, the deepest first; or this record once "
+                "more "
+                "after " +
                     Line(folder.firstRecord) + ".");
         }
     }
 }
 
-// A folder that the manifest makes counts as the package's own, with all that it holds; elsewhere a pattern's
-// first characters have to say whose files they are.
+// A folder that the manifest makes belongs to the package, with everything in it. Elsewhere the first characters of
+// a pattern must show whose files they are.
 void RecordChecks::FinishRemovals() {
     constexpr int kOwnChars = 3;
     for (const Removal& removal : m_removals) {
@@ -340,19 +341,20 @@ void RecordChecks::FinishRemovals() {
         const bool isOwn = !folder.IsEmpty() && found != m_folders.end() && found->second.firstRecord;
         if (isOwn || !HasWildcard(NameOf(removal.pattern).Left(kOwnChars))) continue;
         Add("removal-takes-more", removal.line, removal.record,
-            folder.IsEmpty()
-                ? "It deletes whatever matches in the installation folder, the user's files "
-                  "too; one that matches .. marks the folder above for deletion when it is empty."
-                : "It deletes whatever matches in that folder, the user's files too.",
-            "The files by name, or a pattern that begins with a part of their names; or, for a folder "
-            "that is the package's alone, its Make Dir: record.");
+            folder.IsEmpty() ? "It deletes everything that matches in the installation folder, files of the "
+                               "user too. A pattern "
+                               "that matches .. also marks the parent folder for deletion if it is empty."
+                             : "It deletes everything that matches in that folder, files of the user too.",
+            "The files by name, or a pattern that begins with a part of their names. Or, if the folder "
+            "belongs "
+            "only to the package, its Make Dir: record.");
     }
 }
 
-// The names are the package's own, but the user's files of such names are found in the same way.
+// The pattern is meant for files of the package, but it also finds files of the user with such short names.
 void RecordChecks::FinishShortNames() {
     if (m_removals.empty()) return;
-    std::unordered_map<Wide, std::vector<Wide>> installed;  // names by the key of their folder
+    std::unordered_map<Wide, std::vector<Wide>> installed;  // names for the key of their folder
     for (const auto& [key, target] : m_targets)
         installed[FolderOf(key.c_str()).Text()].push_back(NameOf(key.c_str()).Text());
     for (const Removal& removal : m_removals) {
@@ -368,9 +370,9 @@ void RecordChecks::FinishShortNames() {
         });
         if (more == known.end()) continue;
         Add("short-name-match", removal.line, removal.record,
-            "Most drives keep a second, short name of each file, of 8 characters and an ending of 3. By it "
-            "the "
-            "pattern also finds " +
+            "Most drives store a second, short name for each file: 8 characters and an extension of 3. By "
+            "that "
+            "name the pattern also finds " +
                 Utf8(more->c_str()) + ", and files of the user with such names.",
             "The files by name, or a pattern that is meant for both.");
     }

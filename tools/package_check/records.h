@@ -1,4 +1,4 @@
-// What each record does, told from the package folder and the records before it.
+// What each record does, from the package folder and the earlier records.
 #pragma once
 
 #include <map>
@@ -10,24 +10,24 @@
 
 namespace package_check {
 
-// Takes the records in the order of the manifest, and installs them in thought into the default folder.
+// Takes the records in the order of the manifest, as if it installed them into the default folder.
 class RecordChecks {
   public:
-    // All outlive this.
+    // All arguments must outlive this object.
     RecordChecks(const CString& package, PackageFiles& files, std::vector<Finding>& findings);
 
     void Take(const Record& record, unsigned line);
-    // What only the whole manifest tells.
+    // Reports what can be seen only from the whole manifest.
     void Finish();
 
   private:
     struct Folder {
         CString name;              // below the installation folder
-        unsigned makers = 0;       // bits of the kinds that made it so far
+        unsigned makers = 0;       // bits of the record kinds that have made it
         unsigned copiedAt = 0;     // line of the first record that made it by copying into it
         unsigned firstRecord = 0;  // line of its first "Make Dir: " record
         unsigned lastRecord = 0;
-        bool staysTooLong = false;  // a sub-folder's record comes later
+        bool staysTooLong = false;  // the record of a sub-folder comes later
     };
     struct Target {
         unsigned line = 0;
@@ -63,7 +63,7 @@ class RecordChecks {
     void FinishSingles();
     void RequireInstalled(LPCWSTR file, const char* id, const char* happens);
 
-    // About the present record, once a record and id.
+    // Reports something about the current record, once for each record and id.
     void Report(const char* id, const std::string& happens, const std::string& instead);
     void Add(const char* id, unsigned line, const CString& what, const std::string& happens,
              const std::string& instead);
@@ -73,10 +73,10 @@ class RecordChecks {
     std::vector<Finding>& m_findings;
     CString m_target;
     CString m_parent;
-    Wide m_belowTarget;  // what the key of each path below m_target begins with
+    Wide m_belowTarget;  // the beginning of the key of each path in m_target
     Wide m_logKey;
 
-    // The present record.
+    // The current record.
     const Record* m_record = nullptr;
     unsigned m_line = 0;
     CString m_root;  // what its installed name is relative to

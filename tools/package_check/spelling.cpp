@@ -6,11 +6,10 @@ namespace package_check {
 
 namespace {
 
-constexpr char kNoRecord[] =
-    "The line is no record: it is skipped in silence, at the installation and at the removal.";
+constexpr char kNoRecord[] = "The line is not a record: setup and the uninstaller skip it without a message.";
 
-// Skips what an editor shows as a blank or not at all: control characters, the blank that doesn't break, and
-// the bytes of that and of the byte-order mark in UTF-8.
+// Skips what an editor shows as a blank or not at all: control characters, the no-break space, and the bytes of
+// that and of the byte-order mark in UTF-8.
 LPCWSTR SkipBlanks(LPCWSTR text) {
     for (;;) {
         if ((*text != 0 && *text <= 0x20) || *text == 0xA0) {
@@ -29,7 +28,7 @@ WCHAR Lower(WCHAR character) {
     return character >= 'A' && character <= 'Z' ? static_cast<WCHAR>(character + ('a' - 'A')) : character;
 }
 
-// The text behind a prefix that may differ in its blanks and its letters' case, or null. `sameLetters` tells
+// The text after a prefix that may have other blanks and letters of another case, or null. `sameLetters` says
 // whether the case is right.
 LPCWSTR BehindPrefix(LPCWSTR line, LPCWSTR prefix, bool& sameLetters) {
     sameLetters = true;
@@ -54,10 +53,11 @@ void MendPrefix(Record& record) {
         if (prefix == kind.prefix) return;
         record.line = CString(kind.prefix) + value;
         if (!*value) {
-            record.mendings.push_back({"empty-record",
-                                       "The blank that closes the prefix is cut with the end of the line, so "
-                                       "the line is no record and is skipped.",
-                                       "A name behind the prefix, or no such line."});
+            record.mendings.push_back(
+                {"empty-record",
+                 "Trimming the line also removes the blank that ends the prefix, so the "
+                 "line is not a record and is skipped.",
+                 "A name after the prefix, or no such line."});
             return;
         }
         const bool marked = StartsWithMark(line);
@@ -70,7 +70,7 @@ void MendPrefix(Record& record) {
     }
 }
 
-// Where the comment begins that this kind of record may have; the end without one.
+// The place where the comment begins, if this kind of record may have one; otherwise the end.
 int EndOfNames(const Record& record) {
     const int comment = JobOf(*record.kind) == Job::Remove ? record.line.Find(kComment) : -1;
     return comment < 0 ? record.line.GetLength() : comment;
@@ -81,10 +81,11 @@ void MendLeadingBlank(Record& record) {
     const LPCWSTR name = SkipBlanks(value);
     if (name == static_cast<LPCWSTR>(value)) return;
     record.line = CString(record.kind->prefix) + name;
-    record.mendings.push_back({"blank-in-name",
-                               "One blank closes the prefix; a further one begins the name, and no file of "
-                               "that name is found.",
-                               Utf8(record.line)});
+    record.mendings.push_back(
+        {"blank-in-name",
+         "One blank ends the prefix. A second one becomes part of the name, and no file of "
+         "that name is found.",
+         Utf8(record.line)});
 }
 
 void MendComment(Record& record) {
@@ -95,7 +96,8 @@ void MendComment(Record& record) {
         {"comment",
          JobOf(*record.kind) == Job::Copy
              ? "The comment becomes part of the name, so nothing is found and nothing is copied."
-             : "The comment becomes part of the folder's name, which is then no name that Windows takes: the "
+             : "The comment becomes part of the name of the folder, and Windows does not allow such a name: "
+               "the "
                "folder is neither made nor removed.",
          Utf8(record.line) + "  (a remark may stand in a line of its own, with # in front)"});
 }
@@ -108,7 +110,8 @@ void MendSlashes(Record& record) {
     record.mendings.push_back(
         {"forward-slash",
          JobOf(*record.kind) == Job::Folder
-             ? "Windows takes it here; in a file record it separates no folders. One sign for both is safer."
+             ? "Windows accepts it here, but in a file record it does not separate folders. The backslash "
+               "works in both."
              : "Only a backslash separates folders: the search finds the file, but setup then looks for it "
                "in "
                "the wrong folder, so that it is not copied, and not deleted at the removal.",
@@ -124,7 +127,7 @@ void MendEncoding(Record& record) {
         {"utf8-name",
          "Each byte is read as one character (Latin-1), so a letter that UTF-8 stores in "
          "two bytes becomes two other letters, and no such file is found.",
-         "A name in ASCII alone, for the file as well."});
+         "A name in ASCII only, for the file too."});
 }
 
 }  // namespace

@@ -22,7 +22,8 @@ struct Request {
     std::size_t base = 0;
     Format format = Format::Text;
 };
-// The arguments, the program's name first. None, with a line on how to use it, when they don't fit.
+// Reads the arguments; the first is the name of the program. If they are wrong, prints how to use the program and
+// returns none.
 std::optional<Request> ReadArguments(const std::vector<std::string>& arguments);
 
 // Checks the folder of the running system by the recipe there (null for none), and prints. The arguments name
