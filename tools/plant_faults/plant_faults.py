@@ -1,7 +1,7 @@
 """Plants the faults of the tables in faults/, one at a time, and reports which test notices each one.
 
-Nothing in the checkout changes: each worker has its own copy of the sources and of build/host, the second made of hard
-links. A fault is compiled there with the commands of build/host, and only what depends on its file is built again.
+Nothing in the checkout changes. Each worker has its own copy of the sources and of build/host; the copy of build/host consists
+of hard links. A fault is compiled there with the commands of build/host, and only what depends on its file is built again.
 """
 
 import argparse
@@ -22,14 +22,14 @@ BUILD = os.path.join(ROOT, "build/host")
 WORK = os.path.join(ROOT, "build/plant_faults")
 TABLES = os.path.join(ROOT, "tools/plant_faults/faults")
 COPIED = ("src", "res", "platform", "tests", "tools", "sample", "cmake")
-# Every program that links the code under test; the cheap ones first.
+# Every program that links the code under test; the fast ones first.
 PROGRAMS = ("support", "framework", "start_up", "app", "uninstall", "install", "engine", "instances", "wizard",
             "end_to_end")
 OWN_PROGRAMS = {"app": ("start_up", "app"), "res": ("winhost", "app", "wizard")}
 COLUMNS = {"file", "is", "becomes", "breaks", "tests", "occurrence"}
 HANGS_AFTER_S = 120
 SAMPLE_S = 60
-# The tests wait more than they compute.
+# The tests spend more time waiting than computing.
 WORKERS = 2 * (os.cpu_count() or 1)
 
 
@@ -86,7 +86,7 @@ def read_tables(room):
     names = [fault.name for fault in faults]
     twice = {name for name in names if names.count(name) > 1}
     if twice or not faults:
-        sys.exit(f"no faults, or a name stands twice: {sorted(twice)}")
+        sys.exit(f"no faults, or a name is used twice: {sorted(twice)}")
     return faults
 
 
@@ -95,7 +95,7 @@ def ninja(*arguments):
 
 
 class Graph:
-    """What build/host builds from what, and with which commands."""
+    """What build/host builds, from which files and with which commands."""
 
     def __init__(self):
         self.compile = {entry["output"]: entry for entry in json.loads(ninja("compdb")) if " -c " in entry["command"]}
@@ -144,7 +144,7 @@ class Worker:
             self.tree + self.build[len(ROOT):], self.build)
 
     def run(self, output, command):
-        """Runs a command of build/host in the copy. What it writes is unlinked first, for it may be a hard link."""
+        """Runs a command of build/host in the copy. Its output is unlinked first, because it may be a hard link."""
         path = os.path.join(self.build, output)
         if os.path.lexists(path):
             os.unlink(path)
@@ -160,7 +160,7 @@ class Worker:
             self.run(output, command)
 
     def make_resources(self, target):
-        """Resources are a custom command, and an assembler file that holds the path of what it made."""
+        """Resources are made by a custom command, and an assembler file contains the path of the result."""
         folder, name = ("", "setup") if target == "setup.exe" else ("tests/", target.removesuffix(".exe"))
         compiled = f"{folder}{name}.res"
         self.run(compiled, self.graph.command(compiled).splitlines()[-1])
@@ -218,7 +218,7 @@ class Worker:
         return [f"{room} {name}" for name in failed] or [f"{room} (crash)"]
 
     def plant(self, fault, stop_at_first):
-        """Returns the names of the tests that noticed. The copy is as before afterwards."""
+        """Returns the names of the tests that noticed the fault. Afterwards the copy is as before."""
         objects = self.graph.objects_of(fault.file)
         path = os.path.join(self.tree, fault.file)
         try:
@@ -259,13 +259,13 @@ def all_tests():
 
 
 def print_useless(noticed_by):
-    alone = {tests[0] for tests in noticed_by if len(tests) == 1}
+    only = {tests[0] for tests in noticed_by if len(tests) == 1}
     ever = {test for tests in noticed_by for test in tests}
     tests = all_tests()
     print("\nTests that notice no fault:")
     print("\n".join("  " + test for test in tests if test not in ever))
-    print("\nTests that notice no fault alone:")
-    print("\n".join("  " + test for test in tests if test in ever - alone))
+    print("\nTests that are never the only one to notice a fault:")
+    print("\n".join("  " + test for test in tests if test in ever - only))
 
 
 def head():
@@ -280,7 +280,7 @@ def main():
                         help="plant as many as fit in a minute, chosen from the hash; without one, the commit's")
     parser.add_argument("--check", action="store_true",
                         help="only check that the text of each fault stands in its file; needs no build")
-    parser.add_argument("--useless", action="store_true", help="list the tests that never notice a fault alone")
+    parser.add_argument("--useless", action="store_true", help="list the tests that are never the only one to notice a fault")
     parser.add_argument("names", nargs="*", metavar="NAME")
     options = parser.parse_args()
 
@@ -320,7 +320,7 @@ def main():
                 result = ", ".join(noticed) or "SURVIVES"
             except DoesNotCompile as error:
                 noticed, result = None, f"DOES NOT COMPILE\n{error}"
-            except Exception as error:  # A worker that ends in silence would leave faults unplanted.
+            except Exception as error:  # If a worker ended without a message, its faults would not be planted.
                 noticed, result = None, f"CAN'T BE PLANTED: {error!r}"
             with lock:
                 print(f"{fault.room}/{fault.name}: {result}", flush=True)

@@ -23,7 +23,7 @@ sigset_t heldSignals, earlierSignals;
 
 [[noreturn]] void Work(const std::function<int()>& work) {
     (void)prctl(PR_SET_PDEATHSIG, SIGKILL);
-    // A group of its own: it can be ended as a whole.
+    // A group of its own, so that it can be ended as a whole.
     (void)setpgid(0, 0);
     (void)sigprocmask(SIG_SETMASK, &earlierSignals, nullptr);
     (void)dup2(open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
@@ -37,7 +37,7 @@ sigset_t heldSignals, earlierSignals;
     std::_Exit(result);
 }
 
-// Whether a child has ended; it is not taken away yet, so that its group's number stays its own.
+// Whether a child has ended. Its exit status is not collected yet, so that no other group gets its number.
 bool HasEnded(pid_t child) {
     siginfo_t info = {};
     return waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
@@ -47,7 +47,7 @@ bool HasEnded(pid_t child) {
 }  // namespace
 
 Children::Children() {
-    // What loses its parent comes to this process.
+    // A process that loses its parent becomes a child of this process.
     (void)prctl(PR_SET_CHILD_SUBREAPER, 1);
     (void)sigemptyset(&heldSignals);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGCHLD})

@@ -1,12 +1,12 @@
-// Work in a process of its own, which may fail or be broken off while this one still tidies up.
+// Work in a process of its own. If it fails or is interrupted, this process can still clean up.
 #pragma once
 
 #include <functional>
 
 namespace rehearse {
 
-// While it lives Ctrl-C and the other requests to end wait for RunChild. In the end it waits until all that
-// the children started has ended.
+// While this object exists, Ctrl-C and other requests to end wait for RunChild. Its destructor waits until everything
+// that the children started has ended.
 class Children {
   public:
     Children();
@@ -17,8 +17,8 @@ class Children {
 
 enum class Until { DoneOrAsked, Done };
 
-// Runs the work in a child, and waits for it; what of its own still runs then is killed. Gives the work's
-// result: 2 when it crashed, 128 and the signal's number when it was asked to end.
+// Runs the work in a child and waits for it. Processes of the work that still run then are killed. Returns the result
+// of the work; 2 if it crashed; 128 plus the number of the signal if it was asked to end.
 int RunChild(const std::function<int()>& work, Until until = Until::DoneOrAsked);
 
 }  // namespace rehearse

@@ -1,5 +1,4 @@
-// The machine that a rehearsal acts on: on the host an embedded one, which the process has entered, under
-// Wine the prefix.
+// The machine of a rehearsal: on the host an embedded machine that the process has entered, under Wine the prefix.
 #pragma once
 
 #include <windows.h>
@@ -9,7 +8,7 @@
 
 namespace rehearse {
 
-// What a program showed, with the button that it got for an answer, or what became of it instead.
+// A message box of a program, and the button that answered it or what happened instead.
 struct Message {
     std::string caption;
     std::string text;
@@ -18,22 +17,22 @@ struct Message {
 
 struct Outcome {
     bool started = false;
-    DWORD exitCode = 0;                 // of the program named; the system's error when it didn't start
-    std::vector<std::string> programs;  // command lines of those that it and they started
+    DWORD exitCode = 0;                 // of the program; the error of the system if it did not start
+    std::vector<std::string> programs;  // command lines of all programs that were started by it or by these
     std::vector<Message> messages;
 };
 
-// Runs a program with all that it starts to the end. Nobody sits at the machine: a message box gets its
-// safest answer (No, else Cancel, else OK), a program that shows a page to a person is ended, and so is what
-// still runs 30 seconds after the program itself, which has five minutes. Texts are UTF-8.
+// Runs a program and everything that it starts, to the end. Nobody uses the machine: a message box gets its safest
+// answer (No, else Cancel, else OK). A program that shows a page to a person is ended. The program has five minutes;
+// what still runs 30 seconds after its end is ended too. Texts are UTF-8.
 Outcome RunToEnd(const std::string& commandLine, const std::string& folder);
 
-// The next start: carries out what was put off until then.
+// The next start of the machine: carries out the boot-time marks.
 void Restart();
 
 inline constexpr DWORD kProgramMs = 300000;
 inline constexpr DWORD kRestMs = 30000;
-// How Windows ends the programs of a user who logs off.
+// The exit code with which Windows ends the programs of a user who logs off.
 inline constexpr DWORD kSessionEnded = 0x40010004;
 inline const Message kPageForAPerson = {"", "a page that waits for a person", "the program was ended"};
 inline const Message kStillRunning = {"", "programs were still running", "they were ended"};

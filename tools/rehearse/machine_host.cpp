@@ -12,7 +12,7 @@ namespace rehearse {
 
 namespace {
 
-// Where the machine's programs write; standard input is empty, so that no program asks at the terminal.
+// Catches what the programs of the machine write. Standard input is empty, so that no program asks at the terminal.
 class Streams {
   public:
     Streams() {
@@ -59,7 +59,7 @@ void TakeEvents(Outcome& outcome) {
     }
 }
 
-// What the machine itself says of a program that it can't run to the end.
+// The messages of the machine itself about a program that it can't run to the end.
 void TakeComplaints(Outcome& outcome) {
     std::ifstream errors(Streams::ErrorFile());
     for (std::string line; std::getline(errors, line);)

@@ -15,7 +15,7 @@ namespace rehearse {
 namespace {
 
 constexpr DWORD kPollMs = 10;
-constexpr DWORD kPageMs = 1500;  // a page that stands this long waits for a person
+constexpr DWORD kPageMs = 1500;  // a page that is shown this long waits for a person
 constexpr UINT kAnswerMs = 5000;
 constexpr DWORD kMostWindowsChars = 4096;
 
@@ -25,7 +25,7 @@ std::string TextOf(HWND window) {
     return tools::Utf8(text);
 }
 
-// Reads what is behind an address in another process.
+// Reads the memory at an address in another process.
 template <class Record>
 bool Read(HANDLE process, const void* address, Record& record) {
     return ReadProcessMemory(process, address, &record, sizeof record, nullptr);
@@ -44,7 +44,7 @@ std::string CommandLineOf(HANDLE process) {
     return tools::Utf8(line);
 }
 
-// One program with all that it starts. As their debugger this sees each of them from its first moment.
+// One program with everything that it starts. This process is their debugger, so it sees each of them from its start.
 class Run {
   public:
     Outcome ToEnd(const std::string& commandLine, const std::string& folder) {
@@ -108,7 +108,7 @@ class Run {
                 m_running.erase(event.dwProcessId);
                 break;
             case EXCEPTION_DEBUG_EVENT:
-                // The system announces a new program to its debugger by a breakpoint.
+                // The system reports a new program to its debugger by a breakpoint.
                 if (event.u.Exception.ExceptionRecord.ExceptionCode != EXCEPTION_BREAKPOINT)
                     status = DBG_EXCEPTION_NOT_HANDLED;
                 break;
@@ -130,7 +130,7 @@ class Run {
         return m_running.contains(id);
     }
 
-    // Does what nobody at the machine does.
+    // Answers message boxes and ends pages, because there is no person at the machine.
     void StandIn(const std::stop_token& stop) {
         std::map<HWND, DWORD> pages;
         while (!stop.stop_requested()) {
@@ -154,7 +154,7 @@ class Run {
             const std::lock_guard lock(m_mutex);
             m_outcome.messages.push_back(message);
         }
-        // Sent, not posted: the box is hidden when the call is back, and so isn't answered twice.
+        // Sent, not posted: the box is hidden when the call returns, so it is not answered twice.
         DWORD_PTR result;
         SendMessageTimeoutW(box, WM_COMMAND, static_cast<WPARAM>(button), 0, SMTO_NORMAL, kAnswerMs, &result);
     }
@@ -174,13 +174,13 @@ class Run {
     DWORD m_first = 0;
     bool m_begun = false;
     std::map<DWORD, HANDLE> m_running;
-    std::set<DWORD> m_sessions;  // programs that showed a page to nobody
+    std::set<DWORD> m_sessions;  // programs that showed a page
 };
 
 }  // namespace
 
 Outcome RunToEnd(const std::string& commandLine, const std::string& folder) {
-    // The desktop's own program, which the first window starts, is none of the run's.
+    // The first window starts the program of the desktop, which is not part of the run.
     (void)GetDesktopWindow();
     return Run().ToEnd(commandLine, folder);
 }

@@ -81,7 +81,7 @@ void Introduce(const Request& request, const std::string& machine) {
     if (!request.json) Print(request.package + ", rehearsed on " + machine + "\n");
 }
 
-// The packages by their folder on the machine.
+// The packages, for their folder on the machine.
 std::vector<std::pair<PackageFolder, std::string>> Packages(const Request& request) {
     // The name of a folder of the machine, from its path.
     const auto name = [](const std::string& path) { return path.substr(3, path.size() - 4); };
@@ -148,7 +148,7 @@ std::string Variable(const char* name, const char* otherwise) {
     return value ? value : otherwise;
 }
 
-// The services of the prefix outlive the programs that they serve.
+// The services of the prefix still run after the programs have ended.
 class WineServer {
   public:
     explicit WineServer(const fs::path& home) : m_prefix(home / "prefix") {}
@@ -196,7 +196,7 @@ int RehearseUnderWine(const Request& request, const fs::path& folder) {
     setenv("LC_ALL", "C.UTF-8", 1);
     Introduce(request, "Wine");
     const WineServer server(home);
-    // The first program makes the prefix.
+    // The first program that runs makes the prefix.
     const int made = rehearse::RunChild([&]() -> int { Become({wine, "cmd.exe", "/c", "exit"}); });
     if (made != 0) return made > 128 ? made : kMisused;
     for (const auto& [package, name] : packages)

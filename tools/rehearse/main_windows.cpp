@@ -1,4 +1,4 @@
-// The rehearsal inside a Wine prefix, started by the host's program, which has put the packages there:
+// The rehearsal in a Wine prefix. The program of the host has put the packages there, and starts this one:
 //   rehearse.exe PACKAGE text|coloured|json OPTION...
 // PACKAGE is the name to show. The variable QTV_HTML names the file for the page; none without it.
 #include <fcntl.h>
@@ -36,14 +36,14 @@ void MakeListOfApplications() {
 }  // namespace
 
 int wmain(int count, wchar_t** values) {
-    // It installs and uninstalls on the system that it runs on, which so must be there for that alone.
+    // It installs and uninstalls on the system that it runs on. So that system must exist only for this.
     if (!GetEnvironmentVariableW(L"QTV_REHEARSAL", nullptr, 0) || count < 3) {
         Print(
             "rehearse: this program does its work in a throwaway prefix of Wine; use the host's: rehearse "
             "--wine\n");
         return 2;
     }
-    // The host reads what is written, and has no carriage returns.
+    // The host reads the output and has no carriage returns.
     (void)_setmode(_fileno(stdout), _O_BINARY);
     std::vector<std::string> arguments;
     for (int i = 1; i < count; ++i)

@@ -1,4 +1,4 @@
-// Package folders of the host, and what goes from them onto a machine.
+// Package folders of the host, and copies of them on a machine.
 #pragma once
 
 #include <filesystem>
@@ -17,14 +17,14 @@ enum class ProgramKind { Host, Windows, Other };
 
 class PackageFolder {
   public:
-    // Lists all that is in the folder. Throws Unusable when it is no package: without a setup.exe or a
-    // QtvUnInst.log, in any case of letters, or with something that is neither file nor folder.
+    // Lists everything in the folder. Throws Unusable if it is not a package: if setup.exe or QtvUnInst.log is missing,
+    // in any case of letters, or if there is something that is neither a file nor a folder.
     explicit PackageFolder(const std::string& folder);
 
     ProgramKind SetupKind() const;
-    // Copies it to a folder that isn't there yet. Throws Unusable when a file can't be read.
+    // Copies the package to a folder that does not exist yet. Throws Unusable if a file can't be read.
     void CopyTo(const std::filesystem::path& target) const;
-    // The same, with `setup` in place of the setup program and the uninstaller.
+    // The same, but with `setup` as the setup program and the uninstaller.
     void CopyTo(const std::filesystem::path& target, const std::filesystem::path& setup) const;
 
   private:
@@ -32,7 +32,7 @@ class PackageFolder {
     std::filesystem::path Find(const std::string& name) const;
 
     std::filesystem::path m_folder;
-    std::vector<std::filesystem::path> m_folders;  // relative, outer ones first
+    std::vector<std::filesystem::path> m_folders;  // relative, parents first
     std::vector<std::filesystem::path> m_files;
 };
 

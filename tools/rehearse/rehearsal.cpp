@@ -38,7 +38,7 @@ std::string Quoted(const std::string& argument) {
     std::string out = "\"";
     std::size_t backslashes = 0;
     for (const char character : argument) {
-        // Backslashes count for themselves unless a quote follows.
+        // A backslash is a plain character unless a quote follows.
         if (character == '"') out.append(backslashes + 1, '\\');
         backslashes = character == '\\' ? backslashes + 1 : 0;
         out += character;
@@ -84,7 +84,7 @@ bool ByName(const snapshot::Change& left, const snapshot::Change& right) {
 class Stage {
   public:
     explicit Stage(const std::function<void(const Step&)>& seen) : m_seen(seen) {
-        (void)Neutral({});  // makes the shell's folders before the first look
+        (void)Neutral({});  // makes the folders of the shell before the first snapshot
         m_before = m_last = Look();
         for (const auto& [name, what] : m_before)
             if (IsInPackage(name)) m_origins[what].push_back(name);
@@ -99,7 +99,7 @@ class Stage {
         Run({name, command, {}, {}, {}, {}, {}}, folder);
     }
 
-    // What Windows' list of programs would start; an installation that isn't in it is found by its program.
+    // What Windows' list of programs would start. An installation that is not in the list is found by its program.
     std::vector<std::string> Uninstallers() const {
         if (const auto listed = m_last.find(kUninstallString); listed != m_last.end()) {
             std::string path = listed->second.substr(listed->second.find('"') + 1);
@@ -197,7 +197,7 @@ class Stage {
         return {change.kind, Neutral(change.name), describe(change.before), describe(change.after)};
     }
 
-    // By name first: setup program and uninstaller are the same bytes.
+    // By name first, because setup program and uninstaller have the same bytes.
     std::string DescribedFile(const std::string& name, const std::string& what) const {
         const auto origins = m_origins.find(what);
         if (origins == m_origins.end()) {
@@ -221,7 +221,8 @@ class Stage {
     const std::function<void(const Step&)>& m_seen;
     Snapshot m_before;
     Snapshot m_last;
-    std::map<std::string, std::vector<std::string>> m_origins;  // files of the packages, by what they are
+    std::map<std::string, std::vector<std::string>>
+        m_origins;  // names of files of the packages, for their content
     Rehearsal m_rehearsal;
 };
 

@@ -49,7 +49,7 @@ std::string Field(const char* name, const std::string& text) {
     return "\"" + std::string(name) + "\": " + tools::JsonString(text);
 }
 
-// One element a line.
+// One element for each line.
 template <class List, class Element>
 std::string Array(const char* name, const List& list, Element element) {
     std::string text = "\"" + std::string(name) + "\": [";

@@ -1,4 +1,4 @@
-// A rehearsal for people and for programs.
+// The report of a rehearsal, for people and for programs.
 #pragma once
 
 #include <string>
@@ -9,10 +9,10 @@ namespace rehearse {
 
 // What a step did, as a tree. `coloured`: for a terminal.
 std::string ToText(const Step& step, bool coloured);
-// What is left in the end, and the verdict.
+// What is left at the end, and the result.
 std::string LeftToText(const Rehearsal& rehearsal, bool coloured);
 
-// The whole rehearsal. `package` and `machine` name what was rehearsed, and where.
+// The whole rehearsal. `package` and `machine` are names for the report.
 std::string ToJson(const Rehearsal& rehearsal, const std::string& package, const std::string& machine);
 // The same as one page for a browser, which holds all that it needs.
 std::string ToHtml(const Rehearsal& rehearsal, const std::string& package, const std::string& machine);

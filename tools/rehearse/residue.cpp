@@ -22,7 +22,7 @@ bool IsInRegistry(const std::string& name) {
     return name.starts_with("HK");
 }
 
-// Whether a name holds one that is the product's alone; its maker's is shared with other products.
+// Whether a name contains a name of the product. The name of the maker does not count, because other products have it too.
 bool NamesProduct(std::string name) {
     std::transform(name.begin(), name.end(), name.begin(), [](unsigned char c) { return std::tolower(c); });
     for (const char* own : {"qantivo", "qtv", "qv8."})
@@ -102,7 +102,7 @@ std::vector<Leftover> Judge(const Changes& left, const std::vector<Installation>
             if (reason.empty()) reason = installation.WhyLeft(change);
         judged.push_back({change, reason});
     }
-    // A folder goes only when it is empty.
+    // A folder is deleted only if it is empty.
     for (Leftover& folder : judged) {
         const std::string& name = folder.change.name;
         if (!folder.reason.empty() || !IsFolder(name) || IsInRegistry(name)) continue;

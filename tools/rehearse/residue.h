@@ -10,15 +10,14 @@
 
 namespace rehearse {
 
-// An installation, as it is known before its uninstall.
+// What is known of an installation before its uninstall.
 class Installation {
   public:
-    // `uninstaller` is the full path of its program; the folder of that is the installation's.
+    // `uninstaller` is the full path of its program, which is in the folder of the installation.
     Installation(const std::string& uninstaller, const snapshot::Snapshot& machine);
 
     const std::string& Folder() const { return m_folder; }
-    // Says after the uninstall why something (with the machine's own name) may be left. Empty when it may
-    // not.
+    // Returns why something may be left after the uninstall; empty if it may not. The name is that of the machine.
     std::string WhyLeft(const snapshot::Change& change) const;
 
   private:
@@ -26,14 +25,14 @@ class Installation {
     std::string WhyFileLeft(const std::string& name) const;
     std::string WhyKeyLeft(const std::string& name) const;
 
-    std::string m_folder;  // with a closing backslash, as the parent
+    std::string m_folder;  // ends with a backslash, as the parent
     std::string m_parent;
     const snapshot::Snapshot m_machine;
     std::vector<CString> m_patterns;          // of files that the log names
-    std::vector<CString> m_portablePatterns;  // of those that a portable installation puts into the parent
+    std::vector<CString> m_portablePatterns;  // of files that a portable installation puts into the parent
 };
 
-// Judges all that is left of the installations.
+// Says for everything that is left of the installations whether it may be.
 std::vector<Leftover> Judge(const Changes& left, const std::vector<Installation>& installations);
 
 }  // namespace rehearse

@@ -37,7 +37,7 @@ std::size_t Tree::Count() const {
     return count;
 }
 
-// Whether the line of the one thing below, a folder or key as well, says it all.
+// Whether the only item in it is a folder or key too, and the line of that item says everything.
 bool Tree::IsPassedOver() const {
     if (m_children.size() != 1) return false;
     const auto& [name, child] = *m_children.begin();

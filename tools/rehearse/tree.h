@@ -18,7 +18,7 @@ struct TreeLine {
 
 class Tree {
   public:
-    // `note` stands behind the name.
+    // `note` is printed after the name.
     void Add(const snapshot::Change& change, const std::string& note);
     bool IsEmpty() const { return m_children.empty(); }
     // A line for each item. Steps that lead to one thing only share its line; what went as a whole is one
@@ -31,7 +31,7 @@ class Tree {
     bool IsPassedOver() const;
 
     std::map<std::string, Tree> m_children;
-    char m_kind = ' ';  // of the item itself; blank for a step on the way
+    char m_kind = ' ';  // of the item itself; a blank for a parent that did not change
     std::string m_note;
 };
 

@@ -1,6 +1,5 @@
-// snapshot                  prints what this machine holds
-// snapshot BEFORE AFTER     prints what changed between two printed snapshots, in a form that a person likes
-// to read
+// snapshot                  prints a snapshot of this machine
+// snapshot BEFORE AFTER     prints what changed between two printed snapshots, for a person
 #include <windows.h>
 
 #include <cstdio>

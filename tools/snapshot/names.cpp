@@ -23,7 +23,7 @@ std::string TemporaryFolder() {
     return cch > 0 && cch < MAX_PATH ? Utf8(WideText(path, cch - 1)) : std::string();
 }
 
-// The user's key below HKEY_USERS: the one in which a key made for the current user shows.
+// The user's key in HKEY_USERS: the one in which a key appears that was made for the current user.
 std::string CurrentUser() {
     const WideText probe = TEXT("Software\\SnapshotProbe");
     HKEY key = nullptr;
@@ -42,7 +42,7 @@ std::string CurrentUser() {
     return found;
 }
 
-// A path within another one stands in front of it.
+// If one path contains another, the inner one is first.
 std::vector<std::pair<std::string, std::string>> FindNames() {
     std::vector<std::pair<std::string, std::string>> names = {
         {ShellFolder(CSIDL_COMMON_STARTUP), "<CommonStartup>"},
@@ -73,7 +73,7 @@ std::string Neutral(std::string text) {
     for (const auto& [path, name] : Names())
         for (std::size_t at = 0; (at = text.find(path, at)) != text.npos; at += name.size())
             text.replace(at, path.size(), name);
-    // The temporary copy's name has a number of the system's choosing.
+    // The system chooses a number for the name of the temporary copy.
     const std::string copy = "<Temp>\\uni";
     for (std::size_t at = 0; (at = text.find(copy, at)) != text.npos; at += copy.size())
         if (const auto end = text.find(".tmp", at); end != text.npos)

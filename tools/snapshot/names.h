@@ -7,11 +7,11 @@
 
 namespace snapshot {
 
-// What differs from machine to machine, and its name: a path within another one stands in front of it. The
+// Texts that differ from machine to machine, each with a name. If one path contains another, the inner one is first. The
 // first call makes shell folders that are missing.
 const std::vector<std::pair<std::string, std::string>>& Names();
 
-// The text with names for what differs from machine to machine: <Desktop>, <CommonDesktop>, <Programs>,
+// The text with names instead of what differs from machine to machine: <Desktop>, <CommonDesktop>, <Programs>,
 // <Startup> and so on for folders of the shell, <Temp>, HKCU for the user's own key below HKEY_USERS, and
 // uni*.tmp for the uninstaller's temporary copy.
 std::string Neutral(std::string text);

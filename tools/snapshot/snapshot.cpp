@@ -19,7 +19,7 @@ using tools::Shown;
 using tools::Utf8;
 using tools::WideText;
 
-// FNV-1a: tells changes, not attacks.
+// FNV-1a: it detects changes, not attacks.
 constexpr std::uint64_t kDigestStart = 0xcbf29ce484222325u;
 constexpr std::uint64_t kDigestPrime = 0x100000001b3u;
 
@@ -46,7 +46,7 @@ std::string FileWhat(const WideText& path, DWORD attributes) {
     return what + std::to_string(size) + " bytes " + Hex(digest, 16);
 }
 
-// What the link holds; empty when the file is no shortcut that the shell reads.
+// What the link contains; empty if the shell can't read the file as a shortcut.
 std::string ShortcutWhat(const WideText& path) {
     IShellLinkW* link = nullptr;
     if (FAILED(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
@@ -77,7 +77,7 @@ bool EndsIn(const WideText& text, const WideText& end) {
     return text.size() >= end.size() && _wcsicmp(text.c_str() + text.size() - end.size(), end.c_str()) == 0;
 }
 
-// The system's own folders are not looked into: setup has no business there, and they are large.
+// The folders of the system are not read: setup does nothing there, and they are large.
 bool IsSystemFolder(const WideText& parent, const WCHAR* name) {
     if (_wcsicmp(parent.c_str(), TEXT("C:\\")) == 0) return false;
     return _wcsicmp(parent.c_str(), TEXT("C:\\Windows\\")) == 0 && _wcsicmp(name, TEXT("Temp")) != 0;
@@ -171,7 +171,7 @@ void TakeUsers(Snapshot& snapshot) {
     WCHAR user[512];
     for (DWORD index = 0; RegEnumKeyW(HKEY_USERS, index, user, 512) == ERROR_SUCCESS; ++index) {
         const WideText name = user;
-        // A user's classes are a hive of their own, with the classes at its root.
+        // The classes of a user are a hive of their own, with the classes at its root.
         const bool classes = EndsIn(name, TEXT("_Classes"));
         TakeTree(snapshot, HKEY_USERS, (classes ? name : name + TEXT("\\Software")).c_str(),
                  "HKU\\" + Utf8(name) + (classes ? "\\" : "\\Software\\"));
@@ -214,7 +214,7 @@ void TakeMarks(Snapshot& snapshot) {
 
 Snapshot Take() {
     Snapshot snapshot;
-    // The shell reads shortcuts through COM; a caller that has it already only counts one more use.
+    // The shell reads shortcuts through COM. If the caller uses COM already, this only counts one more use.
     (void)CoInitialize(nullptr);
     for (const WideText drive : {TEXT("C:\\"), TEXT("D:\\")})
         TakeFolder(snapshot, drive);

@@ -1,5 +1,5 @@
-// What a machine holds, as sorted text: files, shortcuts, registry, boot-time marks. Two snapshots compared
-// show what a run changed.
+// A machine as sorted text: files, shortcuts, registry, boot-time marks. A comparison of two snapshots shows what a run
+// changed.
 #pragma once
 
 #include <map>
@@ -8,7 +8,7 @@
 
 namespace snapshot {
 
-// An item's name, and what it is, in UTF-8:
+// The name of an item, and what it is, in UTF-8:
 //   "C:\Folder\"               "folder"
 //   "C:\Folder\file.txt"       "file RHS 123 bytes 0123456789abcdef" (attributes that are set, size, digest)
 //   "C:\Folder\link.lnk"       "shortcut to C:\target.exe in C:\working folder"
@@ -17,12 +17,12 @@ namespace snapshot {
 //   "mark 001"                 "delete C:\path" or "move C:\a to C:\b"
 using Snapshot = std::map<std::string, std::string>;
 
-// Takes the whole of drives C and D but the system's own folders, the software keys of the machine and of
-// every user, and the marks. What can't be read is passed over.
+// Reads drives C and D except for the folders of the system, the software keys of the machine and of every user, and the
+// marks. Leaves out what can't be read.
 Snapshot Take();
 
 struct Change {
-    char kind;  // '+' appeared, '-' went, '*' changed
+    char kind;  // '+' new, '-' deleted, '*' changed
     std::string name;
     std::string before;
     std::string after;
@@ -30,7 +30,7 @@ struct Change {
 // The differences, sorted by name.
 std::vector<Change> Compare(const Snapshot& before, const Snapshot& after);
 
-// A snapshot as lines "name<TAB>what", and back. A line without a tab is passed over.
+// A snapshot as lines "name<TAB>what", and back. A line without a tab is skipped.
 std::string ToText(const Snapshot& snapshot);
 Snapshot FromText(const std::string& text);
 

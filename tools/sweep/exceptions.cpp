@@ -13,7 +13,7 @@
     GROUP     \
     "*|C:\\Users\\Public\\Desktop\\Qantivo 8.lnk: *|log: Made Dir: *|log: Shell Link: *"
 #define COPY "C:\\Users\\Ann\\AppData\\Local\\Temp\\uni.tmp: *"
-// All that differs between an installation for all users and one for the current user.
+// Everything that differs between an installation for all users and one for the current user.
 #define OTHER_SCOPE                                                                                      \
     GROUP                                                                                                \
     "*: gone|C:\\Users\\Public\\Desktop\\Qantivo 8.lnk: gone|C:\\Users\\Ann\\Desktop\\Qantivo 8.lnk: *|" \
@@ -138,9 +138,8 @@ const std::vector<Case>& Cases() {
          {{Stage::ForGood, "update", "_wfopen|DeleteFileW|kill:_wfopen|kill:DeleteFileW", PROBE},
           {Stage::AtOnce, "update", "_wfopen|DeleteFileW|kill:_wfopen|kill:DeleteFileW", PROBE}}},
         {"Uninstall: `uni*.tmp` in the temporary folder",
-         "the copy can't be made or started, its mark is refused, or the process is killed before the copy "
-         "has "
-         "marked itself",
+         "the copy can't be made, started or marked, or the process is killed before the copy has marked "
+         "itself",
          "the copy is deleted by a mark that it places first",
          {{Stage::ForGood, "uninstall", "GetModuleFileNameW|CopyFileW|_wexecl|MoveFileExW|kill:*", COPY},
           {Stage::AtOnce, "uninstall", "GetModuleFileNameW|CopyFileW|kill:CopyFileW|kill:GetModuleFileNameW",

@@ -19,7 +19,7 @@ namespace sweep {
 
 namespace {
 
-// A run takes less than a second; the program's own waits are up to five.
+// A run takes less than a second, and the waits of the program up to five seconds.
 constexpr DWORD kHangMs = 30000;
 constexpr DWORD kPressMs = 20;
 constexpr int kMostPresses = 50;
@@ -42,7 +42,7 @@ std::string Neutral(const std::string& text) {
     return std::regex_replace(text, temporary, "\\$1.tmp");
 }
 
-// The application counts its starts by itself.
+// The application itself counts its starts.
 bool IsApplicationsOwn(const std::string& name) {
     return name.ends_with(" : Starts");
 }
@@ -56,13 +56,13 @@ void TakeLog(State& state, const std::string& name) {
     std::istringstream lines(ReadWhole(winhost::HostPath(kLogFile)));
     std::string manifest;
     std::map<std::string, int> records;
-    bool behind = false;
+    bool afterManifest = false;
     for (std::string line; std::getline(lines, line);) {
-        if (!behind && line != "\r")
+        if (!afterManifest && line != "\r")
             manifest += line;
-        else if (behind)
+        else if (afterManifest)
             ++records[line.substr(0, line.find('\r'))];
-        behind = behind || line == "\r";
+        afterManifest = afterManifest || line == "\r";
     }
     state[name] = "a log of manifest " + std::to_string(std::hash<std::string>()(manifest));
     for (const auto& [record, count] : records)
@@ -102,7 +102,7 @@ void SetFaultsOf(const std::string& watched, const std::optional<Disturbance>& d
     winhost::SetProgramFaults(disturbance ? disturbance->program : watched, faults);
 }
 
-// Null when it doesn't start.
+// Null if it does not start.
 HANDLE Start(std::u16string commandLine) {
     STARTUPINFOW startup = {};
     startup.cb = sizeof startup;

@@ -1,4 +1,4 @@
-// Machines of a sweep: made once, copied for each trial, run with one call disturbed, and looked at.
+// Machines of a sweep: made once, copied for each trial, run with one call disturbed, and compared.
 #pragma once
 
 #include <filesystem>
@@ -14,7 +14,7 @@ namespace sweep {
 struct Disturbance {
     std::string program;  // name of its file, with * and ?
     std::string call;
-    unsigned nth = 0;  // its use, counted from 1; 0: every use
+    unsigned nth = 0;  // which use, counted from 1; 0: every use
     bool kills = false;
     std::optional<winhost::Limits> limits = std::nullopt;  // those of the machine, instead of all above
 };
@@ -23,15 +23,15 @@ std::string Describe(const Disturbance& disturbance);
 
 // A machine as sorted text, as in snapshot/snapshot.h, but:
 //   - numbers in the names of temporary files are left out
-//   - a mark is an item by what it does ("mark: delete C:\x"), its place in the list being what it is
-//   - the log is one item for the manifest in it, and one for each record behind that
+//   - a mark has what it does as its name ("mark: delete C:\x"), and its place in the list as its value
+//   - the log is one item for the manifest in it, and one for each record after that
 using State = std::map<std::string, std::string>;
 State TakeState();
 
 // Copies a machine that no process runs in. Programs of the package folder are shared by hard links.
 void CopyMachine(const std::filesystem::path& from, const std::filesystem::path& to);
 
-// Takes what programs write to standard error from now on. Called once in a process.
+// From now on catches what programs write to standard error. Called once in a process.
 void CaptureErrors(const std::filesystem::path& file);
 
 struct RunOutcome {
@@ -39,9 +39,9 @@ struct RunOutcome {
     std::string complaint;  // a crash, a finding of the sanitizers, a hang, on one line; empty for none
     winhost::LimitsMet met;
 };
-// Runs a command on the machine that this process has entered, with all that it starts, to the end. The clock
-// is virtual. `watched` is the program whose calls are counted and whose end is looked at; with a
-// disturbance, it is that one's.
+// Runs a command on the machine that this process has entered, with everything that it starts, to the end. The clock is
+// virtual. `watched` is the program whose calls are counted and whose end is checked; with a disturbance, it is the
+// program of that.
 RunOutcome Run(const std::u16string& commandLine, const std::string& watched,
                const std::optional<Disturbance>& disturbance = std::nullopt);
 

@@ -1,8 +1,8 @@
 // sweep SETUP [--quick] [fault|kill]
 //
-// Disturbs every platform call that an installation, an update and an uninstall make, one run for each, and
-// looks at what is left. SETUP is the setup program under test, which may be of another build than this tool.
-// Ends with 0 when all that was found has its place in the table of exceptions.
+// Disturbs every platform call of an installation, an update and an uninstall, one run for each call, and examines the
+// resulting machine. SETUP is the setup program under test, which may come from another build than this tool.
+// The exit code is 0 if all findings are in the table of exceptions.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -22,7 +22,7 @@ namespace {
 
 using namespace sweep;
 
-// A quick sweep takes every use of a call at once, and each of these many single uses.
+// A quick sweep disturbs all uses of a call together, and one of this many single uses.
 constexpr unsigned kQuickStep = 11;
 
 struct Options {
@@ -32,7 +32,7 @@ struct Options {
     bool kills = true;
 };
 
-// Where the report goes: standard output and error are those of the programs run.
+// The report is written here, because the programs use standard output and error.
 std::FILE* report;
 
 struct Trial {
@@ -119,7 +119,7 @@ int Report(const std::vector<Trial>& trials, const std::vector<Finding>& finding
     for (const auto& [name, row] : rows)
         std::fprintf(report, "%-26s %5zu tried, %4zu in the table of exceptions, %zu unexplained\n",
                      name.c_str(), row.trials, row.explained.size(), row.unexplained.size());
-    // A row that a whole sweep never needs says more than is true.
+    // A full sweep needs every row; a row that is not needed is wrong.
     if (!options.quick && options.faults && options.kills)
         for (const Case& each : Cases())
             for (const Exception& exception : each.exceptions)

@@ -36,19 +36,19 @@ void Write(const fs::path& path, const std::string& text) {
     std::ofstream(path, std::ios::binary) << text;
 }
 
-// Without what a debugger wants, for speed.
+// Without debugging data, for speed.
 void CopyProgram(const fs::path& source, const fs::path& target) {
     fs::create_directories(target.parent_path());
     const std::string command = "strip --strip-debug -o '" + target.native() + "' '" + source.native() + "'";
     if (std::system(command.c_str()) != 0) throw std::runtime_error("failed: " + command);
 }
 
-// Bytes behind a program's end are nothing to the loader, and make it another version's.
+// The loader ignores bytes after the end of a program; with them it counts as another version.
 void Mark(const fs::path& program, const std::string& version) {
     std::ofstream(program, std::ios::binary | std::ios::app) << version;
 }
 
-// The earlier version has a help file that the later one drops.
+// The earlier version has a help file that the later one does not have.
 void MakePackage(const fs::path& helpers, const std::string& version) {
     const fs::path folder = winhost::HostPath(kPackage);
     const fs::path sample = helpers / "package";
@@ -74,7 +74,7 @@ void SetText(HKEY hive, const std::u16string& subKey, LPCWSTR value, const std::
     (void)RegCloseKey(key);
 }
 
-// What isn't the product's, some of it as near to the product as can be.
+// Things that don't belong to the product, some of them very close to it.
 void AddOtherThings() {
     for (const char16_t* path :
          {u"C:\\Users\\Ann\\Documents\\letter.txt", u"C:\\Users\\Ann\\Desktop\\notes.txt",
@@ -119,7 +119,7 @@ void Prepare(const Scenario& scenario, const fs::path& root, const fs::path& set
     winhost::SetBoxAnswers({});
     const fs::path package = winhost::HostPath(kPackage);
     CopyProgram(setup, package / kSetup);
-    // An install only copies it; a small one is copied faster.
+    // An install only copies it, and a small one is copied faster.
     if (scenario.installs)
         Write(package / "QtvUnInst.exe", "uninstaller\n");
     else
@@ -151,7 +151,7 @@ RunOutcome RunAgain(const Scenario& scenario) {
     if (scenario.installs) return Run(scenario.commandLine, kSetup);
     const std::u16string program = std::u16string(kTarget) + u"QtvUnInst.exe";
     if (fs::exists(winhost::HostPath(program))) return Run(scenario.commandLine, kCopy);
-    // It marks itself for deletion, so it has to be a copy.
+    // It marks itself for deletion, so it must be a copy.
     const std::u16string copy = u"C:\\Users\\Ann\\AppData\\Local\\Temp\\uniF.tmp";
     fs::copy_file(winhost::HostPath(std::u16string(kPackage) + u"QtvUnInst.exe"), winhost::HostPath(copy));
     return Run(copy + u" -delself \"" + program + u"\"", kCopy);

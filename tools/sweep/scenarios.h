@@ -16,22 +16,21 @@ inline constexpr char16_t kLogFile[] = u"C:\\Program Files\\Qantivo 8\\QtvUnInst
 struct Scenario {
     const char* name;
     std::u16string commandLine;
-    std::vector<std::string>
-        programs;   // those of the run whose calls are disturbed, in the order of their start
-    bool installs;  // false for the uninstall
+    std::vector<std::string> programs;  // the programs whose calls are disturbed, in the order of their start
+    bool installs;                      // false for the uninstall
 };
 const std::vector<Scenario>& Scenarios();
 
-// Makes the machine that the scenario starts from, and leaves this process in it. `setup` is the program
-// under test, `helpers` a build's folder with the sample programs.
+// Makes the machine for the scenario, and enters it with this process. `setup` is the program under test, `helpers` a build
+// folder with the sample programs.
 void Prepare(const Scenario& scenario, const std::filesystem::path& root, const std::filesystem::path& setup,
              const std::filesystem::path& helpers);
 
-// Runs the package's setup undisturbed, and restarts the machine.
+// Runs the setup program of the package undisturbed, and restarts the machine.
 void Install();
 
-// Files of the product in use, as long as the object lives: a library that runs and a file that another
-// program holds. A file that isn't there is passed over.
+// Files of the product in use while the object exists: a loaded library and a file that another program holds. A file that
+// does not exist is skipped.
 class FilesInUse {
   public:
     FilesInUse();
@@ -42,8 +41,8 @@ class FilesInUse {
     std::shared_ptr<void> m_running, m_held;
 };
 
-// Runs the scenario's setup once more, undisturbed, as a user would; an uninstall whose program has gone is
-// run to its end by a copy of the uninstaller out of the package.
+// Runs the setup program of the scenario once more, undisturbed, as a user would. If the program of an uninstall no longer
+// exists, a copy of the uninstaller from the package does the work.
 RunOutcome RunAgain(const Scenario& scenario);
 
 }  // namespace sweep

@@ -67,7 +67,7 @@ std::string StateText(const State& state) {
     return text;
 }
 
-// The machine entered, after a remedy and a restart, against the undisturbed one.
+// Compares the machine that this process has entered, after a repair and a restart, with the undisturbed one.
 std::vector<Problem> Remedied(const RunOutcome& remedy, const Reference& reference, Stage stage) {
     winhost::RestartMachine();
     std::vector<Problem> problems = Differences(TakeState(), {&reference.restarted}, stage);

@@ -1,4 +1,4 @@
-// One disturbed run, and what is wrong with the machine that it left.
+// One disturbed run, and what is wrong with the resulting machine.
 #pragma once
 
 #include <filesystem>
@@ -10,12 +10,12 @@
 
 namespace sweep {
 
-// Until when a machine is other than it should be.
+// How long a machine is not as it should be.
 enum class Stage {
-    Run,      // no matter of the machine: a crash, a hang
+    Run,      // not about the machine: a crash or a hang
     AtOnce,   // until a second run and a restart
-    Second,   // a restart has to come before that second run, too
-    Lasting,  // the product has to be installed again, and then uninstalled
+    Second,   // until a restart, a second run and a restart
+    Lasting,  // until the product is installed again and then uninstalled
     ForGood,  // none of these helps
 };
 
@@ -43,7 +43,7 @@ struct Reference {
     std::map<std::string, std::map<std::string, unsigned>> calls;  // by program, then by call
 };
 
-// Runs the scenario undisturbed in copies of the prepared machine, below `work`.
+// Runs the scenario undisturbed in copies of the prepared machine, in the folder `work`.
 Reference MakeReference(const Scenario& scenario, const std::filesystem::path& prepared,
                         const std::filesystem::path& work);
 
