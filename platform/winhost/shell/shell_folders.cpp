@@ -100,7 +100,8 @@ HRESULT SHGetFolderPathW(HWND, int folder, HANDLE token, DWORD flags, LPWSTR pat
     const std::u16string found = PathOf(*entry);
     if (found.size() >= MAX_PATH) return HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE);
     const Place place = Locate(found);
-    DWORD error = place.error;
+    // Without the flag a folder is missing in the same way, however many levels are.
+    DWORD error = place.error == ERROR_PATH_NOT_FOUND ? ERROR_FILE_NOT_FOUND : place.error;
     if (place.exists() && !place.isFolder) error = ERROR_DIRECTORY;
     if (!place.exists() && !place.windows.empty() && (folder & CSIDL_FLAG_CREATE))
         error = MakeFolders(place.windows);
