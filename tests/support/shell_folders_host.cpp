@@ -37,7 +37,7 @@ TEST_F(ShellFolders, ComeFromTheirRegistryValuesWhenTheShellFails) {
 }
 
 TEST_F(ShellFolders, AreMadeWhereTheUserHasThem) {
-    const Text key = TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders");
+    const Text key = TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders");
     const Text moved = kScratch + TEXT("\\moved");
     PutValue(HKEY_CURRENT_USER, key, TEXT("My Pictures"), Sz(moved));
     EXPECT_EQ(GetShellFolder(CSIDL_MYPICTURES).Text(), moved);

@@ -151,7 +151,8 @@ void CopyMachine(const fs::path& from, const fs::path& to) {
         const fs::path target = to / name;
         if (entry->is_directory()) {
             fs::create_directory(target);
-            if (name == ".state/processes") entry.disable_recursion_pending();
+            // Those of processes that have ended; a queue is a socket as well, which can't be copied.
+            if (name == ".state/processes" || name == ".state/queues") entry.disable_recursion_pending();
         } else if (name.native().starts_with("C/Package/") && name.extension() == ".exe") {
             fs::create_hard_link(entry->path(), target);
         } else {
