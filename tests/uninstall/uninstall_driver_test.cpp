@@ -107,7 +107,7 @@ CHILD_PROGRAM(Relaunches) {
         line += std::string(__wargv[position], __wargv[position] + wcslen(__wargv[position])) + "|";
     MakeFile(kScratch + TEXT("\\line"), line);
     if (__argc > 2) return 0;
-    g_silentMode = __argc == 1;
+    g_silentMode = __argc == 1 ? 2 : 0;
     (void)SetEnvironmentVariableW(TEXT("TMP"),
                                   Text(__wargv[0]).substr(0, Text(__wargv[0]).rfind('\\')).c_str());
     RelaunchFromTemp();

@@ -150,6 +150,7 @@ TEST_F(Frame, EndsOnThePageThatTellsWhatToDoNext) {
             EXPECT_EQ(TextOf(box), row.rebootNeeded ? Resource(IDS_RESTART_ON_FINISH) : run);
             EXPECT_EQ(IsShown(box), row.boxShown);
             EXPECT_EQ(IsTicked(box), row.ticked);
+            EXPECT_TRUE(IsShown(wizard.PageControl(IDC_HEADLINE)) && IsShown(wizard.PageControl(IDC_ADVICE)));
             EXPECT_EQ(IsShown(note), !row.boxShown);
             if (!row.boxShown) {
                 EXPECT_EQ(TextOf(note), portable);

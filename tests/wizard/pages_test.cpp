@@ -112,6 +112,8 @@ TEST_F(Pages, DestinationFollowsTheFolderThatIsChosen) {
     const Text old = g_targetDir.Text();
     const Text elsewhere = kScratch + TEXT("\\elsewhere");
     const Text own = TEXT("\\Qantivo 8");
+    const Text otherFolder =
+        TEXT("To install into a different folder, click Browse, and select another one.");
     const struct {
         std::string content;  // none for an empty folder
         int type;
@@ -144,9 +146,10 @@ TEST_F(Pages, DestinationFollowsTheFolderThatIsChosen) {
                 Browse(wizard, elsewhere);
                 EXPECT_EQ(TextOf(shown), row.target);
             }
-            if (row.content == "\\QtvApp8.exe" && row.type != 2) {
-                EXPECT_EQ(TextOf(wizard.PageControl(IDC_HINT)), Resource(IDS_PREVIOUS_COPY_FOLDER));
-            }
+            const Text hint = row.type == 2                    ? Resource(IDS_BROWSE_PORTABLE)
+                              : row.content == "\\QtvApp8.exe" ? Resource(IDS_PREVIOUS_COPY_FOLDER)
+                                                               : otherFolder;
+            EXPECT_EQ(TextOf(wizard.PageControl(IDC_HINT)), hint);
             EXPECT_EQ(g_targetDir.Text(), row.target);
             EXPECT_EQ(Exists(elsewhere), !row.content.empty()) << "an empty folder goes";
             EXPECT_FALSE(Exists(old)) << "it exists only while the browser is open";
