@@ -29,11 +29,11 @@ TEST_F(LastStep, RestartsOnlyWhenAReplacementWaits) {
     const Text help = Where("C:\\Program Files\\Qantivo 8\\QtvApp8Man.chm");
     winhost::ClearEvents();
     Setup(TEXT("-s"));
-    const std::string target = "C:\\Program Files\\Qantivo 8";
+    const std::string folder = "C:\\Program Files\\Qantivo 8";
     const auto started = Events("start-process");
     EXPECT_EQ(std::vector(started.end() - 2, started.end()),
-              (std::vector{"start-process\tregsvr32.exe /s \"" + target + "\\ThumbQvi32.dll\"\t" + target,
-                           "start-process\t\"" + target + "\\QtvApp8.exe\" -regonly\t" + target}));
+              (std::vector{"start-process\tregsvr32.exe /s \"" + folder + "\\ThumbQvi32.dll\"\t" + folder,
+                           "start-process\t\"" + folder + "\\QtvApp8.exe\" -regonly\t" + folder}));
     const struct {
         Text arguments;
         bool held = true, token = true;

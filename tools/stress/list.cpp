@@ -57,7 +57,7 @@ class Watch {
                 Kill(random() % m_workers.size());
                 --kills;
             }
-            Sleep(random() % 20);
+            Sleep(static_cast<DWORD>(random()) % 20);
             DropEnded();
         }
         Look();

@@ -139,7 +139,7 @@ void PressNext() {
 // of Next; none without a wizard.
 bool AwaitEnd(std::mt19937& random, bool wizard) {
     const auto end = Clock::now() + kHang;
-    while (!winhost::WaitForProcesses(wizard ? random() % 20 : 1000)) {
+    while (!winhost::WaitForProcesses(wizard ? static_cast<DWORD>(random()) % 20 : 1000)) {
         if (Clock::now() > end) return false;
         if (wizard) PressNext();
     }
