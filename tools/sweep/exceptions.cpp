@@ -127,6 +127,11 @@ const std::vector<Case>& Cases() {
          {{Stage::ForGood, "install*", "RegCreateKeyW|RegSetValueExW", OTHER_SCOPE},
           {Stage::ForGood, "update", "RegOpenKeyExW|RegQueryValueExW", OTHER_SCOPE},
           {Stage::AtOnce, "update", "RegOpenKeyExW|RegQueryValueExW", OTHER_SCOPE}}},
+        {"The wizard's install: shortcuts for the current user, or in a folder `\\Qantivo 8`",
+         "the wizard's fields can't be read",
+         "what can't be read counts as empty or as not chosen; uninstall and install again",
+         {{Stage::ForGood, "install-wizard", "GetWindow|SendMessageW", OTHER_SCOPE "|" GROUP "*"},
+          {Stage::AtOnce, "install-wizard", "GetWindow|SendMessageW", OTHER_SCOPE "|C:\\Qantivo 8\\*"}}},
         {"Update: a file `.old` or `.new`",
          "its mark is refused, or the process is killed after putting it aside and before marking it",
          "no record of it is left; you may delete it",
@@ -147,7 +152,8 @@ const std::vector<Case>& Cases() {
         {"`WININIT.INI` in the Windows folder",
          "a mark is refused",
          "the mark is added to this older list, which only Windows 95, 98 and Me carry out",
-         {{Stage::ForGood, "update|uninstall", "MoveFileExW", "C:\\Windows\\WININIT.INI: *"}}},
+         {{Stage::ForGood, "update|uninstall", "MoveFileExW", "C:\\Windows\\WININIT.INI: *"},
+          {Stage::AtOnce, "update|uninstall", "MoveFileExW", "C:\\Windows\\WININIT.INI: *"}}},
 
         // ---- the power goes in the midst of a call ----
         {"",
@@ -217,7 +223,8 @@ const std::vector<Case>& Cases() {
         {"",
          "",
          "",
-         {{Stage::Run, "uninstall", "kill:EnumWindows|kill:PostMessageW",
+         {{Stage::Run, "uninstall",
+           "kill:EnumWindows|kill:PostMessageW|kill:ReleaseMutex|kill:UnmapViewOfFile",
            "the run: the call to be killed at was not reached"}}},
     };
     return cases;

@@ -148,7 +148,8 @@ FilesInUse::FilesInUse() {
 }
 
 RunOutcome RunAgain(const Scenario& scenario) {
-    if (scenario.installs) return Run(scenario.commandLine, kSetup);
+    // A silent run repairs what the wizard left, too: it asks nothing.
+    if (scenario.installs) return Run(InstallLine(), kSetup);
     const std::u16string program = std::u16string(kTarget) + u"QtvUnInst.exe";
     if (fs::exists(winhost::HostPath(program))) return Run(scenario.commandLine, kCopy);
     // It marks itself for deletion, so it must be a copy.
