@@ -307,6 +307,8 @@ void MeasureApplication(const Text& work, const Text& other, int rounds) {
 
 }  // namespace
 
+int wmain(int argc, WCHAR** argv);
+
 int wmain(int argc, WCHAR** argv) {
     // Wine's first window starts the process of the desktop, which keeps running. It must not be part of a
     // measurement.

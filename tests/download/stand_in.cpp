@@ -101,6 +101,8 @@ int Launch(const std::wstring& line) {
 
 }  // namespace
 
+int wmain(int, wchar_t** values);
+
 int wmain(int, wchar_t** values) {
     if (std::wstring(values[0]).ends_with(L"setup.exe")) return Record();
     const std::wstring line = Variable(L"QTV_LINE");

@@ -6,7 +6,7 @@
 
 inline std::uint32_t Checksum(std::string_view bytes) {
     std::uint32_t sum = 2166136261u;
-    for (const char byte : bytes)
-        sum = (sum ^ static_cast<unsigned char>(byte)) * 16777619u;
+    for (const char each : bytes)
+        sum = (sum ^ static_cast<unsigned char>(each)) * 16777619u;
     return sum;
 }

@@ -60,6 +60,7 @@ constexpr struct {
     {"find 'a\\'", "e2"},
     {"mark a long path", "ok"},
     {"mark for a long path", "ok"},
+    {"text that is missing from its block", "0 e0"},
     {"names left", "App\\ App\\b App\\x NAME.txt a file\\ "},
 };
 

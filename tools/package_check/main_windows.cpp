@@ -1,6 +1,8 @@
 #include "package_check/text.h"
 #include "package_check/tool.h"
 
+int wmain(int count, wchar_t** values);
+
 int wmain(int count, wchar_t** values) {
     // The findings are UTF-8.
     (void)SetConsoleOutputCP(CP_UTF8);

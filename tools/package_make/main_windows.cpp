@@ -6,6 +6,8 @@ bool package_make::IsLink(const fs::path& path) {
     return (GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
 }
 
+int wmain(int count, wchar_t** values);
+
 int wmain(int count, wchar_t** values) {
     // What is printed is UTF-8.
     (void)SetConsoleOutputCP(CP_UTF8);

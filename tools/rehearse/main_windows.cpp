@@ -35,6 +35,8 @@ void MakeListOfApplications() {
 
 }  // namespace
 
+int wmain(int count, wchar_t** values);
+
 int wmain(int count, wchar_t** values) {
     // It installs and uninstalls on the system that it runs on. So that system must exist only for this.
     if (!GetEnvironmentVariableW(L"QTV_REHEARSAL", nullptr, 0) || count < 3) {
