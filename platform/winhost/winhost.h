@@ -124,8 +124,9 @@ struct Limits {
 // Sets the limits for this process and all that it starts, and counts from 0.
 void SetLimits(const Limits& limits);
 struct LimitsMet {
-    std::uint64_t steps = 0;                  // taken
-    std::uint64_t leastRefused = UINT64_MAX;  // the smallest room at which one more write would have gone well
+    std::uint64_t steps = 0;  // taken
+    std::uint64_t leastRefused =
+        UINT64_MAX;  // the smallest room at which one more write would have gone well
     bool powerWent = false;
     std::string call;  // the first platform call that met a limit; empty for none
 };
