@@ -1,4 +1,4 @@
-// Machines made and entered from outside.
+// Making and entering machines from outside.
 #include "winhost.h"
 
 #include <filesystem>

@@ -1,8 +1,8 @@
 // The host's side of the embedded machine: what tests and tools do to a machine from outside.
 //
-// A machine is a folder: a drive a sub-folder (C, D), registry.reg, a marker file that names it a machine,
-// and .state with its running processes, events and shared objects. A program stored inside finds its machine
-// by walking up from its own path; a program outside (a test, a tool) enters one by EnterMachine.
+// A machine is a folder. It holds a sub-folder for each drive (C, D), registry.reg, a marker file, and .state with the
+// running processes, events and shared objects. A program stored inside finds its machine by walking up from its own
+// path. A program outside (a test, a tool) enters one by EnterMachine.
 #pragma once
 
 #include <windows.h>
@@ -17,63 +17,61 @@
 
 namespace winhost {
 
-// Makes a new machine in an empty or missing folder: drives, system folders, two users, registry,
-// regsvr32.exe.
+// Makes a new machine in an empty or missing folder: drives, system folders, two users, registry, regsvr32.exe. Throws
+// std::filesystem::filesystem_error when the host can't write it.
 void CreateMachine(const std::filesystem::path& root);
 
-// Makes this process one of the machine, as if it had been started there from `program` (a full Windows
-// path). The current folder becomes the program's. Entering another machine, or the same one again, starts
-// afresh.
+// Makes this process one of the machine, as if it had been started there from `program` (a full Windows path). The
+// current folder becomes the program's folder. Entering another machine, or the same one again, makes a fresh start.
 void EnterMachine(const std::filesystem::path& root, std::u16string_view program = u"C:\\Windows\\host.exe");
 
-// Whether this process is in a machine, by the folder of its program or because it entered one.
+// Whether this process is in a machine: its program is stored in one, or it entered one.
 bool InMachine();
 
-// The folder of the machine's own files: running processes, events, shared objects. A tool may keep files of
-// its own there.
+// Returns the folder of the machine's own files: running processes, events, shared objects. A tool may keep its own
+// files there too.
 std::filesystem::path StateFolder();
 
-// Text of the machine as text of the host, which is UTF-8, and back. An unpaired surrogate survives both
-// ways.
+// Converts the machine's text to the host's UTF-8 and back. An unpaired surrogate survives in both directions.
 std::string Utf8(std::u16string_view text);
 std::u16string Utf16(std::string_view text);
 
-// Where a file of the machine lies on the host, whether or not it exists.
+// Returns the host path of a file of the machine. The file need not exist.
 std::filesystem::path HostPath(std::u16string_view path);
 
-// The next start of the machine: carries the boot-time marks out by Windows' rules, and takes them away.
+// Does what the next start of the machine does: carries out the boot-time marks by Windows' rules, then removes them.
 void RestartMachine();
 
-// Whether this machine carries WININIT.INI out at its restarts, as only the old line of Windows does. A new
-// machine doesn't. Independent of the version that its programs read.
+// Whether this machine carries out WININIT.INI at a restart, as only the old line of Windows does. A new machine
+// doesn't. This does not depend on the version that programs read.
 void SetCarriesOutWininit(bool on);
 
-// The running processes of the machine, without this one.
+// Returns the ids of the machine's running processes, without this one.
 std::vector<DWORD> ProcessIds();
 
-// Ends all processes of the machine but this one, and waits until they have gone. False when `milliseconds`
-// ran out.
+// Ends all processes of the machine except this one, and waits until they have gone. Returns false when `milliseconds`
+// have passed.
 bool EndProcesses(DWORD milliseconds);
 
-// Keeps a file of the machine in use until the result is destroyed: as a running program or library, which
-// can be renamed but not deleted, or open for reading without delete sharing, which prevents both. Null when
-// it can't be opened.
+// Keeps a file of the machine in use until the result is destroyed. Runs: as a running program or library, which can be
+// renamed but not deleted. IsRead: open for reading without delete sharing, so it can be neither renamed nor deleted.
+// Returns null when the file can't be opened.
 enum class Use { Runs, IsRead };
 std::shared_ptr<void> HoldFile(std::u16string_view path, Use use);
 
-// Copies a file of a machine on the host, with the attributes that the machine keeps on it. The target must
-// not exist.
+// Copies a file of a machine on the host, with the attributes that the machine stores for it. The target must not
+// exist.
 void CopyStoredFile(const std::filesystem::path& from, const std::filesystem::path& to);
 
-// Waits until no process of the machine is left but this one. False when `milliseconds` ran out.
+// Waits until this is the only process of the machine. Returns false when `milliseconds` have passed.
 bool WaitForProcesses(DWORD milliseconds);
 
-// Hides a function from GetProcAddress, as on a system that lacks it, in this process and those that it
-// starts.
+// Hides a function from GetProcAddress, as on a system without it, in this process and those that it starts. False for
+// `hidden` shows it again.
 void HideFunction(const std::string& name, bool hidden);
 
-// What the machine saw besides files and registry, in order, a line each: its kind, a tab, and its fields
-// with tabs between them. A line feed inside a field is written as \n, and numbers are decimal. Kinds:
+// Returns what the machine saw besides files and registry, in order. Each event is a line: its kind, a tab, and its
+// fields with tabs between them. A line feed inside a field is written as \n, and numbers are decimal. Kinds:
 //   message-box     caption, text, style, answer (0 for a box that is left open)
 //   unanswered-box  the same
 //   shell-execute   verb, file, show command
@@ -82,59 +80,61 @@ void HideFunction(const std::string& name, bool hidden);
 //   change-notify   event
 std::vector<std::string> Events();
 void ClearEvents();
-// The kind of such a line and its fields, with the line feeds back in their places.
+// Returns the kind of such a line and its fields, with the line feeds restored.
 std::vector<std::string> EventFields(std::string_view event);
 
-// The buttons that answer the next message boxes of the machine, in order. A box without an answer left, or
-// without that button, takes its safe one (No, Cancel, or OK), and is recorded as unanswered. The box is
-// answered when all that has been posted to its thread is dispatched. 0 leaves the box open: it is a dialog
-// like any other, and the test presses its buttons. EndBoxAnswers goes back to asking at the terminal.
+// Sets the buttons that answer the next message boxes of the machine, in order. A box that finds no answer left, or
+// lacks that button, takes its safe one (No, Cancel or OK) and is recorded as unanswered. A box is answered after
+// everything posted to its thread is dispatched. 0 leaves the box open: it is a dialog like any other, and the test
+// presses its buttons. After EndBoxAnswers the machine asks at the terminal again.
 void SetBoxAnswers(const std::vector<int>& buttons);
 void EndBoxAnswers();
 
 // ---- faults: any platform call can be told to fail, and every call is counted by name ----
 
 struct Fault {
-    std::string call;   // name of the call, or "*" for any
+    std::string call;   // name of the call, or "*" for any call
     unsigned nth = 0;   // fails at this use, counted from 1; 0: at every use
     DWORD error = 0;    // the error code; 0: what the call reports when rights are missing
     bool kill = false;  // the process is killed at the call instead
 };
-// Sets the faults of this process and starts its counts at 0.
+// Sets the faults of this process and starts its counts at 0. CallCounts returns them by the name of the call.
 void SetFaults(std::vector<Fault> faults);
 std::map<std::string, unsigned> CallCounts();
 
-// The same for the programs that are started from here on, by this process or by a program that it starts:
-// those whose file's name matches `programs`, with * and ?. The counts are the sums over all such programs
-// that have ended, without those that were killed.
+// The same for the programs that this process, or a program that it starts, starts from now on. They are the programs
+// whose file name matches `programs`, with * and ?. The counts are sums over all such programs that have ended and were
+// not killed.
 void SetProgramFaults(const std::string& programs, const std::vector<Fault>& faults);
 std::map<std::string, unsigned> ProgramCallCounts();
 void ClearProgramFaults();
 
-// With a virtual clock Sleep returns at once, in this process and in those that it starts.
+// With a virtual clock, Sleep returns at once in this process and in those that it starts.
 void SetVirtualClock(bool on);
 
-// ---- limits: a disc that fills, and power that goes ----
+// ---- limits: a drive that fills, and power that goes ----
 
 struct Limits {
-    std::uint64_t room = UINT64_MAX;   // bytes that the drives and the registry may hold together
-    std::uint64_t steps = UINT64_MAX;  // of change on them (a file made, a part of it written) before the
-                                       // power goes: from then on each process ends at its next step
+    std::uint64_t room = UINT64_MAX;  // bytes that the drives and the registry may hold together
+    // Steps of change on them, such as making a file or writing a part of it. After so many steps the power goes:
+    // from then on each process ends at its next step.
+    std::uint64_t steps = UINT64_MAX;
 };
-// Sets the limits for this process and all that it starts, and counts from 0.
+// Sets the limits for this process and all that it starts. Counting starts at 0.
 void SetLimits(const Limits& limits);
 struct LimitsMet {
     std::uint64_t steps = 0;  // taken
-    std::uint64_t leastRefused =
-        UINT64_MAX;  // the smallest room at which one more write would have gone well
+    // The smallest room, in bytes, at which one more write would have succeeded. UINT64_MAX if none was refused.
+    std::uint64_t leastRefused = UINT64_MAX;
     bool powerWent = false;
     std::string call;  // the first platform call that met a limit; empty for none
 };
+// Removes the limits and returns what was counted since SetLimits.
 LimitsMet LiftLimits();
-// What the drives and the registry hold, in bytes.
+// Returns how many bytes the drives and the registry hold.
 std::uint64_t BytesUsed();
 
-// Handles of this process that are open: files, searches, keys, processes, tokens, modules.
+// Returns how many handles are open in this process: files, searches, keys, processes, tokens, modules.
 unsigned OpenHandles();
 
 }  // namespace winhost

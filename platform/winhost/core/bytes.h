@@ -1,4 +1,4 @@
-// Little-endian numbers in bytes that may be damaged: whatever lies outside reads as zero or as nothing.
+// Little-endian numbers in bytes that may be damaged. What lies outside the bytes reads as zero or as nothing.
 #pragma once
 
 #include <windows.h>
@@ -9,7 +9,7 @@
 
 namespace winhost {
 
-// The part that is there of `size` bytes from `offset` on.
+// Returns `size` bytes from `offset` on, or as many of them as exist.
 inline std::string_view Part(std::string_view bytes, std::size_t offset, std::size_t size) {
     return offset < bytes.size() ? bytes.substr(offset, size) : std::string_view{};
 }
@@ -32,14 +32,14 @@ inline DWORD DwordAt(std::string_view bytes, std::size_t offset) {
     return NumberAt<DWORD>(bytes, offset);
 }
 
-// The bytes as units of UTF-16; the last byte of an odd number is left out.
+// The bytes as UTF-16 code units. A last odd byte is left out.
 inline std::u16string Units(std::string_view bytes) {
     std::u16string units(bytes.size() / 2, u'\0');
     for (std::size_t i = 0; i < units.size(); ++i)
         units[i] = WordAt(bytes, 2 * i);
     return units;
 }
-// A text of such units from `offset` up to its terminator, or to the end of the bytes.
+// The text of such code units from `offset` up to its terminator, or to the end of the bytes.
 inline std::u16string WideAt(std::string_view bytes, std::size_t offset) {
     std::u16string text = Units(Part(bytes, offset, bytes.size()));
     text.resize(std::min(text.find(u'\0'), text.size()));

@@ -9,7 +9,7 @@
 
 namespace {
 
-// What the waits of a virtual clock have added up to.
+// The sum of all waits under a virtual clock.
 DWORD virtualMilliseconds = 0;
 
 }  // namespace

@@ -1,5 +1,5 @@
-// Environment variables of the machine: they stand in the host's environment under a prefix, so that programs
-// inherit them.
+// Environment variables of the machine. They are stored in the host's environment under a prefix, so that started
+// programs inherit them.
 #include "core/environment.h"
 
 #include <unistd.h>
@@ -17,7 +17,7 @@ namespace winhost {
 namespace {
 
 constexpr char kPrefix[] = "WINHOST_VAR_";
-// Set where the variables have their first values already: in a program that one of the machine's started.
+// Set when the variables already have their first values: in a program that another program of the machine started.
 constexpr char kFilled[] = "WINHOST_VARIABLES";
 
 void Forget() {
@@ -61,7 +61,7 @@ std::u16string ExpandVariables(std::u16string_view text) {
         const auto value = ValueOfVariable(text.substr(open + 1, close - open - 1));
         expanded += text.substr(0, open);
         expanded += value ? *value : std::u16string(text.substr(open, close - open));
-        // The second mark of a name that means nothing may begin another name.
+        // If the name has no value, its second % may begin another name.
         text.remove_prefix(value ? close + 1 : close);
     }
 }

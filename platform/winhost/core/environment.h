@@ -7,10 +7,10 @@
 
 namespace winhost {
 
-// The value of a variable; none when it is not set. No program made this call, so it is neither counted nor
-// told to fail.
+// Returns the value of a variable, or none when it is not set. This is no call of a program, so it is not counted and
+// no fault applies to it.
 std::optional<std::u16string> ValueOfVariable(std::u16string_view name);
-// The text with the value in the place of each %NAME%. A name without a value stays as it stands.
+// Returns the text with each %NAME% replaced by its value. A name without a value stays as it is.
 std::u16string ExpandVariables(std::u16string_view text);
 
 }  // namespace winhost

@@ -1,4 +1,4 @@
-// What the machine saw besides files and registry: a line each in .state/events.
+// What the machine saw besides files and registry. Each event is a line in .state/events.
 #include "core/events.h"
 
 #include <fcntl.h>
@@ -32,7 +32,7 @@ void Record(const char* kind, std::initializer_list<std::u16string> fields) {
         }
     }
     line += '\n';
-    // One write in append mode, so that lines of several processes don't mix.
+    // One write in append mode, so that the lines of several processes don't mix.
     const int descriptor = open(EventFile().c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
     if (descriptor < 0 || write(descriptor, line.data(), line.size()) != static_cast<ssize_t>(line.size()))
         NotModelled("Record", "a machine whose events can't be written");

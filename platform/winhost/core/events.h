@@ -6,7 +6,7 @@
 
 namespace winhost {
 
-// Adds an event; winhost.h lists the kinds and their fields.
+// Adds an event. winhost.h lists the kinds and their fields.
 void Record(const char* kind, std::initializer_list<std::u16string> fields);
 
 }  // namespace winhost

@@ -1,9 +1,9 @@
-// The seam that serves all faults. Every platform call begins here: it is counted by name, and it can be told
-// to fail, or the process to be killed, at its n-th use.
+// All faults are served here. Every platform call begins with Fails or FaultOf: the call is counted by name, and its
+// n-th use can be told to fail or to kill the process.
 //
 // Programs take their faults from the environment:
 //   WINHOST_FAULTS    rules with semicolons between them: CALL#N, CALL#* (every use) or *#N (the n-th call of any
-//                     name), followed by =ERROR for the error code, or by =kill
+// WINHOST_COUNTS    a host file. When the process ends, it adds a line "CALL N" for each call that it used
 //   WINHOST_COUNTS    a host file that gets a line "CALL N" for each call used, when the process ends
 //   WINHOST_CONCERNS  the programs that the two above concern, by the name of their file, with * and ?; all without it
 //   WINHOST_CLOCK     "virtual": Sleep returns at once

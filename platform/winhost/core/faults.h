@@ -1,4 +1,4 @@
-// The seam of all platform calls: each is counted, and each can be told to fail.
+// Faults of platform calls: each call is counted, and each can be told to fail.
 #pragma once
 
 #include <windows.h>
@@ -7,16 +7,16 @@
 
 namespace winhost {
 
-// Every platform call begins with this: counts it by name, and says whether it is to fail, with the last
-// error then set to `error` or to the one the fault names.
+// Every platform call begins with this. Counts the call by name. Returns true when the call must fail; the last error
+// is then set to the error of the fault, or to `error` when the fault names none.
 bool Fails(const char* call, DWORD error = ERROR_ACCESS_DENIED);
-// The same for calls that return their error: 0, or the error code of the fault.
+// The same for calls that return their error. Returns 0, or the error code of the fault.
 DWORD FaultOf(const char* call, DWORD error = ERROR_ACCESS_DENIED);
 // Whether waits of a fixed length return at once.
 bool VirtualClock();
-// The platform call that this thread began last; empty before the first.
+// The name of the platform call that this thread began last. Empty before the first.
 const char* CurrentCall();
-// Writes the call counts where WINHOST_COUNTS says; called as the process ends.
+// Writes the call counts to the file that WINHOST_COUNTS names. Called when the process ends.
 void WriteCounts();
 
 }  // namespace winhost

@@ -1,4 +1,4 @@
-// Handles: numbers that stand for the objects a process holds open.
+// Handles: numbers that stand for the open objects of a process.
 #include "core/handles.h"
 
 #include <map>
@@ -19,8 +19,8 @@ struct HandleTable {
 };
 
 HandleTable& Table() {
-    // Never destroyed: static objects of the program close their handles after this unit's own would have
-    // gone.
+    // Never destroyed: static objects of the program may close their handles after this file's own static objects are
+    // destroyed.
     static auto* table = new HandleTable;
     return *table;
 }
@@ -55,7 +55,7 @@ std::shared_ptr<KernelObject> FindHandle(HANDLE handle) {
 bool DropHandle(HANDLE handle) {
     HandleTable& table = Table();
     std::unique_lock lock(table.threads);
-    // The object ends with the lock let go: its end may close others.
+    // The object is destroyed without the lock, because its destructor may close other handles.
     const auto gone = table.objects.extract(reinterpret_cast<ULONG_PTR>(handle));
     lock.unlock();
     if (!gone) SetLastError(ERROR_INVALID_HANDLE);

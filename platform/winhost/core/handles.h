@@ -1,4 +1,4 @@
-// Handles: numbers that stand for the objects a process holds open.
+// Handles: numbers that stand for the open objects of a process.
 #pragma once
 
 #include <windows.h>
@@ -12,11 +12,12 @@ namespace winhost {
 class KernelObject {
   public:
     virtual ~KernelObject() = default;
-    // As WaitForSingleObject. The base can't be waited for.
+    // Waits as WaitForSingleObject does. The base class can't be waited for.
     virtual DWORD Wait(DWORD milliseconds);
 };
 HANDLE AddHandle(std::shared_ptr<KernelObject> object);
-// The object behind a handle; null, with ERROR_INVALID_HANDLE set, when there is none of that kind.
+// Returns the object that the handle stands for. Null, with ERROR_INVALID_HANDLE as the last error, when there is none
+// of that kind.
 std::shared_ptr<KernelObject> FindHandle(HANDLE handle);
 template <class Kind>
 std::shared_ptr<Kind> HandleAs(HANDLE handle) {
@@ -24,7 +25,7 @@ std::shared_ptr<Kind> HandleAs(HANDLE handle) {
     if (!object) SetLastError(ERROR_INVALID_HANDLE);
     return object;
 }
-// Closes the handle; false when there was none.
+// Closes the handle. Returns false when there is no such handle.
 bool DropHandle(HANDLE handle);
 
 }  // namespace winhost

@@ -1,4 +1,4 @@
-// Files of the host: descriptors, writing, and what its errors are called on Windows.
+// Files of the host: descriptors, writing, and the Windows error codes for the host's errors.
 #pragma once
 
 #include <windows.h>
@@ -7,7 +7,7 @@
 
 namespace winhost {
 
-// A host file descriptor and its owner; -1 for none.
+// Owns a host file descriptor; -1 means none.
 class Descriptor {
   public:
     Descriptor() = default;
@@ -23,11 +23,11 @@ class Descriptor {
     int m_value = -1;
 };
 
-// Writes all bytes, or fails with errno set. WriteWhole keeps to the limits of the machine; the other one is
-// for what is no part of its drives.
+// Both write all bytes, or return false with errno set. WriteWhole keeps to the limits of the machine. WriteAtOnce is
+// for files outside its drives.
 bool WriteAtOnce(int descriptor, const void* data, std::size_t cbData);
 bool WriteWhole(int descriptor, const void* data, std::size_t cbData);
-// The error code for the host's errno.
+// Returns the Windows error code for the host's errno.
 DWORD ErrorOf(int hostError);
 
 }  // namespace winhost

@@ -1,5 +1,5 @@
-// Limits of the machine, in a file of it that all its processes map: all take part in one count of steps, so
-// that when the power goes none of them changes anything any more.
+// Limits of the machine. They are in a file that all its processes map. All processes share one count of steps, so that
+// none of them changes anything after the power has gone.
 #include "core/limits.h"
 
 #include <fcntl.h>
@@ -24,7 +24,7 @@ namespace winhost {
 
 namespace {
 
-// A write is cut at one of so many places.
+// The number of parts that a write is split into. The power can go between two of them.
 constexpr std::size_t kPartsOfWrite = 32;
 
 struct CallName {
@@ -101,7 +101,7 @@ std::uint64_t BytesUsed() {
         const fs::recursive_directory_iterator end;
         for (fs::recursive_directory_iterator entry(Root() / drive, error); !error && entry != end;
              entry.increment(error)) {
-            // A file that another process takes away meanwhile counts for nothing.
+            // A file that another process removes meanwhile is not counted.
             std::error_code gone;
             const bool isFile = entry->is_regular_file(gone);
             const std::uint64_t size = isFile ? entry->file_size(gone) : 0;

@@ -1,5 +1,5 @@
-// Limits of the machine: the room on its discs, and the steps until its power goes. Whatever changes what
-// lasts (files, folders, the registry) asks here first; a machine without limits pays one look for it.
+// Limits of the machine: the room on its drives, and the steps until its power goes. Everything that changes files,
+// folders or the registry asks here first.
 #pragma once
 
 #include <windows.h>
@@ -12,12 +12,14 @@
 namespace winhost {
 
 bool HasLimits();
-// Whether a file may grow from one size to another. False with errno set to ENOSPC, and nothing written then.
+// Whether a file may grow from `formerSize` to `size` bytes. Returns false with errno set to ENOSPC when the room is
+// too small; nothing is written then.
 bool HasRoom(std::uint64_t formerSize, std::uint64_t size);
-// One step of a change that lasts: the next part of it, if it is not done at once. When the power has gone,
-// the process ends here.
+// Counts one step of a lasting change. A change that is made in parts takes a step for each part. When the power has
+// gone, the process ends here.
 void Step();
-// As WriteWhole, within the limits: without room for all, nothing is written; the power can go between parts.
+// Writes as WriteWhole does, within the limits. Without room for all bytes nothing is written. The power can go between
+// parts.
 bool WriteWithinLimits(int descriptor, const void* data, std::size_t cbData);
 
 }  // namespace winhost

@@ -37,7 +37,7 @@ Membership FindOwnMachine() {
     return {};
 }
 
-// Found at the first call, which comes before anybody can rename the program's file.
+// Found at the first call, before anybody can rename the program's file.
 Membership& TheMembership() {
     static Membership own = FindOwnMachine();
     return own;
@@ -86,7 +86,7 @@ void OnEnter(void (*forget)()) {
 
 std::u16string WindowsPath(const fs::path& host) {
     const std::string below = host.lexically_relative(Root()).native();
-    // A host folder outside the machine, such as a shell's, counts as the root of C.
+    // A host folder outside the machine, such as the current folder of a host's shell, counts as the root of C.
     if (below.size() < 1 || !std::isalpha(static_cast<unsigned char>(below[0])) ||
         (below.size() > 1 && below[1] != '/'))
         return u"C:\\";

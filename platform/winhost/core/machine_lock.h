@@ -3,7 +3,7 @@
 
 namespace winhost {
 
-// A lock by name, held for the object's lifetime.
+// A lock by name, held for the lifetime of the object. The constructor waits until the lock is free.
 class MachineLock {
   public:
     explicit MachineLock(const char* name);

@@ -1,4 +1,4 @@
-// A new machine has two users. Its registry has the keys that programs of this kind read.
+// A new machine has two users, Ann and Bob. Its registry has the keys that an installer reads.
 #include "core/new_machine.h"
 
 namespace winhost {

@@ -8,15 +8,15 @@ namespace winhost {
 
 // Folders below the machine's root, with slashes.
 extern const std::span<const char* const> kNewFolders;
-// The registry in the usual text form.
+// The registry in its text form.
 extern const std::string_view kNewRegistry;
 struct Variable {
     const char* name;
     const char* value;
 };
-// The environment of every program that is not started by another one of the machine.
+// The environment of every program that the host starts, and not another program of the machine.
 extern const std::span<const Variable> kNewVariables;
-// The version of the system, as the marker file holds it.
+// The version of the system as the marker file holds it.
 inline constexpr char kNewVersion[] = "10.0.19045\n";
 
 }  // namespace winhost

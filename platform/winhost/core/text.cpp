@@ -1,4 +1,4 @@
-// Wide text of the runtime library, and its way to and from the host's UTF-8.
+// Wide text of the runtime library, and its conversion to and from the host's UTF-8.
 #include "core/text.h"
 
 #include <clocale>
@@ -81,8 +81,7 @@ char16_t UpperUnit(char16_t unit) {
     if (unit < 0x80) return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - 32) : unit;
     static const locale_t unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
     const wint_t upper = unicode ? towupper_l(unit, unicode) : unit;
-    // The file system's table holds no letter whose upper case would be an ASCII one, such as the dotless
-    // i's.
+    // No letter becomes an ASCII letter in the file system's table, for example not the dotless i.
     return upper < 0x80 ? unit : static_cast<char16_t>(upper);
 }
 
@@ -99,8 +98,7 @@ bool SameName(std::u16string_view left, std::u16string_view right) {
 
 }  // namespace winhost
 
-// ---- the runtime library's wide text
-// -----------------------------------------------------------------------------
+// ---- the runtime library's wide text ----
 
 std::size_t wcslen(const char16_t* text) {
     return std::char_traits<char16_t>::length(text);
@@ -211,8 +209,8 @@ int _wtoi(const char16_t* text) {
 
 namespace {
 
-// Writes what fits, and counts what would not: _vsnwprintf returns -1 for a text longer than the buffer, and
-// its length without any.
+// Writes as much as fits and counts the rest. _vsnwprintf returns -1 for a text longer than the buffer; without a
+// buffer it returns the length of the text.
 class WideOutput {
   public:
     WideOutput(char16_t* buffer, std::size_t limit) : m_buffer(buffer), m_limit(buffer ? limit : 0) {}
@@ -264,7 +262,7 @@ int _vsnwprintf(char16_t* buffer, std::size_t count, const char16_t* format, va_
             case u'x': {
                 char digits[32];
                 const char pattern[] = {'%', static_cast<char>(*format), 0};
-                // The three patterns are built here and take one 32-bit number.
+                // The three format patterns are made here, and each takes one 32-bit number.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
                 const int length = std::snprintf(digits, sizeof digits, pattern, va_arg(arguments, int));

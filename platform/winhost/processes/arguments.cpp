@@ -1,5 +1,5 @@
-// The program's arguments: taken from the host before anything of the program runs, split and quoted by the
-// rules of Windows' runtime library.
+// The program's arguments. They are taken from the host before anything of the program runs, and are split and quoted
+// by the rules of Windows' runtime library.
 #include "processes/arguments.h"
 
 #include <algorithm>
@@ -27,7 +27,7 @@ std::u16string_view WithoutBlanks(std::u16string_view text) {
     return text;
 }
 
-// The program's own name: quotes hold blanks together, backslashes are plain text.
+// Takes the program's own name. Quotes keep blanks in it; backslashes are plain text.
 std::u16string TakeProgram(std::u16string_view& rest) {
     std::u16string name;
     bool quoted = false;
@@ -60,7 +60,7 @@ std::u16string TakeArgument(std::u16string_view& rest) {
         if (slashes % 2 != 0) {
             argument += u'"';
         } else if (quoted && !rest.empty() && rest.front() == u'"') {
-            // Two quotes inside quotes are one, and the quotes go on.
+            // Two quotes inside quotes mean one quote, and the quoted part continues.
             argument += u'"';
             rest.remove_prefix(1);
         } else {
@@ -70,10 +70,10 @@ std::u16string TakeArgument(std::u16string_view& rest) {
     return argument;
 }
 
-// Before the constructors of the program's static objects, which may ask for the arguments already. Nothing
-// here lives in a static object of its own.
+// Runs before the constructors of the program's static objects, which may already ask for the arguments. For this
+// reason, nothing here is a static object with a constructor.
 __attribute__((constructor(101))) void TakeArguments(int count, char** values, char**) {
-    // Never freed: static objects of the program may read them to the end.
+    // Never freed: static objects of the program may read them up to the end.
     __wargv = new char16_t*[static_cast<std::size_t>(count) + 1];
     for (int i = 0; i < count; ++i) {
         const std::u16string text = Utf16(values[i]);
@@ -105,7 +105,7 @@ std::u16string QuoteArgument(std::u16string_view argument) {
     std::u16string quoted = u"\"";
     std::size_t slashes = 0;
     for (const char16_t unit : argument) {
-        // Backslashes count double before a quote only.
+        // Backslashes are doubled only before a quote.
         if (unit == u'"') quoted.append(slashes + 1, u'\\');
         slashes = unit == u'\\' ? slashes + 1 : 0;
         quoted += unit;
@@ -118,7 +118,7 @@ std::u16string QuoteArgument(std::u16string_view argument) {
 
 LPWSTR GetCommandLineW() {
     static std::u16string* line = [] {
-        // A program that the host started may have inherited another one's.
+        // A program that the host started may have inherited the command line of another one.
         const char* given = std::getenv(winhost::kCommandLineVariable);
         auto text = std::make_unique<std::u16string>(winhost::Utf16(given ? given : ""));
         const auto arguments = winhost::SplitArguments(*text);

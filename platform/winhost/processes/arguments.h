@@ -7,14 +7,14 @@
 
 namespace winhost {
 
-// Holds the command line of a program that one of the machine's started, as its starter wrote it.
+// Holds the command line of a program that another program of the machine started, as that one wrote it.
 inline constexpr char kCommandLineVariable[] = "WINHOST_COMMAND_LINE";
 
-// Splits a command line: backslashes and quotes; the program's own name first.
+// Splits a command line at blanks, by the rules for backslashes and quotes. The first text is the program's name.
 std::vector<std::u16string> SplitArguments(std::u16string_view commandLine);
-// A command line without the program's name and the blanks after it.
+// Returns a command line without the program's name and the blanks after it.
 std::u16string_view WithoutProgram(std::u16string_view commandLine);
-// The argument in quotes where it needs them, so that the program gets it unchanged.
+// Returns the argument, quoted if needed, so that a started program receives it unchanged.
 std::u16string QuoteArgument(std::u16string_view argument);
 
 }  // namespace winhost

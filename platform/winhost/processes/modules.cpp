@@ -26,10 +26,10 @@ using Functions = std::map<std::string_view, FARPROC>;
 // The program or a library. A module handle is a module's address.
 struct Module {
     std::u16string path;  // full Windows path
-    unsigned uses = 0;    // of loaded ones; the program and the system's own are never let go
+    unsigned uses = 0;    // of a loaded one; the program and the system's own libraries are never unloaded
     void* host = nullptr;
     std::unique_ptr<OpenFile> image;
-    HANDLE open = nullptr;  // counts it among the open handles
+    HANDLE open = nullptr;  // counts the library among the open handles
     Functions functions;
 };
 
@@ -54,7 +54,7 @@ void AddSystemLibrary(Modules& modules, std::u16string_view name, Functions func
 }
 
 Modules& All() {
-    // Never destroyed: static objects of the program free their libraries late.
+    // Never destroyed: static objects of the program may free their libraries late.
     static Modules* all = [] {
         auto* modules = new Modules;
         AddSystemLibrary(*modules, u"ntdll.dll", {{"RtlGetVersion", Address(RtlGetVersion)}});
@@ -88,7 +88,7 @@ std::u16string_view LastName(std::u16string_view path) {
     return separator == path.npos ? path : path.substr(separator + 1);
 }
 
-// The name with the extension that a library has unless the name says otherwise; a closing dot says "none".
+// Returns the name with the extension of a library, unless the name has one. A dot at the end means "no extension".
 std::u16string WithExtension(std::u16string_view name) {
     if (!name.empty() && name.back() == u'.') return std::u16string(name.substr(0, name.size() - 1));
     std::u16string whole(name);
@@ -96,7 +96,7 @@ std::u16string WithExtension(std::u16string_view name) {
     return whole;
 }
 
-// A module in the process: by its last name, or by its full path when the name has one.
+// Finds a module of the process by its last name, or by its full path when the name has one.
 Module* FindByName(std::u16string_view name) {
     const std::u16string wanted = WithExtension(name);
     const bool bare = LastName(wanted).size() == wanted.size();
@@ -111,7 +111,7 @@ Module* FindByName(std::u16string_view name) {
     return matches(ProgramPath()) ? &all.program : nullptr;
 }
 
-// The module of a handle; sets the last error for none.
+// Finds the module of a handle. Null, with the last error set, when there is none.
 Module* FindByHandle(HMODULE handle) {
     Modules& all = All();
     if (IsProgramModule(handle)) return &all.program;
@@ -126,7 +126,7 @@ Module* Load(const Place& file) {
     module->path = file.windows;
     module->image = OpenFile::OpenImage(file.host);
     if (!module->image) return nullptr;
-    // Lazily, since a program carries only those calls of the platform that it makes itself.
+    // Lazy, because a program contains only those platform calls that it makes itself.
     module->host = dlopen(file.host.c_str(), RTLD_LAZY | RTLD_LOCAL);
     if (!module->host) {
         SetLastError(ERROR_BAD_EXE_FORMAT);
@@ -136,7 +136,7 @@ Module* Load(const Place& file) {
     return All().libraries.emplace_back(std::move(module)).get();
 }
 
-// Names that GetProcAddress does not find, with semicolons between them; programs inherit it.
+// Names that GetProcAddress does not find, with semicolons between them. Started programs inherit them.
 constexpr char kHidden[] = "WINHOST_HIDDEN";
 
 std::vector<std::string> HiddenNames() {
@@ -195,7 +195,7 @@ HMODULE LoadLibraryW(LPCWSTR name) {
             SetLastError(ERROR_MOD_NOT_FOUND);
             return nullptr;
         }
-        // The search may lead by another name to one that is loaded.
+        // The search may find, under another name, a library that is already loaded.
         module = winhost::FindByName(file.windows);
         if (!module) module = winhost::Load(file);
         if (!module) return nullptr;
@@ -242,7 +242,7 @@ DWORD GetModuleFileNameW(HMODULE handle, LPWSTR buffer, DWORD cchBuffer) {
         SetLastError(ERROR_SUCCESS);
         return length;
     }
-    // What fits, closed by a null, with the buffer's size as the result.
+    // Copies what fits, with a null at the end. The result is the buffer's size.
     if (cchBuffer > 0) {
         std::copy_n(path.begin(), cchBuffer - 1, buffer);
         buffer[cchBuffer - 1] = 0;

@@ -7,9 +7,9 @@
 
 namespace winhost {
 
-// The program's own module.
+// Returns the handle of the program's own module.
 HMODULE ProgramModule();
-// Whether a name is that of a library that every process has, and that is no file of the machine.
+// Whether the name is that of a system library: every process has it, and it is no file of the machine.
 bool IsSystemLibrary(std::u16string_view name);
 
 }  // namespace winhost

@@ -7,7 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-// The host's header leaves out that its functions are C's.
+// The host's header doesn't declare its functions as C functions.
 extern "C" {
 #include <sys/pidfd.h>
 }
@@ -32,16 +32,16 @@ namespace winhost {
 namespace {
 
 constexpr char kHandedOver[] = "WINHOST_PROCESS";
-// A dying process drops its files one by one; those that saw the first go wait this long for the rest.
+// A dying process drops its files one by one. After the first is dropped, others wait this long for the rest.
 constexpr DWORD kDyingMilliseconds = 100;
 
-// This process's own entry. It is never destroyed, since the lock shows that the process lives.
+// This process's own entry. It is never destroyed, because its lock shows that the process lives.
 struct OwnEntry {
     pid_t pid = 0;
     std::string path;
     Descriptor table;
-    Descriptor image;                    // inherited from the starter
-    std::unique_ptr<OpenFile> ownImage;  // or taken by a program started from the host's shell
+    Descriptor image;                    // inherited from the starting process
+    std::unique_ptr<OpenFile> ownImage;  // or opened by a program that the host's shell started
 };
 
 OwnEntry& TheEntry() {
@@ -60,8 +60,9 @@ bool IsHeld(int table) {
     return false;
 }
 
-// Whether the entry's process has ended. One that has let go of its lock may still be on its way out and hold
-// its running image: it is waited for, though not long, since its number may be a stranger's by now.
+// Whether the entry's process has ended. A process that has dropped its lock may still be ending and hold its running
+// image, so it is waited for. The wait is short, because the number may already belong to a process outside the
+// machine.
 bool HasEnded(const ProcessFiles& files) {
     if (IsHeld(files.table.get())) return false;
     if (files.process) (void)WaitForEnd(files.process.get(), kDyingMilliseconds);
@@ -77,13 +78,13 @@ std::vector<DWORD> ListedIds() {
     return ids;
 }
 
-// Keeps an inherited descriptor from the programs that this one starts.
+// Keeps the programs that this process starts from inheriting the descriptor.
 Descriptor TakeOver(int value) {
     fcntl(value, F_SETFD, FD_CLOEXEC);
     return Descriptor(value);
 }
 
-// The descriptors that the starter handed over, once it is sure that they are meant for this process.
+// Takes the descriptors that the starting process handed over, if they are really meant for this process.
 bool TakeOverEntry(OwnEntry& own) {
     const char* text = std::getenv(kHandedOver);
     int table = -1;
@@ -112,7 +113,7 @@ void EnterAnew(OwnEntry& own) {
     if (!own.table) NotModelled("BeginProcess", "a machine whose table of processes can't be written");
 }
 
-// Another machine was entered: this process leaves the table of the last one.
+// Another machine was entered: this process leaves the table of the former one.
 void EnterOtherMachine() {
     OwnEntry& own = TheEntry();
     if (own.table) unlink(own.path.c_str());
@@ -134,8 +135,8 @@ Descriptor EnterTable(const char* folder) {
     const int length = std::snprintf(path, sizeof path, "%s/%d", folder, static_cast<int>(getpid()));
     if (length < 0 || static_cast<std::size_t>(length) + sizeof ".new" > sizeof fresh) return Descriptor();
     std::snprintf(fresh, sizeof fresh, "%s/new.%d", folder, static_cast<int>(getpid()));
-    // Locked under another name first: an entry is never seen without its lock, and an ended process's keeps
-    // its record for those that have it open.
+    // Locked first under another name, so that nobody sees an entry without its lock. The entry of an ended process
+    // keeps its record for those that have it open.
     Descriptor table(open(fresh, O_CREAT | O_TRUNC | O_RDWR | O_CLOEXEC, 0666));
     if (!table || flock(table.get(), LOCK_EX) != 0 || rename(fresh, path) != 0) return Descriptor();
     return table;
@@ -146,7 +147,7 @@ void HandOver(int table, int image) {
 }
 
 void BeginProcess() {
-    // Registered before anything of the program's, and so run after it.
+    // Registered before anything of the program's, so it runs after all of that.
     on_exit(
         [](int exitCode, void*) {
             RecordOwnExit(static_cast<DWORD>(exitCode));
@@ -155,7 +156,7 @@ void BeginProcess() {
         nullptr);
     OnEnter(EnterOtherMachine);
     if (!InMachine()) return;
-    // Asked for now, since it stays what it was when the file is renamed.
+    // Asked for now, because the file may be renamed later.
     const std::u16string& program = ProgramPath();
     OwnEntry& own = TheEntry();
     if (TakeOverEntry(own)) return;
@@ -164,12 +165,12 @@ void BeginProcess() {
 }
 
 void RecordOwnExit(DWORD exitCode) {
-    // A fork of this process that ends is not this process.
+    // The end of a fork of this process is not the end of this process.
     if (TheEntry().pid == getpid()) RecordExitCode(TheEntry().table.get(), exitCode);
 }
 
 ProcessFiles OpenProcessFiles(DWORD id) {
-    // The pidfd comes first. If the lock is held after that, the pidfd can't name a later process of the same
+    // The pidfd is opened first. If the lock is held after that, the pidfd can't mean a later process with the same
     // number.
     ProcessFiles files;
     files.process = Descriptor(pidfd_open(static_cast<pid_t>(id), 0));
@@ -241,8 +242,7 @@ bool WaitForProcesses(DWORD milliseconds) {
         const auto rest = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
         return static_cast<DWORD>(std::max<long>(rest, 0));
     };
-    // A process that ends may have started others since the table was read, so it is read until it lists
-    // none.
+    // A process that ends may have started others after the table was read, so the table is read until it lists none.
     for (;;) {
         bool any = false;
         for (const DWORD id : ListedIds()) {

@@ -1,7 +1,7 @@
-// The machine's running processes: .state/processes holds a file for each, named by its id, which the process
-// keeps locked (flock) from before its program begins to its end. The kernel drops the lock with the process,
-// so an id is of this machine and alive exactly while its file is locked, whatever else the host runs under
-// that number since.
+// The machine's running processes. .state/processes holds a file for each process, named by its id. The process keeps
+// its file locked (flock) from before its program begins until it ends; the kernel then drops the lock. So an id
+// belongs to a living process of this machine exactly while its file is locked, even if the host gives the number to
+// another process later.
 #pragma once
 
 #include <windows.h>
@@ -14,36 +14,36 @@
 
 namespace winhost {
 
-// Held while a process is entered, so that nobody takes its file for a dead one's.
+// Held while a process is entered, so that nobody takes its file for that of an ended process.
 class TableLock : MachineLock {
   public:
     TableLock() : MachineLock("processes.lock") {}
 };
 
-// Makes the calling host process one of the machine whose table stands in `folder`: gives its locked file, or
-// none.
+// Makes the calling host process one of the machine whose table is in `folder`. Returns the process's locked file, or
+// none when it can't be made.
 Descriptor EnterTable(const char* folder);
 std::string TableFolder();
 
-// Called in a child before its program runs: names the two inherited descriptors that say it runs, its table
-// file and its running image, in the environment.
+// Called in a child before its program runs. Names two inherited descriptors in the environment, the table file and the
+// running image, which show that the process runs.
 void HandOver(int table, int image);
 
-// Enters this process when its program begins: takes over what its starter handed over, or enters a program
-// started from the host's shell. Does nothing outside a machine.
+// Enters this process when its program begins. It takes over what its starter handed over; a program that the host's
+// shell started makes its own entry. Does nothing outside a machine.
 void BeginProcess();
-// Takes this process off the table: nobody finds it, ends it or waits for it any more.
+// Takes this process off the table: from now on nobody finds it, ends it or waits for it.
 void LeaveTable();
-// Leaves a record of the exit code for those that hold the process open.
+// Records the exit code for those that hold the process open.
 void RecordOwnExit(DWORD exitCode);
 
 // The files of a process of this machine.
 struct ProcessFiles {
-    Descriptor process;  // pidfd: never names another process
-    Descriptor table;    // stays readable when the file is removed
+    Descriptor process;  // a pidfd, which never means another process
+    Descriptor table;    // stays readable after the file is removed
 };
 ProcessFiles OpenProcessFiles(DWORD id);
-// None when no living process of this machine has that id.
+// Returns none when no living process of this machine has that id.
 std::optional<ProcessFiles> FindProcess(DWORD id);
 
 void RecordExitCode(int table, DWORD exitCode);
@@ -52,7 +52,8 @@ std::optional<DWORD> RecordedExitCode(int table);
 // Removes the files of processes that have ended.
 void PruneTable();
 
-// Waits until the process of the pidfd has ended; false when the time ran out. INFINITE has no limit.
+// Waits until the process of the pidfd has ended. Returns false when `milliseconds` have passed; INFINITE waits without
+// limit.
 bool WaitForEnd(int process, DWORD milliseconds);
 
 }  // namespace winhost

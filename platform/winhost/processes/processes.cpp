@@ -6,7 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-// The host's header leaves out that its functions are C's.
+// The host's header doesn't declare its functions as C functions.
 extern "C" {
 #include <sys/pidfd.h>
 }
@@ -31,9 +31,9 @@ constexpr DWORD kAllProcessAccess = 0x001FFFFFu;
 constexpr DWORD kKnownAccess =
     PROCESS_TERMINATE | PROCESS_QUERY_INFORMATION | PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE;
 
-constexpr DWORD kStackOverrun = 0xC0000409u;  // how Windows' runtime ends an aborted program
+constexpr DWORD kStackOverrun = 0xC0000409u;  // the exit code that Windows' runtime gives an aborted program
 constexpr DWORD kAccessViolation = 0xC0000005u;
-constexpr DWORD kEndedFromOutside = 1;  // as the task manager ends a program
+constexpr DWORD kEndedFromOutside = 1;  // the exit code that the task manager gives a program that it ends
 
 DWORD CrashCode(int signal) {
     if (signal == SIGABRT) return kStackOverrun;
@@ -51,7 +51,7 @@ class Process {
     DWORD ExitCode() {
         if (!Wait(0)) return STILL_ACTIVE;
         if (!m_exitCode) m_exitCode = m_child ? CodeOfChild() : RecordedExitCode(m_files.table.get());
-        // The host tells only the starter of a process how it ended.
+        // The host tells only the starting process how a process ended.
         if (!m_exitCode) NotModelled("GetExitCodeProcess", "a crashed process that another one had started");
         return *m_exitCode;
     }
@@ -85,7 +85,7 @@ class ProcessHandle : public KernelObject {
         if (!Allows(SYNCHRONIZE)) return WAIT_FAILED;
         return m_process->Wait(milliseconds) ? WAIT_OBJECT_0 : WAIT_TIMEOUT;
     }
-    // Whether the handle was opened for one of these; sets the last error when not.
+    // Whether the handle has one of these rights. Sets the last error when it has none.
     bool Allows(DWORD access) const {
         if (m_access & access) return true;
         SetLastError(ERROR_ACCESS_DENIED);
@@ -100,13 +100,13 @@ class ProcessHandle : public KernelObject {
     DWORD m_access;
 };
 
-// A program's first thread ends with it. Nobody here waits for a thread.
+// A program's first thread ends with the program. No program here waits for a thread.
 class ThreadHandle : public KernelObject {
   public:
     DWORD Wait(DWORD) override { NotModelled("WaitForSingleObject", "a thread"); }
 };
 
-// Children that have not been waited for: the host keeps their ids until then.
+// Children that nobody has waited for. The host keeps their ids until then.
 std::map<DWORD, std::shared_ptr<Process>>& ChildProcesses() {
     static auto* children = new std::map<DWORD, std::shared_ptr<Process>>;
     return *children;
@@ -119,7 +119,7 @@ void LetEndedChildrenGo() {
             ++child;
             continue;
         }
-        // Asking for the exit code is what waits for it.
+        // ExitCode also waits for the child.
         (void)child->second->ExitCode();
         child = children.erase(child);
     }
@@ -143,7 +143,7 @@ bool IsOwnPseudoHandle(HANDLE handle) {
     std::fflush(nullptr);
     RecordOwnExit(exitCode);
     WriteCounts();
-    // The host has eight bits for it; a failure stays one.
+    // The host keeps only eight bits of the exit code. A failure must not become 0.
     _exit(exitCode != 0 && (exitCode & 0xFF) == 0 ? 1 : static_cast<int>(exitCode & 0xFF));
 }
 
@@ -203,7 +203,7 @@ INT_PTR _wexecl(const char16_t* program, const char16_t* argument0, ...) {
         errno = GetLastError() == ERROR_BAD_EXE_FORMAT ? ENOEXEC : ENOENT;
         return -1;
     }
-    // The runtime has no way to become another program: it starts one and leaves, without exit handlers.
+    // The runtime can't replace a program by another. It starts the other one and ends without exit handlers.
     winhost::EndThisProcess(0);
 }
 

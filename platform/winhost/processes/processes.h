@@ -1,12 +1,11 @@
-// What other subjects ask about process handles.
+// What other parts of the platform ask about process handles.
 #pragma once
 
 #include <windows.h>
 
 namespace winhost {
 
-// Whether a handle given to a call that takes any process means this one; sets the last error when it is no
-// process.
+// Says whether a handle means this process or another one. Sets the last error when it is no process.
 enum class Whose { NoProcess, ThisProcess, OtherProcess };
 Whose WhoseHandle(HANDLE handle);
 

@@ -16,7 +16,7 @@ bool IsFile(const Place& place) {
     return place.exists() && !place.isFolder;
 }
 
-// Whether a name says itself where its file lies.
+// Whether a name itself says where its file is, so that no folder is searched.
 bool SaysWhere(std::u16string_view name, Wanted wanted) {
     if (wanted == Wanted::Program) return name.find_first_of(u"\\/:") != name.npos;
     return name.starts_with(u'\\') || name.starts_with(u'/') || name.substr(0, 2).ends_with(u':');

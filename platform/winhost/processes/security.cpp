@@ -17,7 +17,7 @@ namespace winhost {
 
 namespace {
 
-// The privileges that Windows knows, at their fixed numbers.
+// The privileges of Windows, with their fixed numbers.
 struct Privilege {
     const char* name;
     DWORD number;
@@ -88,7 +88,7 @@ Held* FindHeld(const LUID& luid) {
     return found == privileges.end() ? nullptr : &*found;
 }
 
-// All tokens of this process are the one that it has.
+// The process has one token; every handle of a token stands for it.
 class Token : public KernelObject {
   public:
     explicit Token(DWORD access) : m_access(access) {}

@@ -1,6 +1,6 @@
-// Named objects that the processes of the machine share: file mappings and mutexes. An object is a file of
-// .state/objects that each of its holders has open under a shared lock (flock): it lives as long as somebody
-// holds it, and the kernel lets go for a process that dies.
+// Named objects that the processes of the machine share: file mappings and mutexes. An object is a file in
+// .state/objects. Each of its holders has the file open under a shared lock (flock), so the object lives as long as
+// somebody holds it. If a process dies, the kernel drops its lock.
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/mman.h>
@@ -35,8 +35,8 @@ constexpr char kMapping[] = "mapping", kMutex[] = "mutex";  // the kinds
 constexpr std::size_t kPage = 4096;
 constexpr std::size_t kGranularity = 65536;
 
-// Held while objects come and go, so that the last holder doesn't take a file away from one that just opens
-// it. The folder itself is what is locked: an object may be let go when its machine is no more.
+// Held while objects are made and removed, so that the last holder doesn't delete a file that another process is just
+// opening. The folder itself is locked, because an object may be closed after its machine is gone.
 class FolderLock {
   public:
     explicit FolderLock(const std::string& folder)
@@ -58,8 +58,8 @@ class FolderLock {
 // This process's share in an object.
 class Share {
   public:
-    // Opens the object that lives under the name, or makes a new one of `size` zero bytes when `create` is
-    // set. Null, with the last error set, when there is none; for no name, an object of this process only.
+    // Opens the object of that name, or makes a new one of `size` zero bytes when `create` is set. Without a name, the
+    // object belongs to this process only. Returns null, with the last error set, when there is none.
     static std::unique_ptr<Share> Open(LPCWSTR name, const char* kind, bool create, std::size_t size);
     ~Share();
     Share(const Share&) = delete;
@@ -80,8 +80,8 @@ class Share {
     bool m_isNew;
 };
 
-// The host file name of an object's name: all names of a session are those of the machine. Empty for a name
-// that Windows doesn't take.
+// Returns the host file name of an object's name. The names of a session are those of the whole machine. Empty for a
+// name that Windows doesn't accept.
 std::string FileName(std::u16string_view name, const char* kind) {
     constexpr std::u16string_view kSession = u"Local\\";
     if (name.starts_with(u"Global\\")) NotModelled(kind, "a name outside the session");
@@ -124,7 +124,7 @@ std::unique_ptr<Share> Share::Open(LPCWSTR name, const char* kind, bool create, 
 
     const std::string file = FileName(name, kind);
     if (file.empty()) return nullptr;
-    // Objects of both kinds share one name space.
+    // Objects of both kinds share one set of names.
     const std::string otherFile = FileName(name, kind == std::string_view(kMutex) ? kMapping : kMutex);
     if (otherFile.empty()) return nullptr;
     const std::string folder = (StateFolder() / "objects").native();
@@ -141,8 +141,8 @@ std::unique_ptr<Share> Share::Open(LPCWSTR name, const char* kind, bool create, 
             flock(descriptor, LOCK_SH);
             return std::unique_ptr<Share>(new Share(descriptor, path, false));
         }
-        // A process that died has left it. A view of it may still be mapped somewhere, so a new file takes
-        // its place.
+        // A process that died has left this file. A view of it may still be mapped somewhere, so a new file takes its
+        // place.
         unlink(path.c_str());
         close(descriptor);
     }
@@ -177,7 +177,7 @@ class Mapping : public KernelObject {
     DWORD m_access;
 };
 
-// Views by their start; a view outlives its mapping's handle.
+// Views by their start address. A view outlives its mapping's handle.
 std::map<const void*, std::size_t>& Views() {
     static auto* views = new std::map<const void*, std::size_t>;
     return *views;
@@ -185,9 +185,9 @@ std::map<const void*, std::size_t>& Views() {
 
 // ---- mutexes ----
 
-// A mutex as this process sees it, whatever the number of its handles. Between processes it is owned by a
-// lock on its file's first byte, which dies with the owner; the byte says "owned", so that the next owner
-// learns of such a death. Within the process it is owned by a thread.
+// A mutex as this process sees it, however many handles it has. Between processes it is owned by a lock on the first
+// byte of its file, and the lock ends with its owner. The byte is 1 while the mutex is owned, so that the next owner learns that the
+// former one died. Within the process a thread owns it.
 class MutexState {
   public:
     explicit MutexState(std::unique_ptr<Share> share) : m_share(std::move(share)) {}
@@ -197,11 +197,11 @@ class MutexState {
 
   private:
     using Clock = std::chrono::steady_clock;
-    // Waits for the other processes.
+    // Waits until no other process owns it. Returns false when the deadline has passed.
     bool LockFile(bool endless, Clock::time_point deadline);
 
     std::unique_ptr<Share> m_share;
-    std::mutex m_guard;  // of the two below
+    std::mutex m_guard;  // of the two values below
     std::condition_variable m_free;
     DWORD m_owner = 0;  // thread id
     unsigned m_depth = 0;
@@ -353,7 +353,7 @@ LPVOID MapViewOfFile(HANDLE handle, DWORD access, DWORD offsetHigh, DWORD offset
 
 BOOL UnmapViewOfFile(LPCVOID view) {
     if (winhost::Fails("UnmapViewOfFile")) return FALSE;
-    // Any address within the view is taken.
+    // Any address inside the view is accepted.
     auto& views = winhost::Views();
     auto found = views.upper_bound(view);
     const auto address = reinterpret_cast<std::uintptr_t>(view);

@@ -1,4 +1,4 @@
-// The end of the system.
+// Ending the system. Only a restart is modelled.
 #include "core/events.h"
 #include "core/faults.h"
 #include "core/machine.h"

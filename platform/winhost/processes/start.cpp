@@ -1,4 +1,4 @@
-// Starting a program of the machine: its file is found by Windows' rules and run as a host program.
+// Starts a program of the machine: its file is found by Windows' rules and runs as a host program.
 #include "processes/start.h"
 
 #include <elf.h>
@@ -26,14 +26,14 @@ bool IsBlank(char16_t unit) {
     return unit == u' ' || unit == u'\t';
 }
 
-// Whether the host can run it: a program of the host's own kind.
+// Whether the host can run the file: a 64-bit ELF program.
 bool IsHostProgram(int descriptor) {
     unsigned char start[EI_NIDENT + sizeof(Elf64_Half)];
     if (pread(descriptor, start, sizeof start, 0) != sizeof start) return false;
     return std::memcmp(start, ELFMAG, SELFMAG) == 0 && start[EI_CLASS] == ELFCLASS64;
 }
 
-// What the child needs, made before the fork.
+// What the child needs. It is made before the fork.
 struct ChildPlan {
     std::string program;
     std::string folder;
@@ -41,7 +41,7 @@ struct ChildPlan {
     std::string commandLine;
     std::vector<std::string> arguments;
     std::vector<char*> argumentPointers;
-    int report = -1;  // takes the error that kept the program from starting
+    int report = -1;  // receives the error if the program can't be started
     int image = -1;
 };
 
@@ -53,8 +53,7 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
     return pointers;
 }
 
-// The child, up to its program. The entry in the table and the running image go over to the program by
-// inheritance.
+// The child, up to the start of its program. The program inherits the entry in the table and the running image.
 [[noreturn]] void RunChild(const ChildPlan& plan) {
     Descriptor entry = EnterTable(plan.table.c_str());
     const int table = entry.Release();
@@ -79,7 +78,7 @@ std::u16string FindCommand(std::u16string_view line) {
         line.remove_prefix(1);
         place = SearchFile(line.substr(0, line.find(u'"')), u".exe", Wanted::Program);
     } else {
-        // The whole name may hold blanks: "C:\Program Files\x.exe" is tried as "C:\Program" first.
+        // The name itself may have blanks: for "C:\Program Files\x.exe", "C:\Program" is tried first.
         DWORD firstError = 0;
         for (std::size_t end = 0; end <= line.size(); ++end) {
             if (end < line.size() && !IsBlank(line[end])) continue;
@@ -141,7 +140,7 @@ std::optional<StartedProcess> StartProgram(const std::u16string& program, const 
     }
     if (child == 0) RunChild(plan);
     childReport = Descriptor();
-    // The pipe ends without a word when the program runs.
+    // When the program runs, the pipe ends without data.
     int error = 0;
     ssize_t count;
     while ((count = read(report.get(), &error, sizeof error)) < 0 && errno == EINTR) {

@@ -1,4 +1,4 @@
-// What kind of system the machine is. Its version is in the marker file of its folder.
+// What kind of system the machine is. The marker file of its folder holds its version.
 #include "processes/system.h"
 
 #include <cstring>

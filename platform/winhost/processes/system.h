@@ -5,7 +5,7 @@
 
 namespace winhost {
 
-// Exported by ntdll only, and so found by name.
+// Only ntdll exports it, so programs find it by name.
 NTSTATUS RtlGetVersion(RTL_OSVERSIONINFOW* version);
 
 }  // namespace winhost

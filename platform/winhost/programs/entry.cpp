@@ -1,14 +1,14 @@
-// The host's entry of a program of the machine: runs its wWinMain.
+// The host's main function of a program of the machine. It runs the program's wWinMain.
 #include "core/machine.h"
 #include "files/folders.h"
 #include "processes/arguments.h"
 #include "processes/modules.h"
 
 int main() {
-    // Ends a program outside any machine, even one that makes no call that needs it.
+    // Ends a program outside any machine here, even if it makes no call that needs a machine.
     (void)winhost::Root();
     winhost::ClaimCurrentFolder();
-    // The text ends where the whole command line ends.
+    // The parameters are the end of the whole command line.
     LPWSTR line = GetCommandLineW();
     LPWSTR parameters = line + wcslen(line) - winhost::WithoutProgram(line).size();
     const int exitCode = wWinMain(winhost::ProgramModule(), nullptr, parameters, SW_SHOWNORMAL);

@@ -1,6 +1,5 @@
-// The machine's registrar of libraries: regsvr32 [/s] [/u] FILE loads the library and calls its
-// DllRegisterServer, or DllUnregisterServer with /u. Says what came of it in a message box, unless /s wants
-// silence.
+// The machine's program that registers libraries: regsvr32 [/s] [/u] FILE loads the library and calls its
+// DllRegisterServer, or DllUnregisterServer with /u. A message box shows the result, except with /s.
 #include <windows.h>
 
 #include <string>

@@ -44,7 +44,7 @@ int Run(const char* folder, Arguments command) {
         std::fprintf(stderr, "winmachine: %s can't be started: error %u\n", command[0], GetLastError());
         return kFailed;
     }
-    // Two runs on one machine would otherwise wait for each other and never end.
+    // This process leaves the table. Otherwise two runs on one machine would wait for each other and never end.
     winhost::LeaveTable();
     DWORD exitCode = 0;
     (void)WaitForSingleObject(process.hProcess, INFINITE);
@@ -52,7 +52,7 @@ int Run(const char* folder, Arguments command) {
     (void)CloseHandle(process.hThread);
     (void)CloseHandle(process.hProcess);
     (void)winhost::WaitForProcesses(INFINITE);
-    // The host has eight bits for it; a failure stays one.
+    // The host keeps only eight bits of the exit code. A failure must not become 0.
     return exitCode != 0 && (exitCode & 0xFF) == 0 ? kFailed : static_cast<int>(exitCode & 0xFF);
 }
 

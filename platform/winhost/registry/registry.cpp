@@ -20,12 +20,12 @@ namespace {
 constexpr REGSAM kKnownAccess = KEY_ALL_ACCESS | SYNCHRONIZE | KEY_WOW64_64KEY;
 constexpr std::size_t kMaxValueName = 16383;
 
-// A key by its path. Below HKEY_CLASSES_ROOT the path begins there, and the key lies in up to two places:
-// among the user's own classes, which come first, and among the machine's.
+// A key by its path. Below HKEY_CLASSES_ROOT the path begins there, and the key can be in two places: among the user's
+// own classes, which come first, and among the machine's.
 struct KeyPath {
     bool classes = false;
     std::u16string path;
-    bool users = false;  // opened as one of the user's own classes, and gone when that one goes
+    bool users = false;  // opened as one of the user's own classes; gone when that class is gone
 };
 
 class OpenKey : public KernelObject {
@@ -39,7 +39,7 @@ class OpenKey : public KernelObject {
     REGSAM access() const { return m_access; }
     bool deleted() const { return m_deleted; }
 
-    // Handles of a key that is gone stay dead when a key of that name is made again.
+    // A handle of a deleted key stays dead when a key of the same name is made again.
     static void MarkDeleted(RegistryNode& root);
 
   private:
@@ -53,7 +53,7 @@ class OpenKey : public KernelObject {
     bool m_deleted = false;
 };
 
-// "Software\Classes" of a user is a link to that user's hive of classes.
+// A user's "Software\Classes" is a link to that user's hive of classes.
 std::u16string FollowLink(RegistryNode& root, const std::u16string& path) {
     const auto names = KeyNames(path);
     if (names.size() < 4 || !SameName(names[0], kUsers) || !SameName(names[2], u"Software") ||
@@ -66,7 +66,7 @@ std::u16string FollowLink(RegistryNode& root, const std::u16string& path) {
     return target;
 }
 
-// Full paths of the places where the key may lie; the first one that is there counts.
+// The full paths where the key can be. The first one that exists counts.
 std::vector<std::u16string> Places(RegistryNode& root, const KeyPath& key) {
     if (!key.classes) return {FollowLink(root, key.path)};
     return {std::u16string(kUserClasses) + u'\\' + key.path,
@@ -90,7 +90,7 @@ void OpenKey::MarkDeleted(RegistryNode& root) {
         if (Nodes(root, key->m_path).empty()) key->m_deleted = true;
 }
 
-// What a handle stands for: a predefined key, or one that this process opened.
+// What a handle stands for: a predefined key, or a key that this process opened.
 struct Subject {
     DWORD error = ERROR_SUCCESS;
     KeyPath key;
@@ -122,7 +122,7 @@ Subject SubjectOf(HKEY handle) {
     return subject;
 }
 
-// A call on the key of a handle. The registry is held until the call ends.
+// One call on the key of a handle. The registry stays locked until the call ends.
 struct KeyCall {
     RegistryFile file;
     Subject subject;
@@ -136,8 +136,7 @@ struct KeyCall {
     }
 };
 
-// The path of a sub-key. Only directly below HKEY_CLASSES_ROOT may it begin with a
-// backslash.
+// Makes the path of a sub-key. Only directly below HKEY_CLASSES_ROOT may the name begin with a backslash.
 DWORD SubKey(HKEY handle, const Subject& subject, LPCWSTR name, KeyPath& key) {
     key = subject.key;
     key.users = false;
@@ -146,7 +145,7 @@ DWORD SubKey(HKEY handle, const Subject& subject, LPCWSTR name, KeyPath& key) {
     return ERROR_SUCCESS;
 }
 
-// No name, or an empty one, means the key itself; a predefined key then is its own handle.
+// No name, or an empty one, means the key itself. A predefined key is then its own handle.
 bool IsItself(const Subject& subject, LPCWSTR name) {
     return subject.predefined && (!name || !*name);
 }
@@ -156,7 +155,7 @@ HKEY AddKey(RegistryNode& root, KeyPath key, REGSAM access) {
     return static_cast<HKEY>(AddHandle(std::make_shared<OpenKey>(key, access)));
 }
 
-// Only loading makes a hive, and only unloading takes it away.
+// A hive is made only by loading it, and removed only by unloading it.
 bool IsHive(const std::u16string& path) {
     return KeyNames(path).size() <= 2;
 }
@@ -169,8 +168,8 @@ bool IsTextType(DWORD type) {
     return type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ;
 }
 
-// The bytes to store. Text that comes without its terminator takes the one that follows it in memory, as on
-// Windows. The host is asked for those bytes, because they may lie outside the caller's memory.
+// Returns the bytes to store. A text without a terminator takes the one that follows it in memory, as on Windows. The
+// host is asked for those bytes, because they may lie outside the caller's memory.
 std::string BytesToStore(DWORD type, const BYTE* data, DWORD cbData) {
     std::string bytes(data, data + cbData);
     if (!IsTextType(type) || cbData < 2 || cbData % 2 != 0 || WordAt(bytes, cbData - 2) == 0) return bytes;
@@ -182,7 +181,7 @@ std::string BytesToStore(DWORD type, const BYTE* data, DWORD cbData) {
     return bytes;
 }
 
-// Gives out a value's type and bytes as RegQueryValueExW and RegEnumValueW do.
+// Copies a value's type and bytes to the caller, as RegQueryValueExW and RegEnumValueW do.
 DWORD GiveValue(const RegistryValue& value, LPDWORD type, LPBYTE data, LPDWORD cbData) {
     const DWORD cbBuffer = cbData ? *cbData : 0;
     const std::string& bytes = value.bytes;
@@ -191,7 +190,7 @@ DWORD GiveValue(const RegistryValue& value, LPDWORD type, LPBYTE data, LPDWORD c
     if (!data) return ERROR_SUCCESS;
     if (bytes.size() > cbBuffer) return ERROR_MORE_DATA;
     std::copy(bytes.begin(), bytes.end(), data);
-    // Text that is stored without a terminator gets one where there is room, not counted in the size.
+    // A text that is stored without a terminator gets one if there is room. The returned size doesn't count it.
     const bool terminated = bytes.size() >= 2 && bytes.ends_with(std::string_view("\0\0", 2));
     if (IsTextType(value.type) && !terminated && !bytes.empty() && cbBuffer - bytes.size() >= 2)
         std::fill_n(data + bytes.size(), 2, BYTE{0});
@@ -213,7 +212,7 @@ using namespace winhost;
 LSTATUS RegOpenKeyExW(HKEY parent, LPCWSTR name, DWORD options, REGSAM access, PHKEY key) {
     if (const DWORD fault = FaultOf("RegOpenKeyExW")) return static_cast<LSTATUS>(fault);
     if (options != 0 || (access & ~kKnownAccess) != 0) NotModelled("RegOpenKeyExW", "options or access mask");
-    // The machine has one view of the registry. The count tells a test which one was asked for.
+    // The machine has only one view of the registry. The count tells a test which view was asked for.
     if (access & KEY_WOW64_64KEY) (void)FaultOf("RegOpenKeyExW, 64-bit view");
     if (!key) return ERROR_INVALID_PARAMETER;
     *key = nullptr;

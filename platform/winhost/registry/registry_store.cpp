@@ -1,4 +1,5 @@
-// The registry file: read when it has changed, replaced as a whole, under a lock that all processes share.
+// The registry file. It is read again when it has changed and replaced as a whole, under a lock that all processes
+// share.
 #include "registry/registry_store.h"
 
 #include <fcntl.h>
@@ -23,8 +24,7 @@ namespace {
 constexpr std::size_t kMaxKeyName = 255;
 constexpr std::size_t kMaxDepth = 512;
 
-// The tree as it was last read. Its file stays open, so that no other file gets its inode
-// meanwhile.
+// The tree as it was last read. Its file stays open, so that no other file gets the same inode meanwhile.
 struct Cache {
     std::unique_ptr<RegistryNode> root;
     int descriptor = -1;

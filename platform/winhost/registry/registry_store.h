@@ -22,19 +22,18 @@ struct RegistryValue {
     std::string bytes;
 };
 
-// Paths are names with backslashes between them; empty names count for nothing. Names are found without
-// regard to case.
+// Paths are names with backslashes between them; empty names are skipped. Case doesn't matter.
 struct RegistryNode {
     std::u16string name;                                           // as spelled when the key was made
     std::map<std::u16string, std::unique_ptr<RegistryNode>> keys;  // by upper-cased name
     std::vector<RegistryValue> values;                             // in the order in which they were made
 
-    // Null when there is no such key.
+    // Returns null when there is no such key.
     RegistryNode* FindKey(std::u16string_view path);
-    // Makes the missing levels too. Null, with nothing made, when a name or the depth is more than a registry
-    // or its text form takes.
+    // Returns the key and makes its missing levels. Returns null and makes nothing when a name is too long, holds a
+    // line feed, or the path is too deep.
     RegistryNode* MakeKey(std::u16string_view path);
-    // Null when there is no such value.
+    // Returns null when there is no such value.
     RegistryValue* FindValue(std::u16string_view value);
     void SetValue(std::u16string_view value, DWORD type, std::string_view bytes);
     bool DeleteValue(std::u16string_view value);
@@ -42,20 +41,20 @@ struct RegistryNode {
 
 inline constexpr std::u16string_view kLocalMachine = u"HKEY_LOCAL_MACHINE";
 inline constexpr std::u16string_view kUsers = u"HKEY_USERS";
-// The user that the machine's programs run as, and the classes of that user.
+// The user that the machine's programs run as, and that user's classes.
 inline constexpr std::u16string_view kCurrentUser = u"HKEY_USERS\\S-1-5-21-1000-1000-1000-1001";
 inline constexpr std::u16string_view kUserClasses = u"HKEY_USERS\\S-1-5-21-1000-1000-1000-1001_Classes";
 inline constexpr std::u16string_view kMachineClasses = u"HKEY_LOCAL_MACHINE\\SOFTWARE\\Classes";
 
 std::vector<std::u16string_view> KeyNames(std::u16string_view path);
 
-// One operation on the registry: no other process of the machine reads or writes it meanwhile.
+// One operation on the registry. No other process of the machine reads or writes it while this object lives.
 class RegistryFile {
   public:
     RegistryFile();
     RegistryNode& root() { return *m_root; }
-    // Puts the changed tree in the file's place; until then the file stays whole. The error code of a
-    // failure, after which the tree is what the file holds again.
+    // Replaces the file by the changed tree; until then the old file stays whole. Returns 0 or an error code. After an
+    // error the tree again holds what the file holds.
     DWORD Save();
 
   private:
@@ -63,17 +62,17 @@ class RegistryFile {
     RegistryNode* m_root;
 };
 
-// Reads one value of a machine-wide key ("SYSTEM\\..." below HKEY_LOCAL_MACHINE); none when missing.
+// Reads one value of a key below HKEY_LOCAL_MACHINE, such as "SYSTEM\\...". The type is REG_NONE when it is missing.
 struct MachineValue {
     DWORD type = REG_NONE;
     std::string bytes;
 };
 std::optional<MachineValue> ReadMachineValue(std::u16string_view key, std::u16string_view value);
-// The error code of a failure.
+// Returns 0 or the error code of a failure.
 DWORD WriteMachineValue(std::u16string_view key, std::u16string_view value, DWORD type,
                         std::string_view bytes);
 void DeleteMachineValue(std::u16string_view key, std::u16string_view value);
-// Writes the registry that a new machine starts with.
+// Writes the first registry of a new machine.
 void CreateRegistry(const std::filesystem::path& root);
 
 }  // namespace winhost

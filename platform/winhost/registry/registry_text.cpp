@@ -38,7 +38,7 @@ std::string Bytes(std::u16string_view units) {
     return bytes;
 }
 
-// Whether a text is read back from quotes byte for byte: it has whole units, and its only terminator ends it.
+// Whether a quoted text is read back with the same bytes: it has whole code units and only one terminator, at its end.
 bool IsPlainText(const RegistryValue& value) {
     if (value.type != REG_SZ || value.bytes.size() < 2 || value.bytes.size() % 2 != 0) return false;
     const std::u16string units = Units(value.bytes);
@@ -76,7 +76,7 @@ void FormatKey(const RegistryNode& key, const std::string& path, std::string& ou
         FormatKey(*entry.second, path + "\\" + Utf8(entry.second->name), out);
 }
 
-// ---- reading: each takes what it reads off the front of `text`, and says whether it was there ----
+// ---- reading: each function removes what it reads from the front of `text` and returns whether it was there ----
 
 bool Take(std::string_view& text, std::string_view prefix) {
     if (!text.starts_with(prefix)) return false;
@@ -153,8 +153,8 @@ bool TakeData(std::string_view& text, RegistryValue& value) {
            TakeHexBytes(text, value.bytes);
 }
 
-// The next line without its end. A closing backslash joins the following line, whose leading blanks don't
-// count.
+// Returns the next line without its line end. A backslash at the end joins the next line, without the blanks that line
+// begins with.
 std::string NextLine(std::string_view& text) {
     std::string line;
     do {

@@ -1,4 +1,4 @@
-// The usual text form of a registry, in UTF-8 without a mark.
+// The text form of a registry, in UTF-8 without a byte order mark.
 #pragma once
 
 #include <memory>
@@ -9,7 +9,7 @@
 
 namespace winhost {
 
-// A line that can't be read is passed over, and so are the values below a key that can't be.
+// Skips each line that can't be read. If the line of a key can't be read, its values are skipped too.
 std::unique_ptr<RegistryNode> ParseRegistry(std::string_view text);
 std::string FormatRegistry(const RegistryNode& root);
 

@@ -1,11 +1,11 @@
-// Resources of this program: the compiled .res lies in a section of its own.
+// Resources of this program. The compiled .res is in a section of its own.
 #include "resources/resources.h"
 
 #include "core/bytes.h"
 #include "core/faults.h"
 #include "core/machine.h"
 
-// Both ends of the section come from the linker, for a program that has one.
+// The linker defines both ends of the section if the program has one.
 extern "C" {
 [[gnu::weak]] extern const char __start_winres[];
 [[gnu::weak]] extern const char __stop_winres[];
@@ -18,7 +18,7 @@ namespace {
 constexpr std::size_t kStringsInBlock = 16;
 constexpr WORD kNumberMark = 0xFFFF;
 
-// Takes a type or name at `offset`, which moves to what follows: returns a number, or 0 for a text.
+// Reads a type or name at `offset` and moves `offset` to the byte after it. Returns a number, or 0 for a text.
 WORD TakeId(std::string_view header, std::size_t& offset) {
     if (WordAt(header, offset) == kNumberMark) {
         offset += 4;

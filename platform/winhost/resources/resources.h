@@ -17,10 +17,10 @@ struct ResourceSearch {
     bool found = false;
     std::string_view data;
 };
-// Finds a numbered resource in a compiled .res file, which may be damaged.
+// Finds a resource by its number in a compiled .res file, which may be damaged. `data` is a part of `res`.
 ResourceSearch FindResource(std::string_view res, WORD type, WORD name);
 
-// The .res that this program carries; empty when it carries none.
+// Returns the .res of this program. Empty when it has none.
 std::string_view OwnResources();
 
 }  // namespace winhost

@@ -16,7 +16,7 @@ namespace winhost {
 
 namespace {
 
-// A bare or relative name is looked for as a library is.
+// A name without a folder, or a relative one, is searched for like a library.
 Place FileOf(LPCWSTR path) {
     Place file = SearchFile(path, u"", Wanted::Library);
     const bool bare = std::u16string_view(path).find_first_of(u"\\/:") == std::u16string_view::npos;
@@ -89,7 +89,7 @@ BOOL GetFileVersionInfoW(LPCWSTR path, DWORD, DWORD cbData, LPVOID data) {
     auto* out = static_cast<BYTE*>(data);
     std::copy(block.begin(), block.end(), out);
     std::fill_n(out + block.size(), cbData > block.size() ? kVersionHeader : 0, BYTE{0});
-    // The block's own length is the only bound that VerQueryValueW knows, so it says no more than is there.
+    // VerQueryValueW knows only the block's own length as its limit, so the length must not exceed the block.
     const std::size_t cbBlock = std::min<std::size_t>(WordAt(block, 0), block.size());
     out[0] = static_cast<BYTE>(cbBlock & 0xFF);
     out[1] = static_cast<BYTE>(cbBlock >> 8);
@@ -108,7 +108,7 @@ BOOL VerQueryValueW(LPCVOID data, LPCWSTR query, LPVOID* value, PUINT cbValue) {
         SetLastError(ERROR_RESOURCE_TYPE_NOT_FOUND);
         return FALSE;
     }
-    // As on Windows the value is a part of the caller's block, which isn't constant there.
+    // As on Windows, the value is a part of the caller's block, which isn't constant there.
     *value = const_cast<char*>(found->bytes.data());
     if (cbValue) *cbValue = found->size;
     return TRUE;

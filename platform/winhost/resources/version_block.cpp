@@ -1,4 +1,4 @@
-// Where a file keeps its version block. Files may be damaged: every number in them is taken with caution.
+// Finds the version block of a file. Files may be damaged, so every number in them is checked.
 #include "resources/version_block.h"
 
 #include "core/bytes.h"
@@ -19,8 +19,8 @@ struct Sections {
     std::size_t table = 0;
     WORD count = 0;
 
-    // The bytes at an address of the loaded program, to the end of its section; empty when no section holds
-    // it.
+    // Returns the bytes at an address of the loaded program, up to the end of its section. Empty when no section holds
+    // the address.
     std::string_view At(DWORD address) const {
         for (std::size_t i = 0; i < count; ++i) {
             const std::string_view header = Part(file, table + 40 * i, 40);
@@ -32,8 +32,8 @@ struct Sections {
     }
 };
 
-// The offset that a folder of resources has for a number, or for its first entry when `id` is 0; 0 when
-// missing.
+// Returns the offset that a folder of resources has for a number, or for its first entry when `id` is 0. Returns 0 when
+// there is none.
 DWORD EntryOf(std::string_view resources, DWORD folder, WORD id) {
     const std::size_t named = WordAt(resources, std::size_t{folder} + 12);
     const std::size_t count = named + WordAt(resources, std::size_t{folder} + 14);
@@ -94,12 +94,12 @@ VersionSearch FindInHostProgram(std::string_view file) {
 
 constexpr WORD kTextType = 1;
 
-// A block is its header, its name, its value, and the blocks within it; each part but the header begins at a
-// multiple of four.
+// A block has a header, a name, a value, and the blocks inside it. Each part after the header begins at a multiple of
+// four.
 struct Block {
     std::string_view bytes;
     std::u16string name;
-    std::size_t value = 0;  // offsets from the front of the bytes
+    std::size_t value = 0;  // offsets from the first of the bytes
     std::size_t inner = 0;
     std::size_t cbValue = 0;
 
@@ -132,7 +132,7 @@ std::optional<VersionValue> FindVersionValue(std::string_view bytes, std::u16str
         query.remove_prefix(std::min(end + 1, query.size()));
     }
     if (!block) return std::nullopt;
-    // A value of no size may be the last in its block, without a place of its own.
+    // A value of size 0 may be the last in its block, without a place of its own.
     const std::string_view value = block->bytes.substr(std::min(block->value, block->bytes.size()));
     if (value.size() < block->cbValue) return std::nullopt;
     return VersionValue{value.substr(0, block->cbValue), WordAt(block->bytes, 2)};
