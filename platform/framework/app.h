@@ -43,8 +43,7 @@ CWinApp* AfxGetApp();
 // Shows a message box with the application's name as its caption. Returns the button pressed.
 int AfxMessageBox(LPCWSTR text, UINT type = MB_OK);
 
-// The modules of the program and of its resources. Until they are set both are null,
-// which means the program itself.
+// The modules of the program and of its resources. Until they are set both are null, which means the program itself.
 HINSTANCE AfxGetInstanceHandle();
 HINSTANCE AfxGetResourceHandle();
 void AfxSetInstanceHandle(HINSTANCE module);

@@ -14,8 +14,7 @@ class CDialog : public CWnd {
     explicit CDialog(UINT templateId, CWnd* parent = nullptr) : m_template(templateId), m_parent(parent) {}
     ~CDialog() override;
 
-    // Shows the dialog and runs it until EndDialog. Returns the value given there, or -1
-    // when the dialog can't be made.
+    // Shows the dialog and runs it until EndDialog. Returns the value given there, or -1 when the dialog can't be made.
     INT_PTR DoModal();
     // Makes the dialog. Its template says whether it is a child of `parent` or a window of its own.
     // Returns 0 when it can't be made.
@@ -24,8 +23,7 @@ class CDialog : public CWnd {
     void EndDialog(int result);
 
   protected:
-    // Called to fill the dialog before it is shown. When it returns non-zero, the
-    // first control gets the focus.
+    // Called to fill the dialog before it is shown. When it returns non-zero, the first control gets the focus.
     virtual BOOL OnInitDialog();
     // Enter, or the button IDOK: reads the data from the controls and ends the dialog with IDOK.
     virtual void OnOK();

@@ -22,8 +22,7 @@ class CMutex : public CObject {
     HANDLE m_handle;
 };
 
-// Acquires the mutex once, however often Lock is called, and releases it at the
-// end of the scope at the latest.
+// Acquires the mutex once, however often Lock is called, and releases it at the end of the scope at the latest.
 class CSingleLock {
   public:
     explicit CSingleLock(CMutex* mutex, bool initialLock = false);

@@ -15,9 +15,8 @@ using TextView = std::basic_string_view<WCHAR>;
 // `"`, which the file system itself knows.
 bool IsPattern(TextView name);
 
-// The expression that the file system compares names with. `typed` is the last part of a path as
-// the caller typed it, in upper case. Blanks and dots at its end are cut here and have the
-// effect that they have in Windows.
+// The expression that the file system compares names with. `typed` is the last part of a path as the caller typed it,
+// in upper case. Blanks and dots at its end are cut here and have the effect that they have in Windows.
 Text Expression(TextView typed);
 
 // Whether a whole name in upper case matches. "." and ".." match as they do in the search of a folder.

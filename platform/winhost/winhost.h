@@ -78,6 +78,7 @@ void HideFunction(const std::string& name, bool hidden);
 //   start-process   command line, folder
 //   exit-windows    flags, reason
 //   change-notify   event
+//   set-cursor      number of the cursor
 std::vector<std::string> Events();
 void ClearEvents();
 // Returns the kind of such a line and its fields, with the line feeds restored.

@@ -1,3 +1,3 @@
-// _waccess stands with the runtime's other wide calls in windows.h.
+// _waccess is declared in windows.h, with the other wide calls of the runtime library.
 #pragma once
 #include <windows.h>

@@ -1,4 +1,4 @@
-// The shell's commands that this house calls.
+// The commands of the shell that this project calls.
 #pragma once
 #include <windows.h>
 

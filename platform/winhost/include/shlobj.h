@@ -1,4 +1,4 @@
-// The shell's folders, links and notifications that this house calls.
+// The shell's folders, links and notifications that this project calls.
 #pragma once
 #include <objbase.h>
 #include <shellapi.h>

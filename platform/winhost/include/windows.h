@@ -1,5 +1,6 @@
-// The part of <windows.h> that this house calls, for a host that has none. Names, values and sizes are Windows'.
-// What stands here is implemented in platform/winhost; a call, flag or argument that is not modelled ends the run.
+// The part of <windows.h> that this project calls, for a host that has none. Names, values and sizes are those of
+// Windows. Everything here is implemented in platform/winhost. A call, flag or argument that is not modelled ends the
+// run.
 //
 //   types and constants   ·  text of the runtime library   ·  files   ·  profile files   ·  processes and modules
 //   security              ·  system                        ·  registry ·  resources and versions
@@ -197,7 +198,8 @@ DWORD GetLastError();
 void SetLastError(DWORD code);
 
 // ---- text of the runtime library --------------------------------------------------------------------------------
-// Overloads for 16-bit text, in the "C" locale of Windows' runtime: only A to Z have a case, white space is Unicode's.
+// Overloads for 16-bit text, in the "C" locale of Windows' runtime: only A to Z have a case, but all of Unicode's white
+// space counts.
 
 std::size_t wcslen(const char16_t* text);
 std::size_t wcsnlen(const char16_t* text, std::size_t limit);
@@ -222,13 +224,13 @@ int _vsnwprintf(char16_t* buffer, std::size_t count, const char16_t* format, va_
 
 // ---- runtime library: files, processes ---------------------------------------------------------------------------
 
-// Text mode as Windows' runtime has it: CR LF arrives as one line feed, 0x1A ends the text, a line feed is stored as
+// Text mode as in Windows' runtime: CR LF is read as one line feed, 0x1A ends the text, and a line feed is written as
 // CR LF. Modes: "r", "w", "a", "rb", "wb", "ab".
 FILE* _wfopen(const char16_t* path, const char16_t* mode);
 int _waccess(const char16_t* path, int mode);
 void _wsplitpath(const char16_t* path, char16_t* drive, char16_t* directory, char16_t* name,
                  char16_t* extension);
-// The arguments after the program are LPCWSTR, ended by a null one.
+// The arguments after the program are LPCWSTR. A null one ends them.
 INT_PTR _wexecl(const char16_t* program, const char16_t* argument0, ...);
 extern int __argc;
 extern char16_t** __wargv;
@@ -731,7 +733,7 @@ HWND SetActiveWindow(HWND window);
 HWND GetLastActivePopup(HWND window);
 HWND GetFocus();
 HWND SetFocus(HWND window);
-// Tells of another thread's active window and focus.
+// Returns the active window and the focus of any thread.
 BOOL GetGUIThreadInfo(DWORD thread, GUITHREADINFO* information);
 SHORT GetKeyState(int key);
 BOOL SetKeyboardState(LPBYTE keys);
@@ -853,5 +855,5 @@ BOOL CheckDlgButton(HWND dialog, int id, UINT check);
 BOOL CheckRadioButton(HWND dialog, int first, int last, int checked);
 UINT IsDlgButtonChecked(HWND dialog, int id);
 
-// The entry of a program, which defines it.
+// Each program defines its entry.
 int WINAPI wWinMain(HINSTANCE instance, HINSTANCE previous, LPWSTR commandLine, int showCommand);

@@ -1,4 +1,4 @@
-// The little of COM that a shell link takes.
+// The part of COM that shell links need.
 #include <objbase.h>
 
 #include "core/faults.h"

@@ -1,4 +1,4 @@
-// Link files: header, list of item ids, link info, texts, closing block.
+// Link files: header, list of item ids, link info, texts, final block.
 #include "shell/link_format.h"
 
 #include "core/bytes.h"
@@ -11,19 +11,19 @@ namespace {
 using namespace std::string_view_literals;
 
 constexpr std::string_view kHeaderStart =
-    "\x4C\0\0\0\x01\x14\x02\0\0\0\0\0\xC0\0\0\0\0\0\0\x46"sv;  // its size, and the class of links
+    "\x4C\0\0\0\x01\x14\x02\0\0\0\0\0\xC0\0\0\0\0\0\0\x46"sv;  // the header's size, and the class of links
 constexpr std::size_t kHeaderSize = 0x4C;
 constexpr DWORD kHasIdList = 0x01, kHasLinkInfo = 0x02, kHasName = 0x04, kHasRelativePath = 0x08,
                 kHasWorkingFolder = 0x10, kHasArguments = 0x20, kHasIcon = 0x40, kIsUnicode = 0x80;
 
-// The shell's names of the items on the way to a file: this computer, a drive, folders, the file.
+// The shell's items on the way to a file: this computer, a drive, folders, the file.
 constexpr std::string_view kComputerItem =
     "\x1F\x50\xE0\x4F\xD0\x20\xEA\x3A\x69\x10\xA2\xD8\x08\x00\x2B\x30\x30\x9D"sv;
 constexpr BYTE kDriveItem = 0x23, kFolderItem = 0x31, kFileItem = 0x32;
 constexpr std::size_t kDriveItemText = 22;
-constexpr std::size_t kShortName = 14;  // of a folder or file item, its size counted in
+constexpr std::size_t kShortName = 14;  // of a folder or file item, counted from its size on
 constexpr DWORD kLongNameMark = 0xBEEF0004u;
-constexpr WORD kLongName = 20;  // in the block that the mark begins
+constexpr WORD kLongName = 20;  // in the block that begins with the mark
 
 constexpr DWORD kInfoHeader = 0x24;  // of link info with wide texts
 constexpr DWORD kInfoHeaderNarrow = 0x1C;
@@ -53,13 +53,13 @@ class Writer {
             Word(unit);
         return *this;
     }
-    // For readers that know only narrow text; all others find the wide text beside it.
+    // For readers that know only narrow text. All others find the wide text beside it.
     Writer& Narrow(std::u16string_view text) {
         for (const char16_t unit : text)
             Byte(unit < 0x100 ? unit : '?');
         return Byte(0);
     }
-    // Texts are counted, and not terminated.
+    // Texts are stored with their length, without a terminator.
     Writer& Counted(std::u16string_view text) { return Word(static_cast<unsigned>(text.size())).Wide(text); }
     // A part that begins with its own size.
     Writer& Item(const Writer& content) {
@@ -122,8 +122,8 @@ std::u16string NarrowAt(std::string_view bytes, std::size_t offset) {
     return wide;
 }
 
-// Takes a part that begins with its own size off the front. Empty when there is none, or the closing one of
-// size 0.
+// Takes a part, which begins with its own size, from the front of `bytes`. Empty when there is none, or when it is the
+// last one, of size 0.
 std::string_view TakeItem(std::string_view& bytes) {
     const std::size_t size = WordAt(bytes, 0);
     const std::string_view item = Part(bytes, 0, size);
@@ -133,17 +133,17 @@ std::string_view TakeItem(std::string_view& bytes) {
 
 std::u16string NameOfItem(std::string_view item) {
     if (item.size() < kShortName) return {};
-    // The item's last word tells where the block with the long name begins.
+    // The last word of the item says where the block with the long name begins.
     const std::string_view block = Part(item, WordAt(item, item.size() - 2), item.size());
     const std::size_t longName = WordAt(block, 16) ? WordAt(block, 16) : kLongName;
     const std::u16string name = WideAt(block, longName);
     return name.empty() ? NarrowAt(item, kShortName) : name;
 }
 
-// Empty when the list holds anything but the way to a file of a drive.
+// Returns the path in a list of item ids. Empty when the list is not the path of a file on a drive.
 std::u16string PathOfItemIds(std::string_view list) {
     const std::string_view computer = TakeItem(list);
-    // The byte before the class tells the order among other items, and is each writer's own.
+    // The byte before the class is for sorting among other items. Each program that writes links has its own value.
     if (Part(computer, 4, 16) != kComputerItem.substr(2)) return {};
     std::u16string path = NarrowAt(TakeItem(list), 3);
     if (path.size() != 3 || path[1] != u':') return {};

@@ -12,7 +12,7 @@
 namespace winhost {
 
 struct LinkData {
-    std::u16string path;  // full Windows path, empty for a link without a target
+    std::u16string path;  // full Windows path; empty for a link without a target
     bool toFolder = false;
     DWORD attributes = 0;
     std::u16string description;
@@ -24,11 +24,11 @@ struct LinkData {
     WORD hotkey = 0;
 };
 
-// Longest text that a link file holds, in characters.
+// The longest text of a link file, in characters.
 inline constexpr std::size_t kMaxLinkText = 0xFFFF;
 
 std::string FormatLink(const LinkData& link);
-// None when the bytes are no link file. Damaged parts of one read as missing.
+// Reads a link file. Returns none when the bytes are no link file. Damaged parts read as missing.
 std::optional<LinkData> ParseLink(std::string_view bytes);
 
 }  // namespace winhost

@@ -1,4 +1,4 @@
-// The shell's commands: recorded, since the machine has no browser and no desktop.
+// The shell's commands. They are only recorded, because the machine has no browser and no desktop.
 #include <shlobj.h>
 
 #include "core/faults.h"
@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr INT_PTR kStarted = 42;  // anything above 32
+constexpr INT_PTR kStarted = 42;  // a result above 32 means success
 constexpr INT_PTR kLastFailure = 32;
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The shell's folders: each lies where the key "User Shell Folders" says, or in its usual place.
+// The shell's folders. The registry key "User Shell Folders" says where each one is; otherwise it has its usual place.
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -59,7 +59,7 @@ constexpr ShellFolder kFolders[] = {
     {CSIDL_COMMON_PICTURES, kLocalMachine, u"CommonPictures", u"%PUBLIC%\\Pictures"},
 };
 
-// The folder's path by the registry, or its usual one when the registry holds no text for it.
+// Returns the folder's path from the registry, or its usual path when the registry holds no text for it.
 std::u16string PathOf(const ShellFolder& folder) {
     std::u16string path;
     {
@@ -71,7 +71,7 @@ std::u16string PathOf(const ShellFolder& folder) {
     return ExpandVariables(path.empty() ? folder.usual : path);
 }
 
-// Makes the folder with all that are missing above it. The error code of a failure.
+// Makes the folder and all missing folders above it. Returns 0 or the error code of a failure.
 DWORD MakeFolders(const std::u16string& path) {
     for (auto end = path.find(u'\\', 3);; end = path.find(u'\\', end + 1)) {
         const Place folder = Locate(path.substr(0, end));
@@ -100,7 +100,7 @@ HRESULT SHGetFolderPathW(HWND, int folder, HANDLE token, DWORD flags, LPWSTR pat
     const std::u16string found = PathOf(*entry);
     if (found.size() >= MAX_PATH) return HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE);
     const Place place = Locate(found);
-    // Without the flag a folder is missing in the same way, however many levels are.
+    // Without the flag, the error is the same however many folders of the path are missing.
     DWORD error = place.error == ERROR_PATH_NOT_FOUND ? ERROR_FILE_NOT_FOUND : place.error;
     if (place.exists() && !place.isFolder) error = ERROR_DIRECTORY;
     if (!place.exists() && !place.windows.empty() && (folder & CSIDL_FLAG_CREATE))

@@ -28,7 +28,7 @@ namespace {
 
 const IID kPersist = {0x0000010C, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 
-// No link is longer than its few texts.
+// The largest link file that is read, in bytes. A link has only a few texts.
 constexpr std::size_t kMaxLinkFile = 1u << 20;
 
 HRESULT Fault(const char* call) {
@@ -162,7 +162,8 @@ class ShellLink final : public IShellLinkW, public IPersistFile {
     LinkData m_link;
 };
 
-// The place of a link's target. Quotes around it are taken off. A bare name is looked for as a program is.
+// Returns the place of a link's target. Quotes around the path are removed. A name without a folder is searched for
+// like a program.
 Place TargetOf(std::u16string_view path) {
     if (path.size() >= 2 && path.starts_with(u'"') && path.ends_with(u'"'))
         path = path.substr(1, path.size() - 2);
@@ -172,7 +173,7 @@ Place TargetOf(std::u16string_view path) {
     return found.exists() ? found : target;
 }
 
-// A target that isn't there is taken all the same.
+// A target that doesn't exist is stored too; the result is then S_FALSE.
 HRESULT ShellLink::SetPath(LPCWSTR path) {
     if (const HRESULT fault = Fault("IShellLinkW::SetPath")) return fault;
     if (!path) return E_INVALIDARG;

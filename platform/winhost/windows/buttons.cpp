@@ -45,7 +45,7 @@ LRESULT DialogCode(DWORD type) {
     }
 }
 
-// Tab goes to the radio button of a group that is checked.
+// In a group of radio buttons, Tab goes to the checked one.
 void SetCheck(HWND window, ButtonState& state, WPARAM check) {
     const DWORD type = TypeOf(window);
     if (!IsCheckable(type)) return;
@@ -60,7 +60,7 @@ void ChooseOfGroup(HWND window) {
         if (CodeOf(other) & DLGC_RADIOBUTTON) (void)CallProcedure(other, BM_SETCHECK, BST_UNCHECKED, 0);
 }
 
-// As a press and a release of the mouse do it.
+// Does what pressing and releasing the mouse button does.
 void Click(HWND window, ButtonState& state) {
     const DWORD type = TypeOf(window);
     const auto record = Look(window);
@@ -70,7 +70,7 @@ void Click(HWND window, ButtonState& state) {
     if (type == BS_AUTOCHECKBOX) SetCheck(window, state, !state.check);
     if (type == BS_AUTORADIOBUTTON) ChooseOfGroup(window);
     NotifyParent(window, BN_CLICKED);
-    // It may have gone by now.
+    // The parent may have destroyed the button.
     if (ButtonState* const still = StateOf<ButtonState>(window)) still->inClick = false;
 }
 
@@ -86,7 +86,7 @@ LRESULT Handle(HWND window, ButtonState& state, UINT message, WPARAM wParam, LPA
         case WM_GETDLGCODE:
             return DialogCode(TypeOf(window));
         case WM_SETFOCUS:
-            // To its parent, a radio button that gets the focus is chosen.
+            // A radio button that gets the focus tells its parent that it was chosen.
             if (!state.inClick && IsRadio(TypeOf(window)) && !state.check) NotifyParent(window, BN_CLICKED);
             return 0;
         case WM_KILLFOCUS:

@@ -6,7 +6,7 @@
 #include "core/machine.h"
 #include "core/text.h"
 
-// The cursor is there for a person to see, and for a test to ask after.
+// Nothing draws the cursor. The machine records what is set, so that a test can check it.
 HCURSOR LoadCursorW(HINSTANCE module, LPCWSTR name) {
     if (winhost::Fails("LoadCursorW")) return nullptr;
     if (module || (name != IDC_ARROW && name != IDC_WAIT))

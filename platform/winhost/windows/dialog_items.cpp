@@ -1,4 +1,4 @@
-// The controls of a dialog: found, read and set by their ids.
+// Finds, reads and sets the controls of a dialog by their ids.
 #include "windows/dialog_items.h"
 
 #include "core/faults.h"

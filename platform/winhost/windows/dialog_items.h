@@ -5,7 +5,7 @@
 
 namespace winhost {
 
-// The control of that id; null when there is none.
+// Returns the control with that id, or null.
 HWND ControlOf(HWND dialog, int id);
 
 }  // namespace winhost

@@ -20,7 +20,7 @@ bool HasStyle(HWND window, DWORD style) {
     return record && (record->style & style);
 }
 
-// All shown and enabled controls in their order, those of control parents in the place of these.
+// Adds all controls that are shown and enabled, in their order. A control parent is replaced by its own controls.
 void AddControls(HWND dialog, std::vector<HWND>& controls) {
     for (const HWND child : ChildWindows(dialog)) {
         const auto record = Look(child);
@@ -32,7 +32,7 @@ void AddControls(HWND dialog, std::vector<HWND>& controls) {
     }
 }
 
-// All controls in any state.
+// Adds all controls, also hidden and disabled ones.
 void AddAll(HWND dialog, std::vector<HWND>& controls) {
     for (const HWND child : ChildWindows(dialog)) {
         controls.push_back(child);
@@ -41,7 +41,8 @@ void AddAll(HWND dialog, std::vector<HWND>& controls) {
     }
 }
 
-// The controls that follow that one, around to itself.
+// Returns the controls in the order in which they follow `control`; after the last one the first one follows, and
+// `control` comes last.
 std::vector<HWND> Behind(std::vector<HWND> controls, HWND control, bool previous) {
     if (previous) std::reverse(controls.begin(), controls.end());
     const auto found = std::find(controls.begin(), controls.end(), control);
@@ -49,7 +50,7 @@ std::vector<HWND> Behind(std::vector<HWND> controls, HWND control, bool previous
     return controls;
 }
 
-// The letter after the last single "&" of a control's text; 0 for none.
+// Returns the letter after the last single "&" of a control's text, or 0.
 char16_t AccessKeyOf(HWND control) {
     const auto record = Look(control);
     if (!record || ((CodeOf(control) & DLGC_STATIC) && SameName(record->kind, u"Static") &&
@@ -64,7 +65,7 @@ char16_t AccessKeyOf(HWND control) {
     return 0;
 }
 
-// Does what the access key of a control is for.
+// Does what the access key of a control does.
 void Access(HWND dialog, HWND control) {
     const LRESULT code = CodeOf(control);
     if (!(code & (DLGC_DEFPUSHBUTTON | DLGC_UNDEFPUSHBUTTON)))
@@ -76,7 +77,7 @@ bool AccessByKey(HWND dialog, char16_t key) {
     if (key <= u' ') return false;
     std::vector<HWND> controls;
     AddControls(dialog, controls);
-    bool labelled = false;  // the key of a static, which is meant for the control after it
+    bool labelled = false;  // the key belongs to a static text, and means the control after it
     for (const HWND control : Behind(std::move(controls), Focus(), false)) {
         const bool isStatic = CodeOf(control) & DLGC_STATIC;
         if (labelled ? !isStatic : AccessKeyOf(control) == UpperUnit(key)) {
@@ -110,7 +111,7 @@ void Cancel(HWND dialog) {
         (void)Send(dialog, WM_COMMAND, MAKEWPARAM(IDCANCEL, BN_CLICKED), reinterpret_cast<LPARAM>(button));
 }
 
-// An arrow in a group; a radio button is chosen with it.
+// An arrow key moves within a group. If the next item is a radio button, it is also chosen.
 void MoveInGroup(HWND dialog, HWND control, bool previous) {
     const HWND next = NextGroupItem(control, previous);
     if (!(CodeOf(next) & DLGC_RADIOBUTTON)) {
@@ -124,7 +125,7 @@ void MoveInGroup(HWND dialog, HWND control, bool previous) {
         (void)CallProcedure(next, BM_CLICK, 0, 0);
 }
 
-// Whether the dialog has a use for the key; false leaves it to the control.
+// Returns whether the dialog used the key. If not, the control gets it.
 bool CarryOutKey(HWND dialog, const MSG& message, LRESULT code) {
     const bool wantsAll = code & DLGC_WANTALLKEYS;
     switch (message.wParam) {

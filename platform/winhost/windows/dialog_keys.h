@@ -7,19 +7,20 @@
 
 namespace winhost {
 
-// What a control wants of a dialog: DLGC_ flags.
+// Returns which keys a control wants: DLGC_ flags.
 LRESULT CodeOf(HWND control);
-// The next control that Tab goes to, children of control parents among them; null when there is none. From
-// the dialog itself or from null on it is the first one, and none is before them.
+// Returns the control that Tab goes to from `control`, or the one before it when `previous` is set. Controls inside
+// control parents count too. Returns null when there is none. From the dialog itself, or from null, the next one is the
+// first, and there is none before.
 HWND NextTabItem(HWND dialog, HWND control, bool previous);
-// The next control of a group; the control itself when the group has no other.
+// Returns the next or previous control of the group. It is the control itself when the group has no other.
 HWND NextGroupItem(HWND control, bool previous);
 HWND FirstItem(HWND dialog);
-// Gives a control the focus as a key does: the text of an edit is selected.
+// Sets the focus as a key does: the text of an edit is selected.
 void FocusControl(HWND control);
-// The default button follows the focus: a push button that has it is the one.
+// Makes the push button with the focus the default button. `before` had the focus, `after` has it now.
 void MoveDefaultButton(HWND dialog, HWND before, HWND after);
-// Carries out what a message means to a dialog; false when it is meant for another window.
+// Does what a message means to a dialog. Returns false when the message is meant for another window.
 bool CarryOutDialogMessage(HWND dialog, const MSG& message);
 
 }  // namespace winhost

@@ -16,7 +16,7 @@ constexpr WORD kEditClass = 0x81;
 constexpr WORD kStaticClass = 0x82;
 constexpr WORD kPoints = 8;
 
-// Takes one field after the other. Past the end it returns zeros and is no longer good.
+// Reads one field after the other. After the end it returns zeros, and the reader is no longer good.
 class Reader {
   public:
     explicit Reader(std::string_view bytes) : m_bytes(bytes) {}
@@ -26,7 +26,7 @@ class Reader {
     DWORD Dword() { return Number<DWORD>(); }
     void Skip(std::size_t cbSkipped) { m_offset += cbSkipped; }
     void Align() { m_offset = Align4(m_offset); }
-    // A text, or 0xFFFF and a number.
+    // Reads a text. A resource's number becomes 0xFFFF and the number.
     std::u16string Text() {
         std::u16string text;
         if (WordAt(m_bytes, m_offset) == kNumberMark) {
@@ -75,12 +75,12 @@ void ReadPlace(Reader& reader, Placed& placed) {
 
 // The font decides how large a dialog unit is.
 void ReadFont(Reader& reader, bool extended, DialogTemplate& dialog) {
-    // The system's own font, for dialogs without one.
+    // These are the units of the system's own font, for dialogs without a font.
     dialog.baseX = 8;
     dialog.baseY = 16;
     if (!(dialog.style & DS_SETFONT)) return;
     const WORD points = reader.Word();
-    if (extended) reader.Skip(sizeof(WORD) + 2);  // weight, slant and character set
+    if (extended) reader.Skip(sizeof(WORD) + 2);  // weight, italic flag and character set
     const std::u16string face = reader.Text();
     if (!reader.good()) return;
     if (points != kPoints || (!SameName(face, u"MS Sans Serif") && !SameName(face, u"MS Shell Dlg")))
@@ -93,7 +93,7 @@ DialogItem ReadItem(Reader& reader, bool extended) {
     DialogItem item = {};
     reader.Align();
     if (extended) {
-        (void)reader.Dword();  // help
+        (void)reader.Dword();  // help id
         item.exStyle = reader.Dword();
         item.style = reader.Dword();
     } else {
@@ -117,7 +117,7 @@ std::optional<DialogTemplate> ParseDialog(std::string_view bytes) {
     const bool extended = WordAt(bytes, 2) == kNumberMark;
     if (extended) {
         if (reader.Word() != kExtendedVersion) return std::nullopt;
-        reader.Skip(sizeof(WORD) + sizeof(DWORD));  // mark and help
+        reader.Skip(sizeof(WORD) + sizeof(DWORD));  // mark and help id
         dialog.exStyle = reader.Dword();
         dialog.style = reader.Dword();
     } else {

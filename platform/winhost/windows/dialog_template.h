@@ -16,7 +16,7 @@ struct DialogItem {
     SHORT x, y, cx, cy;  // dialog units
     DWORD id;
     std::u16string kind;
-    std::u16string title;  // for a resource's number: 0xFFFF and the number
+    std::u16string title;  // 0xFFFF and a number when the title is a resource's number
 };
 
 struct DialogTemplate {
@@ -24,11 +24,11 @@ struct DialogTemplate {
     DWORD exStyle;
     SHORT x, y, cx, cy;  // dialog units
     std::u16string title;
-    LONG baseX, baseY;  // pixels of four and of eight dialog units
+    LONG baseX, baseY;  // size in pixels of four units across and eight units down
     std::vector<DialogItem> items;
 };
 
-// Reads a template of either form; none when it is damaged. The bytes begin on a multiple of four.
+// Reads a template of either form. Returns none when it is damaged. The bytes must begin at a multiple of four.
 std::optional<DialogTemplate> ParseDialog(std::string_view bytes);
 
 }  // namespace winhost

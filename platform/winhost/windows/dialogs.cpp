@@ -1,4 +1,4 @@
-// Dialogs: made from templates, run until they end.
+// Dialogs: made from templates, and run until they end.
 #include "windows/dialogs.h"
 
 #include <algorithm>
@@ -26,14 +26,14 @@ namespace {
 constexpr WORD kDialogResource = 5;
 constexpr WCHAR kDialogClass[] = u"#32770";
 constexpr RECT kWorkArea = {0, 0, 1920, 1040};
-// A template in memory doesn't tell its size.
+// A template in memory doesn't say how large it is. No more bytes than this are read.
 constexpr std::size_t kMostTemplateBytes = 0x10000;
-// What a dialog is sent when another thread ends it.
+// The message that a dialog gets when another thread ends it.
 constexpr UINT kEndDialog = WM_USER - 1;
-// There are no fonts, but windows are told of theirs.
+// The machine has no fonts, but windows are told that they have one.
 const auto kDialogFont = static_cast<WPARAM>(0x0A0A);
 
-// As Windows rounds: halves away from zero.
+// Rounds as Windows does: halves away from zero.
 LONG Scale(LONG units, LONG base, LONG divisor) {
     const LONG product = units * base;
     return (product + (product < 0 ? -divisor : divisor) / 2) / divisor;
@@ -60,7 +60,7 @@ std::optional<DialogTemplate> TemplateInMemory(LPCDLGTEMPLATEW dialog) {
     return ParseDialog({reinterpret_cast<const char*>(dialog), kMostTemplateBytes});
 }
 
-// Where the dialog lies: in its parent, beside its owner, or in the middle of the screen.
+// Returns the dialog's rectangle: in its parent, relative to its owner, or in the middle of the screen.
 RECT RectOf(const DialogTemplate& dialog, HWND owner) {
     const LONG left = ScaleX(dialog.x, dialog.baseX), top = ScaleY(dialog.y, dialog.baseY);
     RECT rect = {left, top, left + ScaleX(dialog.cx, dialog.baseX), top + ScaleY(dialog.cy, dialog.baseY)};
@@ -99,7 +99,7 @@ bool MakeControl(HWND window, DialogState& state, const DialogItem& item, HINSTA
     return true;
 }
 
-// The first control gets the focus when the dialog's procedure wants it.
+// The first control gets the focus when the dialog's procedure returns non-zero.
 void Initialize(HWND window, const DialogTemplate& dialog, LPARAM parameter) {
     const auto first = reinterpret_cast<WPARAM>(FirstItem(window));
     const bool wantsFocus = CallProcedure(window, WM_INITDIALOG, first, parameter) != 0;
@@ -136,7 +136,7 @@ HWND Make(std::optional<DialogTemplate> dialog, HINSTANCE module, HWND owner, DL
     return FindOwnWindow(window) ? window : nullptr;
 }
 
-// Until the dialog has ended, or the thread is to.
+// Runs until the dialog has ended or the thread's queue has.
 void RunLoop(HWND window, bool (*answer)(HWND)) {
     for (bool shown = false;;) {
         const DialogState* const state = StateOf<DialogState>(window);
@@ -167,7 +167,8 @@ void SaveFocus(HWND window, DialogState& state) {
     if (focus && focus != window && LiesIn(focus, window)) state.savedFocus = focus;
 }
 
-// Back to the control that had it, or else, unless the dialog has just become active, to the first one.
+// Returns the focus to the control that had it. If there is none, the first control gets the focus, unless the dialog
+// has just become active.
 void RestoreFocus(DialogState& state, HWND window, bool activated) {
     if (state.ended) return;
     HWND control = std::exchange(state.savedFocus, nullptr);
@@ -206,7 +207,7 @@ void MoveFocus(HWND window, WPARAM wParam, bool toControl) {
     MoveDefaultButton(window, before, after);
 }
 
-// What a dialog does with a message that its procedure leaves to it.
+// Handles a message that the dialog's procedure did not handle.
 LRESULT DialogDefault(HWND window, DialogState& state, UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
         case WM_CLOSE:
@@ -262,7 +263,7 @@ void EndModal(HWND dialog, INT_PTR result) {
     state->result = result;
     if (state->disabledOwner) ChangeStyle(state->disabledOwner, WS_DISABLED, 0);
     Hide(dialog);
-    // Its loop may be waiting, with this call made on behalf of another thread.
+    // The loop may be waiting while this call is made for another thread, so it is woken.
     (void)PostToSelf({dialog, WM_NULL, 0, 0, GetTickCount(), {}});
 }
 
@@ -272,7 +273,7 @@ LRESULT DialogProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
     if (message == kEndDialog) return EndDialog(window, static_cast<INT_PTR>(wParam));
     state->messageResult = 0;
     const INT_PTR handled = state->procedure ? state->procedure(window, message, wParam, lParam) : FALSE;
-    // The procedure may have ended the window.
+    // The procedure may have destroyed the window.
     if (message == WM_INITDIALOG || !FindOwnWindow(window)) return handled;
     return handled ? state->messageResult : DialogDefault(window, *state, message, wParam, lParam);
 }

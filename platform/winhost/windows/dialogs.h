@@ -1,4 +1,4 @@
-// Dialogs: what each keeps, and its procedure.
+// Dialogs: what each one stores, and its procedure.
 #pragma once
 
 #include <windows.h>
@@ -15,25 +15,25 @@ struct DialogState : ControlState {
     DLGPROC procedure = nullptr;
     LONG_PTR messageResult = 0;
     LONG_PTR user = 0;
-    INT_PTR result = IDOK;  // the number of its default button, until it has ended
+    INT_PTR result = IDOK;  // until the dialog has ended: the number of its default button
     bool ended = false;
-    HWND savedFocus = nullptr;     // while it is not active
-    HWND disabledOwner = nullptr;  // enabled again when it ends
+    HWND savedFocus = nullptr;     // the control to focus when the dialog becomes active again
+    HWND disabledOwner = nullptr;  // enabled again when the dialog ends
     LONG baseX = 0;
     LONG baseY = 0;
 };
 
-// Makes a modal dialog and runs it until EndModal, whose value it returns; -1 when it can't be made. `answer`
-// is called after all waiting messages are dispatched: it uses the dialog as a person would, or returns
-// false to wait for messages.
+// Makes a modal dialog and runs it until EndModal. Returns the value given to EndModal, or -1 when the dialog can't be
+// made. `answer` is called each time all waiting messages are dispatched: it uses the dialog as a person would, or
+// returns false to wait for messages.
 INT_PTR RunModal(std::optional<DialogTemplate> dialog, HINSTANCE module, HWND owner, DLGPROC procedure,
                  LPARAM parameter, bool (*answer)(HWND dialog));
 void EndModal(HWND dialog, INT_PTR result);
 
 LRESULT DialogProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
-// What a dialog keeps under one of the DWLP_ indices; null when the window is none, or the index none of
-// them.
+// Returns the place of the value that a dialog stores under a DWLP_ index. Null when the window is no dialog of this
+// process, or there is no such index.
 LONG_PTR* DialogLong(HWND window, int index);
 
 }  // namespace winhost

@@ -1,4 +1,4 @@
-// The class "Edit", of one line or of many.
+// The class "Edit", with one line or many lines.
 #include "windows/edits.h"
 
 #include <algorithm>
@@ -21,12 +21,12 @@ constexpr std::size_t kNoLimit = 0x7FFFFFFE;
 constexpr std::size_t kNoLimitOfLines = 0xFFFFFFFF;
 constexpr UINT kFirstMessage = EM_GETSEL;
 constexpr UINT kLastMessage = 0xE0;
-// Those of upper and lower case, passwords, another character set, and numbers only.
+// The styles for upper and lower case, passwords, OEM characters, and numbers only. They are not modelled.
 constexpr DWORD kOtherStyles = 0x8 | 0x10 | 0x20 | 0x400 | 0x2000;
 
 struct EditState : ControlState {
     std::u16string text;
-    std::size_t start = 0;  // of the selection
+    std::size_t start = 0;  // first character of the selection
     std::size_t end = 0;
     std::size_t limit = kFirstLimit;
 };
@@ -36,7 +36,7 @@ bool HasStyle(HWND window, DWORD style) {
     return record && (record->style & style);
 }
 
-// The dialog that the edit lies in; null outside any.
+// Returns the dialog that contains the edit, or null.
 HWND DialogAround(HWND window) {
     const auto record = Look(window);
     return record && StateOf<DialogState>(record->parent) ? record->parent : nullptr;
@@ -47,7 +47,7 @@ void NotifyChange(HWND window) {
     if (FindOwnWindow(window)) NotifyParent(window, EN_CHANGE);
 }
 
-// Only an edit of one line tells of a text that is set.
+// Only an edit of one line notifies its parent when its text is set.
 void SetText(HWND window, EditState& state, LPCWSTR text) {
     state.text = text ? text : u"";
     state.start = state.end = 0;
@@ -60,7 +60,7 @@ void Select(EditState& state, WPARAM wParam, LPARAM lParam) {
         return value < 0 ? length : std::min(static_cast<std::size_t>(value), length);
     };
     const int start = static_cast<int>(wParam);
-    // From -1 on nothing is selected, and the caret stays.
+    // A negative start selects nothing, and the caret stays.
     if (start < 0) {
         state.start = state.end;
         return;
@@ -75,7 +75,7 @@ LRESULT Selection(const EditState& state, WPARAM wParam, LPARAM lParam) {
     return state.end > kMostOfWord ? -1 : MAKELONG(state.start, state.end);
 }
 
-// Puts a text in the place of the selection, as much of it as the limit allows.
+// Replaces the selection by as much of the text as the limit allows.
 void Replace(HWND window, EditState& state, std::u16string_view text) {
     const std::size_t kept = state.text.size() - (state.end - state.start);
     const std::size_t room = state.limit > kept ? state.limit - kept : 0;
@@ -102,7 +102,7 @@ void Type(HWND window, EditState& state, char16_t unit) {
     }
 }
 
-// An edit of many lines gets all keys, and does for its dialog what these are for there.
+// An edit of many lines gets all keys, so it does itself what some of them mean to its dialog.
 void PressKey(HWND window, WPARAM key) {
     const HWND dialog = DialogAround(window);
     if (!dialog || !HasStyle(window, ES_MULTILINE)) return;

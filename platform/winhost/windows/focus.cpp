@@ -17,7 +17,7 @@ HWND MarkedOf(DWORD thread, bool WindowRecord::*mark) {
     return record ? record->handle : nullptr;
 }
 
-// Takes the mark from the thread's window and sets it on another; returns the one that had it.
+// Moves the mark from the thread's marked window to another. Returns the window that had it.
 HWND Mark(DWORD thread, bool WindowRecord::*mark, HWND window) {
     WindowTable table;
     WindowRecord* const before = table.Marked(thread, mark);
@@ -26,7 +26,7 @@ HWND Mark(DWORD thread, bool WindowRecord::*mark, HWND window) {
     return before ? before->handle : nullptr;
 }
 
-// Above all others, and remembered by its owners.
+// Puts the window above all others. Its owners remember it as their last active popup.
 void PutOnTop(HWND window) {
     WindowTable table;
     table.foreground() = window;
@@ -38,7 +38,7 @@ void PutOnTop(HWND window) {
     }
 }
 
-// Neither the window nor one around it is disabled or minimized.
+// Whether neither the window nor one around it is disabled or minimized.
 bool TakesInput(HWND window) {
     WindowTable table;
     for (const WindowRecord* record = table.Find(window); record; record = table.Find(record->parent)) {
@@ -48,7 +48,8 @@ bool TakesInput(HWND window) {
     return false;
 }
 
-// Who becomes active when a window goes: its owner, or else the next one of the thread that can.
+// Returns the window that becomes active after `window`: its owner, or else the top one of the thread's enabled
+// windows.
 HWND Successor(HWND window) {
     WindowTable table;
     const auto able = table.Where([window](const WindowRecord& record) {
@@ -80,7 +81,7 @@ void Activate(HWND window) {
     PutOnTop(window);
     const DWORD thread = GetCurrentThreadId();
     if (window && !FindOwnWindow(window)) {
-        // The other thread isn't told: it finds its window active.
+        // The other thread isn't told. It finds its window active.
         if (const auto record = Look(window)) (void)Mark(record->thread, &WindowRecord::active, window);
         return;
     }
@@ -88,7 +89,7 @@ void Activate(HWND window) {
     if (before == window) return;
     if (before) (void)CallProcedure(before, WM_ACTIVATE, WA_INACTIVE, reinterpret_cast<LPARAM>(window));
     if (window) (void)CallProcedure(window, WM_ACTIVATE, WA_ACTIVE, reinterpret_cast<LPARAM>(before));
-    // A procedure may have made yet another one active.
+    // A window procedure may have made another window active.
     if (MarkedOf(thread, &WindowRecord::active) != window) return;
     if (const HWND focus = Focus(); !window || !focus || !LiesIn(focus, window)) (void)GiveFocus(window);
 }
@@ -103,7 +104,7 @@ bool GiveFocus(HWND window) {
     const HWND before = Mark(GetCurrentThreadId(), &WindowRecord::focused, window);
     if (before == window) return true;
     if (before) (void)CallProcedure(before, WM_KILLFOCUS, reinterpret_cast<WPARAM>(window), 0);
-    // Not when the loser gave it to yet another one.
+    // The window that lost the focus may have given it to another one.
     if (window && Focus() == window)
         (void)CallProcedure(window, WM_SETFOCUS, reinterpret_cast<WPARAM>(before), 0);
     return true;

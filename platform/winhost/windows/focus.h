@@ -1,4 +1,4 @@
-// Which window is shown, which is active, and which has the focus. A thread has one active window and one
+// Which window is shown, which is active, and which has the focus. A thread has at most one active window and one
 // focus.
 #pragma once
 
@@ -8,18 +8,19 @@
 
 namespace winhost {
 
-// Shows a window; a top-level one becomes active.
+// Shows a window. A top-level window also becomes active.
 void Reveal(HWND window);
-// Hides a window; the focus in a child goes to its parent, and another window becomes active for an active
-// one.
+// Hides a window. If a child of it has the focus, the parent gets it. If the window is active, another one becomes
+// active.
 void Hide(HWND window);
-// Puts a top-level window on top and makes it its thread's active one. Null leaves the thread without one.
+// Puts a top-level window on top and makes it the active window of its thread. With null, the thread has no active
+// window.
 void Activate(HWND window);
-// The window with the calling thread's focus.
+// Returns the window that has the calling thread's focus.
 HWND Focus();
-// Gives the focus to a window of the calling thread, or takes it away. False when the window can't have it.
+// Sets the focus to a window of the calling thread, or to none for null. Returns false when the window can't have it.
 bool GiveFocus(HWND window);
-// Whether a window is another or lies in it.
+// Whether `window` is `other` or lies inside it.
 bool LiesIn(HWND window, HWND other);
 
 }  // namespace winhost

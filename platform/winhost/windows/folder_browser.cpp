@@ -1,5 +1,5 @@
-// The shell's folder browser, without its tree: one edit holds the full path of the folder. It is a dialog
-// like any other, with the control numbers of the shell's own.
+// The shell's folder browser, without its tree: an edit holds the full path of the folder. It is a dialog like any
+// other and has the control numbers of the shell's dialog.
 #include <shlobj.h>
 
 #include <cstring>
@@ -56,7 +56,7 @@ void Fill(const Browser& browser, HWND dialog) {
     (void)Tell(browser, dialog, BFFM_INITIALIZED, 0);
 }
 
-// The folder that was typed and isn't there yet, or else a new one in the folder on show.
+// Makes the typed folder if it is missing, or else a new folder inside the shown one.
 void MakeFolder(HWND dialog) {
     std::u16string path = TypedPath(dialog);
     if (IsFolder(path)) path += path.back() == u'\\' ? u"New folder" : u"\\New folder";
@@ -82,7 +82,7 @@ INT_PTR Procedure(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) {
     if (message == BFFM_SETSELECTIONW) {
         if (!wParam) NotModelled("BFFM_SETSELECTIONW", "an item list");
         const std::u16string path = reinterpret_cast<LPCWSTR>(lParam);
-        // A folder that isn't there can't be selected.
+        // A missing folder can't be selected.
         if (IsFolder(path)) (void)SetDlgItemTextW(dialog, kPathEdit, path.c_str());
         return TRUE;
     }
@@ -101,7 +101,7 @@ INT_PTR Procedure(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) {
     }
 }
 
-// One item: its length, the path with its end, and the empty item that ends the list.
+// Makes a list of one item: its length, the path with its terminator, and the empty item that ends the list.
 PIDLIST_ABSOLUTE ItemsOf(const std::u16string& path) {
     const std::size_t cbItem = sizeof(USHORT) + (path.size() + 1) * sizeof(WCHAR);
     auto* const bytes = static_cast<BYTE*>(std::calloc(1, cbItem + sizeof(USHORT)));
@@ -112,7 +112,7 @@ PIDLIST_ABSOLUTE ItemsOf(const std::u16string& path) {
     return reinterpret_cast<PIDLIST_ABSOLUTE>(bytes);
 }
 
-// There is one, and it is never gone.
+// There is one allocator, and it is never destroyed.
 class Allocator final : public IMalloc {
   public:
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override {

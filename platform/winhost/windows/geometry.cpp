@@ -1,4 +1,4 @@
-// Where windows lie. The frame around a client area is as wide as Windows draws it at 96 dots an inch.
+// Positions and sizes of windows. The frame around a client area is as wide as Windows draws it at 96 dots per inch.
 #include "windows/geometry.h"
 
 #include "core/faults.h"
@@ -27,7 +27,7 @@ void Shift(RECT& rectangle, LONG x, LONG y) {
     rectangle.bottom += y;
 }
 
-// The client area on the screen.
+// Returns the client area in screen coordinates.
 std::optional<RECT> ClientRectOnScreen(HWND window) {
     const auto rect = ScreenRect(window);
     const auto record = Look(window);

@@ -1,4 +1,4 @@
-// Where windows lie; pixels.
+// Positions and sizes of windows, in pixels.
 #pragma once
 
 #include <windows.h>
@@ -7,9 +7,9 @@
 
 namespace winhost {
 
-// Makes a window's rectangle of its client area's.
+// Turns the rectangle of a client area into that of its window.
 void AddFrame(RECT& rectangle, DWORD style, DWORD exStyle);
-// The window's rectangle on the screen; none, with the last error set, when it is no window.
+// Returns the window's rectangle on the screen. None, with the last error set, when there is no such window.
 std::optional<RECT> ScreenRect(HWND window);
 void Resize(HWND window, LONG width, LONG height);
 

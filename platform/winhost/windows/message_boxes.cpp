@@ -1,4 +1,4 @@
-// Message boxes: dialogs of their own, answered by a test's list, at the terminal, or by who presses their
+// Message boxes. They are dialogs. A test's list answers them, or a person at the terminal, or whoever presses their
 // buttons.
 #include "windows/message_boxes.h"
 
@@ -30,7 +30,7 @@ constexpr UINT kTypeBits = 0xF;
 constexpr UINT kIconBits = 0xF0;
 constexpr UINT kDefaultBits = 0x300;
 constexpr DWORD kTextId = 0xFFFF;
-// In dialog units; nobody sees how it looks.
+// In dialog units. Nobody sees the box, so its layout is simple.
 constexpr SHORT kBoxWidth = 200, kBoxHeight = 60, kButtonWidth = 50, kButtonHeight = 14;
 constexpr LONG kBaseX = 8, kBaseY = 16;
 
@@ -38,7 +38,7 @@ fs::path AnswerFile() {
     return StateFolder() / "answers";
 }
 
-// The buttons of a box, the safe one last.
+// Returns the buttons of a box. The safe one is last.
 std::vector<int> ButtonsOf(UINT style) {
     if ((style & ~(kTypeBits | kIconBits | kDefaultBits)) == 0) {
         switch (style & kTypeBits) {
@@ -78,10 +78,10 @@ void WriteAnswers(const std::vector<int>& buttons) {
 
 struct Answer {
     int button = 0;
-    bool given = false;  // by a test or a person
+    bool given = false;  // answered by a test or a person
 };
 
-// The entry of a test's list for a box whose buttons the test presses itself.
+// In a test's list this entry leaves the box open; the test presses its buttons itself.
 constexpr int kLeftOpen = 0;
 
 Answer NextOfList(const std::vector<int>& buttons) {
@@ -107,7 +107,7 @@ Answer AskAtTerminal(const std::vector<int>& buttons, const std::string& caption
         std::cout << "? " << std::flush;
         std::string line;
         if (!std::getline(std::cin, line)) return {buttons.back(), false};
-        // A single button is pressed by any line; the others by the start of their label.
+        // Any line presses a single button. With several buttons, the line must be the start of a label.
         if (buttons.size() == 1) return {buttons.front(), true};
         for (const int button : buttons)
             if (!line.empty() && std::string(LabelOf(button)).starts_with(line)) return {button, true};
@@ -142,7 +142,7 @@ void RecordBox(const Box& box) {
         {box.caption, box.text, Utf16(std::to_string(box.style)), Utf16(std::to_string(box.answer.button))});
 }
 
-// Asks once; a box that is left open waits for its buttons.
+// Asks once. A box that is left open waits for its buttons.
 bool AnswerBox(HWND window) {
     Box& box = BoxOf(window);
     if (std::exchange(box.isAsked, true)) return false;
@@ -157,7 +157,7 @@ INT_PTR BoxProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     if (message == WM_INITDIALOG) *DialogLong(window, DWLP_USER) = lParam;
     if (message != WM_COMMAND || HIWORD(wParam) != BN_CLICKED) return message == WM_INITDIALOG;
     Box& box = BoxOf(window);
-    // Esc and the title bar's cross are the only button's, and nothing to a box of Yes and No.
+    // With a single button, Esc and the cross in the title bar press it. They do nothing in a box of Yes and No.
     const bool single = LOWORD(wParam) == IDCANCEL && box.buttons.size() == 1;
     const int button = single ? box.buttons.front() : LOWORD(wParam);
     if (std::find(box.buttons.begin(), box.buttons.end(), button) == box.buttons.end()) return TRUE;
@@ -167,7 +167,7 @@ INT_PTR BoxProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     return TRUE;
 }
 
-// A window's text is limited, a box's isn't.
+// A window's text has a limit; a message box's text has none.
 std::u16string Shown(const std::u16string& text) {
     return text.substr(0, kTitleUnits - 1);
 }

@@ -5,7 +5,7 @@
 
 namespace winhost {
 
-// Whether a test answers for the person.
+// Whether a test answers the boxes instead of a person.
 bool IsAnsweredByTest();
 
 }  // namespace winhost

@@ -24,13 +24,13 @@ namespace winhost {
 
 namespace {
 
-// What a queue of Windows takes.
+// The most messages that a queue of Windows holds.
 constexpr std::uint64_t kMostMessages = 10000;
 constexpr int kKeyCount = 256;
 constexpr BYTE kKeyDown = 0x80;
 
-// The file of posted messages: how many its thread has taken in and not handed out yet, and then the
-// messages.
+// The file of posted messages begins with the number of messages that the thread has received and not handed out. The
+// messages follow.
 struct PostsHeader {
     std::uint64_t held;
 };
@@ -45,7 +45,7 @@ struct Queue {
     BYTE keys[kKeyCount] = {};
 };
 
-// The first thread's is never destroyed: static objects of the program still post as the process ends.
+// The queue of the first thread is never destroyed: static objects of the program still post while the process ends.
 Queue& ThreadQueue() {
     thread_local Queue* queue = nullptr;
     if (queue) return *queue;
@@ -68,7 +68,7 @@ std::string PostsPath(const std::string& name) {
     return (QueueFolder() / (name + ".posts")).native();
 }
 
-// A socket's address is short: it leads through the folder's descriptor.
+// The address of a socket must be short, so it goes through the folder's descriptor.
 struct DoorAddress {
     Descriptor folder;
     sockaddr_un address = {};
@@ -108,7 +108,7 @@ void WriteHeld(const Queue& queue) {
     if (queue.posts) (void)!pwrite(queue.posts.get(), &header, sizeof header, 0);
 }
 
-// Brings in what others have posted.
+// Receives what other threads and processes have posted.
 void Receive(Queue& queue) {
     if (!queue.posts) return;
     const WindowTable lock;
@@ -129,8 +129,8 @@ bool Quota(std::uint64_t waiting) {
     return false;
 }
 
-// Called with the table locked, as Receive does: a thread that is woken finds the message when it has the
-// lock, even though the waking comes first. That way none is lost when this process is killed in between.
+// Called with the table locked, as in Receive. The other thread is woken before the message is written, but finds the
+// message when it gets the lock. So no message is lost when this process is killed between the two steps.
 bool Post(const std::string& name, const MSG& message) {
     const Descriptor posts(open(PostsPath(name).c_str(), O_RDWR | O_CLOEXEC));
     if (!posts) {
@@ -145,7 +145,7 @@ bool Post(const std::string& name, const MSG& message) {
     return pwrite(posts.get(), &message, sizeof message, PlaceOfPost(count)) == sizeof message;
 }
 
-// The character of a key, as the keyboard of this machine has it; 0 for none.
+// Returns the character of a key on this machine's keyboard, or 0.
 char16_t CharacterOf(WPARAM key) {
     if (key == VK_BACK || key == VK_TAB || key == VK_RETURN || key == VK_ESCAPE || key == VK_SPACE)
         return static_cast<char16_t>(key);
@@ -221,7 +221,7 @@ bool TakeMessage(MSG& message, Taking how) {
         while (poll(&wanted, 1, -1) < 0 && errno == EINTR) {
         }
     }
-    // The end of the queue comes after all that was posted.
+    // The end of the queue comes after all posted messages.
     const bool ends = queue.messages.empty();
     message = ends ? MSG{nullptr, WM_QUIT, static_cast<WPARAM>(queue.exitCode), 0, GetTickCount(), {}}
                    : queue.messages.front();
@@ -236,7 +236,7 @@ bool TakeMessage(MSG& message, Taking how) {
 
 namespace {
 
-// The first message of a kind in that range, having carried out what others have sent.
+// Carries out what others have sent, then takes the first message in that range. Returns false when there is none.
 bool TakeChosen(MSG& message, UINT first, UINT last) {
     CarryOutSent();
     Queue& queue = ThreadQueue();
@@ -258,7 +258,7 @@ bool TakeChosen(MSG& message, UINT first, UINT last) {
 BOOL PostMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     if (winhost::Fails("PostMessageW")) return FALSE;
     const MSG posted = {window, message, wParam, lParam, GetTickCount(), {}};
-    // Without a window it goes to the thread itself.
+    // Without a window, the message goes to the thread itself.
     if (window) {
         winhost::WindowTable table;
         const auto* const record = table.Find(window);
@@ -284,7 +284,7 @@ BOOL PeekMessageW(MSG* message, HWND window, UINT first, UINT last, UINT flags) 
     return winhost::TakeMessage(*message, flags ? winhost::Taking::Tries : winhost::Taking::Peeks);
 }
 
-// The character of a posted key comes after all that was posted.
+// The character of a key is posted, so it comes after all messages that are already posted.
 BOOL TranslateMessage(const MSG* message) {
     (void)winhost::FaultOf("TranslateMessage");
     const bool down = message->message == WM_KEYDOWN, altDown = message->message == WM_SYSKEYDOWN;

@@ -1,5 +1,5 @@
-// The messages of a thread. While it has windows, others reach it through .state/queues: what they post waits
-// in a file there, and a socket beside it wakes the thread, or brings it what is sent.
+// The messages of a thread. While the thread has windows, others reach it through .state/queues. Posted messages wait
+// in a file there. A socket beside it wakes the thread and brings it sent messages.
 #pragma once
 
 #include <windows.h>
@@ -9,24 +9,24 @@
 
 namespace winhost {
 
-// Called with the first window of the calling thread, and when it has lost its last one.
+// OpenInbox is called with the first window of the calling thread, CloseInbox after it has lost its last one.
 void OpenInbox(const WindowRecord& window);
 void CloseInbox();
-// Takes away what the thread of a window of a dead process left.
+// Removes the files that the window's thread left when its process died.
 void RemoveInbox(const WindowRecord& window);
-// Forgets what waits for a window that is being destroyed.
+// Drops the waiting messages of a window that is being destroyed.
 void DropMessagesOf(HWND window);
 
-// Gives the next message, or WM_QUIT, having carried out what others have sent; false when there is none.
-enum class Taking { Waits, Tries, Peeks };  // a peeked one stays
+// Carries out what others have sent, then takes the next message, or WM_QUIT. Returns false when there is none.
+enum class Taking { Waits, Tries, Peeks };  // a message that is peeked at stays in the queue
 bool TakeMessage(MSG& message, Taking how);
 
-// Posts to the calling thread; false, with the last error set, when its queue is full.
+// Posts to the calling thread. Returns false, with the last error set, when its queue is full.
 bool PostToSelf(const MSG& message);
 
-// The socket on which the calling thread is woken; -1 while it has no windows.
+// Returns the socket that wakes the calling thread, or -1 while it has no windows.
 int OwnDoor();
-// A connection to the thread of a window; none when nobody is there.
+// Returns a connection to the window's thread. None when that thread is gone.
 Descriptor Knock(const WindowRecord& window);
 
 }  // namespace winhost

@@ -1,4 +1,4 @@
-// The classes and windows of this process, and how its windows are made and destroyed.
+// The classes and windows of this process. Makes and destroys its windows.
 #include "windows/own_windows.h"
 
 #include <algorithm>
@@ -31,14 +31,14 @@ struct WindowClass {
 
 struct OwnWindows {
     std::mutex threads;
-    // By their upper-case names.
+    // Keyed by upper-case name.
     std::map<std::u16string, WindowClass> classes = {
         {u"BUTTON", {u"Button", ButtonProcedure}},
         {u"EDIT", {u"Edit", EditProcedure}},
         {u"STATIC", {u"Static", StaticProcedure}},
         {u"#32770", {u"#32770", DialogProcedure}},
     };
-    // Only a window's own thread ends it, so what the thread has found stays good.
+    // Only a window's own thread destroys it, so a pointer that the thread has found stays valid.
     std::map<HWND, OwnWindow> windows;
 };
 
@@ -74,7 +74,7 @@ void Remove(HWND window) {
     if (last) CloseInbox();
 }
 
-// A thread's windows go with it, without a word to their procedures.
+// When a thread ends, its windows are removed. Their procedures get no message.
 struct ThreadEnd {
     ~ThreadEnd() {
         std::vector<HWND> windows;
@@ -97,7 +97,7 @@ HWND Add(const WindowRecord& window, WNDPROC procedure) {
         return nullptr;
     }
     OpenInbox(*added);
-    // The process's first thread ends with the process, after the last of the program's own code.
+    // The windows of the process's first thread are removed with the process, after the program's own code has run.
     if (added->thread != added->process) {
         thread_local const ThreadEnd end;
         (void)end;
@@ -108,7 +108,7 @@ HWND Add(const WindowRecord& window, WNDPROC procedure) {
     return added->handle;
 }
 
-// The styles that Windows adds to those that the maker of a window asks for.
+// Adds the styles that Windows adds to those that a program asks for.
 void CompleteStyles(WindowRecord& window) {
     if (!window.isChild()) {
         window.style |= WS_CLIPSIBLINGS;
@@ -126,7 +126,8 @@ RECT RectOf(const CREATESTRUCTW& wanted) {
     return {wanted.x, wanted.y, wanted.x + wanted.cx, wanted.y + wanted.cy};
 }
 
-// Gives the new window its parent or its owner; false, with the last error set, when there is none such.
+// Sets the parent or the owner of the new window. Returns false, with the last error set, when that window doesn't
+// exist.
 bool Relate(WindowRecord& record, const CREATESTRUCTW& wanted) {
     if (!record.isChild()) {
         record.owner = wanted.hwndParent ? RootOf(wanted.hwndParent) : nullptr;
@@ -216,7 +217,7 @@ HWND Create(const CREATESTRUCTW& wanted) {
     return FindOwnWindow(window) ? window : nullptr;
 }
 
-// A procedure may destroy the window itself on the way.
+// The procedure may already destroy the window during these messages.
 void Destroy(HWND window) {
     Hide(window);
     for (const HWND owned : OwnedBy(window))

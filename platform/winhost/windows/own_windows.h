@@ -1,4 +1,4 @@
-// What only this process knows of its windows: their classes, their procedures and what these keep.
+// What only this process knows about its windows: their classes, their procedures, and the data of these.
 #pragma once
 
 #include <windows.h>
@@ -10,7 +10,7 @@
 
 namespace winhost {
 
-// What a procedure of the system keeps for a window.
+// The data that a procedure of the system stores for a window.
 struct ControlState {
     virtual ~ControlState() = default;
 };
@@ -22,7 +22,7 @@ struct OwnWindow {
     std::unique_ptr<ControlState> state;
 };
 
-// A window of this process, and one of the calling thread; null for any other.
+// FindOfProcess returns a window of this process, FindOwnWindow one of the calling thread. Null for any other window.
 OwnWindow* FindOfProcess(HWND window);
 OwnWindow* FindOwnWindow(HWND window);
 template <class State>
@@ -31,18 +31,18 @@ State* StateOf(HWND window) {
     return own ? dynamic_cast<State*>(own->state.get()) : nullptr;
 }
 
-// Makes a window of the calling thread; null, with the last error set, when that fails.
+// Makes a window of the calling thread. Returns null, with the last error set, when that fails.
 HWND Create(const CREATESTRUCTW& wanted);
-// Ends a window of the calling thread with its children and what it owns.
+// Destroys a window of the calling thread, with its children and the windows that it owns.
 void Destroy(HWND window);
 
-// Calls the procedure of the calling thread's own window; 0 for any other.
+// Calls the procedure of a window of the calling thread. Returns 0 for any other window.
 LRESULT CallProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-// Sends to any window of the machine.
+// Sends a message to any window of the machine and returns the answer.
 LRESULT Send(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-// Tells a control's parent of something by WM_COMMAND.
+// Sends a control's notification to its parent as WM_COMMAND.
 void NotifyParent(HWND control, int notification);
-// Changes bits of a window's style.
+// Removes the bits `taken` from a window's style and adds the bits `given`.
 void ChangeStyle(HWND window, DWORD taken, DWORD given);
 
 }  // namespace winhost

@@ -53,7 +53,7 @@ bool Shows(HWND window) {
 
 }  // namespace winhost
 
-// The windows are those of the moment of the call; one that has gone since is left out.
+// Lists the windows that exist at the time of the call, without those destroyed since.
 BOOL EnumWindows(WNDENUMPROC callback, LPARAM context) {
     if (winhost::Fails("EnumWindows")) return FALSE;
     for (const HWND window : winhost::ChildWindows(nullptr)) {

@@ -7,7 +7,7 @@
 
 namespace winhost {
 
-// Whether a window and all around it are shown.
+// Whether a window and all windows around it are shown.
 bool Shows(HWND window);
 
 }  // namespace winhost

@@ -1,5 +1,5 @@
-// Messages sent to windows of other threads and processes: each over a connection of its own, on which the
-// answer comes back. Until then the sender answers what is sent to it.
+// Messages sent to windows of other threads and processes. Each has its own connection, on which the answer comes back.
+// While the sender waits, it answers what is sent to it.
 #include "windows/sent_messages.h"
 
 #include <fcntl.h>
@@ -33,8 +33,8 @@ struct Request {
     LPARAM lParam;
 };
 
-// Memory of both sides for the text that goes along with a message. A file of no name: so long a text doesn't
-// have to fit into the connection.
+// Memory that both sides share for the text of a message. It is a file without a name, because a long text may not fit
+// into the connection.
 class SharedText {
   public:
     explicit SharedText(std::size_t cchText) {
@@ -94,7 +94,7 @@ bool SendRequest(int connection, Request request, int text) {
     return sendmsg(connection, &packet, MSG_NOSIGNAL) == sizeof request;
 }
 
-// False for a mere knock, and for a sender that has gone.
+// Returns false when the connection only wakes this thread, or the sender has gone.
 bool ReceiveRequest(int connection, Request& request, Descriptor& text) {
     pollfd wanted = {connection, POLLIN, 0};
     while (poll(&wanted, 1, -1) < 0 && errno == EINTR) {
@@ -116,7 +116,7 @@ bool ReceiveRequest(int connection, Request& request, Descriptor& text) {
     return true;
 }
 
-// Messages of the system that carry only numbers and handles, and so mean the same in every process.
+// Messages of the system that carry only numbers and handles. They mean the same in every process.
 bool CarriesNumbers(UINT message, LPARAM lParam) {
     switch (message) {
         case WM_NULL:
@@ -143,14 +143,14 @@ bool CarriesNumbers(UINT message, LPARAM lParam) {
     }
 }
 
-// How many units of text go along: those to set, or the room for those to get.
+// Returns how many code units of text are shared: the text to set, or the room for the text to get.
 std::size_t SizeOfText(const Request& request) {
     if (!request.lParam) return 0;
     if (request.message == WM_SETTEXT) return wcslen(reinterpret_cast<LPCWSTR>(request.lParam)) + 1;
     return request.message == WM_GETTEXT ? request.wParam : 0;
 }
 
-// Waits for the answer; none when the receiver has gone or the time ran out.
+// Waits for the answer. Returns none when the receiver has gone or the time is over.
 std::optional<LRESULT> Await(int connection, UINT milliseconds) {
     const auto deadline = Clock::now() + std::chrono::milliseconds(milliseconds);
     for (;;) {
@@ -214,7 +214,7 @@ LRESULT Send(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
 }
 
 void CarryOutSent() {
-    // The procedure may end the thread's last window, and with it the door.
+    // A window procedure may destroy the thread's last window, which closes the socket.
     while (OwnDoor() >= 0) {
         const Descriptor connection(accept4(OwnDoor(), nullptr, nullptr, SOCK_CLOEXEC));
         if (!connection) return;

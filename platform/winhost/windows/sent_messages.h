@@ -3,7 +3,7 @@
 
 namespace winhost {
 
-// Carries out what others have sent to the calling thread's windows.
+// Handles the messages that others have sent to the calling thread's windows.
 void CarryOutSent();
 
 }  // namespace winhost

@@ -23,7 +23,7 @@ struct StaticState : ControlState {
     LRESULT image = 0;
 };
 
-// A picture makes the control as large as it is.
+// A picture sets the size of its control.
 void LoadPicture(HWND window, const WindowRecord& record, LPCWSTR name) {
     if (!name || *name != kNumberMark) return;
     const auto found = FindResource(OwnResources(), kBitmapResource, name[1]);

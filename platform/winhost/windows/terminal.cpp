@@ -1,4 +1,4 @@
-// A dialog at the terminal: a person sees its texts and controls, and uses them by number.
+// A dialog at the terminal. A person sees its texts and controls, and uses the controls by their numbers.
 #include "windows/terminal.h"
 
 #include <unistd.h>
@@ -16,7 +16,7 @@ namespace winhost {
 namespace {
 
 constexpr std::size_t kLinesAtOnce = 16;
-// How Windows ends the programs of a user who logs off.
+// The exit code that Windows gives a program when its user logs off.
 constexpr UINT kSessionEnded = 0x40010004;
 
 std::u16string TextOfControl(HWND control) {
@@ -26,7 +26,7 @@ std::u16string TextOfControl(HWND control) {
     return text;
 }
 
-// A label without the marks of its access key.
+// Returns a label without the "&" of its access key.
 std::string LabelOf(HWND control) {
     std::u16string text = TextOfControl(control);
     const bool marked = !(GetWindowLongW(control, GWL_STYLE) & SS_NOPREFIX);
@@ -53,7 +53,7 @@ bool IsReadOnlyEdit(HWND control) {
     return IsKind(control, u"Edit") && (GetWindowLongW(control, GWL_STYLE) & ES_READONLY);
 }
 
-// The controls that are shown, those of a page in front of its frame's.
+// Collects the shown controls. Those of a page come before those of its frame.
 void Collect(HWND dialog, std::vector<HWND>& controls) {
     for (HWND child = GetWindow(dialog, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
         if (!IsWindowVisible(child)) continue;
@@ -71,7 +71,7 @@ class Screen {
         Collect(dialog, controls);
         for (const HWND control : controls)
             Show(control);
-        // The buttons are shown below, in one line, wherever they are in the dialog.
+        // The push buttons are shown last, in one line, wherever they are in the dialog.
         for (const HWND control : controls)
             if (IsPushButton(control)) m_buttons += " " + Number(control) + "[" + LabelOf(control) + "]";
     }
@@ -94,7 +94,7 @@ class Screen {
     }
 
   private:
-    // A control that can't be used has no number.
+    // A disabled control has no number.
     std::string Number(HWND control) {
         if (!IsWindowEnabled(control)) return "    ";
         m_numbered.push_back(control);

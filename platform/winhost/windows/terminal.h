@@ -1,4 +1,4 @@
-// Dialogs of a plain run, used by a person at the terminal.
+// Dialogs of a run without a test. A person uses them at the terminal.
 #pragma once
 
 #include <windows.h>
@@ -7,8 +7,8 @@
 
 namespace winhost {
 
-// Shows the dialog at the terminal and carries out what the person does there. False when a test drives it.
-// Without a person the process ends, as at the end of a user's session.
+// Shows the dialog at the terminal and does what the person chooses. Returns false when a test uses the dialog. Without
+// a person the process ends, as when a user logs off.
 bool AskPerson(HWND dialog);
 
 }  // namespace winhost

@@ -16,16 +16,16 @@ namespace winhost {
 
 namespace {
 
-// The byte that is locked while somebody works on the table; those after it are the locks of the processes.
+// This byte is locked while somebody works on the table. The bytes after it are the locks of the processes.
 constexpr off_t kWorkLock = off_t{1} << 40;
 
-// A handle: the number of the window made, and its slot. Windows' own handles are even and of 32 bits.
+// A handle contains the number of the window and its slot. As on Windows, handles are even and have 32 bits.
 constexpr unsigned kSlotShift = 1;
 constexpr unsigned kNumberShift = 16;
 static_assert(kMostWindows << kSlotShift <= 1u << kNumberShift);
 constexpr DWORD kMostNumbers = 0x7FFF;
 
-// The table as this process holds it. A fork of the process is another holder.
+// The table as this process has it mapped. A fork of the process counts as another holder.
 struct OpenTable {
     pid_t process = 0;
     Descriptor file;
@@ -52,7 +52,7 @@ bool Lock(int file, int command, short type, off_t at) {
     while (fcntl(file, command, &lock) != 0) {
         if (errno != EINTR) return false;
     }
-    // The host answers with this type when nobody holds the lock.
+    // The host answers with this type when nobody has the lock.
     return command != F_OFD_GETLK || lock.l_type == F_UNLCK;
 }
 
@@ -75,7 +75,7 @@ void Open(OpenTable& table) {
     table.process = getpid();
 }
 
-// The number under which this process holds its windows.
+// Returns the number of this process as a holder of windows.
 std::uint64_t OwnHolder() {
     OpenTable& table = Opened();
     if (table.holder == 0) {
@@ -155,7 +155,7 @@ void WindowTable::Lower(WindowRecord& window) {
     window.rank = --Contents().lowest;
 }
 
-// The siblings share the ranks that they have.
+// The siblings keep the same set of ranks.
 bool WindowTable::PutBelow(WindowRecord& window, HWND sibling) {
     std::vector<WindowRecord*> order =
         Where([&](const WindowRecord& record) { return record.parent == window.parent; });
@@ -178,7 +178,7 @@ bool WindowTable::PutBelow(WindowRecord& window, HWND sibling) {
 std::vector<WindowRecord*> WindowTable::Where(const std::function<bool(const WindowRecord&)>& wanted) {
     WindowTableContents& contents = Contents();
     std::vector<WindowRecord*> windows;
-    std::uint64_t living = 0;  // the holder asked last: windows of one process mostly lie together
+    std::uint64_t living = 0;  // the last holder asked about; windows of one process mostly follow each other
     for (DWORD slot = 0; slot < contents.slots; ++slot) {
         WindowRecord& window = contents.windows[slot];
         if (!window.handle) continue;

@@ -1,4 +1,4 @@
-// What all windows do and tell: their texts and styles, and what they leave to the system.
+// What all windows have in common: texts, styles, and the messages that they leave to the system.
 #include "windows/window_texts.h"
 
 #include <algorithm>
@@ -15,7 +15,7 @@ namespace winhost {
 
 namespace {
 
-// A resource's number in the place of a text.
+// Stands before a resource's number in place of a text.
 constexpr char16_t kNumberMark = 0xFFFF;
 
 void StoreTitle(HWND window, LPCWSTR title) {
@@ -28,7 +28,7 @@ void StoreTitle(HWND window, LPCWSTR title) {
     (void)text.copy(record->title, text.size());
 }
 
-// A value that the window's own process keeps.
+// Returns the place of a value that only the window's own process has.
 LONG_PTR* OwnLong(HWND window, int index) {
     OwnWindow* const own = FindOfProcess(window);
     if (own && index == GWLP_USERDATA) return &own->userData;
@@ -114,7 +114,7 @@ LONG_PTR SetWindowLongPtrW(HWND window, int index, LONG_PTR value) {
     return std::exchange(*kept, value);
 }
 
-// The window of another process is not asked: what counts is the title that others see.
+// The process of another window is not asked. The result is the title that others see.
 int GetWindowTextW(HWND window, LPWSTR text, int cchText) {
     if (winhost::Fails("GetWindowTextW", ERROR_INVALID_WINDOW_HANDLE)) return 0;
     if (cchText > 0) *text = 0;
@@ -149,7 +149,7 @@ BOOL IsWindowEnabled(HWND window) {
     return record && !(record->style & WS_DISABLED);
 }
 
-// A window shows when all around it do.
+// A window is visible if it and all windows around it are shown.
 BOOL IsWindowVisible(HWND window) {
     if (winhost::Fails("IsWindowVisible")) return FALSE;
     return winhost::Shows(window);

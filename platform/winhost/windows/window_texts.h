@@ -1,4 +1,4 @@
-// What all windows do and tell: their texts and styles, and what they leave to the system.
+// What all windows have in common: texts, styles, and the messages that they leave to the system.
 #pragma once
 
 #include <windows.h>
@@ -7,10 +7,10 @@
 
 namespace winhost {
 
-// What nobody else wants to do with a message.
+// Handles a message that nobody else handles.
 LRESULT DefaultOf(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
-// Copies at most cchBuffer units, with the closing 0, and returns the number of units before that 0.
+// Copies at most cchBuffer code units, including the final 0. Returns the number of code units before that 0.
 int CopyText(std::u16string_view text, LPWSTR buffer, int cchBuffer);
 
 }  // namespace winhost
