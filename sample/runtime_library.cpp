@@ -1,4 +1,4 @@
-// A library that the package carries for machines that lack it.
+// A library that the package contains for machines that lack it.
 extern "C" int RuntimeVersion();
 
 int RuntimeVersion() {

@@ -1,5 +1,5 @@
-// The portable starter. It lies beside the installation folder, whose name the user chose. So it starts the
-// application of the first folder beside it that holds one.
+// The portable starter. It is stored next to the installation folder, whose name the user chose. So it starts the
+// application in the first folder beside it that contains one.
 #include <windows.h>
 
 #include <cwchar>
@@ -14,7 +14,7 @@ bool Append(LPWSTR path, LPCWSTR tail) {
     return true;
 }
 
-// Stores the folder of this program, with a closing backslash, in `folder` (MAX_PATH characters).
+// Stores the folder of this program, with a backslash at the end, in `folder` (MAX_PATH characters).
 bool OwnFolder(LPWSTR folder) {
     const DWORD cchPath = GetModuleFileNameW(nullptr, folder, MAX_PATH);
     if (cchPath == 0 || cchPath == MAX_PATH) return false;

@@ -20,7 +20,7 @@ bool SetText(LPCWSTR subKey, LPCWSTR name, LPCWSTR text) {
 
 }  // namespace
 
-// What the registrar calls.
+// The registrar calls these.
 extern "C" HRESULT WINAPI DllRegisterServer();
 extern "C" HRESULT WINAPI DllUnregisterServer();
 

@@ -12,7 +12,7 @@ const Text kReport = kScratch + TEXT("\\report");
 
 }  // namespace
 
-// The program started by it is this one again, with no argument.
+// Without an argument, this program is the one that the tested function has started.
 CHILD_PROGRAM(StartsItself) {
     if (__argc == 1) {
         Sleep(500);

@@ -1,5 +1,5 @@
-// Every text of the program reaches it to the letter, spelling included: a change of one is meant, and its
-// checksum is changed with it.
+// Every text of the program is pinned by a checksum, spelling mistakes included. Whoever changes a text on purpose
+// changes its checksum too.
 #include <framework.h>
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@
 
 namespace {
 
-// From string 0 on; the numbers without a text are empty.
+// From string 0 on. The numbers without a text have the checksum of an empty text.
 constexpr std::uint32_t kChecksums[] = {
     0x811C9DC5, 0x773EB323, 0xCDA2214A, 0x0780DF53, 0xB8BE7B2E, 0x811C9DC5, 0xE32A4ED0,
     0x8AD4A595, 0x2F8BD364, 0xBD3CC064, 0x098729A9, 0xD7B871B5, 0x3E1500BE, 0x7362553A,

@@ -1,5 +1,5 @@
-// How the list of running copies is walked when they are closed; the application itself stands in it for the
-// end-to-end tests.
+// How setup walks the list of running copies to close them. The end-to-end tests use the application itself; here other
+// programs are in the list.
 #include "instances/instance_manager.h"
 #include "app/setup_app.h"
 #include "app/setup_state.h"
@@ -16,8 +16,7 @@ constexpr WCHAR kListMapping[] = TEXT("Local\\COXInstanceManager_FileMap_Qantivo
 const Text kElapsed = kScratch + TEXT("\\elapsed");
 const Text kSleeper = kScratch + TEXT("\\sleeper.exe");
 
-// The shared list as the product lays it out, for the name that tests use: the limit, the count, a thousand
-// ids.
+// The words of the shared list, under the name that tests use: the limit, the count, a thousand ids.
 DWORD* List() {
     static const KernelHandle mapping(CreateFileMappingW(
         INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE | SEC_COMMIT, 0, 131072, kListMapping));
@@ -25,7 +24,7 @@ DWORD* List() {
     return static_cast<DWORD*>(words);
 }
 
-// The child takes the place of the id 0.
+// The child puts its own id in the place of each id 0.
 void SetList(DWORD count, const std::vector<DWORD>& ids) {
     List()[1] = count;
     std::fill(std::copy(ids.begin(), ids.end(), List() + 2), List() + 1002, 0);
@@ -39,7 +38,7 @@ class RunningCopies : public ScratchTest {
 
 }  // namespace
 
-// An install ends at the message that the setup files are damaged, an uninstall for want of a temporary
+// An install ends with the message that the setup files are damaged. An uninstall ends because it finds no temporary
 // folder.
 CHILD_PROGRAM(StartsAmongCopies) {
     (void)SetEnvironmentVariableW(TEXT("TMP"), TEXT("C:\\Scratch\\missing"));
@@ -50,7 +49,7 @@ CHILD_PROGRAM(StartsAmongCopies) {
     return result;
 }
 
-// The list is walked to one entry before its end: where setup doesn't stand last, the last copy stays.
+// The walk ends one entry before the end of the list. If setup isn't the last entry, the last copy stays.
 TEST_F(RunningCopies, LastEntryStaysRunningWhenSetupDoesNotStandThere) {
     const RunningProgram first(kSleeper), last(kSleeper);
     SetList(3, {first.Id(), 0, last.Id()});
@@ -61,7 +60,7 @@ TEST_F(RunningCopies, LastEntryStaysRunningWhenSetupDoesNotStandThere) {
     EXPECT_TRUE(last.Runs());
 }
 
-// The first argument never closes unasked, and nothing is closed before the answer to a question.
+// The first argument never makes setup close copies without a question, and no copy is closed before the answer.
 TEST_F(RunningCopies, RunOnUntilTheQuestionIsAnswered) {
     const struct {
         LPCWSTR program, arguments;
@@ -101,8 +100,8 @@ TEST_F(RunningCopies, RunOnUntilTheQuestionIsAnswered) {
     }
 }
 
-#ifndef _WIN32  // There a process that ends so takes its record of boxes along.
-// A list that shrank since it was counted ends the process.
+#ifndef _WIN32  // Under Windows, a process that ends this way loses its record of boxes.
+// If the list becomes shorter after it was counted, the process ends.
 TEST_F(RunningCopies, EndSetupByLeavingTheListDuringTheQuestion) {
     const RunningProgram copy(kSleeper);
     SetList(3, {copy.Id(), copy.Id(), 0});
@@ -116,8 +115,7 @@ TEST_F(RunningCopies, EndSetupByLeavingTheListDuringTheQuestion) {
 }
 #endif
 
-// Neither the end of the session nor another setup answers the question, and a second click answers no second
-// box.
+// Neither the end of the session nor another setup answers the question. A second click doesn't answer the next box.
 TEST_F(RunningCopies, QuestionIsNotAnsweredByOthers) {
     const RunningProgram copy(kSleeper);
     SetList(2, {copy.Id(), 0});
@@ -138,7 +136,7 @@ TEST_F(RunningCopies, QuestionIsNotAnsweredByOthers) {
     EXPECT_TRUE(copy.Runs());
 }
 
-// Ended processes stay listed, and the count may be more than the list holds. Each entry has 10 ms to end.
+// Ended processes stay in the list, and the count may be larger than the list. Each entry gets 10 ms to end.
 TEST_F(RunningCopies, EndedProcessesArePassedOverToTheEndOfTheList) {
     const RunningProgram copy(kSleeper);
     std::vector<DWORD> ids(11, 0xFFFFFFF0);

@@ -1,4 +1,4 @@
-// What a command line comes to: the job, how quiet it is, and what is asked before it.
+// What a command line leads to: the job, how quiet it is, and which question comes first.
 #include "instances/instance_manager.h"
 #include "app/setup_app.h"
 #include "app/setup_state.h"
@@ -23,8 +23,8 @@ class Start : public ScratchTest {};
 
 }  // namespace
 
-// An install ends here at once, with the message that the setup files are damaged: there are none. An
-// uninstall ends without its copy, for want of a temporary folder.
+// An install ends here at once with the message that the setup files are damaged, because there are none. An uninstall
+// ends without its copy, because it finds no temporary folder.
 CHILD_PROGRAM(Starts) {
     (void)SetEnvironmentVariableW(TEXT("TMP"), TEXT("C:\\Scratch\\missing"));
     g_silentMode = 7;
@@ -90,7 +90,7 @@ TEST_F(Start, DeclinedUninstallEndsTheRun) {
               TEXT("This will completely uninstall Qantivo 8.\nDo you want to continue?"));
 }
 
-// The option comes before the program's name, and the job before any question.
+// The option counts more than the program's name, and the job starts without a question.
 TEST_F(Start, TemporaryCopyGoesStraightToItsJob) {
     const Text application = kScratch + TEXT("\\app\\QtvUnInst.exe");
     for (const LPCWSTR option : {TEXT(" -v"), TEXT(" -s"), TEXT(" -sconf")}) {
@@ -106,7 +106,7 @@ TEST_F(Start, TemporaryCopyGoesStraightToItsJob) {
     }
 }
 
-// Closing a question is no Yes to it, and closing a message ends it.
+// Closing a question does not mean Yes. Closing a message ends it.
 TEST_F(Start, BoxesAreClosedByOthers) {
     const struct {
         const char* child;

@@ -1,6 +1,5 @@
-// Random runs of setup, and what each step leaves, as a text that both targets must agree on. The runs are
-// named by numbers: QTV_RUNS="1-50"; QTV_RESULTS names the folder of the build machine that takes a file for
-// each.
+// Random runs of setup. The text of what each step leaves must be the same on both targets. Each run has a number:
+// QTV_RUNS="1-50". QTV_RESULTS names the folder of the build machine that gets a file for each run.
 #include <cstring>
 #include <fstream>
 #include <list>
@@ -92,7 +91,7 @@ class RandomRun : public EndToEndTest {
 
     const char* Any(const std::vector<const char*>& list) { return list[Random() % list.size()]; }
 
-    // The last step may ask for a restart, which no use of a file outlives. Wine carries it out at once.
+    // The last step may ask for a restart, after which no file is in use any more. Wine restarts at once.
     static bool MayRestart(const std::string& arguments) {
         return arguments.find("-runafter") != arguments.npos;
     }
@@ -116,17 +115,17 @@ class RandomRun : public EndToEndTest {
         return options;
     }
 
-    // A missing file has all attributes.
+    // A missing file has all attribute bits set.
     static bool IsFile(const Text& path) {
         return !(GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_DIRECTORY);
     }
 
-    // A folder that a manifest has made there stays.
+    // If a manifest has made a folder with that name, it stays.
     static void Put(const Text& path, const std::string& bytes) {
         if (!Exists(path) || IsFile(path)) MakeFile(path, bytes);
     }
 
-    // Where the product is, as far as the registry tells.
+    // Returns where the product is, according to the registry.
     static std::string Folder() {
         WCHAR path[MAX_PATH] = {};
         DWORD cbPath = sizeof path;
@@ -140,7 +139,7 @@ class RandomRun : public EndToEndTest {
         return path[0] ? Narrow(path) : "C:\\Scratch\\p\\Qantivo";
     }
 
-    // A stranger's files in the product's folder, and files of the product that are gone.
+    // Writes files of another program into the product's folder, and deletes files of the product.
     void Spoil() {
         const Text folder = Wide(Folder());
         for (unsigned count = Random() % 4; count > 0; --count) {
@@ -175,7 +174,7 @@ class RandomRun : public EndToEndTest {
         m_result << "== " << step << ' ' << what << '\n';
         for (const auto& [name, state] : Changes()) {
             m_result << name << "   ";
-            // A log holds paths with the user's name in them.
+            // A log contains paths with the user's name.
             if (name.ends_with(".log") && state.starts_with("file "))
                 m_result << '\n' << Neutral(FileBytes(Where(name)).value_or("")) << '\n';
             else

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Tests the download of a package under Wine: download_test.sh BUILD-FOLDER. Ends with 77 where its compiler is missing.
+# Tests the download of a package under Wine: download_test.sh BUILD-FOLDER. Exits with 77 if its compiler is missing.
 set -uo pipefail
 build=$(realpath "$1")
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
@@ -45,12 +45,12 @@ rm package/QtvUnInst.log
 refused 'no QtvUnInst.log' package out.exe
 cp "$build/package/QtvUnInst.log" package
 
-# ---- what starts setup, and how ----
+# ---- how setup is started, and how it isn't ----
 cp "$build/stand_in.exe" package/setup.exe
 mkdir -p package/deep/er "package/b c"
 echo x | tee package/deep/er/x >"package/b c/\$INSTDIR ü.txt"
 make package 'my download.exe' || fail "no download: $(<made)"
-# start EXIT-CODE ARGUMENTS: the file "seen" has what was shown.
+# start EXIT-CODE ARGUMENTS: stores what was shown in the file "seen".
 start() {
     rm -f record
     QTV_LINE="\"$here\\my download.exe\"${2:+ $2}" wine stand_in.exe >seen
@@ -73,7 +73,7 @@ page_is none '/S /NCRC /D=C:\x y'
 page_is hidden '-v -s'
 page_is hidden '-silent x-s -s=1 -instdir "C:\a -s b"  '
 [[ $(recorded folder) == *\\package ]] || fail "setup's current folder is $(recorded folder)"
-# Wine keeps a folder's rights as the host's: others may read and start what is in it.
+# Wine uses the host's rights for a folder: others may read it and start what is in it.
 [[ $(recorded rights) =~ \;0x1200a9\;\;\;WD\) ]] || fail "the folder's rights are $(recorded rights)"
 temporary=$(dirname "$(dirname "$(recorded folder)")")
 
@@ -85,8 +85,8 @@ done
 # failed_before SAYS ARGUMENTS
 failed_before() {
     start 2 "$2"
-    grep -qF "$1" seen || fail "no word of $1: $(<seen)"
-    [ ! -e record ] || fail "setup was started all the same"
+    grep -qF "$1" seen || fail "$1 is not shown: $(<seen)"
+    [ ! -e record ] || fail "setup was started anyway"
 }
 long=$(printf '%0950d' 0)
 failed_before 'box The command line is too long' "$long"
@@ -102,7 +102,7 @@ cp package/readme-en.txt package/setup.exe
 printf MZ | dd of=package/setup.exe conv=notrunc status=none
 make package 'my download.exe'
 failed_before "box Setup can't be started" ''
-# A compiler that asks for more space than any drive has, for the test of that.
+# A compiler that asks for more space than any drive has, for the next test.
 mkdir bin
 cat >bin/makensis <<'END'
 #!/usr/bin/env bash
@@ -113,7 +113,7 @@ chmod +x bin/makensis
 PATH=$work/bin:$PATH make package 'my download.exe'
 failed_before 'box The drive of the temporary folder has too little free space' ''
 twice=$((($(find package -type f -printf "%s+")0) * 2))
-[ "$(<needed)" = $twice ] || fail "$(<needed) bytes are asked for, not $twice"
+[ "$(<needed)" = $twice ] || fail "the download asks for $(<needed) bytes, not $twice"
 
 # ---- what is left ----
 marks() { wine reg.exe query 'HKLM\SYSTEM\CurrentControlSet\Control\Session Manager' /v PendingFileRenameOperations; }
@@ -124,7 +124,7 @@ QTV_HOLD=$here\\stand_in.exe start 0 -s
 held=$(recorded folder)
 marks | grep -qF "$held" || fail "$held isn't marked: $(marks)"
 wine reg.exe delete 'HKLM\SYSTEM\CurrentControlSet\Control\Session Manager' /v PendingFileRenameOperations /f >/dev/null
-# The installations of other tests are forgotten.
+# Removes the installations of other tests.
 versions='HKLM\SOFTWARE\Microsoft\Windows\CurrentVersion'
 for key in 'HKLM\SOFTWARE\Lorvanta' "$versions\Uninstall\Qantivo 8" "$versions\App Paths\QtvApp8.exe"; do
     wine reg.exe delete "$key" /f /reg:64 >/dev/null 2>&1 || true
@@ -151,7 +151,7 @@ for file in QtvApp8.ini "$build/package/QtvApp8.exe"; do
     cmp "$file" "$program_files/Qantivo 8/$(basename "$file")" || fail "$file is not installed"
 done
 recipe remove 0
-! ls "$program_files/Qantivo 8/"*.exe 2>/dev/null || fail 'the removal was not waited for'
+! ls "$program_files/Qantivo 8/"*.exe 2>/dev/null || fail 'the recipe did not wait for the removal'
 recipe detect 1
 recipe pending 0
 [ -z "$failed" ]

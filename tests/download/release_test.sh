@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Tests scripts/release.sh with two releases of the sample, signed with a certificate of its own: release_test.sh [BUILD-FOLDER]
-# It takes some minutes, and so is no part of test.sh.
+# It takes some minutes, so test.sh does not run it.
 set -uo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 build=$(realpath "${1:-$root/build/windows}")
@@ -22,7 +22,7 @@ release() {
     [ "$result" = 0 ] || [ ! -e out ] || fail "release.sh $* leaves something"
 }
 
-# ---- what is no input ----
+# ---- wrong input ----
 mkdir app
 info=$root/sample/release-info.txt
 release 2 'use: release.sh' app
@@ -44,7 +44,7 @@ QTV_SIGN_CERTIFICATE=none release 2 "for the signature, can't be read" app out -
 QTV_SIGN_CERTIFICATE=$info release 2 'QTV_SIGN_KEY is not' app out --release-info "$info"
 release 2 'has no QtvApp8.exe' app out --release-info "$info"
 
-# ---- an earlier release, and the present one with files gone ----
+# ---- an earlier release, and the present one without some files ----
 cp -r "$build/package/." app
 rm app/{setup.exe,QtvUnInst.exe,QtvUnInst.log}
 "${QTV_HOST_BUILD:-$root/build/host}/package_check" "$build/package" >/dev/null || fail 'the sample is not clean'
@@ -60,7 +60,7 @@ openssl req -x509 -newkey rsa:2048 -keyout key.pem -out certificate.pem -passout
 export QTV_SIGN_CERTIFICATE=$work/certificate.pem QTV_SIGN_KEY=$work/key.pem QTV_SIGN_PASSWORD_FILE=$work/password
 printf wrong >wrong
 QTV_SIGN_PASSWORD_FILE=$work/wrong release 1 'stopped: setup.exe is not signed' app out --release-info "$info"
-# A folder that is emptied and that the recipe doesn't name stays, and the rehearsal of the update tells so.
+# A folder that becomes empty and isn't in the recipe stays. The rehearsal of the update says so.
 cp "$root/sample/recipe.txt" recipe
 printf 'Make Dir: gone\n' >>recipe
 echo 'File Copy: none.dat' >bad
@@ -79,11 +79,11 @@ for line in 'InstallerType: exe' 'Scope: machine' 'ElevationRequirement: elevate
     "  InstallerSha256: ${sum^^}" "PackageVersion: '8.5.2.0'"; do
     grep -qxF -- "$line" "$installer" || fail "no line \"$line\" in $(<$installer)"
 done
-[ "$(find out/winget -name '*.yaml' | wc -l)" = 3 ] || fail 'winget takes three files'
+[ "$(find out/winget -name '*.yaml' | wc -l)" = 3 ] || fail 'there are not three files for winget'
 for name in 'gone\a.dat' presets.dat 'Samples\old.jpg'; do
     grep -qF "File Del: $name" out/package/QtvUnInst.log || fail "an update leaves $name"
 done
 grep -q 'stand-ins there for.*QtvApp8.exe' out/report/report.txt || fail 'the report does not name the stand-ins'
-grep -q 'started there.*QtvApp8.exe" -regonly' out/report/report.txt || fail 'the report does not tell the starts'
-[ "$(find out/report -name '*.html' | wc -l)" = 4 ] || fail 'the report has four rehearsals'
+grep -q 'started there.*QtvApp8.exe" -regonly' out/report/report.txt || fail 'the report does not list the started programs'
+[ "$(find out/report -name '*.html' | wc -l)" = 4 ] || fail 'the report does not have four rehearsals'
 [ -z "$failed" ]

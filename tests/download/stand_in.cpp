@@ -32,7 +32,7 @@ DWORD Parent() {
     return parent;
 }
 
-// The next dialog of a process after `last`.
+// Returns the dialog of a process that follows `last`.
 HWND NextDialog(HWND last, DWORD process) {
     for (HWND window = last; (window = FindWindowExW(nullptr, window, L"#32770", nullptr));) {
         DWORD owner = 0;

@@ -4,9 +4,8 @@ namespace {
 
 constexpr char kTarget[] = "<Scratch>\\Qantivo";
 
-// Over a folder that the command line names, setup clears the ground first, as over an earlier installation:
-// the folders of "Make Dir: " records that are not there yet are marked, and the marks later find them in
-// use.
+// If the command line names the folder, setup cleans it first, as for an update: the folders of "Make Dir: " records
+// that don't exist yet are marked. When the marks are carried out, these folders are in use.
 State FolderMarks(const std::string& target) {
     return {{"mark 001", "delete " + target + "\\x64"}, {"mark 002", "delete " + target + "\\Samples"}};
 }
@@ -42,7 +41,7 @@ TEST_F(Install, TakesTheSettingsBesideThePackageAndStartsTheProduct) {
                   FileBytes(kScratch + TEXT("\\dl\\") + Text(name, name + 11)));
     }
     EXPECT_TRUE(Same(expected, changes));
-    // The log is the manifest to the byte, an empty line, and what was made outside the folder.
+    // The log is exactly the manifest, an empty line, and what was made outside the folder.
     const std::string manifest = FileBytes(package + TEXT("\\QtvUnInst.log")).value_or("");
     const std::string log = FileBytes(Where(plan.target) + TEXT("\\QtvUnInst.log")).value_or("");
     ASSERT_TRUE(log.starts_with(manifest));
@@ -55,7 +54,7 @@ TEST_F(Install, TakesTheSettingsBesideThePackageAndStartsTheProduct) {
               "Shell Link: <CommonStartup>\\Qantivo 8.lnk\r\n");
 }
 
-// Records of the package's own folder: files stay as they are, and the records go onto the manifest itself.
+// If the package is in the target folder, files stay as they are, and the records are added to the manifest itself.
 TEST_F(Install, FromInsideTheTargetFolder) {
     const std::string manifest = FileBytes(package + TEXT("\\QtvUnInst.log")).value_or("");
     EXPECT_EQ(Setup(TEXT("-s -instdir C:\\Scratch\\package")), 0u);
@@ -67,8 +66,8 @@ TEST_F(Install, FromInsideTheTargetFolder) {
     EXPECT_TRUE(FileBytes(package + TEXT("\\QtvUnInst.log"))->starts_with(manifest + "\r\nMade Dir: "));
 }
 
-// The registrar is named without a folder, and the search begins in the folder of the program. The behaviour
-// is relied upon as it stands (docs/security.md).
+// The registrar is named without a folder, so the search begins in the folder of the program. This behaviour is kept on
+// purpose (docs/security.md).
 TEST_F(Install, RunsTheProgramNamedAsTheRegistrarBesideSetup) {
     ImportFile(QTV_BUILD_FOLDER "/package/QtvApp8.exe", package + TEXT("\\regsvr32.exe"));
     Rebase();
@@ -79,8 +78,8 @@ TEST_F(Install, RunsTheProgramNamedAsTheRegistrarBesideSetup) {
         EXPECT_EQ(name.find("5E0C2B7A"), name.npos) << "the handler is not registered: " << name;
 }
 
-// A package is damaged without its manifest, without its application, and with an application whose version
-// begins with 0. Nothing is touched.
+// A package is damaged without its manifest, without its application, or with an application whose version begins with
+// 0. Nothing is changed then.
 TEST_F(Install, RefusesADamagedPackage) {
     const Text application = package + TEXT("\\QtvApp8.exe"), away = kScratch + TEXT("\\away");
     for (const Text& missing : {package + TEXT("\\QtvUnInst.log"), application, Text()}) {
@@ -98,8 +97,8 @@ TEST_F(Install, RefusesADamagedPackage) {
     }
 }
 
-// Windows cuts blanks and dots at the end of a name where it comes last in a path, and but one dot where
-// another name follows: the folder is made without them, and then most files look for it with them.
+// Windows cuts all blanks and dots at the end of the last name of a path, but only one dot at the end of another name.
+// So the folder is made without them, and then most files are searched in a folder with them.
 TEST_F(Install, IntoAFolderWithABlankOrDotsAtTheEndOfAName) {
     const struct {
         const char *named, *made;
@@ -113,7 +112,7 @@ TEST_F(Install, IntoAFolderWithABlankOrDotsAtTheEndOfAName) {
     }
 }
 
-// Records with such names copy nothing, and delete nothing either.
+// Records with such names neither copy nor delete anything.
 TEST_F(Install, PassesOverRecordsWithABlankOrDotsAtTheEndOfAName) {
     MakeFile(package + TEXT("\\QtvUnInst.log"),
              "File Copy: QtvApp8.exe\r\nFile Copy: Samples \\*.*\r\nFile Copy: ...\r\n");
@@ -138,7 +137,7 @@ class Update : public EndToEndTest {
 
     const Text folder = TEXT("C:\\Program Files\\Qantivo 8");
     const Plan plan = {.target = "C:\\Program Files\\Qantivo 8", .allUsers = true};
-    // The clean-up of an update passes over folders with files in them, but marks them; x64 holds none.
+    // The clean-up of an update leaves folders with files in them, but marks them. x64 has no files.
     const State marks = {{"mark 001", "delete C:\\Program Files\\Qantivo 8\\Samples"}};
 };
 
@@ -159,7 +158,7 @@ TEST_F(Update, ReplacesEvenANewerVersionSilently) {
     EXPECT_TRUE(Same(With(Installed(plan), marks), Changes()));
 }
 
-// A file that can be moved aside is replaced at once; one that can't waits for the next start of the machine.
+// A file that can be moved aside is replaced at once. Any other file waits for the next start of the machine.
 TEST_F(Update, SurvivesFilesInUse) {
     InstallEarlier(4);
     const Text help = Installed8(TEXT("QtvApp8Man.chm"));
@@ -172,7 +171,7 @@ TEST_F(Update, SurvivesFilesInUse) {
     }
     const std::string installed = plan.target;
     const State pending = {
-        {installed + "\\QtvApp8Man.chm", ""},  // still the earlier one, looked at below
+        {installed + "\\QtvApp8Man.chm", ""},  // still the earlier one, checked below
         {installed + "\\QtvApp8Man.chm.new", "= QtvApp8Man.chm"},
         {installed + "\\ThumbQvi32.dll.old", "= ThumbQvi32.dll"},
         {"mark 001", "delete " + installed + "\\Samples"},
@@ -190,14 +189,14 @@ TEST_F(Update, SurvivesFilesInUse) {
     EXPECT_TRUE(Same(Installed(plan), Changes()));
 }
 
-// A second run over the first leaves the same machine, with the same log.
+// A second run after the first leaves the same machine with the same log.
 TEST_F(Update, RunTwiceIsRunOnce) {
     Setup(TEXT("-s -instdir C:\\Scratch\\Qantivo"));
     const auto log = FileBytes(target + TEXT("\\QtvUnInst.log"));
     RestartMachine();
     Setup(TEXT("-s"));
     EXPECT_EQ(FileBytes(target + TEXT("\\QtvUnInst.log")), log);
-    // The restart took the empty x64 folder, so that it is missing and marked again.
+    // The restart removed the empty x64 folder, so it is missing and is marked again.
     EXPECT_TRUE(Same(With(Installed({}), FolderMarks(kTarget)), Changes()));
 }
 

@@ -1,4 +1,4 @@
-// What a run does last, and what only the embedded machine tells of it: restarts and pages opened.
+// What a run does last. Only the embedded machine tells about restarts and opened pages.
 #include <algorithm>
 
 #include "end_to_end/run.h"
@@ -15,7 +15,7 @@ class LastStep : public EndToEndTest {
         std::erase_if(events, [&](const std::string& event) { return !event.starts_with(kind + "\t"); });
         return events;
     }
-    // How often the product was started plainly.
+    // Returns how often the product was started without arguments.
     static long Starts() {
         const auto events = Events("start-process");
         return std::count_if(events.begin(), events.end(), [](const std::string& event) {
@@ -24,7 +24,7 @@ class LastStep : public EndToEndTest {
     }
 };
 
-// A restart takes the place of the product's start, and comes only when it was asked for.
+// A restart replaces the start of the product. It comes only if it was asked for.
 TEST_F(LastStep, RestartsOnlyWhenAReplacementWaits) {
     const Text help = Where("C:\\Program Files\\Qantivo 8\\QtvApp8Man.chm");
     winhost::ClearEvents();
@@ -63,7 +63,7 @@ TEST_F(LastStep, RestartsOnlyWhenAReplacementWaits) {
     winhost::HideFunction("OpenProcessToken", false);
 }
 
-// A damaged package leads to the maker's page and starts nothing.
+// A damaged package opens the maker's page and starts nothing.
 TEST_F(LastStep, DamagedPackageOpensTheHomePage) {
     ASSERT_TRUE(DeleteFileW((package + TEXT("\\QtvUnInst.log")).c_str()));
     winhost::ClearEvents();
@@ -75,7 +75,7 @@ TEST_F(LastStep, DamagedPackageOpensTheHomePage) {
     EXPECT_TRUE(answers.Shown().at(0).HasStyle(MB_OK | MB_ICONSTOP));
 }
 
-// By the wizard: the web page first, and then, when the box is ticked, the product or the restart.
+// In the wizard, the web page comes first. Then, if the box is ticked, comes the product or the restart.
 TEST_F(LastStep, OfTheWizardComesBehindTheWebPage) {
     const auto run = [&](bool press) {
         winhost::ClearEvents();

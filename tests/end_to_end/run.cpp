@@ -27,12 +27,12 @@ const Text EndToEndTest::package = kScratch + TEXT("\\package");
 const Text EndToEndTest::target = kScratch + TEXT("\\Qantivo");
 
 EndToEndTest::EndToEndTest() {
-    // Another package than the build's, when a planted fault is in it.
+    // A planted fault may be in another package than the build's.
     const char* const other = std::getenv("QTV_PACKAGE");
     ImportFolder(other ? other : QTV_BUILD_FOLDER "/package", package);
     DeleteKeyTree(HKEY_LOCAL_MACHINE,
                   TEXT("SOFTWARE\\Classes\\CLSID\\{5E0C2B7A-8D41-4F69-9C3B-71A6D2E48F15}"));
-    // Every Windows has this list, but not every new Wine prefix.
+    // Every Windows has this key, but not every new Wine prefix.
     HKEY applications;
     EXPECT_EQ(RegCreateKeyW(HKEY_LOCAL_MACHINE, TEXT("SOFTWARE\\RegisteredApplications"), &applications),
               ERROR_SUCCESS);
@@ -57,7 +57,7 @@ void EndToEndTest::Uninstall(const Text& folder) {
 State EndToEndTest::Changes() const {
     const snapshot::Snapshot now = snapshot::Take();
     const std::string packageFolder = Narrow(package) + "\\";
-    // By name first: setup program and uninstaller are the same bytes.
+    // The file of the same name comes first, because setup program and uninstaller have the same bytes.
     const auto origin = [&](const std::string& name, const std::string& what) -> std::string {
         std::string other;
         for (auto it = m_before.lower_bound(packageFolder);
@@ -154,7 +154,7 @@ State Registry(const Plan& plan) {
          {"MajorVersion", "REG_DWORD 8"},
          {"MinorVersion", "REG_DWORD 5"},
          {"Publisher", Sz("Lorvanta Technology LLC")},
-         // With a blank in the folder, "C:\Program.exe" would be started instead, if somebody put it there.
+         // Without quotes, a blank in the folder would start "C:\Program.exe" instead, if somebody put it there.
          {"UninstallString", Sz(plan.target + "\\QtvUnInst.exe")},
          {"URLInfoAbout", Sz("http://www.lorvanta.example/qantivo/")},
          {"VersionMajor", Sz("8")},
@@ -169,7 +169,7 @@ State Registry(const Plan& plan) {
     return state;
 }
 
-// What the application and the thumbnail handler of the sample package register by themselves.
+// What the application and the thumbnail handler of the sample package register themselves.
 State OwnRegistration(const Plan& plan) {
     State state;
     AddKey(state, "HKCU\\Software\\Lorvanta\\", {});

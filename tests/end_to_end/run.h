@@ -1,4 +1,4 @@
-// End-to-end runs: the built programs from a real package folder, and the whole machine looked at before and
+// End-to-end runs: the built programs run from a real package folder, and the whole machine is compared before and
 // after.
 #pragma once
 
@@ -7,25 +7,24 @@
 #include "snapshot/snapshot.h"
 #include "harness/driver.h"
 
-// What is there, by name. Folders of the shell, the scratch folder and the user stand as <Programs>,
-// <CommonDesktop>, <Scratch>, HKCU and the like; a file that equals one of the package says which: "=
-// QtvApp8.exe".
+// Everything on the machine, by name. Folders of the shell, the scratch folder and the user appear as <Programs>,
+// <CommonDesktop>, <Scratch>, HKCU and so on. A file that equals one of the package names that one: "= QtvApp8.exe".
 using State = std::map<std::string, std::string>;
 
 class EndToEndTest : public ScratchTest {
   protected:
-    // Puts the sample package into C:\Scratch\package and takes the state before.
+    // Copies the sample package to C:\Scratch\package and stores the state before.
     EndToEndTest();
 
-    // Runs setup.exe of the package with the arguments, waits for all that it starts, and returns its exit
-    // code. Meanwhile a person goes through its wizard.
+    // Runs setup.exe of the package with the arguments, waits for everything that it starts, and returns its exit code.
+    // Meanwhile a person uses its wizard.
     using Person = std::function<void(const Driver& wizard)>;
     DWORD Setup(const Text& arguments, const Person& person = {}, const Text& folder = package);
-    // Runs the uninstaller of the folder, with its temporary copy, to the end.
+    // Runs the uninstaller of the folder, with its temporary copy, until both have ended.
     void Uninstall(const Text& folder);
-    // From now on, the state before is what is on the machine now.
+    // The present state of the machine becomes the state before.
     void Rebase();
-    // What came, went ("gone") or became something else since the state before.
+    // Returns what is new, gone ("gone") or different since the state before.
     State Changes() const;
 
     static const Text package;
@@ -35,7 +34,7 @@ class EndToEndTest : public ScratchTest {
     snapshot::Snapshot m_before;
 };
 
-// What an install leaves.
+// The choices of an install that decide what it leaves.
 struct Plan {
     std::string target = "<Scratch>\\Qantivo";
     bool allUsers = false;
@@ -43,18 +42,18 @@ struct Plan {
     bool desktopIcon = true;
     bool autoStart = false;
 };
-// All together: files, group, shortcuts, registry, with the application's own registration and the handler's.
+// Everything together: files, group, shortcuts, registry, and what the application and the handler register.
 State Installed(const Plan& plan);
 State InstalledFiles(const std::string& target);
 State PortableFiles(const std::string& target);
 
-// `base` with the items of `more` put in; an item "" in `more` is taken out.
+// Returns `base` with the items of `more` added. An item "" in `more` is removed.
 State With(State base, const State& more);
 
-// Compares item by item, and prints only what differs.
+// Compares item by item, and prints only the differences.
 ::testing::AssertionResult Same(const State& expected, const State& actual);
 
-// Paths of the machine in a text as the names above, and back.
+// Replaces paths of the machine in a text by the names above. Where does the opposite.
 std::string Neutral(std::string text);
 std::string Narrow(const Text& text);
 Text Where(std::string text);

@@ -1,4 +1,4 @@
-// What a setup that closes copies reaches and what it doesn't: only the embedded machine can make its calls fail.
+// Which copies setup closes and which it doesn't. Only the embedded machine can make its calls fail.
 #include "end_to_end/copy.h"
 #include "end_to_end/run.h"
 #include "winhost.h"
@@ -7,7 +7,7 @@ namespace {
 
 class ClosedCopies : public EndToEndTest {};
 
-// The copies stay when their list is counted but can't be read.
+// If the list can be counted but not read, the copies stay.
 TEST_F(ClosedCopies, AreThoseOfTheList) {
     const RunningProgram copy = StartCopy(package);
     winhost::SetProgramFaults("setup.exe", {{.call = "MapViewOfFile", .nth = 3}});
@@ -16,7 +16,7 @@ TEST_F(ClosedCopies, AreThoseOfTheList) {
     EXPECT_TRUE(copy.Runs() && Exists(target + TEXT("\\QtvUnInst.log")));
 }
 
-// If setup can't open the process, the application itself decides how it ends.
+// If setup can't open a copy's process, the application itself decides how it ends.
 TEST_F(ClosedCopies, AreToldThatSetupClosesThem) {
     const RunningProgram copy = StartCopy(package);
     COXInstanceManager list(TEXT("Lorvanta.Qantivo-ZR.v4"), 1024, false);

@@ -1,4 +1,4 @@
-// Setup and uninstall beside running copies of the application.
+// Setup and uninstall while copies of the application run.
 #include <list>
 
 #include "end_to_end/copy.h"
@@ -59,7 +59,7 @@ TEST_F(RunningCopies, AreEndedWhenTheyRefuseToClose) {
     EXPECT_EQ(Setup(TEXT("-install -s -instdir C:\\Scratch\\Qantivo")), 0u);
     EXPECT_EQ(refuses.ExitCode(), 0u);
     EXPECT_TRUE(HasEnded(closes));
-    // An install into a folder that the command line names marks two folders that are not there yet.
+    // An install into a folder that the command line names marks two folders that don't exist yet.
     EXPECT_TRUE(Same(With(Installed({}), {{"mark 001", "delete <Scratch>\\Qantivo\\x64"},
                                           {"mark 002", "delete <Scratch>\\Qantivo\\Samples"}}),
                      Changes()));

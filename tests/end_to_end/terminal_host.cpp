@@ -15,7 +15,7 @@ namespace {
 constexpr DWORD kSessionEnded = 0x40010004;
 constexpr int kPatienceMs = 10000;
 
-// Input and output of this process, and of what it starts, for the object's lifetime.
+// Redirects input and output of this process, and of what it starts, while the object lives.
 class Streams {
   public:
     explicit Streams(int descriptor) {
@@ -50,7 +50,7 @@ TEST_F(Terminal, TakesAPersonThroughTheWizard) {
     termios settings = {};
     cfmakeraw(&settings);
     ASSERT_EQ(openpty(&person, &program, nullptr, &settings, nullptr), 0);
-    // Refused at first: a new folder's name that is no folder, and a Cancel that is taken back.
+    // Two things are refused at first: a new folder's name that is no folder, and a Cancel that is taken back.
     const std::string keys = "\n\n1\n4\n1\nC:\\Nowhere\n3\nok\n4\n7\nno\n\n1\nQantivo pictures\n\n\n\n";
     ASSERT_EQ(write(person, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
     const RunningProgram setup = Start(program);

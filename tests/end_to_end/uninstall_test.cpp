@@ -14,8 +14,8 @@ State Marks(const std::vector<std::string>& what) {
     return state;
 }
 
-// The marks of any uninstall: the copy first; for a pattern that matches "." and "..", those; then the x64
-// folder, which is marked whether or not it is there.
+// The marks of every uninstall. The copy comes first. A pattern that matches "." and ".." marks these. The x64 folder
+// comes next; it is marked even if it is missing.
 std::vector<std::string> UsualMarks(const std::string& folder) {
     return {"delete <Temp>\\uni*.tmp", "delete " + folder + "\\Samples", "delete " + folder,
             "delete " + folder + "\\x64"};
@@ -70,10 +70,10 @@ TEST_F(Uninstalled, LeavesNothingButItsCopyAndThenNothing) {
         LPCWSTR options;
         std::string folder;
         std::unique_ptr<Held> (*meanwhile)(const Text& folder) = nullptr;
-        std::string waits = {};  // a file that goes at the next start
+        std::string waits = {};  // a file that the next start deletes
         State stays = {};
     } rows[] = {
-        // The walk over Samples marks the folder, so the mark of the folder comes after that of the file.
+        // The search through Samples marks the folder, so its mark comes after that of the file.
         {.options = TEXT("-s -autostart -sfxname=C:\\Scratch\\dl\\pkg.exe"),
          .folder = kDefault,
          .meanwhile = RunCopyAndHoldReadme,
@@ -98,7 +98,7 @@ TEST_F(Uninstalled, LeavesNothingButItsCopyAndThenNothing) {
         Uninstall(folder);
 
         std::vector<std::string> marks = UsualMarks(row.folder);
-        // The restart took the empty folder, which the install had marked when it wasn't there yet.
+        // The restart removed the empty folder. The install had marked it before it existed.
         if (row.folder == own) marks.push_back(marks.back());
         State left = With(row.stays, {{"<Temp>\\uni*.tmp", "= setup.exe"}});
         if (!row.waits.empty()) {
@@ -115,7 +115,7 @@ TEST_F(Uninstalled, LeavesNothingButItsCopyAndThenNothing) {
     }
 }
 
-// Marks of an uninstall stay when the product is installed again, and the next start deletes the new files.
+// Marks of an uninstall stay when the product is installed again. The next start then deletes the new files.
 TEST_F(Uninstalled, OldMarksTakeFromANewInstallation) {
     const Text folder = Wide(kDefault);
     Setup(TEXT("-s"));

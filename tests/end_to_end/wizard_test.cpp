@@ -1,4 +1,4 @@
-// Whole installs by the wizard: the built program from a real package folder, driven from outside.
+// Whole installs in the wizard: the built program runs from a real package folder and is used from outside.
 #include "end_to_end/run.h"
 #include "resource.h"
 
@@ -27,7 +27,7 @@ TEST_F(Wizard, InstallsWhatItsPagesSayAndStartsTheProduct) {
         wizard.PressInPage(IDC_AUTOSTART);
         wizard.PressInPage(IDC_DESKTOP);
         Next(wizard, 1);
-        // The second half of a double click finds the button disabled, and is forgotten.
+        // The second click of a double click finds the button disabled and is ignored.
         for (int click = 0; click < 2; ++click)
             EXPECT_TRUE(PostMessageW(wizard.Control(IDOK), WM_KEYDOWN, VK_RETURN, 0));
         wizard.Await("Finish", [&] { return TextOf(wizard.Control(IDOK)) == TEXT("&Finish >"); });
@@ -60,7 +60,7 @@ TEST_F(Wizard, LeavesNothingWhenItIsCancelled) {
     EXPECT_TRUE(Same({}, Changes()));
 }
 
-// It asks before it replaces the same version. What can't be replaced at once waits for the restart that the
+// The wizard asks before it replaces the same version. What can't be replaced at once waits for the restart that the
 // last page asks for.
 TEST_F(Wizard, ReplacesWhatTheUserAgreesToReplace) {
     Setup(TEXT("-s"));

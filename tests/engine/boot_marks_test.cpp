@@ -9,7 +9,7 @@ using BootMarksTest = ScratchTest;
 constexpr WCHAR kInitFile[] = TEXT("WININIT.INI");
 constexpr DWORD kSectionChars = 16384;
 
-// A value of another type than the system's keeps it from taking marks.
+// A value that isn't of the system's type prevents new marks.
 void RefuseMarks() {
     HKEY key;
     ASSERT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, TEXT("SYSTEM\\CurrentControlSet\\Control\\Session Manager"),
@@ -28,7 +28,7 @@ Text InitPath() {
     return windows + Text(TEXT("\\")) + kInitFile;
 }
 
-// The entries of the section, one a line.
+// The entries of the section, one on each line.
 Text RenameEntries() {
     std::vector<WCHAR> section(kSectionChars * 2);
     const DWORD count =
@@ -38,7 +38,7 @@ Text RenameEntries() {
     return entries;
 }
 
-// Fills the section with `cch` characters, the nulls behind the entries counted, the list's own one not.
+// Fills the section with `cch` characters. The null after each entry counts, the null that ends the list doesn't.
 void FillSection(std::size_t cch) {
     const Text list = TEXT("NUL=") + Text(cch - 5, TEXT('x')) + Text(1, 0);
     ASSERT_TRUE(WritePrivateProfileSectionW(TEXT("rename"), list.c_str(), kInitFile));
@@ -62,7 +62,7 @@ TEST_F(BootMarksTest, MarksKeepTheOrderOfTheirCalls) {
 
 TEST_F(BootMarksTest, TheSectionTakesWhatTheSystemRefuses) {
     RefuseMarks();
-    // The shorter list comes second, and nothing of the longer one may follow it.
+    // The shorter list is written second, so that no part of the longer one may follow it.
     for (const Text& path : {TEXT("C:\\") + Text(9000, TEXT('x')), Text(TEXT("C:\\first"))}) {
         (void)DeleteFileW(InitPath().c_str());
         EXPECT_TRUE(ScheduleBootDelete(path.c_str()));
@@ -73,7 +73,7 @@ TEST_F(BootMarksTest, TheSectionTakesWhatTheSystemRefuses) {
         WritePrivateProfileSectionW(TEXT("rename"), TEXT("C:\\new=C:\\old\0NUL=C:\\theirs\0"), kInitFile));
     EXPECT_TRUE(ScheduleBootDelete(TEXT("C:\\ours")));
     EXPECT_EQ(g_rebootNeeded, 0);
-    // No true move, here: the source is deleted.
+    // The section has no real move: the source is deleted.
     EXPECT_TRUE(ScheduleBootReplace(TEXT("C:\\ours.new"), TEXT("C:\\ours")));
     EXPECT_NE(g_rebootNeeded, 0);
     EXPECT_TRUE(ScheduleBootDelete(TEXT("C:\\ours")));
@@ -104,7 +104,7 @@ TEST_F(BootMarksTest, ASectionThatWouldReachItsLimitEndsTheProcess) {
 
 TEST_F(BootMarksTest, DeleteMatchingDeletesOrMarks) {
     const std::string all = "a.dll:a b.DLL:b c.txt:c sub\\z.dll:z x.dll:y";
-    // "a" and stars up to the length of a search path.
+    // "a" and so many stars that the search path has the given length.
     const auto stars = [](std::size_t cch) { return "a" + std::string(cch - At("f\\a").size(), '*'); };
     const struct {
         const char* name;
@@ -116,7 +116,7 @@ TEST_F(BootMarksTest, DeleteMatchingDeletesOrMarks) {
         {"one name", At("f"), "c.txt", "", "a.dll:a b.DLL:b sub\\z.dll:z x.dll:y", "", 1},
         {"one in use", At("f/"), "?.dll", "a.dll", "a.dll:a c.txt:c sub\\z.dll:z", "a.dll", 2},
         {"folder part", At("f"), "sub\\?.dll", "", "a.dll:a b.DLL:b c.txt:c sub\\ x.dll:y", "", 1},
-        {"missed behind the other separator", At("f"), "sub/?.dll", "", all.c_str(), "z.dll", 0},
+        {"missed after the other separator", At("f"), "sub/?.dll", "", all.c_str(), "z.dll", 0},
         {"no pattern", At("f"), "", "", all.c_str(), "", 0},
         {"all, with the folder and its parent", At("f\\sub"), "*.*", "",
          "a.dll:a b.DLL:b c.txt:c sub\\ x.dll:y", "sub .", 1},

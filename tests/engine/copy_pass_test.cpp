@@ -80,10 +80,10 @@ TEST_F(CopyPassTest, TwoNamesAreTakenLiterallyEvenWithoutTheSecond) {
         "File Copy: ? > wild\r\n"
         "File Copy: e >\r\n");
     EXPECT_EQ(Look(kTarget), State("new:4 tight:1 d:2 .new:3"));
-    // Without a new name the file would take the folder's place.
+    // Without a new name, the file would replace the folder.
     EXPECT_EQ(BootMarks(), Marks("Q8\\ Q8\\.new>Q8\\", At("apps")));
     EXPECT_EQ(g_rebootNeeded, 1);
-    // The root of a drive has no parent: its files go into the root of the current drive.
+    // The root of a drive has no parent folder, so the files go into the root of the current drive.
     g_targetDir = TEXT("C:");
     g_installType = kPortable;
     Run("File Copy prt: c > Scratch\\rooted");
@@ -91,7 +91,7 @@ TEST_F(CopyPassTest, TwoNamesAreTakenLiterallyEvenWithoutTheSecond) {
 }
 
 TEST_F(CopyPassTest, TheProbeLooksForALibraryOtherThanThePackagesOwn) {
-    // The current folder is among the places where the system looks.
+    // The current folder is one of the places where the system looks.
     g_sourceDir = kScratch.c_str();
     const Text library = At("runtime9.dll");
     ImportFile(QTV_BUILD_FOLDER "/package/runtime9.dll", library);
@@ -104,13 +104,13 @@ TEST_F(CopyPassTest, TheProbeLooksForALibraryOtherThanThePackagesOwn) {
     };
     EXPECT_EQ(copied("File Copy ind: runtime9.dll"), Names("runtime9.dll"));
     EXPECT_EQ(copied("File Copy ind: runtime9.dll > r.dll"), Names("r.dll"));
-    // One from elsewhere counts when it can be loaded.
+    // A library from elsewhere counts only if it can be loaded.
     g_sourceDir = kPackage.c_str();
     ImportFile(QTV_BUILD_FOLDER "/package/runtime9.dll", kPackage + TEXT("\\runtime9.dll"));
     EXPECT_EQ(copied("File Copy ind: runtime9.dll"), Names(""));
     MakeFile(library, "broken");
     EXPECT_EQ(copied("File Copy ind: runtime9.dll"), Names("runtime9.dll"));
-    // A file that can't be renamed, as on a disc, is taken for one from elsewhere.
+    // A file that can't be renamed, such as one on a disc, counts as a file from elsewhere.
     const HeldFile held(kPackage + TEXT("\\runtime9.dll"), Hold::NoDelete);
     ASSERT_TRUE(SetCurrentDirectoryW(g_sourceDir));
     EXPECT_EQ(copied("File Copy ind: runtime9.dll"), Names(""));
@@ -152,7 +152,7 @@ TEST_F(CopyPassTest, TheWalkStopsAtTheFirstFailureAndThePassGoesOn) {
     Make("a.dll:old b.dll:old", kTarget);
     const HeldFile a(kTarget + TEXT("\\a.dll"), Hold::NoDelete), b(kTarget + TEXT("\\b.dll"), Hold::NoDelete);
     Run("File Copy: *.dll\r\nFile Copy: z.txt\r\n");
-    // Which of the two comes first is the file system's business.
+    // The file system decides which of the two comes first.
     const Files left = Look(kTarget);
     EXPECT_EQ(left.count(TEXT("a.dll.new")) + left.count(TEXT("b.dll.new")), 1u);
     EXPECT_EQ(left.count(TEXT("z.txt")), 1u);

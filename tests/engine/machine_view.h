@@ -1,5 +1,5 @@
-// Files, folders and marks of the engine's tests in short notation, all by paths relative to a folder. A list
-// has blanks between its items.
+// A short notation for files, folders and boot-time marks in the engine's tests. All paths are relative to a folder. A
+// list has blanks between its items.
 #pragma once
 
 #include <map>
@@ -24,10 +24,10 @@ inline std::vector<Text> Names(const std::string& list) {
     return names;
 }
 
-// Every file with its bytes, and every folder, with a closing separator, with none.
+// Every file with its bytes, and every folder with no bytes. A folder's name ends with a backslash.
 using Files = std::map<Text, std::string>;
 
-// A list of NAME:BYTES for files and NAME\ for folders; the folders above them belong to it unnamed.
+// Reads a list of NAME:BYTES for files and NAME\ for folders. The folders above them are added without being named.
 inline Files State(const std::string& list) {
     Files files;
     for (const std::string& item : Items(list)) {
@@ -57,7 +57,7 @@ inline void Make(const std::string& list, const Text& folder = kScratch) {
     }
 }
 
-// A list of SOURCE for deletes and SOURCE>TARGET for moves; "." is the folder itself.
+// Reads a list of SOURCE for deletes and SOURCE>TARGET for moves. "." is the folder itself.
 inline std::vector<Mark> Marks(const std::string& list, const Text& folder = kScratch) {
     const auto path = [&](const std::string& name) {
         return name == "." ? folder : folder + TEXT("\\") + Wide(name);
@@ -71,7 +71,7 @@ inline std::vector<Mark> Marks(const std::string& list, const Text& folder = kSc
     return marks;
 }
 
-// The marks behind the first `earlier`.
+// The marks after the first `earlier` ones.
 inline std::vector<Mark> MarksFrom(std::size_t earlier) {
     std::vector<Mark> marks = BootMarks();
     marks.erase(marks.begin(), marks.begin() + static_cast<std::ptrdiff_t>(std::min(earlier, marks.size())));

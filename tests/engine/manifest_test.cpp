@@ -29,7 +29,7 @@ TEST_F(ManifestTest, LinesAreBytesTrimmedAtTheirRightEnd) {
         std::vector<Text> lines;
     } rows[] = {
         {"either line end, and none at last", "a b\r\nc\nd", {TEXT("a b"), TEXT("c"), TEXT("d")}},
-        {"right end alone", " \tname \t\x01\x1f \r\n", {TEXT(" \tname")}},
+        {"only the right end", " \tname \t\x01\x1f \r\n", {TEXT(" \tname")}},
         {"the first character is never cut",
          "\n \n\t \n \r\n",
          {TEXT("\n"), TEXT(" "), TEXT("\t"), TEXT(" ")}},

@@ -43,7 +43,7 @@ TEST_F(RemovalPassTest, FilesGoFirstAndThenTheFolders) {
 
     RunRemovalPass(kLog.c_str(), kFolder.c_str(), nullptr);
     EXPECT_EQ(Look(kFolder), State("left:1 keep:1 held:1 outer\\"));
-    // The search for sub\* finds the folder and its parent as well. A comment is part of a folder's name.
+    // The search for sub\* also finds the folder and its parent. A comment becomes part of a folder's name.
     std::vector<Mark> marks = Marks("held sub . outer missing", kFolder);
     marks.emplace_back(kFolder + TEXT("\\sub | comment"), TEXT(""));
     EXPECT_EQ(BootMarks(), marks);

@@ -14,7 +14,7 @@ int Replace(const std::string& from, const std::string& to, LPCWSTR newName = nu
     return ReplaceFile(name, At(from).c_str(), At(to).c_str(), newName);
 }
 
-// The folder "to" with the items of a list in it; "@" after an item says what is about it.
+// The folder "to" with the items of a list. "@" after an item begins its state, such as held or running.
 class Target {
   public:
     explicit Target(const std::string& list) {
@@ -38,7 +38,7 @@ class Target {
     FileStream m_read;
 };
 
-// "from" holds a new a.dll, and keeps it.
+// "from" has a new a.dll, which stays there.
 TEST_F(ReplaceFileTest, ComparesFoldersAsTextAndTakesAnotherName) {
     const LPCWSTR b = TEXT("b.dll");
     const struct {
@@ -69,7 +69,7 @@ TEST_F(ReplaceFileTest, ComparesFoldersAsTextAndTakesAnotherName) {
     }
 }
 
-// What runs has no bytes worth a look.
+// The contents of a running program are not compared.
 TEST_F(ReplaceFileTest, PutsTheFileInPlaceWhateverStandsThere) {
     const struct {
         const char *name, *before, *after, *marks;
@@ -123,7 +123,7 @@ TEST_F(ReplaceFileTest, ReadOnlyAndHiddenGoAndOtherAttributesStay) {
     EXPECT_EQ(Replace("from", "to"), 0);
     EXPECT_EQ(GetFileAttributesW(target.c_str()), FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_ARCHIVE);
 
-    // Under another name in the folder no attribute is taken away, so the old file stays.
+    // Under another name in the same folder, the old file keeps its attributes, so it stays.
     protect(At("from\\b.dll"));
     EXPECT_EQ(Replace("from", "from", TEXT("b.dll")), 1);
     EXPECT_EQ(FileBytes(At("from\\b.dll")), "old");

@@ -41,7 +41,7 @@ TEST(CString, ComparesByCodeUnitAndFoldsOnlyAToZ) {
     EXPECT_EQ(Str(CString(TEXT("az[\u00E9")).MakeUpper()), TEXT("AZ[\u00E9"));
 }
 
-// What counts as white space is the runtime library's decision, and must be the same on every machine.
+// The runtime library decides what is white space. It must be the same on every machine.
 TEST(CString, TrimsTheRuntimeLibrarysWhiteSpace) {
     for (const WCHAR space :
          std::initializer_list<WCHAR>{0x09, 0x0A, 0x0B, 0x0C, 0x0D, 0x20, 0xA0, 0x1680, 0x2000, 0x200A,

@@ -1,4 +1,4 @@
-// Pins a long text or a block of bytes by one number.
+// A number that pins a long text or a block of bytes.
 #pragma once
 
 #include <cstdint>

@@ -22,7 +22,7 @@ LRESULT Send(HWND window, UINT message, WPARAM wParam = 0, LPARAM lParam = 0) {
     return static_cast<LRESULT>(result);
 }
 
-// A dialog of the process that can be seen; a null title means any.
+// Returns a visible dialog of the process. A null title means any title.
 HWND FindDialog(DWORD process, LPCWSTR title) {
     for (HWND dialog = nullptr; (dialog = FindWindowExW(nullptr, dialog, kDialogClass, title));) {
         DWORD owner = 0;
@@ -37,7 +37,7 @@ void ExpectCanBePressed(HWND button) {
         throw std::runtime_error("nobody can press " + std::to_string(GetDlgCtrlID(button)));
 }
 
-// A window of the thread whose dialog RunDriven shows. It does what only that thread can do.
+// A window of the thread that runs the dialog for RunDriven. It does what only that thread can do.
 HWND servant;
 constexpr UINT kServe = WM_APP;
 constexpr UINT kCount = WM_APP + 1;
@@ -136,11 +136,11 @@ int Driver::Focus() const {
 }
 
 void Driver::Settle() const {
-    // A message may post another one, and that a third.
+    // A message may post a second one, and that one a third.
     for (int round = 0; round < 4; ++round) {
         static WPARAM number;
         ++number;
-        // Posted repeatedly, because a message that arrives while a box is answered may be lost.
+        // Posted again and again, because a message may be lost that arrives while a box is answered.
         ::Await("the dialog's thread", [&] {
             return counted == number || !IsWindow(m_dialog) || !PostMessageW(servant, kCount, number, 0);
         });
@@ -176,7 +176,7 @@ INT_PTR RunDriven(const Text& title, const std::function<INT_PTR()>& dialog,
         } catch (const std::exception& failure) {
             ADD_FAILURE() << failure.what();
         }
-        // The dialog may wait for others that it has opened.
+        // The dialog may be waiting for dialogs that it has opened.
         const auto endAll = [&] {
             if (const HWND open = FindDialog(process, nullptr)) (void)EndDialog(open, 0);
             return ended.load();

@@ -1,5 +1,5 @@
-// Drives the dialogs of this process, or of a program that a test has started, as a person does: from another
-// thread or another process.
+// Uses the dialogs of this process, or of a program that a test has started, as a person does: from another thread or
+// another process.
 #pragma once
 
 #include <functional>
@@ -9,37 +9,37 @@
 // An open dialog: the wizard's frame, or a window that it has opened.
 class Driver {
   public:
-    // Waits for a dialog of the process with that title. Here and below, what doesn't come ends the test with
-    // a failure (an exception).
+    // Waits for a dialog of the process with that title. Here and below, if what is awaited doesn't come, the test ends
+    // with a failure (an exception).
     Driver(DWORD process, const Text& title);
 
     HWND Window() const { return m_dialog; }
-    // The dialog within it, if there is one.
+    // Returns the dialog inside this one, if there is one.
     HWND Page() const;
-    // A control of the dialog, or of the page.
+    // Returns a control of the dialog, or of its page.
     HWND Control(int control) const;
     HWND PageControl(int control) const;
-    // Waits two seconds at most for the dialog's end.
+    // Waits at most two seconds for the dialog's end. Returns whether it has ended.
     bool HasEnded() const;
     Text Title() const;
 
-    // Presses a button and waits until the program has done what it does then. A button that a person can't
-    // press ends the test.
+    // Presses a button and waits until the program has handled it. If a person couldn't press the button, the test ends
+    // with a failure.
     void Press(HWND button) const;
     void Press(int button) const { Press(Control(button)); }
     void PressInPage(int button) const { Press(PageControl(button)); }
-    // Presses a button that opens another dialog, with that title.
+    // Presses a button that opens another dialog with that title, and returns that dialog.
     Driver Open(HWND button, const Text& title) const;
     void Type(HWND edit, const Text& text) const;
-    // Presses a button that opens the folder browser, and chooses the folder there. An empty text means the
-    // folder at which the browser opens, and no text cancels the browser.
+    // Presses a button that opens the folder browser, and chooses the folder there. An empty text chooses the folder at
+    // which the browser opens. No text cancels the browser.
     void Browse(HWND button, const std::optional<Text>& folder) const;
-    // Waits until the condition holds, and until the program waits for the person again.
+    // Waits until the condition holds and the program waits for the person again.
     void Await(const std::string& what, const std::function<bool()>& condition) const;
-    // Presses a key in the control that has the focus, of a dialog that RunDriven shows, and waits for what
-    // follows. The message is one of a key or of a character.
+    // Presses a key in the focused control of a dialog that RunDriven shows, and waits for its effects. The message is
+    // that of a key or of a character.
     void Key(UINT message, WPARAM key, bool shift = false) const;
-    // The number of that control.
+    // Returns the id of the focused control of such a dialog.
     int Focus() const;
     // Waits until the thread of a dialog that RunDriven shows has dispatched all that was posted to it, or until
     // the dialog is gone.
@@ -54,7 +54,7 @@ Text TextOf(HWND window);
 bool IsShown(HWND window);
 bool IsTicked(HWND button);
 
-// Runs `dialog` (something that shows a dialog with that title and waits for it) on this thread and `person`
-// on another. If the dialog is still open when the person is done, the test fails and the dialog is ended.
+// Runs `dialog` (it shows a dialog with that title and waits for its end) on this thread and `person` on another one.
+// Returns the result of `dialog`. If the dialog is still open after `person`, the test fails and the dialog is ended.
 INT_PTR RunDriven(const Text& title, const std::function<INT_PTR()>& dialog,
                   const std::function<void(const Driver&)>& person);

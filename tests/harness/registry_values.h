@@ -17,7 +17,7 @@ inline StoredValue Number(DWORD number) {
     return {REG_DWORD, {reinterpret_cast<const char*>(&number), sizeof number}};
 }
 
-// A null name means the key's default value. Makes the key with all missing levels.
+// Writes a value and makes the key with all missing levels. A null name means the key's default value.
 inline void PutValue(HKEY hive, const Text& key, LPCWSTR name, const StoredValue& value) {
     HKEY opened;
     ASSERT_EQ(RegCreateKeyW(hive, key.c_str(), &opened), ERROR_SUCCESS);
@@ -34,7 +34,7 @@ inline bool HasKey(HKEY hive, const Text& key) {
     return true;
 }
 
-// None when the key or the value is missing.
+// Returns none when the key or the value is missing.
 inline std::optional<StoredValue> GetValue(HKEY hive, const Text& key, LPCWSTR name) {
     HKEY opened;
     if (RegOpenKeyExW(hive, key.c_str(), 0, KEY_READ, &opened) != ERROR_SUCCESS) return {};

@@ -1,5 +1,5 @@
-// The objects of the run for tests, which don't link the program's own: the list of running copies has another
-// name here. Before each test all variables of the run return to their start values.
+// The objects of a run, for tests. Tests don't link the program's own objects: here the list of running copies has
+// another name. Before each test, all variables of the run get their start values again.
 #include "app/setup_state.h"
 
 #include "app/setup_app.h"

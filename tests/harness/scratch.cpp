@@ -26,7 +26,7 @@ std::map<std::string, int (*)()>& ChildPrograms() {
     return programs;
 }
 
-// Calls the body for each entry of the folder but "." and "..".
+// Calls the body for each entry of the folder except "." and "..".
 template <class Body>
 void ForEachEntry(const Text& folder, const Text& pattern, Body body) {
     WIN32_FIND_DATAW data;
@@ -180,7 +180,7 @@ void DeleteTree(const Text& path) {
     const bool isFolder = attributes & FILE_ATTRIBUTE_DIRECTORY;
     if (isFolder)
         ForEachEntry(path, TEXT("*"), [&](const Text& name, bool) { DeleteTree(path + TEXT("\\") + name); });
-    // A program's file is in use for a moment longer than the program.
+    // A program's file stays in use for a moment after the program has ended.
     DWORD error = 0;
     const auto gone = [&] {
         const BOOL deleted = isFolder ? RemoveDirectoryW(path.c_str()) : DeleteFileW(path.c_str());
@@ -229,7 +229,7 @@ std::string Utf16(const std::string& ascii) {
 void SetFileVersion(const Text& path, unsigned major, unsigned minor, unsigned release, unsigned build) {
     std::optional<std::string> bytes = FileBytes(path);
     ASSERT_TRUE(bytes) << GetLastError();
-    // Put together here, so that the test program's own file doesn't hold the key a second time.
+    // The mark is put together here, so that the test program's own file doesn't contain it twice.
     const std::size_t block = bytes->find("\xBD\x04\xEF\xFE", bytes->find(Utf16("VS_VERSION_INFO")));
     ASSERT_NE(block, std::string::npos) << "no version block";
     const WORD numbers[] = {static_cast<WORD>(minor), static_cast<WORD>(major), static_cast<WORD>(build),
@@ -355,7 +355,7 @@ bool AddChildProgram(const char* name, int (*body)()) {
 
 namespace {
 
-// What the programs started meanwhile run instead of tests.
+// Programs started while this object lives run that body instead of tests.
 class ChildName {
   public:
     explicit ChildName(const char* name) {
@@ -376,7 +376,7 @@ DWORD RunChild(const char* name, const Text& program, const Text& arguments) {
 
 RunningProgram StartChild(const char* name, const Text& arguments) {
     const Text program = kScratch + TEXT("\\running.exe");
-    // Another one may be running from it.
+    // Another program may be running from the file.
     if (!Exists(program)) Import(OwnProgram(), program);
     const ChildName child(name);
     return RunningProgram(program + TEXT(" ") + arguments);

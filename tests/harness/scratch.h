@@ -1,5 +1,5 @@
 // The machine that tests act on, with the same functions on both targets. Under Windows it is the running system (a
-// Wine prefix), on the host an embedded machine that belongs to the test program.
+// Wine prefix). On the host it is an embedded machine that belongs to the test program.
 #pragma once
 
 #include <framework.h>
@@ -16,7 +16,7 @@ using Text = std::basic_string<WCHAR>;
 inline Text Wide(const std::string& ascii) {
     return {ascii.begin(), ascii.end()};
 }
-// The text as the bytes of a file.
+// Returns the text as the bytes of a UTF-16 file.
 std::string Utf16(const std::string& ascii);
 
 // A failed comparison shows the text.
@@ -24,20 +24,19 @@ inline void PrintTo(const CString& text, std::ostream* stream) {
     *stream << ::testing::PrintToString(text.Text());
 }
 
-// Polls a condition. False when it doesn't hold within that time.
+// Polls a condition. Returns false when it doesn't hold within that time.
 bool HoldsWithin(DWORD milliseconds, const std::function<bool()>& condition);
-// Waits until the condition holds, for ten seconds at most: then the test ends with a failure that says what
-// it waited for (an exception).
+// Waits at most ten seconds until the condition holds. After that, the test ends with a failure (an exception) that
+// names `what`.
 void Await(const std::string& what, const std::function<bool()>& condition);
 
 // Where a test keeps its files.
 inline const Text kScratch = TEXT("C:\\Scratch");
 
-// Each test starts on a clean machine: an empty C:\Scratch that is the current folder, no uninstaller
-// (uni*) in the temporary folder, no boot-time marks, no WININIT.INI, no registry keys of the product, no
-// C:\Program Files\Qantivo 8, nothing whose name begins with "Qantivo" in the Programs, Startup and Desktop
-// folders, and no program left running by an earlier test. Programs that the test has started and left
-// running end with it.
+// Each test starts on a clean machine. C:\Scratch is empty and is the current folder. There is no uninstaller (uni*) in
+// the temporary folder, no boot-time mark, no WININIT.INI, no registry key of the product, no C:\Program Files\Qantivo
+// 8, nothing whose name begins with "Qantivo" in the Programs, Startup and Desktop folders, and no program left running
+// by an earlier test. Programs that a test leaves running end with the test.
 class ScratchTest : public ::testing::Test {
   protected:
     ScratchTest();
@@ -45,51 +44,51 @@ class ScratchTest : public ::testing::Test {
 };
 
 // ---- files (paths are Windows paths) ----
-void MakeFile(const Text& path, const std::string& bytes = "content");  // makes missing folders too
-std::optional<std::string> FileBytes(const Text& path);                 // none when it can't be read
+void MakeFile(const Text& path, const std::string& bytes = "content");  // also makes missing folders
+std::optional<std::string> FileBytes(const Text& path);                 // none if it can't be read
 bool Exists(const Text& path);
-void MakeFolder(const Text& path);  // with missing parents
-// Deletes a file, or a folder with all below it, whatever the attributes. The test fails when something stays.
+void MakeFolder(const Text& path);  // also makes missing parents
+// Deletes a file, or a folder with everything in it, whatever the attributes are. The test fails if something stays.
 void DeleteTree(const Text& path);
-// Every file and folder below, sorted, relative to the folder; folders end in a backslash.
+// Returns every file and folder below, sorted, relative to the folder. Folders end with a backslash.
 std::vector<Text> Tree(const Text& folder = kScratch);
-// Copy a file or folder of the build (an absolute path of the build machine, such as QTV_BUILD_FOLDER
-// "/package") onto the machine. Programs stay programs.
+// Copy a file or folder of the build (an absolute path of the build machine, such as QTV_BUILD_FOLDER "/package") onto
+// the machine. Programs stay programs.
 void ImportFile(const std::string& buildPath, const Text& target);
 void ImportFolder(const std::string& buildPath, const Text& target);
 // Overwrites the four numbers of the version block in a program file.
 void SetFileVersion(const Text& path, unsigned major, unsigned minor, unsigned release, unsigned build);
 
-// ---- what the running system does differently from Windows; always false except under Wine ----
+// ---- what the running system does differently from Windows; all false except under Wine ----
 enum class Deviation {
-    OverwritesReadOnly,      // opening or copying over a read-only file succeeds (Wine as root)
+    OverwritesReadOnly,      // opening or copying over a read-only file works (Wine as root)
     SearchesByOtherRules,    // "?" at the end, "<", and a quote find fewer names
-    ClassesOutliveTheUsers,  // a handle of a user's class shows the machine's when the user's is deleted
-    KeepsFailedStarts,       // CreateProcessW leaves what stood in its answer when it fails
+    ClassesOutliveTheUsers,  // a handle of a user's class shows the machine's once the user's is deleted
+    KeepsFailedStarts,       // CreateProcessW doesn't clear its answer when it fails
 };
 bool Deviates(Deviation deviation);
-// What the running system is to answer to a fact: `windows`, or under Wine what the table in
-// scratch_windows.cpp has for the fact.
+// Returns what the running system must answer to a fact. This is `windows`, or under Wine the answer for the fact in
+// the table in scratch_windows.cpp.
 std::string Expected(const std::string& fact, const std::string& windows);
 
 // ---- registry ----
-// Deletes a key with all below it. A missing key is no failure.
+// Deletes a key and everything below it. A missing key is no failure.
 void DeleteKeyTree(HKEY parent, const Text& key);
 
-// ---- boot-time marks, in order: source, and target or empty for a delete; "!" before a target that may be
+// ---- boot-time marks, in order: source, and target, which is empty for a delete; "!" before a target that may be
 // replaced ----
 using Mark = std::pair<Text, Text>;
 std::vector<Mark> BootMarks();
-// The next start of the machine: ends the programs that the test left running and carries the marks out.
+// Does what the next start of the machine does: ends the programs that the test left running and carries out the marks.
 void RestartMachine();
 
 // ---- programs ----
-// Runs a program, waits for it and all that it started, and returns its exit code. The test fails after a minute.
-// `meanwhile` is called with the program's id before the wait.
+// Runs a program, waits until it and all that it started have ended, and returns its exit code. The test fails after a
+// minute. `meanwhile` is called with the program's id before the wait.
 DWORD RunProgram(const Text& commandLine, const Text& folder = kScratch,
                  const std::function<void(DWORD)>& meanwhile = {});
 
-// A program that runs beside the test. The destructor ends it.
+// A program that runs while the test continues. The destructor ends it.
 class RunningProgram {
   public:
     explicit RunningProgram(const Text& commandLine, const Text& folder = kScratch);
@@ -98,7 +97,7 @@ class RunningProgram {
     RunningProgram& operator=(RunningProgram&&) = delete;
     DWORD Id() const { return m_process.dwProcessId; }
     bool Runs() const;
-    // Waits for its end. None, and the test fails, when it doesn't end within a minute.
+    // Waits for its end. Returns none, and the test fails, if it doesn't end within a minute.
     std::optional<DWORD> ExitCode() const;
 
   private:
@@ -107,9 +106,8 @@ class RunningProgram {
 
 // ---- a file in use ----
 enum class Hold {
-    NoDelete,  // open for reading and shared for reading only: it can't be deleted, renamed or written
-    Running,   // a program that runs from it: renamed, but not deleted. The file at the path becomes a small
-               // program.
+    NoDelete,  // open for reading and shared only for reading: it can't be deleted, renamed or written
+    Running,   // a program runs from it, so it can be renamed, not deleted. The file becomes a small program
 };
 class HeldFile {
   public:
@@ -124,12 +122,12 @@ class HeldFile {
 };
 
 // ---- code in a process of its own ----
-// Code that ends its process runs in a process of its own: CHILD_PROGRAM(Name) { ...; return exitCode; }
-// stands beside the tests, and RunChild copies the test program to `program` and runs it with the arguments.
-// There it runs the named body instead of tests. Copies that the child makes of itself do the same.
+// Code that ends its process runs in its own process. CHILD_PROGRAM(Name) { ...; return exitCode; } is written beside
+// the tests. RunChild copies the test program to `program` and runs it with the arguments; there it runs the named body
+// instead of tests. Copies that the child makes of itself do the same. Returns the exit code.
 DWORD RunChild(const char* name, const Text& program = kScratch + TEXT("\\child.exe"),
                const Text& arguments = {});
-// Runs the child beside the test.
+// Starts the child and lets the test continue.
 RunningProgram StartChild(const char* name, const Text& arguments = {});
 bool AddChildProgram(const char* name, int (*body)());
 #define CHILD_PROGRAM(name)                                       \
@@ -137,10 +135,10 @@ bool AddChildProgram(const char* name, int (*body)());
     static const bool name##Added = AddChildProgram(#name, name); \
     static int name()
 
-// Answers the message boxes of this process and of programs that it runs, with these button ids in order. The test
-// fails when a box has no answer left or not that button, when an answer is left over, and when a box comes while no
-// such object exists. There is one at a time.
-// The answer kLeftOpen leaves the box open, and the test drives it like any dialog.
+// Answers the message boxes of this process and of the programs that it runs. The answers are button ids, in order. The
+// test fails when a box finds no answer left or lacks the button, when an answer is left over, and when a box comes
+// while no such object exists. Only one such object exists at a time. The answer kLeftOpen leaves the box open, and the
+// test uses it like any dialog.
 inline constexpr int kLeftOpen = 0;
 struct ShownBox {
     Text caption;
@@ -154,7 +152,7 @@ class BoxAnswers {
     ~BoxAnswers();
     BoxAnswers(const BoxAnswers&) = delete;
     BoxAnswers& operator=(const BoxAnswers&) = delete;
-    // The boxes shown so far, in order.
+    // Returns the boxes shown so far, in order.
     std::vector<ShownBox> Shown() const;
 
   private:

@@ -1,4 +1,4 @@
-// An embedded machine of the test program's own, in the build's folder; removed when the program ends.
+// The embedded machine of the test program. It is in the build folder and is removed when the program ends.
 #include <unistd.h>
 
 #include <cstring>
@@ -13,7 +13,7 @@ namespace {
 class OwnMachine {
   public:
     OwnMachine() {
-        // A child's program stands in the machine of the test that started it.
+        // A child's program is stored in the machine of the test that started it.
         if (winhost::InMachine()) return;
         m_root = fs::path(QTV_BUILD_FOLDER) / "machines" /
                  (std::string(program_invocation_short_name) + "." + std::to_string(getpid()));
@@ -30,8 +30,8 @@ class OwnMachine {
     fs::path m_root;
 };
 
-// After the start of the process, which has priority 101, and before all other static objects: some of them call the
-// platform.
+// Made after the start of the process, which has priority 101, and before all other static objects, because some of
+// them call the platform.
 [[gnu::init_priority(102)]] OwnMachine ownMachine;
 
 std::size_t eventsBefore;

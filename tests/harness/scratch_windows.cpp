@@ -1,4 +1,4 @@
-// The running system as the machine; under Wine, a prefix.
+// The running system as the machine. Under Wine, it is a prefix.
 #include <mutex>
 #include <thread>
 
@@ -13,10 +13,10 @@ constexpr DWORD kPollPause = 10;
 constexpr UINT kAnswerMs = 5000;
 constexpr int kMaxPrograms = 256;
 
-// The job that this process and all that it starts belong to.
+// The job that contains this process and all that it starts.
 HANDLE OwnJob() {
     static const HANDLE job = [] {
-        // The desktop's own process, which the first window starts, stays outside.
+        // The first window starts the process of the desktop, which must stay outside.
         (void)GetDesktopWindow();
         const HANDLE made = CreateJobObjectW(nullptr, nullptr);
         EXPECT_TRUE(AssignProcessToJobObject(made, GetCurrentProcess()));
@@ -46,7 +46,7 @@ bool UnderWine() {
     return system && GetProcAddress(system, "wine_get_version");
 }
 
-// What Wine answers otherwise than Windows.
+// The facts for which Wine's answer differs from Windows.
 constexpr struct {
     const char* fact;
     const char* answer;
@@ -87,7 +87,7 @@ void Answer(HWND box) {
     }
     for (const int safe : {IDCANCEL, IDOK, IDNO})
         if (!button && GetDlgItem(box, safe)) button = safe;
-    // Sent, not posted: the box is hidden when the call is back, and so isn't answered twice.
+    // Sent, not posted: the box is hidden when the call returns, so it isn't answered twice.
     DWORD_PTR result;
     SendMessageTimeoutW(box, WM_COMMAND, static_cast<WPARAM>(button), 0, SMTO_NORMAL, kAnswerMs, &result);
 }
@@ -110,7 +110,7 @@ std::vector<DWORD> StartedPrograms() {
 }
 
 fs::path BuildPath(const std::string& path) {
-    // Wine shows the build machine's root as drive Z.
+    // Wine shows the root of the build machine as drive Z.
     return path.starts_with('/') ? "Z:" + path : path;
 }
 
@@ -129,8 +129,8 @@ void CarryOutMarks() {
 }
 
 void HoldAccessTimes(const Text& folder) {
-    // The file system doesn't update a time that is later than the last change.
-    constexpr DWORD kTenDays = 2011;  // times 2^32 units of 100 nanoseconds
+    // The file system doesn't update a time of access that is later than the last change.
+    constexpr DWORD kTenDays = 2011;  // in units of 2^32 times 100 nanoseconds
     constexpr std::size_t cchDrive = 3;
     FILETIME ahead;
     GetSystemTimeAsFileTime(&ahead);

@@ -1,4 +1,4 @@
-// The functions of scratch.h that each target has its own version of.
+// The functions that scratch.h needs and that each target implements in its own way.
 #pragma once
 
 #include <filesystem>
@@ -7,24 +7,24 @@
 
 #include "harness/scratch.h"
 
-// Ids of the running programs that this test program started, directly or through others.
+// Returns the ids of the running programs that this test program started, directly or through others.
 std::vector<DWORD> StartedPrograms();
 
-// A path of the build machine as the running system spells it.
+// Returns a path of the build machine as the running system spells it.
 std::filesystem::path BuildPath(const std::string& path);
-// The test program's own file.
+// Returns the path of the test program's own file.
 std::filesystem::path OwnProgram();
-// A path of the machine as the build machine's functions take it.
+// Returns a path of the machine as the functions of the build machine need it.
 std::filesystem::path MachinePath(const Text& path);
 
-// Carries the boot-time marks out.
+// Carries out the boot-time marks.
 void CarryOutMarks();
-// Wine's folder browser takes a folder for another one when its time of access has changed. After this call
-// reading no longer changes the time of the folder and of those above it.
+// Wine's folder browser takes a folder for another one when its time of access has changed. After this call, reading no
+// longer changes that time, neither for the folder nor for those above it.
 void HoldAccessTimes(const Text& folder);
 
-// From now on message boxes of this process and of those it started take these buttons, in order. A box without a
-// button left, or without that button, takes its safest one and counts as unanswered too.
+// From now on, message boxes of this process and of those it started take these buttons, in order. A box that finds no
+// button left, or lacks the button, takes its safest one and also counts as unanswered.
 struct Boxes {
     std::vector<ShownBox> shown;
     std::vector<ShownBox> unanswered;
@@ -32,5 +32,5 @@ struct Boxes {
 void StartBoxes(std::vector<int> buttons);
 Boxes BoxesSoFar();
 
-// Runs the tests, or the named body in a child. The entries of both targets call this.
+// Runs the tests, or in a child the named body. Called by the entries of both targets.
 int RunTestsOrChild();

@@ -1,4 +1,4 @@
-// The page that an install by the wizard opens at its end; only the embedded machine tells of it.
+// The web page that an install in the wizard opens at its end. Only the embedded machine records it.
 #include "install/closing_page.h"
 
 #include "app/setup_state.h"

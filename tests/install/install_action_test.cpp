@@ -34,8 +34,8 @@ TEST_F(InstallAction, TrimsAndLevelsTheGroupName) {
     EXPECT_TRUE(Exists(startup + TEXT("\\Qantivo 8.lnk"))) << "its folder is made again";
 }
 
-// A fresh install overwrites what log it finds, and the links that it names stay. An update takes those of
-// both logs.
+// A fresh install overwrites any log that it finds, and the links that the log names stay. An update removes the links
+// of both logs.
 TEST_F(InstallAction, OnlyAnUpdateClearsTheGround) {
     const Text links[] = {TEXT("C:\\Scratch\\x\\1.lnk"), TEXT("C:\\Scratch\\y\\2.lnk")};
     for (const bool fresh : {true, false}) {
@@ -53,7 +53,7 @@ TEST_F(InstallAction, OnlyAnUpdateClearsTheGround) {
     }
 }
 
-// The group is recorded whether or not it could be made; without it only its own links are left out.
+// The group is recorded even if it couldn't be made. Without the group, only its own links are missing.
 TEST_F(InstallAction, RecordsTheGroupInAnyCase) {
     const auto folder = [](int id) {
         const Text path = GetShellFolder(id).Text();
@@ -83,7 +83,7 @@ TEST_F(InstallAction, RecordsTheGroupInAnyCase) {
 
 TEST_F(InstallAction, TakesEachSettingsFileByItself) {
     g_installType = 2;
-    // Without a package there is no folder to look in, the root of the drive included.
+    // Without a package there is no folder to search, not even the root of the drive.
     MakeFile(TEXT("C:\\QtvApp8.ini"));
     PerformInstall();
     EXPECT_FALSE(Exists(TEXT("C:\\Scratch\\in\\QtvApp8.ini")));

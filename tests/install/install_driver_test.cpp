@@ -27,7 +27,7 @@ void MakePackage() {
     MakeFile(kPackage + TEXT("\\QtvUnInst.log"), "File Copy: QtvApp8.exe\n");
 }
 
-// A silent install from the program's own folder, and what it settled on.
+// A silent install from the program's own folder, and the choices that it made.
 CHILD_PROGRAM(InstallSilently) {
     LookUpSystemFunctions();
     const int result = RunInstall();
@@ -56,7 +56,7 @@ TEST_F(InstallDriver, OptionsSettleTheInstall) {
         {TEXT("-instport C:\\Scratch\\in -allusers"), "C:\\Scratch\\in type 2" + inFolder},
         {TEXT("-instdir -NoDeskIco"),
          "-NoDeskIco type 0 desktop 0 startup 0 fresh 0 older 1 run 0 elsewhere"},
-        // The last one: its shortcut in the Startup folder would be taken up.
+        // This row is the last one, because its shortcut in the Startup folder would be found by later rows.
         {TEXT("-install -ALLUSERS -AutoStart -nodeskico"),
          "C:\\Program Files\\Qantivo 8 type 1 desktop 0 startup 1 fresh 1 older 0 run 0"},
     };

@@ -1,4 +1,4 @@
-// What only the embedded machine can be made to do, or tells of, in an install.
+// Tests of the install for which only the embedded machine can cause a failure or tell the result.
 #include <shlobj.h>
 
 #include "app/process_helpers.h"
@@ -38,7 +38,8 @@ TEST_F(InstallOnHost, ALinkIsSavedWithoutWhatTheShellRefuses) {
     EXPECT_LE(winhost::CallCounts()["CoInitialize"], 1u) << "once a process";
 }
 
-// The folder is tried whatever becomes of it. A path of four characters or fewer is no Startup folder.
+// A test file is created in the folder, and its result isn't used. A path of four characters or fewer is no Startup
+// folder.
 TEST_F(InstallOnHost, LooksIntoStartupFolders) {
     const Text common = GetShellFolder(CSIDL_COMMON_STARTUP).Text();
     winhost::SetFaults({{.call = "_wfopen", .nth = 1, .error = 0, .kill = false}});
@@ -74,7 +75,7 @@ TEST_F(InstallOnHost, RegistersNoHandlerWhereThereIsNone) {
 
 }  // namespace
 
-// On a system without OpenProcessToken the restart needs the privilege that the process has already.
+// On a system without OpenProcessToken, the restart needs a privilege that the process already has.
 CHILD_PROGRAM(RestartsByItsOwnPrivilege) {
     LookUpSystemFunctions();
     HANDLE token;

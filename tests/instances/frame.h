@@ -1,4 +1,4 @@
-// A window of the test, and the memory of the list as a process sees it that knows only the layout.
+// A window of the test, and the memory of the list as a process sees it that knows only its layout.
 #pragma once
 
 #include "instances/instance_manager.h"

@@ -1,4 +1,4 @@
-// Only the embedded machine tells what a process leaves open.
+// Only the embedded machine can tell what a process leaves open.
 #include "instances/frame.h"
 #include "winhost.h"
 

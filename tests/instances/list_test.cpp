@@ -1,4 +1,4 @@
-// The memory of the list, as a process sees it that knows only the layout.
+// The memory of the list, as a process sees it that knows only its layout.
 #include "instances/frame.h"
 
 #include <numeric>
@@ -92,7 +92,7 @@ TEST_F(InstanceList, LooksAtNoMoreThanItCanHold) {
     }
 }
 
-// There is no list without a mapping or when the mapping is too small for a view. Nothing else fails then.
+// There is no list without a mapping, or when the mapping is too small for a view. Nothing else fails then.
 TEST_F(InstanceList, DoesNothingWhereItCantBeOpened) {
     const KernelHandle small(CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE | SEC_COMMIT, 0,
                                                 4096, kListMapping));
@@ -110,7 +110,7 @@ TEST_F(InstanceList, DoesNothingWhereItCantBeOpened) {
     }
 }
 
-// The additional data begin after the list, and have their own mutex.
+// The additional data come after the list and have their own mutex.
 TEST_F(InstanceList, KeepsAdditionalDataBesideIt) {
     COXInstanceManager manager(kListName, 1024, false);
     RawList raw;

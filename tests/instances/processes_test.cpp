@@ -1,4 +1,4 @@
-// Several processes at one list.
+// Several processes use one list.
 #include "instances/frame.h"
 
 #include <algorithm>
@@ -10,7 +10,7 @@ constexpr int kRounds = 1000;
 
 class InstanceProcesses : public ScratchTest {};
 
-// Whenever this process looks, the list holds the holder, and this process once.
+// At any time the list holds the holder, and this process exactly once.
 CHILD_PROGRAM(EntersAndLeaves) {
     for (int round = 0; round < kRounds; ++round) {
         COXInstanceManager manager(kListName, 1024, true);
@@ -52,8 +52,8 @@ CHILD_PROGRAM(ComesFirst) {
     return Listed(manager) == Ids{GetCurrentProcessId()} ? 0 : 1;
 }
 
-// A process makes the mapping first and writes the list then. If another process enters itself in between, its
-// entry is lost, and neither of them learns of it.
+// A process makes the mapping first and then writes the list. If another process enters itself in between, its entry is
+// lost, and neither process notices.
 TEST_F(InstanceProcesses, EntryMadeBeforeTheListIsWrittenIsLost) {
     CMutex mutex(FALSE, kListMutex);
     CSingleLock lock(&mutex, true);

@@ -1,4 +1,4 @@
-// How the list finds the window of a process, tells it of others, and asks it to close.
+// How the list finds the window of a process, tells it about others, and asks it to close.
 #include "instances/frame.h"
 
 namespace {

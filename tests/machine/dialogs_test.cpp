@@ -1,4 +1,4 @@
-// Child windows, controls and dialogs, as a program of dialogs relies on them.
+// Child windows, controls and dialogs, as the program relies on them.
 #include "harness/driver.h"
 
 namespace {
@@ -18,7 +18,7 @@ struct Item {
     LPCWSTR text;
 };
 
-// A template in memory. The controls lie one below the other.
+// A template in memory. The controls are one below the other.
 class Template {
   public:
     Template(DWORD style, const std::vector<Item>& items) {
@@ -130,7 +130,7 @@ TEST_F(Dialogs, GoByKeys) {
         UINT message;
         WPARAM key;
         int focus;
-        int command;  // the last one; 0 for none
+        int command;  // the last one; 0 if none
     } rows[] = {{20, WM_KEYDOWN, VK_DOWN, 21, 21},
                 {11, WM_SYSCHAR, 'k', 30, 30},
                 {3, WM_SYSCHAR, 'N', 11, 0},
@@ -191,7 +191,7 @@ const std::vector<Item> kModalItems = {{kEdit, kTab | ES_MULTILINE | ES_AUTOHSCR
 
 TEST_F(Dialogs, RunUntilTheyEnd) {
     const HWND owner = Make({kFrame, {{kEdit, kTab, 60, TEXT("")}}});
-    (void)SetWindowTextW(owner, TEXT("Owner"));  // not what the driver looks for
+    (void)SetWindowTextW(owner, TEXT("Owner"));  // a title that the driver doesn't look for
     const Template modal(kFrame & ~WS_VISIBLE, kModalItems);
     const auto run = [&] { return DialogBoxIndirectParamW(nullptr, modal.get(), owner, Procedure, 0); };
     const auto drive = [&](const Driver& driver) {
@@ -211,7 +211,7 @@ TEST_F(Dialogs, RunUntilTheyEnd) {
     EXPECT_TRUE(DestroyWindow(owner));
 }
 
-// Its dialog gives what it ends with.
+// The child ends with the result of its dialog.
 CHILD_PROGRAM(ShowsADialog) {
     const Template modal(kFrame, kModalItems);
     const auto procedure = [](HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) -> INT_PTR {
@@ -241,7 +241,7 @@ TEST_F(Dialogs, OfOtherProcessesAreDriven) {
         const HWND own = Make({kFrame, {}});
         if (dies)
             EXPECT_EQ(SendMessageW(dialog, WM_APP + 2, 0, 0), 0) << "nobody is left to answer";
-        else  // which sends back before it answers
+        else  // the child sends a message back before it answers
             (void)SendMessageW(dialog, WM_APP + 3, reinterpret_cast<WPARAM>(own), 0);
         EXPECT_EQ(program.ExitCode(), dies ? 7u : 42u);
         EXPECT_TRUE(DestroyWindow(own));

@@ -9,7 +9,7 @@ using Texts = std::vector<Text>;
 
 class Files : public ScratchTest {};
 
-// The error of a call that gave false.
+// The error of a call that returned false.
 DWORD ErrorOf(BOOL done) {
     return done ? DWORD{ERROR_SUCCESS} : GetLastError();
 }
@@ -62,7 +62,7 @@ TEST_F(Files, ReadOnlyFileIsNeitherDeletedNorOverwrittenButMoved) {
     EXPECT_TRUE(DeleteFileW(TEXT("copy")));
 }
 
-// The names that a search finds, in the order of their letters, with blanks between.
+// The names that a search finds, sorted, with blanks between them.
 Text Found(const Text& pattern) {
     Texts names;
     WIN32_FIND_DATAW data;

@@ -1,4 +1,4 @@
-// Names of files and folders: what Windows makes of them.
+// How Windows reads the names of files and folders.
 #include "harness/scratch.h"
 
 namespace {
@@ -98,7 +98,7 @@ TEST_F(Paths, OddNames) {
     const struct {
         std::string fact, found, windows;
     } rows[] = {
-        // Of the blanks and dots at the end of a name within a path only one dot is cut.
+        // Inside a path, only one dot is cut from the blanks and dots at the end of a name.
         {"copy into 'App '", Copy(TEXT("a"), TEXT("App \\b")), "e3"},
         {"copy into 'App..'", Copy(TEXT("a"), TEXT("App..\\b")), "e3"},
         {"copy into 'App.'", Copy(TEXT("a"), TEXT("App.\\b")), "ok"},
@@ -107,7 +107,7 @@ TEST_F(Paths, OddNames) {
         {"folder 'New..\\'", Make(TEXT("New..\\")), "ok"},
         {"current folder 'App '", CurrentAfter(TEXT("App \\")), "e2"},
         {"current folder", CurrentAfter(TEXT("c:aPP\\")), "C:\\Scratch\\aPP"},
-        // Devices are in every folder that there is.
+        // Every existing folder contains the devices.
         {"attributes of NUL", Attributes(TEXT("App\\NUL")), "ok"},
         {"attributes of aux.x", Attributes(TEXT("none\\aux.x")), "e3"},
         {"open NUL", Open(TEXT("App\\NUL")), "ok"},
@@ -119,7 +119,7 @@ TEST_F(Paths, OddNames) {
         {"current folder NUL", CurrentAfter(TEXT("NUL")), "e267"},
         {"find nul", Find(TEXT("App\\nul.x")), "nul"},
         {"find nul nowhere", Find(TEXT("none\\nul")), "e3"},
-        // Files and folders for each other.
+        // A file where a folder is expected, and the other way round.
         {"search in a file", Find(TEXT("a\\*")), "e267"},
         {"find 'none\\'", Find(TEXT("none\\")), "e3"},
         {"find 'App\\'", Find(TEXT("App\\")), "e2"},
@@ -127,7 +127,7 @@ TEST_F(Paths, OddNames) {
         {"open 'none\\'", Open(TEXT("none\\")), "e2"},
         {"make 'none\\'", Open(TEXT("none\\"), GENERIC_WRITE, OPEN_ALWAYS), "e123"},
         {"open or make App", Open(TEXT("App"), GENERIC_READ, OPEN_ALWAYS), "ok"},
-        // What takes the place of what.
+        // Which target may be replaced by what.
         {"replace a shared file", Move(TEXT("a"), TEXT("App\\x"), kReplace), "e5"},
         {"folder onto a file", Move(TEXT("onto"), TEXT("file"), kReplace), "ok"},
         {"replace by another case", Move(TEXT("App\\old"), TEXT("name.TXT"), kReplace), "ok"},

@@ -5,7 +5,7 @@ namespace {
 
 class Programs : public ScratchTest {};
 
-// Writes its arguments, a line each.
+// Writes its arguments, one on each line.
 CHILD_PROGRAM(ShowArguments) {
     std::string lines;
     for (int i = 1; i < __argc; ++i) {

@@ -11,7 +11,7 @@ constexpr WCHAR kProbe[] = TEXT("Software\\Lorvanta\\Probe");
 constexpr DWORD kTextChars = 300;
 constexpr LSTATUS kBadPathname = 161, kKeyDeleted = 1018;
 
-// Every test has an empty key of its own.
+// Every test has its own empty key.
 class Registry : public ScratchTest {
   protected:
     Registry() { EXPECT_EQ(RegCreateKeyW(HKEY_CURRENT_USER, kProbe, &m_key), ERROR_SUCCESS); }
@@ -95,7 +95,7 @@ TEST_F(Registry, GivesValuesByBytes) {
             EXPECT_EQ(error, cbBuffer < 4 ? ERROR_MORE_DATA : ERROR_SUCCESS) << cbBuffer;
             EXPECT_EQ(cbValue, 4u) << cbBuffer;
             EXPECT_EQ(found, type) << cbBuffer;
-            // Text without an end gets one where there is room; it isn't counted.
+            // A text without a terminator gets one if there is room; it isn't counted.
             const std::string end = type == REG_SZ && cbBuffer >= 6 ? std::string("\0\0##", 4) : "####";
             EXPECT_EQ(std::string(buffer, buffer + 8), (cbBuffer < 4 ? "####" : text) + end) << cbBuffer;
         }

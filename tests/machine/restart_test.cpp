@@ -18,7 +18,7 @@ TEST_F(Restart, CarriesMarksOutInOrderAndTakesThemAway) {
         {TEXT("C:\\Scratch\\running.exe"), TEXT("")},
         {TEXT("C:\\Scratch\\kept"), TEXT("C:\\Scratch\\taken")},  // a move doesn't replace
         {TEXT("C:\\Scratch\\moves"), TEXT("C:\\Scratch\\moved")},
-        {TEXT("C:\\Scratch\\old"), TEXT("")},  // but a delete mark in front makes room
+        {TEXT("C:\\Scratch\\old"), TEXT("")},  // but a delete mark before it makes room
         {TEXT("C:\\Scratch\\new"), TEXT("C:\\Scratch\\old")},
         {TEXT("C:\\Scratch\\empty"), TEXT("")},
         {TEXT("C:\\Scratch\\full"), TEXT("")},
@@ -36,7 +36,7 @@ TEST_F(Restart, CarriesMarksOutInOrderAndTakesThemAway) {
         WritePrivateProfileSectionW(TEXT("rename"), TEXT("NUL=C:\\Scratch\\ini\0"), TEXT("WININIT.INI")));
 
     RestartMachine();
-    // WININIT.INI is of the old line of Windows.
+    // Only the old line of Windows carries out WININIT.INI.
     const bool carriesOut = Expected("wininit.ini", "stays") != "stays";
     std::vector<Text> left = {TEXT("full\\"), TEXT("kept"), TEXT("moved"), TEXT("old"), TEXT("taken")};
     if (!carriesOut) left.insert(left.begin() + 1, TEXT("ini"));

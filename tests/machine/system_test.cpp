@@ -22,7 +22,7 @@ std::string Told(bool done) {
     return done ? "ok" : "e" + std::to_string(GetLastError());
 }
 
-// The folders of the search path hold a version block and a library that is none, below a sub-folder.
+// The folders of the search path hold a version block, and below a sub-folder a library that is none.
 class System : public ScratchTest {
   protected:
     System() {
@@ -63,7 +63,7 @@ std::string Section(LPCWSTR section) {
     return std::to_string(length) + " " + Told(false);
 }
 
-// A profile that another one holds open for writing, and shares.
+// Writes to a profile that another handle has open for writing and shares.
 std::string WriteHeldProfile() {
     constexpr WCHAR kProfile[] = TEXT("C:\\Scratch\\held.ini");
     const HANDLE held = CreateFileW(kProfile, GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
@@ -80,7 +80,7 @@ std::string LoadText(UINT id) {
     return std::to_string(length) + " " + Told(length > 0);
 }
 
-// A value of a file's version block: its size, and its bytes or characters.
+// A value of a file's version block: its size, then its bytes or characters.
 std::string Version(LPCWSTR path, LPCWSTR query) {
     std::vector<BYTE> block(GetFileVersionInfoSizeW(path, nullptr));
     void* value = nullptr;
@@ -95,7 +95,7 @@ std::string Version(LPCWSTR path, LPCWSTR query) {
     return told;
 }
 
-// The result of SetPath, and the target that the link then has.
+// The result of SetPath, then the target that the link has.
 std::string Target(const Text& path) {
     IShellLinkW* link = nullptr;
     if (CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
@@ -127,8 +127,8 @@ std::string Stored(const BYTE* text, DWORD cbText) {
     return std::to_string(GetValue(HKEY_CURRENT_USER, kUsersClass, TEXT("text"))->bytes.size());
 }
 
-// A value of the merged classes by a handle that was opened while both the user and the machine had the key,
-// before and after the user's is deleted.
+// A value of the merged classes, read through a handle from when both the user and the machine had the key: before and
+// after the user's key is deleted.
 std::string AfterDeletion() {
     PutValue(HKEY_LOCAL_MACHINE, kMachinesClass, TEXT("v"), Sz(TEXT("machine")));
     PutValue(HKEY_CURRENT_USER, kUsersClass, TEXT("v"), Sz(TEXT("user")));

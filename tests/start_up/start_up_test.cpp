@@ -1,4 +1,4 @@
-// What is done before the first line of InitInstance runs.
+// What happens before the first line of InitInstance runs.
 #include "app/setup_app.h"
 #include "app/setup_state.h"
 #include "harness/scratch.h"

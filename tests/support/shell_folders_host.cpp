@@ -1,4 +1,4 @@
-// Where a shell folder lies: the shell says so and makes it. When the shell fails, the registry says so.
+// Where a shell folder is: the shell says so and makes the folder. When the shell fails, the registry says so.
 #include <shlobj.h>
 
 #include "harness/registry_values.h"

@@ -13,7 +13,7 @@ namespace {
 
 const Text kPackage = kScratch + TEXT("\\pkg");
 
-// What a clean package needs; the rows' records begin in line 4.
+// What a clean package needs. The records of the rows begin in line 4.
 const std::string kStart = "File Copy: Qtv*.exe\r\nFile Copy: QtvApp8Man.chm\r\nFile Copy: HomePage.url\r\n";
 const std::string kPage = "[InternetShortcut]\r\nURL=http://h/?a\r\nIconIndex=0\r\n";
 
@@ -32,7 +32,7 @@ class PackageCheckTest : public ScratchTest {
     static void Write(const std::string& name, const std::string& bytes) {
         MakeFile(kPackage + TEXT("\\") + Wide(name), bytes);
     }
-    // The findings with blanks between: "id:line", or "id(file)" where they are about no line.
+    // The findings with blanks between them: "id:line", or "id(file)" if they are about no line.
     std::string Check(const Text& folder = kPackage) {
         std::string list;
         for (const Finding& finding : m_findings = CheckPackage(folder.c_str())) {
@@ -130,7 +130,7 @@ TEST_F(PackageCheckTest, EveryTrapOfARecordIsFound) {
          "File Del: abcdefghi~1*\nFile Del: abc*.",
          "short-name-match:4 short-name-match:7",
          {"a", "page.html"}},
-        // records among each other
+        // several records together
         {"Make Dir: s\\t\nMake Dir: s", "folder-before-parent:4", {}},
         {"Make Dir: s\nMake Dir: s\\t", "removal-order:4", {}},
         {"File Copy: s\\t\\a", "folder-stays:4 folder-stays:4", {"s\\t\\a"}},
@@ -164,7 +164,7 @@ TEST_F(PackageCheckTest, EveryFileThatSetupReadsIsChecked) {
     const std::string longLine = "URL=http://h/?" + std::string(260, 'x');
     const struct {
         const char* file;
-        std::optional<std::string> bytes;  // none: the file is missing
+        std::optional<std::string> bytes;  // none if the file is missing
         const char* expected;
         int exitCode = 1;
     } rows[] = {
@@ -221,7 +221,7 @@ TEST_F(PackageCheckTest, ManyRecordsForOneFolderAreANote) {
     } rows[] = {
         {99, "s\\", "s\\x", ""},
         {100, "s\\", "s\\x", "many-records:5"},
-        // A pattern would stop at a folder, and take the user's files at the top.
+        // A pattern would stop at a folder. At the top it would take the user's files.
         {101, "s\\", "s\\t\\x", ""},
         {101, "", "x", ""},
     };
@@ -261,7 +261,7 @@ TEST_F(PackageCheckTest, AnyBytesAndAnyNumberOfRecordsAreTaken) {
     for (int round = 0; round < 20; ++round) {
         std::string bytes;
         for (int i = 0; i < 4000; ++i) {
-            // Some records among them, so that names are random too.
+            // Some of the bytes form records, so that names are random too.
             if (random() % 64 == 0) bytes += "\nFile Copy: ";
             const char byte = static_cast<char>(random() >> 8);
             bytes += byte == 0x1A ? 'x' : byte;

@@ -17,7 +17,7 @@ fail() {
     echo "package_make_test: $*" >&2
     failed=yes
 }
-# run EXIT-CODE ARGUMENT...: what it prints goes to the file "said".
+# run EXIT-CODE ARGUMENT...: stores what the program prints in the file "said".
 run() {
     local expected=$1 result=0
     shift
@@ -25,9 +25,9 @@ run() {
     [ "$result" = "$expected" ] || fail "$* ended with $result: $(<said)"
     [ ! -e out.unfinished ] || fail "$* leaves something unfinished"
 }
-says() { grep -qF -- "$1" said || fail "no word of \"$1\" but: $(<said)"; }
-# The package's manifest, compared with the standard input.
-manifest_is() { diff - <(tr -d '\r' <"$1/QtvUnInst.log") || fail "the manifest of $1 is another one"; }
+says() { grep -qF -- "$1" said || fail "\"$1\" is missing in: $(<said)"; }
+# Compares the package's manifest with the standard input.
+manifest_is() { diff - <(tr -d '\r' <"$1/QtvUnInst.log") || fail "the manifest of $1 differs"; }
 # files FOLDER NAME...
 files() {
     local name
@@ -87,13 +87,13 @@ Make Dir: empty
 Make Dir: deep
 END
 run 0 app second --recipe recipe --own many
-diff -r out second || fail 'the same input makes other bytes'
+diff -r out second || fail 'the same input results in other bytes'
 
 # ---- the sample ----
 cp -r "$build/package" sample
 rm sample/{setup.exe,QtvUnInst.exe,QtvUnInst.log}
 run 0 sample sample_package --recipe "$root/sample/recipe.txt" --own Samples
-diff -r "$build/package" sample_package || fail 'the sample is not what its folder and its recipe make'
+diff -r "$build/package" sample_package || fail 'the sample differs from the package that is made from its folder and its recipe'
 
 # ---- an update ----
 files new back.dat same.dat Rare.dll start2.exe
@@ -147,16 +147,16 @@ cache.dat, which the application of the earlier version made, unless the recipe 
 start.exe, in the parent folder of a portable installation
 END
 
-# ---- findings, of which one is the recipe's ----
+# ---- findings, one of them in the recipe ----
 printf '# remark\nFile Copy x64: same.dat\nFile  Del: x\n' >recipe
 run 1 new found --recipe recipe
 says 'recipe:2: [x64-ignored] File Copy x64: same.dat'
 says 'recipe:3: [wrong-blank]'
 "${check[@]}" --sarif --recipe recipe --sarif-base . found | tr -d '\r' >said
 says '"uri": "recipe"}, "region": {"startLine": 3}'
-[ -e found/setup.exe ] || fail 'a package with findings is there to be looked at'
+[ -e found/setup.exe ] || fail 'a package with findings is not kept'
 
-# ---- what is no input ----
+# ---- wrong input ----
 if [ -e "$build/package_make.exe" ]; then
     [ -z "$failed" ]
     exit
@@ -232,7 +232,7 @@ mkdir out
 echo precious >out/file
 run 2 app out
 says 'is there already'
-[ "$(cat out/*)" = precious ] || fail 'a folder that was there is another one'
+[ "$(cat out/*)" = precious ] || fail 'an existing folder was changed'
 rm out/file
 run 0 app out
 rm -r out
@@ -241,14 +241,14 @@ mkdir out.unfinished
 says 'out.unfinished is in the way'
 rm -r out.unfinished
 
-# ---- broken off ----
+# ---- interrupted ----
 mkdir app/long
 (cd app/long && seq 3000 | xargs touch)
 "${make[@]}" app out >said 2>&1 &
 for ((i = 0; i < 500; ++i)); do [ -e out.unfinished ] && break || sleep 0.01; done
 kill -TERM $!
 wait $!
-[ $? = 2 ] || fail 'a run that was broken off ends in another way'
+[ $? = 2 ] || fail 'an interrupted run has another exit code'
 says stopped
-[ ! -e out ] && [ ! -e out.unfinished ] || fail 'a run that was broken off leaves something'
+[ ! -e out ] && [ ! -e out.unfinished ] || fail 'an interrupted run leaves something'
 [ -z "$failed" ]

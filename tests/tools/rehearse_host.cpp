@@ -1,4 +1,4 @@
-// The program itself, from the host's shell.
+// The program rehearse itself, run from the host's shell.
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -21,7 +21,7 @@ class RehearseProgram : public ::testing::Test {
     }
     ~RehearseProgram() override { fs::remove_all(kWork); }
 
-    // Its result; what it writes goes to m_output.
+    // Returns the exit code. The output is stored in m_output.
     int Run(const std::string& arguments) {
         const std::string line = "TMPDIR=" + kTemporary + " " QTV_BUILD_FOLDER "/rehearse " + arguments +
                                  " >" + kWork + "/output 2>&1";
@@ -99,7 +99,7 @@ TEST_F(RehearseProgram, RemovesItsMachineWhenItIsBrokenOff) {
     EXPECT_EQ(WEXITSTATUS(status), 128 + SIGINT);
     EXPECT_TRUE(fs::is_empty(kTemporary));
 
-    // One that was killed leaves it to the next run.
+    // If the program is killed, the next run removes what it left.
     child = start();
     (void)kill(child, SIGKILL);
     (void)waitpid(child, &status, 0);

@@ -30,7 +30,7 @@ class Rehearsed : public ScratchTest {
     }
 };
 
-// What stands in the installation's own folders, and why.
+// Which files are left in the installation's own folders, and why.
 std::string LeftFiles(const rehearse::Rehearsal& rehearsal) {
     std::string text;
     for (const auto& left : rehearsal.left)
@@ -101,7 +101,7 @@ TEST_F(Rehearsed, TellsWhatMayStayFromWhatShouldHaveGone) {
         const char* option;
         std::string left;
     } rows[] = {
-        // The outer folder goes at the next start, and nothing takes the installation's then.
+        // The next start removes the outer folder. Then nothing removes that of the installation.
         {"portable, with folders named from the outside",
          uninstaller + "File Copy prt: StartQV8.exe\r\nMake Dir: a\r\nMake Dir: a\\b\r\n", "-instport",
          "Apps\\ (on the way to the installation folder)\nApps\\Qantivo\\ ()\n"

@@ -46,14 +46,14 @@ TEST_F(FileAssociations, ChoicesOfTheProductAreDropped) {
         EXPECT_EQ(GetValue(HKEY_CURRENT_USER, key, TEXT("QtvAppOld")).has_value(),
                   row.extension == Text(TEXT(".zip")));
     }
-    // Without the user's record the classes are searched for the same.
+    // Without the user's record, the classes are searched in the same way.
     Clean();
     PutValue(HKEY_CLASSES_ROOT, TEXT(".png\\UserChoice"), TEXT("Progid"), Sz(rows[0].progId));
     RestoreFileAssociations();
     EXPECT_FALSE(HasKey(HKEY_CLASSES_ROOT, TEXT(".png\\UserChoice")));
 }
 
-// Before Windows Vista, the former choice comes back where the present choice is the product's program.
+// Before Windows Vista, the former choice returns if the present choice is the product's program.
 TEST_F(FileAssociations, FormerChoicesComeBack) {
     const Stored ours = Sz(TEXT("C:\\x\\QtvApp8.exe")), paint = Sz(TEXT("mspaint.exe")),
                  longest = Sz(Text(511, 'p'));

@@ -131,8 +131,8 @@ CHILD_PROGRAM(TemporaryCopy) {
     RunTemporaryCopy();
 }
 
-// The copy, when it is started by hand, works on the folder that it is told. For a bare name that is the
-// current one. It says that it is done unless it is silent.
+// The copy, started by hand, works on the folder that it is given. For a name without a folder it works on the current
+// folder. It says that it is done unless it is silent.
 TEST_F(Uninstall, CopyStartedByHand) {
     const struct {
         Text firstProgram;
@@ -163,7 +163,7 @@ TEST_F(Uninstall, CopyStartedByHand) {
     }
 }
 
-// The uninstall waits five seconds each for a registrar and an application that hang, and then goes on.
+// The uninstall waits five seconds for a registrar and five for an application that hang, and then continues.
 TEST_F(Uninstall, WaitsForHangingProgramsForALimitedTime) {
     // The system searches for the registrar in the folder of the copy first.
     ImportFile(QTV_BUILD_FOLDER "/sleeper.exe", kScratch + TEXT("\\regsvr32.exe"));

@@ -1,4 +1,4 @@
-// Files of the embedded machine, where the host's own would behave otherwise or no other target shows it.
+// Files of the embedded machine, where the host itself would behave differently or no other target shows the case.
 #include "files/files.h"
 #include "harness/scratch.h"
 #include "winhost.h"
@@ -145,7 +145,7 @@ TEST_F(HostFiles, FullDiscRefusesAWholeCopyAndAWholeText) {
 
 TEST_F(HostFiles, PowerGoesInTheMidstOfACopy) {
     MakeFile(TEXT("C:\\Scratch\\source"), std::string(1000, 's'));
-    // The file is made, it takes its size, and ten parts of 32 bytes are written.
+    // Twelve steps: the file is made, it gets its size, and ten parts of 32 bytes are written.
     winhost::SetLimits({.steps = 12});
     const pid_t id = fork();
     if (id == 0) _exit(CopyFileW(TEXT("source"), TEXT("copy"), FALSE));

@@ -1,4 +1,4 @@
-// Shell links as files: those of others are read, damaged ones too.
+// Shell links as files: those that other programs wrote are read, even if damaged.
 #include "shell/link_format.h"
 #include "harness/scratch.h"
 
@@ -13,7 +13,7 @@ std::string FromHex(std::string_view digits) {
     return bytes;
 }
 
-// Saved by Wine's shell, which keeps names beyond the code page in the list of item ids alone.
+// Saved by Wine's shell, which keeps names outside the code page only in the list of item ids.
 const std::string kForeignLink = FromHex(
     "4c0000000114020000000000c000000000000046f70000000000000000000000"
     "0000000000000000000000000000000000000000000000000300000001000000"
@@ -37,7 +37,7 @@ TEST_F(HostLinks, OfAnotherShellAreRead) {
     EXPECT_EQ(link->icon, 3);
 }
 
-// Whatever is read can be saved again.
+// Everything that is read can be saved again.
 void ReadAndFormat(const std::string& bytes) {
     const auto link = winhost::ParseLink(bytes);
     if (!link) return;

@@ -7,7 +7,7 @@
 #include <csignal>
 #include <functional>
 
-// Another process of the machine, a fork of the test's, which does something and then waits for its end.
+// Another process of the machine, a fork of the test's. It does something and then waits for the test to end it.
 class Neighbour {
   public:
     explicit Neighbour(const std::function<bool()>& act) {

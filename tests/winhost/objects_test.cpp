@@ -1,4 +1,4 @@
-// Mappings that the processes of the embedded machine share, and their lifetime.
+// Mappings that the processes of the embedded machine share, and how long they live.
 #include <filesystem>
 #include <optional>
 
@@ -37,13 +37,13 @@ TEST_F(HostObjects, MappingLivesAsLongAsAProcessHoldsIt) {
 
     EXPECT_TRUE(CloseHandle(second));
     const HANDLE fresh = CreateMapping(kName);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_SUCCESS}) << "a view alone does not keep the name";
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_SUCCESS}) << "a view does not keep the name";
     int* freshView = MapFirst(fresh);
     EXPECT_EQ(freshView[0], 0);
     EXPECT_EQ(view[0], 7) << "the old view keeps its pages";
     EXPECT_TRUE(UnmapViewOfFile(view) && UnmapViewOfFile(freshView) && CloseHandle(fresh));
 
-    // Nobody says goodbye for a process that is killed while it is the only holder.
+    // A process that is killed while it is the only holder can't clean up.
     { const Neighbour killed(writeSeven); }
     EXPECT_EQ(OpenFileMappingW(FILE_MAP_READ, FALSE, kName), nullptr);
     EXPECT_TRUE(std::filesystem::is_empty(winhost::StateFolder() / "objects"));

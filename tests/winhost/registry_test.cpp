@@ -26,7 +26,7 @@ std::string ReadText() {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// Another file in the old one's place, so that it is read again.
+// Replaces the file by another one, so that it is read again.
 void WriteText(const std::string& text) {
     const fs::path fresh = File().native() + ".edited";
     std::ofstream(fresh, std::ios::binary) << text;
@@ -147,7 +147,7 @@ TEST_F(HostRegistry, ShowsTheUsersClassesOverTheMachines) {
     EXPECT_EQ(GetValue(HKEY_CLASSES_ROOT, key + TEXT("\\b"), nullptr), Sz(TEXT("machine")));
     PutValue(HKEY_CLASSES_ROOT, key + TEXT("\\b"), TEXT("set"), Sz(TEXT("1")));
     EXPECT_TRUE(GetValue(HKEY_CURRENT_USER, user + TEXT("\\b"), TEXT("set")));
-    // One place a delete, the user's first.
+    // Each deletion affects one place, the user's first.
     for (const bool usersIsThere : {true, false}) {
         EXPECT_EQ(HasKey(HKEY_CURRENT_USER, user + TEXT("\\b")), usersIsThere);
         EXPECT_TRUE(HasKey(HKEY_LOCAL_MACHINE, machine + TEXT("\\b")));

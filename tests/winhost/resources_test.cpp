@@ -1,5 +1,5 @@
-// The dialogs (captions, styles, numbers, places), the version block, the manifest and the pictures, each by
-// its checksum: a change of one is meant, and its checksum is changed with it.
+// The dialogs (captions, styles, numbers, places), the version block, the manifest and the pictures are pinned by
+// checksums. Whoever changes one on purpose changes its checksum too.
 #include "resources/resources.h"
 
 #include <gtest/gtest.h>

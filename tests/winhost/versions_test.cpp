@@ -11,10 +11,10 @@ namespace {
 
 constexpr WCHAR kFile[] = TEXT("C:\\Scratch\\file.exe");
 
-// The four numbers of a file's version block, 0 without one.
+// The four numbers of a file's version block, or 0 when it has none.
 std::uint64_t VersionOf(const std::string& bytes) {
     MakeFile(kFile, bytes);
-    // No byte more than asked for, so that the sanitizers see a read or write behind it.
+    // The buffer is no larger than needed, so that the sanitizers see any access after its end.
     std::vector<BYTE> block(GetFileVersionInfoSizeW(kFile, nullptr));
     void* value = nullptr;
     UINT cbValue = 0;
@@ -31,7 +31,7 @@ std::string Bytes(const std::filesystem::path& file) {
     return FileBytes(TEXT("C:\\Scratch\\import")).value_or("");
 }
 
-// The resources of this test, made into a Windows program by the build machine's own tools.
+// The resources of this test, made into a Windows program by the tools of the build machine.
 std::string WindowsProgram() {
     const std::string resources = QTV_BUILD_FOLDER "/tests/winhost_tests.res";
     const std::string base = std::filesystem::temp_directory_path() / ("version." + std::to_string(getpid()));
@@ -44,7 +44,7 @@ std::string WindowsProgram() {
     return program;
 }
 
-// The same program with the headers of a 32-bit one, which are 16 bytes shorter.
+// The same program with the headers of a 32-bit program, which are 16 bytes shorter.
 std::string Narrowed(std::string program) {
     const std::size_t header = winhost::DwordAt(program, 0x3C), optional = header + 24;
     const WORD cbOptional = winhost::WordAt(program, header + 20),
@@ -78,7 +78,7 @@ TEST_F(HostVersions, OfDamagedFilesAreWholeOrMissing) {
         const auto found = winhost::FindVersionBlock(std::string_view(program).substr(0, end));
         EXPECT_TRUE(found.error != 0 || found.block == block) << end;
     }
-    // Numbers that lead astray: in the headers, in the folders of resources, and in the block itself.
+    // Wrong numbers: in the headers, in the folders of resources, and in the block itself.
     const std::size_t resources = program.find("\x10\0\0\0"), blockAt = program.find(block);
     ASSERT_NE(blockAt, program.npos);
     for (const std::size_t start : {std::size_t{0}, resources & ~std::size_t{0x1FF}, blockAt})

@@ -1,4 +1,4 @@
-// The embedded machine's table of windows when processes die over it.
+// The table of windows of the embedded machine when processes die while they use it.
 #include <filesystem>
 
 #include "harness/scratch.h"

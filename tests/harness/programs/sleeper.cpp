@@ -1,5 +1,5 @@
-// A program to be found running: it ends when it is ended, or after a minute. With the parameters of the test
-// it ends at once.
+// A program that tests find running. It ends when a test ends it, or after a minute. With the parameters of the test it
+// ends at once.
 #include <windows.h>
 
 #include <string_view>
