@@ -5,7 +5,7 @@
 #include "app/setup_state.h"
 #include "support/handles.h"
 
-// They are zero before any code runs, so another unit's static objects may fill them.
+// They are zero before any code runs, so static objects of another unit may fill them.
 LookupPrivilegeValueFn g_lookupPrivilegeValue;
 AdjustTokenPrivilegesFn g_adjustTokenPrivileges;
 OpenProcessTokenFn g_openProcessToken;

@@ -25,8 +25,7 @@ bool IsOption(LPCWSTR argument, LPCWSTR option) {
     return _wcsicmp(argument, option) == 0;
 }
 
-// Reads the options about silence and the package into the variables of the run. Returns
-// true when "-s" is among them.
+// Reads the options about silence and the package into the variables of the run. Returns true when "-s" is among them.
 bool ReadOptions() {
     constexpr WCHAR kPackageOption[] = TEXT("-sfxname=");
     constexpr std::size_t cchPackageOption = std::size(kPackageOption) - 1;
@@ -58,8 +57,7 @@ bool IsInstallJob(const CString& program) {
     return CString(program).MakeLower().Find(kInstallerNameTest) >= 0;
 }
 
-// True when running copies are to be closed without a question. A flag at position
-// 1 doesn't count, on purpose.
+// True when running copies are to be closed without a question. A flag at position 1 doesn't count, on purpose.
 bool ClosesUnasked() {
     for (int position = 2; position < __argc; ++position)
         if (IsOption(__wargv[position], TEXT("/s")) || IsOption(__wargv[position], TEXT("-s"))) return true;

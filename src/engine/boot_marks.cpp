@@ -38,8 +38,7 @@ int ScheduleBootDelete(LPCWSTR path) {
 
 int ScheduleBootReplace(LPCWSTR source, LPCWSTR target) {
     g_rebootNeeded = MoveFileExW(source, target, MOVEFILE_DELAY_UNTIL_REBOOT);
-    // On purpose the entry is that of a delete: on this route the source is deleted,
-    // and never replaces the target.
+    // On purpose the entry is that of a delete: on this route the source is deleted, and never replaces the target.
     if (!g_rebootNeeded) g_rebootNeeded = AddRenameEntry(source);
     return g_rebootNeeded;
 }

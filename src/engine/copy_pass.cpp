@@ -56,8 +56,7 @@ void CarryOutRecord(const LogRecord& record, bool wow64, bool portable) {
     }
 }
 
-// Makes the folder with every level above it. The trim also removes the leading
-// backslashes of a network path.
+// Makes the folder with every level above it. The trim also removes the leading backslashes of a network path.
 void MakeFolders(CString& folder) {
     folder.Trim(TEXT(" \t\r\n\\"));
     for (int end = folder.Find(TEXT('\\')); end >= 0; end = folder.Find(TEXT('\\'), end + 1)) {

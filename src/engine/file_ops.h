@@ -13,9 +13,8 @@
 // path of MAX_PATH characters or more fails.
 int ReplaceFile(LPCWSTR name, LPCWSTR fromFolder, LPCWSTR toFolder, LPCWSTR newName);
 
-// Marks a file or an empty folder for deletion at the next start of the machine. Returns non-zero
-// when a mark was placed. Ends the process when the fallback section "rename" of WININIT.INI
-// would reach 16,384 characters.
+// Marks a file or an empty folder for deletion at the next start of the machine. Returns non-zero when a mark was
+// placed. Ends the process when the fallback section "rename" of WININIT.INI would reach 16,384 characters.
 int ScheduleBootDelete(LPCWSTR path);
 
 // Marks a move for the next start, which doesn't replace an existing target. The result is stored in

@@ -71,11 +71,9 @@ bool ReadLogLine(WCHAR (&line)[kLineChars], FILE* file);
 // case. The value points into the line. Allocates nothing.
 LogRecord ReadRecord(LPCWSTR line);
 
-// Splits a value of two names at its first '>': the name in the package, and the name in the
-// target folder. The blanks around the sign are removed. False, with nothing stored, for a plain
-// value, which is one pattern.
+// Splits a value of two names at its first '>': the name in the package, and the name in the target folder. The blanks
+// around the sign are removed. False, with nothing stored, for a plain value, which is one pattern.
 bool SplitNames(LPCWSTR value, CString& name, CString& newName);
 
-// The pattern that the removal pass deletes for a record with that value: the
-// installed name, without the comment.
+// The pattern that the removal pass deletes for a record with that value: the installed name, without the comment.
 CString RemovalPattern(LPCWSTR value);

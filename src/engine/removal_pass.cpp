@@ -24,8 +24,7 @@ void RunRemovalPass(LPCWSTR logPath, LPCWSTR folder, LPCWSTR onlyPrefix) {
     if (!log) return;
     WCHAR line[kLineChars];
     while (ReadLogLine(line, log.get())) {
-        // Every kind is deleted in the folder given. What a portable install copied
-        // into the parent folder stays.
+        // Every kind is deleted in the folder given. What a portable install copied into the parent folder stays.
         const LogRecord record = ReadRecord(line);
         if (IsWanted(record.kind, onlyPrefix)) (void)DeleteMatching(folder, RemovalPattern(record.value));
     }

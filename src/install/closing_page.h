@@ -1,4 +1,4 @@
-// The maker's web page at the end of an install by the wizard.
+// The maker's web page at the end of an install in the wizard.
 #pragma once
 
 #include <framework.h>

@@ -6,7 +6,7 @@
 // false when the user was asked and didn't answer Yes.
 bool AgreeToReplaceVersion();
 
-// Takes over for whom the earlier installation was (g_installType). A portable install stays portable.
+// Takes over the install type of the earlier installation (g_installType). A portable install stays portable.
 void TakeUpInstallType();
 
 // Takes over the program group (g_groupName) from the last shortcut in the log that lies below the Programs

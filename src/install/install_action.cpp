@@ -16,8 +16,7 @@
 
 namespace {
 
-// The install is about to overwrite the log, which holds the only record of the
-// earlier installation's shortcuts.
+// The install is about to overwrite the log, which holds the only record of the earlier installation's shortcuts.
 void ClearEarlierInstallation() {
     RemoveLoggedLinks(InTargetDir(kOlderLogFile));
     RemoveLoggedLinks(LogPath());
@@ -41,8 +40,7 @@ CString UsersFolder(int common, int own) {
     return GetShellFolder(g_installType == kForAllUsers ? common : own);
 }
 
-// Makes the group and its parent levels, from the top down. Returns the group's path,
-// even when it couldn't be made.
+// Makes the group and its parent levels, from the top down. Returns the group's path, even when it couldn't be made.
 CString MakeGroupFolders(const CString& root) {
     for (int end = g_groupName.Find('\\'); end > 0; end = g_groupName.Find('\\', end + 1))
         (void)CreateDirectoryW(root + TEXT("\\") + g_groupName.Left(end), nullptr);

@@ -30,8 +30,7 @@ CString WithoutClosingBackslash(const CString& path) {
     return path.Last() == '\\' ? path.Left(path.GetLength() - 1) : path;
 }
 
-// `-instdir "C:\Apps\Qa\"` reaches the program as `C:\Apps\Qa"`, because a backslash
-// escapes the quote that follows it.
+// `-instdir "C:\Apps\Qa\"` reaches the program as `C:\Apps\Qa"`, because a backslash escapes the quote that follows it.
 CString CleanFolderArgument(const CString& argument) {
     const CString folder = argument.Last() == '"' ? argument.Left(argument.GetLength() - 1) : argument;
     const WCHAR last = folder.Last();
@@ -88,8 +87,7 @@ bool SetupFilesAreWhole() {
     return !g_sourceDir.IsEmpty() && g_version.major != 0 && Exists(ManifestPath());
 }
 
-// Shows the wizard: its last page for kReadyStep, otherwise its first. Returns
-// true when the user finished it.
+// Shows the wizard: its last page for kReadyStep, otherwise its first. Returns true when the user finished it.
 bool RunWizard(int step) {
     CSetupDlg wizard;
     wizard.m_page = step;

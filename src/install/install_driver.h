@@ -1,11 +1,10 @@
-// Collects what an install must know before it starts, runs it silently or with the
-// wizard, and does the last step.
+// Collects what an install must know before it starts, runs it silently or with the wizard, and does the last step.
 #pragma once
 
 #include <framework.h>
 
-// Does the whole install. Returns 0 when the run came to its end, 1 when the user stopped it. Ends the
-// process with exit code 1 when the setup files are damaged.
+// Does the whole install. Returns 0 when the run ended, 1 when the user stopped it. Ends the process with exit code 1
+// when the setup files are damaged.
 int RunInstall();
 
 // The folder of an earlier installation, without a closing separator; empty when there is none.

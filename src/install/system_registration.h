@@ -22,6 +22,5 @@ CString ThumbnailHandlerPath(LPCWSTR folder);
 // A handler path up to this length counts as none, since a file in a folder has a longer path.
 inline constexpr int kNoHandlerChars = 4;
 
-// Starts regsvr32.exe, as the system's search finds it, to register the thumbnail
-// handler. Doesn't wait for it.
+// Starts regsvr32.exe, as the system's search finds it, to register the thumbnail handler. Doesn't wait for it.
 void RegisterThumbnailHandler();

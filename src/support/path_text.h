@@ -5,9 +5,8 @@
 
 inline constexpr int kPathChars = MAX_PATH;
 
-// The path without its last component and without a closing separator. One closing backslash is
-// removed first. Empty for null, for the root of a drive, and for any path that has no
-// backslash after its first character.
+// The path without its last component and without a closing separator. One closing backslash is removed first. Empty
+// for null, for the root of a drive, and for any path that has no backslash after its first character.
 CString ParentDir(LPCWSTR path);
 
 // True when a file or folder stands at the path.

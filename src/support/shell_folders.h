@@ -3,8 +3,7 @@
 
 #include <framework.h>
 
-// The key that holds the folders of a user, below the user's root, and those of all
-// users, below HKEY_LOCAL_MACHINE.
+// The key that holds the folders of a user, below the user's root, and those of all users, below HKEY_LOCAL_MACHINE.
 inline constexpr WCHAR kShellFoldersKey[] =
     TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders");
 

@@ -70,7 +70,7 @@ void NoteChoice(const Choices& choices, int row) {
         NoteChosenValue(extension.get(), choices.valueName, row);
 }
 
-// ---- second pass: give the extension back; the functions return true for a change ----
+// ---- second pass: return the extension; the functions return true for a change ----
 
 bool DropUserChoice(HKEY extension, int row) {
     const bool owned = g_extensionTable[row].ownedByUs != 0;

@@ -1,4 +1,4 @@
-// Gives the user's image file extensions back when the application is removed.
+// Returns the user's image file extensions to other programs when the application is removed.
 #pragma once
 
 // Handles each extension of g_extensionTable that belonged to the product: before Windows Vista it restores

@@ -47,8 +47,7 @@ void RemoveInstallFolders(const CString& folder) {
     const CString x32 = folder + TEXT("\\x32");
     if (!RemoveDirectoryW(x64)) (void)ScheduleBootDelete(x64);
     if (!RemoveDirectoryW(x32) && Exists(x32)) (void)ScheduleBootDelete(x32);
-    // On purpose the x32 folder decides here, too: without one, a folder that holds
-    // the user's files gets no mark.
+    // On purpose the x32 folder decides here, too: without one, a folder that holds the user's files gets no mark.
     if (!RemoveDirectoryW(folder) && Exists(x32)) (void)ScheduleBootDelete(folder);
     RemoveParentFolder(folder);
 }
@@ -57,7 +56,7 @@ void DeleteProductLink(const CString& folder) {
     (void)DeleteFileW(folder + TEXT("\\") + kProductName + TEXT(".lnk"));
 }
 
-// Deletes all that lies in the group, the user's own files included.
+// Deletes everything in the group, including the user's own files.
 void DeleteProductGroup(const CString& programs) {
     const CString group = programs + TEXT("\\") + kProductName + TEXT("\\");
     (void)DeleteMatching(group, TEXT("*.*"));

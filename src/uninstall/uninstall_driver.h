@@ -9,8 +9,7 @@ void PerformUninstall(LPCWSTR folder);
 // The time that the thumbnail handler and the application each have to unregister themselves.
 inline constexpr DWORD kUnregisterMs = 5000;
 
-// Shared scratch text of the sweep over all users and of the file association
-// restore: a query takes 1024 bytes.
+// Shared scratch text of the sweep over all users and of the file association restore: a query takes 1024 bytes.
 inline constexpr int kRegScratchChars = 512;
 extern WCHAR g_regScratch[kRegScratchChars];
 

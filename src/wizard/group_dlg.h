@@ -14,7 +14,7 @@ class CGroupDlg : public CDialog {
   public:
     explicit CGroupDlg(CWnd* parent = nullptr);
     BOOL CreatePage(UINT templateId, CWnd* parent) { return Create(templateId, parent); }
-    // Stores the choices. When the name can't be that of a group, it says so, returns 0, and the page stays.
+    // Stores the choices. When a group can't have the name, it says so, returns 0, and the page stays.
     BOOL DestroyWindow() override;
 
   protected:

@@ -116,8 +116,7 @@ void CSetupDlg::OnOK() {
     ShowPageBesidePicture();
 }
 
-// If the page refuses to close, it stays, but m_page is already two lower; the
-// next click continues from there.
+// If the page refuses to close, it stays, but m_page is already two lower; the next click continues from there.
 void CSetupDlg::OnBack() {
     m_page -= 2;
     if (m_page == kDestination && g_installType == kPortable) m_page = kAgreement;
@@ -147,8 +146,7 @@ void CSetupDlg::ShowAgreement() {
     SetText(LoadResString(IDS_ACCEPT_AGREEMENT));
 }
 
-// The page is placed, and so becomes visible, only after the install. Until then the area
-// beside the picture is empty.
+// The page is placed, and so becomes visible, only after the install. Until then the area beside the picture is empty.
 void CSetupDlg::InstallAndShowResult() {
     MakePage<CStartDlg>(IDD_START);
     CDialog& page = *m_currentPage;
