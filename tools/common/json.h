@@ -5,7 +5,7 @@
 
 namespace tools {
 
-// The text as a JSON string, in quotes. The bytes are those of tools::Utf8.
+// Returns the text as a JSON string, in quotes. `text` is as tools::Utf8 returns it.
 std::string JsonString(const std::string& text);
 
 }  // namespace tools

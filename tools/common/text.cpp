@@ -9,7 +9,7 @@ namespace {
 
 struct Character {
     std::uint32_t code;
-    std::size_t length;  // in bytes; 0 when the bytes are no UTF-8
+    std::size_t length;  // in bytes; 0 if the bytes are not UTF-8
 };
 
 constexpr int TrailingBytes(unsigned lead) {
@@ -23,7 +23,7 @@ Character Decode(const std::string& bytes, std::size_t at) {
     if (trailing == 0) return {lead, 1};
     std::uint32_t code = lead & (0x3Fu >> trailing);
     for (int i = 1; i <= trailing; ++i) {
-        // After the last byte there is a null, which is no trailing byte.
+        // A null follows the last byte. It is no trailing byte.
         const unsigned byte = static_cast<unsigned char>(bytes.c_str()[at + static_cast<std::size_t>(i)]);
         if ((byte & 0xC0) != 0x80) return {lead, 0};
         code = code << 6 | (byte & 0x3F);

@@ -8,8 +8,8 @@
 
 namespace tools {
 
-// Makes <parent>/<tool>.XXXXXX and removes it with all that is in it at the end. A forked child removes nothing. If a
-// run is killed, its folder stays until the next run of the same tool and user removes it.
+// Makes <parent>/<tool>.XXXXXX. The destructor removes it with everything in it; in a forked child it removes nothing.
+// If a run is killed, its folder stays until the next run of the same tool and user removes it.
 class ThrowawayFolder {
   public:
     // Throws std::system_error when no folder can be made.

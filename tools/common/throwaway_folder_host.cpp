@@ -15,8 +15,8 @@ namespace tools {
 
 namespace {
 
-// The folder opened and locked; -1 when somebody uses it, or when it isn't this user's. The kernel drops the
-// lock with the process, so a folder that can be locked belongs to nobody any more.
+// Opens and locks the folder. Returns -1 when somebody uses it, or when it isn't this user's. The kernel drops the lock
+// with the process, so a folder that can be locked is in use by nobody.
 int LockFolder(const fs::path& folder) {
     const int lock = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     struct stat info;
@@ -47,7 +47,7 @@ void RemoveStale(const fs::path& parent, const std::string& start) {
 
 ThrowawayFolder::ThrowawayFolder(const std::string& tool, const fs::path& parent) : m_owner(getpid()) {
     RemoveStale(parent, tool + ".");
-    // A neighbour may take the new folder for a stale one before it is locked.
+    // Another run may take the new folder for an old one before it is locked.
     while (m_lock < 0 || !fs::exists(m_path)) {
         if (m_lock >= 0) close(m_lock);
         std::string name = (parent / (tool + ".XXXXXX")).string();

@@ -14,7 +14,7 @@ namespace {
 int Check(const package_check::Request& request, const std::vector<std::string>& arguments) {
     const tools::ThrowawayFolder machine("package_check");
     winhost::CreateMachine(machine.Path());
-    // Links: package and recipe are read where they lie.
+    // These are links: package and recipe are read where they are.
     fs::create_directory_symlink(fs::absolute(arguments[request.folder]), machine.Path() / "C/Package");
     if (request.recipe)
         fs::create_symlink(fs::absolute(arguments[request.recipe]), machine.Path() / "C/recipe");

@@ -5,7 +5,7 @@
 
 namespace package_check {
 
-// Checks application, agreement and home page, and that there is a setup program.
+// Checks the application, the agreement and the home page, and whether there is a setup program.
 void CheckOtherFiles(const CString& package, const PackageFiles& files, std::vector<Finding>& findings);
 
 }  // namespace package_check

@@ -11,7 +11,7 @@ namespace package_check {
 
 namespace {
 
-// A link to a folder above would make the search nearly endless.
+// A link to a folder above it would make the search almost endless.
 constexpr std::size_t kMostEntries = 1'000'000;
 
 constexpr WCHAR kAgreement[] = TEXT("agreement.txt");
@@ -20,12 +20,12 @@ bool IsDotName(const CString& name) {
     return name == TEXT(".") || name == TEXT("..");
 }
 
-// A program with such a name installs: the start-up decides by the name.
+// A program with such a name installs, because setup chooses its job by the name.
 bool IsSetup(CString name) {
     return name.MakeLower().Find(kInstallerNameTest) >= 0;
 }
 
-// Whether only the system can do the search, because only the system knows the other case of these letters.
+// Whether only the system can do the search: it knows the other case of these letters.
 bool NeedsSystem(const CString& name) {
     const Wide& text = name.Text();
     return std::any_of(text.begin(), text.end(), [](WCHAR character) { return character >= 0x80; });

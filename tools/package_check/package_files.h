@@ -1,4 +1,4 @@
-// The files that a package holds.
+// The files in a package.
 #pragma once
 
 #include <set>
@@ -18,16 +18,16 @@ class PackageFiles {
         CString name;
         bool isFolder;
     };
-    // What the name or pattern of a record, relative to the package, finds by long names only, whatever drive the
-    // package is on. "." and ".." are left out.
+    // Returns what the name or pattern of a record, relative to the package, finds by long names only, on any drive.
+    // "." and ".." are left out.
     std::vector<Match> Find(const CString& pattern) const;
-    // The names in a folder of the package, in upper case; none if there is no such folder.
+    // Returns the names in a folder of the package, in upper case. Empty if there is no such folder.
     std::vector<Wide> NamesIn(const CString& folder) const;
 
     // Notes that a record names this file. The path is a full path.
     void MarkNamed(const CString& path);
 
-    // The files that no record names and that setup itself does not look for, relative to the folder.
+    // Returns the files that no record names and that setup itself does not read, relative to the folder.
     std::vector<CString> Unnamed() const;
     bool HasSetup() const { return m_hasSetup; }
 
@@ -43,7 +43,7 @@ class PackageFiles {
     const std::set<Wide>& KeysIn(const CString& folder) const;
 
     std::unordered_map<Wide, Entry> m_entries;
-    std::unordered_map<Wide, std::set<Wide>> m_keys;  // for the key of their folder
+    std::unordered_map<Wide, std::set<Wide>> m_keys;  // by the key of their folder
     bool m_hasSetup = false;
 };
 

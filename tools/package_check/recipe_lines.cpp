@@ -20,7 +20,7 @@ bool ReadLines(const CString& path, std::vector<CString>& lines) {
 
 void NameRecipe(std::vector<Finding>& findings, const std::vector<CString>& manifest,
                 const std::vector<CString>& recipe, const std::string& shown) {
-    std::map<Wide, std::deque<unsigned>> places;  // of a text in the recipe
+    std::map<Wide, std::deque<unsigned>> places;  // where a text is in the recipe
     for (std::size_t i = 0; i < recipe.size(); ++i)
         places[recipe[i].Text()].push_back(static_cast<unsigned>(i) + 1);
     std::map<unsigned, unsigned> origins;  // lines of the recipe by those of the manifest

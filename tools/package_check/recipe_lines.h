@@ -1,4 +1,4 @@
-// A manifest that was made by a recipe: what is wrong with a record is mended where it was written.
+// Findings of a manifest that was made from a recipe: a mistake in a record is corrected where it was written.
 #pragma once
 
 #include "package_check/package_check.h"
@@ -6,12 +6,12 @@
 
 namespace package_check {
 
-// The lines of a manifest as setup reads them, read from the running system. False when there is no such
-// file. A line that is longer than one read counts as several.
+// Reads the lines of a file of the running system as setup reads them. A line that is longer than one read counts as
+// several. Returns false when there is no such file.
 bool ReadLines(const CString& path, std::vector<CString>& lines);
 
-// Lets the findings about lines of the manifest that the recipe holds as well name the recipe's file and line
-// instead. `recipe` is its lines as setup reads them, `shown` its name.
+// If the recipe also has a line of the manifest, its findings name the recipe's file and line instead. `recipe` has the
+// lines of the recipe as setup reads them, and `shown` is the recipe's name.
 void NameRecipe(std::vector<Finding>& findings, const std::vector<CString>& manifest,
                 const std::vector<CString>& recipe, const std::string& shown);
 

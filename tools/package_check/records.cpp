@@ -16,13 +16,13 @@ constexpr WCHAR kProgramFiles[] = TEXT("C:\\Program Files");
 // Setup itself looks for this file only if it carries out "File Copy x64: " records.
 constexpr WCHAR kX64Handler[] = TEXT("x64\\ThumbQvi64.dll");
 
-// With more, the records cost more time than the files.
+// With more records than this, the records need more time than the files.
 constexpr unsigned kManyRecords = 100;
 
 // Windows requires room for a name of 8.3 characters in a folder.
 constexpr int kMostOfFolder = MAX_PATH - 13;
 
-// For a set of kinds.
+// A bit for a set of kinds.
 unsigned Bit(AtInstall install) {
     return 1U << static_cast<unsigned>(install);
 }
@@ -194,7 +194,7 @@ void RecordChecks::TakeFolderRecord() {
     }
 }
 
-// Whether a name leads to a place in the folder or deeper.
+// Whether a name leads to a place inside the folder.
 bool RecordChecks::NameWorks(const CString& name, const CString& folder, bool wildcards) {
     const bool wrongWildcard = HasWildcard(wildcards ? FolderOf(name) : name);
     if (wrongWildcard || HasForbidden(name)) {
@@ -378,7 +378,7 @@ void RecordChecks::FinishShortNames() {
     }
 }
 
-// A pattern stops at a folder, so it is no choice where one is.
+// A pattern stops at a folder, so it can't replace single records where there is one.
 void RecordChecks::FinishSingles() {
     for (const auto& [key, singles] : m_singles) {
         if (singles.count <= kManyRecords) continue;

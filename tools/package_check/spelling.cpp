@@ -28,8 +28,8 @@ WCHAR Lower(WCHAR character) {
     return character >= 'A' && character <= 'Z' ? static_cast<WCHAR>(character + ('a' - 'A')) : character;
 }
 
-// The text after a prefix that may have other blanks and letters of another case, or null. `sameLetters` says
-// whether the case is right.
+// Returns the text after a prefix, or null. The prefix may have other blanks and letters of another case. `sameLetters`
+// says whether the case is right.
 LPCWSTR BehindPrefix(LPCWSTR line, LPCWSTR prefix, bool& sameLetters) {
     sameLetters = true;
     for (; *prefix; ++prefix) {
@@ -70,7 +70,7 @@ void MendPrefix(Record& record) {
     }
 }
 
-// The place where the comment begins, if this kind of record may have one; otherwise the end.
+// Returns where the comment begins, if this kind of record may have one; otherwise the end.
 int EndOfNames(const Record& record) {
     const int comment = JobOf(*record.kind) == Job::Remove ? record.line.Find(kComment) : -1;
     return comment < 0 ? record.line.GetLength() : comment;

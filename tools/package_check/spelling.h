@@ -11,7 +11,7 @@ namespace package_check {
 enum class Job { Copy, Remove, Folder, Setup };
 Job JobOf(const RecordKind& kind);
 
-// What to do about an encoding that has several bytes for a character.
+// The advice for an encoding in which a character can have several bytes.
 inline constexpr char kSaveAs[] = "The file saved as plain ASCII text, without a byte-order mark.";
 
 // A byte-order mark of UTF-8 at the start, as its three bytes are read.
@@ -33,7 +33,7 @@ struct Record {
     CString Value() const { return line.Mid(static_cast<int>(wcslen(kind->prefix))); }
 };
 
-// Takes a line apart, and corrects its mistakes one after the other.
+// Reads a line as its author means it, and corrects its mistakes one by one.
 Record MendedRecord(LPCWSTR line);
 
 }  // namespace package_check

@@ -8,7 +8,7 @@
 #include "package_check/recipe_lines.h"
 #include "package_check/sarif.h"
 
-// The one variable of the program that the check fills.
+// The only variable of the program that the check uses.
 VersionNumbers g_version;
 
 namespace package_check {

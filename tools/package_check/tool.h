@@ -1,8 +1,8 @@
 // package_check [--json | --sarif [--sarif-base FOLDER]] [--recipe FILE] PACKAGE
 //
-// Checks a package folder, prints the findings, and ends with 0 when there are none, 1 when there are some,
-// or 2 when something couldn't be read. With the recipe that package_make made the package by, findings about
-// its records name the recipe's line.
+// Checks a package folder, prints the findings, and exits with 0 if there are none, 1 if there are some, or 2 if
+// something couldn't be read. With the recipe that package_make used, findings about its records name the line of the
+// recipe.
 #pragma once
 
 #include <windows.h>
@@ -15,7 +15,7 @@ namespace package_check {
 
 enum class Format { Text, Json, Sarif };
 
-// Places among the arguments; 0 for none.
+// Indices of arguments; 0 for none.
 struct Request {
     std::size_t folder = 0;
     std::size_t recipe = 0;
@@ -26,8 +26,8 @@ struct Request {
 // returns none.
 std::optional<Request> ReadArguments(const std::vector<std::string>& arguments);
 
-// Checks the folder of the running system by the recipe there (null for none), and prints. The arguments name
-// the folders and files for the reader. Returns the exit code.
+// Checks the folder of the running system and prints the findings. `recipe` is the path of the recipe there, or null.
+// The arguments name the folders and files in the output. Returns the exit code.
 int RunTool(const Request& request, const std::vector<std::string>& arguments, LPCWSTR folder,
             LPCWSTR recipe);
 

@@ -17,10 +17,10 @@ using package_check::HasWildcard;
 using package_check::NameOf;
 using package_check::Utf8;
 
-// Any folder with a parent: only what is below it counts.
+// Any folder with a parent will do: only what is below it counts.
 constexpr WCHAR kTarget[] = TEXT("C:\\Parent\\Target\\");
 
-// The name by the system's rules; empty when it leads out of the folder.
+// Returns the name by the system's rules. Empty if it leads out of the folder.
 CString Below(const CString& name) {
     const CString path = package_check::FullPath(CString(kTarget) + name);
     const CString target = kTarget;
@@ -71,7 +71,7 @@ class InstalledReader {
     void Copy(const CString& value, Names& names) {
         CString name, newName;
         const bool isTwoNames = SplitNames(value, name, newName);
-        // Setup separates folders by a backslash only, and copies no folder.
+        // Setup separates folders only by a backslash, and copies no folder.
         if (isTwoNames && HasWildcard(name)) return;
         for (const auto& match : m_files.Find(isTwoNames ? name : value)) {
             if (match.isFolder || value.Find('/') >= 0) continue;
@@ -92,7 +92,7 @@ std::string Sentence(const char* what, const CString& name, const std::string& a
     return what + Utf8(name) + advice;
 }
 
-// The file of this package that the pattern would delete at every update; empty for none.
+// Returns a file of this package that the pattern would delete at every update. Empty for none.
 CString BackAgain(const CString& pattern, const Installed& present) {
     const Wide folded = Folded(pattern);
     if (!HasWildcard(pattern)) return present.Has(folded) ? pattern : CString();

@@ -1,4 +1,4 @@
-// What a package leaves in the installation folder, told from its manifest and its files.
+// What a package leaves in the installation folder, according to its manifest and its files.
 #pragma once
 
 #include <map>
@@ -19,21 +19,21 @@ struct Installed {
     Names sometimes;                // files on some machines or in a portable installation
     Names parent;                   // files that a portable installation puts into the parent folder
     Names folders;                  // made by copying or by a record
-    Names overwritten;              // files that the application makes
+    Names overwritten;              // files that the application creates
     std::vector<CString> removals;  // the lines of the "File Del: " records
 
     bool Has(const Wide& file) const { return always.contains(file) || sometimes.contains(file); }
 };
 
-// `files` are those of the package, whose folder on the running system is `package`. Records that setup
-// passes over, and names that lead out of the folder, add nothing.
+// Reads what a package installs. `files` are those of the package, whose folder on the running system is `package`.
+// Records that setup skips, and names that lead out of the folder, add nothing.
 Installed ReadInstalled(const CString& package, const package_check::PackageFiles& files,
                         const std::vector<CString>& lines);
 
-// What takes away the files of the earlier package that the present one doesn't install.
+// Removes the files of the earlier package that the present one doesn't install.
 struct Update {
     std::vector<CString> records;    // lines for the manifest
-    std::vector<std::string> stays;  // sentences about what an update doesn't take away
+    std::vector<std::string> stays;  // sentences about what an update doesn't remove
 };
 Update UpdateFrom(const Installed& earlier, const Installed& present);
 

@@ -1,4 +1,4 @@
-// The folders lie on the host. The manifest is read on a machine of this run's own, which has links to them.
+// The folders are on the host. The manifest is read on a machine made for this run, which has links to them.
 #include <cstdio>
 #include <exception>
 

@@ -9,7 +9,7 @@ bool package_make::IsLink(const fs::path& path) {
 int wmain(int count, wchar_t** values);
 
 int wmain(int count, wchar_t** values) {
-    // What is printed is UTF-8.
+    // The output is UTF-8.
     (void)SetConsoleOutputCP(CP_UTF8);
     const auto request = package_make::ReadArguments({values, values + count}, values[0]);
     if (!request) return package_make::kMisused;

@@ -41,7 +41,7 @@ class Manifest {
         AddFoldersThatNothingMakes();
         for (const CString& line : m_input.recipe)
             AddLine(line);
-        // The removal's search marks such a folder and the one above. A file in use has to be marked before.
+        // The removal's search marks such a folder and its parent. A file in use must be marked before that.
         for (const CString& folder : m_ownFolders)
             AddLine(Prefix(AtInstall::Copy) + folder + kAllFiles);
         AddFoldersToRemove();
@@ -126,8 +126,8 @@ class Manifest {
         return std::count(name.Text().begin(), name.Text().end(), '\\');
     }
 
-    // One level is made by a record, so the upper ones come first. The recipe may make one itself, unless a
-    // folder in it is needed before.
+    // A record makes one level, so upper levels come first. The recipe may make a folder itself, unless a folder in it
+    // is needed earlier.
     void AddFoldersThatNothingMakes() {
         const std::vector<CString> folders = Folders();
         std::vector<CString> records;
@@ -144,8 +144,8 @@ class Manifest {
             AddLine(Prefix(AtInstall::MakeFolder) + *record);
     }
 
-    // The removal takes folders in the order of their records: each needs one behind the first of every
-    // folder in it.
+    // The removal removes folders in the order of their records. So each folder needs a record after the first record
+    // of every folder in it.
     void AddFoldersToRemove() {
         const std::vector<CString> folders = Folders();
         for (auto folder = folders.rbegin(); folder != folders.rend(); ++folder) {
@@ -171,9 +171,9 @@ class Manifest {
     const package_check::PackageFiles& m_files;
     std::vector<CString> m_lines;
     std::set<Wide> m_covered;           // files that the recipe copies, by the key of their path
-    std::set<Wide> m_recipeFolders;     // that a record of the recipe names
+    std::set<Wide> m_recipeFolders;     // folders that a record of the recipe names
     std::set<Wide> m_own;               // files in own folders
-    std::vector<CString> m_ownFolders;  // that need a record
+    std::vector<CString> m_ownFolders;  // own folders that need a record
     std::set<Wide> m_ownNamed;          // the same by their folded names
     std::set<Wide> m_made;              // folders that derived records make by copying
     std::unordered_map<Wide, std::size_t> m_lastRecord;  // of a folder: the line of its last record

@@ -1,4 +1,4 @@
-// The manifest: records that the files tell, and those of the recipe.
+// Makes the manifest: records for the files, and the records of the recipe.
 #pragma once
 
 #include <vector>
@@ -10,15 +10,15 @@ namespace package_make {
 
 struct ManifestInput {
     std::vector<Entry> entries;   // of the source folder, sorted
-    std::vector<CString> own;     // folders that the product alone writes to
+    std::vector<CString> own;     // folders to which only the product writes
     std::vector<CString> recipe;  // lines, which go into the manifest as they are
 };
 
-// The lines of the manifest, but for what an earlier version needs: the application, the uninstaller and the
-// other files, each with a record of its own, unless a record of the recipe copies it; the folders that no
-// such record makes; the recipe; the folders in an order that the removal empties. `files` are those of the
-// package, whose folder on the running system is `package`. Throws BadInput when an own folder is none, or
-// can't be named by a pattern.
+// Returns the lines of the manifest, without those for an earlier version. First come the application, the uninstaller
+// and the other files, each in its own record unless a record of the recipe copies it. Then come the folders that no
+// such record makes, the recipe, and the folders in an order in which the removal can empty them. `files` are those of
+// the package, whose folder on the running system is `package`. Throws BadInput if an own folder doesn't exist or no
+// pattern can name it.
 std::vector<CString> DeriveManifest(const ManifestInput& input, const CString& package,
                                     const package_check::PackageFiles& files);
 

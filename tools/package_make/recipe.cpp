@@ -17,7 +17,7 @@ std::vector<CString> ReadRecipe(const CString& path, const std::string& shown) {
         if (line.hidesText)
             throw BadInput(place + "a byte 0; save the recipe as plain text of one byte a character");
         if (line.isCut) throw BadInput(place + "more than 511 characters, which setup reads in pieces");
-        // An empty line keeps its line feed, since the reader never cuts the first character.
+        // An empty line keeps its line feed, because the reader never cuts the first character.
         const CString text = line.text;
         texts.push_back(text == TEXT("\n") ? CString() : text);
     }

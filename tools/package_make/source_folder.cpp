@@ -20,7 +20,7 @@ bool IsTopName(const CString& name, LPCWSTR file) {
     return name.CompareNoCase(file) == 0;
 }
 
-// Why a file can't be called so; empty when it can.
+// Returns why a file can't have this name. Empty if it can.
 std::string Objection(const CString& name) {
     if (name.Find('\\') >= 0) return "a backslash separates folders";
     if (package_check::HasForbidden(name) || package_check::HasWildcard(name))
@@ -30,7 +30,7 @@ std::string Objection(const CString& name) {
     return {};
 }
 
-// Names at the top of the folder that the package or the uninstaller uses in another way.
+// Checks names at the top of the folder that the package or the uninstaller uses for something else.
 std::string TopObjection(const CString& name) {
     if (name[0] == ' ' || name[0] == 0xA0) return "in the manifest a blank can't begin a name";
     for (const LPCWSTR own : {TEXT("setup.exe"), kUninstallerFile, kLogFile})
@@ -66,7 +66,7 @@ class Reader {
         m_complaints += (m_complaints.empty() ? "" : "\n") + Shown(path) + ": " + what;
     }
 
-    // Whether what is below the entry is worth a look.
+    // Whether to read what is below the entry.
     bool Take(const fs::directory_entry& entry) {
         const fs::path& path = entry.path();
         if (IsLink(path)) {
@@ -100,7 +100,7 @@ class Reader {
 
     const fs::path& m_folder;
     std::vector<Entry> m_entries;
-    std::map<fs::path, CString> m_names;  // of folders
+    std::map<fs::path, CString> m_names;  // names of folders
     std::map<Wide, fs::path> m_folded;
     std::string m_complaints;
 };

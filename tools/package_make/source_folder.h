@@ -1,4 +1,4 @@
-// The folder that a build leaves: what the installation folder shall hold.
+// The folder that a build leaves: what the installation folder will contain.
 #pragma once
 
 #include <filesystem>
@@ -13,7 +13,7 @@ namespace package_make {
 
 using package_check::Wide;
 
-// What the tool was given can't be made into a package. The text says why, a line for each thing.
+// The input can't be made into a package. The text says why, with a line for each reason.
 struct BadInput : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -24,21 +24,21 @@ struct Entry {
     bool isFolder = false;
 };
 
-// The text of a path; none when one byte can't hold each of its letters.
+// Returns the text of a path. None if a letter doesn't fit into one byte.
 std::optional<CString> OneByteText(const std::filesystem::path& path);
 
-// One text for all spellings of a name that differ in the case of their letters only. The names are those
-// that the manifest can hold: no letter above 0xFF.
+// Returns one text for all spellings of a name that differ only in case. The manifest can hold such names: no letter is
+// above 0xFF.
 Wide Folded(const CString& name);
 
-// Everything below the folder: what lies at the top first, then folder by folder. Throws BadInput, with all
-// that is wrong, when there is something that the manifest can't name or the package can't hold.
+// Returns everything below the folder: first the top, then folder by folder. Throws BadInput, with all reasons, if the
+// manifest can't name something or the package can't contain it.
 std::vector<Entry> ReadSourceFolder(const std::filesystem::path& folder);
 
-// A path for a message: control characters don't act at a terminal.
+// Returns a path for a message. Its control characters have no effect on a terminal.
 std::string Shown(const std::filesystem::path& path);
 
-// Whether the path itself is a link of any kind. Each target has its own.
+// Whether the path itself is a link of any kind. Each target has its own version.
 bool IsLink(const std::filesystem::path& path);
 
 }  // namespace package_make

@@ -17,7 +17,7 @@
 
 namespace fs = std::filesystem;
 
-// The one variable of the program that the check fills.
+// The only variable of the program that the check uses.
 VersionNumbers g_version;
 
 namespace package_make {
@@ -30,7 +30,7 @@ void Stop(int signal) {
     stopped = signal;
 }
 
-// The package while it is made, beside its place. It goes with the object unless it was put there.
+// The package while it is made, next to its final place. The destructor removes it unless it was put there.
 class NewPackage {
   public:
     explicit NewPackage(const fs::path& place) : m_place(place), m_folder(place) {
@@ -60,7 +60,7 @@ class NewPackage {
         std::error_code error;
         fs::copy_file(from, target, error);
         if (error) throw BadInput(Shown(from) + " can't be copied: " + error.message());
-        // The time of a file tells which build it is of.
+        // The time of a file shows which build it comes from.
         fs::last_write_time(target, fs::last_write_time(from, error), error);
     }
 
@@ -152,7 +152,7 @@ std::string Name(const fs::path& path) {
     return {bytes.begin(), bytes.end()};
 }
 
-// The folder as a record names it.
+// Returns the folder as a record names it.
 CString RecordName(const fs::path& folder) {
     CString name = OneByteText(folder.has_filename() ? folder : folder.parent_path()).value_or(CString());
     name.Replace('/', '\\');

@@ -22,7 +22,7 @@ BUILD = os.path.join(ROOT, "build/host")
 WORK = os.path.join(ROOT, "build/plant_faults")
 TABLES = os.path.join(ROOT, "tools/plant_faults/faults")
 COPIED = ("src", "res", "platform", "tests", "tools", "sample", "cmake")
-# Every program that links the code under test; the fast ones first.
+# Every program that links the code under test. The fast ones come first.
 PROGRAMS = ("support", "framework", "start_up", "app", "uninstall", "install", "engine", "instances", "wizard",
             "end_to_end")
 OWN_PROGRAMS = {"app": ("start_up", "app"), "res": ("winhost", "app", "wizard")}

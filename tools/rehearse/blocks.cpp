@@ -22,7 +22,7 @@ Kind KindOf(const std::string& name) {
     return name.starts_with("<") && !name.starts_with("<Temp>") ? Kind::Shortcut : Kind::File;
 }
 
-// What a reader can see from the name and the sign isn't told.
+// What a reader can see from the name and the sign is left out.
 std::string Brief(const std::string& what) {
     if (what == "folder" || what == "key" || what == "as in the package") return {};
     for (const std::string type : {kRegistryText, kRegistryNumber})

@@ -1,4 +1,4 @@
-// A rehearsal in titled lists of lines, which the reports for people lay out.
+// A rehearsal as lists of lines with titles. The reports for people show these lists.
 #pragma once
 
 #include "rehearse/rehearsal.h"
@@ -16,7 +16,7 @@ struct Block {
 };
 
 std::vector<Block> BlocksOf(const Step& step);
-// What is left in the end, and may stay or not.
+// What is left at the end, whether it may stay or not.
 std::vector<Block> BlocksOfLeft(const Rehearsal& rehearsal);
 std::string VerdictOf(const Rehearsal& rehearsal);
 

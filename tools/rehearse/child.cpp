@@ -23,7 +23,7 @@ sigset_t heldSignals, earlierSignals;
 
 [[noreturn]] void Work(const std::function<int()>& work) {
     (void)prctl(PR_SET_PDEATHSIG, SIGKILL);
-    // A group of its own, so that it can be ended as a whole.
+    // The child has its own process group, so that it can be ended as a whole.
     (void)setpgid(0, 0);
     (void)sigprocmask(SIG_SETMASK, &earlierSignals, nullptr);
     (void)dup2(open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);

@@ -1,4 +1,4 @@
-// Work in a process of its own. If it fails or is interrupted, this process can still clean up.
+// Work in a child process. If it fails or is interrupted, this process can still clean up.
 #pragma once
 
 #include <functional>

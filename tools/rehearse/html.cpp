@@ -8,7 +8,7 @@ namespace rehearse {
 
 namespace {
 
-// Nothing is fetched: the page holds all that it shows.
+// The browser loads nothing else: the page contains everything that it shows.
 constexpr char kHead[] = R"(<!DOCTYPE html>
 <html lang="en">
 <head>
@@ -43,7 +43,7 @@ input { font: inherit; width: 100%; box-sizing: border-box; padding: .4rem .6rem
 </style>
 )";
 
-// A line that matches is shown with the folders above it and with what is below it.
+// A matching line is shown with the folders above it and everything below it.
 constexpr char kTail[] = R"(<script>
 const filter = document.getElementById("filter");
 filter.hidden = false;
@@ -136,7 +136,7 @@ std::string ToHtml(const Rehearsal& rehearsal, const std::string& package, const
             (isRight ? "right" : "wrong") + "\"><summary>What is left</summary>\n<div class=\"verdict " +
             (isRight ? "came" : "went") + "\">" + Escaped(VerdictOf(rehearsal)) + "</div>\n";
     std::vector<Block> left = BlocksOfLeft(rehearsal);
-    // What should have gone comes first.
+    // What should not be there comes first.
     std::reverse(left.begin(), left.end());
     text += BlocksToHtml(left) + "</details>\n";
     text +=

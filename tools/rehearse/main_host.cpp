@@ -1,11 +1,10 @@
 // rehearse PACKAGE [--earlier PACKAGE] [--wine] [--json] [--html FILE] [-- OPTION...]
 //
-// Installs a package on a throwaway machine, uninstalls it and restarts the machine; shows what each step
-// changed, and what is left in the end. OPTIONs are those of the setup program, -s without any; the earlier
-// package is installed first, with the same. With --wine the package's own Windows program runs, in a
-// throwaway prefix of Wine. With --html a page for a browser shows the same.
-// Ends with 0, with 1 when something is left that should not be, and with 2 when there is nothing to
-// rehearse.
+// Installs a package on a throwaway machine, uninstalls it and restarts the machine. Shows what each step changed, and
+// what is left at the end. OPTIONs are those of the setup program, -s if none are given. The earlier package is
+// installed first, with the same options. With --wine, the package's own Windows program runs in a throwaway Wine
+// prefix. With --html, a page for a browser shows the same.
+// Exits with 0, with 1 if something is left that should not be, and with 2 if there is nothing to rehearse.
 #include <unistd.h>
 
 #include <algorithm>
@@ -81,9 +80,9 @@ void Introduce(const Request& request, const std::string& machine) {
     if (!request.json) Print(request.package + ", rehearsed on " + machine + "\n");
 }
 
-// The packages, for their folder on the machine.
+// Returns the packages with their folders on the machine.
 std::vector<std::pair<PackageFolder, std::string>> Packages(const Request& request) {
-    // The name of a folder of the machine, from its path.
+    // Returns the name of a folder of the machine from its path.
     const auto name = [](const std::string& path) { return path.substr(3, path.size() - 4); };
     std::vector<std::pair<PackageFolder, std::string>> packages;
     packages.emplace_back(PackageFolder(request.package), name(rehearse::kPackage));
@@ -167,7 +166,7 @@ class WineServer {
     const fs::path m_prefix;
 };
 
-// How a program of Wine opens a file of the host.
+// Returns the name by which a program of Wine opens a file of the host.
 std::string WinePath(const std::string& path) {
     std::string name = "Z:" + fs::absolute(path).string();
     std::replace(name.begin(), name.end(), '/', '\\');
@@ -192,7 +191,7 @@ int RehearseUnderWine(const Request& request, const fs::path& folder) {
     setenv("QTV_WINE_HOME", home.c_str(), 1);
     setenv("QTV_REHEARSAL", "1", 1);
     if (!request.html.empty()) setenv("QTV_HTML", WinePath(request.html).c_str(), 1);
-    // Wine takes arguments by it.
+    // Wine decodes the arguments by this setting.
     setenv("LC_ALL", "C.UTF-8", 1);
     Introduce(request, "Wine");
     const WineServer server(home);

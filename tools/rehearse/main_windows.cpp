@@ -1,6 +1,6 @@
-// The rehearsal in a Wine prefix. The program of the host has put the packages there, and starts this one:
+// The rehearsal in a Wine prefix. The host's program has put the packages there, and starts this one:
 //   rehearse.exe PACKAGE text|coloured|json OPTION...
-// PACKAGE is the name to show. The variable QTV_HTML names the file for the page; none without it.
+// PACKAGE is the name to show. The variable QTV_HTML names the file of the page; without it there is no page.
 #include <fcntl.h>
 #include <io.h>
 
@@ -38,7 +38,7 @@ void MakeListOfApplications() {
 int wmain(int count, wchar_t** values);
 
 int wmain(int count, wchar_t** values) {
-    // It installs and uninstalls on the system that it runs on. So that system must exist only for this.
+    // It installs and uninstalls on the running system, so that system must exist only for this purpose.
     if (!GetEnvironmentVariableW(L"QTV_REHEARSAL", nullptr, 0) || count < 3) {
         Print(
             "rehearse: this program does its work in a throwaway prefix of Wine; use the host's: rehearse "

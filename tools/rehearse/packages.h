@@ -28,7 +28,7 @@ class PackageFolder {
     void CopyTo(const std::filesystem::path& target, const std::filesystem::path& setup) const;
 
   private:
-    // The entry of that name at the top of the folder; empty for none.
+    // Returns the entry of that name at the top of the folder. Empty if there is none.
     std::filesystem::path Find(const std::string& name) const;
 
     std::filesystem::path m_folder;

@@ -99,7 +99,8 @@ class Stage {
         Run({name, command, {}, {}, {}, {}, {}}, folder);
     }
 
-    // What Windows' list of programs would start. An installation that is not in the list is found by its program.
+    // Returns the programs that Windows' list of programs would start. An installation that is not in the list is found
+    // by its program.
     std::vector<std::string> Uninstallers() const {
         if (const auto listed = m_last.find(kUninstallString); listed != m_last.end()) {
             std::string path = listed->second.substr(listed->second.find('"') + 1);
@@ -197,7 +198,7 @@ class Stage {
         return {change.kind, Neutral(change.name), describe(change.before), describe(change.after)};
     }
 
-    // By name first, because setup program and uninstaller have the same bytes.
+    // The file of the same name comes first, because setup program and uninstaller have the same bytes.
     std::string DescribedFile(const std::string& name, const std::string& what) const {
         const auto origins = m_origins.find(what);
         if (origins == m_origins.end()) {
@@ -222,7 +223,7 @@ class Stage {
     Snapshot m_before;
     Snapshot m_last;
     std::map<std::string, std::vector<std::string>>
-        m_origins;  // names of files of the packages, for their content
+        m_origins;  // names of files of the packages, by their content
     Rehearsal m_rehearsal;
 };
 

@@ -10,7 +10,7 @@
 
 namespace rehearse {
 
-// What is known of an installation before its uninstall.
+// What is known about an installation before its uninstall.
 class Installation {
   public:
     // `uninstaller` is the full path of its program, which is in the folder of the installation.
@@ -32,7 +32,7 @@ class Installation {
     std::vector<CString> m_portablePatterns;  // of files that a portable installation puts into the parent
 };
 
-// Says for everything that is left of the installations whether it may be.
+// Says for everything that is left of the installations whether it may be there.
 std::vector<Leftover> Judge(const Changes& left, const std::vector<Installation>& installations);
 
 }  // namespace rehearse

@@ -11,7 +11,7 @@ namespace rehearse {
 
 struct TreeLine {
     std::size_t depth;
-    char kind;  // '+' came, '-' went, '*' changed, a blank for a step on the way
+    char kind;  // '+' new, '-' gone, '*' changed, a blank for a step on the way
     std::string name;
     std::string note;
 };
@@ -21,8 +21,8 @@ class Tree {
     // `note` is printed after the name.
     void Add(const snapshot::Change& change, const std::string& note);
     bool IsEmpty() const { return m_children.empty(); }
-    // A line for each item. Steps that lead to one thing only share its line; what went as a whole is one
-    // line.
+    // Returns a line for each item. Steps that lead to only one thing share its line. If a whole folder or key is gone,
+    // that is one line.
     std::vector<TreeLine> Lines() const;
 
   private:

@@ -23,7 +23,7 @@ std::string TemporaryFolder() {
     return cch > 0 && cch < MAX_PATH ? Utf8(WideText(path, cch - 1)) : std::string();
 }
 
-// The user's key in HKEY_USERS: the one in which a key appears that was made for the current user.
+// The user's key in HKEY_USERS. It is found by making a key for the current user and looking where it appears.
 std::string CurrentUser() {
     const WideText probe = TEXT("Software\\SnapshotProbe");
     HKEY key = nullptr;

@@ -7,8 +7,8 @@
 
 namespace snapshot {
 
-// Texts that differ from machine to machine, each with a name. If one path contains another, the inner one is first. The
-// first call makes shell folders that are missing.
+// Texts that differ between machines, each with a name. If one path contains another, the inner one is first. The first
+// call makes missing shell folders.
 const std::vector<std::pair<std::string, std::string>>& Names();
 
 // The text with names instead of what differs from machine to machine: <Desktop>, <CommonDesktop>, <Programs>,

@@ -171,7 +171,7 @@ void TakeUsers(Snapshot& snapshot) {
     WCHAR user[512];
     for (DWORD index = 0; RegEnumKeyW(HKEY_USERS, index, user, 512) == ERROR_SUCCESS; ++index) {
         const WideText name = user;
-        // The classes of a user are a hive of their own, with the classes at its root.
+        // The classes of a user are in their own hive, with the classes at its root.
         const bool classes = EndsIn(name, TEXT("_Classes"));
         TakeTree(snapshot, HKEY_USERS, (classes ? name : name + TEXT("\\Software")).c_str(),
                  "HKU\\" + Utf8(name) + (classes ? "\\" : "\\Software\\"));

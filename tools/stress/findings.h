@@ -1,4 +1,4 @@
-// What the parts found: counted by what was tried, and measured against the table of exceptions.
+// What the parts found, counted by group and compared with the table of exceptions.
 #pragma once
 
 #include <cstdio>
@@ -13,17 +13,17 @@
 
 namespace stress {
 
-// One thing tried, as a task writes it down: a line for it, and one for each problem.
+// One trial, as a task writes it: a line for it, and one for each problem.
 struct Tried {
-    std::string group;     // as the report counts it
-    std::string scenario;  // what the table of exceptions knows it by
+    std::string group;     // its group in the report
+    std::string scenario;  // the name of the scenario in the table of exceptions
     std::string call;
-    std::string what;  // for the reader
+    std::string what;  // a description for the reader
 };
 void Write(std::ostream& lines, const Tried& tried, const std::vector<sweep::Problem>& problems);
 
-// Prints what has no place in the table, and a line for each group. False when there is something, or, after
-// a whole run, when an exception whose call has this prefix was never needed.
+// Prints the problems that are not in the table, and a line for each group. Returns false if there is such a problem,
+// or if, after a whole run, an exception whose call has this prefix was never needed.
 bool Report(const std::vector<sweep::TaskLine>& lines, const std::string& prefix, bool whole,
             std::FILE* report);
 

@@ -1,4 +1,4 @@
-// Full discs and cut power: the scenarios, the promises and the exceptions are those of the sweep.
+// Full discs and cut power. The scenarios, the promises and the exceptions are those of the sweep.
 #include <algorithm>
 #include <map>
 #include <vector>
@@ -18,15 +18,15 @@ namespace {
 using namespace sweep;
 
 constexpr char kAllPrograms[] = "*";
-// How many cuts a whole run tries for each scenario at the least, and a quick one.
+// The smallest number of cuts for each scenario in a whole run, and the number in a quick one.
 constexpr std::uint64_t kCuts = 1200, kQuickCuts = 6, kQuickRestarts = 2;
 constexpr std::uint64_t kQuickRooms = 3;
-// The rooms of a scenario are tried in so many shares.
+// The rooms of a scenario are divided into this many shares.
 constexpr std::uint64_t kShares = 16;
-// Every so many cuts the restart is cut as well, at one of these steps.
+// In every fourth of the cuts the restart is cut too, at one of these steps.
 constexpr std::uint64_t kCutRestartEach = 4, kRestartSteps = 9;
 
-// The wizard's install changes the machine by the same calls.
+// The wizard's install uses the same calls to change the machine, so it is left out.
 const std::vector<Scenario>& SilentScenarios() {
     static const std::vector<Scenario> silent = [] {
         std::vector<Scenario> all = Scenarios();
@@ -59,7 +59,7 @@ Disturbance Limited(const Scenario& scenario, const winhost::Limits& limits) {
     return disturbance;
 }
 
-// The run within the limits in a copy of the machine, which is left entered.
+// Runs the scenario within the limits in a copy of the machine. This process stays in that machine.
 winhost::LimitsMet RunWithin(const Scenario& scenario, const Machines& machines, const fs::path& machine,
                              const winhost::Limits& limits) {
     fs::remove_all(machine);
@@ -81,7 +81,7 @@ Outcome TryLimits(const Scenario& scenario, const winhost::Limits& limits, const
     return outcome;
 }
 
-// Rooms from `first` on, below `end`: each is the smallest at which one more write goes well.
+// Rooms from `first` on, below `end`. Each is the smallest room at which one more write succeeds.
 struct Share {
     const Scenario* scenario;
     std::uint64_t first;
@@ -90,7 +90,7 @@ struct Share {
 
 std::vector<Share> SharesOf(const Scenario& scenario, const Machines& machines, bool quick) {
     const fs::path machine = machines.folder / "machine";
-    // A disc may have less room than what is deleted from it leaves: others take it at once.
+    // A disc may have less room than a deletion frees, because other programs use that room at once.
     const std::uint64_t least = RunWithin(scenario, machines, machine, {.room = 0}).leastRefused;
     const std::uint64_t without = winhost::BytesUsed();
     (void)RunWithin(scenario, machines, machine, {});
@@ -112,7 +112,7 @@ struct Cut {
     unsigned cutRestart;
 };
 
-// Few steps are gone through again, with another cut of the restart each time.
+// If there are few steps, each is cut several times, with another cut of the restart each time.
 std::vector<Cut> CutsOf(const Scenario& scenario, const Machines& machines, bool quick) {
     const std::uint64_t steps = RunWithin(scenario, machines, machines.folder / "machine", {}).steps;
     std::vector<Cut> cuts;

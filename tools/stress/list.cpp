@@ -1,4 +1,4 @@
-// The list of running copies under eight processes that come and go, some of them killed.
+// The list of running copies with eight processes that start and end. Some of them are killed.
 #include "stress/list.h"
 
 #include <algorithm>
@@ -47,8 +47,8 @@ class Watch {
             Enlist(m_rounds);
     }
 
-    // Looks at the list and at the workers until all have ended; kills so many of them meanwhile, each of which
-    // is followed by another one.
+    // Checks the list and the workers until all have ended. Meanwhile it kills `kills` of them, and starts another one
+    // for each. Returns whether everything was right.
     bool Run(unsigned kills) {
         std::mt19937 random(1);
         while (!m_workers.empty()) {
@@ -77,8 +77,8 @@ class Watch {
         m_good = false;
     }
 
-    // This process, which never leaves, is there once; nobody else is there twice, unless killed, and nobody
-    // unknown at all.
+    // This process never leaves the list, so it is there once. No other process is there twice unless it was killed,
+    // and no unknown process is there.
     void Look() {
         ++m_looks;
         CDWordArray ids;

@@ -1,4 +1,4 @@
-// What the list's part and its worker program agree on.
+// What list.cpp and its worker program have in common.
 #pragma once
 
 #include <windows.h>
@@ -7,7 +7,7 @@ namespace stress {
 
 inline constexpr WCHAR kListName[] = u"Qantivo.Stress";
 inline constexpr DWORD kAdditionalBytes = 1024;
-// For one entering, a look and a leaving, on a busy host.
+// The longest time to enter the list, check it and leave it on a busy host, in milliseconds.
 inline constexpr DWORD kLongestWaitMs = 10000;
 
 }  // namespace stress

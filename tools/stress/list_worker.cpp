@@ -1,5 +1,5 @@
-// list_worker ROUNDS: enters the list of running copies and leaves it, so many times. Ends with 0 when it found
-// itself there once each time, and never waited too long; with 1, 2 or 3 otherwise.
+// list_worker ROUNDS: enters and leaves the list of running copies ROUNDS times. Exits with 0 if it found itself there
+// once each time and never waited too long, otherwise with 1, 2 or 3.
 #include <algorithm>
 
 #include "instances/instance_manager.h"
@@ -7,7 +7,7 @@
 
 namespace {
 
-// How often this process stands in the list.
+// Returns how often this process is in the list.
 int TimesListed(COXInstanceManager& manager) {
     CDWordArray ids;
     if (!manager.ListInstances(ids)) return 0;
@@ -27,7 +27,7 @@ int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR, int) {
         if (TimesListed(manager) != 1) return 1;
         if (manager.RemoveInstance(GetCurrentProcessId()) != 1) return 2;
         if (GetTickCount() - start > stress::kLongestWaitMs) return 3;
-        // What is posted without a window comes to this thread.
+        // Messages that are posted without a window arrive at this thread.
         for (MSG message; PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE);) {
         }
     }

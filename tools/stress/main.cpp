@@ -1,7 +1,7 @@
 // stress SETUP [--quick] PART...
 //
-// Tries setup under stress on embedded machines: PART is full, power, two or list. SETUP is the setup program under test,
-// which may be of another build than this tool. Ends with 0 when all is as promised.
+// Tries setup under stress on embedded machines. PART is full, power, two or list. SETUP is the setup program under
+// test; it may come from another build than this tool. Exits with 0 if everything is as promised.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -44,7 +44,7 @@ std::optional<Command> ReadCommand(const std::vector<std::string>& arguments) {
     return command;
 }
 
-// Standard output and error are those of the programs that a part runs, so the report goes elsewhere.
+// The programs that a part runs use standard output and error, so the report is written elsewhere.
 bool Do(const std::string& part, const stress::Options& options, std::FILE* report) {
     const auto start = std::chrono::steady_clock::now();
     const bool good = kParts.at(part)(options, report);

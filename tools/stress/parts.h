@@ -1,5 +1,5 @@
-// The parts of a stress test. Each writes its figures and findings to the report, and returns whether all is
-// as promised.
+// The parts of a stress test. Each writes its figures and findings to the report. Each returns whether everything is as
+// promised.
 #pragma once
 
 #include <cstdio>
@@ -12,14 +12,14 @@ struct Options {
     bool quick = false;
 };
 
-// A disc with room for ever more bytes: an installation, an update and an uninstall at every limit at which
-// something changes.
+// A disc with more and more room: an installation, an update and an uninstall at every limit at which something
+// changes.
 bool FullDisc(const Options& options, std::FILE* report);
 // The power goes at every step of an installation, an update and an uninstall, and of the restart after them.
 bool CutPower(const Options& options, std::FILE* report);
-// Two setups, a setup and an uninstaller, two uninstallers at once on one machine, silent and with the wizard.
+// Two setups, a setup and an uninstaller, or two uninstallers at once on one machine, silent and with the wizard.
 bool TwoAtOnce(const Options& options, std::FILE* report);
-// The list of running copies under eight processes that come and go, some of them killed.
+// The list of running copies with eight processes that start and end. Some of them are killed.
 bool SharedList(const Options& options, std::FILE* report);
 
 }  // namespace stress

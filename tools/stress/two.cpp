@@ -1,4 +1,4 @@
-// Two runs at once on one machine, begun at random distances.
+// Two runs at once on one machine. The second one starts after a random time.
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -34,9 +34,9 @@ constexpr milliseconds kHang{60000}, kLook{2};
 struct Pair {
     const char* name;
     const char* first;   // names of scenarios
-    const char* second;  // the one of the last run, too
+    const char* second;  // also decides whether the last run installs or removes
     bool fresh;          // the product is not installed yet
-    bool wizard;         // the first one shows its wizard, whose Next is pressed again and again
+    bool wizard;         // the first run shows its wizard, whose Next is pressed again and again
 };
 constexpr Pair kPairs[] = {
     {"two fresh installations", "install", "install", true, false},
@@ -50,7 +50,7 @@ constexpr Pair kPairs[] = {
 };
 
 constexpr char16_t kWizardLine[] = u"C:\\Package\\setup.exe";
-// Answers for all the boxes that can come: to each question the one that goes on.
+// The answers to all boxes that may come. They let the run continue.
 const std::vector<int> kGoOn(64, IDYES);
 
 const Scenario& Named(const std::string& name) {
@@ -59,8 +59,8 @@ const Scenario& Named(const std::string& name) {
                          [&](const Scenario& scenario) { return name == scenario.name; });
 }
 
-// The machine after the last run and a restart: with the pair's runs one after the other before it, and
-// without them.
+// The machine after the last run and a restart. In `after`, the two runs of the pair came before, one after the other;
+// in `without` they didn't.
 struct Ends {
     State after;
     State without;
@@ -70,7 +70,7 @@ struct Machines {
     tools::ThrowawayFolder work{"stress", PlaceToWork()};
     const fs::path& folder = work.Path();
     std::map<std::string, Ends> ends;  // by the pair's name
-    // What no run touches, from either start.
+    // What no run changes, by `fresh` of the pair.
     std::map<bool, State> others;
 };
 
@@ -82,7 +82,7 @@ const char* LastOf(const Pair& pair) {
     return std::string(pair.second) == "uninstall" ? "uninstall" : "install";
 }
 
-// A machine after undisturbed runs, one after the other, with a restart after each.
+// Returns the machine after undisturbed runs, one after the other, with a restart after each.
 State EndOf(const Machines& machines, bool fresh, const std::vector<std::string>& runs) {
     const fs::path machine = machines.folder / "reference";
     fs::remove_all(machine);
@@ -126,7 +126,7 @@ HANDLE StartLine(std::u16string line) {
     return process.hProcess;
 }
 
-// Presses Next in whatever wizard is open.
+// Presses Next in every open wizard.
 void PressNext() {
     for (HWND dialog = nullptr; (dialog = FindWindowExW(nullptr, dialog, u"#32770", nullptr));) {
         const HWND next = GetDlgItem(dialog, IDOK);
@@ -135,8 +135,7 @@ void PressNext() {
     }
 }
 
-// Waits until all programs have ended; false for a hang. `press` says how long to wait before each pressing
-// of Next; none without a wizard.
+// Waits until all programs have ended. Returns false if they hang. With `wizard`, presses Next at random times.
 bool AwaitEnd(std::mt19937& random, bool wizard) {
     const auto end = Clock::now() + kHang;
     while (!winhost::WaitForProcesses(wizard ? static_cast<DWORD>(random()) % 20 : 1000)) {

@@ -4,7 +4,7 @@
 
 #include <sstream>
 
-// Places of the machine, to be put together with patterns.
+// Places of the machine that patterns are made of.
 #define TARGET "C:\\Program Files\\Qantivo 8\\"
 #define LOG TARGET "QtvUnInst.log"
 #define GROUP "C:\\ProgramData\\Microsoft\\Windows\\Start Menu\\Programs\\Qantivo 8\\"

@@ -1,22 +1,23 @@
-// Where a disturbed run may leave the machine otherwise than promised, each case with its reason. The tables of
-// docs/reliability.md are these cases.
+// Where a disturbed run may leave the machine in another state than promised, with the reason for each case. The tables
+// in docs/reliability.md are these cases.
 #pragma once
 
 #include "sweep/trials.h"
 
 namespace sweep {
 
-// Fields after the stage are patterns with * and ?, with | between them.
+// The fields after the stage are patterns with * and ?, separated by |.
 struct Exception {
     Stage stage;
     const char* scenarios;
-    const char* calls;  // the call disturbed; in front "kill:" for the end of the process at it, "power:"
-                        // for the end of all in its midst, "full:" for the first call without room
-    const char* items;  // item and what it is, with ": " between them
+    // The disturbed call. Before it, "kill:" means that the process ended at the call, "power:" that the power went
+    // during it, and "full:" that it was the first call without room.
+    const char* calls;
+    const char* items;  // item and its state, with ": " between them
 };
 
-// One row of a table of the document, with what the sweep excuses for it. The stage of the first exception
-// names the table. A case without `left` is in none: the document tells of it in words.
+// One row of a table in the document, with the exceptions that the sweep accepts for it. The stage of the first
+// exception says which table. A case without `left` is in no table; the document describes it in its text.
 struct Case {
     const char* left;
     const char* when;
@@ -25,13 +26,13 @@ struct Case {
 };
 const std::vector<Case>& Cases();
 
-// The table of a stage, as it stands in the document.
+// Returns the table of a stage as it is in the document.
 std::string CaseTable(Stage stage);
 
-// Whether one of the exception's calls has this prefix; "" stands for a failing call or the end of the process.
+// Whether one of the exception's calls has this prefix. "" means a failing call or the end of the process.
 bool IsOf(const Exception& exception, const std::string& prefix);
 
-// The exception that a problem falls under, by the scenario's name and the call with its prefix; null for none.
+// Returns the exception for a problem, by the name of the scenario and the call with its prefix. Null if there is none.
 const Exception* FindException(const std::string& scenario, const std::string& call, const Problem& problem);
 const Exception* FindException(const Scenario& scenario, const Disturbance& disturbance,
                                const Problem& problem);

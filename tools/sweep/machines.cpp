@@ -69,7 +69,8 @@ void TakeLog(State& state, const std::string& name) {
         state["log: " + record] = count == 1 ? "once" : std::to_string(count) + " times";
 }
 
-// Presses the default button of a dialog, as a person does who agrees to everything. False when nobody sees one.
+// Presses the default button of a dialog, like a person who agrees to everything. Returns false when there is no dialog
+// to see.
 bool PressNext() {
     HWND dialog = nullptr;
     do {
@@ -83,7 +84,7 @@ bool PressNext() {
 
 enum class End { ByItself, GivenUp, Never };
 
-// Waits for the end of all programs. A wizard that a failed call keeps on one page is given up.
+// Waits for the end of all programs. If a failed call keeps a wizard on one page, the wizard is ended.
 End AwaitEnd() {
     int presses = 0;
     for (DWORD waited = 0; waited < kHangMs && presses < kMostPresses; waited += kPressMs) {
@@ -151,7 +152,7 @@ void CopyMachine(const fs::path& from, const fs::path& to) {
         const fs::path target = to / name;
         if (entry->is_directory()) {
             fs::create_directory(target);
-            // Those of processes that have ended; a queue is a socket as well, which can't be copied.
+            // These are files of ended processes. A queue is also a socket, which can't be copied.
             if (name == ".state/processes" || name == ".state/queues") entry.disable_recursion_pending();
         } else if (name.native().starts_with("C/Package/") && name.extension() == ".exe") {
             fs::create_hard_link(entry->path(), target);

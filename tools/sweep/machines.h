@@ -1,4 +1,5 @@
-// Machines of a sweep: made once, copied for each trial, run with one call disturbed, and compared.
+// Machines of a sweep. Each is made once and copied for each trial. The trial runs with one disturbed call and is
+// compared.
 #pragma once
 
 #include <filesystem>
@@ -16,14 +17,15 @@ struct Disturbance {
     std::string call;
     unsigned nth = 0;  // which use, counted from 1; 0: every use
     bool kills = false;
-    std::optional<winhost::Limits> limits = std::nullopt;  // those of the machine, instead of all above
+    std::optional<winhost::Limits> limits =
+        std::nullopt;  // limits of the machine, instead of all fields above
 };
 bool CutsPower(const Disturbance& disturbance);
 std::string Describe(const Disturbance& disturbance);
 
 // A machine as sorted text, as in snapshot/snapshot.h, but:
 //   - numbers in the names of temporary files are left out
-//   - a mark has what it does as its name ("mark: delete C:\x"), and its place in the list as its value
+//   - a mark is named by what it does ("mark: delete C:\x"), and its value is its place in the list
 //   - the log is one item for the manifest in it, and one for each record after that
 using State = std::map<std::string, std::string>;
 State TakeState();
@@ -35,8 +37,9 @@ void CopyMachine(const std::filesystem::path& from, const std::filesystem::path&
 void CaptureErrors(const std::filesystem::path& file);
 
 struct RunOutcome {
-    std::map<std::string, unsigned> calls;  // of the program watched, by name; empty unless it ended in order
-    std::string complaint;  // a crash, a finding of the sanitizers, a hang, on one line; empty for none
+    std::map<std::string, unsigned>
+        calls;              // of the watched program, by name; empty if it did not end normally
+    std::string complaint;  // a crash, a finding of the sanitizers or a hang, in one line; empty for none
     winhost::LimitsMet met;
 };
 // Runs a command on the machine that this process has entered, with everything that it starts, to the end. The clock is

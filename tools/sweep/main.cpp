@@ -41,8 +41,8 @@ struct Trial {
     Disturbance disturbance;
 };
 
-// How often the wizard waits for messages is a matter of chance. Its calls of a kind that a silent install doesn't
-// make are disturbed at every use, and a kill falls on the first use.
+// Chance decides how often the wizard waits for messages. So a call that only the wizard makes fails at every use, and
+// the process is killed only at its first use.
 bool OnlyOfTheWizard(const Scenario& scenario, const Reference& install, const std::string& call) {
     return scenario.name == std::string("install-wizard") &&
            !install.calls.at(scenario.programs[0]).contains(call);
@@ -90,7 +90,8 @@ std::vector<Finding> DoAll(const std::vector<Trial>& trials,
     return findings;
 }
 
-// Prints a line for each scenario and kind of disturbance, and all that isn't in the table.
+// Prints a line for each scenario and kind of disturbance, and everything that isn't in the table. Returns whether all
+// is in order.
 int Report(const std::vector<Trial>& trials, const std::vector<Finding>& findings, const Options& options) {
     struct Row {
         std::size_t trials = 0;
@@ -120,7 +121,7 @@ int Report(const std::vector<Trial>& trials, const std::vector<Finding>& finding
     for (const auto& [name, row] : rows)
         std::fprintf(report, "%-26s %5zu tried, %4zu in the table of exceptions, %zu unexplained\n",
                      name.c_str(), row.trials, row.explained.size(), row.unexplained.size());
-    // A full sweep needs every row; a row that is not needed is wrong.
+    // A full sweep needs every row. A row that is not needed is wrong.
     if (!options.quick && options.faults && options.kills)
         for (const Case& each : Cases())
             for (const Exception& exception : each.exceptions)
@@ -132,7 +133,7 @@ int Report(const std::vector<Trial>& trials, const std::vector<Finding>& finding
     return unexplained == 0 ? 0 : 1;
 }
 
-// Prints each table of cases that doesn't stand in the document as it is here.
+// Prints each table of cases that differs from the one in the document.
 bool DocumentAgrees() {
     std::ifstream file(QTV_SOURCE_FOLDER "/docs/reliability.md");
     const std::string document{std::istreambuf_iterator<char>(file), {}};

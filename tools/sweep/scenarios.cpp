@@ -36,7 +36,7 @@ void Write(const fs::path& path, const std::string& text) {
     std::ofstream(path, std::ios::binary) << text;
 }
 
-// Without debugging data, for speed.
+// The copy has no debugging data, so that it starts faster.
 void CopyProgram(const fs::path& source, const fs::path& target) {
     fs::create_directories(target.parent_path());
     const std::string command = "strip --strip-debug -o '" + target.native() + "' '" + source.native() + "'";
@@ -74,7 +74,7 @@ void SetText(HKEY hive, const std::u16string& subKey, LPCWSTR value, const std::
     (void)RegCloseKey(key);
 }
 
-// Things that don't belong to the product, some of them very close to it.
+// Adds things that don't belong to the product. Some of their names are very similar to its own.
 void AddOtherThings() {
     for (const char16_t* path :
          {u"C:\\Users\\Ann\\Documents\\letter.txt", u"C:\\Users\\Ann\\Desktop\\notes.txt",
@@ -119,7 +119,7 @@ void Prepare(const Scenario& scenario, const fs::path& root, const fs::path& set
     winhost::SetBoxAnswers({});
     const fs::path package = winhost::HostPath(kPackage);
     CopyProgram(setup, package / kSetup);
-    // An install only copies it, and a small one is copied faster.
+    // An install only copies it, and a small file is copied faster.
     if (scenario.installs)
         Write(package / "QtvUnInst.exe", "uninstaller\n");
     else
@@ -148,11 +148,11 @@ FilesInUse::FilesInUse() {
 }
 
 RunOutcome RunAgain(const Scenario& scenario) {
-    // A silent run repairs what the wizard left, too: it asks nothing.
+    // A silent run asks nothing, so it also repairs what the wizard left.
     if (scenario.installs) return Run(InstallLine(), kSetup);
     const std::u16string program = std::u16string(kTarget) + u"QtvUnInst.exe";
     if (fs::exists(winhost::HostPath(program))) return Run(scenario.commandLine, kCopy);
-    // It marks itself for deletion, so it must be a copy.
+    // It marks itself for deletion, so a copy must run.
     const std::u16string copy = u"C:\\Users\\Ann\\AppData\\Local\\Temp\\uniF.tmp";
     fs::copy_file(winhost::HostPath(std::u16string(kPackage) + u"QtvUnInst.exe"), winhost::HostPath(copy));
     return Run(copy + u" -delself \"" + program + u"\"", kCopy);

@@ -1,5 +1,5 @@
-// What a sweep runs: a fresh install, an update over an earlier version, an install by the wizard, and an
-// uninstall, each of a small package.
+// What a sweep runs: a fresh install, an update of an earlier version, an install in the wizard, and an uninstall, each
+// with a small package.
 #pragma once
 
 #include <filesystem>

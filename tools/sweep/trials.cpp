@@ -49,7 +49,7 @@ std::vector<Problem> Differences(const State& now, const std::vector<const State
 
 namespace {
 
-// Each item is what it was, or what an undisturbed run makes of it, now or with the restart.
+// Each item must be as before, or as an undisturbed run leaves it, now or after the restart.
 std::vector<Problem> OddItems(const State& now, const Reference& reference) {
     return Differences(now, {&reference.before, &reference.after, &reference.restarted}, Stage::AtOnce);
 }
@@ -80,7 +80,7 @@ bool IsAbout(const std::vector<Problem>& problems, const std::string& item) {
                        [&](const Problem& problem) { return problem.item == item; });
 }
 
-// The next start of the machine, whose power goes after a step of it.
+// The next start of the machine. The power goes after `step` steps of it.
 winhost::LimitsMet CutRestart(unsigned step) {
     const pid_t id = fork();
     if (id == 0) {
@@ -92,8 +92,8 @@ winhost::LimitsMet CutRestart(unsigned step) {
     return winhost::LiftLimits();
 }
 
-// Ever more is done to put the machine right; a problem counts for the last remedy that left it. A machine
-// whose power went has the restart behind it before anything else.
+// Tries one remedy after the other, each stronger than the last one. A problem counts for the last remedy that left it.
+// If the power went, the machine was restarted before everything else.
 std::vector<Problem> TryRemedies(const Scenario& scenario, const Reference& reference, const fs::path& spare,
                                  bool restarts, unsigned cutRestart) {
     std::vector<std::vector<Problem>> tries;

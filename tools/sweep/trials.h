@@ -10,7 +10,7 @@
 
 namespace sweep {
 
-// How long a machine is not as it should be.
+// How long a machine stays in a wrong state.
 enum class Stage {
     Run,      // not about the machine: a crash or a hang
     AtOnce,   // until a second run and a restart
@@ -22,7 +22,7 @@ enum class Stage {
 struct Problem {
     Stage stage;
     std::string item;  // as in State
-    std::string what;  // what it is; "gone" for nothing
+    std::string what;  // its present state; "gone" if it is missing
     bool operator==(const Problem&) const = default;
 };
 
@@ -32,7 +32,7 @@ std::string ToText(const Problem& problem);
 std::string ToLine(const Problem& problem);
 Problem FromLine(const std::string& line);
 
-// Each item that is in none of the allowed states as it is now.
+// Returns each item whose present state is in none of the allowed machines.
 std::vector<Problem> Differences(const State& now, const std::vector<const State*>& allowed, Stage stage);
 
 // The machines of an undisturbed run.
@@ -51,10 +51,9 @@ struct Outcome {
     std::vector<Problem> problems;
     winhost::LimitsMet met;
 };
-// Tries one disturbance in copies of the prepared machine, below `work`. What is found of a machine is kept
-// in the folder `known`, so that no machine is looked at twice, whichever process meets it. After a cut of
-// the power the restart comes before the second run; with `cutRestart` set it is cut at that step, too, and
-// begun again.
+// Tries one disturbance in copies of the prepared machine, below `work`. Findings about a machine are stored in the
+// folder `known`, so that no machine is examined twice, not even by another process. If the power is cut, the restart
+// comes before the second run. With `cutRestart` set, the restart is also cut at that step and begun again.
 Outcome Try(const Scenario& scenario, const Disturbance& disturbance, const Reference& reference,
             const std::filesystem::path& prepared, const std::filesystem::path& work,
             const std::filesystem::path& known, unsigned cutRestart = 0);

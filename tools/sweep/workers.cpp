@@ -32,7 +32,7 @@ std::vector<TaskLine> ReadLines(const fs::path& path) {
     return lines;
 }
 
-// Puts the task's number in front of each of its lines.
+// Writes the number of the task before each of its lines.
 void Do(const Task& task, std::size_t number, const fs::path& own, std::ostream& all) {
     std::stringstream lines;
     task(number, own, lines);
