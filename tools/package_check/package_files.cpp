@@ -60,9 +60,8 @@ void PackageFiles::TakeFolder(const CString& folder, std::vector<CString>& subFo
     WIN32_FIND_DATAW data;
     const FindHandle find(FindFirstFileW(start + TEXT("*"), &data));
     if (!find) {
-        findings.push_back({"unreadable", Utf8(folder.Mid(cchPackage)), 0,
-                            "a folder that can't be looked into", "What it holds isn't checked.",
-                            "A folder that the check may read."});
+        findings.push_back({"unreadable", Utf8(folder.Mid(cchPackage)), 0, "a folder that can't be read",
+                            "Its contents aren't checked.", "A folder that the check may read."});
         return;
     }
     do {

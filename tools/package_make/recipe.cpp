@@ -15,7 +15,8 @@ std::vector<CString> ReadRecipe(const CString& path, const std::string& shown) {
     while (lines.Next(line)) {
         const std::string place = shown + ":" + std::to_string(line.number) + ": ";
         if (line.hidesText)
-            throw BadInput(place + "a byte 0; save the recipe as plain text of one byte a character");
+            throw BadInput(place +
+                           "a byte 0; save the recipe as plain text with one byte for each character");
         if (line.isCut) throw BadInput(place + "more than 511 characters, which setup reads in pieces");
         // An empty line keeps its line feed, because the reader never cuts the first character.
         const CString text = line.text;

@@ -37,7 +37,7 @@ class NewPackage {
         m_folder += ".unfinished";
         if (fs::exists(fs::symlink_status(m_folder)))
             throw BadInput(Shown(m_folder) +
-                           " is in the way: a run that is still busy, or one that was killed, left it");
+                           " is in the way: a run that is still busy, or that was killed, made it");
         if (fs::exists(fs::symlink_status(place)) && !(fs::is_directory(place) && fs::is_empty(place)))
             throw BadInput(Shown(place) + " is there already, and no empty folder");
         std::error_code error;

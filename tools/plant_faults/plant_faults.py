@@ -49,7 +49,7 @@ class Fault:
         self.programs = list(dict.fromkeys([*own, "end_to_end", *PROGRAMS]))
 
     def faulty_source(self):
-        """The file with the fault in it. Raises LookupError unless the text stands there exactly once, or that many times."""
+        """Returns the file with the fault in it. Raises LookupError unless the text is there exactly once, or that many times."""
         with open(os.path.join(ROOT, self.file), encoding="utf-8", newline="") as source:
             parts = source.read().split(self.text)
         found = len(parts) - 1
@@ -60,7 +60,7 @@ class Fault:
 
 
 def misplacement(fault):
-    """What is wrong with the place of the fault; empty when it can be planted."""
+    """Returns what is wrong with the place of the fault; empty if it can be planted."""
     try:
         fault.faulty_source()
     except (LookupError, OSError) as error:
@@ -279,7 +279,7 @@ def main():
     parser.add_argument("--sample", nargs="?", const="", metavar="HASH",
                         help="plant as many as fit in a minute, chosen from the hash; without one, the commit's")
     parser.add_argument("--check", action="store_true",
-                        help="only check that the text of each fault stands in its file; needs no build")
+                        help="only check that the text of each fault is in its file; needs no build")
     parser.add_argument("--useless", action="store_true", help="list the tests that are never the only one to notice a fault")
     parser.add_argument("names", nargs="*", metavar="NAME")
     options = parser.parse_args()

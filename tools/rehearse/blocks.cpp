@@ -73,7 +73,7 @@ std::vector<Block> BlocksOf(const Step& step) {
     std::vector<Block> blocks;
     AddTrees(blocks, "", step.changes);
     if (step.changes.empty()) AddList(blocks, "", {"nothing changed"});
-    AddList(blocks, "in the log, behind the manifest", step.logLines);
+    AddList(blocks, "in the log, after the manifest", step.logLines);
     AddList(blocks, "at the next start", step.marks);
     AddList(blocks, "programs started", step.outcome.programs);
     AddList(blocks, "messages", MessageLines(step.outcome.messages));

@@ -89,7 +89,7 @@ class Watch {
             if (!m_known.contains(id))
                 Fail("an unknown entry", id);
             else if (listed.count(id) > 1)
-                Fail("an entry stands there twice", id);
+                Fail("an entry is there twice", id);
         if (listed.size() > 1 + kWorkers + m_killed.size()) Fail("too many entries", listed.size());
     }
 

@@ -155,7 +155,7 @@ const std::vector<Case>& Cases() {
          {{Stage::ForGood, "update|uninstall", "MoveFileExW", "C:\\Windows\\WININIT.INI: *"},
           {Stage::AtOnce, "update|uninstall", "MoveFileExW", "C:\\Windows\\WININIT.INI: *"}}},
 
-        // ---- the power goes in the midst of a call ----
+        // ---- the power goes during a call ----
         {"",
          "",
          "A copy has its whole size from the start, and zeros where it was not yet written",
@@ -164,16 +164,17 @@ const std::vector<Case>& Cases() {
         {"", "", "A shortcut is cut", {{Stage::AtOnce, "install|update", "power:IPersistFile::Save", LINKS}}},
         {"",
          "",
-         "The library of the package is hidden while another one is looked for",
+         "The library of the package is hidden while setup looks for another one",
          {{Stage::AtOnce, "install|update", "power:MoveFileW", "C:\\Package\\runtime9.dll*"}}},
         {"",
          "",
-         "Shortcuts and group of the earlier installation go first, and are made again last",
+         "Shortcuts and group of the earlier installation are deleted first, and made again last",
          {{Stage::AtOnce, "update", "power:*", LINKS}}},
         {"",
          "",
-         "The old file goes before the new one is copied; and the delete mark of a held file is carried out "
-         "a second time, on the file that has taken its place, when the restart is cut as well",
+         "The old file is deleted before the new one is copied. If the restart is cut too, the delete mark "
+         "of "
+         "a held file is carried out a second time and deletes the file that has replaced it",
          {{Stage::AtOnce, "update", "power:*", TARGET "*: gone"}}},
         {"",
          "",
@@ -182,44 +183,45 @@ const std::vector<Case>& Cases() {
           {Stage::ForGood, "update", "power:_wfopen|power:DeleteFileW", PROBE}}},
         {"",
          "",
-         "A file moved aside or waiting whose mark isn't placed is known to nobody",
+         "If a file was moved aside or waits, and its mark isn't placed, nothing knows about it",
          {{Stage::ForGood, "update", "power:CopyFileW|power:MoveFileExW",
            TARGET "*.old: file *|" TARGET "*.new: file *"}}},
         {"",
          "",
-         "An update takes the group's name from the log; where its record is cut, the shortcuts go into "
-         "another group, or right into the Programs folder. The uninstall finds them by the log",
+         "An update takes the group's name from the log. If its record is cut, the shortcuts are made in "
+         "another group, or directly in the Programs folder. The uninstall finds them in the log",
          {{Stage::ForGood, "update", "power:WriteFile", "*Start Menu\\Programs*|log: *"}}},
         {"",
          "",
-         "The temporary copy goes by the mark that it places as its first act",
+         "The temporary copy is deleted by the mark that it places first",
          {{Stage::AtOnce, "uninstall", "power:CopyFileW", COPY},
           {Stage::ForGood, "uninstall", "power:*", COPY}}},
 
         // ---- the disc is full ----
         {"",
          "",
-         "What finds no room is left out",
+         "A file or record without room is left out",
          {{Stage::AtOnce, "install|update", "full:*", TARGET "*: gone|" LOG ": *|log: *|" LINKS}}},
         {"",
          "",
-         "Without room for a mark, what was moved aside stays, and an empty list of the older kind is made",
+         "Without room for a mark, a file that was moved aside stays, and an empty list of the older kind is "
+         "made",
          {{Stage::AtOnce, "update", "full:*",
            TARGET "*.old: *|" TARGET "*.new: *|C:\\Windows\\wininit.*|C:\\Windows\\WININIT.INI*"},
           {Stage::ForGood, "update", "full:*",
            TARGET "*.old: file *|" TARGET "*.new: file *|C:\\Windows\\wininit.bak: *"}}},
 
-        // ---- two at once: each may be closed by the other one, anywhere ----
+        // ---- two at once: each may close the other one at any time ----
         {"",
          "",
-         "A folder without `AllUsers` beside it reads as an installation for the current user",
+         "Without `AllUsers`, a folder counts as an installation for the current user",
          {{Stage::ForGood, "install", "two:*", OTHER_SCOPE "|" GROUP "*"}}},
         {"",
          "",
-         "The uninstaller's temporary copy goes by the mark that it places as its first act",
+         "The uninstaller's temporary copy is deleted by the mark that it places first",
          {{Stage::ForGood, "uninstall", "two:*", COPY}}},
 
-        // ---- no matter of the machine: the copy tells the first process of itself, if that still runs ----
+        // ---- not about the machine: the copy sends a message to the first process only if that still runs ----
         {"",
          "",
          "",

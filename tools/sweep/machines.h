@@ -17,8 +17,7 @@ struct Disturbance {
     std::string call;
     unsigned nth = 0;  // which use, counted from 1; 0: every use
     bool kills = false;
-    std::optional<winhost::Limits> limits =
-        std::nullopt;  // limits of the machine, instead of all fields above
+    std::optional<winhost::Limits> limits = std::nullopt;  // of the machine, instead of all fields above
 };
 bool CutsPower(const Disturbance& disturbance);
 std::string Describe(const Disturbance& disturbance);
@@ -37,8 +36,7 @@ void CopyMachine(const std::filesystem::path& from, const std::filesystem::path&
 void CaptureErrors(const std::filesystem::path& file);
 
 struct RunOutcome {
-    std::map<std::string, unsigned>
-        calls;              // of the watched program, by name; empty if it did not end normally
+    std::map<std::string, unsigned> calls;  // of the watched program, by name; empty after a bad end
     std::string complaint;  // a crash, a finding of the sanitizers or a hang, in one line; empty for none
     winhost::LimitsMet met;
 };
