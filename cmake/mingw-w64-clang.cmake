@@ -1,4 +1,4 @@
-# The Windows target with clang: mingw-w64's headers, libraries and linker, and another compiler's warnings.
+# The Windows target with clang instead of GCC, for its warnings. Headers, libraries and linker are those of mingw-w64.
 include(${CMAKE_CURRENT_LIST_DIR}/mingw-w64.cmake)
 # Clang does not find the runtime library of a GCC whose folder has a suffix.
 execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-libgcc-file-name OUTPUT_VARIABLE runtime)

@@ -29,7 +29,7 @@ finish() {
 }
 trap finish EXIT
 
-# The path of the host as Wine spells it.
+# Returns a path of the host as Wine spells it.
 shown() { printf 'Z:%s' "${1//\//\\}"; }
 run() { scripts/wine.sh "$@" 2> >(grep -v "FS volume label" >&2); }
 bench() { run "$build/windows/install_bench.exe" "$@"; }
@@ -43,7 +43,7 @@ line() {
 }
 package() { bench package "$1" "$(shown "$build/windows/package")" "$(shown "$work/$1")"; }
 measure() { bench "$1" "$(shown "$work")" "${@:2}" || missed=yes; }
-# The median of the peaks of several runs, in KiB.
+# Returns the median of the peaks of several runs, in KiB.
 peak() {
     for ((round = 0; round < memory_rounds; ++round)); do
         rm -rf "$work/target" "$work/one.lnk"

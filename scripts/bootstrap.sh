@@ -9,7 +9,7 @@ host=(g++ cmake ninja-build libgtest-dev libc-bin binutils-mingw-w64-x86-64 gcc-
 windows=("${host[@]}" g++-mingw-w64-x86-64-posix wine64 wine xvfb xauth)
 faults=("${host[@]}" python3)
 fuzz=("${host[@]}" clang libclang-rt-14-dev)
-# A package's download: its compiler, its icon, its signature.
+# For a package's download: its compiler, its icon, its signature.
 download=(nsis icoutils osslsigncode openssl)
 release=("${windows[@]}" "${download[@]}" chromium)
 bench=("${windows[@]}" "${download[@]}")

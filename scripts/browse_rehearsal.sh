@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Looks at the page of a rehearsal in a real browser: browse_rehearsal.sh [FOLDER]
-# The package holds files whose names are markup. The page must open, show them as text, filter, work without script, and fetch
-# nothing. Pictures of it, light and dark, go into the folder (build/pages without one).
+# Opens the page of a rehearsal in a real browser: browse_rehearsal.sh [FOLDER]
+# The package has files whose names are markup. The page must open, show them as text, filter lines, work without
+# script, and load nothing else. Pictures of it, light and dark, are stored in the folder (build/pages if none is
+# named).
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 pages=$(realpath -m "${1:-build/pages}")
@@ -17,7 +18,8 @@ mkdir -p "$pages"
 cp -r "$host/package" "$work/package"
 markup='<img src=x onerror=document.title="run">'
 mkdir "$work/package/odd"
-# A machine's names can't hold the signs, but its host's can; the uninstaller doesn't know the last file.
+# The names on a machine can't contain these characters, but those on its host can. The uninstaller doesn't know the
+# last file.
 printf 'x' >"$work/package/odd/a&amp;b 'c' ${markup//[<>\"]/}.txt"
 printf 'File Copy: odd\\*.*\r\n' >>"$work/package/QtvUnInst.log"
 "$host/rehearse" --html "$pages/rehearsal.html" "$work/package" -- -s -instdir 'C:\Apps\Qantivo' "$markup" >/dev/null || true
@@ -26,7 +28,7 @@ browse() {
     HOME=$work chromium --headless=new --no-sandbox --disable-gpu --no-first-run --disable-background-networking \
         --user-data-dir="$work/profile" --virtual-time-budget=2000 --hide-scrollbars "$@" 2>/dev/null
 }
-# The page with a script more, which uses it and tells what it sees.
+# The page with one more script, which uses the page and reports what it sees.
 sed 's|^</body>$||; s|^</html>$||' "$pages/rehearsal.html" >"$work/tested.html"
 cat >>"$work/tested.html" <<'END'
 <script>

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Shows the main job on a throwaway machine: installs the sample package and shows what changed, removes it again, restarts the
-# machine and shows what is left. With --wizard a person tries the wizard on such a machine instead: in real windows under Wine if
-# there is a display, otherwise at the terminal.
+# Shows the main job on a throwaway machine: installs the sample package and shows what changed, removes it, restarts
+# the machine and shows what is left. With --wizard, a person tries the wizard on such a machine instead: in real
+# windows under Wine if there is a display, otherwise at the terminal.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 

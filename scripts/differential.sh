@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Runs the same random installs, updates and uninstalls on both targets, and compares the machine after each step:
 # differential.sh [FIRST-LAST]
-# Each processor gets an equal share of the runs, with a Wine prefix of its own.
+# Each processor gets an equal share of the runs, with its own Wine prefix.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 runs=${1:-1-300}
@@ -26,7 +26,7 @@ done
 # share NUMBER FIRST-LAST
 share() {
     export QTV_RUNS=$2 QTV_WINE_HOME=$wine_homes-$1
-    # Wine and its server work in turn. On one processor neither has to wake another processor each time.
+    # Wine and its server work in turn. On one processor, neither must wake another processor each time.
     taskset -cp "$1" $BASHPID >/dev/null || true
     QTV_RESULTS=$results/host "$host/random_runs.exe" --gtest_brief=1 &
     QTV_RESULTS=$results/windows scripts/wine.sh "$windows/random_runs.exe" --gtest_brief=1

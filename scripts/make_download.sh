@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Makes one executable of a package, which unpacks it and starts its setup program: make_download.sh PACKAGE FILE.exe
-# Its version and icon are those of the package's application. docs/releasing.md tells what it does when it is started.
+# Makes one executable from a package. The executable unpacks the package and starts its setup program: make_download.sh
+# PACKAGE FILE.exe
+# Its version and icon are those of the package's application. docs/releasing.md says what it does when it is started.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
@@ -23,7 +24,7 @@ for file in setup.exe QtvApp8.exe; do
 done
 [ -f "$package/QtvUnInst.log" ] || refuse "$package is no package: it has no QtvUnInst.log"
 
-# An address in the file is a number of 31 bits, and the stub and its tables need some of them.
+# An address in the file has 31 bits, and the stub and its tables need some of them.
 most_bytes=$((19 * 1024 * 1024 * 1024 / 10))
 bytes=$(find "$package" -type f -printf '%s\n' | awk '{ sum += $1 } END { printf "%.0f", sum }')
 [ "$bytes" -le "$most_bytes" ] || refuse "$package holds $bytes bytes, and 1.9 GiB ($most_bytes bytes) is the most for one file"

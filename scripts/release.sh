@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
-# From the folder that a build leaves to a signed download with proof:
+# Makes a signed download with proof from the folder that a build leaves:
 #   release.sh FOLDER OUT --release-info FILE [--recipe FILE] [--earlier PACKAGE] [--own FOLDER]...
-# Makes the package, checks it, rehearses it, makes the download, signs, runs the download, and writes checksums, the manifest for
-# winget and the report. Stops with 1 at the first thing that isn't right, and with 2 when the input is not usable; OUT is
-# written only when all is right. docs/releasing.md tells what each step proves, and the variables for the signature.
+# Makes the package, checks it, rehearses it, makes the download, signs it, runs it, and writes checksums, the manifest
+# for winget and the report. Exits with 1 at the first step that fails, and with 2 if the input is not usable. OUT is
+# written only if everything is right. docs/releasing.md says what each step proves, and names the variables for the
+# signature.
 set -euo pipefail
 cd_from=$PWD
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -38,7 +39,7 @@ folder=${places[0]} out=${places[1]}
 [ ! -e "$out" ] || { [ -d "$out" ] && [ -z "$(ls -A "$out")" ]; } || refuse "$out is there already, and no empty folder"
 [ -d "$(dirname "$out")" ] || refuse "$(dirname "$out") is no folder"
 
-# ---- what winget asks for ----
+# ---- what winget needs ----
 [ -n "$info" ] || refuse '--release-info FILE is missing: winget asks for identifier, address, licence and description'
 [ -r "$info" ] || refuse "$info can't be read"
 info() { sed -n "s/^$1: *//p" "$info" | tr -d '\r' | head -n 1; }
@@ -55,7 +56,7 @@ for file in "$certificate" "$key" "$password"; do
     [ -z "$file" ] || [ -r "$file" ] || refuse "$file, for the signature, can't be read"
 done
 [ -z "$certificate" ] || [ -n "$key" ] || refuse 'QTV_SIGN_CERTIFICATE is set, and QTV_SIGN_KEY is not'
-# sign PROGRAM: in place, when there is a certificate.
+# sign PROGRAM: signs the file itself if there is a certificate.
 sign() {
     [ -n "$certificate" ] || return 0
     osslsigncode sign -h sha256 -certs "$certificate" -key "$key" ${password:+-readpass "$password"} ${stamp:+-ts "$stamp"} \
@@ -87,7 +88,7 @@ stop() {
     echo "release.sh: stopped: $*" >&2
     exit 1
 }
-# step NAME COMMAND...: what it prints is shown only when it fails.
+# step NAME COMMAND...: shows the output of the command only if it fails.
 step() {
     local name=$1 started=$SECONDS
     shift
@@ -96,7 +97,7 @@ step() {
 }
 
 # ---- the package ----
-# Setup's own signature is below that of the download, so it comes first.
+# Setup's own signature is inside the download, so it comes before that of the download.
 cp "$QTV_WINDOWS_BUILD/setup.exe" "$work/setup.exe"
 sign "$work/setup.exe" || stop 'setup.exe is not signed'
 package=$new/package
@@ -111,7 +112,7 @@ report 'the package' "$(find "$package" -type f | wc -l) files, $(($(find "$pack
 step 'checked' "$host/package_check" --sarif --sarif-base "$new" ${recipe:+--recipe "$recipe"} "$package"
 cp "$work/said" "$new/report/check.sarif"
 
-# ---- rehearsed ----
+# ---- the rehearsals ----
 # rehearse NAME FILE OPTION...
 rehearse() {
     local name=$1 page=$2
@@ -122,7 +123,8 @@ rehearse fresh fresh "$package" -- -s
 [ -z "$earlier" ] || rehearse 'an update' update --earlier "$earlier" "$package" -- -s
 rehearse portable portable "$package" -- -s -instport 'C:\Stick\Qantivo'
 
-# Windows programs don't run there: setup is the host's, and the others only tell that they were started.
+# Windows programs don't run there. The host's setup program replaces setup, and stand-ins replace the others: they only
+# record that they were started.
 mkdir "$work/embedded"
 cp -r "$package" "$work/embedded/package"
 stand_ins=()
@@ -163,13 +165,13 @@ run_download() {
 }
 step 'the download installs under Wine' run_download
 
-# ---- what goes out with it ----
+# ---- the files next to it ----
 sum=$(sha256sum "$new/$file" | cut -d ' ' -f 1)
-# A text of YAML.
+# Writes a text of YAML.
 yaml() { printf "'%s'" "${1//\'/\'\'}"; }
 identifier=$(info PackageIdentifier)
 mkdir "$new/winget"
-# winget_file NAME TYPE: the lines between come from the standard input.
+# winget_file NAME TYPE: writes a file. The standard input is its middle part.
 winget_file() {
     {
         printf '# yaml-language-server: $schema=https://aka.ms/winget-manifest.%s.1.6.0.schema.json\n' "$2"

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Tries installs, updates and uninstalls under stress on embedded machines: stress.sh [--quick] [full|power|two|list]...
-#   full: a disc with ever more room       power: it goes at each step, and in the restart after that
-#   two: two runs at once                  list: the shared list of running copies under eight processes
-# All parts without a name. The program under test is built with sanitizers. docs/reliability.md tells what is promised.
+#   full: a disc with more and more room   power: it goes at each step, and in the restart after that
+#   two: two runs at once                  list: the shared list of running copies with eight processes
+# Without a name it runs all parts. The program under test is built with sanitizers. docs/reliability.md says what is
+# promised.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 

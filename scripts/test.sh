@@ -48,7 +48,7 @@ for preset in "${presets[@]}"; do
     result='did not build'
     if cmake --preset "$preset" >/dev/null && cmake --build --preset "$preset" -- --quiet; then
         run=(ctest --preset "$preset" --no-tests=error -j "$(nproc)")
-        # Wine's programs and its server work in turn. On one processor neither has to wake another processor each time.
+        # Wine's programs and its server work in turn. On one processor, neither must wake another processor each time.
         [ "$preset" != windows ] || run=(taskset -c "$(taskset -cp $$ | sed 's/.*: \([0-9]*\).*/\1/')" "${run[@]}")
         if "${run[@]}"; then
             result='all tests passed'

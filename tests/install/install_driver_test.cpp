@@ -146,7 +146,7 @@ TEST_F(InstallDriver, TakesUpTypeAndStartupLink) {
         TakeUpAutoStart();
         EXPECT_EQ(g_installType, row.type) << &row - rows;
         EXPECT_EQ(g_autoStart, row.userLink || row.commonLink) << &row - rows;
-        EXPECT_EQ(Tree(GetShellFolder(CSIDL_COMMON_STARTUP).Text()), tree) << "the probe goes again";
+        EXPECT_EQ(Tree(GetShellFolder(CSIDL_COMMON_STARTUP).Text()), tree) << "the test file is deleted";
     }
 }
 

@@ -38,7 +38,7 @@ TEST_F(Programs, GetTheirArgumentsByTheRuntimeLibrarysRules) {
         std::string line = "\"C:\\Scratch\\a child.exe\" ";
         for (const WCHAR unit : Text(row.arguments))
             line += static_cast<char>(unit);
-        EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\line")), line) << "it arrives as its starter wrote it";
+        EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\line")), line) << "the program gets it unchanged";
     }
 }
 

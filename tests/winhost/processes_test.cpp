@@ -30,7 +30,7 @@ TEST_F(HostProcesses, OfTheHostAreNoneOfTheMachines) {
         EXPECT_EQ(OpenProcess(PROCESS_TERMINATE, FALSE, id), nullptr);
         EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
     }
-    EXPECT_TRUE(winhost::WaitForProcesses(10000)) << "a stranger is not waited for";
+    EXPECT_TRUE(winhost::WaitForProcesses(10000)) << "a process outside the machine is not waited for";
     EXPECT_FALSE(fs::exists(stale));
     EXPECT_EQ(waitpid(stranger, nullptr, WNOHANG), 0) << "the stranger runs on";
     kill(stranger, SIGKILL);

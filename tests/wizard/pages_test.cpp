@@ -104,7 +104,7 @@ TEST_F(Pages, GroupTakesANameOfThreeCharacters) {
         }
         wizard.PressInPage(IDC_DESKTOP);
         wizard.Press(IDC_BACK);
-        EXPECT_EQ(g_desktopIcon, 1) << "the way back takes the choices over, too";
+        EXPECT_EQ(g_desktopIcon, 1) << "Back stores the choices, too";
     });
 }
 
@@ -205,7 +205,7 @@ TEST_F(Pages, DestinationTellsWhatTheTypeNeeds) {
     RunAt(2, [](const Driver& wizard) {
         EXPECT_EQ(TextOf(wizard.PageControl(IDC_HINT)),
                   TEXT("To install into a different folder, click Browse, and select another one."))
-            << "a first install knows of no previous copy";
+            << "a first install has no previous copy";
     });
 }
 
