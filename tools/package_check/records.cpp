@@ -390,7 +390,7 @@ void RecordChecks::FinishSingles() {
             std::to_string(singles.count) +
                 " records copy a file each into the folder: the installation takes longer than with one "
                 "pattern.",
-            "File Copy: " + Utf8(pattern) + ", if the product alone writes to the folder.");
+            "File Copy: " + Utf8(pattern) + ", if nothing but the product writes to the folder.");
         m_findings.back().isNote = true;
     }
 }
