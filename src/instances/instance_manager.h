@@ -51,6 +51,7 @@ class COXInstanceManager : public CObject {
     // Sets the array to the process ids, oldest first, and returns 1. Returns 0 and leaves the array
     // when the list can't be opened.
     int ListInstances(CDWordArray& ids);
+    // True when more than one process is listed.
     bool IsOtherInstanceRunning();
 
     // The main window of a process: the topmost window that is neither owned nor a tool window and whose
@@ -59,6 +60,7 @@ class COXInstanceManager : public CObject {
     // Asks the process to close. Returns 1 when it was asked, 0 when it has no main window or a disabled one.
     static int CloseInstance(DWORD processId);
 
+    // Returns the limit, or 0 when the list can't be opened.
     DWORD GetMaxInstances();
     // Sets the limit. closeExcess also asks as many processes to close as are listed above the limit, the
     // youngest first and this one last. Returns 0 when the list can't be opened, otherwise 1.

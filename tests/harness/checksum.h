@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
+// Returns the FNV-1a hash of the bytes.
 inline std::uint32_t Checksum(std::string_view bytes) {
     std::uint32_t sum = 2166136261u;
     for (const char each : bytes)

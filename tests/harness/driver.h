@@ -50,6 +50,7 @@ class Driver {
     HWND m_dialog = nullptr;
 };
 
+// The text of a control, whether it is shown, and whether a button is ticked.
 Text TextOf(HWND window);
 bool IsShown(HWND window);
 bool IsTicked(HWND button);

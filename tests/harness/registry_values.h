@@ -9,6 +9,7 @@ struct StoredValue {
     bool operator==(const StoredValue&) const = default;
 };
 
+// A text with its terminator, as it is stored.
 inline StoredValue Sz(const Text& text, DWORD type = REG_SZ) {
     return {type, {reinterpret_cast<const char*>(text.c_str()), (text.size() + 1) * sizeof(WCHAR)}};
 }

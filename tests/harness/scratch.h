@@ -91,6 +91,7 @@ DWORD RunProgram(const Text& commandLine, const Text& folder = kScratch,
 // A program that runs while the test continues. The destructor ends it.
 class RunningProgram {
   public:
+    // Starts the program. The test fails if it can't be started.
     explicit RunningProgram(const Text& commandLine, const Text& folder = kScratch);
     ~RunningProgram();
     RunningProgram(RunningProgram&& other) noexcept : m_process(std::exchange(other.m_process, {})) {}
@@ -129,6 +130,7 @@ DWORD RunChild(const char* name, const Text& program = kScratch + TEXT("\\child.
                const Text& arguments = {});
 // Starts the child and lets the test continue.
 RunningProgram StartChild(const char* name, const Text& arguments = {});
+// For CHILD_PROGRAM only.
 bool AddChildProgram(const char* name, int (*body)());
 #define CHILD_PROGRAM(name)                                       \
     static int name();                                            \

@@ -30,6 +30,7 @@ struct Boxes {
     std::vector<ShownBox> unanswered;
 };
 void StartBoxes(std::vector<int> buttons);
+// Returns the boxes since StartBoxes.
 Boxes BoxesSoFar();
 
 // Runs the tests, or in a child the named body. Called by the entries of both targets.

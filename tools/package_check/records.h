@@ -16,6 +16,7 @@ class RecordChecks {
     // All arguments must outlive this object.
     RecordChecks(const CString& package, PackageFiles& files, std::vector<Finding>& findings);
 
+    // Reports what is wrong with the record. `line` is its number in the manifest, from 1.
     void Take(const Record& record, unsigned line);
     // Reports what can be seen only from the whole manifest.
     void Finish();

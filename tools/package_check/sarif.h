@@ -12,6 +12,7 @@ struct Places {
     std::string base;  // paths below it are written relative to it, others as addresses of files
 };
 
+// Returns the findings as a SARIF file.
 std::string ToSarif(const std::vector<Finding>& findings, const Places& places);
 
 }  // namespace package_check

@@ -35,6 +35,7 @@ struct Update {
     std::vector<CString> records;    // lines for the manifest
     std::vector<std::string> stays;  // sentences about what an update doesn't remove
 };
+// Compares what the two packages install.
 Update UpdateFrom(const Installed& earlier, const Installed& present);
 
 }  // namespace package_make

@@ -15,6 +15,7 @@ struct Block {
     bool isWrong = false;  // these things should not be there
 };
 
+// What a step did.
 std::vector<Block> BlocksOf(const Step& step);
 // What is left at the end, whether it may stay or not.
 std::vector<Block> BlocksOfLeft(const Rehearsal& rehearsal);

@@ -37,6 +37,7 @@ inline constexpr DWORD kSessionEnded = 0x40010004;
 inline const Message kPageForAPerson = {"", "a page that waits for a person", "the program was ended"};
 inline const Message kStillRunning = {"", "programs were still running", "they were ended"};
 
+// Returns the name of a button id, such as "OK".
 std::string ButtonName(int button);
 
 }  // namespace rehearse

@@ -20,6 +20,7 @@ struct Tried {
     std::string call;
     std::string what;  // a description for the reader
 };
+// Writes one trial with its problems as lines, for Report.
 void Write(std::ostream& lines, const Tried& tried, const std::vector<sweep::Problem>& problems);
 
 // Prints the problems that are not in the table, and a line for each group. Returns false if there is such a problem,

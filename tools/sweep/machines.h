@@ -19,6 +19,7 @@ struct Disturbance {
     bool kills = false;
     std::optional<winhost::Limits> limits = std::nullopt;  // of the machine, instead of all fields above
 };
+// Whether the power goes, and the disturbance as text for a person.
 bool CutsPower(const Disturbance& disturbance);
 std::string Describe(const Disturbance& disturbance);
 

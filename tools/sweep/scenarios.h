@@ -19,6 +19,7 @@ struct Scenario {
     std::vector<std::string> programs;  // the programs whose calls are disturbed, in the order of their start
     bool installs;                      // false for the uninstall
 };
+// All scenarios, in the order in which they are run.
 const std::vector<Scenario>& Scenarios();
 
 // Makes the machine for the scenario, and enters it with this process. `setup` is the program under test, `helpers` a build

@@ -14,6 +14,7 @@ inline std::string_view Part(std::string_view bytes, std::size_t offset, std::si
     return offset < bytes.size() ? bytes.substr(offset, size) : std::string_view{};
 }
 
+// Returns the number at `offset`, or 0 unless all its bytes exist.
 template <class Number>
 Number NumberAt(std::string_view bytes, std::size_t offset) {
     const std::string_view part = Part(bytes, offset, sizeof(Number));
@@ -46,6 +47,7 @@ inline std::u16string WideAt(std::string_view bytes, std::size_t offset) {
     return text;
 }
 
+// Returns the next multiple of four, or `offset` itself if it is one.
 inline std::size_t Align4(std::size_t offset) {
     return (offset + 3) & ~std::size_t{3};
 }

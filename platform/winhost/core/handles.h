@@ -15,10 +15,12 @@ class KernelObject {
     // Waits as WaitForSingleObject does. The base class can't be waited for.
     virtual DWORD Wait(DWORD milliseconds);
 };
+// Returns a new handle for the object. Never null.
 HANDLE AddHandle(std::shared_ptr<KernelObject> object);
 // Returns the object that the handle stands for. Null, with ERROR_INVALID_HANDLE as the last error, when there is none
 // of that kind.
 std::shared_ptr<KernelObject> FindHandle(HANDLE handle);
+// The same for objects of one kind.
 template <class Kind>
 std::shared_ptr<Kind> HandleAs(HANDLE handle) {
     auto object = std::dynamic_pointer_cast<Kind>(FindHandle(handle));

@@ -17,6 +17,7 @@ class Descriptor {
     ~Descriptor();
     explicit operator bool() const { return m_value >= 0; }
     int get() const { return m_value; }
+    // Returns the descriptor, which the caller then owns.
     int Release();
 
   private:

@@ -11,6 +11,7 @@
 
 namespace winhost {
 
+// Whether the machine has limits.
 bool HasLimits();
 // Whether a file may grow from `formerSize` to `size` bytes. Returns false with errno set to ENOSPC when the room is
 // too small; nothing is written then.

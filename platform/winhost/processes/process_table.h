@@ -42,10 +42,12 @@ struct ProcessFiles {
     Descriptor process;  // a pidfd, which never means another process
     Descriptor table;    // stays readable after the file is removed
 };
+// Opens the files of any id. One that doesn't exist is -1.
 ProcessFiles OpenProcessFiles(DWORD id);
 // Returns none when no living process of this machine has that id.
 std::optional<ProcessFiles> FindProcess(DWORD id);
 
+// Write and read the exit code in the file of a process. None while it hasn't been written.
 void RecordExitCode(int table, DWORD exitCode);
 std::optional<DWORD> RecordedExitCode(int table);
 

@@ -46,11 +46,13 @@ inline constexpr std::u16string_view kCurrentUser = u"HKEY_USERS\\S-1-5-21-1000-
 inline constexpr std::u16string_view kUserClasses = u"HKEY_USERS\\S-1-5-21-1000-1000-1000-1001_Classes";
 inline constexpr std::u16string_view kMachineClasses = u"HKEY_LOCAL_MACHINE\\SOFTWARE\\Classes";
 
+// Returns the names in a path, without empty ones.
 std::vector<std::u16string_view> KeyNames(std::u16string_view path);
 
 // One operation on the registry. No other process of the machine reads or writes it while this object lives.
 class RegistryFile {
   public:
+    // Waits for the lock and reads the file if it has changed. Ends the run if it can't be read.
     RegistryFile();
     RegistryNode& root() { return *m_root; }
     // Replaces the file by the changed tree; until then the old file stays whole. Returns 0 or an error code. After an
@@ -62,7 +64,7 @@ class RegistryFile {
     RegistryNode* m_root;
 };
 
-// Reads one value of a key below HKEY_LOCAL_MACHINE, such as "SYSTEM\\...". The type is REG_NONE when it is missing.
+// Reads one value of a key below HKEY_LOCAL_MACHINE, such as "SYSTEM\\...". Returns none when it is missing.
 struct MachineValue {
     DWORD type = REG_NONE;
     std::string bytes;
@@ -71,6 +73,7 @@ std::optional<MachineValue> ReadMachineValue(std::u16string_view key, std::u16st
 // Returns 0 or the error code of a failure.
 DWORD WriteMachineValue(std::u16string_view key, std::u16string_view value, DWORD type,
                         std::string_view bytes);
+// Does nothing when there is no such value.
 void DeleteMachineValue(std::u16string_view key, std::u16string_view value);
 // Writes the first registry of a new machine.
 void CreateRegistry(const std::filesystem::path& root);

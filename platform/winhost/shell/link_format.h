@@ -27,6 +27,7 @@ struct LinkData {
 // The longest text of a link file, in characters.
 inline constexpr std::size_t kMaxLinkText = 0xFFFF;
 
+// Returns the bytes of a link file.
 std::string FormatLink(const LinkData& link);
 // Reads a link file. Returns none when the bytes are no link file. Damaged parts read as missing.
 std::optional<LinkData> ParseLink(std::string_view bytes);

@@ -5,6 +5,7 @@
 
 namespace winhost {
 
+// The window procedure of the class.
 LRESULT ButtonProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
 }  // namespace winhost

@@ -28,8 +28,10 @@ struct DialogState : ControlState {
 // returns false to wait for messages.
 INT_PTR RunModal(std::optional<DialogTemplate> dialog, HINSTANCE module, HWND owner, DLGPROC procedure,
                  LPARAM parameter, bool (*answer)(HWND dialog));
+// Lets RunModal return `result`. Does nothing for a window that is no dialog of this thread.
 void EndModal(HWND dialog, INT_PTR result);
 
+// The window procedure of the class of dialogs.
 LRESULT DialogProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
 // Returns the place of the value that a dialog stores under a DWLP_ index. Null when the window is no dialog of this

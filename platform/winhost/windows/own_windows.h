@@ -25,6 +25,7 @@ struct OwnWindow {
 // FindOfProcess returns a window of this process, FindOwnWindow one of the calling thread. Null for any other window.
 OwnWindow* FindOfProcess(HWND window);
 OwnWindow* FindOwnWindow(HWND window);
+// Returns the data of a window of the calling thread. Null when it has none of that kind.
 template <class State>
 State* StateOf(HWND window) {
     const OwnWindow* const own = FindOwnWindow(window);

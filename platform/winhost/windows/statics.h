@@ -5,6 +5,7 @@
 
 namespace winhost {
 
+// The window procedure of the class.
 LRESULT StaticProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
 }  // namespace winhost

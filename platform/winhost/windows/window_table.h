@@ -78,9 +78,11 @@ class WindowTable {
     // Returns the thread's window that has the mark: the active one, or the one with the focus. Null when there is
     // none.
     WindowRecord* Marked(DWORD thread, bool WindowRecord::*mark);
+    // The foreground window of the machine, or null.
     HWND& foreground();
 
   private:
+    // Whether the process of the window still lives.
     bool Lives(const WindowRecord& window) const;
 };
 
