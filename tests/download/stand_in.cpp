@@ -1,6 +1,6 @@
-// Stands in for a package's setup program, and for what starts a download; driven by environment variables.
-//   setup.exe      writes what it sees to the file QTV_RECORD, and ends with QTV_EXIT; with QTV_HOLD it leaves a program behind
-//                  whose current folder is that of the package
+// Replaces a package's setup program, or the program that starts a download. Environment variables say what it does:
+//   setup.exe      writes what it sees to the file QTV_RECORD, and exits with QTV_EXIT. With QTV_HOLD it leaves a program
+//                  running whose current folder is that of the package
 //   another name   starts the command line QTV_LINE, answers each message box with OK, prints the boxes and the exit code
 #include <windows.h>
 #include <sddl.h>

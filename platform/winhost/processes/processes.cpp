@@ -31,9 +31,9 @@ constexpr DWORD kAllProcessAccess = 0x001FFFFFu;
 constexpr DWORD kKnownAccess =
     PROCESS_TERMINATE | PROCESS_QUERY_INFORMATION | PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE;
 
-constexpr DWORD kStackOverrun = 0xC0000409u;  // the exit code that Windows' runtime gives an aborted program
+constexpr DWORD kStackOverrun = 0xC0000409u;  // the exit code of a program that Windows' runtime aborts
 constexpr DWORD kAccessViolation = 0xC0000005u;
-constexpr DWORD kEndedFromOutside = 1;  // the exit code that the task manager gives a program that it ends
+constexpr DWORD kEndedFromOutside = 1;  // the exit code of a program that the task manager ends
 
 DWORD CrashCode(int signal) {
     if (signal == SIGABRT) return kStackOverrun;

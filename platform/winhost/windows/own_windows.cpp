@@ -267,7 +267,7 @@ HWND CreateWindowExW(DWORD exStyle, LPCWSTR className, LPCWSTR title, DWORD styl
                      int height, HWND parent, HMENU menu, HINSTANCE instance, LPVOID parameter) {
     if (winhost::Fails("CreateWindowExW")) return nullptr;
     if (IS_INTRESOURCE(className) || (menu && !(style & WS_CHILD)) || parent == HWND_MESSAGE)
-        winhost::NotModelled("CreateWindowExW", "an atom, a menu or a window for messages alone");
+        winhost::NotModelled("CreateWindowExW", "an atom, a menu or a window for messages only");
     return winhost::Create({parameter, instance, menu, parent, height, width, y, x, static_cast<LONG>(style),
                             title, className, exStyle});
 }
