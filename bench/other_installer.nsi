@@ -1,6 +1,6 @@
-; An installer of another make that does what the setup program does with the package of the benchmark: the same files,
-; shortcuts, registry values and started programs. As fast as it can be set, nothing is compressed or checked; with -DDOWNLOAD
-; it is set as the download of a package is.
+; Another installer that does the same as the setup program with the package of the benchmark: the same files, shortcuts,
+; registry values and started programs. It has its fastest setting: nothing is compressed or checked. With -DDOWNLOAD it has
+; the settings of a package's download.
 ;   makensis -DPACKAGE=folder -DOUTPUT=file [-DDOWNLOAD] other_installer.nsi
 
 Unicode true

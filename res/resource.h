@@ -5,7 +5,7 @@
 // The code uses them through QTV_WIDE.
 #define QTV_HOME_PAGE "http://www.lorvanta.example/"  // shown and opened when the setup files are damaged
 #define QTV_WEB_SITE "http://www.lorvanta.example/qantivo/"  // URLInfoAbout of the installed program
-#define QTV_WEB_SERVER "www.lorvanta.example"                // host of the page that closes an installation
+#define QTV_WEB_SERVER "www.lorvanta.example"                // server of the page at the end of an install
 #define QTV_WIDE(text) TEXT(text)
 
 // Strings. The numbers are fixed, and the gaps stay.

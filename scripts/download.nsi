@@ -1,4 +1,5 @@
-; The download of a package: unpacks it, starts its setup program and ends as that does. scripts/make_download.sh compiles it.
+; The download of a package: unpacks it, starts its setup program, and exits with setup's exit code. scripts/make_download.sh
+; compiles it.
 ;   makensis -DPACKAGE=folder -DOUTPUT=file -DICON=file -DNAME=text -DVERSION=a.b.c.d -DCOMPANY=text -DCOPYRIGHT=text \
 ;           -DNEEDED=bytes download.nsi
 
@@ -8,7 +9,7 @@ Unicode true
 Target amd64-unicode
 SetCompressor /SOLID /FINAL lzma
 CRCCheck force
-; One question for elevation: setup inherits the rights.
+; Elevation is asked for once, because setup inherits the rights.
 RequestExecutionLevel admin
 ManifestDPIAware true
 OutFile "${OUTPUT}"
@@ -22,16 +23,16 @@ VIAddVersionKey "FileVersion" "${VERSION}"
 VIAddVersionKey "LegalCopyright" "${COPYRIGHT}"
 VIAddVersionKey "ProductName" "${NAME}"
 VIAddVersionKey "ProductVersion" "${VERSION}"
-; The only page shows how far the unpacking is.
+; The only page shows the progress of unpacking.
 Page instfiles
 AutoCloseWindow true
 ShowInstDetails nevershow
 BrandingText " "
 XPStyle on
 
-; What ends before setup starts ends with this.
+; The exit code if this program ends before setup starts.
 !define FAILED 2
-; Of the command line that starts setup, in variables of this size.
+; The longest command line that starts setup. The variables have this size.
 !define /math MOST_CHARS ${NSIS_MAX_STRLEN} - 1
 
 Var CommandLine ; address of the whole line
@@ -43,8 +44,8 @@ Var Arguments   ; as they were given
     Quit
 !macroend
 
-; Reads the arguments as setup will: "-s" makes this program silent as well, unless "-v" or "-sconf" ends the reading before.
-; "-sconf" shows setup's last page only.
+; Reads the arguments as setup will. "-s" also makes this program silent, unless "-v" or "-sconf" comes before it and ends the
+; reading. With "-sconf" setup shows only its last page.
 Function ReadSilence
     System::Call 'shell32::CommandLineToArgvW(p $CommandLine, *i .r1) p.r0'
     StrCpy $2 1
@@ -52,7 +53,7 @@ Function ReadSilence
         IntOp $3 $2 * ${NSIS_PTR_SIZE}
         IntPtrOp $3 $0 + $3
         System::Call '*$3(p.r3)'
-        ; Enough to tell the options from longer arguments.
+        ; Long enough to distinguish the options from longer arguments.
         System::Call 'kernel32::lstrcpynW(w.r4, p r3, i 16)'
         ${If} $4 == "-s"
             SetSilent silent
@@ -101,7 +102,8 @@ Section
     ${If} ${Errors}
         !insertmacro Fail "Setup can't be started."
     ${EndIf}
-    ; A folder that is somebody's current folder can't go: not this program's, and at the next start for others.
+    ; A folder can't be deleted while it is the current folder of a program. This program leaves it; if another program is in it,
+    ; it is deleted at the next start.
     SetOutPath "$TEMP"
     RMDir /r /REBOOTOK "$PLUGINSDIR"
     SetErrorLevel $0
