@@ -50,7 +50,7 @@ while IFS=: read -r file line include; do
     if [ -z "$from" ] || [ -z "$to" ]; then
         complain "src/$file:$line: no row of docs/architecture.md holds this file or $header"
     elif [ "$to" -gt "$from" ] && [ -z "${upward[$file $header]:-}" ]; then
-        complain "src/$file:$line: includes $header, which stands in a later row of docs/architecture.md"
+        complain "src/$file:$line: includes $header, which is in a later row of docs/architecture.md"
     elif [ "$to" -gt "$from" ]; then
         upward[$file $header]=found
     fi

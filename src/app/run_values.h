@@ -21,7 +21,7 @@ extern int g_desktopIcon;
 extern int g_autoStart;
 // At the very end restart the machine if g_rebootNeeded is non-zero, otherwise start the product.
 extern int g_runAfter;
-// Neither the registry nor the command line named a folder. The machine may hold an installation all the same.
+// Neither the registry nor the command line named a folder. The machine may still have an installation.
 extern int g_freshInstall;
 // The result of the latest ScheduleBootReplace.
 extern int g_rebootNeeded;

@@ -3,7 +3,7 @@
 #include "app/setup_app.h"
 #include "instances/instance_manager.h"
 
-// These objects are built in the order in which they stand here. Only within one unit is that order certain.
+// These objects are built in the order in which they are defined here. Only within one unit is that order certain.
 // The list of running copies comes first: this process enters it before all else, and leaves it last.
 COXInstanceManager g_instanceManager(kInstanceListName, kInstanceExtraBytes, true);
 CSetupApp theApp;

@@ -1,6 +1,6 @@
 // The list of running processes of the product, shared by the setup program and the application.
 //
-// The list lies in a named mapping of the session, and exists as long as a process holds it open.
+// The list is in a named mapping of the session, and exists as long as a process holds it open.
 // Names, layout and the two notifications are a contract with the application: none of them can be
 // changed on one side only. Nobody checks that a listed process still runs. A process that ended
 // without leaving the list stays in it.

@@ -9,7 +9,7 @@ inline constexpr int kPathChars = MAX_PATH;
 // for null, for the root of a drive, and for any path that has no backslash after its first character.
 CString ParentDir(LPCWSTR path);
 
-// True when a file or folder stands at the path.
+// True when the path is that of an existing file or folder.
 bool Exists(LPCWSTR path);
 
 // The text of a string resource; empty when the id doesn't exist.

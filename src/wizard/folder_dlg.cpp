@@ -16,7 +16,7 @@ bool HoldsFile(const CString& folder, LPCWSTR name) {
     return Exists(folder + TEXT("\\") + name);
 }
 
-// The browser's items lie in memory of the shell.
+// The browser's items are in memory of the shell.
 struct FreeByShell {
     void operator()(ITEMIDLIST* items) const {
         IMalloc* allocator = nullptr;

@@ -34,7 +34,7 @@ void DropQueuedInput() {
     }
 }
 
-// The start icon of a portable installation lies in the folder above the target.
+// The start icon of a portable installation is in the folder above the target.
 CString PortableText() {
     WCHAR text[kTextChars];
     (void)FormatBounded(text, kTextChars, LoadResString(IDS_PORTABLE_START),

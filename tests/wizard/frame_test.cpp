@@ -195,7 +195,7 @@ TEST_F(Frame, ShowsNoPageDuringTheInstall) {
               IDOK);
 }
 
-// A page stands to the right of the picture, and the agreement in the corner of the frame.
+// A page is placed to the right of the picture, and the agreement in the corner of the frame.
 TEST_F(Frame, PlacesItsPages) {
     RunAt(0, [](const Driver& wizard) {
         for (const int step : {0, 1, 2}) {

@@ -99,7 +99,7 @@ void MendComment(Record& record) {
              : "The comment becomes part of the name of the folder, and Windows does not allow such a name: "
                "the "
                "folder is neither made nor removed.",
-         Utf8(record.line) + "  (a remark may stand in a line of its own, with # in front)"});
+         Utf8(record.line) + "  (a remark needs its own line, with # at its start)"});
 }
 
 void MendSlashes(Record& record) {

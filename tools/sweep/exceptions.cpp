@@ -37,7 +37,7 @@ bool Matches(std::string_view patterns, const std::string& text) {
 
 const std::vector<Case>& Cases() {
     static const std::vector<Case> cases = {
-        // ---- put right by another run and a restart ----
+        // ---- repaired by another run and a restart ----
         {"Update: a product file is missing",
          "copying it fails, or the process is killed just before",
          "the old file is deleted before the new one is copied",
@@ -98,14 +98,14 @@ const std::vector<Case>& Cases() {
          "the Windows folder is then the temporary folder",
          {{Stage::AtOnce, "uninstall", "GetEnvironmentVariableW", "*C:\\Windows\\uni.tmp: *"}}},
 
-        // ---- put right by a restart, another run and a restart ----
+        // ---- repaired by a restart, another run and a restart ----
         {"Update: a file that was held is missing",
          "its replacement could not be stored next to it or marked, or the process was killed before",
          "its old delete mark deletes the file that the second run put there",
          {{Stage::Second, "update", "CopyFileW|MoveFileExW|kill:CopyFileW|kill:DeleteFileW|kill:MoveFileExW",
            TARGET "presets.dat: gone"}}},
 
-        // ---- put right by installing and uninstalling once more ----
+        // ---- repaired by installing and uninstalling once more ----
         {"Uninstall: files of the product",
          "the log or a folder can't be read",
          "the log is deleted nevertheless, and their names are lost",
@@ -120,7 +120,7 @@ const std::vector<Case>& Cases() {
          {{Stage::Lasting, "uninstall", "CreateProcessW|GetModuleHandleW|GetProcAddress|RtlGetVersion",
            "HKLM\\SOFTWARE\\Classes\\CLSID\\*"}}},
 
-        // ---- for good ----
+        // ---- never repaired ----
         {"An installation for the current user instead of all users",
          "`AllUsers` can't be written by a first install, or read by an update",
          "without `AllUsers` a folder counts as one for the current user; uninstall and install again",

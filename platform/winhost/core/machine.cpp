@@ -46,7 +46,7 @@ Membership& TheMembership() {
 Membership& Current() {
     Membership& own = TheMembership();
     if (own.root.empty()) {
-        std::fprintf(stderr, "%s: runs inside an embedded machine only, and stands in none\n",
+        std::fprintf(stderr, "%s: runs only inside an embedded machine, and is in none\n",
                      program_invocation_short_name);
         std::fflush(nullptr);
         _exit(2);

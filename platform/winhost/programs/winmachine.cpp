@@ -2,9 +2,9 @@
 //
 //   winmachine create DIR              makes a new machine in an empty or missing folder
 //   winmachine run DIR PROGRAM ARG...  runs a program of the machine (a full Windows path) in its own folder, waits
-//                                      for it and all that it started, and ends with its exit code
-//   winmachine restart DIR             restarts the machine: what was put off until then is carried out
-//   winmachine events DIR              tells what the machine saw besides files and registry
+//                                      for it and all that it started, and exits with its exit code
+//   winmachine restart DIR             restarts the machine and carries out the delayed moves and deletes
+//   winmachine events DIR              prints what the machine saw besides files and registry
 #include <cstring>
 #include <exception>
 #include <span>
