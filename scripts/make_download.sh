@@ -17,7 +17,7 @@ for tool in makensis wrestool x86_64-w64-mingw32-windres; do
     command -v "$tool" >/dev/null || refuse "$tool is missing; scripts/bootstrap.sh release installs it"
 done
 package=$1 output=$(realpath -m -- "$2")
-[[ ${output,,} == *.exe ]] || refuse "$2 doesn't end in .exe, and Windows starts no other"
+[[ ${output,,} == *.exe ]] || refuse "$2 doesn't end in .exe, so Windows wouldn't start it"
 [ -d "$(dirname "$output")" ] || refuse "$(dirname "$output") is no folder"
 for file in setup.exe QtvApp8.exe; do
     [ "$(head -c 2 -- "$package/$file" 2>/dev/null)" = MZ ] || refuse "$package has no $file that is a Windows program"
@@ -27,7 +27,7 @@ done
 # An address in the file has 31 bits, and the stub and its tables need some of them.
 most_bytes=$((19 * 1024 * 1024 * 1024 / 10))
 bytes=$(find "$package" -type f -printf '%s\n' | awk '{ sum += $1 } END { printf "%.0f", sum }')
-[ "$bytes" -le "$most_bytes" ] || refuse "$package holds $bytes bytes, and 1.9 GiB ($most_bytes bytes) is the most for one file"
+[ "$bytes" -le "$most_bytes" ] || refuse "$package holds $bytes bytes, but one file can hold at most 1.9 GiB ($most_bytes bytes)"
 
 work=$(mktemp -d)
 trap 'rm -rf "$work" "$output.unfinished"' EXIT

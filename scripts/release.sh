@@ -36,7 +36,7 @@ while [ $# -gt 0 ]; do
 done
 [ ${#places[@]} -eq 2 ] || refuse 'use: release.sh FOLDER OUT --release-info FILE [--recipe FILE] [--earlier PACKAGE] [--own FOLDER]...'
 folder=${places[0]} out=${places[1]}
-[ ! -e "$out" ] || { [ -d "$out" ] && [ -z "$(ls -A "$out")" ]; } || refuse "$out is there already, and no empty folder"
+[ ! -e "$out" ] || { [ -d "$out" ] && [ -z "$(ls -A "$out")" ]; } || refuse "$out is there already and is not an empty folder"
 [ -d "$(dirname "$out")" ] || refuse "$(dirname "$out") is no folder"
 
 # ---- what winget needs ----
@@ -47,7 +47,7 @@ for entry in PackageIdentifier InstallerUrl License ShortDescription; do
     [ -n "$(info "$entry")" ] || refuse "$info has no line \"$entry: ...\""
 done
 [[ $(info PackageIdentifier) =~ ^[A-Za-z0-9_+-]+(\.[A-Za-z0-9_+-]+)+$ ]] ||
-    refuse "$info: the identifier is no maker and product with a dot between"
+    refuse "$info: the identifier is not a maker and a product with a dot between them"
 [[ $(info InstallerUrl) =~ ^https://[^[:space:]]+$ ]] || refuse "$info: the address doesn't begin with https://"
 
 # ---- the signature ----

@@ -39,7 +39,7 @@ class NewPackage {
             throw BadInput(Shown(m_folder) +
                            " is in the way: a run that is still busy, or that was killed, made it");
         if (fs::exists(fs::symlink_status(place)) && !(fs::is_directory(place) && fs::is_empty(place)))
-            throw BadInput(Shown(place) + " is there already, and no empty folder");
+            throw BadInput(Shown(place) + " is there already and is not an empty folder");
         std::error_code error;
         fs::create_directory(m_folder, error);
         if (error) throw BadInput(Shown(m_folder) + " can't be made: " + error.message());
