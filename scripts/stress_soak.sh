@@ -1,0 +1,16 @@
+#!/usr/bin/env bash
+# Stress runs under Wine, in a prefix of their own: stress_soak.sh [--quick] [--seed NUMBER] [rounds|kills|room]...
+#   rounds: install, update, uninstall and restart, a hundred times      kills: `kill -9` at a hundred random moments of an install
+#   room: a disc with ever more room, in a mount namespace
+# All parts without a name: about an hour. docs/reliability.md tells what is promised.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+build=${QTV_WINDOWS_BUILD:-build/windows}
+
+scripts/bootstrap.sh windows
+[ -e "$build/CMakeCache.txt" ] || cmake --preset windows -B "$build" >/dev/null
+cmake --build "$build" --target snapshot sample_package -- --quiet
+mkdir -p build
+work=$(mktemp -d "$PWD/build/soak.XXXXXX")
+trap 'rm -rf "$work"' EXIT
+python3 tools/soak/soak.py "$build" "$work" "$@"
