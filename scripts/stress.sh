@@ -4,8 +4,10 @@
 #   two: two runs at once                  list: the shared list of running copies with eight processes
 # Without a name it runs all parts. The program under test is built with sanitizers. docs/reliability.md says what is
 # promised.
+# stress.sh soak ... tries them under Wine, with the arguments of scripts/stress_soak.sh.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
+[ "${1-}" != soak ] || exec scripts/stress_soak.sh "${@:2}"
 
 options=() parts=()
 for argument in "$@"; do

@@ -7,7 +7,7 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 build=${QTV_WINDOWS_BUILD:-build/windows}
 
-scripts/bootstrap.sh windows
+scripts/bootstrap.sh windows faults
 [ -e "$build/CMakeCache.txt" ] || cmake --preset windows -B "$build" >/dev/null
 cmake --build "$build" --target snapshot sample_package -- --quiet
 mkdir -p build

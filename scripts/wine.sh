@@ -17,6 +17,11 @@ if [ -z "$wine" ]; then
     exit 127
 fi
 
+# The kernel puts the heap of a program at a random place. About once in some thousand starts that is the page which Wine needs
+# at a fixed address, and then the program does not start. Without the random part the heap is always far from that page.
+run=("$wine")
+! setarch -R true 2>/dev/null || run=(setarch -R "$wine")
+
 # If several scripts start at once, the first makes the prefix and the others wait. No child inherits the descriptor of the lock,
 # because the server still runs after this script has ended.
 make_prefix() (
@@ -32,17 +37,17 @@ make_prefix() (
     rm -rf "$WINEPREFIX"
     # If these folders are missing, Desktop, Documents and so on all become links to the home folder itself.
     mkdir -p "$HOME"/{Desktop,Documents,Downloads,Music,Pictures,Templates,Movies}
-    "$wine" wineboot.exe -i >/dev/null 2>&1 9>&-
+    "${run[@]}" wineboot.exe -i >/dev/null 2>&1 9>&-
     # Message boxes need a graphics driver even without a display. The null driver works and shows nothing.
-    "$wine" reg.exe add 'HKCU\Software\Wine\Drivers' /v Graphics /d "${QTV_WINE_GRAPHICS:-null}" /f >/dev/null 2>&1 9>&-
+    "${run[@]}" reg.exe add 'HKCU\Software\Wine\Drivers' /v Graphics /d "${QTV_WINE_GRAPHICS:-null}" /f >/dev/null 2>&1 9>&-
     # The version of Windows that both targets represent.
-    "$wine" reg.exe add 'HKCU\Software\Wine' /v Version /d win10 /f >/dev/null 2>&1 9>&-
+    "${run[@]}" reg.exe add 'HKCU\Software\Wine' /v Version /d win10 /f >/dev/null 2>&1 9>&-
     # Windows does not hide a file because its name begins with a dot.
-    "$wine" reg.exe add 'HKCU\Software\Wine' /v ShowDotFiles /d Y /f >/dev/null 2>&1 9>&-
+    "${run[@]}" reg.exe add 'HKCU\Software\Wine' /v ShowDotFiles /d Y /f >/dev/null 2>&1 9>&-
     # No program here needs these large parts of Wine's registry. Without them a snapshot takes a fraction of the time.
     for key in 'Classes\Interface' 'Microsoft\Windows\CurrentVersion\Telephony' \
         'Microsoft\Windows\CurrentVersion\Time Zones' 'Microsoft\Windows NT\CurrentVersion\Time Zones'; do
-        "$wine" reg.exe delete "HKLM\\Software\\$key" /f >/dev/null 2>&1 9>&- || true
+        "${run[@]}" reg.exe delete "HKLM\\Software\\$key" /f >/dev/null 2>&1 9>&- || true
     done
     # The server writes the registry to the disk when it ends.
     "$server" -w 9>&-
@@ -53,4 +58,4 @@ if [ ! -e "$WINEPREFIX/.ready" ]; then
     mkdir -p "$wine_home"
     make_prefix
 fi
-exec "$wine" "$@"
+exec "${run[@]}" "$@"

@@ -1,4 +1,6 @@
 // The running system as the machine. Under Wine, it is a prefix.
+#include <cstddef>
+#include <cstring>
 #include <mutex>
 #include <thread>
 
@@ -95,15 +97,16 @@ void Answer(HWND box) {
 }  // namespace
 
 std::vector<DWORD> StartedPrograms() {
-    struct {
-        JOBOBJECT_BASIC_PROCESS_ID_LIST list;
-        ULONG_PTR more[kMaxPrograms];
-    } found = {};
+    // Two counts, then the ids. The system's declaration has room for only one id.
+    static_assert(offsetof(JOBOBJECT_BASIC_PROCESS_ID_LIST, ProcessIdList) == sizeof(ULONG_PTR));
+    ULONG_PTR words[1 + kMaxPrograms] = {};
     EXPECT_TRUE(
-        QueryInformationJobObject(OwnJob(), JobObjectBasicProcessIdList, &found, sizeof found, nullptr));
+        QueryInformationJobObject(OwnJob(), JobObjectBasicProcessIdList, words, sizeof words, nullptr));
+    DWORD counts[2];
+    std::memcpy(counts, words, sizeof counts);
     std::vector<DWORD> ids;
-    for (DWORD i = 0; i < found.list.NumberOfProcessIdsInList; ++i) {
-        const DWORD id = static_cast<DWORD>(found.list.ProcessIdList[i]);
+    for (DWORD i = 1; i <= counts[1]; ++i) {
+        const DWORD id = static_cast<DWORD>(words[i]);
         if (id != GetCurrentProcessId()) ids.push_back(id);
     }
     return ids;
