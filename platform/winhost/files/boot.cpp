@@ -1,4 +1,4 @@
-// What is left for the machine's next start: moves and deletes that were put off, and wininit.ini.
+// What waits for the machine's next start: delayed moves and deletes, and wininit.ini.
 #include "files/boot.h"
 
 #include <unistd.h>
@@ -20,13 +20,13 @@ namespace winhost {
 
 namespace {
 
-// Where Windows keeps them: pairs of source and target, as paths of its object names; an empty target is a
-// delete, and a mark in front of the target lets a move replace what is there.
+// Where Windows stores them: pairs of source and target, as paths of its object names. An empty target means a delete. A "!"
+// before the target means that the move may replace an existing file.
 constexpr char16_t kKey[] = u"SYSTEM\\CurrentControlSet\\Control\\Session Manager";
 constexpr char16_t kValue[] = u"PendingFileRenameOperations";
 constexpr std::u16string_view kObjectPrefix = u"\\??\\";
 constexpr char16_t kReplaces = u'!';
-// There where the machine is to carry wininit.ini out, too.
+// This file exists if the machine also carries out wininit.ini.
 constexpr char kCarriesOutWininit[] = "wininit";
 
 struct BootMark {
@@ -41,8 +41,7 @@ void AppendText(std::string& bytes, std::u16string_view text) {
     }
 }
 
-// The list's bytes without the empty text that ends it. None when the value is no list: it then takes no
-// marks.
+// Returns the bytes of the list without the empty text that ends it. None when the value is no list; then it takes no marks.
 std::optional<std::string> StoredMarks() {
     const std::optional<MachineValue> value = ReadMachineValue(kKey, kValue);
     if (!value) return std::string();
@@ -66,10 +65,10 @@ std::u16string WithoutPrefix(std::u16string_view path) {
     return std::u16string(path.starts_with(kObjectPrefix) ? path.substr(kObjectPrefix.size()) : path);
 }
 
-// At a start nothing is open, so that no rule of sharing applies; what fails, fails in silence.
+// At a start nothing is open, so the sharing rules don't apply. A mark that fails is skipped without a message.
 void CarryOut(const BootMark& mark) {
     const std::u16string path = WithoutPrefix(mark.source);
-    // Of devices and of the network nothing is taken away.
+    // Nothing is removed from a device or the network.
     if (path.size() < 2 || path[1] != u':') return;
     const Place source = Locate(path);
     if (mark.target.empty()) {
@@ -80,7 +79,7 @@ void CarryOut(const BootMark& mark) {
     (void)MovePlace(source, Locate(WithoutPrefix(std::u16string_view(mark.target).substr(replace))), replace);
 }
 
-// The path as an object of the system's name space; empty, with the last error set, for none.
+// Returns the path as a name of the system's objects. Empty, with the last error set, when there is none.
 std::u16string MarkedPath(LPCWSTR path) {
     std::u16string full = FullPath(path);
     if (full.size() >= MAX_PATH) {

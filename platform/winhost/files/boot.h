@@ -1,4 +1,4 @@
-// What is left for the machine's next start.
+// What waits for the machine's next start.
 #pragma once
 
 #include <windows.h>
@@ -7,7 +7,7 @@
 
 namespace winhost {
 
-// Marks a move, or with a null target a delete, for the next start. Fails with the last error set.
+// Marks a move, or with a null target a delete, for the next start. Returns false, with the last error set, when it fails.
 bool AddBootMark(LPCWSTR source, LPCWSTR target, bool replace);
 
 }  // namespace winhost

@@ -1,4 +1,4 @@
-// Files and folders copied and moved.
+// Copies and moves files and folders.
 #pragma once
 
 #include <windows.h>
@@ -8,7 +8,7 @@
 
 namespace winhost {
 
-// Moves a file or folder within its drive by all rules but those of sharing. Returns the error code, or 0.
+// Moves a file or folder within its drive by all rules except those of sharing. Returns 0 or an error code.
 DWORD MovePlace(const Place& from, const Place& to, bool replace);
 
 }  // namespace winhost

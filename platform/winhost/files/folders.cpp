@@ -1,4 +1,4 @@
-// The current folder, and the folders that the system names.
+// The current folder, and the folders of the system.
 #include "files/folders.h"
 
 #include <unistd.h>
@@ -18,14 +18,14 @@ namespace winhost {
 
 namespace {
 
-// The claim on the current folder; replaced when another becomes current.
+// The claim on the current folder. It is replaced when another folder becomes current.
 std::unique_ptr<OpenFile> currentClaim;
 
 std::unique_ptr<OpenFile> ClaimFolder(const std::string& host) {
     return OpenFile::Open(host, 0, kReading, FILE_SHARE_READ | FILE_SHARE_WRITE);
 }
 
-// Room that a made-up name takes behind a folder: three letters, a number, an ending.
+// Room for a made-up name after a folder, in characters: three letters, a number, an extension.
 constexpr std::size_t kTempNameRoom = 14;
 
 std::u16string TempName(std::u16string_view folder, LPCWSTR prefix, UINT number) {
@@ -42,7 +42,7 @@ std::u16string TempName(std::u16string_view folder, LPCWSTR prefix, UINT number)
     return name + u".tmp";
 }
 
-// The first of the variables that is set, or the system's folder.
+// The first of the variables that is set, or the Windows folder.
 std::u16string TempFolder() {
     for (const char16_t* variable : {u"TMP", u"TEMP", u"USERPROFILE"}) {
         WCHAR text[MAX_PATH];
@@ -89,7 +89,7 @@ UINT GetTempFileNameW(LPCWSTR folder, LPCWSTR prefix, UINT unique, LPWSTR name) 
         return 0;
     }
     constexpr UINT kNumbers = 0x10000;
-    // Processes that start at different numbers seldom meet.
+    // Processes start at different numbers, so they rarely try the same name.
     static UINT next = static_cast<UINT>(getpid()) * 7919;
     for (UINT tries = 0; tries < kNumbers; ++tries) {
         UINT number = unique % kNumbers;
@@ -152,7 +152,7 @@ DWORD GetFullPathNameW(LPCWSTR path, DWORD cchBuffer, LPWSTR buffer, LPWSTR* fil
     }
     const DWORD length = CopyOut(full, buffer, cchBuffer);
     const std::size_t last = full.rfind(u'\\') + 1;
-    // A device and a server have no file part.
+    // Devices and servers have no file part.
     const bool hasPart = last > 2 && last < full.size() && !full.starts_with(u"\\\\.\\");
     if (filePart && length < cchBuffer && hasPart) *filePart = buffer + last;
     return length;

@@ -1,4 +1,4 @@
-// The current folder and the system's own ones.
+// The current folder and the folders of the system.
 #pragma once
 
 #include <windows.h>
@@ -7,11 +7,10 @@
 
 namespace winhost {
 
-// Copies text and its end out; returns its length, or the size that the buffer would need when it is too
-// small.
+// Copies the text with its terminator. Returns its length, or the size of the needed buffer when this one is too small.
 DWORD CopyOut(std::u16string_view text, LPWSTR buffer, DWORD cchBuffer);
-// Claims the current folder for this process, so that nobody removes or renames it. A process that was
-// started inside the machine calls this as it begins.
+// Claims the current folder for this process, so that nobody removes or renames it. A process that is started inside the machine
+// calls this at its start.
 void ClaimCurrentFolder();
 
 }  // namespace winhost

@@ -1,4 +1,4 @@
-// Paths taken apart.
+// Splits paths into their parts.
 #include <windows.h>
 
 #include <algorithm>
@@ -7,7 +7,7 @@
 void _wsplitpath(const char16_t* path, char16_t* drive, char16_t* directory, char16_t* name,
                  char16_t* extension) {
     std::u16string_view rest = path;
-    // A part that is too long for the buffers that callers have is cut.
+    // A part that is too long for the caller's buffer is cut.
     const auto give = [&rest](char16_t* buffer, std::size_t length, std::size_t cchBuffer) {
         if (buffer) *std::copy_n(rest.data(), std::min(length, cchBuffer - 1), buffer) = 0;
         rest.remove_prefix(length);

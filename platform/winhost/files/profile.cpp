@@ -1,4 +1,4 @@
-// Profile files: sections of lines, in the machine's code page or, where the file is marked so, in UTF-16.
+// Profile files: sections of lines, in the machine's code page, or in UTF-16 if the file has its mark.
 #include "files/profile.h"
 
 #include <unistd.h>
@@ -26,7 +26,7 @@ namespace {
 constexpr std::string_view kWideMark = "\xFF\xFE";
 constexpr char kUnmapped = '?';
 
-// Code page 1252: bytes 0x80 to 0x9F; all others are the code points of the same number.
+// Code page 1252 for the bytes 0x80 to 0x9F. All other bytes are the code points of the same number.
 constexpr std::array<char16_t, 32> kHighControls = {
     0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
     0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
@@ -124,7 +124,7 @@ bool Write(const Place& place, const Profile& profile) {
         OpenPlace(place, kWriting, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL);
     if (!file) return false;
     const std::string bytes = Encode(profile);
-    // The new text goes over the old one, so that without room for it the old one stays.
+    // The new text is written over the old one. Without room for it, the old text stays.
     const bool written = WriteWhole(file->descriptor(), bytes.data(), bytes.size()) &&
                          ftruncate(file->descriptor(), static_cast<off_t>(bytes.size())) == 0;
     if (written) MarkWritten(file->descriptor());
@@ -132,7 +132,7 @@ bool Write(const Place& place, const Profile& profile) {
     return written;
 }
 
-// A name without a folder stands for a file of the Windows folder.
+// A name without a folder means a file in the Windows folder.
 Place ProfilePlace(LPCWSTR file) {
     const std::u16string name = file;
     return name.find_first_of(u"\\/:") == name.npos ? Locate(u"C:\\Windows\\" + name) : Locate(name);
@@ -178,7 +178,7 @@ DWORD GetPrivateProfileSectionW(LPCWSTR section, LPWSTR buffer, DWORD cchBuffer,
     for (const std::u16string& entry : ReadSection(place, section))
         all += entry + u'\0';
     if (all.empty() || cchBuffer < 2) return 0;
-    // What doesn't fit is cut, and the cut text keeps the list's double end.
+    // Text that doesn't fit is cut, and the cut list still ends with two nulls.
     const std::size_t length = all.size() < cchBuffer ? all.size() : cchBuffer - 2;
     std::copy_n(all.data(), length, buffer);
     std::fill(buffer + length, buffer + std::min<std::size_t>(length + 2, cchBuffer), u'\0');
@@ -198,7 +198,7 @@ BOOL WritePrivateProfileSectionW(LPCWSTR section, LPCWSTR entries, LPCWSTR file)
     if (!profile) profile.emplace();
     auto [header, end] = FindSection(*profile, section);
     if (header != end) {
-        // Blank lines in front of the next section belong to neither.
+        // Blank lines before the next section belong to neither.
         while (entries && end != header + 1 && Trimmed(end[-1]).empty())
             --end;
         header = profile->lines.erase(header, end);

@@ -9,7 +9,7 @@
 
 namespace winhost {
 
-// The entries of a section, trimmed, in order: "key=value", or the line as it stands when it has no "=".
+// Returns the entries of a section, trimmed, in order: "key=value", or the whole line if it has no "=".
 std::vector<std::u16string> ReadSection(const Place& file, std::u16string_view section);
 
 }  // namespace winhost

@@ -1,7 +1,6 @@
-// Open files under Windows' sharing rules, across processes. Each opening claims single bytes, far behind any
-// content, by shared record locks that belong to its file descriptor: the kernel shows them to every other
-// opening, those of this process included, and drops them with the descriptor. An opening claims first and
-// looks for conflicts after, so that of two at once neither is let in wrongly.
+// Open files under Windows' sharing rules, across processes. Each opening claims single bytes far beyond any content. A claim is
+// a shared record lock of the file descriptor. The kernel shows it to every other opening, also in this process, and drops it
+// with the descriptor. An opening claims first and looks for conflicts afterwards, so two at once are never both let in wrongly.
 #include "files/sharing.h"
 
 #include <fcntl.h>
@@ -19,16 +18,16 @@ namespace winhost {
 
 namespace {
 
-// One bit a claim, which is also its byte's place. FILE_SHARE_ flags and access bits have the same order.
+// One bit for each claim; the bit's number is the place of its byte. FILE_SHARE_ flags and access bits have the same order.
 constexpr unsigned kAllAccess = kReading | kWriting | kDeleting;
-constexpr unsigned kDenied = 3;  // from an access bit to the claim that denies it
+constexpr unsigned kDenied = 3;  // distance from an access bit to the claim that denies it
 constexpr unsigned kDeniesDelete = kDeleting << kDenied;
 constexpr unsigned kRuns = 1u << 6;
 constexpr off_t kFirstByte = off_t{1} << 62;
 
 static_assert(FILE_SHARE_READ == kReading && FILE_SHARE_WRITE == kWriting && FILE_SHARE_DELETE == kDeleting);
 
-// Calls `use` for each run of adjacent claims, with a lock that covers it; ends at the first true.
+// Calls `use` for each run of adjacent claims, with a lock that covers it. Stops at the first true.
 template <class Use>
 bool AnyRun(unsigned claims, short type, Use use) {
     for (unsigned first = 0; claims >> first;) {
@@ -55,7 +54,7 @@ bool Claim(int descriptor, unsigned claims) {
                    [&](struct flock& lock) { return fcntl(descriptor, F_OFD_SETLK, &lock) != 0; });
 }
 
-// Whether another opening holds one of the claims.
+// Whether another opening has one of the claims.
 bool Held(int descriptor, unsigned claims) {
     return AnyRun(claims, F_WRLCK, [&](struct flock& lock) {
         return fcntl(descriptor, F_OFD_GETLK, &lock) != 0 || lock.l_type != F_UNLCK;
@@ -78,14 +77,14 @@ bool AnyOpenBelow(const std::string& folder) {
 
 std::unique_ptr<OpenFile> OpenFile::Open(const std::string& host, int hostFlags, unsigned access,
                                          unsigned share) {
-    // Every file is executable on Windows, so every new one is on the host.
+    // On Windows every file is executable, so every new file on the host is.
     const int descriptor = open(host.c_str(), hostFlags | O_CLOEXEC, 0777);
     if (descriptor < 0) {
         SetLastError(ErrorOf(errno));
         return nullptr;
     }
     std::unique_ptr<OpenFile> file(new OpenFile(descriptor));
-    // An opening for attributes alone takes no part in sharing.
+    // An opening only for attributes takes no part in sharing.
     if (access == 0) return file;
     const unsigned denied = ~share & kAllAccess;
     const unsigned conflicts = denied | access << kDenied | (access & kWriting ? kRuns : 0);

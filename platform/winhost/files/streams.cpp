@@ -1,4 +1,4 @@
-// The runtime library's files: streams with Windows' text mode, and the existence test.
+// Files of the runtime library: streams with Windows' text mode, and the test whether a file exists.
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -21,7 +21,7 @@ namespace {
 
 constexpr char kTextEnd = 0x1A;
 
-// The errno that the runtime makes of a platform's error code.
+// Returns the errno that the runtime makes from a platform's error code.
 int ErrnoOf(DWORD error) {
     switch (error) {
         case ERROR_FILE_NOT_FOUND:
@@ -46,7 +46,7 @@ struct Stream {
     std::unique_ptr<OpenFile> file;
     bool isText;
     bool appends;
-    bool ended = false;  // a text's end mark has been read
+    bool ended = false;  // the end mark of a text has been read
 };
 
 ssize_t ReadRaw(int descriptor, char* buffer, std::size_t cbBuffer) {
@@ -56,7 +56,7 @@ ssize_t ReadRaw(int descriptor, char* buffer, std::size_t cbBuffer) {
     }
 }
 
-// Whether the next byte is a line feed, which is then taken.
+// Whether the next byte is a line feed. If so, it is read.
 bool TakeLineFeed(int descriptor) {
     char next;
     if (ReadRaw(descriptor, &next, 1) != 1) return false;
@@ -65,7 +65,7 @@ bool TakeLineFeed(int descriptor) {
     return false;
 }
 
-// Drops the carriage returns of line ends, and all from the end mark on. Gives the length left.
+// Removes the carriage returns of line ends, and everything from the end mark on. Returns the new length.
 std::size_t ToText(Stream& stream, char* bytes, std::size_t length) {
     if (const void* mark = std::memchr(bytes, kTextEnd, length)) {
         stream.ended = true;
@@ -93,7 +93,7 @@ ssize_t ReadStream(void* cookie, char* buffer, std::size_t cbBuffer) {
     return static_cast<ssize_t>(ToText(stream, buffer, static_cast<std::size_t>(length)));
 }
 
-// Gives 0 for a failure, which is what the host's library expects of a stream.
+// Returns 0 for a failure, as the host's library expects from a stream.
 ssize_t WriteStream(void* cookie, const char* data, std::size_t cbData) {
     if (Fails("WriteFile")) {
         errno = ErrnoOf(GetLastError());
@@ -112,7 +112,7 @@ ssize_t WriteStream(void* cookie, const char* data, std::size_t cbData) {
     return static_cast<ssize_t>(cbData);
 }
 
-// Places of a text other than its start and end count stored bytes.
+// In text mode, positions other than the start and the end count stored bytes.
 int SeekStream(void* cookie, off64_t* offset, int from) {
     Stream& stream = *static_cast<Stream*>(cookie);
     const off_t place = lseek(stream.file->descriptor(), *offset, from);
@@ -163,7 +163,7 @@ int _waccess(const char16_t* path, int mode) {
     const Place place = Locate(path);
     DWORD error = FaultOf("_waccess");
     if (!error) error = place.error;
-    // A folder can be written to whatever its attributes say.
+    // A folder can be written to, whatever its attributes say.
     if (!error && (mode & 2) && !place.isFolder &&
         (StoredAttributes(place.host, false) & FILE_ATTRIBUTE_READONLY))
         error = ERROR_ACCESS_DENIED;
