@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
-# Stress runs under Wine, in a prefix of their own: stress_soak.sh [--quick] [--seed NUMBER] [rounds|kills|room]...
-#   rounds: install, update, uninstall and restart, a hundred times      kills: `kill -9` at a hundred random moments of an install
-#   room: a disc with ever more room, in a mount namespace
-# All parts without a name: about an hour. docs/reliability.md tells what is promised.
+# Stress runs under Wine, in a prefix of their own:
+# stress_soak.sh [--quick] [--count NUMBER] [--seed NUMBER] [rounds|kills|room]...
+#   rounds: install, update, uninstall and restart, a hundred times
+#   kills: an install is killed at a hundred random moments
+#   room: a disc with more and more room, in a mount namespace
+# Without a name it runs all parts, in about an hour. docs/reliability.md says what is promised.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 build=${QTV_WINDOWS_BUILD:-build/windows}

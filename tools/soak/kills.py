@@ -9,6 +9,8 @@ from machine import INSTALL_FOLDER, bring_packages, differences, is_known
 
 SETUP = (r'C:\Package\setup.exe', '-s', '-autostart')
 UNDISTURBED_RUNS = 3
+# A program begins suspended. If its parent is killed before it lets it run, it waits until the machine is shut down.
+ORPHAN_SECONDS = 10
 
 
 def undisturbed(machine, clean):
@@ -50,13 +52,14 @@ def reached(machine, files_of_product):
 def run(machine, package, count, seed):
     """Kills `count` installs. Returns the findings."""
     chance = random.Random(seed)
+    assert not (machine.drive / INSTALL_FOLDER).exists(), 'the product is already installed'
     bring_packages(machine, package)
     clean = machine.home.parent / 'clean'
     machine.save(clean)
     seconds, once, expected = undisturbed(machine, clean)
     files = sum(path.is_file() for path in (machine.drive / INSTALL_FOLDER).rglob('*'))
     findings = [f'two undisturbed runs: {line}' for line in differences(once, expected)]
-    places, attempts, known = Counter(), 0, 0
+    places, attempts, known, orphans = Counter(), 0, 0, 0
     while places.total() < count:
         attempts += 1
         if attempts > 3 * count + 10:
@@ -70,15 +73,17 @@ def run(machine, package, count, seed):
         program.communicate()
         if program.returncode != -signal.SIGKILL:
             continue  # It had ended before.
-        machine.settle()
+        orphans += machine.abandon(ORPHAN_SECONDS)
         places[reached(machine, files)] += 1
         machine.run(*SETUP)
         found = differences(expected, restarted(machine))
         known += any(map(is_known, found))
         findings += [f'attempt {attempts} of seed {seed}, killed after {moment:.3f} s: {line}' for line in found
                      if not is_known(line)]
+        if places.total() % 20 == 0:
+            print(f'soak: {places.total()} killed, {len(findings)} findings', flush=True)
     machine.shut_down()
     told = ', '.join(f'{number} {place}' for place, number in sorted(places.items()))
     print(f'soak: {places.total()} installs killed at a random moment of their {seconds:.2f} s: {told}; '
-          f'{known} times a known exception', flush=True)
+          f'{known} times a known exception; {orphans} programs were left suspended', flush=True)
     return findings

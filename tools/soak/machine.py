@@ -39,6 +39,7 @@ class Machine:
         self.prefix = self.home / 'prefix'
         self.drive = self.prefix / 'drive_c'
         self.snapshot_program = snapshot_program
+        self.abandoned = set()
         self.environment = dict(os.environ, QTV_WINE_HOME=str(self.home), WINEPREFIX=str(self.prefix))
         self.environment.setdefault('WINEDEBUG', '-all')
         if not (self.prefix / '.ready').exists():
@@ -77,18 +78,30 @@ class Machine:
         return found
 
     def started(self):
-        """The processes that are not Wine's own."""
-        return {pid: line for pid, line in self.processes().items() if not any(own in line for own in WINES_OWN)}
+        """The processes that are not Wine's own, except for the abandoned ones."""
+        return {pid: line for pid, line in self.processes().items()
+                if pid not in self.abandoned and not any(own in line for own in WINES_OWN)}
 
-    def settle(self):
-        """Waits until everything that was started has ended: the uninstaller's copy outlives the uninstaller."""
-        end = time.monotonic() + HANG_SECONDS
+    def await_end(self, seconds):
+        """Waits until everything that was started has ended. Returns what still runs when the time is over."""
+        end = time.monotonic() + seconds
         while running := self.started():
             if time.monotonic() > end:
-                for pid in running:
-                    os.kill(pid, signal.SIGKILL)
-                raise Hang(f'still running: {sorted(running.values())}')
+                break
             time.sleep(0.02)
+        return running
+
+    def settle(self):
+        """Waits for all programs: the uninstaller's copy outlives the uninstaller."""
+        if running := self.await_end(HANG_SECONDS):
+            for pid in running:
+                os.kill(pid, signal.SIGKILL)
+            raise Hang(f'still running: {sorted(running.values())}')
+
+    def abandon(self, seconds):
+        """Waits for what a killed program had started. What does not end is left alone until the machine is shut down."""
+        self.abandoned = set(self.await_end(seconds))
+        return len(self.abandoned)
 
     # ---- start and end of the machine ----
 
@@ -105,6 +118,7 @@ class Machine:
         """Ends the machine. Wine's server then writes the registry to the disk."""
         self.server('-k')
         self.server('-w')
+        self.abandoned = set()
 
     def restart(self):
         self.shut_down()

@@ -6,7 +6,7 @@ from collections import Counter
 
 from machine import INSTALL_FOLDER, UNINSTALLER, bring_packages, differences, is_known
 
-# For an update and an uninstall; an update needs ten pages for each grown file, an uninstall 75 for its copy.
+# For an update and an uninstall: an update needs ten pages for each grown file, an uninstall 75 for its copy.
 FEW_PAGES = (0, 1, 2, 3, 4, 8, 10, 15, 20, 25, 30, 35, 40, 45, 50, 52, 54, 56, 60, 74, 75, 76, 80)
 INSIDE = 'QTV_SOAK_INSIDE'
 PAGE = os.sysconf('SC_PAGE_SIZE')
@@ -133,8 +133,9 @@ def run(machine, package, quick):
         machine.shut_down()
         machine.save(work / name)
     machine.restore(work / 'installed')
-    rooms, findings = limits(machine), []
-    for name, saved, command, rooms in (('install', 'clean', INSTALL, rooms), ('update', 'earlier', INSTALL, FEW_PAGES),
+    findings = []
+    for name, saved, command, rooms in (('install', 'clean', INSTALL, limits(machine)),
+                                        ('update', 'earlier', INSTALL, FEW_PAGES),
                                         ('uninstall', 'installed', (UNINSTALLER,), FEW_PAGES)):
         if quick:
             rooms = rooms[len(rooms) // 2:][:1]
@@ -142,7 +143,7 @@ def run(machine, package, quick):
         before = len(findings)
         for pages in rooms:
             findings += job.at(pages)
-        print(f'soak: {name} on a disc with {len(rooms)} limits: {len(findings) - before} findings, '
+        print(f'soak: {name} on a disc with {len(rooms)} limits of room: {len(findings) - before} findings, '
               f'{job.known} times a known exception; left meanwhile: '
               + ', '.join(f'{item} ({count})' for item, count in sorted(job.outcomes.items())), flush=True)
     machine.shut_down()

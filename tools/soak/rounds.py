@@ -7,7 +7,7 @@ from pathlib import Path
 
 from machine import UNINSTALLER, bring_packages, differences
 
-# Until then Wine and the shell make folders, keys and files of their own.
+# Before that round Wine and the shell still make folders, keys and files of their own.
 SETTLED_ROUND = 3
 COMPARED_ROUNDS = 10
 # The processor's time of a round varies with the load of the machine by about a fifth.
@@ -17,7 +17,7 @@ TICK = os.sysconf('SC_CLK_TCK')
 
 
 class Costs:
-    """What a round costs, from its making until `taken`. Only the steps are counted, not the snapshots between them."""
+    """What a round costs. Only its steps are counted, not the snapshots between them."""
 
     def __init__(self, server):
         self.server = server
@@ -77,6 +77,8 @@ def run(machine, package, count):
             if history[-1][2] > first[2] + ALLOWED_MORE_FILES or history[-1][4] > first[4]:
                 findings.append(f'round {number}: {history[-1][2]} open files and {history[-1][4]} processes, '
                                 f'in round {SETTLED_ROUND} {first[2]} and {first[4]}')
+        if number % 20 == 0:
+            print(f'soak: {number} rounds, {len(findings)} findings', flush=True)
     machine.shut_down()
     tell(history, findings)
     return findings

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Stress runs under Wine, in a prefix of their own: soak.py BUILD WORK [--quick] [--seed NUMBER] [rounds|kills|room]...
+"""Stress runs under Wine, in a prefix of their own.
 
-BUILD is the build folder of the Windows target, WORK a folder for the prefix. docs/reliability.md tells what is promised.
+BUILD is the build folder of the Windows target, WORK a folder for the prefix. docs/reliability.md says what is promised.
 """
 import argparse
 import sys
@@ -20,10 +20,12 @@ def main():
     arguments.add_argument('parts', nargs='*', metavar='rounds|kills|room')
     arguments.add_argument('--quick', action='store_true')
     arguments.add_argument('--seed', type=int, default=1)
+    arguments.add_argument('--count', type=int, help='of rounds and of kills; without it a hundred, and a few with --quick')
     options = arguments.parse_intermixed_args()
     package = options.build.resolve() / 'package'
-    parts = {'rounds': lambda: rounds.run(machine, package, 4 if options.quick else 100),
-             'kills': lambda: kills.run(machine, package, 3 if options.quick else 100, options.seed),
+    count = options.count or (4 if options.quick else 100)
+    parts = {'rounds': lambda: rounds.run(machine, package, count),
+             'kills': lambda: kills.run(machine, package, count, options.seed),
              'room': lambda: room.run(machine, package, options.quick)}
     if unknown := set(options.parts) - parts.keys():
         arguments.error(f'unknown: {unknown}')
