@@ -52,7 +52,6 @@ def reached(machine, files_of_product):
 def run(machine, package, count, seed):
     """Kills `count` installs. Returns the findings."""
     chance = random.Random(seed)
-    assert not (machine.drive / INSTALL_FOLDER).exists(), 'the product is already installed'
     bring_packages(machine, package)
     clean = machine.home.parent / 'clean'
     machine.save(clean)
@@ -83,6 +82,7 @@ def run(machine, package, count, seed):
         if places.total() % 20 == 0:
             print(f'soak: {places.total()} killed, {len(findings)} findings', flush=True)
     machine.shut_down()
+    machine.restore(clean)
     told = ', '.join(f'{number} {place}' for place, number in sorted(places.items()))
     print(f'soak: {places.total()} installs killed at a random moment of their {seconds:.2f} s: {told}; '
           f'{known} times a known exception; {orphans} programs were left suspended', flush=True)

@@ -41,7 +41,9 @@ class Machine:
         self.snapshot_program = snapshot_program
         self.abandoned = set()
         self.environment = dict(os.environ, QTV_WINE_HOME=str(self.home), WINEPREFIX=str(self.prefix))
-        self.environment.setdefault('WINEDEBUG', '-all')
+        # Wine then says so if it can't start a program.
+        self.environment.setdefault('WINEDEBUG', '-all,err+virtual')
+        self.complaints = self.home.parent / 'complaints.txt'
         if not (self.prefix / '.ready').exists():
             self.run('cmd.exe', '/c', 'exit')
         self.shut_down()
@@ -50,8 +52,10 @@ class Machine:
 
     def start(self, *command):
         """Starts a program and returns its process. The program is that process itself, no child of it."""
-        return subprocess.Popen([ROOT / 'scripts/wine.sh', *map(str, command)], env=self.environment,
-                                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+        self.complaints.parent.mkdir(parents=True, exist_ok=True)
+        with open(self.complaints, 'ab') as complaints:
+            return subprocess.Popen([ROOT / 'scripts/wine.sh', *map(str, command)], env=self.environment,
+                                    stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=complaints)
 
     def run(self, *command):
         """Runs a program, waits for it and all that it started, and returns what it wrote."""
@@ -228,6 +232,7 @@ def make_earlier(package, folder):
 
 def bring_packages(machine, package):
     """Puts both packages on the machine, and files of the user next to where setup works."""
+    assert not (machine.drive / INSTALL_FOLDER / 'QtvApp8.exe').exists(), 'the product is already installed'
     for name in ('Package', 'Earlier'):
         shutil.rmtree(machine.drive / name, ignore_errors=True)
     shutil.copytree(package, machine.drive / 'Package')

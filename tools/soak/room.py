@@ -1,5 +1,6 @@
 """A full disc: the machine is on a small file system in a mount namespace of its own, and the room on it is limited."""
 import os
+import shutil
 import subprocess
 import sys
 from collections import Counter
@@ -20,7 +21,7 @@ PRODUCTS = ('Qantivo', '\\uni*.tmp', 'QtvApp8.exe', 'Lorvanta', 'QV8.Document', 
 
 def enter_namespace():
     """Starts this program again in a namespace of its own. Returns whether it is in one."""
-    if INSIDE not in os.environ:
+    if INSIDE not in os.environ and shutil.which('unshare'):
         for options in (['-m'], ['-Urm']):
             command = ['unshare', *options, '--propagation', 'private']
             if subprocess.run([*command, 'mount', '-t', 'tmpfs', 'none', '/mnt'], stderr=subprocess.DEVNULL,

@@ -43,6 +43,8 @@ def main():
             findings.append(f'{name}: hang: {hang}')
         finally:
             machine.shut_down()
+    for line in machine.complaints.read_text(errors='replace').splitlines():
+        print(f'soak: Wine: {line}', file=sys.stderr)
     for line in findings:
         print(f'soak: FOUND: {line}', file=sys.stderr)
     return 1 if findings else 0
