@@ -69,7 +69,8 @@ def run(machine, package, count, seed):
         program = machine.start(*SETUP)
         time.sleep(moment)
         program.send_signal(signal.SIGKILL)
-        program.communicate()
+        program.stdout.close()
+        program.wait()
         if program.returncode != -signal.SIGKILL:
             continue  # It had ended before.
         orphans += machine.abandon(ORPHAN_SECONDS)
