@@ -66,7 +66,7 @@ class Changes {
 
 void Run(const Bytes& bytes) {
     // A copy of the exact size, so that the sanitizers notice a read past the end of the input.
-    const Bytes exact(bytes);
+    const Bytes exact(bytes.begin(), bytes.end());
     (void)LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(exact.data()), exact.size());
 }
 

@@ -6,8 +6,8 @@
 
 namespace {
 
-constexpr DWORD kClosed =
-    1001;  // the application's exit code when it closed by itself; it has 10 ms to do so
+// The application's exit code when it closed by itself. It has 10 ms to do so.
+constexpr DWORD kClosed = 1001;
 
 constexpr WCHAR kOneOpen[] = TEXT(
     "1 instance of Qantivo is currently opened. If you click \"Yes\" button, SETUP will try to close it ")
@@ -20,8 +20,8 @@ constexpr WCHAR kAborted[] = TEXT(
     TEXT("you have done in them, then restart this setup program.");
 
 bool HasEnded(const RunningProgram& copy) {
-    const auto exitCode = copy.ExitCode();
-    return exitCode == 0u || exitCode == kClosed;
+    const DWORD exitCode = copy.ExitCode().value_or(1);
+    return exitCode == 0 || exitCode == kClosed;
 }
 
 class RunningCopies : public EndToEndTest {};

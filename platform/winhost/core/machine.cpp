@@ -87,7 +87,7 @@ void OnEnter(void (*forget)()) {
 std::u16string WindowsPath(const fs::path& host) {
     const std::string below = host.lexically_relative(Root()).native();
     // A host folder outside the machine, such as the current folder of a host's shell, counts as the root of C.
-    if (below.size() < 1 || !std::isalpha(static_cast<unsigned char>(below[0])) ||
+    if (below.empty() || !std::isalpha(static_cast<unsigned char>(below[0])) ||
         (below.size() > 1 && below[1] != '/'))
         return u"C:\\";
     std::u16string path = Utf16(below.substr(0, 1)) + u":" + Utf16(below.substr(1));

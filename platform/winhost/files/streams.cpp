@@ -140,7 +140,7 @@ FILE* _wfopen(const char16_t* path, const char16_t* mode) {
     }
     const std::string text = Utf8(mode);
     const char kind = text.empty() ? '\0' : text[0];
-    if (!std::strchr("rwa", kind) || (text.substr(1) != "" && text.substr(1) != "b"))
+    if (!std::strchr("rwa", kind) || (!text.substr(1).empty() && text.substr(1) != "b"))
         NotModelled("_wfopen", "mode " + text);
     const DWORD disposition = kind == 'r' ? OPEN_EXISTING : kind == 'w' ? CREATE_ALWAYS : OPEN_ALWAYS;
     const unsigned access = kind == 'r' ? kReading : kWriting;

@@ -35,7 +35,7 @@ class Reader {
             return text;
         }
         while (const WORD unit = Word())
-            text += unit;
+            text += static_cast<char16_t>(unit);
         return text;
     }
 
