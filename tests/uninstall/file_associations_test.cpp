@@ -29,7 +29,8 @@ TEST_F(FileAssociations, ChoicesOfTheProductAreDropped) {
         bool stays;
     } rows[] = {
         {TEXT(".png"), TEXT("Applications\\QtvApp8.exe"), false},
-        {TEXT(".qvi"), TEXT("x Applications\\QtvApp8.exe y"), false},
+        {TEXT(".dib"), TEXT("x Applications\\QtvApp8.exe y"), false},
+        {TEXT(".qvi"), TEXT("Other.Picture"), true},
         {TEXT(".bmp"), TEXT("QtvApp8.exe"), true},
         {TEXT(".gif"), TEXT("Qantivo.8"), true},
         {TEXT(".zip"), TEXT("Applications\\QtvApp8.exe"), true},

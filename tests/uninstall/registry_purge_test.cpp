@@ -24,6 +24,7 @@ TEST_F(RegistryPurge, TakesTheProductsKeysAndNoOthers) {
     } rows[] = {
         {HKEY_CURRENT_USER, TEXT("SOFTWARE\\Lorvanta\\Qantivo 8\\a\\b"), false},
         {HKEY_CURRENT_USER, TEXT("SOFTWARE\\Lorvanta\\Qantivo 8\\c"), false},
+        {HKEY_CURRENT_USER, TEXT("SOFTWARE\\Lorvanta\\Qantivo 8\\") + Text(255, 'c'), false},
         {HKEY_CURRENT_USER, TEXT("SOFTWARE\\Lorvanta\\Another"), true},
         {HKEY_USERS, kUser + TEXT("\\SOFTWARE\\Lorvanta\\Qantivo 8\\a"), false},
         {HKEY_USERS, kUser + TEXT("\\SOFTWARE\\Lorvanta"), false},

@@ -84,9 +84,14 @@ TEST_F(Uninstall, MarksFoldersThatStay) {
     const struct {
         Text below;  // a folder with a file in it
         std::vector<Text> marked;
-    } rows[] = {{{}, {x64}}, {x64, {x64}}, {x32, {x64, x32, kMarked}}};
+        Text empty = {};
+    } rows[] = {{.below = {}, .marked = {x64}},
+                {.below = {}, .marked = {}, .empty = x64},
+                {.below = x64, .marked = {x64}},
+                {.below = x32, .marked = {x64, x32, kMarked}}};
     for (const auto& row : rows) {
         MakeFolder(kFolder);
+        if (!row.empty.empty()) MakeFolder(row.empty);
         if (!row.below.empty()) MakeFile(row.below + TEXT("\\a"));
         // As after a double click, the current folder is the one to be removed.
         EXPECT_TRUE(SetCurrentDirectoryW(kFolder.c_str()));
@@ -143,6 +148,7 @@ TEST_F(Uninstall, CopyStartedByHand) {
         // The folder is a little longer than the runtime's buffer, which then stays empty. That doesn't mean the
         // current folder.
         {TEXT("C:\\") + Text(252, 'x') + TEXT("\\f"), TEXT(""), false, false},
+        {kScratch + TEXT("\\") + Text(250, 'x'), TEXT(""), false, false},
         {TEXT("foo"), TEXT(""), true, true},
         {TEXT("foo"), TEXT(" -sconf"), true, false},
     };
@@ -154,7 +160,7 @@ TEST_F(Uninstall, CopyStartedByHand) {
                            TEXT("-delself \"") + row.firstProgram + TEXT("\"") + row.more),
                   0u);
         for (const ShownBox& box : boxes.Shown())
-            EXPECT_EQ(box.text, LoadResString(IDS_UNINSTALLED).Text());
+            EXPECT_TRUE(box.text == LoadResString(IDS_UNINSTALLED).Text() && box.HasStyle(MB_OK));
         EXPECT_EQ(Tree().size(), row.fits ? 3u : 5u);
         EXPECT_TRUE(Exists(kMarked + TEXT("QtvUnInst.log")));
         // The copy marks itself for the next start, whatever folder it was told.

@@ -21,6 +21,18 @@ class UninstallFaults : public ScratchTest {
     }
 };
 
+// Nothing of a program that was started stays open.
+TEST_F(UninstallFaults, ApplicationIsToldToUnregisterItself) {
+    ImportFile(QTV_BUILD_FOLDER "/package/QtvApp8.exe", kScratch + TEXT("\\QtvApp8.exe"));
+    MakeFile(kScratch + TEXT("\\QtvUnInst.log"));
+    winhost::ClearEvents();
+    const unsigned handles = winhost::OpenHandles();
+    PerformUninstall(TEXT("C:\\Scratch\\"));
+    EXPECT_LE(winhost::OpenHandles(), handles + 1) << "the key of the file extensions";
+    EXPECT_EQ(winhost::Events(), std::vector<std::string>{
+                                     "start-process\t\"C:\\Scratch\\QtvApp8.exe\" -unregonly\tC:\\Scratch"});
+}
+
 // The shell is told once when a choice goes or comes back, and otherwise never.
 TEST_F(UninstallFaults, ShellIsToldOfAChange) {
     const Text key = TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\FileExts");
@@ -126,6 +138,28 @@ TEST_F(UninstallFaults, NoCopyNoUninstall) {
         EXPECT_TRUE(winhost::Events().empty()) << call;
         EXPECT_EQ(files(), before + !call.starts_with("GetTemp")) << call;
     }
+}
+
+}  // namespace
+
+CHILD_PROGRAM(CopyOnASystemWithoutAHandler) {
+    g_silentMode = 1;
+    g_osVersion.dwMajorVersion = 5;
+    g_isWow64Process = [](HANDLE, PBOOL is) -> BOOL { return *is = TRUE; };
+    RunTemporaryCopy();
+}
+
+namespace {
+
+// Another drive than the current one. Only the copy itself is started.
+TEST_F(UninstallFaults, CopyWorksOnTheDriveThatItIsTold) {
+    MakeFile(TEXT("D:\\q\\QtvUnInst.log"));
+    winhost::ClearEvents();
+    EXPECT_EQ(RunChild("CopyOnASystemWithoutAHandler", kScratch + TEXT("\\copy.exe"),
+                       TEXT("-delself D:\\q\\QtvUnInst.exe")),
+              0u);
+    EXPECT_FALSE(Exists(TEXT("D:\\q")));
+    EXPECT_EQ(winhost::Events().size(), 1u);
 }
 
 }  // namespace
