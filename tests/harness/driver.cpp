@@ -185,7 +185,14 @@ INT_PTR RunDriven(const Text& title, const std::function<INT_PTR()>& dialog,
         std::fputs("the dialog can't be ended\n", stderr);
         std::_Exit(1);
     });
-    const INT_PTR result = dialog();
+    INT_PTR result = 0;
+    try {
+        result = dialog();
+    } catch (const std::exception& failure) {
+        // The driver may wait for an answer of this thread, and then never ends.
+        std::fprintf(stderr, "the dialog threw: %s\n", failure.what());
+        std::_Exit(1);
+    }
     ended = true;
     driving.join();
     (void)DestroyWindow(servant);

@@ -13,12 +13,14 @@ class Boxes : public WizardTest {};
 
 TEST_F(Boxes, HaveOneButtonOrAskWithNoForTheDefault) {
     winhost::ClearEvents();
+    winhost::SetFaults({});
     MakeFile(TEXT("C:\\Scratch\\old\\QtvApp6.exe"));
     RunAt(2, [](const Driver& wizard) {
         Browse(wizard, TEXT("C:\\Scratch\\old"), {Resource(IDS_OLDER_VERSION_FOLDER)});
         wizard.PressInPage(IDC_PORTABLE);
         Press(wizard, IDOK, {Resource(IDS_BROWSE_FIRST)});
     });
+    EXPECT_EQ(winhost::CallCounts()["CoInitialize"], 1u) << "for the browser";
     g_installType = 0;
     RunAt(3, [](const Driver& wizard) {
         wizard.Type(wizard.PageControl(IDC_GROUP), TEXT("ab"));
@@ -39,6 +41,7 @@ TEST_F(Boxes, HaveOneButtonOrAskWithNoForTheDefault) {
 // A shortcut that the shell refuses brings its box in the middle of the install.
 TEST_F(Boxes, OfAShortcutStayAloneWhateverComes) {
     g_sourceDir = TEXT("C:\\Scratch\\package");
+    winhost::ClearEvents();
     EXPECT_EQ(Run([](const Driver& wizard) {
                   for (int step = 0; step < 4; ++step)
                       wizard.Press(IDOK);
@@ -57,6 +60,10 @@ TEST_F(Boxes, OfAShortcutStayAloneWhateverComes) {
               }),
               IDOK);
     winhost::SetFaults({});
+    std::vector<std::string> cursors = winhost::Events();
+    std::erase_if(cursors, [](const std::string& event) { return !event.starts_with("set-cursor"); });
+    EXPECT_EQ(cursors, (std::vector<std::string>{"set-cursor\t32514", "set-cursor\t32512"}))
+        << "IDC_WAIT, IDC_ARROW";
 }
 
 // The names of both Startup folders are refused, in upper and lower case.

@@ -26,6 +26,10 @@ TEST_F(OpenBoxes, StayAloneWhateverComes) {
             const Driver box = wizard.Open(
                 row.button == IDC_BROWSE ? wizard.PageControl(IDC_BROWSE) : wizard.Control(row.button),
                 title);
+            constexpr int kBrowserTitle = 0x3742;
+            if (row.text.empty()) {
+                EXPECT_EQ(TextOf(GetDlgItem(box.Window(), kBrowserTitle)), Resource(IDS_SELECT_FOLDER));
+            }
             Disturb(wizard);
             EXPECT_TRUE(IsWindow(box.Window()) && IsWindow(page) && !IsWindowEnabled(wizard.Window()));
             EXPECT_EQ(FindWindowExW(nullptr, box.Window(), nullptr, title.c_str()), nullptr)

@@ -183,7 +183,10 @@ TEST_F(Frame, ShowsNoPageDuringTheInstall) {
                           const HWND page = wizard.Page();
                           const bool seen = page && page != ready && IsShown(page);
                           if (!IsWindowEnabled(next)) {
-                              ++looks;
+                              // A key pressed meanwhile presses nothing later.
+                              if (looks++ == 0) {
+                                  EXPECT_TRUE(PostMessageW(next, WM_KEYDOWN, VK_RETURN, 0));
+                              }
                               EXPECT_FALSE(seen);
                           }
                           return seen;

@@ -55,6 +55,8 @@ TEST_F(Pages, AgreementShowsTheFileOfTheCurrentFolder) {
             const HWND edit = wizard.PageControl(IDC_AGREEMENT);
             EXPECT_TRUE(TextOf(edit) == row.shown);
             EXPECT_TRUE(GetWindowLongW(edit, GWL_STYLE) & ES_READONLY);
+            const LRESULT selection = SendMessageW(edit, EM_GETSEL, 0, 0);
+            EXPECT_EQ(LOWORD(selection), HIWORD(selection)) << "nothing is selected";
         });
     }
 }
@@ -167,6 +169,9 @@ TEST_F(Pages, DestinationIsWhereTheBrowserLeavesIt) {
             EXPECT_EQ(TextOf(wizard.PageControl(IDC_FOLDER)), before);
             EXPECT_TRUE(Tree().empty());
         }
+        wizard.PressInPage(IDC_PORTABLE);
+        Browse(wizard, TEXT(""));
+        EXPECT_EQ(g_targetDir.Text(), before + TEXT("\\Qantivo 8")) << "it opens at the target";
         Browse(wizard, TEXT("C:\\"));
         EXPECT_EQ(g_targetDir.Text(), TEXT("C:\\Qantivo 8")) << "no doubled backslash";
     });
@@ -175,6 +180,8 @@ TEST_F(Pages, DestinationIsWhereTheBrowserLeavesIt) {
     EXPECT_EQ(answers.Shown().at(0).text, Resource(IDS_INVALID_FOLDER));
     EXPECT_EQ(BrowseCallbackProc(nullptr, BFFM_SELCHANGED, 0, 0), 0);
     EXPECT_EQ(CountFolderEntries(TEXT("*"), Text(600, 'x').c_str()), 0);
+    MakeFolder(kScratch + TEXT("\\none"));
+    EXPECT_EQ(CountFolderEntries(TEXT("*"), TEXT("C:\\Scratch\\none")), 0);
 }
 
 TEST_F(Pages, DestinationTellsWhatTheTypeNeeds) {
