@@ -68,6 +68,12 @@ TEST_F(ScratchTest, EnablePrivilegeTellsItsFailuresOnStandardOutput) {
     EXPECT_EQ(told(nullptr, TEXT("SeShutdownPrivilege")), "0AdjustTokenPrivileges error: 6\n");
     EXPECT_EQ(told(token, TEXT("SeCreateTokenPrivilege")),
               "0The token does not have the specified privilege. \n");
+    // A system without one of the functions.
+    g_adjustTokenPrivileges = nullptr;
+    EXPECT_EQ(told(token, TEXT("SeShutdownPrivilege")), "0");
+    LookUpSystemFunctions();
+    g_lookupPrivilegeValue = nullptr;
+    EXPECT_EQ(told(token, TEXT("SeShutdownPrivilege")), "0");
     CloseHandle(token);
 }
 

@@ -84,11 +84,15 @@ TEST_F(ReplaceFileTest, PutsTheFileInPlaceWhateverStandsThere) {
         {"parked", "a.dll:old@held a.dll.new:1@hidden", "a.dll:old a.dll.new:new", "a.dll a.dll.new>a.dll"},
         {"parked over one that is read", "a.dll:old@held a.dll.new:1@read", "a.dll:old a.dll.new:new",
          "a.dll a.dll.new>a.dll"},
+        {"parking beside a read-only one fails", "a.dll:old@held a.dll.new:1@fixed", "a.dll:old a.dll.new:1",
+         "a.dll"},
         {"parking fails", "a.dll:old@held a.dll.new\\", "a.dll:old a.dll.new\\", "a.dll"},
         {"a folder in the way", "a.dll\\x:1", "a.dll:new a.dll.old\\x:1", "a.dll.old"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
+        if (Text(Wide(row.before)).ends_with(TEXT("new:1@fixed")) && Deviates(Deviation::OverwritesReadOnly))
+            continue;
         Make("a.dll:new", At("from"));
         const Target target(row.before);
         const std::size_t earlier = BootMarks().size();

@@ -53,6 +53,7 @@ TEST_F(InstallDriver, OptionsSettleTheInstall) {
         {TEXT("-instdir C:\\Scratch\\in/"), "C:\\Scratch\\in type 0" + inFolder},
         {TEXT("-instdir C:\\Scratch\\in\\\\"), "C:\\Scratch\\in\\ type 0" + inFolder + " elsewhere"},
         {TEXT("-instdir C:\\Scratch\\x -instport C:\\Scratch\\in "), "C:\\Scratch\\in type 2" + inFolder},
+        {TEXT("-instdir C:\\Scratch\\in -instport"), "C:\\Scratch\\in type 2" + inFolder},
         {TEXT("-instport C:\\Scratch\\in -allusers"), "C:\\Scratch\\in type 2" + inFolder},
         {TEXT("-instdir -NoDeskIco"),
          "-NoDeskIco type 0 desktop 0 startup 0 fresh 0 older 1 run 0 elsewhere"},
@@ -209,7 +210,10 @@ TEST_F(InstallDriver, TakesUpTheGroupOfTheLastLoggedLink) {
          TEXT("A\\B")},
         {0, tag + user + "\\A\\x.lnk\n" + tag + upper + "\\Last One\\x.lnk  \n", TEXT("Last One")},
         {0, tag + user + "\\x.lnk\n", TEXT("")},
-        {0, "shell link: " + user + "\\A\\x.lnk\n" + tag + common + "\\A\\x.lnk\n", TEXT("start")},
+        {0,
+         "shell link: " + user + "\\A\\x.lnk\n" + tag + common + "\\A\\x.lnk\n" + tag + "D:\\of " + user +
+             "\\A\\x.lnk\n",
+         TEXT("start")},
         {1, tag + common + "\\A\\x.lnk\n" + tag + user + "\\B\\x.lnk\n", TEXT("A")},
         {2, tag + user + "\\A\\x.lnk", TEXT("start")},
     };

@@ -38,6 +38,17 @@ TEST_F(InstallOnHost, ALinkIsSavedWithoutWhatTheShellRefuses) {
     EXPECT_LE(winhost::CallCounts()["CoInitialize"], 1u) << "once a process";
 }
 
+// A path that doesn't fit is no path. Cut, it would name another folder.
+TEST_F(InstallOnHost, HasNoSourceFolderWhenItsOwnPathIsTooLong) {
+    const auto machine = winhost::StateFolder().parent_path();
+    for (const std::size_t cch : {259, 260}) {
+        const std::u16string folder = u"C:\\" + std::u16string(cch - 13, u'x');
+        winhost::EnterMachine(machine, folder + u"\\setup.exe");
+        EXPECT_EQ(GetSourceFolder().Text(), cch < MAX_PATH ? folder : u"");
+    }
+    winhost::EnterMachine(machine);
+}
+
 // A test file is created in the folder, and its result isn't used. A path of four characters or fewer is no Startup
 // folder.
 TEST_F(InstallOnHost, LooksIntoStartupFolders) {
@@ -71,6 +82,23 @@ TEST_F(InstallOnHost, RegistersNoHandlerWhereThereIsNone) {
     RegisterThumbnailHandler();
     EXPECT_TRUE(winhost::Events().empty());
     g_isWow64Process = nullptr;
+}
+
+// The registrar and the application run in the installation folder, and nobody waits for them.
+TEST_F(InstallOnHost, StartsProgramsThatGoOnByThemselves) {
+    for (const Text& program : {Text(TEXT("C:\\Windows\\regsvr32.exe")), kScratch + TEXT("\\QtvApp8.exe")})
+        ImportFile(QTV_BUILD_FOLDER "/sleeper.exe", program);
+    g_installType = kForCurrentUser;
+    winhost::ClearEvents();
+    const DWORD start = GetTickCount();
+    PerformInstall();
+    EXPECT_LT(GetTickCount() - start, 4000u);
+    EXPECT_EQ(winhost::Events(),
+              (std::vector<std::string>{
+                  "start-process\tregsvr32.exe /s \"C:\\Scratch\\ThumbQvi32.dll\"\tC:\\Scratch",
+                  "start-process\t\"C:\\Scratch\\QtvApp8.exe\" -regonly\tC:\\Scratch"}));
+    RestartMachine();
+    DeleteTree(TEXT("C:\\Windows\\regsvr32.exe"));
 }
 
 }  // namespace

@@ -23,6 +23,7 @@ TEST_F(SystemRegistration, DependsOnProcessAndSystem) {
     } rows[] = {
         {nullptr, 6, 2, TEXT("C:\\q\\ThumbQvi32.dll"), TEXT("Qantivo.8")},
         {RunsUnder32BitLayer, 6, 1, TEXT("C:\\q\\x64\\ThumbQvi64.dll"), TEXT("Applications\\QtvApp8.exe")},
+        {nullptr, 10, 0, TEXT("C:\\q\\ThumbQvi32.dll"), TEXT("Qantivo.8")},
         {nullptr, 5, 2, TEXT("C:\\q\\ThumbQviXP32.dll"), TEXT("Applications\\QtvApp8.exe")},
         {RunsUnder32BitLayer, 5, 2, TEXT(""), TEXT("Applications\\QtvApp8.exe")},
     };

@@ -84,7 +84,9 @@ TEST_F(InstanceList, LooksAtNoMoreThanItCanHold) {
         EXPECT_EQ(Listed(manager), Ids(kFull, kStale));
         EXPECT_EQ(manager.AddInstance(7), 0);
         EXPECT_TRUE(manager.IsOverLimit(true));
-        EXPECT_EQ(manager.SetMaxInstances(0, true), 1);
+        Frame own(TEXT("Qantivo - test"));
+        EXPECT_EQ(manager.SetMaxInstances(kFull, true), 1);
+        EXPECT_EQ(own.Take(), (std::vector<Received>{{WM_CLOSE, 0, 0}})) << "by the count as it is written";
         EXPECT_EQ(manager.RemoveInstance(kStale), 1);
         EXPECT_EQ(raw[1], count - 1);
         EXPECT_EQ(raw[RawList::kReserved], 0u);
@@ -119,12 +121,15 @@ TEST_F(InstanceList, KeepsAdditionalDataBesideIt) {
     EXPECT_EQ(manager.MapAdditionalData(), data);
     data[0] = kStale;
     EXPECT_EQ(raw[RawList::kAdditional], kStale);
-    CSingleLock lock(&manager.GetAdditionalMutex(), true);
-    std::jthread([] {
-        CMutex list(FALSE, kListMutex), own(FALSE, kAdditionalMutex);
-        EXPECT_TRUE(CSingleLock(&list).Lock(0));
-        EXPECT_FALSE(CSingleLock(&own).Lock(0));
-    });
+    CSingleLock lock(&manager.GetAdditionalMutex());
+    for (const bool held : {false, true}) {
+        if (held) (void)lock.Lock();
+        std::jthread([held] {
+            CMutex list(FALSE, kListMutex), own(FALSE, kAdditionalMutex);
+            EXPECT_TRUE(CSingleLock(&list).Lock(0));
+            EXPECT_EQ(CSingleLock(&own).Lock(0), !held);
+        });
+    }
     manager.UnmapAdditionalData();
     EXPECT_FALSE(UnmapViewOfFile(data)) << "the view is gone";
     EXPECT_EQ(*static_cast<DWORD*>(manager.MapAdditionalData()), kStale);
