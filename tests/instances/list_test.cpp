@@ -124,7 +124,7 @@ TEST_F(InstanceList, KeepsAdditionalDataBesideIt) {
     CSingleLock lock(&manager.GetAdditionalMutex());
     for (const bool held : {false, true}) {
         if (held) (void)lock.Lock();
-        std::jthread([held] {
+        const std::jthread other([held] {
             CMutex list(FALSE, kListMutex), own(FALSE, kAdditionalMutex);
             EXPECT_TRUE(CSingleLock(&list).Lock(0));
             EXPECT_EQ(CSingleLock(&own).Lock(0), !held);

@@ -174,7 +174,7 @@ TEST_F(PackageCheckTest, EveryFileThatSetupReadsIsChecked) {
          "uninstaller-not-installed(QtvUnInst.log)"},
         {"QtvUnInst.log", "\xFF\xFE" + Utf16(kStart), "wide-encoding:1"},
         {"QtvUnInst.log", Utf16(kStart), "wide-encoding:1"},
-        {"QtvUnInst.log", kStart + "File Del: a" + std::string("\0x\nFile Del: b\0", 16),
+        {"QtvUnInst.log", kStart + "File Del: a" + std::string("\0x\nFile Del: b\0\0", 16),
          "nul-byte:4 nul-byte:5"},
         {"QtvUnInst.log", "Make Dir: s\nFile Copy: QtvApp8.exe > x\n" + kStart,
          "folder-before-parent:1 two-name-folder:2"},
