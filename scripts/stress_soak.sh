@@ -15,4 +15,4 @@ cmake --build "$build" --target snapshot sample_package -- --quiet
 mkdir -p build
 work=$(mktemp -d "$PWD/build/soak.XXXXXX")
 trap 'rm -rf "$work"' EXIT
-python3 tools/soak/soak.py "$build" "$work" "$@"
+PYTHONDONTWRITEBYTECODE=yes python3 tools/soak/soak.py "$build" "$work" "$@"
