@@ -21,7 +21,7 @@ constexpr char kName[] = "user.winhost.attributes";
 constexpr DWORD kSettable =
     FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_ARCHIVE;
 
-// What a file or folder has without a stored value, so that new ones need none.
+// The attributes of a file or folder without a stored value. A new one needs no stored value.
 DWORD Default(bool isFolder) {
     return isFolder ? 0 : FILE_ATTRIBUTE_ARCHIVE;
 }
@@ -73,7 +73,8 @@ DWORD GetFileAttributesW(LPCWSTR path) {
 BOOL SetFileAttributesW(LPCWSTR path, DWORD attributes) {
     if (Fails("SetFileAttributesW")) return FALSE;
     const Place place = Locate(path);
-    // What can't be set is dropped: callers hand back what they read, the folder bit or a failure included.
+    // Bits that can't be set are dropped. Callers pass back what they have read, even with the bit of a folder or the value of a
+    // failure.
     if (place.exists()) return StoreAttributes(place.host, attributes);
     if (place.isDevice) return TRUE;
     SetLastError(place.error);

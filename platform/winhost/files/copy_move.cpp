@@ -1,4 +1,4 @@
-// Files copied; files and folders moved.
+// Copies files, and moves files and folders.
 #include "files/copy_move.h"
 
 #include <fcntl.h>
@@ -23,8 +23,7 @@ namespace winhost {
 
 namespace {
 
-// Windows gives the copy its whole size first, so that a disc without room for it fills with nothing, and a
-// copy that is cut ends in zeros.
+// Windows first gives the copy its whole size. So a copy without room changes nothing, and a copy that is cut ends with zeros.
 bool CopyWithinLimits(int from, int to, off_t size) {
     std::string content(static_cast<std::size_t>(size), '\0');
     if (pread(from, content.data(), content.size(), 0) != size || !HasRoom(0, content.size())) return false;
@@ -32,7 +31,7 @@ bool CopyWithinLimits(int from, int to, off_t size) {
     return ftruncate(to, size) == 0 && WriteWhole(to, content.data(), content.size());
 }
 
-// Copies from the start of one file to the start of another, empty one. False with errno set.
+// Copies from the start of one file to the start of another, which is empty. Returns false with errno set when it fails.
 bool CopyContent(int from, int to, off_t size) {
     if (HasLimits()) return CopyWithinLimits(from, to, size);
     for (;;) {
@@ -79,7 +78,7 @@ DWORD CopyPlace(const Place& from, const Place& to, bool failIfExists) {
     return 0;
 }
 
-// A target that is to be replaced has to be free, which the call reports as want of rights.
+// Whether the target can be replaced. If not, the call reports missing rights.
 bool CanReplace(const Place& to) {
     return !to.isFolder && !(StoredAttributes(to.host, false) & FILE_ATTRIBUTE_READONLY);
 }
@@ -88,7 +87,8 @@ DWORD MoveAcross(const Place& from, const Place& to, bool replace) {
     if (from.isFolder) return ERROR_NOT_SAME_DEVICE;
     if (const DWORD error = CopyPlace(from, to, !replace))
         return error == ERROR_FILE_EXISTS ? ERROR_ALREADY_EXISTS : error;
-    (void)RemovePlace(from);  // a source that can't go stays beside its copy, and the move counts as done
+    // If the source can't be removed, it stays beside its copy, and the move still succeeds.
+    (void)RemovePlace(from);
     return 0;
 }
 
@@ -112,21 +112,21 @@ DWORD MovePlace(const Place& from, const Place& to, bool replace) {
     if (!to.reachable()) return to.error;
     if (from.windows.size() == 3) return ERROR_ACCESS_DENIED;
     if (to.host.starts_with(from.host + "/")) return ERROR_SHARING_VIOLATION;
-    // A move onto itself may still change the spelling of the name.
+    // Moving a name to itself may change its upper and lower case.
     const bool respells = to.exists() && to.host == from.host;
     const bool replaces = to.exists() && !respells;
     if (replaces && !replace) return ERROR_ALREADY_EXISTS;
     if (replaces && !CanReplace(to)) return ERROR_ACCESS_DENIED;
-    // The name is spelled as the caller spells it, that of a replaced file as well.
+    // The new name is spelled as the caller spells it, even if it replaces a file.
     std::string target = to.host;
     target.erase(target.rfind('/') + 1);
     target += Utf8(std::u16string_view(to.windows).substr(to.windows.rfind(u'\\') + 1));
     if (respells && target == from.host) return 0;
     Step();
-    // A folder replaces a file, too, which the host's rename doesn't.
+    // On Windows a folder can replace a file. The host's rename can't do that.
     const bool makesRoom = replaces && (from.isFolder || target != to.host);
     if (makesRoom && unlink(to.host.c_str()) != 0) return ErrorOf(errno);
-    // What appears at the target in the meantime isn't overwritten either.
+    // A file that appears at the target in the meantime isn't replaced.
     const unsigned flags = replaces && !makesRoom ? 0 : RENAME_NOREPLACE;
     return renameat2(AT_FDCWD, from.host.c_str(), AT_FDCWD, target.c_str(), flags) == 0 ? 0 : ErrorOf(errno);
 }

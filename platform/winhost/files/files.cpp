@@ -1,4 +1,4 @@
-// Files and folders one by one: opened, read, written, made and deleted.
+// Opens, reads, writes, makes and deletes single files and folders.
 #include "files/files.h"
 
 #include <fcntl.h>
@@ -24,7 +24,7 @@ namespace {
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 constexpr DWORD kCreationAttributes = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN |
                                       FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_NORMAL;
-// Room for a name of 8.3 characters in every folder: a folder's path is shorter than a file's may be.
+// A folder must leave room for a name of 8.3 characters, so its path must be shorter than that of a file.
 constexpr std::size_t kMaxFolderPath = MAX_PATH - 12;
 
 struct FileObject : KernelObject {
@@ -38,7 +38,7 @@ bool FailWith(DWORD error) {
     return false;
 }
 
-// The opened file of a handle that has the right; null with the last error set.
+// Returns the opened file of a handle that has the right. Null, with the last error set, when there is none.
 std::shared_ptr<FileObject> FileWith(HANDLE handle, unsigned access) {
     auto file = HandleAs<FileObject>(handle);
     if (!file || (file->access & access) == access) return file;
@@ -46,11 +46,11 @@ std::shared_ptr<FileObject> FileWith(HANDLE handle, unsigned access) {
     return nullptr;
 }
 
-// Why an existing file can't be opened so; 0 when nothing speaks against it.
+// Returns why an existing file can't be opened this way; 0 when it can.
 DWORD OpeningError(DWORD stored, unsigned access, DWORD disposition, DWORD attributes) {
     const bool empties = disposition == CREATE_ALWAYS || disposition == TRUNCATE_EXISTING;
     if ((stored & FILE_ATTRIBUTE_READONLY) && (empties || access & kWriting)) return ERROR_ACCESS_DENIED;
-    // A hidden or system file is replaced only by one that is to be so too.
+    // A hidden or system file is replaced only by one with the same attributes.
     const DWORD lost = stored & (FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM) & ~attributes;
     return disposition == CREATE_ALWAYS && lost ? ERROR_ACCESS_DENIED : 0;
 }
@@ -64,7 +64,7 @@ std::unique_ptr<OpenFile> OpenExisting(const Place& place, unsigned access, unsi
     }
     const bool empties = disposition == CREATE_ALWAYS || disposition == TRUNCATE_EXISTING;
     if (empties) access |= kWriting;
-    // A claim takes a descriptor that can read, even where the file is only written.
+    // A claim needs a descriptor that can read, even if the file is only written.
     auto file = OpenFile::Open(place.host, access & kWriting ? O_RDWR : O_RDONLY, access, share);
     if (!file) return nullptr;
     if (empties) Step();
@@ -104,7 +104,7 @@ std::unique_ptr<OpenFile> OpenFolder(const Place& place, unsigned access, unsign
     return folder;
 }
 
-// Of the devices the machine has but the one that takes everything.
+// The machine has only one device, NUL, which accepts everything.
 std::unique_ptr<OpenFile> OpenDevice(const Place& place) {
     if (SameName(place.windows, u"\\\\.\\NUL")) {
         auto device = OpenFile::Open("/dev/null", O_RDWR, 0, kShareAll);
@@ -183,7 +183,7 @@ HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTE
         SetLastError(outcome);
         return handle;
     }
-    // With a closing separator the folder counts as a path that leads to no file.
+    // A path to a folder with a closing separator counts as one that leads to no file.
     if (place.exists() && place.isFolder && !asFolder && disposition != CREATE_NEW && place.isClosed)
         SetLastError(ERROR_PATH_NOT_FOUND);
     return INVALID_HANDLE_VALUE;
@@ -224,7 +224,7 @@ DWORD GetFileSize(HANDLE handle, LPDWORD high) {
     }
     const auto size = static_cast<ULONGLONG>(info.st_size);
     if (high) *high = static_cast<DWORD>(size >> 32);
-    // A size whose low half looks like the failure is told apart by the last error.
+    // The low half of a size can look like the failure. The last error then shows that it is none.
     if (static_cast<DWORD>(size) == INVALID_FILE_SIZE) SetLastError(ERROR_SUCCESS);
     return static_cast<DWORD>(size);
 }
@@ -245,7 +245,7 @@ BOOL CreateDirectoryW(LPCWSTR path, LPSECURITY_ATTRIBUTES security) {
     const Place place = Locate(path);
     if (place.windows.size() >= kMaxFolderPath) return FailWith(ERROR_FILENAME_EXCED_RANGE);
     if (place.isDevice) return FailWith(ERROR_DIRECTORY);
-    // A file named with a closing separator stands in the way all the same.
+    // A file that is named with a closing separator is in the way, too.
     if (place.exists() || place.isFileForFolder) return FailWith(ERROR_ALREADY_EXISTS);
     if (!place.reachable()) return FailWith(place.error);
     Step();

@@ -19,7 +19,7 @@ namespace winhost {
 
 namespace {
 
-// A search is a snapshot of names; what else it tells of a file is looked up as the file is handed out.
+// A search is a snapshot of names. Everything else about a file is read when it is returned.
 struct Search : KernelObject {
     std::string folder;
     std::vector<std::string> names;
@@ -40,7 +40,7 @@ void Describe(const std::string& folder, const std::string& name, WIN32_FIND_DAT
     data.dwFileAttributes = FILE_ATTRIBUTE_ARCHIVE;
     const std::string host = folder + "/" + name;
     struct statx info;
-    // One that went since the start of the search is still named by it.
+    // A file that was deleted after the start of the search is still returned, by its name only.
     if (statx(AT_FDCWD, host.c_str(), 0, STATX_BASIC_STATS | STATX_BTIME, &info) != 0) return;
     const bool isFolder = S_ISDIR(info.stx_mode);
     data.dwFileAttributes = StoredAttributes(host, isFolder);
@@ -66,7 +66,7 @@ std::vector<std::string> MatchingNames(const Place& folder, const std::u16string
         std::u16string key = Upper(Utf16(name));
         if (names::Matches(expression, key)) found.push_back({std::move(key), name});
     }
-    // "." and ".." come first, as NTFS makes them up in front of what it stores.
+    // "." and ".." come first, because NTFS doesn't store them and adds them before the stored names.
     const auto rank = [](const Entry& entry) { return entry.name == "." ? 0 : entry.name == ".." ? 1 : 2; };
     std::sort(found.begin(), found.end(), [&](const Entry& left, const Entry& right) {
         return rank(left) != rank(right) ? rank(left) < rank(right) : left.key < right.key;
@@ -77,7 +77,7 @@ std::vector<std::string> MatchingNames(const Place& folder, const std::u16string
     return names;
 }
 
-// Fills the search; gives the error code, or 0 when it found something.
+// Fills the search. Returns the error code, or 0 when it found something.
 DWORD Start(Search& search, LPCWSTR pattern) {
     const DWORD before = GetLastError();
     const std::u16string full = FullPath(pattern);
@@ -96,7 +96,7 @@ DWORD Start(Search& search, LPCWSTR pattern) {
         return folder.error == ERROR_INVALID_NAME ? ERROR_INVALID_NAME : ERROR_PATH_NOT_FOUND;
     if (name.empty()) return ERROR_FILE_NOT_FOUND;
     search.folder = folder.host;
-    // The path rules cut the end of a name, which counts in a pattern.
+    // The rules for paths cut the end of a name, which has a meaning in a pattern.
     const std::u16string_view path = pattern;
     const std::u16string typed = Upper(path.substr(path.find_last_of(u"\\/:") + 1));
     if (!names::IsPattern(typed)) {

@@ -1,5 +1,4 @@
-// Windows paths and their places on the host: full paths by Windows' rules, names found without regard to
-// case.
+// Windows paths and their host paths: full paths by Windows' rules, and names found whatever their case.
 #include "files/paths.h"
 
 #include <dirent.h>
@@ -27,12 +26,12 @@ bool IsLetter(char16_t unit) {
     return (unit | 0x20) >= u'a' && (unit | 0x20) <= u'z';
 }
 
-// The current folder as this process spelled it, for as long as it is current.
+// The current folder as this process spelled it, as long as it is current.
 struct Spelling {
     fs::path host;
     std::u16string windows;
 };
-// Static objects of the program make calls of the platform, too.
+// A function, because static objects of the program already make platform calls.
 Spelling& CurrentSpelling() {
     static Spelling spelling;
     return spelling;
@@ -56,7 +55,7 @@ bool IsDeviceName(std::u16string_view name) {
     return upper.size() == 4 && (kind == u"COM" || kind == u"LPT") && upper[3] >= u'1' && upper[3] <= u'9';
 }
 
-// The device that the last name of a path stands for, in any folder and with any extension; or nothing.
+// Returns the device that the last name of a path means, in any folder and with any extension. Empty if it means none.
 std::u16string_view DeviceOf(std::u16string_view path) {
     path = path.substr(0, path.find_last_not_of(u':') + 1);
     std::u16string_view name = path.substr(path.find_last_of(u"\\/") + 1);
@@ -66,20 +65,20 @@ std::u16string_view DeviceOf(std::u16string_view path) {
     return IsDeviceName(name) ? name : std::u16string_view{};
 }
 
-// Adds a name to a full path that ends in a backslash and never gets shorter than `root`.
+// Adds a name to a full path that ends with a backslash. The path never becomes shorter than `root`.
 void AddName(std::u16string& full, std::size_t root, std::u16string_view name, bool isLast) {
     if (name == u"..") {
         if (full.size() > root) full.pop_back();
         while (full.size() > root && full.back() != u'\\')
             full.pop_back();
     } else if (!name.empty() && name != u".") {
-        // Of the dots and blanks at the end of a name within a path only one dot is dropped.
+        // Inside a path, only one of the dots and blanks at the end of a name is dropped, and only a dot.
         full += !isLast && name.ends_with(u'.') ? name.substr(0, name.size() - 1) : name;
         full += u'\\';
     }
 }
 
-// Adds all names of `path`; the closing backslash is as the path has it.
+// Adds all names of `path`. The result has a closing backslash if `path` has one.
 std::u16string WithNames(std::u16string full, std::u16string_view path) {
     const std::size_t root = full.size();
     while (!path.empty()) {
@@ -89,7 +88,7 @@ std::u16string WithNames(std::u16string full, std::u16string_view path) {
         path.remove_prefix(isLast ? end : end + 1);
         if (!isLast || full.size() == root) continue;
         full.pop_back();
-        // Those at the end of the whole path all go.
+        // At the end of the whole path all of them are dropped.
         full.resize(std::max(root, full.find_last_not_of(u". ") + 1));
     }
     return full;
@@ -98,7 +97,7 @@ std::u16string WithNames(std::u16string full, std::u16string_view path) {
 std::u16string NetworkPath(std::u16string_view path) {
     if (path.size() > 2 && (path[2] == u'.' || path[2] == u'?') && FindSeparator(path, 2) == 3)
         NotModelled("paths", "a path of the system's own objects: " + Utf8(path));
-    // Neither the server's name nor its share's can be left by "..".
+    // ".." leads neither above the server's name nor above its share.
     std::size_t rest = FindSeparator(path, 2);
     rest = FindSeparator(path, std::min(rest + 1, path.size()));
     std::u16string root(path.substr(0, std::min(rest + 1, path.size())));
@@ -106,7 +105,7 @@ std::u16string NetworkPath(std::u16string_view path) {
     return WithNames(root, path.substr(root.size()));
 }
 
-// Whether a stored name can be this one.
+// Whether a stored name can have this form.
 bool IsValidName(std::u16string_view name) {
     if (name == u"." || name == u"..") return false;
     for (const char16_t unit : name)
@@ -204,7 +203,7 @@ Place Locate(LPCWSTR path) {
     place.windows = FullPath(path);
     SetLastError(before);
     place.error = ERROR_PATH_NOT_FOUND;
-    // There is no network here.
+    // The machine has no network.
     const bool isDevice = place.windows.starts_with(kDevicePrefix);
     if (place.windows.empty() || place.windows.size() >= MAX_PATH || (place.windows[0] == u'\\' && !isDevice))
         return place;
@@ -224,7 +223,7 @@ Place Locate(LPCWSTR path) {
         place.error = ERROR_INVALID_NAME;
         return place;
     }
-    // Mostly the names are spelled as they are stored, and one look is enough.
+    // Names are mostly spelled as they are stored. Then one look is enough.
     struct stat info;
     std::string spelled = Utf8(rest);
     std::replace(spelled.begin(), spelled.end(), '\\', '/');
@@ -252,7 +251,7 @@ Place Locate(LPCWSTR path) {
         }
     }
     place.isFolder = S_ISDIR(info.st_mode);
-    // A closing separator names a folder, so that a file there is no such file.
+    // A closing separator means a folder, so a file there counts as missing.
     place.isFileForFolder = place.isClosed && !place.isFolder;
     if (place.isFileForFolder) place.error = ERROR_INVALID_NAME;
     return place;

@@ -1,4 +1,4 @@
-// Windows paths and their places on the host.
+// Windows paths and their host paths.
 #pragma once
 
 #include <windows.h>
@@ -11,13 +11,12 @@
 namespace winhost {
 
 bool IsSeparator(char16_t unit);
-// False for null and for no text.
+// Returns false for null and for an empty text.
 bool EndsInSeparator(LPCWSTR path);
-// The full Windows path: drive letter, backslashes, no "." or "..", a closing backslash where `path` has one.
-// A device is named "\\.\NUL" and the like, a network path "\\server\share". Empty, with the last error set,
-// when there is no path.
+// Returns the full Windows path: drive letter, backslashes, no "." or "..", and a closing backslash if `path` has one. A device
+// is named "\\.\NUL" and so on, a network path "\\server\share". Empty, with the last error set, when there is no path.
 std::u16string FullPath(LPCWSTR path);
-// The current folder as this process spelled it, without a closing backslash but a root's.
+// Returns the current folder as this process spelled it. Only a root has a closing backslash.
 std::u16string CurrentFolder();
 struct Place {
     DWORD error = 0;  // 0 when the file or folder exists; ERROR_FILE_NOT_FOUND when only its last name is
@@ -30,15 +29,15 @@ struct Place {
     bool isFileForFolder = false;  // and a file stands there
     bool isDevice = false;         // NUL, COM1 and the like; no such file exists
     bool exists() const { return error == 0; }
-    // The folder that would hold it is there.
+    // Whether the folder exists that would contain the file.
     bool reachable() const { return error == 0 || (error == ERROR_FILE_NOT_FOUND && !isDevice); }
 };
 // Finds a path's place without regard to case. Sets no last error.
 Place Locate(LPCWSTR path);
 Place Locate(const std::u16string& path);
-// The current folder has become this one.
+// Stores the spelling of the folder that has become the current one.
 void SpellCurrentFolder(const Place& place);
-// A missing file can't be named with a closing separator: as Locate, but ERROR_INVALID_NAME for that.
+// As Locate, but a missing file with a closing separator results in ERROR_INVALID_NAME.
 Place LocateFile(LPCWSTR path);
 
 }  // namespace winhost
