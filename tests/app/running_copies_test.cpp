@@ -14,7 +14,7 @@ namespace {
 
 constexpr WCHAR kListMapping[] = TEXT("Local\\COXInstanceManager_FileMap_Qantivo.Tests");
 const Text kElapsed = kScratch + TEXT("\\elapsed");
-const Text kSleeper = kScratch + TEXT("\\sleeper.exe");
+const Text kCopy = kScratch + TEXT("\\sleeper.exe");
 
 // The words of the shared list, under the name that tests use: the limit, the count, a thousand ids.
 DWORD* List() {
@@ -32,7 +32,7 @@ void SetList(DWORD count, const std::vector<DWORD>& ids) {
 
 class RunningCopies : public ScratchTest {
   protected:
-    RunningCopies() { ImportFile(QTV_BUILD_FOLDER "/sleeper.exe", kSleeper); }
+    RunningCopies() { ImportFile(QTV_BUILD_FOLDER "/sleeper.exe", kCopy); }
     ~RunningCopies() override { SetList(0, {}); }
 };
 
@@ -51,7 +51,7 @@ CHILD_PROGRAM(StartsAmongCopies) {
 
 // The walk ends one entry before the end of the list. If setup isn't the last entry, the last copy stays.
 TEST_F(RunningCopies, LastEntryStaysRunningWhenSetupDoesNotStandThere) {
-    const RunningProgram first(kSleeper), last(kSleeper);
+    const RunningProgram first(kCopy), last(kCopy);
     SetList(3, {first.Id(), 0, last.Id()});
     const BoxAnswers answers({IDOK});
     EXPECT_EQ(RunChild("StartsAmongCopies", kScratch + TEXT("\\setup.exe"), TEXT("x /S")), 1u)
@@ -85,7 +85,7 @@ TEST_F(RunningCopies, RunOnUntilTheQuestionIsAnswered) {
          .question = Text(LoadResString(IDS_ONE_INSTANCE_OPEN)).substr(0, 20)},
     };
     for (const auto& row : rows) {
-        const RunningProgram copy(kSleeper);
+        const RunningProgram copy(kCopy);
         SetList(2, {copy.Id(), 0});
         const BoxAnswers answers(row.answers);
         EXPECT_EQ(RunChild("StartsAmongCopies", kScratch + row.program, row.arguments), row.exitCode);
@@ -103,7 +103,7 @@ TEST_F(RunningCopies, RunOnUntilTheQuestionIsAnswered) {
 #ifndef _WIN32  // Under Windows, a process that ends this way loses its record of boxes.
 // If the list becomes shorter after it was counted, the process ends.
 TEST_F(RunningCopies, EndSetupByLeavingTheListDuringTheQuestion) {
-    const RunningProgram copy(kSleeper);
+    const RunningProgram copy(kCopy);
     SetList(3, {copy.Id(), copy.Id(), 0});
     const BoxAnswers answers({kLeftOpen});
     const RunningProgram setup = StartChild("StartsAmongCopies", TEXT("-install"));
@@ -117,7 +117,7 @@ TEST_F(RunningCopies, EndSetupByLeavingTheListDuringTheQuestion) {
 
 // Neither the end of the session nor another setup answers the question. A second click doesn't answer the next box.
 TEST_F(RunningCopies, QuestionIsNotAnsweredByOthers) {
-    const RunningProgram copy(kSleeper);
+    const RunningProgram copy(kCopy);
     SetList(2, {copy.Id(), 0});
     const BoxAnswers answers({kLeftOpen, kLeftOpen});
     const RunningProgram setup = StartChild("StartsAmongCopies", TEXT("-install"));
@@ -138,7 +138,7 @@ TEST_F(RunningCopies, QuestionIsNotAnsweredByOthers) {
 
 // Ended processes stay in the list, and the count may be larger than the list. Each entry gets 10 ms to end.
 TEST_F(RunningCopies, EndedProcessesArePassedOverToTheEndOfTheList) {
-    const RunningProgram copy(kSleeper);
+    const RunningProgram copy(kCopy);
     std::vector<DWORD> ids(11, 0xFFFFFFF0);
     ids.back() = copy.Id();
     SetList(0x80000000, ids);

@@ -8,7 +8,7 @@
 
 namespace {
 
-const Text kReport = kScratch + TEXT("\\report");
+const Text kReported = kScratch + TEXT("\\report");
 const Text kSetup = kScratch + TEXT("\\setup.exe");
 const Text kUninstaller = kScratch + TEXT("\\QtvUnInst.exe");
 
@@ -16,7 +16,7 @@ void Report() {
     std::string report = std::to_string(g_silentMode) + " ";
     for (int index = 0; index < g_sfxDir.GetLength(); ++index)
         report += static_cast<char>(g_sfxDir[index]);
-    MakeFile(kReport, report);
+    MakeFile(kReported, report);
 }
 
 class Start : public ScratchTest {};
@@ -60,13 +60,13 @@ TEST_F(Start, CommandLineChoosesJobAndSilence) {
     };
     for (const auto& row : kRows) {
         SCOPED_TRACE(::testing::PrintToString(row.program + TEXT(" ") + row.arguments));
-        (void)DeleteFileW(kReport.c_str());
+        (void)DeleteFileW(kReported.c_str());
         const BoxAnswers answers(row.job == Install          ? std::vector{IDOK}
                                  : row.job == AskedUninstall ? std::vector{IDYES}
                                                              : std::vector<int>{});
         const DWORD exitCode = RunChild("Starts", row.program, row.arguments);
         EXPECT_EQ(exitCode, row.job == Install ? 1u : 0u);
-        EXPECT_EQ(FileBytes(kReport).value_or("none"), row.silenceAndPackage);
+        EXPECT_EQ(FileBytes(kReported).value_or("none"), row.silenceAndPackage);
         EXPECT_TRUE(BootMarks().empty()) << "a temporary copy marks itself";
         const UINT style =
             row.job == Install ? MB_OK | MB_ICONSTOP : MB_YESNO | MB_ICONWARNING | MB_DEFBUTTON2;

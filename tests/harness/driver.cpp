@@ -10,13 +10,13 @@
 
 namespace {
 
-constexpr DWORD kPatience = 20000;
+constexpr DWORD kPatienceForAnswers = 20000;
 constexpr DWORD kFarewell = 2000;
 constexpr WCHAR kDialogClass[] = TEXT("#32770");
 
 LRESULT Send(HWND window, UINT message, WPARAM wParam = 0, LPARAM lParam = 0) {
     DWORD_PTR result = 0;
-    if (!SendMessageTimeoutW(window, message, wParam, lParam, SMTO_NORMAL, kPatience, &result))
+    if (!SendMessageTimeoutW(window, message, wParam, lParam, SMTO_NORMAL, kPatienceForAnswers, &result))
         throw std::runtime_error("message " + std::to_string(message) + ": " +
                                  std::to_string(GetLastError()));
     return static_cast<LRESULT>(result);
@@ -181,7 +181,7 @@ INT_PTR RunDriven(const Text& title, const std::function<INT_PTR()>& dialog,
             if (const HWND open = FindDialog(process, nullptr)) (void)EndDialog(open, 0);
             return ended.load();
         };
-        if (HoldsWithin(kPatience, endAll)) return;
+        if (HoldsWithin(kPatienceForAnswers, endAll)) return;
         std::fputs("the dialog can't be ended\n", stderr);
         std::_Exit(1);
     });

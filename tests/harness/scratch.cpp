@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr DWORD kPatience = 60000;
+constexpr DWORD kPatienceForEnds = 60000;
 constexpr DWORD kAwaitPatience = 10000;
 constexpr DWORD kInUsePatience = 5000;
 constexpr DWORD kPollPause = 5;
@@ -60,7 +60,7 @@ void EndStartedPrograms() {
         const HANDLE process = OpenProcess(PROCESS_TERMINATE | SYNCHRONIZE, FALSE, id);
         if (!process) continue;
         (void)TerminateProcess(process, 1);
-        (void)WaitForSingleObject(process, kPatience);
+        (void)WaitForSingleObject(process, kPatienceForEnds);
         CloseHandle(process);
     }
 }
@@ -314,7 +314,7 @@ RunningProgram::RunningProgram(const Text& commandLine, const Text& folder) {
 RunningProgram::~RunningProgram() {
     if (!m_process.hProcess) return;
     (void)TerminateProcess(m_process.hProcess, 1);
-    EXPECT_EQ(WaitForSingleObject(m_process.hProcess, kPatience), WAIT_OBJECT_0);
+    EXPECT_EQ(WaitForSingleObject(m_process.hProcess, kPatienceForEnds), WAIT_OBJECT_0);
     CloseHandle(m_process.hThread);
     CloseHandle(m_process.hProcess);
 }
@@ -325,7 +325,7 @@ bool RunningProgram::Runs() const {
 
 std::optional<DWORD> RunningProgram::ExitCode() const {
     DWORD exitCode = 0;
-    const bool ended = WaitForSingleObject(m_process.hProcess, kPatience) == WAIT_OBJECT_0 &&
+    const bool ended = WaitForSingleObject(m_process.hProcess, kPatienceForEnds) == WAIT_OBJECT_0 &&
                        GetExitCodeProcess(m_process.hProcess, &exitCode);
     EXPECT_TRUE(ended);
     return ended ? std::optional(exitCode) : std::nullopt;
@@ -342,7 +342,7 @@ DWORD RunProgram(const Text& commandLine, const Text& folder, const std::functio
             return std::find(before.begin(), before.end(), id) == before.end();
         });
     };
-    if (!HoldsWithin(kPatience, [&] { return !running(); })) {
+    if (!HoldsWithin(kPatienceForEnds, [&] { return !running(); })) {
         ADD_FAILURE() << "still running: " << ::testing::PrintToString(commandLine);
         EndStartedPrograms();
     }

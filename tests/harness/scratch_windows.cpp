@@ -11,7 +11,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr DWORD kPollPause = 10;
+constexpr DWORD kJobPollPause = 10;
 constexpr UINT kAnswerMs = 5000;
 constexpr int kMaxPrograms = 256;
 
@@ -174,7 +174,7 @@ void StartBoxes(std::vector<int> buttons) {
         while (!stop.stop_requested()) {
             for (HWND box = nullptr; (box = FindWindowExW(nullptr, box, L"#32770", nullptr));)
                 if (IsOwnWindow(box) && tools::IsMessageBox(box)) Answer(box);
-            Sleep(kPollPause);
+            Sleep(kJobPollPause);
         }
     });
 }

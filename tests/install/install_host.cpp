@@ -71,12 +71,8 @@ TEST_F(InstallOnHost, LooksIntoStartupFolders) {
     }
 }
 
-BOOL WINAPI RunsUnder32BitLayer(HANDLE, PBOOL answer) {
-    return *answer = TRUE;
-}
-
 TEST_F(InstallOnHost, RegistersNoHandlerWhereThereIsNone) {
-    g_isWow64Process = RunsUnder32BitLayer;
+    g_isWow64Process = [](HANDLE, PBOOL answer) -> BOOL { return *answer = TRUE; };
     g_osVersion.dwMajorVersion = 5;
     winhost::ClearEvents();
     RegisterThumbnailHandler();

@@ -1,17 +1,10 @@
 // How Windows reads the names of files and folders.
 #include "harness/scratch.h"
+#include "machine/answers.h"
 
 namespace {
 
 class Paths : public ScratchTest {};
-
-std::string Narrow(const Text& text) {
-    return {text.begin(), text.end()};
-}
-
-std::string Told(bool done) {
-    return done ? "ok" : "e" + std::to_string(GetLastError());
-}
 
 std::string Attributes(const Text& path) {
     return Told(GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES);

@@ -6,21 +6,14 @@
 
 #include "harness/registry_values.h"
 #include "harness/scratch.h"
+#include "machine/answers.h"
 
 namespace {
 
 const Text kUserFolders = TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders");
-const Text kClass = TEXT("QtvProbe.Class");
-const Text kUsersClass = TEXT("Software\\Classes\\") + kClass;
-const Text kMachinesClass = TEXT("SOFTWARE\\Classes\\") + kClass;
-
-std::string Narrow(const Text& text) {
-    return {text.begin(), text.end()};
-}
-
-std::string Told(bool done) {
-    return done ? "ok" : "e" + std::to_string(GetLastError());
-}
+const Text kProbeClass = TEXT("QtvProbe.Class");
+const Text kUsersClass = TEXT("Software\\Classes\\") + kProbeClass;
+const Text kMachinesClass = TEXT("SOFTWARE\\Classes\\") + kProbeClass;
 
 // The folders of the search path hold a version block, and below a sub-folder a library that is none.
 class System : public ScratchTest {
@@ -133,12 +126,12 @@ std::string AfterDeletion() {
     PutValue(HKEY_LOCAL_MACHINE, kMachinesClass, TEXT("v"), Sz(TEXT("machine")));
     PutValue(HKEY_CURRENT_USER, kUsersClass, TEXT("v"), Sz(TEXT("user")));
     HKEY key;
-    EXPECT_EQ(RegOpenKeyExW(HKEY_CLASSES_ROOT, kClass.c_str(), 0, KEY_READ, &key), ERROR_SUCCESS);
+    EXPECT_EQ(RegOpenKeyExW(HKEY_CLASSES_ROOT, kProbeClass.c_str(), 0, KEY_READ, &key), ERROR_SUCCESS);
     EXPECT_EQ(RegQueryValueExW(key, TEXT("v"), nullptr, nullptr, nullptr, nullptr), ERROR_SUCCESS);
     EXPECT_EQ(RegDeleteKeyW(HKEY_CURRENT_USER, kUsersClass.c_str()), ERROR_SUCCESS);
     const LSTATUS after = RegQueryValueExW(key, TEXT("v"), nullptr, nullptr, nullptr, nullptr);
     RegCloseKey(key);
-    EXPECT_TRUE(GetValue(HKEY_CLASSES_ROOT, kClass, TEXT("v")) == Sz(TEXT("machine")));
+    EXPECT_TRUE(GetValue(HKEY_CLASSES_ROOT, kProbeClass, TEXT("v")) == Sz(TEXT("machine")));
     return std::to_string(after);
 }
 

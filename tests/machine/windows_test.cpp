@@ -5,15 +5,15 @@
 
 namespace {
 
-constexpr WCHAR kClass[] = TEXT("MachineTestFrame");
+constexpr WCHAR kFrameClass[] = TEXT("MachineTestFrame");
 
 HWND Make(LPCWSTR title, DWORD style = WS_OVERLAPPEDWINDOW, HWND owner = nullptr) {
     WNDCLASSEXW frame = {};
     frame.cbSize = sizeof frame;
     frame.lpfnWndProc = DefWindowProcW;
-    frame.lpszClassName = kClass;
+    frame.lpszClassName = kFrameClass;
     (void)RegisterClassExW(&frame);
-    return CreateWindowExW(0, kClass, title, style, 0, 0, 200, 100, owner, nullptr, nullptr, nullptr);
+    return CreateWindowExW(0, kFrameClass, title, style, 0, 0, 200, 100, owner, nullptr, nullptr, nullptr);
 }
 
 class Windows : public ScratchTest {};
@@ -22,7 +22,7 @@ TEST_F(Windows, GoWithTheirOwner) {
     const HWND frame = Make(TEXT("Frame"));
     const HWND owned = Make(TEXT("Owned"), WS_POPUP, frame);
     EXPECT_EQ(GetWindow(owned, GW_OWNER), frame);
-    const auto below = [](HWND window) { return FindWindowExW(nullptr, window, kClass, nullptr); };
+    const auto below = [](HWND window) { return FindWindowExW(nullptr, window, kFrameClass, nullptr); };
     EXPECT_TRUE(below(nullptr) == owned && below(owned) == frame);
     EXPECT_EQ(SendMessageW(frame, WM_CLOSE, 0, 0), 0);
     for (const HWND window : {frame, owned}) {

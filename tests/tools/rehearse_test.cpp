@@ -5,7 +5,7 @@
 
 namespace {
 
-const Text kPackage = TEXT("C:\\Package"), kEarlier = TEXT("C:\\Earlier package");
+const Text kRehearsed = TEXT("C:\\Package"), kEarlier = TEXT("C:\\Earlier package");
 const std::string kFolder = "C:\\Scratch\\Apps\\Qantivo\\";
 
 std::string Manifest(const std::string& records) {
@@ -16,7 +16,7 @@ class Rehearsed : public ScratchTest {
   protected:
     ~Rehearsed() override { Clear(); }
     static void Clear() {
-        for (const Text& folder : {kPackage, kEarlier, kScratch + TEXT("\\Apps"), kScratch + TEXT("\\Q")})
+        for (const Text& folder : {kRehearsed, kEarlier, kScratch + TEXT("\\Apps"), kScratch + TEXT("\\Q")})
             DeleteTree(folder);
     }
     // A package of a few files, one for each name.
@@ -58,7 +58,7 @@ TEST_F(Rehearsed, TellsEachStep) {
         kEarlier,
         Manifest(
             "File Copy: QtvUnInst.exe\r\nFile Copy: presets.dat > p.dat\r\nFile Copy: StartQV8.exe\r\n"));
-    MakePackage(kPackage,
+    MakePackage(kRehearsed,
                 Manifest("File Copy: QtvUnInst.exe\r\nFile Copy: presets.dat\r\nFile Del: p.dat\r\n"));
     const auto rehearsal = rehearse::Rehearse({"-s", "-instdir", "C:\\Scratch\\Q"}, [](const auto&) {});
     EXPECT_EQ(rehearsal.ExitCode(), 0);
@@ -111,7 +111,7 @@ TEST_F(Rehearsed, TellsWhatMayStayFromWhatShouldHaveGone) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        MakePackage(kPackage, Manifest(row.records));
+        MakePackage(kRehearsed, Manifest(row.records));
         const auto rehearsal =
             rehearse::Rehearse({"-s", row.option, "C:\\Scratch\\Apps\\Qantivo"}, [](const auto&) {});
         EXPECT_EQ(rehearsal.ExitCode(), 1);

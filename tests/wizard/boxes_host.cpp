@@ -9,9 +9,9 @@
 
 namespace {
 
-class Boxes : public WizardTest {};
+class WizardBoxes : public WizardTest {};
 
-TEST_F(Boxes, HaveOneButtonOrAskWithNoForTheDefault) {
+TEST_F(WizardBoxes, HaveOneButtonOrAskWithNoForTheDefault) {
     winhost::ClearEvents();
     winhost::SetFaults({});
     MakeFile(TEXT("C:\\Scratch\\old\\QtvApp6.exe"));
@@ -39,7 +39,7 @@ TEST_F(Boxes, HaveOneButtonOrAskWithNoForTheDefault) {
 }
 
 // A shortcut that the shell refuses brings its box in the middle of the install.
-TEST_F(Boxes, OfAShortcutStayAloneWhateverComes) {
+TEST_F(WizardBoxes, OfAShortcutStayAloneWhateverComes) {
     g_sourceDir = TEXT("C:\\Scratch\\package");
     winhost::ClearEvents();
     EXPECT_EQ(Run([](const Driver& wizard) {
@@ -67,7 +67,7 @@ TEST_F(Boxes, OfAShortcutStayAloneWhateverComes) {
 }
 
 // The names of both Startup folders are refused, in upper and lower case.
-TEST_F(Boxes, RefuseTheNameOfEachStartupFolder) {
+TEST_F(WizardBoxes, RefuseTheNameOfEachStartupFolder) {
     const Text key = TEXT("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders");
     const struct {
         HKEY hive;

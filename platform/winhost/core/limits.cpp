@@ -69,7 +69,7 @@ SharedLimits* MapLimits() {
     return static_cast<SharedLimits*>(view);
 }
 
-SharedLimits* Current() {
+SharedLimits* OwnLimits() {
     View& view = TheView();
     if (!view.known) {
         view.shared = MapLimits();
@@ -118,14 +118,14 @@ void SetLimits(const Limits& limits) {
         if (!file || ftruncate(file.get(), sizeof(SharedLimits)) != 0)
             NotModelled("SetLimits", "a machine whose own files can't be written");
     }
-    SharedLimits& shared = *Current();
+    SharedLimits& shared = *OwnLimits();
     shared.limits = limits;
     shared.leastRefused = UINT64_MAX;
 }
 
 LimitsMet LiftLimits() {
     LimitsMet met;
-    if (const SharedLimits* shared = Current())
+    if (const SharedLimits* shared = OwnLimits())
         met = {shared->steps, shared->leastRefused, shared->steps > shared->limits.steps, shared->call.text};
     fs::remove(LimitsFile());
     TheView().Forget();
@@ -133,11 +133,11 @@ LimitsMet LiftLimits() {
 }
 
 bool HasLimits() {
-    return Current() != nullptr;
+    return OwnLimits() != nullptr;
 }
 
 bool HasRoom(std::uint64_t formerSize, std::uint64_t size) {
-    SharedLimits* shared = Current();
+    SharedLimits* shared = OwnLimits();
     if (!shared || size <= formerSize || shared->limits.room == UINT64_MAX) return true;
     const std::uint64_t needed = BytesUsed() + (size - formerSize);
     if (needed <= shared->limits.room) return true;
@@ -148,7 +148,7 @@ bool HasRoom(std::uint64_t formerSize, std::uint64_t size) {
 }
 
 void Step() {
-    SharedLimits* shared = Current();
+    SharedLimits* shared = OwnLimits();
     if (!shared) return;
     const std::uint64_t step = ++shared->steps;
     if (step <= shared->limits.steps) return;

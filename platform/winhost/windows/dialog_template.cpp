@@ -1,6 +1,7 @@
 #include "windows/dialog_template.h"
 
 #include "core/bytes.h"
+#include "windows/window_texts.h"
 #include "core/host_io.h"
 #include "core/machine.h"
 #include "core/text.h"
@@ -9,7 +10,6 @@ namespace winhost {
 
 namespace {
 
-constexpr WORD kNumberMark = 0xFFFF;
 constexpr WORD kExtendedVersion = 1;
 constexpr WORD kButtonClass = 0x80;
 constexpr WORD kEditClass = 0x81;

@@ -13,7 +13,6 @@ namespace winhost {
 
 namespace {
 
-constexpr char16_t kNumberMark = 0xFFFF;
 constexpr WORD kBitmapResource = 2;
 constexpr std::size_t kWidthOffset = 4;
 constexpr std::size_t kHeightOffset = 8;

@@ -15,9 +15,6 @@ namespace winhost {
 
 namespace {
 
-// Stands before a resource's number in place of a text.
-constexpr char16_t kNumberMark = 0xFFFF;
-
 void StoreTitle(HWND window, LPCWSTR title) {
     const std::u16string_view text = title && *title != kNumberMark ? title : u"";
     if (text.size() >= kTitleUnits) NotModelled("SetWindowTextW", "so long a title");

@@ -7,6 +7,9 @@
 
 namespace winhost {
 
+// A title that begins with this unit holds a resource's number instead of a text.
+constexpr char16_t kNumberMark = 0xFFFF;
+
 // Handles a message that nobody else handles.
 LRESULT DefaultOf(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
