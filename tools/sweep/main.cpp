@@ -1,4 +1,4 @@
-// sweep SETUP [--quick] [fault|kill]
+// sweep SETUP [--quick] [--call=NAME] [fault|kill]
 //
 // Disturbs every platform call of an installation, an update and an uninstall, one run for each call, and examines the
 // resulting machine. SETUP is the setup program under test, which may come from another build than this tool.
@@ -25,10 +25,12 @@ using namespace sweep;
 
 // A quick sweep disturbs all uses of a call together, and one of this many single uses.
 constexpr unsigned kQuickStep = 11;
+constexpr std::string_view kCall = "--call=";
 
 struct Options {
     fs::path setup;
     bool quick = false;
+    std::string call;  // the only one to disturb; empty for all
     bool faults = true;
     bool kills = true;
 };
@@ -55,6 +57,7 @@ std::vector<Trial> Plan(const Scenario& scenario, const std::map<std::string, Re
     unsigned place = 0;
     for (const std::string& program : scenario.programs) {
         for (const auto& [call, count] : reference.calls.at(program)) {
+            if (!options.call.empty() && call != options.call) continue;
             if (options.faults) plan.push_back({&scenario, {program, call, 0, false}});
             if (OnlyOfTheWizard(scenario, references.at("install"), call)) {
                 if (options.kills) plan.push_back({&scenario, {program, call, 1, true}});
@@ -122,7 +125,7 @@ int Report(const std::vector<Trial>& trials, const std::vector<Finding>& finding
         std::fprintf(report, "%-26s %5zu tried, %4zu in the table of exceptions, %zu unexplained\n",
                      name.c_str(), row.trials, row.explained.size(), row.unexplained.size());
     // A full sweep needs every row. A row that is not needed is wrong.
-    if (!options.quick && options.faults && options.kills)
+    if (!options.quick && options.call.empty() && options.faults && options.kills)
         for (const Case& each : Cases())
             for (const Exception& exception : each.exceptions)
                 if (IsOf(exception, "") && !uses[&exception] && exception.stage != Stage::Run) {
@@ -169,6 +172,8 @@ std::optional<Options> ReadOptions(const std::vector<std::string>& arguments) {
     for (const std::string& argument : arguments) {
         if (argument == "--quick")
             options.quick = true;
+        else if (argument.starts_with(kCall))
+            options.call = argument.substr(kCall.size());
         else if (argument == "fault")
             options.kills = false;
         else if (argument == "kill")
@@ -187,7 +192,7 @@ std::optional<Options> ReadOptions(const std::vector<std::string>& arguments) {
 int main(int count, char** values) {
     const auto options = ReadOptions({values + 1, values + count});
     if (!options) {
-        std::fprintf(stderr, "use: sweep SETUP [--quick] [fault|kill]\n");
+        std::fprintf(stderr, "use: sweep SETUP [--quick] [--call=NAME] [fault|kill]\n");
         return 2;
     }
     report = fdopen(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3), "w");
