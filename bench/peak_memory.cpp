@@ -1,10 +1,18 @@
-// Runs a command of the host and prints its peak memory in KiB. Wine runs a program in the process that starts
-// it, and the host knows the peak of a process when it has ended.
+// Runs a command of the host. Prints its peak memory in KiB and its processor time in ms. Wine runs a program in
+// the process that starts it, and the host knows both when the process has ended.
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
+
+namespace {
+
+long Milliseconds(const timeval& time) {
+    return time.tv_sec * 1000 + time.tv_usec / 1000;
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
     if (argc < 2) {
@@ -19,6 +27,6 @@ int main(int argc, char** argv) {
     int status = 1;
     rusage used = {};
     if (child < 0 || wait4(child, &status, 0, &used) != child) return 2;
-    std::printf("%ld\n", used.ru_maxrss);
+    std::printf("%ld %ld\n", used.ru_maxrss, Milliseconds(used.ru_utime) + Milliseconds(used.ru_stime));
     return WIFEXITED(status) ? WEXITSTATUS(status) : 1;
 }

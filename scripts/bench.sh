@@ -48,7 +48,7 @@ peak() {
     for ((round = 0; round < memory_rounds; ++round)); do
         rm -rf "$work/target" "$work/one.lnk"
         "$build/host/peak_memory" scripts/wine.sh "$@" 2>/dev/null
-    done | sort -n | sed -n "$(((memory_rounds + 1) / 2))p"
+    done | cut -d' ' -f1 | sort -n | sed -n "$(((memory_rounds + 1) / 2))p"
 }
 
 printf '%-72s %8s %8s\n' '' figure bound

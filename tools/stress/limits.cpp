@@ -113,7 +113,7 @@ struct Cut {
 };
 
 // If there are few steps, each is cut several times, with another cut of the restart each time.
-std::vector<Cut> CutsOf(const Scenario& scenario, const Machines& machines, bool quick) {
+std::vector<Cut> CutsOf(const Scenario& scenario, const Machines& machines, bool quick, std::FILE* report) {
     const std::uint64_t steps = RunWithin(scenario, machines, machines.folder / "machine", {}).steps;
     std::vector<Cut> cuts;
     const std::uint64_t count = quick ? kQuickCuts : std::max(steps, kCuts);
@@ -127,6 +127,8 @@ std::vector<Cut> CutsOf(const Scenario& scenario, const Machines& machines, bool
     winhost::SetLimits({});
     winhost::RestartMachine();
     const std::uint64_t restartSteps = winhost::LiftLimits().steps;
+    std::fprintf(report, "power:%s: %llu steps, %llu of the restart after it\n", scenario.name,
+                 static_cast<unsigned long long>(steps), static_cast<unsigned long long>(restartSteps));
     const std::uint64_t each = quick ? restartSteps / kQuickRestarts + 1 : 1;
     for (std::uint64_t step = 0; step < restartSteps; step += each)
         cuts.push_back({&scenario, step, true, 0});
@@ -167,7 +169,7 @@ bool CutPower(const Options& options, std::FILE* report) {
     PrepareAll(machines, options.setup);
     std::vector<Cut> cuts;
     for (const Scenario& scenario : SilentScenarios())
-        for (const Cut& cut : CutsOf(scenario, machines, options.quick))
+        for (const Cut& cut : CutsOf(scenario, machines, options.quick, report))
             cuts.push_back(cut);
     const auto task = [&](std::size_t number, const fs::path& own, std::ostream& lines) {
         const Cut& cut = cuts[number];

@@ -1,6 +1,6 @@
 // stress SETUP [--quick] PART...
 //
-// Tries setup under stress on embedded machines. PART is full, power, two or list. SETUP is the setup program under
+// Tries setup under stress on embedded machines. PART is full, power, two, list or large. SETUP is the setup program under
 // test; it may come from another build than this tool. Exits with 0 if everything is as promised.
 #include <fcntl.h>
 #include <unistd.h>
@@ -21,7 +21,8 @@ using Part = bool (*)(const stress::Options&, std::FILE*);
 const std::map<std::string, Part> kParts = {{"full", stress::FullDisc},
                                             {"power", stress::CutPower},
                                             {"two", stress::TwoAtOnce},
-                                            {"list", stress::SharedList}};
+                                            {"list", stress::SharedList},
+                                            {"large", stress::Large}};
 
 struct Command {
     stress::Options options;

@@ -21,5 +21,8 @@ bool CutPower(const Options& options, std::FILE* report);
 bool TwoAtOnce(const Options& options, std::FILE* report);
 // The list of running copies with eight processes that start and end. Some of them are killed.
 bool SharedList(const Options& options, std::FILE* report);
+// Large packages and logs, whose calls, times and memory are compared with those of smaller ones, and paths that are
+// too long. Sanitizers would keep memory that was freed, so the program is one without them.
+bool Large(const Options& options, std::FILE* report);
 
 }  // namespace stress

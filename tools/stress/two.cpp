@@ -53,12 +53,6 @@ constexpr char16_t kWizardLine[] = u"C:\\Package\\setup.exe";
 // The answers to all boxes that may come. They let the run continue.
 const std::vector<int> kGoOn(64, IDYES);
 
-const Scenario& Named(const std::string& name) {
-    const auto& all = Scenarios();
-    return *std::find_if(all.begin(), all.end(),
-                         [&](const Scenario& scenario) { return name == scenario.name; });
-}
-
 // The machine after the last run and a restart. In `after`, the two runs of the pair came before, one after the other;
 // in `without` they didn't.
 struct Ends {
@@ -89,7 +83,7 @@ State EndOf(const Machines& machines, bool fresh, const std::vector<std::string>
     CopyMachine(Start(machines, fresh), machine);
     winhost::EnterMachine(machine);
     for (const std::string& run : runs) {
-        const RunOutcome outcome = RunAgain(Named(run == "wizard" ? "install" : run));
+        const RunOutcome outcome = RunAgain(ScenarioOf(run == "wizard" ? "install" : run));
         if (!outcome.complaint.empty()) throw std::runtime_error(outcome.complaint);
         winhost::RestartMachine();
     }
@@ -106,7 +100,7 @@ State Common(const State& left, const State& right) {
 void PrepareAll(Machines& machines, const fs::path& setup) {
     CaptureErrors(machines.folder / "errors");
     for (const char* start : {"install", "uninstall"})
-        Prepare(Named(start), machines.folder / start, setup, QTV_BUILD_FOLDER);
+        Prepare(ScenarioOf(start), machines.folder / start, setup, QTV_BUILD_FOLDER);
     for (const Pair& pair : kPairs)
         machines.ends[pair.name] = {EndOf(machines, pair.fresh, {pair.first, pair.second, LastOf(pair)}),
                                     EndOf(machines, pair.fresh, {LastOf(pair)})};
@@ -147,7 +141,7 @@ bool AwaitEnd(std::mt19937& random, bool wizard) {
 
 std::u16string LineOf(const Pair& pair, const std::string& name, bool isFirst) {
     const bool shows = pair.wizard && (name == "wizard" || (isFirst && name == "install"));
-    return shows ? kWizardLine : Named(name).commandLine;
+    return shows ? kWizardLine : ScenarioOf(name).commandLine;
 }
 
 std::vector<Problem> Try(const Pair& pair, unsigned seed, const Machines& machines, const fs::path& own) {
@@ -189,7 +183,7 @@ std::vector<Problem> Try(const Pair& pair, unsigned seed, const Machines& machin
     }
     winhost::RestartMachine();
     winhost::SetBoxAnswers({});
-    const RunOutcome again = RunAgain(Named(LastOf(pair)));
+    const RunOutcome again = RunAgain(ScenarioOf(LastOf(pair)));
     if (!again.complaint.empty()) problems.push_back({Stage::Run, "the last run", again.complaint});
     winhost::RestartMachine();
     now = TakeState();

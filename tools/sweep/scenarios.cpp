@@ -1,5 +1,6 @@
 #include "sweep/scenarios.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <stdexcept>
@@ -110,6 +111,12 @@ const std::vector<Scenario>& Scenarios() {
         {"uninstall", u"\"C:\\Program Files\\Qantivo 8\\QtvUnInst.exe\"", {"QtvUnInst.exe", kCopy}, false},
     };
     return scenarios;
+}
+
+const Scenario& ScenarioOf(const std::string& name) {
+    const auto& all = Scenarios();
+    return *std::find_if(all.begin(), all.end(),
+                         [&](const Scenario& scenario) { return name == scenario.name; });
 }
 
 void Prepare(const Scenario& scenario, const fs::path& root, const fs::path& setup, const fs::path& helpers) {

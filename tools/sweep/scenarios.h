@@ -21,6 +21,7 @@ struct Scenario {
 };
 // All scenarios, in the order in which they are run.
 const std::vector<Scenario>& Scenarios();
+const Scenario& ScenarioOf(const std::string& name);
 
 // Makes the machine for the scenario, and enters it with this process. `setup` is the program under test, `helpers` a build
 // folder with the sample programs.
