@@ -37,10 +37,13 @@ std::shared_ptr<void> HoldFile(std::u16string_view path, Use use) {
     return use == Use::Runs ? OpenFile::OpenImage(host) : OpenFile::Open(host, 0, kReading, FILE_SHARE_READ);
 }
 
-void CopyStoredFile(const fs::path& from, const fs::path& to) {
-    fs::copy_file(from, to);
-    const DWORD attributes = StoredAttributes(from, false);
-    if (attributes != FILE_ATTRIBUTE_ARCHIVE) (void)StoreAttributes(to, attributes);
+void CopyStored(const fs::path& from, const fs::path& to) {
+    if (fs::is_directory(from))
+        fs::create_directory(to);
+    else
+        fs::copy_file(from, to);
+    for (const char* name : {kAttributesText, kShortNameText})
+        if (const std::string text = KeptText(from, name); !text.empty()) (void)KeepText(to, name, text);
 }
 
 }  // namespace winhost

@@ -46,6 +46,10 @@ void RestartMachine();
 // doesn't. This does not depend on the version that programs read.
 void SetCarriesOutWininit(bool on);
 
+// Whether entries of this machine also have short names of 8.3 characters, as on a Windows system drive. A new
+// machine's have. A search then finds page.html by *.htm, and each call takes the short name for the entry.
+void SetHasShortNames(bool on);
+
 // Returns the ids of the machine's running processes, without this one.
 std::vector<DWORD> ProcessIds();
 
@@ -59,9 +63,9 @@ bool EndProcesses(DWORD milliseconds);
 enum class Use { Runs, IsRead };
 std::shared_ptr<void> HoldFile(std::u16string_view path, Use use);
 
-// Copies a file of a machine on the host, with the attributes that the machine stores for it. The target must not
-// exist.
-void CopyStoredFile(const std::filesystem::path& from, const std::filesystem::path& to);
+// Copies a file, or a folder without its entries, to another machine on the host, with the attributes and the short
+// name that are stored for it. The target must not exist.
+void CopyStored(const std::filesystem::path& from, const std::filesystem::path& to);
 
 // Waits until this is the only process of the machine. Returns false when `milliseconds` have passed.
 bool WaitForProcesses(DWORD milliseconds);

@@ -61,10 +61,8 @@ void SetFileVersion(const Text& path, unsigned major, unsigned minor, unsigned r
 
 // ---- what the running system does differently from Windows; all false except under Wine ----
 enum class Deviation {
-    OverwritesReadOnly,      // opening or copying over a read-only file works (Wine as root)
-    SearchesByOtherRules,    // "?" at the end, "<", and a quote find fewer names
-    ClassesOutliveTheUsers,  // a handle of a user's class shows the machine's once the user's is deleted
-    KeepsFailedStarts,       // CreateProcessW doesn't clear its answer when it fails
+    OverwritesReadOnly,    // opening or copying over a read-only file works (Wine as root)
+    SearchesByOtherRules,  // "?" at the end, "<", and a quote find fewer names; 8.3 names are different ones
 };
 bool Deviates(Deviation deviation);
 // Returns what the running system must answer to a fact. This is `windows`, or under Wine the answer for the fact in

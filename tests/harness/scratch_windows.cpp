@@ -63,6 +63,8 @@ constexpr struct {
     {"mark a long path", "ok"},
     {"mark for a long path", "ok"},
     {"text that is missing from its block", "0 e0"},
+    {"classes of a user, deleted", "0"},
+    {"failed start", "its answer is as before"},
     {"names left", "App\\ App\\b App\\x NAME.txt a file\\ "},
 };
 

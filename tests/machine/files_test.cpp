@@ -82,7 +82,8 @@ Text Found(const Text& pattern) {
 }
 
 TEST_F(Files, AreSearchedByWindowsWildcards) {
-    for (const LPCWSTR name : {TEXT("a"), TEXT("aa"), TEXT("a.a"), TEXT("x 1 y")})
+    for (const LPCWSTR name :
+         {TEXT("a"), TEXT("aa"), TEXT("a.a"), TEXT("x 1 y"), TEXT(".a"), TEXT("page.html")})
         MakeFile(TEXT("C:\\Scratch\\found\\") + Text(name));
     const struct {
         LPCWSTR pattern, names;
@@ -90,20 +91,55 @@ TEST_F(Files, AreSearchedByWindowsWildcards) {
     } rows[] = {
         {TEXT("?"), TEXT(". .. a"), true},
         {TEXT("??. "), TEXT(". .. a aa"), true},
-        {TEXT("*."), TEXT(". .. a aa x 1 y"), true},
-        {TEXT("* .."), TEXT(". .. a aa x 1 y"), true},
-        {TEXT(".*."), TEXT(". .."), true},
-        {TEXT("?.??."), TEXT(". .. a a.a"), true},
+        // Names that are no 8.3 names have one besides, and are found by it.
+        {TEXT("*.htm"), TEXT("page.html")},
+        {TEXT("page~?.h*"), TEXT("page.html"), true},
+        {TEXT("*."), TEXT(". .. .a a aa x 1 y"), true},
+        {TEXT("* .."), TEXT(". .. .a a aa x 1 y"), true},
+        {TEXT("a*."), TEXT(".a a aa"), true},
+        {TEXT(".*."), TEXT(". .. .a"), true},
+        {TEXT("?.??."), TEXT(". .. .a a a.a"), true},
         {TEXT("a?"), TEXT("a aa"), true},
         {TEXT("x > y"), TEXT("x 1 y")},
         {TEXT("a\"a"), TEXT("a.a"), true},
-        {TEXT("a<"), TEXT("a aa"), true},
+        {TEXT("a<"), TEXT(".a a aa"), true},
     };
     for (const auto& row : rows) {
         if (row.wildOnWindowsOnly && Deviates(Deviation::SearchesByOtherRules)) continue;
         EXPECT_EQ(Found(TEXT("found\\") + Text(row.pattern)), row.names)
             << ::testing::PrintToString(Text(row.pattern));
     }
+}
+
+// The path with the 8.3 name of its last level, whatever it is.
+Text Short(const Text& path) {
+    WIN32_FIND_DATAW data = {};
+    const HANDLE find = FindFirstFileW(path.c_str(), &data);
+    EXPECT_TRUE(find != INVALID_HANDLE_VALUE && FindClose(find));
+    EXPECT_NE(data.cAlternateFileName[0], 0);
+    return path.substr(0, path.rfind('\\') + 1) + data.cAlternateFileName;
+}
+
+TEST_F(Files, AreTakenByTheirShortNames) {
+    for (const LPCWSTR name :
+         {TEXT("page.html"), TEXT("page.htmx"), TEXT("full of files\\x"), TEXT("empty folder\\x")})
+        MakeFile(kScratch + TEXT("\\") + name, "old");
+    MakeFile(TEXT("C:\\Scratch\\new"), "new");
+    const Text page = Short(TEXT("C:\\Scratch\\page.html")), other = Short(TEXT("C:\\Scratch\\page.htmx"));
+    const Text full = Short(TEXT("C:\\Scratch\\full of files")),
+               empty = Short(TEXT("C:\\Scratch\\empty folder"));
+    EXPECT_EQ(Found(page), TEXT("page.html"));
+    EXPECT_TRUE(CopyFileW(TEXT("new"), page.c_str(), FALSE));
+    EXPECT_TRUE(MoveFileW(TEXT("new"), (full + TEXT("\\new")).c_str()));
+    EXPECT_TRUE(DeleteFileW(other.c_str()));
+    EXPECT_EQ(Short(TEXT("C:\\Scratch\\page.html")), page) << "it stays when a neighbour goes";
+    EXPECT_TRUE(DeleteFileW((empty + TEXT("\\x")).c_str()));
+    EXPECT_TRUE(RemoveDirectoryW(empty.c_str()));
+    EXPECT_EQ(Tree(), (Texts{TEXT("full of files\\"), TEXT("full of files\\new"), TEXT("full of files\\x"),
+                             TEXT("page.html")}));
+    EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\page.html")), "new");
+    EXPECT_TRUE(MoveFileW(TEXT("page.html"), TEXT("longer name.html")));
+    EXPECT_FALSE(Exists(page)) << "it goes with the name";
 }
 
 TEST_F(Files, AreSearchedByPattern) {

@@ -167,8 +167,7 @@ TEST_F(System, AnswersAsWindowsDoes) {
         {"text whose end follows it", Stored(text, 4), "6"},
         {"text whose end doesn't", Stored(text, 2), "2"},
         {"text with its end", Stored(text, 6), "6"},
-        {"classes of a user, deleted", AfterDeletion(),
-         Deviates(Deviation::ClassesOutliveTheUsers) ? "0" : "1018"},
+        {"classes of a user, deleted", AfterDeletion(), "1018"},
     };
     for (const auto& row : rows)
         EXPECT_EQ(row.found, Expected(row.fact, row.windows)) << row.fact;

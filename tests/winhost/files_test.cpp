@@ -1,4 +1,6 @@
 // Files of the embedded machine, where the host itself would behave differently or no other target shows the case.
+#include <fstream>
+
 #include "files/files.h"
 #include "harness/scratch.h"
 #include "winhost.h"
@@ -95,6 +97,46 @@ TEST_F(HostFiles, PathsFollowWindowsRules) {
     EXPECT_TRUE(MoveFileW(TEXT("dir\\file"), TEXT("D:\\moved")));
     EXPECT_TRUE(DeleteFileW(TEXT("D:\\moved")));
     EXPECT_FALSE(Exists(TEXT("dir\\file")));
+}
+
+// The 8.3 names of the folder's entries, with blanks between, in the order of the long names.
+Text ShortNames(const Text& folder) {
+    Text names;
+    WIN32_FIND_DATAW data;
+    const HANDLE find = FindFirstFileW((folder + TEXT("\\*")).c_str(), &data);
+    do
+        names += data.cAlternateFileName + Text(data.cAlternateFileName[0] ? 1 : 0, ' ');
+    while (FindNextFileW(find, &data));
+    FindClose(find);
+    return names;
+}
+
+TEST_F(HostFiles, ShortNamesAreFixedWhenAnEntryIsMadeOrNamed) {
+    MakeFile(TEXT("C:\\Scratch\\long1\\LONGNA~2.TXT"));
+    for (const LPCWSTR name :
+         {TEXT("long1\\longname.5.txt"), TEXT("long1\\longname.4.txt"), TEXT("long1\\longname.3.txt")})
+        EXPECT_TRUE(CopyFileW(TEXT("long1\\longna~2.txt"), name, FALSE));
+    EXPECT_EQ(ShortNames(TEXT("long1")), TEXT("LONGNA~4.TXT LONGNA~3.TXT LONGNA~1.TXT "));
+    EXPECT_TRUE(DeleteFileW(TEXT("long1\\longname.5.txt")));
+    EXPECT_TRUE(MoveFileW(TEXT("long1\\longname.3.txt"), TEXT("long1\\longname.6.txt")));
+    EXPECT_EQ(ShortNames(TEXT("long1")), TEXT("LONGNA~3.TXT LONGNA~1.TXT "));
+    EXPECT_TRUE(CreateDirectoryW(TEXT("long number 2"), nullptr));
+    for (const LPCWSTR name : {TEXT("longname.4.txt"), TEXT("longname.6.txt")})
+        EXPECT_TRUE(
+            MoveFileW((TEXT("long1\\") + Text(name)).c_str(), (TEXT("LONGNU~1\\") + Text(name)).c_str()));
+    EXPECT_EQ(ShortNames(TEXT("long number 2")), TEXT("LONGNA~1.TXT LONGNA~2.TXT "))
+        << "anew in another folder";
+    // The host renames one entry and adds another.
+    const auto folder = winhost::HostPath(u"long number 2");
+    std::filesystem::rename(folder / "longname.4.txt", folder / "renamed by host.txt");
+    std::ofstream(folder / "longname.7.txt").put('x');
+    EXPECT_EQ(ShortNames(TEXT("long number 2")), TEXT("LONGNA~2.TXT LONGNA~1.TXT RENAME~1.TXT "));
+    winhost::CopyStored(folder / "longname.6.txt", folder.parent_path() / "longname.6.txt");
+    EXPECT_TRUE(Exists(TEXT("longna~2.txt"))) << "a machine's copy has the same";
+    winhost::SetHasShortNames(false);
+    EXPECT_FALSE(Exists(TEXT("longna~2.txt")));
+    EXPECT_EQ(ShortNames(TEXT("long number 2")), TEXT(""));
+    winhost::SetHasShortNames(true);
 }
 
 TEST_F(HostFiles, ProfileFilesKeepTheirEncodingAndOtherSections) {

@@ -151,13 +151,13 @@ void CopyMachine(const fs::path& from, const fs::path& to) {
         const fs::path name = entry->path().lexically_relative(from);
         const fs::path target = to / name;
         if (entry->is_directory()) {
-            fs::create_directory(target);
+            winhost::CopyStored(entry->path(), target);
             // These are files of ended processes. A queue is also a socket, which can't be copied.
             if (name == ".state/processes" || name == ".state/queues") entry.disable_recursion_pending();
         } else if (name.native().starts_with("C/Package/") && name.extension() == ".exe") {
             fs::create_hard_link(entry->path(), target);
         } else {
-            winhost::CopyStoredFile(entry->path(), target);
+            winhost::CopyStored(entry->path(), target);
         }
     }
 }

@@ -1,9 +1,9 @@
-// Attributes of files and folders, kept as an extended attribute of the file itself, so that a rename carries
-// them along.
+// Attributes of files and folders, and the extended attributes of the host that hold them.
 #include "files/attributes.h"
 
 #include <sys/xattr.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 
@@ -17,7 +17,6 @@ namespace winhost {
 
 namespace {
 
-constexpr char kName[] = "user.winhost.attributes";
 constexpr DWORD kSettable =
     FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_ARCHIVE;
 
@@ -32,21 +31,34 @@ void EndWithoutAttributes(const std::string& host) {
 
 }  // namespace
 
+std::string KeptText(const std::string& host, const char* name) {
+    char text[512];
+    const ssize_t length = getxattr(host.c_str(), name, text, sizeof text);
+    if (length < 0 && errno == ENOTSUP) EndWithoutAttributes(host);
+    return {text, static_cast<std::size_t>(std::max<ssize_t>(length, 0))};
+}
+
+bool KeepText(const std::string& host, const char* name, const std::string& text) {
+    if (setxattr(host.c_str(), name, text.data(), text.size(), 0) == 0) return true;
+    if (errno == ENOTSUP) EndWithoutAttributes(host);
+    return false;
+}
+
+void DropText(const std::string& host, const char* name) {
+    (void)removexattr(host.c_str(), name);
+}
+
 DWORD StoredAttributes(const std::string& host, bool isFolder) {
     DWORD attributes = Default(isFolder);
-    char digits[16];
-    const ssize_t length = getxattr(host.c_str(), kName, digits, sizeof digits);
-    if (length > 0) std::from_chars(digits, digits + length, attributes);
-    if (length < 0 && errno == ENOTSUP) EndWithoutAttributes(host);
+    const std::string digits = KeptText(host, kAttributesText);
+    std::from_chars(digits.data(), digits.data() + digits.size(), attributes);
     attributes = (attributes & kSettable) | (isFolder ? FILE_ATTRIBUTE_DIRECTORY : 0);
     return attributes ? attributes : FILE_ATTRIBUTE_NORMAL;
 }
 
 bool StoreAttributes(const std::string& host, DWORD attributes) {
     Step();
-    const std::string digits = std::to_string(attributes & kSettable);
-    if (setxattr(host.c_str(), kName, digits.data(), digits.size(), 0) == 0) return true;
-    if (errno == ENOTSUP) EndWithoutAttributes(host);
+    if (KeepText(host, kAttributesText, std::to_string(attributes & kSettable))) return true;
     SetLastError(ErrorOf(errno));
     return false;
 }

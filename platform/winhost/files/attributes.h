@@ -1,4 +1,5 @@
-// Attributes are kept on the file itself, so they survive a rename.
+// What the machine keeps on a file or folder itself, so that it survives a rename: attributes, and the short
+// name.
 #pragma once
 
 #include <windows.h>
@@ -8,6 +9,15 @@
 #include "core/host_io.h"
 
 namespace winhost {
+
+// Texts that are stored on a file or folder of the host, by their names.
+inline constexpr char kAttributesText[] = "user.winhost.attributes";
+inline constexpr char kShortNameText[] = "user.winhost.short-name";
+// Returns an empty text when there is none.
+std::string KeptText(const std::string& host, const char* name);
+// Returns false with errno set.
+bool KeepText(const std::string& host, const char* name, const std::string& text);
+void DropText(const std::string& host, const char* name);
 
 // Windows attributes of a host file: what is stored, FILE_ATTRIBUTE_DIRECTORY for folders, NORMAL for none.
 DWORD StoredAttributes(const std::string& host, bool isFolder);

@@ -18,6 +18,7 @@
 #include "files/files.h"
 #include "files/paths.h"
 #include "files/sharing.h"
+#include "files/stored_names.h"
 
 namespace winhost {
 
@@ -128,7 +129,9 @@ DWORD MovePlace(const Place& from, const Place& to, bool replace) {
     if (makesRoom && unlink(to.host.c_str()) != 0) return ErrorOf(errno);
     // A file that appears at the target in the meantime isn't replaced.
     const unsigned flags = replaces && !makesRoom ? 0 : RENAME_NOREPLACE;
-    return renameat2(AT_FDCWD, from.host.c_str(), AT_FDCWD, target.c_str(), flags) == 0 ? 0 : ErrorOf(errno);
+    if (renameat2(AT_FDCWD, from.host.c_str(), AT_FDCWD, target.c_str(), flags) != 0) return ErrorOf(errno);
+    GiveShortName(target);
+    return 0;
 }
 
 }  // namespace winhost

@@ -16,6 +16,7 @@
 #include "files/attributes.h"
 #include "files/paths.h"
 #include "files/sharing.h"
+#include "files/stored_names.h"
 
 namespace winhost {
 
@@ -88,6 +89,7 @@ std::unique_ptr<OpenFile> MakeFile(const Place& place, unsigned access, unsigned
         if (GetLastError() == ERROR_ALREADY_EXISTS) SetLastError(ERROR_FILE_EXISTS);
         return nullptr;
     }
+    GiveShortName(place.host);
     const DWORD given = (attributes & ~FILE_ATTRIBUTE_NORMAL) | FILE_ATTRIBUTE_ARCHIVE;
     if (given != FILE_ATTRIBUTE_ARCHIVE) (void)StoreAttributes(place.host, given);
     SetLastError(ERROR_SUCCESS);
@@ -141,6 +143,13 @@ std::unique_ptr<OpenFile> OpenPlace(const Place& place, unsigned access, unsigne
                               : MakeFile(place, access, share, disposition, attributes);
     SetLastError(error);
     return nullptr;
+}
+
+DWORD MakeFolder(const Place& place) {
+    Step();
+    if (mkdir(place.host.c_str(), 0777) != 0) return ErrorOf(errno);
+    GiveShortName(place.host);
+    return 0;
 }
 
 DWORD RemovePlace(const Place& place) {
@@ -248,8 +257,8 @@ BOOL CreateDirectoryW(LPCWSTR path, LPSECURITY_ATTRIBUTES security) {
     // A file that is named with a closing separator is in the way, too.
     if (place.exists() || place.isFileForFolder) return FailWith(ERROR_ALREADY_EXISTS);
     if (!place.reachable()) return FailWith(place.error);
-    Step();
-    return mkdir(place.host.c_str(), 0777) == 0 || FailWith(ErrorOf(errno));
+    const DWORD error = MakeFolder(place);
+    return error == 0 || FailWith(error);
 }
 
 BOOL RemoveDirectoryW(LPCWSTR path) {

@@ -13,6 +13,7 @@
 #include "core/host_io.h"
 #include "files/attributes.h"
 #include "files/paths.h"
+#include "files/stored_names.h"
 #include "name_patterns.h"
 
 namespace winhost {
@@ -37,6 +38,8 @@ void Describe(const std::string& folder, const std::string& name, WIN32_FIND_DAT
     data = {};
     const std::u16string text = Utf16(name);
     std::copy_n(text.data(), std::min<std::size_t>(text.size(), MAX_PATH - 1), data.cFileName);
+    const std::u16string shortName = ShortName(folder, name);
+    std::copy(shortName.begin(), shortName.end(), data.cAlternateFileName);
     data.dwFileAttributes = FILE_ATTRIBUTE_ARCHIVE;
     const std::string host = folder + "/" + name;
     struct statx info;
@@ -52,6 +55,12 @@ void Describe(const std::string& folder, const std::string& name, WIN32_FIND_DAT
     data.nFileSizeLow = static_cast<DWORD>(info.stx_size);
 }
 
+bool MatchesByShortName(const std::string& folder, const std::string& name,
+                        const std::u16string& expression) {
+    const std::u16string shortName = ShortName(folder, name);
+    return !shortName.empty() && names::Matches(expression, shortName);
+}
+
 std::vector<std::string> MatchingNames(const Place& folder, const std::u16string& expression) {
     struct Entry {
         std::u16string key;
@@ -64,7 +73,8 @@ std::vector<std::string> MatchingNames(const Place& folder, const std::u16string
         const std::string name = entry->d_name;
         if (isRoot && (name == "." || name == "..")) continue;
         std::u16string key = Upper(Utf16(name));
-        if (names::Matches(expression, key)) found.push_back({std::move(key), name});
+        if (names::Matches(expression, key) || MatchesByShortName(folder.host, name, expression))
+            found.push_back({std::move(key), name});
     }
     // "." and ".." come first, because NTFS doesn't store them and adds them before the stored names.
     const auto rank = [](const Entry& entry) { return entry.name == "." ? 0 : entry.name == ".." ? 1 : 2; };

@@ -1,8 +1,6 @@
 // Windows paths and their host paths: full paths by Windows' rules, and names found whatever their case.
 #include "files/paths.h"
 
-#include <dirent.h>
-#include <strings.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,6 +12,7 @@
 #include "core/host_io.h"
 #include "core/machine.h"
 #include "core/text.h"
+#include "files/stored_names.h"
 #include "winhost.h"
 
 namespace fs = std::filesystem;
@@ -124,32 +123,6 @@ bool AreValidNames(std::u16string_view names) {
         names.remove_prefix(std::min(end + 1, names.size()));
     }
     return true;
-}
-
-bool IsAscii(std::string_view text) {
-    return std::none_of(text.begin(), text.end(), [](char byte) { return byte & 0x80; });
-}
-
-bool SameAscii(std::string_view left, std::string_view right) {
-    return left.size() == right.size() && strncasecmp(left.data(), right.data(), left.size()) == 0;
-}
-
-// The name as the folder stores it, or as spelled when it holds none like it.
-std::string StoredName(const std::string& folder, std::u16string_view name, bool& found) {
-    std::string spelled = Utf8(name);
-    struct stat info;
-    found = lstat((folder + "/" + spelled).c_str(), &info) == 0;
-    if (found) return spelled;
-    const std::unique_ptr<DIR, int (*)(DIR*)> entries(opendir(folder.c_str()), closedir);
-    if (!entries) return spelled;
-    const bool plain = IsAscii(spelled);
-    while (const dirent* entry = readdir(entries.get())) {
-        // Text is converted only where bytes alone can't tell: creating many files scans a folder each time.
-        const std::string_view stored = entry->d_name;
-        found = plain && IsAscii(stored) ? SameAscii(stored, spelled) : SameName(Utf16(stored), name);
-        if (found) return std::string(stored);
-    }
-    return spelled;
 }
 
 }  // namespace

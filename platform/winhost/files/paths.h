@@ -32,7 +32,7 @@ struct Place {
     // Whether the folder exists that would contain the file.
     bool reachable() const { return error == 0 || (error == ERROR_FILE_NOT_FOUND && !isDevice); }
 };
-// Finds a path's place without regard to case. Sets no last error.
+// Finds a path's place without regard to case, by short names too. Sets no last error.
 Place Locate(LPCWSTR path);
 Place Locate(const std::u16string& path);
 // Stores the spelling of the folder that has become the current one.

@@ -1,8 +1,5 @@
 // The shell's folders. The registry key "User Shell Folders" says where each one is; otherwise it has its usual place.
-#include <sys/stat.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <iterator>
 
 #include <shlobj.h>
@@ -10,9 +7,8 @@
 #include "core/bytes.h"
 #include "core/environment.h"
 #include "core/faults.h"
-#include "core/host_io.h"
-#include "core/limits.h"
 #include "core/machine.h"
+#include "files/files.h"
 #include "files/paths.h"
 #include "registry/registry_store.h"
 
@@ -76,8 +72,8 @@ DWORD MakeFolders(const std::u16string& path) {
     for (auto end = path.find(u'\\', 3);; end = path.find(u'\\', end + 1)) {
         const Place folder = Locate(path.substr(0, end));
         if (!folder.reachable()) return folder.error;
-        if (!folder.exists()) Step();
-        if (!folder.exists() && mkdir(folder.host.c_str(), 0777) != 0) return ErrorOf(errno);
+        const DWORD error = folder.exists() ? 0 : MakeFolder(folder);
+        if (error) return error;
         if (folder.exists() && !folder.isFolder) return ERROR_PATH_NOT_FOUND;
         if (end == path.npos) return ERROR_SUCCESS;
     }
