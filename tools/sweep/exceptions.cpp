@@ -114,9 +114,10 @@ const std::vector<Case>& Cases() {
          "the log that names it is deleted nevertheless",
          {{Stage::Lasting, "uninstall", "MoveFileExW", TARGET "*"}}},
         {"Uninstall: the thumbnail handler's registration",
-         "`regsvr32.exe` can't be started, or the version of the system can't be read",
+         "`regsvr32.exe` can't be started or waited for, or the version of the system can't be read",
          "the handler no longer exists at the second run",
-         {{Stage::Lasting, "uninstall", "CreateProcessW|GetModuleHandleW|GetProcAddress|RtlGetVersion",
+         {{Stage::Lasting, "uninstall",
+           "CreateProcessW|GetModuleHandleW|GetProcAddress|RtlGetVersion|WaitForSingleObject",
            "HKLM\\SOFTWARE\\Classes\\CLSID\\*"}}},
 
         // ---- never repaired ----

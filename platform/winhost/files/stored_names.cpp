@@ -83,14 +83,17 @@ void AssignShortNames(const std::string& host) {
     folder.Lock();
     std::set<std::u16string> taken;
     std::vector<std::pair<std::u16string, std::string>> lacking;
-    while (const char* name = folder.Next()) {
-        std::u16string upper = Upper(Utf16(name));
-        if (names::IsShort(upper))
+    while (const char* entry = folder.Next()) {
+        // Each new entry scans its folder, so a long name that has a short one isn't converted.
+        const std::string_view name = entry;
+        const std::string kept = name.size() > kLongestShortName ? KeptShortName(host, name) : std::string();
+        std::u16string upper = kept.empty() ? Upper(Utf16(entry)) : Utf16(kept);
+        if (!kept.empty() || names::IsShort(upper))
             taken.insert(std::move(upper));
-        else if (const std::string kept = KeptShortName(host, name); !kept.empty())
-            taken.insert(Utf16(kept));
+        else if (const std::string own = KeptShortName(host, name); !own.empty())
+            taken.insert(Utf16(own));
         else
-            lacking.emplace_back(std::move(upper), name);
+            lacking.emplace_back(std::move(upper), entry);
     }
     std::sort(lacking.begin(), lacking.end());
     for (const auto& [upper, name] : lacking)
