@@ -62,7 +62,7 @@ TEST_F(CopyPassTest, EachKindGoesWhereTheMachineAndTheInstallTypeSay) {
             "file copy: skipped\r\n File Copy: skipped\r\nFile Copy:  skipped\r\n"
             "File Copy: skipped | a comment\r\n\r\n"
             "File Copy: none\\*\r\n"
-            "File Copy: last");
+            "File Copy: last\r\n\x1a\r\nFile Copy: skipped");
         EXPECT_EQ(Look(At("apps")), State(always + row.more));
         EXPECT_EQ(Look(kPackage), State(package));
     }
@@ -104,6 +104,9 @@ TEST_F(CopyPassTest, TheProbeLooksForALibraryOtherThanThePackagesOwn) {
     };
     EXPECT_EQ(copied("File Copy ind: runtime9.dll"), Names("runtime9.dll"));
     EXPECT_EQ(copied("File Copy ind: runtime9.dll > r.dll"), Names("r.dll"));
+    // The system adds ".dll" to a name without an extension, and must not find the hidden file.
+    ImportFile(QTV_BUILD_FOLDER "/package/runtime9.dll", At("bare9"));
+    EXPECT_EQ(copied("File Copy ind: bare9"), Names("bare9"));
     // A library from elsewhere counts only if it can be loaded.
     g_sourceDir = kPackage.c_str();
     ImportFile(QTV_BUILD_FOLDER "/package/runtime9.dll", kPackage + TEXT("\\runtime9.dll"));

@@ -194,7 +194,8 @@ TEST_F(InstallDriver, AsksBeforeReplacingTheSameOrANewerVersion) {
 TEST_F(InstallDriver, TakesUpTheGroupOfTheLastLoggedLink) {
     const std::string user = Bytes(GetShellFolder(CSIDL_PROGRAMS)),
                       common = Bytes(GetShellFolder(CSIDL_COMMON_PROGRAMS));
-    const std::string userStartup = Bytes(GetShellFolder(CSIDL_STARTUP));
+    const std::string userStartup = Bytes(GetShellFolder(CSIDL_STARTUP)),
+                      commonStartup = Bytes(GetShellFolder(CSIDL_COMMON_STARTUP));
     const std::string tag = "Shell Link: ";
     std::string upper = user;
     for (char& letter : upper)
@@ -214,7 +215,8 @@ TEST_F(InstallDriver, TakesUpTheGroupOfTheLastLoggedLink) {
          "shell link: " + user + "\\A\\x.lnk\n" + tag + common + "\\A\\x.lnk\n" + tag + "D:\\of " + user +
              "\\A\\x.lnk\n",
          TEXT("start")},
-        {1, tag + common + "\\A\\x.lnk\n" + tag + user + "\\B\\x.lnk\n", TEXT("A")},
+        {1, tag + common + "\\A\\x.lnk\n" + tag + user + "\\B\\x.lnk\n" + tag + commonStartup + "\\x.lnk",
+         TEXT("A")},
         {2, tag + user + "\\A\\x.lnk", TEXT("start")},
     };
     g_targetDir = kScratch.c_str();
