@@ -72,6 +72,11 @@ TEST_F(Wizard, ReplacesWhatTheUserAgreesToReplace) {
         EXPECT_EQ(Setup({}), 0u);
         EXPECT_TRUE(Same({}, Changes()));
     }
+    {
+        const BoxAnswers answers({IDYES, IDYES});
+        EXPECT_EQ(Setup(TEXT("-RunAfter"), [](const Driver& wizard) { wizard.Press(IDCANCEL); }), 0u);
+        EXPECT_TRUE(Same({}, Changes())) << "a cancelled install starts nothing";
+    }
     const HeldFile held(help, Hold::NoDelete);
     const BoxAnswers answers({IDYES});
     const auto person = [](const Driver& wizard) {
