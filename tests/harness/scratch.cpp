@@ -234,9 +234,8 @@ void SetFileVersion(const Text& path, unsigned major, unsigned minor, unsigned r
     ASSERT_NE(block, std::string::npos) << "no version block";
     const WORD numbers[] = {static_cast<WORD>(minor), static_cast<WORD>(major), static_cast<WORD>(build),
                             static_cast<WORD>(release)};
-    for (const std::size_t field :
-         {offsetof(VS_FIXEDFILEINFO, dwFileVersionMS), offsetof(VS_FIXEDFILEINFO, dwProductVersionMS)})
-        std::memcpy(&(*bytes)[block + field], numbers, sizeof numbers);
+    // The product's version stays, so a reader of the wrong version is noticed.
+    std::memcpy(&(*bytes)[block + offsetof(VS_FIXEDFILEINFO, dwFileVersionMS)], numbers, sizeof numbers);
     MakeFile(path, *bytes);
 }
 
