@@ -27,8 +27,8 @@ PROGRAMS = ("support", "framework", "start_up", "app", "uninstall", "install", "
             "end_to_end")
 OWN_PROGRAMS = {"app": ("start_up", "app"), "res": ("winhost", "app", "wizard")}
 COLUMNS = {"file", "is", "becomes", "breaks", "tests", "occurrence"}
-HANGS_AFTER_S = 120
-SAMPLE_S = 60
+HANGS_AFTER_S = 60
+SAMPLE_S = 45
 # The tests spend more time waiting than computing.
 WORKERS = 2 * (os.cpu_count() or 1)
 

