@@ -47,7 +47,7 @@ void RestartMachine();
 void SetCarriesOutWininit(bool on);
 
 // Whether entries of this machine also have short names of 8.3 characters, as on a Windows system drive. A new
-// machine's have. A search then finds page.html by *.htm, and each call takes the short name for the entry.
+// machine's have. A search then finds page.html by *.htm, and each call accepts the short name.
 void SetHasShortNames(bool on);
 
 // Returns the ids of the machine's running processes, without this one.

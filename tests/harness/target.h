@@ -19,7 +19,7 @@ std::filesystem::path MachinePath(const Text& path);
 
 // Carries out the boot-time marks.
 void CarryOutMarks();
-// Wine's folder browser takes a folder for another one when its time of access has changed. After this call, reading no
+// When a folder's time of access has changed, Wine's folder browser no longer recognises the folder. After this call, reading no
 // longer changes that time, neither for the folder nor for those above it.
 void HoldAccessTimes(const Text& folder);
 

@@ -1,6 +1,6 @@
 // The machine's running processes. .state/processes holds a file for each process, named by its id. The process keeps
 // its file locked (flock) from before its program begins until it ends; the kernel then drops the lock. So an id
-// belongs to a living process of this machine exactly while its file is locked, even if the host gives the number to
+// belongs to a living process of this machine only while its file is locked, even if the host uses the number for
 // another process later.
 #pragma once
 
@@ -14,7 +14,7 @@
 
 namespace winhost {
 
-// Held while a process is entered, so that nobody takes its file for that of an ended process.
+// Held while a process is entered, so that its file does not look like that of an ended process.
 class TableLock : MachineLock {
   public:
     TableLock() : MachineLock("processes.lock") {}

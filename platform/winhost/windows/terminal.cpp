@@ -16,7 +16,7 @@ namespace winhost {
 namespace {
 
 constexpr std::size_t kLinesAtOnce = 16;
-// The exit code that Windows gives a program when its user logs off.
+// The exit code of a program that Windows ends because its user logs off.
 constexpr UINT kSessionEnded = 0x40010004;
 
 std::u16string TextOfControl(HWND control) {
