@@ -1,53 +1,23 @@
 #include "app/setup_state.h"
 #include "engine/file_ops.h"
 #include "engine/machine_view.h"
+#include "harness/registry_values.h"
 
 namespace {
 
 using BootMarksTest = ScratchTest;
 
-constexpr WCHAR kInitFile[] = TEXT("WININIT.INI");
-constexpr DWORD kSectionChars = 16384;
+const Text kInitFile = TEXT("C:\\Windows\\WININIT.INI");
+constexpr std::size_t kSectionChars = 16384;
 
 // A value that isn't of the system's type prevents new marks.
 void RefuseMarks() {
-    HKEY key;
-    ASSERT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, TEXT("SYSTEM\\CurrentControlSet\\Control\\Session Manager"),
-                            0, KEY_ALL_ACCESS, &key),
-              ERROR_SUCCESS);
-    const DWORD number = 1;
-    EXPECT_EQ(RegSetValueExW(key, TEXT("PendingFileRenameOperations"), 0, REG_DWORD,
-                             reinterpret_cast<const BYTE*>(&number), sizeof number),
-              ERROR_SUCCESS);
-    RegCloseKey(key);
+    PutValue(HKEY_LOCAL_MACHINE, TEXT("SYSTEM\\CurrentControlSet\\Control\\Session Manager"),
+             TEXT("PendingFileRenameOperations"), Number(1));
 }
-
-Text InitPath() {
-    WCHAR windows[MAX_PATH];
-    GetWindowsDirectoryW(windows, MAX_PATH);
-    return windows + Text(TEXT("\\")) + kInitFile;
-}
-
-// The entries of the section, one on each line.
-Text RenameEntries() {
-    std::vector<WCHAR> section(kSectionChars * 2);
-    const DWORD count =
-        GetPrivateProfileSectionW(TEXT("rename"), section.data(), kSectionChars * 2, kInitFile);
-    Text entries(section.data(), count);
-    std::replace(entries.begin(), entries.end(), WCHAR{0}, TEXT('\n'));
-    return entries;
-}
-
-// Fills the section with `cch` characters. The null after each entry counts, the null that ends the list doesn't.
-void FillSection(std::size_t cch) {
-    const Text list = TEXT("NUL=") + Text(cch - 5, TEXT('x')) + Text(1, 0);
-    ASSERT_TRUE(WritePrivateProfileSectionW(TEXT("rename"), list.c_str(), kInitFile));
-}
-
-const Text kTenChars = TEXT("C:\\marked1");
 
 CHILD_PROGRAM(MarkTenChars) {
-    return ScheduleBootDelete(kTenChars.c_str()) ? 1 : 2;
+    return ScheduleBootDelete(TEXT("C:\\marked1")) ? 1 : 2;
 }
 
 TEST_F(BootMarksTest, MarksKeepTheOrderOfTheirCalls) {
@@ -57,48 +27,46 @@ TEST_F(BootMarksTest, MarksKeepTheOrderOfTheirCalls) {
     EXPECT_EQ(g_rebootNeeded, 1);
     EXPECT_TRUE(ScheduleBootDelete(At("a").c_str()));
     EXPECT_EQ(BootMarks(), Marks("a a.new>a a"));
-    EXPECT_FALSE(Exists(InitPath()));
+    EXPECT_FALSE(Exists(kInitFile));
 }
 
 TEST_F(BootMarksTest, TheSectionTakesWhatTheSystemRefuses) {
     RefuseMarks();
     // The shorter list is written second, so that no part of the longer one may follow it.
     for (const Text& path : {TEXT("C:\\") + Text(9000, TEXT('x')), Text(TEXT("C:\\first"))}) {
-        (void)DeleteFileW(InitPath().c_str());
+        (void)DeleteFileW(kInitFile.c_str());
         EXPECT_TRUE(ScheduleBootDelete(path.c_str()));
-        EXPECT_EQ(FileBytes(InitPath()), "[rename]\r\nNUL=" + std::string(path.begin(), path.end()) + "\r\n");
+        EXPECT_EQ(FileBytes(kInitFile), "[rename]\r\nNUL=" + std::string(path.begin(), path.end()) + "\r\n");
     }
 
-    ASSERT_TRUE(
-        WritePrivateProfileSectionW(TEXT("rename"), TEXT("C:\\new=C:\\old\0NUL=C:\\theirs\0"), kInitFile));
+    MakeFile(kInitFile, "[rename]\r\nC:\\new=C:\\old\r\nNUL=C:\\theirs\r\n");
     EXPECT_TRUE(ScheduleBootDelete(TEXT("C:\\ours")));
     EXPECT_EQ(g_rebootNeeded, 0);
     // The section has no real move: the source is deleted.
     EXPECT_TRUE(ScheduleBootReplace(TEXT("C:\\ours.new"), TEXT("C:\\ours")));
     EXPECT_NE(g_rebootNeeded, 0);
     EXPECT_TRUE(ScheduleBootDelete(TEXT("C:\\ours")));
-    EXPECT_EQ(RenameEntries(),
-              TEXT("C:\\new=C:\\old\nNUL=C:\\theirs\nNUL=C:\\ours\nNUL=C:\\ours.new\nNUL=C:\\ours\n"));
+    EXPECT_EQ(FileBytes(kInitFile),
+              "[rename]\r\nC:\\new=C:\\old\r\nNUL=C:\\theirs\r\nNUL=C:\\ours\r\nNUL=C:\\ours.new\r\n"
+              "NUL=C:\\ours\r\n");
 
-    DeleteTree(InitPath());
-    MakeFolder(InitPath());
+    DeleteTree(kInitFile);
+    MakeFolder(kInitFile);
     EXPECT_FALSE(ScheduleBootReplace(TEXT("C:\\ours.new"), TEXT("C:\\ours")));
     EXPECT_EQ(g_rebootNeeded, 0) << "the latest one decides";
 }
 
 TEST_F(BootMarksTest, ASectionThatWouldReachItsLimitEndsTheProcess) {
     RefuseMarks();
-    const std::size_t cchEntry = 4 + kTenChars.size() + 1;
-    FillSection(kSectionChars - 1 - cchEntry);
-    const Text entries = RenameEntries();
-    EXPECT_EQ(RunChild("MarkTenChars"), 1u);
-    EXPECT_EQ(RenameEntries(), entries + TEXT("NUL=") + kTenChars + TEXT("\n"));
-
-    for (const std::size_t cch : {kSectionChars - cchEntry, kSectionChars + std::size_t{9000}}) {
-        FillSection(cch);
-        const Text full = RenameEntries();
-        EXPECT_GT(RunChild("MarkTenChars"), 2u) << cch;
-        EXPECT_EQ(RenameEntries(), full) << cch;
+    const std::string entry = "NUL=C:\\marked1\r\n";
+    // In memory, each entry ends with one character.
+    const std::size_t cchLongest = kSectionChars - 1 - (entry.size() - 1);
+    for (const std::size_t cch : {cchLongest, cchLongest + 1, kSectionChars + 9000}) {
+        const std::string full = "[rename]\r\nNUL=" + std::string(cch - 5, 'x') + "\r\n";
+        MakeFile(kInitFile, full);
+        const DWORD exitCode = RunChild("MarkTenChars");
+        EXPECT_TRUE(cch == cchLongest ? exitCode == 1 : exitCode > 2) << cch;
+        EXPECT_EQ(FileBytes(kInitFile), cch == cchLongest ? full + entry : full) << cch;
     }
 }
 

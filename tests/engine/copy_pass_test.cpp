@@ -8,10 +8,6 @@ namespace {
 const Text kPackage = At("pkg");
 const Text kTarget = At("apps\\Q8");
 
-BOOL WINAPI SayWow64(HANDLE, PBOOL wow64) {
-    return *wow64 = TRUE;
-}
-
 class CopyPassTest : public ScratchTest {
   protected:
     CopyPassTest() {
@@ -19,15 +15,10 @@ class CopyPassTest : public ScratchTest {
         g_targetDir = kTarget.c_str();
         MakeFolder(kTarget);
     }
-    ~CopyPassTest() override { g_isWow64Process = m_isWow64Process; }
-
-    void Run(const std::string& manifest) {
+    static void Run(const std::string& manifest) {
         MakeFile(At("manifest"), manifest);
         RunCopyPass(At("manifest").c_str());
     }
-
-  private:
-    const IsWow64ProcessFn m_isWow64Process = g_isWow64Process;
 };
 
 TEST_F(CopyPassTest, EachKindGoesWhereTheMachineAndTheInstallTypeSay) {
@@ -41,14 +32,14 @@ TEST_F(CopyPassTest, EachKindGoesWhereTheMachineAndTheInstallTypeSay) {
         const char* more;
     } rows[] = {
         {"for all users", false, 1, ""},
-        {"under the 32-bit layer", true, 1, "Q8\\x64:2"},
         {"portable", false, 2, "Q8\\x64:2 Q8\\second.dll:5 prt:3"},
+        {"under the 32-bit layer", true, 1, "Q8\\x64:2"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         DeleteTree(At("apps"));
         MakeFolder(kTarget);
-        g_isWow64Process = row.wow64 ? SayWow64 : nullptr;
+        if (row.wow64) g_isWow64Process = [](HANDLE, PBOOL wow64) -> BOOL { return *wow64 = TRUE; };
         g_installType = row.installType;
         Run("File Copy: plain\r\n"
             "File Copy x64: x64\r\n"

@@ -2,6 +2,7 @@
 // another name. Before each test, all variables of the run get their start values again.
 #include "app/setup_state.h"
 
+#include "app/process_helpers.h"
 #include "app/setup_app.h"
 #include "instances/instance_manager.h"
 
@@ -34,6 +35,7 @@ class StartValues : public ::testing::EmptyTestEventListener {
         g_version = {};
         for (CString* text : {&g_targetDir, &g_sourceDir, &g_groupName, &g_sfxDir})
             *text = CString();
+        g_isWow64Process = nullptr;
         g_osVersion = {};
         g_osVersion.dwOSVersionInfoSize = sizeof g_osVersion;
         g_osVersion.dwMajorVersion = 10;

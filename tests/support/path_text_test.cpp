@@ -6,32 +6,23 @@
 #include "engine/file_steps.h"
 #include "harness/scratch.h"
 
-TEST(PathText, ParentDirCutsTheLastComponent) {
-    static const struct {
-        LPCWSTR path;
-        LPCWSTR parent;
-    } kRows[] = {
-        {TEXT("C:\\a\\b\\"), TEXT("C:\\a")},
-        {TEXT("C:\\a"), TEXT("C:")},
-        {TEXT("C:\\a\\\\"), TEXT("C:\\a")},
-        {TEXT("C:/a/b"), TEXT("")},
-        {TEXT("C:\\"), TEXT("")},
-        {TEXT("\\"), TEXT("")},
-        {nullptr, TEXT("")},
+TEST(PathText, ParentIsCutOffAndTheSeparatorAddedOnce) {
+    const struct {
+        LPCWSTR path, parent, closed;
+    } rows[] = {
+        {TEXT("C:\\a\\b\\"), TEXT("C:\\a"), TEXT("C:\\a\\b\\")},
+        {TEXT("C:\\a"), TEXT("C:"), TEXT("C:\\a\\")},
+        {TEXT("C:\\a\\\\"), TEXT("C:\\a"), TEXT("C:\\a\\\\")},
+        {TEXT("C:/a/"), TEXT(""), TEXT("C:/a/")},
+        {TEXT("C:\\"), TEXT(""), TEXT("C:\\")},
+        {TEXT("\\"), TEXT(""), TEXT("\\")},
+        {TEXT(""), TEXT(""), TEXT("\\")},
     };
-    for (const auto& row : kRows)
-        EXPECT_EQ(ParentDir(row.path).Text(), row.parent) << ::testing::PrintToString(CString(row.path));
-}
-
-TEST(PathText, SeparatorIsAddedOnce) {
-    static const std::pair<LPCWSTR, LPCWSTR> kRows[] = {
-        {TEXT("C:\\a"), TEXT("C:\\a\\")},
-        {TEXT("C:\\a\\"), TEXT("C:\\a\\")},
-        {TEXT("C:/a/"), TEXT("C:/a/")},
-        {TEXT(""), TEXT("\\")},
-    };
-    for (const auto& [folder, expected] : kRows)
-        EXPECT_EQ(WithSeparator(folder).Text(), expected);
+    for (const auto& row : rows) {
+        EXPECT_EQ(ParentDir(row.path), row.parent);
+        EXPECT_EQ(WithSeparator(row.path), row.closed);
+    }
+    EXPECT_TRUE(ParentDir(nullptr).IsEmpty());
 }
 
 TEST(PathText, FormatUnboundedTakesAnyLength) {

@@ -7,7 +7,7 @@ namespace {
 
 const Text kKey = TEXT("SOFTWARE\\Lorvanta\\Test\\Two levels");
 
-class Registry : public ScratchTest {};
+using Registry = ScratchTest;
 
 TEST_F(Registry, TextsAreReadUpToTheLimitWhateverTheirType) {
     const struct {

@@ -8,10 +8,7 @@
 
 namespace {
 
-class ShellFolders : public ScratchTest {
-  protected:
-    ~ShellFolders() override { winhost::SetFaults({}); }
-};
+using ShellFolders = ScratchTest;
 
 TEST_F(ShellFolders, ComeFromTheirRegistryValuesWhenTheShellFails) {
     const struct {
@@ -34,6 +31,7 @@ TEST_F(ShellFolders, ComeFromTheirRegistryValuesWhenTheShellFails) {
         PutValue(row.hive, key, row.value, Sz(path(row.folder)));
         EXPECT_EQ(GetShellFolder(row.folder).Text(), path(row.folder));
     }
+    winhost::SetFaults({});
 }
 
 TEST_F(ShellFolders, AreMadeWhereTheUserHasThem) {
