@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <map>
 #include <stdexcept>
 
@@ -208,6 +210,11 @@ static void Import(const fs::path& source, const Text& target) {
 
 void ImportFile(const std::string& buildPath, const Text& target) {
     Import(BuildPath(buildPath), target);
+}
+
+std::string BuildBytes(const std::string& buildPath) {
+    std::ifstream file(BuildPath(buildPath), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 void ImportFolder(const std::string& buildPath, const Text& target) {

@@ -56,6 +56,8 @@ std::vector<Text> Tree(const Text& folder = kScratch);
 // the machine. Programs stay programs.
 void ImportFile(const std::string& buildPath, const Text& target);
 void ImportFolder(const std::string& buildPath, const Text& target);
+// Returns the bytes of a file of the build. A missing file has none.
+std::string BuildBytes(const std::string& buildPath);
 // Overwrites the four numbers of the version block in a program file.
 void SetFileVersion(const Text& path, unsigned major, unsigned minor, unsigned release, unsigned build);
 

@@ -64,8 +64,8 @@ constexpr struct {
     {"mark for a long path", "ok"},
     {"text that is missing from its block", "0 e0"},
     {"classes of a user, deleted", "0"},
-    {"failed start", "its answer is as before"},
-    {"names left", "App\\ App\\b App\\x NAME.txt a file\\ "},
+    {"failed start", "is as before"},
+    {"names left", "App\\ App\\b App\\x NAME.txt a file\\"},
 };
 
 std::mutex boxMutex;

@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <string>
+#include <vector>
 
 #include "harness/scratch.h"
 
@@ -12,7 +13,21 @@ inline std::string Narrow(const Text& text) {
     return {text.begin(), text.end()};
 }
 
-// "ok", or "e" and the last error.
+// "ok", or "e" and the last error, even if that is none.
 inline std::string Told(bool done) {
     return done ? "ok" : "e" + std::to_string(GetLastError());
+}
+
+// "ok", or "e" and the error that a call returned.
+inline std::string ToldError(LSTATUS error) {
+    return error == ERROR_SUCCESS ? "ok" : "e" + std::to_string(error);
+}
+
+struct Answer {
+    std::string fact, found, windows;
+};
+
+inline void ExpectAnswers(const std::vector<Answer>& answers) {
+    for (const Answer& answer : answers)
+        EXPECT_EQ(answer.found, Expected(answer.fact, answer.windows)) << answer.fact;
 }

@@ -73,7 +73,7 @@ INT_PTR CALLBACK Procedure(HWND dialog, UINT message, WPARAM wParam, LPARAM lPar
     }
 }
 
-HWND Make(const Template& dialog, HWND parent = nullptr) {
+HWND MakeDialog(const Template& dialog, HWND parent = nullptr) {
     return CreateDialogIndirectParamW(nullptr, dialog.get(), parent, Procedure, 0);
 }
 
@@ -88,8 +88,8 @@ TEST_F(Dialogs, HoldTheControlsOfTheirTemplates) {
     const std::vector<Item> items = {{kStatic, WS_VISIBLE, 10, TEXT("&Name")},
                                      {kEdit, kTab, 11, TEXT("Ann")},
                                      {kButton, kTab, IDOK, TEXT("OK")}};
-    const HWND dialog = Make({kFrame, items});
-    const HWND page = Make({kPage, {{kButton, kTab, 40, TEXT("In page")}}}, dialog);
+    const HWND dialog = MakeDialog({kFrame, items});
+    const HWND page = MakeDialog({kPage, {{kButton, kTab, 40, TEXT("In page")}}}, dialog);
     ASSERT_TRUE(dialog && page);
     HWND child = GetWindow(dialog, GW_CHILD);
     for (const Item& item : items) {
@@ -115,15 +115,16 @@ TEST_F(Dialogs, HoldTheControlsOfTheirTemplates) {
 }
 
 TEST_F(Dialogs, GoByKeys) {
-    const HWND dialog = Make({kFrame,
-                              {{kStatic, WS_VISIBLE, 10, TEXT("&Name")},
-                               {kEdit, kTab, 11, TEXT("")},
-                               {kButton, kTab | WS_GROUP | BS_AUTORADIOBUTTON, 20, TEXT("&One")},
-                               {kButton, WS_VISIBLE | BS_AUTORADIOBUTTON, 21, TEXT("&Two")},
-                               {kButton, WS_VISIBLE | WS_DISABLED | BS_AUTORADIOBUTTON, 22, TEXT("T&hree")},
-                               {kButton, kTab | WS_GROUP | BS_AUTOCHECKBOX, 30, TEXT("Chec&k")},
-                               {kButton, kTab | BS_DEFPUSHBUTTON, IDOK, TEXT("OK")},
-                               {kButton, kTab, 3, TEXT("&Back")}}});
+    const HWND dialog =
+        MakeDialog({kFrame,
+                    {{kStatic, WS_VISIBLE, 10, TEXT("&Name")},
+                     {kEdit, kTab, 11, TEXT("")},
+                     {kButton, kTab | WS_GROUP | BS_AUTORADIOBUTTON, 20, TEXT("&One")},
+                     {kButton, WS_VISIBLE | BS_AUTORADIOBUTTON, 21, TEXT("&Two")},
+                     {kButton, WS_VISIBLE | WS_DISABLED | BS_AUTORADIOBUTTON, 22, TEXT("T&hree")},
+                     {kButton, kTab | WS_GROUP | BS_AUTOCHECKBOX, 30, TEXT("Chec&k")},
+                     {kButton, kTab | BS_DEFPUSHBUTTON, IDOK, TEXT("OK")},
+                     {kButton, kTab, 3, TEXT("&Back")}}});
     const auto control = [&](int id) { return GetDlgItem(dialog, id); };
     const struct {
         int from;
@@ -157,11 +158,11 @@ TEST_F(Dialogs, GoByKeys) {
 }
 
 TEST_F(Dialogs, AnswerAsWindowsDoes) {
-    const HWND dialog = Make({kFrame,
-                              {{kEdit, kTab, 11, TEXT("Hello World")},
-                               {kStatic, WS_VISIBLE, 12, TEXT("upper")},
-                               {kStatic, WS_VISIBLE, 12, TEXT("lower")},
-                               {kEdit, kTab | ES_MULTILINE, 13, TEXT("")}}});
+    const HWND dialog = MakeDialog({kFrame,
+                                    {{kEdit, kTab, 11, TEXT("Hello World")},
+                                     {kStatic, WS_VISIBLE, 12, TEXT("upper")},
+                                     {kStatic, WS_VISIBLE, 12, TEXT("lower")},
+                                     {kEdit, kTab | ES_MULTILINE, 13, TEXT("")}}});
     const HWND line = GetDlgItem(dialog, 11), lines = GetDlgItem(dialog, 13), upper = GetDlgItem(dialog, 12);
     (void)SendMessageW(line, EM_SETSEL, 0, 0);
     (void)SetFocus(nullptr);
@@ -190,7 +191,7 @@ const std::vector<Item> kModalItems = {{kEdit, kTab | ES_MULTILINE | ES_AUTOHSCR
                                        {kButton, kTab, 50, TEXT("End")}};
 
 TEST_F(Dialogs, RunUntilTheyEnd) {
-    const HWND owner = Make({kFrame, {{kEdit, kTab, 60, TEXT("")}}});
+    const HWND owner = MakeDialog({kFrame, {{kEdit, kTab, 60, TEXT("")}}});
     (void)SetWindowTextW(owner, TEXT("Owner"));  // a title that the driver doesn't look for
     const Template modal(kFrame & ~WS_VISIBLE, kModalItems);
     const auto run = [&] { return DialogBoxIndirectParamW(nullptr, modal.get(), owner, Procedure, 0); };
@@ -238,7 +239,7 @@ TEST_F(Dialogs, OfOtherProcessesAreDriven) {
         EXPECT_FALSE(SendMessageTimeoutW(dialog, WM_APP + 1, 300, 0, SMTO_NORMAL, 20, &result));
         EXPECT_EQ(GetLastError(), DWORD{ERROR_TIMEOUT});
         EXPECT_EQ(SendMessageW(dialog, WM_APP, 3, 4), 7) << "the next answer is the next message's";
-        const HWND own = Make({kFrame, {}});
+        const HWND own = MakeDialog({kFrame, {}});
         if (dies)
             EXPECT_EQ(SendMessageW(dialog, WM_APP + 2, 0, 0), 0) << "nobody is left to answer";
         else  // the child sends a message back before it answers

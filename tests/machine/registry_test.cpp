@@ -1,15 +1,11 @@
 // The registry's calls, as the program relies on them.
-#include <string>
-#include <vector>
-
 #include "harness/registry_values.h"
-#include "harness/scratch.h"
+#include "machine/answers.h"
 
 namespace {
 
 constexpr WCHAR kProbe[] = TEXT("Software\\Lorvanta\\Probe");
 constexpr DWORD kTextChars = 300;
-constexpr LSTATUS kBadPathname = 161, kKeyDeleted = 1018;
 
 // Every test has its own empty key.
 class Registry : public ScratchTest {
@@ -20,58 +16,56 @@ class Registry : public ScratchTest {
     HKEY m_key = nullptr;
 };
 
-LSTATUS OpenError(HKEY parent, LPCWSTR name) {
+std::string OpenKey(HKEY parent, LPCWSTR name) {
     HKEY key = nullptr;
     const LSTATUS error = RegOpenKeyExW(parent, name, 0, KEY_READ, &key);
     if (error == ERROR_SUCCESS) RegCloseKey(key);
-    return error;
+    return ToldError(error);
 }
 
-LSTATUS MakeError(HKEY parent, LPCWSTR name) {
+std::string MakeKey(HKEY parent, LPCWSTR name) {
     HKEY key = nullptr;
     const LSTATUS error = RegCreateKeyW(parent, name, &key);
     if (error == ERROR_SUCCESS) RegCloseKey(key);
-    return error;
+    return ToldError(error);
 }
 
-LSTATUS SetError(HKEY key) {
-    return RegSetValueExW(key, TEXT("x"), 0, REG_DWORD, reinterpret_cast<const BYTE*>("abcd"), 4);
+std::string SetValue(HKEY key) {
+    return ToldError(RegSetValueExW(key, TEXT("x"), 0, REG_DWORD, reinterpret_cast<const BYTE*>("abcd"), 4));
 }
 
-LSTATUS EnumError(HKEY key, DWORD index, DWORD cchName) {
+std::string DeleteKey(HKEY parent, LPCWSTR name) {
+    return ToldError(RegDeleteKeyW(parent, name));
+}
+
+std::string EnumerateKey(HKEY key, DWORD index, DWORD cchName) {
     WCHAR name[kTextChars];
-    return RegEnumKeyW(key, index, name, cchName);
+    return ToldError(RegEnumKeyW(key, index, name, cchName));
 }
 
 TEST_F(Registry, FailsWithTheErrorThatItsCallersTellApart) {
-    ASSERT_EQ(MakeError(m_key, TEXT("Parent\\Child")), ERROR_SUCCESS);
+    ASSERT_EQ(MakeKey(m_key, TEXT("Parent\\Child")), "ok");
     HKEY reader = nullptr;
     ASSERT_EQ(RegOpenKeyExW(m_key, nullptr, 0, KEY_READ, &reader), ERROR_SUCCESS);
     EXPECT_NE(reader, m_key);
     const Text longName(kTextChars, TEXT('n'));
-    const struct {
-        const char* call;
-        LSTATUS found, expected;
-    } rows[] = {
-        {"open without regard to case", OpenError(m_key, TEXT("PARENT\\child")), ERROR_SUCCESS},
-        {"open with a closing backslash", OpenError(m_key, TEXT("Parent\\")), ERROR_SUCCESS},
-        {"open with a leading backslash", OpenError(m_key, TEXT("\\Parent")), kBadPathname},
-        {"open a class with a leading backslash", OpenError(HKEY_CLASSES_ROOT, TEXT("\\CLSID")),
-         ERROR_SUCCESS},
-        {"open without a name", OpenError(m_key, nullptr), ERROR_SUCCESS},
-        {"open a missing key", OpenError(m_key, TEXT("none\\x")), ERROR_FILE_NOT_FOUND},
-        {"open below no key", OpenError(nullptr, TEXT("x")), ERROR_INVALID_HANDLE},
-        {"make with a name too long", MakeError(m_key, longName.c_str()), ERROR_INVALID_PARAMETER},
-        {"set without the right", SetError(reader), ERROR_ACCESS_DENIED},
-        {"delete a missing value", RegDeleteValueW(m_key, TEXT("x")), ERROR_FILE_NOT_FOUND},
-        {"delete a key with sub-keys", RegDeleteKeyW(m_key, TEXT("Parent")), ERROR_ACCESS_DENIED},
-        {"delete without a name", RegDeleteKeyW(m_key, nullptr), ERROR_INVALID_PARAMETER},
-        {"enumerate past the end", EnumError(m_key, 1, kTextChars), ERROR_NO_MORE_ITEMS},
-        {"enumerate without room for the end", EnumError(m_key, 0, 6), ERROR_MORE_DATA},
-        {"enumerate with just room", EnumError(m_key, 0, 7), ERROR_SUCCESS},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(row.found, row.expected) << row.call;
+    ExpectAnswers({
+        {"open without regard to case", OpenKey(m_key, TEXT("PARENT\\child")), "ok"},
+        {"open with a closing backslash", OpenKey(m_key, TEXT("Parent\\")), "ok"},
+        {"open with a leading backslash", OpenKey(m_key, TEXT("\\Parent")), "e161"},
+        {"open a class with a leading backslash", OpenKey(HKEY_CLASSES_ROOT, TEXT("\\CLSID")), "ok"},
+        {"open without a name", OpenKey(m_key, nullptr), "ok"},
+        {"open a missing key", OpenKey(m_key, TEXT("none\\x")), "e2"},
+        {"open below no key", OpenKey(nullptr, TEXT("x")), "e6"},
+        {"make with a name too long", MakeKey(m_key, longName.c_str()), "e87"},
+        {"set without the right", SetValue(reader), "e5"},
+        {"delete a missing value", ToldError(RegDeleteValueW(m_key, TEXT("x"))), "e2"},
+        {"delete a key with sub-keys", DeleteKey(m_key, TEXT("Parent")), "e5"},
+        {"delete without a name", DeleteKey(m_key, nullptr), "e87"},
+        {"enumerate past the end", EnumerateKey(m_key, 1, kTextChars), "e259"},
+        {"enumerate without room for the end", EnumerateKey(m_key, 0, 6), "e234"},
+        {"enumerate with just room", EnumerateKey(m_key, 0, 7), "ok"},
+    });
     RegCloseKey(reader);
 
     const BYTE text[] = "a";
@@ -105,11 +99,11 @@ TEST_F(Registry, GivesValuesByBytes) {
 TEST_F(Registry, HandlesOfADeletedKeyStayDead) {
     HKEY key = nullptr;
     ASSERT_EQ(RegCreateKeyW(m_key, TEXT("Gone"), &key), ERROR_SUCCESS);
-    ASSERT_EQ(SetError(key), ERROR_SUCCESS);
-    ASSERT_EQ(RegDeleteKeyW(m_key, TEXT("gone")), ERROR_SUCCESS);
-    EXPECT_EQ(SetError(key), kKeyDeleted);
-    EXPECT_EQ(MakeError(m_key, TEXT("Gone")), ERROR_SUCCESS);
-    EXPECT_EQ(SetError(key), kKeyDeleted) << "made again, it is another key";
+    ASSERT_EQ(SetValue(key), "ok");
+    ASSERT_EQ(DeleteKey(m_key, TEXT("gone")), "ok");
+    EXPECT_EQ(SetValue(key), "e1018");
+    EXPECT_EQ(MakeKey(m_key, TEXT("Gone")), "ok");
+    EXPECT_EQ(SetValue(key), "e1018") << "made again, it is another key";
     EXPECT_FALSE(GetValue(HKEY_CURRENT_USER, kProbe + Text(TEXT("\\Gone")), TEXT("x")));
     EXPECT_EQ(RegCloseKey(key), ERROR_SUCCESS);
 }

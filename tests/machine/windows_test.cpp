@@ -7,7 +7,7 @@ namespace {
 
 constexpr WCHAR kFrameClass[] = TEXT("MachineTestFrame");
 
-HWND Make(LPCWSTR title, DWORD style = WS_OVERLAPPEDWINDOW, HWND owner = nullptr) {
+HWND MakeFrame(LPCWSTR title, DWORD style = WS_OVERLAPPEDWINDOW, HWND owner = nullptr) {
     WNDCLASSEXW frame = {};
     frame.cbSize = sizeof frame;
     frame.lpfnWndProc = DefWindowProcW;
@@ -19,8 +19,8 @@ HWND Make(LPCWSTR title, DWORD style = WS_OVERLAPPEDWINDOW, HWND owner = nullptr
 class Windows : public ScratchTest {};
 
 TEST_F(Windows, GoWithTheirOwner) {
-    const HWND frame = Make(TEXT("Frame"));
-    const HWND owned = Make(TEXT("Owned"), WS_POPUP, frame);
+    const HWND frame = MakeFrame(TEXT("Frame"));
+    const HWND owned = MakeFrame(TEXT("Owned"), WS_POPUP, frame);
     EXPECT_EQ(GetWindow(owned, GW_OWNER), frame);
     const auto below = [](HWND window) { return FindWindowExW(nullptr, window, kFrameClass, nullptr); };
     EXPECT_TRUE(below(nullptr) == owned && below(owned) == frame);
@@ -33,7 +33,7 @@ TEST_F(Windows, GoWithTheirOwner) {
 }
 
 TEST_F(Windows, GetTenThousandMessagesInOrder) {
-    const HWND frame = Make(TEXT("Frame"));
+    const HWND frame = MakeFrame(TEXT("Frame"));
     std::thread([frame] {
         for (WPARAM i = 0; i < 10000; ++i)
             EXPECT_TRUE(PostMessageW(frame, WM_APP, i, 0)) << i;

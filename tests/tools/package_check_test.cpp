@@ -26,8 +26,6 @@ class PackageCheckTest : public ScratchTest {
         Write("QtvUnInst.log", kStart);
         Write("HomePage.url", kPage + "Update=http://h/de");
         Write("agreement.txt", Utf16("Agree?\r\n"));
-        ImportFile(QTV_SOURCE_FOLDER "/docs/manifest.md", kScratch + TEXT("\\manual"));
-        m_manual = FileBytes(kScratch + TEXT("\\manual")).value_or("");
     }
     static void Write(const std::string& name, const std::string& bytes) {
         MakeFile(kPackage + TEXT("\\") + Wide(name), bytes);
@@ -47,7 +45,7 @@ class PackageCheckTest : public ScratchTest {
     }
     int ExitCode() const { return package_check::ExitCode(m_findings); }
 
-    std::string m_manual;
+    const std::string m_manual = BuildBytes(QTV_SOURCE_FOLDER "/docs/manifest.md");
     std::vector<Finding> m_findings;
 };
 
@@ -289,17 +287,12 @@ TEST(PackageCheckReport, SaysAllForAPersonAndForAProgram) {
               "f:3: [some-id] a\"\\\\x01\n    what happens: b\n    instead:      c\n"
               "pkg: [other] d\n    what happens: e\n    instead:      g\n"
               "f:1: [hint] note: h\n    what happens: i\n    instead:      j\npkg: 2 findings, 1 note\n");
-    EXPECT_EQ(package_check::ToJson(findings, "p"),
-              "{\"package\": \"p\", \"exitCode\": 1, \"findings\": [\n"
-              "  {\"id\": \"some-id\", \"level\": \"error\", \"file\": \"f\", \"line\": 3, \"what\": "
-              "\"a\\\"\\\\\\u0001\", "
-              "\"happens\": \"b\", \"instead\": \"c\"},\n"
-              "  {\"id\": \"other\", \"level\": \"error\", \"file\": \"\", \"line\": 0, \"what\": \"d\", "
-              "\"happens\": \"e\", "
-              "\"instead\": \"g\"},\n"
-              "  {\"id\": \"hint\", \"level\": \"note\", \"file\": \"f\", \"line\": 1, \"what\": \"h\", "
-              "\"happens\": \"i\", "
-              "\"instead\": \"j\"}\n]}\n");
+    EXPECT_EQ(package_check::ToJson(findings, "p"), R"({"package": "p", "exitCode": 1, "findings": [
+  {"id": "some-id", "level": "error", "file": "f", "line": 3, "what": "a\"\\\u0001", "happens": "b", "instead": "c"},
+  {"id": "other", "level": "error", "file": "", "line": 0, "what": "d", "happens": "e", "instead": "g"},
+  {"id": "hint", "level": "note", "file": "f", "line": 1, "what": "h", "happens": "i", "instead": "j"}
+]}
+)");
 }
 
 TEST(PackageCheckReport, SarifNamesRuleLevelAndPlace) {

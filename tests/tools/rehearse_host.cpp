@@ -1,5 +1,4 @@
 // The program rehearse itself, run from the host's shell.
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -7,7 +6,8 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+
+#include "harness/scratch.h"
 
 namespace fs = std::filesystem;
 
@@ -26,10 +26,13 @@ class RehearseProgram : public ::testing::Test {
         const std::string line = "TMPDIR=" + kTemporary + " " QTV_BUILD_FOLDER "/rehearse " + arguments +
                                  " >" + kWork + "/output 2>&1";
         const int status = std::system(line.c_str());
-        std::ifstream file(kWork + "/output");
-        m_output.assign(std::istreambuf_iterator<char>(file), {});
+        m_output = BuildBytes(kWork + "/output");
         EXPECT_TRUE(fs::is_empty(kTemporary));
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+    void ExpectSaid(const std::string& text) const {
+        EXPECT_NE(m_output.find(text), m_output.npos) << text << "\nisn't in\n" << m_output;
     }
 
     std::string CopyOfPackage() const {
@@ -58,28 +61,26 @@ TEST_F(RehearseProgram, SaysWhatItCantRehearse) {
     };
     for (const auto& [arguments, says] : rows) {
         EXPECT_EQ(Run(arguments), 2) << arguments;
-        EXPECT_NE(m_output.find(says), m_output.npos) << m_output;
+        ExpectSaid(says);
     }
 }
 
 TEST_F(RehearseProgram, ShowsRunsThatComeToNothing) {
     const std::string package = CopyOfPackage();
     EXPECT_EQ(Run(package + " --"), 0);
-    EXPECT_NE(m_output.find("a page that waits for a person  ->  the program was ended"), m_output.npos)
-        << m_output;
+    ExpectSaid("a page that waits for a person  ->  the program was ended");
     std::ofstream(package + "/QtvUnInst.log", std::ios::binary).write("\0\x1A\xFF\r\x1B[31m\xC3", 10);
     EXPECT_EQ(Run(package), 1);
     fs::remove(package + "/QtvApp8.exe");
     EXPECT_EQ(Run(package), 0);
-    EXPECT_NE(m_output.find("[Qantivo 8] This setup files are damaged, installation aborted."), m_output.npos)
-        << m_output;
+    ExpectSaid("[Qantivo 8] This setup files are damaged, installation aborted.");
     std::ofstream(package + "/setup.exe") << "MZ no program";
     EXPECT_EQ(Run("--json " + kSample + " --earlier " + package), 0);
-    EXPECT_NE(m_output.find("setup.exe runs instead"), m_output.npos) << m_output;
+    ExpectSaid("setup.exe runs instead");
 }
 
 TEST_F(RehearseProgram, RemovesItsMachineWhenItIsBrokenOff) {
-    const auto start = [&] {
+    const auto breakOff = [&](int signal) {
         const pid_t child = fork();
         if (child == 0) {
             setenv("TMPDIR", kTemporary.c_str(), 1);
@@ -90,19 +91,16 @@ TEST_F(RehearseProgram, RemovesItsMachineWhenItIsBrokenOff) {
         while (fs::is_empty(kTemporary) ||
                !fs::exists(fs::directory_iterator(kTemporary)->path() / "machine/C/Package"))
             usleep(1000);
-        return child;
+        (void)kill(child, signal);
+        int status = 0;
+        (void)waitpid(child, &status, 0);
+        return WEXITSTATUS(status);
     };
-    int status = 0;
-    pid_t child = start();
-    (void)kill(child, SIGINT);
-    (void)waitpid(child, &status, 0);
-    EXPECT_EQ(WEXITSTATUS(status), 128 + SIGINT);
+    EXPECT_EQ(breakOff(SIGINT), 128 + SIGINT);
     EXPECT_TRUE(fs::is_empty(kTemporary));
 
     // If the program is killed, the next run removes what it left.
-    child = start();
-    (void)kill(child, SIGKILL);
-    (void)waitpid(child, &status, 0);
+    (void)breakOff(SIGKILL);
     EXPECT_FALSE(fs::is_empty(kTemporary));
     EXPECT_EQ(Run(kSample), 0);
 }

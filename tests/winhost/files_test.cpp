@@ -2,24 +2,13 @@
 #include <fstream>
 
 #include "files/files.h"
-#include "harness/scratch.h"
+#include "machine/file_calls.h"
 #include "winhost.h"
 #include "winhost/neighbour.h"
 
 namespace {
 
-using Texts = std::vector<Text>;
-
 class HostFiles : public ScratchTest {};
-
-DWORD ErrorOf(BOOL done) {
-    return done ? DWORD{ERROR_SUCCESS} : GetLastError();
-}
-
-DWORD OpenError(LPCWSTR path, DWORD access, DWORD share) {
-    const HANDLE file = CreateFileW(path, access, share, nullptr, OPEN_EXISTING, 0, nullptr);
-    return file == INVALID_HANDLE_VALUE ? GetLastError() : ErrorOf(CloseHandle(file));
-}
 
 TEST_F(HostFiles, AreSharedAcrossProcessesAsBothSidesAllow) {
     constexpr DWORD kAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
@@ -41,101 +30,88 @@ TEST_F(HostFiles, AreSharedAcrossProcessesAsBothSidesAllow) {
             return CreateFileW(TEXT("a"), row.heldAccess, row.heldShare, nullptr, OPEN_EXISTING, 0,
                                nullptr) != INVALID_HANDLE_VALUE;
         });
-        EXPECT_EQ(OpenError(TEXT("A"), row.access, row.share),
-                  row.allowed ? DWORD{ERROR_SUCCESS} : DWORD{ERROR_SHARING_VIOLATION})
+        EXPECT_EQ(Open("A", row.access, OPEN_EXISTING, row.share), row.allowed ? "ok" : "e32")
             << row.heldAccess << " " << row.heldShare << " " << row.access << " " << row.share;
     }
-    EXPECT_EQ(OpenError(TEXT("a"), GENERIC_READ | GENERIC_WRITE, 0), DWORD{ERROR_SUCCESS})
+    EXPECT_EQ(Open("a", GENERIC_READ | GENERIC_WRITE, OPEN_EXISTING, 0), "ok")
         << "a claim ends with its process";
 }
 
 TEST_F(HostFiles, StayWhereAnotherProcessNeedsThem) {
-    MakeFile(TEXT("C:\\Scratch\\top\\deep\\image"));
+    MakeFiles({"top\\deep\\image"});
     MakeFolder(TEXT("C:\\Scratch\\top\\current"));
     {
         const Neighbour neighbour([] { return SetCurrentDirectoryW(TEXT("top\\current")); });
-        EXPECT_EQ(ErrorOf(RemoveDirectoryW(TEXT("top\\current"))), DWORD{ERROR_SHARING_VIOLATION});
-        EXPECT_EQ(ErrorOf(MoveFileW(TEXT("top\\current"), TEXT("x"))), DWORD{ERROR_SHARING_VIOLATION});
-        EXPECT_EQ(ErrorOf(MoveFileW(TEXT("top"), TEXT("x"))), DWORD{ERROR_ACCESS_DENIED});
+        ExpectAnswers({{"remove a current folder", Remove("top\\current"), "e32"},
+                       {"move a current folder", Move("top\\current", "x"), "e32"},
+                       {"move the folder of a current folder", Move("top", "x"), "e5"}});
     }
-    EXPECT_TRUE(RemoveDirectoryW(TEXT("top\\current")));
     const std::string image = winhost::HostPath(u"top\\deep\\image").native();
     const Neighbour neighbour([&] { return winhost::OpenFile::OpenImage(image).release() != nullptr; });
-    EXPECT_EQ(ErrorOf(DeleteFileW(TEXT("top\\deep\\image"))), DWORD{ERROR_ACCESS_DENIED});
-    EXPECT_EQ(OpenError(TEXT("top\\deep\\image"), GENERIC_WRITE, 7), DWORD{ERROR_SHARING_VIOLATION});
-    EXPECT_EQ(OpenError(TEXT("top\\deep\\image"), GENERIC_READ, 1), DWORD{ERROR_SUCCESS});
-    EXPECT_TRUE(MoveFileW(TEXT("top\\deep\\image"), TEXT("top\\aside")));
-    EXPECT_EQ(ErrorOf(DeleteFileW(TEXT("top\\aside"))), DWORD{ERROR_ACCESS_DENIED});
-    EXPECT_TRUE(MoveFileW(TEXT("top"), TEXT("bottom")));
+    ExpectAnswers({
+        {"remove it afterwards", Remove("top\\current"), "ok"},
+        {"delete a running program", Delete("top\\deep\\image"), "e5"},
+        {"open it for writing", Open("top\\deep\\image", GENERIC_WRITE, OPEN_EXISTING, 7), "e32"},
+        {"open it for reading", Open("top\\deep\\image"), "ok"},
+        {"move it", Move("top\\deep\\image", "top\\aside"), "ok"},
+        {"delete it elsewhere", Delete("top\\aside"), "e5"},
+        {"move its folder", Move("top", "bottom"), "ok"},
+    });
 }
 
 TEST_F(HostFiles, PathsFollowWindowsRules) {
-    MakeFile(TEXT("C:\\Scratch\\dir\\File"));
-    const struct {
-        LPCWSTR path;
-        DWORD error;
-    } rows[] = {
-        {TEXT("C:\\..\\..\\..\\Scratch\\dir\\file"), ERROR_SUCCESS},
-        {TEXT("nowhere\\..\\dir\\file"), ERROR_SUCCESS},
-        {TEXT("dir\\file\\"), ERROR_INVALID_NAME},
-        {TEXT("dir\\file\\below"), ERROR_PATH_NOT_FOUND},
-        {TEXT("dir\\a:b"), ERROR_INVALID_NAME},
-        {TEXT("\\\\server\\share\\file"), ERROR_PATH_NOT_FOUND},
-        {TEXT(""), ERROR_PATH_NOT_FOUND},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(ErrorOf(GetFileAttributesW(row.path) != INVALID_FILE_ATTRIBUTES), row.error)
-            << ::testing::PrintToString(Text(row.path));
-    const Text longest = kScratch + TEXT("\\") + Text(247 - kScratch.size() - 1, TEXT('x'));
-    EXPECT_TRUE(CreateDirectoryW(longest.c_str(), nullptr));
-    EXPECT_EQ(ErrorOf(CreateDirectoryW((longest + TEXT("x")).c_str(), nullptr)),
-              DWORD{ERROR_FILENAME_EXCED_RANGE});
-    EXPECT_TRUE(MoveFileW(TEXT("dir"), TEXT("DIR")));
-    EXPECT_EQ(Tree()[0], TEXT("DIR\\"));
-    EXPECT_FALSE(MoveFileW(TEXT("dir"), TEXT("dir\\inside")));
-    EXPECT_EQ(ErrorOf(MoveFileW(TEXT("dir"), TEXT("D:\\dir"))), DWORD{ERROR_NOT_SAME_DEVICE});
-    EXPECT_TRUE(MoveFileW(TEXT("dir\\file"), TEXT("D:\\moved")));
-    EXPECT_TRUE(DeleteFileW(TEXT("D:\\moved")));
-    EXPECT_FALSE(Exists(TEXT("dir\\file")));
+    MakeFiles({"dir\\File"});
+    const std::string longest = "C:\\Scratch\\" + std::string(247 - kScratch.size() - 1, 'x');
+    ExpectAnswers({
+        {"above the root", Attributes("C:\\..\\..\\..\\Scratch\\dir\\file"), "ok"},
+        {"out of a missing folder", Attributes("nowhere\\..\\dir\\file"), "ok"},
+        {"a file as a folder", Attributes("dir\\file\\"), "e123"},
+        {"below a file", Attributes("dir\\file\\below"), "e3"},
+        {"a colon in a name", Attributes("dir\\a:b"), "e123"},
+        {"a share", Attributes("\\\\server\\share\\file"), "e3"},
+        {"no name", Attributes(""), "e3"},
+        {"the longest folder", Make(longest), "ok"},
+        {"a longer folder", Make(longest + "x"), "e206"},
+        {"another case", Move("dir", "DIR"), "ok"},
+        {"its spelling", Narrow(Tree()[0]), "DIR\\"},
+        {"a folder into itself", Move("dir", "dir\\inside"), "e32"},
+        {"a folder to another drive", Move("dir", "D:\\dir"), "e17"},
+        {"a file to another drive", Move("dir\\file", "D:\\moved"), "ok"},
+        {"the moved file", Delete("D:\\moved"), "ok"},
+        {"the file where it was", Attributes("dir\\file"), "e2"},
+    });
 }
 
 // The 8.3 names of the folder's entries, with blanks between, in the order of the long names.
-Text ShortNames(const Text& folder) {
-    Text names;
-    WIN32_FIND_DATAW data;
-    const HANDLE find = FindFirstFileW((folder + TEXT("\\*")).c_str(), &data);
-    do
-        names += data.cAlternateFileName + Text(data.cAlternateFileName[0] ? 1 : 0, ' ');
-    while (FindNextFileW(find, &data));
-    FindClose(find);
-    return names;
+std::string ShortNames(const std::string& folder) {
+    std::vector<Text> names;
+    for (const WIN32_FIND_DATAW& each : Search(Wide(folder) + TEXT("\\*")))
+        if (each.cAlternateFileName[0]) names.push_back(each.cAlternateFileName);
+    return Listed(names);
 }
 
 TEST_F(HostFiles, ShortNamesAreFixedWhenAnEntryIsMadeOrNamed) {
-    MakeFile(TEXT("C:\\Scratch\\long1\\LONGNA~2.TXT"));
-    for (const LPCWSTR name :
-         {TEXT("long1\\longname.5.txt"), TEXT("long1\\longname.4.txt"), TEXT("long1\\longname.3.txt")})
-        EXPECT_TRUE(CopyFileW(TEXT("long1\\longna~2.txt"), name, FALSE));
-    EXPECT_EQ(ShortNames(TEXT("long1")), TEXT("LONGNA~4.TXT LONGNA~3.TXT LONGNA~1.TXT "));
-    EXPECT_TRUE(DeleteFileW(TEXT("long1\\longname.5.txt")));
-    EXPECT_TRUE(MoveFileW(TEXT("long1\\longname.3.txt"), TEXT("long1\\longname.6.txt")));
-    EXPECT_EQ(ShortNames(TEXT("long1")), TEXT("LONGNA~3.TXT LONGNA~1.TXT "));
-    EXPECT_TRUE(CreateDirectoryW(TEXT("long number 2"), nullptr));
-    for (const LPCWSTR name : {TEXT("longname.4.txt"), TEXT("longname.6.txt")})
-        EXPECT_TRUE(
-            MoveFileW((TEXT("long1\\") + Text(name)).c_str(), (TEXT("LONGNU~1\\") + Text(name)).c_str()));
-    EXPECT_EQ(ShortNames(TEXT("long number 2")), TEXT("LONGNA~1.TXT LONGNA~2.TXT "))
-        << "anew in another folder";
+    MakeFiles({"long1\\LONGNA~2.TXT"});
+    for (const std::string name : {"longname.5.txt", "longname.4.txt", "longname.3.txt"})
+        EXPECT_EQ(Copy("long1\\longna~2.txt", "long1\\" + name), "ok");
+    EXPECT_EQ(ShortNames("long1"), "LONGNA~4.TXT LONGNA~3.TXT LONGNA~1.TXT");
+    EXPECT_EQ(Delete("long1\\longname.5.txt"), "ok");
+    EXPECT_EQ(Move("long1\\longname.3.txt", "long1\\longname.6.txt"), "ok");
+    EXPECT_EQ(ShortNames("long1"), "LONGNA~3.TXT LONGNA~1.TXT");
+    EXPECT_EQ(Make("long number 2"), "ok");
+    for (const std::string name : {"longname.4.txt", "longname.6.txt"})
+        EXPECT_EQ(Move("long1\\" + name, "LONGNU~1\\" + name), "ok");
+    EXPECT_EQ(ShortNames("long number 2"), "LONGNA~1.TXT LONGNA~2.TXT") << "anew in another folder";
     // The host renames one entry and adds another.
     const auto folder = winhost::HostPath(u"long number 2");
     std::filesystem::rename(folder / "longname.4.txt", folder / "renamed by host.txt");
     std::ofstream(folder / "longname.7.txt").put('x');
-    EXPECT_EQ(ShortNames(TEXT("long number 2")), TEXT("LONGNA~2.TXT LONGNA~1.TXT RENAME~1.TXT "));
+    EXPECT_EQ(ShortNames("long number 2"), "LONGNA~2.TXT LONGNA~1.TXT RENAME~1.TXT");
     winhost::CopyStored(folder / "longname.6.txt", folder.parent_path() / "longname.6.txt");
-    EXPECT_TRUE(Exists(TEXT("longna~2.txt"))) << "a machine's copy has the same";
+    EXPECT_EQ(Attributes("longna~2.txt"), "ok") << "a machine's copy has the same";
     winhost::SetHasShortNames(false);
-    EXPECT_FALSE(Exists(TEXT("longna~2.txt")));
-    EXPECT_EQ(ShortNames(TEXT("long number 2")), TEXT(""));
+    EXPECT_EQ(Attributes("longna~2.txt"), "e2");
+    EXPECT_EQ(ShortNames("long number 2"), "");
     winhost::SetHasShortNames(true);
 }
 
@@ -168,11 +144,11 @@ TEST_F(HostFiles, ProfileFilesKeepTheirEncodingAndOtherSections) {
 
 TEST_F(HostFiles, FullDiscRefusesAWholeCopyAndAWholeText) {
     constexpr LPCWSTR kProfile = TEXT("C:\\Scratch\\marks.ini");
-    MakeFile(TEXT("C:\\Scratch\\source"), std::string(1000, 's'));
+    MakeFiles({"source"}, std::string(1000, 's'));
     EXPECT_TRUE(WritePrivateProfileSectionW(TEXT("rename"), TEXT("NUL=a\0"), kProfile));
     const std::uint64_t used = winhost::BytesUsed();
     winhost::SetLimits({.room = used + 999});
-    EXPECT_EQ(ErrorOf(CopyFileW(TEXT("source"), TEXT("copy"), FALSE)), DWORD{ERROR_DISK_FULL});
+    EXPECT_EQ(Copy("source", "copy"), "e112");
     EXPECT_FALSE(Exists(TEXT("copy"))) << "Windows takes it away again";
     const Text longEntry = TEXT("NUL=") + Text(1200, 'b') + Text(1, 0);
     EXPECT_FALSE(WritePrivateProfileSectionW(TEXT("rename"), longEntry.c_str(), kProfile));
@@ -181,12 +157,12 @@ TEST_F(HostFiles, FullDiscRefusesAWholeCopyAndAWholeText) {
     EXPECT_EQ(met.call, "CopyFileW");
     EXPECT_EQ(met.leastRefused, used + 1000);
     winhost::SetLimits({.room = used + 1000});
-    EXPECT_TRUE(CopyFileW(TEXT("source"), TEXT("copy"), FALSE));
+    EXPECT_EQ(Copy("source", "copy"), "ok");
     EXPECT_EQ(winhost::LiftLimits().leastRefused, UINT64_MAX);
 }
 
 TEST_F(HostFiles, PowerGoesInTheMidstOfACopy) {
-    MakeFile(TEXT("C:\\Scratch\\source"), std::string(1000, 's'));
+    MakeFiles({"source"}, std::string(1000, 's'));
     // Twelve steps: the file is made, it gets its size, and ten parts of 32 bytes are written.
     winhost::SetLimits({.steps = 12});
     const pid_t id = fork();
@@ -200,17 +176,15 @@ TEST_F(HostFiles, PowerGoesInTheMidstOfACopy) {
 
 TEST_F(HostFiles, RestartKeepsWhatWindowsWouldKeep) {
     constexpr DWORD kDelayed = MOVEFILE_DELAY_UNTIL_REBOOT;
-    for (const LPCWSTR name :
-         {TEXT("guarded"), TEXT("new"), TEXT("shown"), TEXT("fresh"), TEXT("current\\x")})
-        MakeFile(kScratch + TEXT("\\") + name, "new");
-    for (const LPCWSTR name : {TEXT("hidden"), TEXT("stale")})
-        MakeFile(kScratch + TEXT("\\") + name, "old");
+    constexpr DWORD kReplacing = kDelayed | MOVEFILE_REPLACE_EXISTING;
+    MakeFiles({"guarded", "new", "shown", "fresh", "current\\x"}, "new");
+    MakeFiles({"hidden", "stale"}, "old");
     EXPECT_TRUE(SetFileAttributesW(TEXT("guarded"), FILE_ATTRIBUTE_READONLY));
-    EXPECT_TRUE(MoveFileExW(TEXT("guarded"), nullptr, kDelayed));
-    EXPECT_TRUE(MoveFileExW(TEXT("new"), TEXT("guarded"), kDelayed | MOVEFILE_REPLACE_EXISTING));
-    EXPECT_TRUE(MoveFileExW(TEXT("missing"), TEXT("shown"), kDelayed | MOVEFILE_REPLACE_EXISTING));
-    EXPECT_TRUE(MoveFileExW(TEXT("current\\x"), nullptr, kDelayed));
-    EXPECT_TRUE(MoveFileExW(TEXT("current"), nullptr, kDelayed));
+    ExpectAnswers({{"mark a guarded file", Move("guarded", "", kDelayed), "ok"},
+                   {"mark to replace it", Move("new", "guarded", kReplacing), "ok"},
+                   {"mark a missing file", Move("missing", "shown", kReplacing), "ok"},
+                   {"mark a file in the current folder", Move("current\\x", "", kDelayed), "ok"},
+                   {"mark the current folder", Move("current", "", kDelayed), "ok"}});
     EXPECT_TRUE(SetCurrentDirectoryW(TEXT("current")));
     EXPECT_TRUE(WritePrivateProfileSectionW(
         TEXT("rename"), TEXT("C:\\Scratch\\stale=C:\\Scratch\\fresh\0NUL=C:\\Scratch\\hidden\0"),
@@ -218,7 +192,7 @@ TEST_F(HostFiles, RestartKeepsWhatWindowsWouldKeep) {
     winhost::SetCarriesOutWininit(true);
     RestartMachine();
     winhost::SetCarriesOutWininit(false);
-    EXPECT_EQ(Tree(), (Texts{TEXT("guarded"), TEXT("new"), TEXT("shown"), TEXT("stale")}));
+    EXPECT_EQ(Listed(Tree()), "guarded new shown stale");
     EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\stale")), "new");
     EXPECT_TRUE(Exists(TEXT("C:\\Windows\\wininit.bak")));
     EXPECT_TRUE(DeleteFileW(TEXT("C:\\Windows\\wininit.bak")));

@@ -7,7 +7,8 @@
 #include <csignal>
 #include <functional>
 
-// Another process of the machine, a fork of the test's. It does something and then waits for the test to end it.
+// Another process, a fork of the test's. It does something and then waits for the test to end it. It is one of the
+// machine's processes only for what it does there: the machine doesn't list it.
 class Neighbour {
   public:
     explicit Neighbour(const std::function<bool()>& act) {
@@ -29,6 +30,7 @@ class Neighbour {
         kill(m_id, SIGKILL);
         waitpid(m_id, nullptr, 0);
     }
+    pid_t Id() const { return m_id; }
     Neighbour(const Neighbour&) = delete;
     Neighbour& operator=(const Neighbour&) = delete;
 

@@ -1,13 +1,10 @@
 // Processes of the embedded machine: who counts as one, how they are found and how they end.
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <csignal>
 #include <fstream>
 
 #include "processes/process_table.h"
 #include "harness/scratch.h"
 #include "winhost.h"
+#include "winhost/neighbour.h"
 
 namespace fs = std::filesystem;
 
@@ -18,13 +15,9 @@ class HostProcesses : public ScratchTest {};
 const std::string kSleeper = QTV_BUILD_FOLDER "/sleeper.exe";
 
 TEST_F(HostProcesses, OfTheHostAreNoneOfTheMachines) {
-    const pid_t stranger = fork();
-    if (stranger == 0) {
-        pause();
-        _exit(0);
-    }
-    const auto id = static_cast<DWORD>(stranger);
-    const fs::path stale = fs::path(winhost::TableFolder()) / std::to_string(stranger);
+    const Neighbour stranger([] { return true; });
+    const auto id = static_cast<DWORD>(stranger.Id());
+    const fs::path stale = fs::path(winhost::TableFolder()) / std::to_string(id);
     for (const bool listed : {false, true}) {
         if (listed) std::ofstream(stale) << "left by a process that ended";
         EXPECT_EQ(OpenProcess(PROCESS_TERMINATE, FALSE, id), nullptr);
@@ -32,9 +25,7 @@ TEST_F(HostProcesses, OfTheHostAreNoneOfTheMachines) {
     }
     EXPECT_TRUE(winhost::WaitForProcesses(10000)) << "a process outside the machine is not waited for";
     EXPECT_FALSE(fs::exists(stale));
-    EXPECT_EQ(waitpid(stranger, nullptr, WNOHANG), 0) << "the stranger runs on";
-    kill(stranger, SIGKILL);
-    waitpid(stranger, nullptr, 0);
+    EXPECT_EQ(waitpid(stranger.Id(), nullptr, WNOHANG), 0) << "the stranger runs on";
 }
 
 TEST_F(HostProcesses, AreFoundByIdAndEndedThroughAHandleThatMay) {

@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <fstream>
-#include <iterator>
 
 #include <shlobj.h>
 
@@ -22,8 +21,7 @@ fs::path File() {
 }
 
 std::string ReadText() {
-    std::ifstream file(File(), std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    return BuildBytes(File());
 }
 
 // Replaces the file by another one, so that it is read again.

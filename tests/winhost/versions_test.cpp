@@ -1,34 +1,19 @@
 // Version blocks and resources from bytes: of Windows executables, of host programs, and of damaged files.
-#include <cstring>
-
 #include "core/bytes.h"
 #include "resources/resources.h"
-#include "harness/scratch.h"
 #include "harness/target.h"
+#include "machine/file_calls.h"
 #include "resources/version_block.h"
 
 namespace {
 
 constexpr WCHAR kFile[] = TEXT("C:\\Scratch\\file.exe");
 
-// The four numbers of a file's version block, or 0 when it has none.
-std::uint64_t VersionOf(const std::string& bytes) {
+// The fixed part of a file's version block. The buffer is no larger than needed, so that the sanitizers see any access
+// after its end.
+std::string VersionOf(const std::string& bytes) {
     MakeFile(kFile, bytes);
-    // The buffer is no larger than needed, so that the sanitizers see any access after its end.
-    std::vector<BYTE> block(GetFileVersionInfoSizeW(kFile, nullptr));
-    void* value = nullptr;
-    UINT cbValue = 0;
-    if (block.empty() || !GetFileVersionInfoW(kFile, 0, static_cast<DWORD>(block.size()), block.data()) ||
-        !VerQueryValueW(block.data(), TEXT("\\"), &value, &cbValue))
-        return 0;
-    VS_FIXEDFILEINFO info = {};
-    std::memcpy(&info, value, std::min<std::size_t>(cbValue, sizeof info));
-    return std::uint64_t{info.dwFileVersionMS} << 32 | info.dwFileVersionLS;
-}
-
-std::string Bytes(const std::filesystem::path& file) {
-    ImportFile(file, TEXT("C:\\Scratch\\import"));
-    return FileBytes(TEXT("C:\\Scratch\\import")).value_or("");
+    return Version(kFile, TEXT("\\"));
 }
 
 // The resources of this test, made into a Windows program by the tools of the build machine.
@@ -38,7 +23,7 @@ std::string WindowsProgram() {
     const std::string command = "x86_64-w64-mingw32-windres -J res -O coff -i " + resources + " -o " + base +
                                 ".o && x86_64-w64-mingw32-ld --entry 0 -o " + base + ".exe " + base + ".o";
     EXPECT_EQ(std::system(command.c_str()), 0);
-    const std::string program = Bytes(base + ".exe");
+    const std::string program = BuildBytes(base + ".exe");
     std::filesystem::remove(base + ".o");
     std::filesystem::remove(base + ".exe");
     return program;
@@ -60,14 +45,11 @@ class HostVersions : public ScratchTest {};
 
 TEST_F(HostVersions, AreFoundInProgramsOfEveryKind) {
     const std::string program = WindowsProgram();
-    for (const std::string& each : {program, Narrowed(program), Bytes(OwnProgram())})
-        EXPECT_EQ(VersionOf(each), 0x0008000500020000u);
-    for (const std::string& each : {std::string(), Bytes(QTV_BUILD_FOLDER "/sleeper.exe")}) {
-        EXPECT_EQ(VersionOf(each), 0u);
-        EXPECT_EQ(GetLastError(), DWORD{ERROR_RESOURCE_DATA_NOT_FOUND});
-    }
-    EXPECT_EQ(GetFileVersionInfoSizeW(TEXT("C:\\Scratch\\none"), nullptr), 0u);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
+    for (const std::string& each : {program, Narrowed(program), BuildBytes(OwnProgram())})
+        EXPECT_EQ(VersionOf(each), "52 1213 65263 0 1 5 8 0 2");
+    for (const std::string& each : {std::string(), BuildBytes(QTV_BUILD_FOLDER "/sleeper.exe")})
+        EXPECT_EQ(VersionOf(each), "e1812");
+    EXPECT_EQ(Version(TEXT("C:\\Scratch\\none"), TEXT("\\")), "e2");
 }
 
 TEST_F(HostVersions, OfDamagedFilesAreWholeOrMissing) {

@@ -10,12 +10,7 @@ namespace {
 class HostWindows : public ScratchTest {};
 
 HWND Make(LPCWSTR title) {
-    WNDCLASSEXW frame = {};
-    frame.cbSize = sizeof frame;
-    frame.lpfnWndProc = DefWindowProcW;
-    frame.lpszClassName = TEXT("HostFrame");
-    (void)RegisterClassExW(&frame);
-    return CreateWindowExW(0, TEXT("HostFrame"), title, WS_VISIBLE, 0, 0, 0, 0, nullptr, nullptr, nullptr,
+    return CreateWindowExW(0, TEXT("STATIC"), title, WS_VISIBLE, 0, 0, 0, 0, nullptr, nullptr, nullptr,
                            nullptr);
 }
 
