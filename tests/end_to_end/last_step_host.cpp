@@ -38,16 +38,18 @@ TEST_F(LastStep, RestartsOnlyWhenAReplacementWaits) {
         Text arguments;
         bool held = true, token = true;
         long starts = 0;
-        std::size_t restarts = 0;
+        unsigned tries = 0;  // to restart the machine
     } rows[] = {
         {.arguments = TEXT("-s -runafter"), .held = false, .starts = 1},
         {.arguments = TEXT("-s")},
-        {.arguments = TEXT("-s -runafter"), .restarts = 1},
-        {.arguments = TEXT("-s -runafter"), .token = false},
+        {.arguments = TEXT("-s -runafter"), .tries = 1},
+        // Without the function, setup tries it without the privilege.
+        {.arguments = TEXT("-s -runafter"), .token = false, .tries = 1},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(&row - rows);
         winhost::ClearEvents();
+        winhost::SetProgramFaults("setup.exe", {});
         winhost::HideFunction("OpenProcessToken", !row.token);
         {
             std::optional<HeldFile> held;
@@ -55,11 +57,13 @@ TEST_F(LastStep, RestartsOnlyWhenAReplacementWaits) {
             EXPECT_EQ(Setup(row.arguments), 0u);
         }
         EXPECT_EQ(Starts(), row.starts);
+        EXPECT_EQ(winhost::ProgramCallCounts()["ExitWindowsEx"], row.tries);
         // EWX_REBOOT, and the reason: planned, an application, an installation.
         EXPECT_EQ(Events("exit-windows"),
-                  std::vector<std::string>(row.restarts, "exit-windows\t2\t2147745794"));
+                  std::vector<std::string>(row.token ? row.tries : 0, "exit-windows\t2\t2147745794"));
         RestartMachine();
     }
+    winhost::ClearProgramFaults();
     winhost::HideFunction("OpenProcessToken", false);
 }
 

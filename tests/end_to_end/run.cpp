@@ -5,10 +5,6 @@
 #include "common/system_names.h"
 #include "snapshot/names.h"
 
-std::string Narrow(const Text& text) {
-    return {text.begin(), text.end()};
-}
-
 namespace {
 
 std::string Replaced(std::string text, const std::string& from, const std::string& to) {

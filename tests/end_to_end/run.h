@@ -55,5 +55,4 @@ State With(State base, const State& more);
 
 // Replaces paths of the machine in a text by the names above. Where does the opposite.
 std::string Neutral(std::string text);
-std::string Narrow(const Text& text);
 Text Where(std::string text);

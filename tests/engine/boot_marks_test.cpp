@@ -36,7 +36,7 @@ TEST_F(BootMarksTest, TheSectionTakesWhatTheSystemRefuses) {
     for (const Text& path : {TEXT("C:\\") + Text(9000, TEXT('x')), Text(TEXT("C:\\first"))}) {
         (void)DeleteFileW(kInitFile.c_str());
         EXPECT_TRUE(ScheduleBootDelete(path.c_str()));
-        EXPECT_EQ(FileBytes(kInitFile), "[rename]\r\nNUL=" + std::string(path.begin(), path.end()) + "\r\n");
+        EXPECT_EQ(FileBytes(kInitFile), "[rename]\r\nNUL=" + Narrow(path) + "\r\n");
     }
 
     MakeFile(kInitFile, "[rename]\r\nC:\\new=C:\\old\r\nNUL=C:\\theirs\r\n");

@@ -16,6 +16,9 @@ using Text = std::basic_string<WCHAR>;
 inline Text Wide(const std::string& ascii) {
     return {ascii.begin(), ascii.end()};
 }
+inline std::string Narrow(const Text& ascii) {
+    return {ascii.begin(), ascii.end()};
+}
 // Returns the text as the bytes of a UTF-16 file.
 std::string Utf16(const std::string& ascii);
 

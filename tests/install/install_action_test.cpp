@@ -55,12 +55,9 @@ TEST_F(InstallAction, OnlyAnUpdateClearsTheGround) {
 
 // The group is recorded even if it couldn't be made. Without the group, only its own links are missing.
 TEST_F(InstallAction, RecordsTheGroupInAnyCase) {
-    const auto folder = [](int id) {
-        const Text path = GetShellFolder(id).Text();
-        return std::string(path.begin(), path.end()) + "\\";
-    };
-    const std::string root = folder(CSIDL_PROGRAMS), own = "Qantivo 8.lnk\r\n",
-                      help = "Qantivo 8 Help.lnk\r\n";
+    const std::string root = Narrow(GetShellFolder(CSIDL_PROGRAMS).Text()) + "\\",
+                      desktop = Narrow(GetShellFolder(CSIDL_DESKTOP).Text()) + "\\",
+                      own = "Qantivo 8.lnk\r\n", help = "Qantivo 8 Help.lnk\r\n";
     const struct {
         LPCWSTR name;
         std::string logged;
@@ -77,7 +74,7 @@ TEST_F(InstallAction, RecordsTheGroupInAnyCase) {
         const std::string link = "Shell Link: " + root + row.logged + "\\";
         EXPECT_EQ(FileBytes(kLog), kManifest + "\r\nMade Dir: " + root + row.logged + "\r\n" +
                                        (row.linked ? link + own + link + help : "") +
-                                       "Shell Link: " + folder(CSIDL_DESKTOP) + own);
+                                       "Shell Link: " + desktop + own);
     }
 }
 

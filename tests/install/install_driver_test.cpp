@@ -2,8 +2,6 @@
 
 #include <shlobj.h>
 
-#include <algorithm>
-
 #include "app/process_helpers.h"
 #include "app/setup_state.h"
 #include "install/earlier_install.h"
@@ -15,10 +13,6 @@ namespace {
 
 const Text kApplication = TEXT("\\QtvApp8.exe");
 const Text kPackage = kScratch + TEXT("\\a package");
-
-std::string Bytes(const CString& text) {
-    return {text.Text().begin(), text.Text().end()};
-}
 
 using InstallDriver = ScratchTest;
 
@@ -34,11 +28,11 @@ CHILD_PROGRAM(InstallSilently) {
     WCHAR folder[MAX_PATH];
     (void)GetCurrentDirectoryW(MAX_PATH, folder);
     MakeFile(TEXT("C:\\Scratch\\settled"),
-             Bytes(g_targetDir) + " type " + std::to_string(g_installType) + " desktop " +
+             Narrow(g_targetDir.Text()) + " type " + std::to_string(g_installType) + " desktop " +
                  std::to_string(g_desktopIcon) + " startup " + std::to_string(g_autoStart) + " fresh " +
                  std::to_string(g_freshInstall) + " older " + std::to_string(g_upgradeOlder) + " run " +
                  std::to_string(g_runAfter) + (g_targetDir == folder ? "" : " elsewhere") +
-                 (g_groupName == kProductName ? "" : " group " + Bytes(g_groupName)));
+                 (g_groupName == kProductName ? "" : " group " + Narrow(g_groupName.Text())));
     return static_cast<DWORD>(result);
 }
 
@@ -63,7 +57,7 @@ TEST_F(InstallDriver, OptionsSettleTheInstall) {
     };
     MakePackage();
     MakeFile(TEXT("C:\\Scratch\\kept\\install.log"),
-             "Shell Link: " + Bytes(GetShellFolder(CSIDL_PROGRAMS)) + "\\Qantivo K\\x.lnk");
+             "Shell Link: " + Narrow(GetShellFolder(CSIDL_PROGRAMS).Text()) + "\\Qantivo K\\x.lnk");
     for (const auto& [arguments, settled] : rows) {
         EXPECT_EQ(RunChild("InstallSilently", kPackage + TEXT("\\setup.exe"), arguments), 0u);
         EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\settled")), settled);
@@ -77,20 +71,19 @@ TEST_F(InstallDriver, ReadsVersionsOfWholeFilesAlone) {
     const Text application = kPackage + kApplication;
     SetFileVersion(application, 8, 65535, 0, 7);
     const std::string whole = FileBytes(application).value_or("");
-    for (const std::size_t cbLeft : {whole.size(), whole.size() / 4, std::size_t{200}, std::size_t{0}}) {
-        MakeFile(application, whole.substr(0, cbLeft));
-        g_version = {1, 2, 3, 4};
-        ReadFileVersion(application.c_str());
-        const bool read = cbLeft == whole.size();
-        const DWORD numbers[] = {g_version.major, g_version.minor, g_version.release, g_version.build};
-        const DWORD expected[] = {read ? 8u : 0, read ? 65535u : 0, 0, read ? 7u : 0};
-        EXPECT_TRUE(std::equal(numbers, numbers + 4, expected)) << cbLeft;
-    }
-    for (const Text& path : {kPackage, kScratch + TEXT("\\none.exe"), kScratch + Text(400, 'x')}) {
+    const auto version = [](const Text& path) {
         g_version = {1, 2, 3, 4};
         ReadFileVersion(path.c_str());
-        EXPECT_EQ(g_version.major, 0u);
+        return std::vector{g_version.major, g_version.minor, g_version.release, g_version.build};
+    };
+    EXPECT_EQ(version(application), (std::vector<DWORD>{8, 65535, 0, 7}));
+    const std::vector<DWORD> none(4);
+    for (const std::size_t cbLeft : {whole.size() / 4, std::size_t{200}, std::size_t{0}}) {
+        MakeFile(application, whole.substr(0, cbLeft));
+        EXPECT_EQ(version(application), none) << cbLeft;
     }
+    for (const Text& path : {kPackage, kScratch + TEXT("\\none.exe"), kScratch + Text(400, 'x')})
+        EXPECT_EQ(version(path), none);
 }
 
 TEST_F(InstallDriver, FindsTheFolderOfAnEarlierInstallation) {
@@ -122,32 +115,17 @@ TEST_F(InstallDriver, TakesTheDriveOfWindowsWithoutAProgramFilesFolder) {
     PutValue(HKEY_LOCAL_MACHINE, key, TEXT("ProgramFilesDir"), before);
 }
 
-TEST_F(InstallDriver, TakesUpTypeAndStartupLink) {
+TEST_F(InstallDriver, TakesUpTheInstallType) {
     const struct {
         int before;
         LPCWSTR stored;
         int type;
-        bool userLink, commonLink;
-    } rows[] = {
-        {.before = 0, .stored = TEXT("B"), .type = 1, .userLink = true, .commonLink = false},
-        {.before = 1, .stored = TEXT("A"), .type = 0, .userLink = false, .commonLink = true},
-        {.before = 1, .stored = TEXT("b"), .type = 0, .userLink = true, .commonLink = true},
-        {.before = 2, .stored = TEXT("B"), .type = 2, .userLink = false, .commonLink = false},
-    };
-    const Text user = GetShellFolder(CSIDL_STARTUP).Text() + TEXT("\\Qantivo 8.lnk"),
-               common = GetShellFolder(CSIDL_COMMON_STARTUP).Text() + TEXT("\\Qantivo 8.lnk");
+    } rows[] = {{0, TEXT("B"), 1}, {1, TEXT("A"), 0}, {1, TEXT("b"), 0}, {2, TEXT("B"), 2}};
     for (const auto& row : rows) {
         PutValue(HKEY_LOCAL_MACHINE, kProductKey, TEXT("AllUsers"), Sz(row.stored));
-        for (const auto& [link, stands] : {std::pair{user, row.userLink}, std::pair{common, row.commonLink}})
-            stands ? MakeFile(link) : DeleteTree(link);
-        const auto tree = Tree(GetShellFolder(CSIDL_COMMON_STARTUP).Text());
         g_installType = row.before;
-        g_autoStart = !row.userLink && !row.commonLink;
         TakeUpInstallType();
-        TakeUpAutoStart();
         EXPECT_EQ(g_installType, row.type) << &row - rows;
-        EXPECT_EQ(g_autoStart, row.userLink || row.commonLink) << &row - rows;
-        EXPECT_EQ(Tree(GetShellFolder(CSIDL_COMMON_STARTUP).Text()), tree) << "the test file is deleted";
     }
 }
 
@@ -192,35 +170,34 @@ TEST_F(InstallDriver, AsksBeforeReplacingTheSameOrANewerVersion) {
 }
 
 TEST_F(InstallDriver, TakesUpTheGroupOfTheLastLoggedLink) {
-    const std::string user = Bytes(GetShellFolder(CSIDL_PROGRAMS)),
-                      common = Bytes(GetShellFolder(CSIDL_COMMON_PROGRAMS));
-    const std::string userStartup = Bytes(GetShellFolder(CSIDL_STARTUP)),
-                      commonStartup = Bytes(GetShellFolder(CSIDL_COMMON_STARTUP));
-    const std::string tag = "Shell Link: ";
-    std::string upper = user;
-    for (char& letter : upper)
-        letter = static_cast<char>(std::toupper(letter));
+    const std::string tag = "Shell Link: ", user = Narrow(GetShellFolder(CSIDL_PROGRAMS).Text());
+    const auto link = [&](int folder, const std::string& path) {
+        return tag + Narrow(GetShellFolder(folder).Text()) + path + "\n";
+    };
     const struct {
         int installType;
         std::string log;
         LPCWSTR group;
     } rows[] = {
         {0,
-         tag + user + "\\A\\B\\x.lnk\r\n" + tag + userStartup + "\\x.lnk\r\n" + tag +
+         link(CSIDL_PROGRAMS, "\\A\\B\\x.lnk\r") + link(CSIDL_STARTUP, "\\x.lnk") + tag +
              "C:\\x.lnk\nMade Dir: " + user + "\\Z\\z",
          TEXT("A\\B")},
-        {0, tag + user + "\\A\\x.lnk\n" + tag + upper + "\\Last One\\x.lnk  \n", TEXT("Last One")},
-        {0, tag + user + "\\x.lnk\n", TEXT("")},
         {0,
-         "shell link: " + user + "\\A\\x.lnk\n" + tag + common + "\\A\\x.lnk\n" + tag + "D:\\of " + user +
-             "\\A\\x.lnk\n",
+         link(CSIDL_PROGRAMS, "\\A\\x.lnk") + tag + Narrow(CString(Wide(user).c_str()).MakeUpper().Text()) +
+             "\\Last One\\x.lnk  \n",
+         TEXT("Last One")},
+        {0, link(CSIDL_PROGRAMS, "\\x.lnk"), TEXT("")},
+        {0, link(CSIDL_COMMON_PROGRAMS, "\\A\\x.lnk") + tag + "D:\\of " + user + "\\A\\x.lnk\n",
          TEXT("start")},
-        {1, tag + common + "\\A\\x.lnk\n" + tag + user + "\\B\\x.lnk\n" + tag + commonStartup + "\\x.lnk",
+        {1,
+         link(CSIDL_COMMON_PROGRAMS, "\\A\\x.lnk") + link(CSIDL_PROGRAMS, "\\B\\x.lnk") +
+             link(CSIDL_COMMON_STARTUP, "\\x.lnk"),
          TEXT("A")},
-        {2, tag + user + "\\A\\x.lnk", TEXT("start")},
+        {2, link(CSIDL_PROGRAMS, "\\A\\x.lnk"), TEXT("start")},
     };
     g_targetDir = kScratch.c_str();
-    MakeFile(TEXT("C:\\Scratch\\install.log"), tag + common + "\\Older\\x.lnk");
+    MakeFile(TEXT("C:\\Scratch\\install.log"), link(CSIDL_COMMON_PROGRAMS, "\\Older\\x.lnk"));
     for (const auto& row : rows) {
         MakeFile(TEXT("C:\\Scratch\\QtvUnInst.log"), row.log);
         g_installType = row.installType;

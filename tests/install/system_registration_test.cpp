@@ -6,31 +6,24 @@
 
 namespace {
 
-class SystemRegistration : public ScratchTest {
-  protected:
-    ~SystemRegistration() override { g_isWow64Process = nullptr; }
-};
-
-BOOL WINAPI RunsUnder32BitLayer(HANDLE, PBOOL answer) {
-    return *answer = TRUE;
-}
+using SystemRegistration = ScratchTest;
 
 TEST_F(SystemRegistration, DependsOnProcessAndSystem) {
     const struct {
-        IsWow64ProcessFn isWow64;
-        DWORD major, minor;
+        bool wow64;
+        std::pair<DWORD, DWORD> system;
         LPCWSTR handler, imageTypes;
     } rows[] = {
-        {nullptr, 6, 2, TEXT("C:\\q\\ThumbQvi32.dll"), TEXT("Qantivo.8")},
-        {RunsUnder32BitLayer, 6, 1, TEXT("C:\\q\\x64\\ThumbQvi64.dll"), TEXT("Applications\\QtvApp8.exe")},
-        {nullptr, 10, 0, TEXT("C:\\q\\ThumbQvi32.dll"), TEXT("Qantivo.8")},
-        {nullptr, 5, 2, TEXT("C:\\q\\ThumbQviXP32.dll"), TEXT("Applications\\QtvApp8.exe")},
-        {RunsUnder32BitLayer, 5, 2, TEXT(""), TEXT("Applications\\QtvApp8.exe")},
+        {false, {6, 2}, TEXT("C:\\q\\ThumbQvi32.dll"), TEXT("Qantivo.8")},
+        {false, {10, 0}, TEXT("C:\\q\\ThumbQvi32.dll"), TEXT("Qantivo.8")},
+        {false, {5, 2}, TEXT("C:\\q\\ThumbQviXP32.dll"), TEXT("Applications\\QtvApp8.exe")},
+        {true, {6, 1}, TEXT("C:\\q\\x64\\ThumbQvi64.dll"), TEXT("Applications\\QtvApp8.exe")},
+        {true, {5, 2}, TEXT(""), TEXT("Applications\\QtvApp8.exe")},
     };
     for (const auto& row : rows) {
-        g_isWow64Process = row.isWow64;
-        g_osVersion.dwMajorVersion = row.major;
-        g_osVersion.dwMinorVersion = row.minor;
+        if (row.wow64) g_isWow64Process = [](HANDLE, PBOOL answer) -> BOOL { return *answer = TRUE; };
+        g_osVersion.dwMajorVersion = row.system.first;
+        g_osVersion.dwMinorVersion = row.system.second;
         EXPECT_EQ(ThumbnailHandlerPath(TEXT("C:\\q\\")), row.handler);
         WriteSystemRegistration();
         EXPECT_EQ(GetValue(HKEY_LOCAL_MACHINE, kProductKey + Text(TEXT("\\Capabilities\\FileAssociations")),
