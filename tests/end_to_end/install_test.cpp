@@ -67,9 +67,10 @@ TEST_F(Install, FromInsideTheTargetFolder) {
 }
 
 // The registrar is named without a folder, so the search begins in the folder of the program. This behaviour is kept on
-// purpose (docs/security.md).
+// purpose (docs/security.md). The version library is always the system's.
 TEST_F(Install, RunsTheProgramNamedAsTheRegistrarBesideSetup) {
     ImportFile(QTV_BUILD_FOLDER "/package/QtvApp8.exe", package + TEXT("\\regsvr32.exe"));
+    ImportFile(QTV_BUILD_FOLDER "/package/runtime9.dll", package + TEXT("\\version.dll"));
     Rebase();
     Setup(TEXT("-s"));
     const State changes = Changes();
