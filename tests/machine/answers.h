@@ -8,11 +8,6 @@
 
 #include "harness/scratch.h"
 
-// The text's characters as bytes. The text is plain ASCII.
-inline std::string Narrow(const Text& text) {
-    return {text.begin(), text.end()};
-}
-
 // "ok", or "e" and the last error, even if that is none.
 inline std::string Told(bool done) {
     return done ? "ok" : "e" + std::to_string(GetLastError());

@@ -62,16 +62,12 @@ TEST_F(FileAssociations, FormerChoicesComeBack) {
     const Stored unended = StoredValue{REG_BINARY, std::string(1024, 'A')};
     const struct {
         LPCWSTR extension;
-        Stored present, former = {}, presentAfter = {}, formerAfter = {};
+        Stored present, former = {}, after = {}, noteAfter = {};
     } rows[] = {
-        {.extension = TEXT(".bmp"), .present = ours, .former = paint, .presentAfter = paint},
+        {.extension = TEXT(".bmp"), .present = ours, .former = paint, .after = paint},
         {.extension = TEXT(".gif"), .present = ours},
-        {.extension = TEXT(".jpg"),
-         .present = paint,
-         .former = paint,
-         .presentAfter = paint,
-         .formerAfter = paint},
-        {.extension = TEXT(".cmp"), .present = ours, .former = longest, .presentAfter = longest},
+        {.extension = TEXT(".jpg"), .present = paint, .former = paint, .after = paint, .noteAfter = paint},
+        {.extension = TEXT(".cmp"), .present = ours, .former = longest, .after = longest},
         {.extension = TEXT(".tga"), .present = ours, .former = Sz(Text(512, 'p'))},
         {.extension = TEXT(".qvi"), .present = ours, .former = unended},
     };
@@ -83,8 +79,8 @@ TEST_F(FileAssociations, FormerChoicesComeBack) {
     RestoreFileAssociations();
     for (const auto& row : rows) {
         const Text key = kFileExts + TEXT("\\") + row.extension;
-        EXPECT_EQ(GetValue(HKEY_CURRENT_USER, key, TEXT("Application")), row.presentAfter) << &row - rows;
-        EXPECT_EQ(GetValue(HKEY_CURRENT_USER, key, TEXT("QtvAppOld")), row.formerAfter) << &row - rows;
+        EXPECT_EQ(GetValue(HKEY_CURRENT_USER, key, TEXT("Application")), row.after) << &row - rows;
+        EXPECT_EQ(GetValue(HKEY_CURRENT_USER, key, TEXT("QtvAppOld")), row.noteAfter) << &row - rows;
     }
     // Without the user's record the default values of the classes count.
     DeleteKeyTree(HKEY_CURRENT_USER, kFileExts);

@@ -4,17 +4,12 @@
 
 namespace {
 
-class RegistryPurge : public ScratchTest {
-  protected:
-    ~RegistryPurge() override {
-        DeleteKeyTree(HKEY_USERS, kUser + TEXT("\\SOFTWARE\\Classes\\Applications\\Another.exe"));
-        DeleteKeyTree(HKEY_LOCAL_MACHINE, kBrowserHosts + TEXT("\\other"));
-    }
-    // A user whose hive is always loaded, and who is not the current one.
-    const Text kUser = TEXT(".DEFAULT");
-    const Text kBrowserHosts = TEXT("SOFTWARE\\Mozilla\\NativeMessagingHosts");
-    const Text kWindows = TEXT("SOFTWARE\\Microsoft\\Windows\\CurrentVersion");
-};
+using RegistryPurge = ScratchTest;
+
+// A user whose hive is always loaded, and who is not the current one.
+const Text kUser = TEXT(".DEFAULT");
+const Text kBrowserHosts = TEXT("SOFTWARE\\Mozilla\\NativeMessagingHosts");
+const Text kWindows = TEXT("SOFTWARE\\Microsoft\\Windows\\CurrentVersion");
 
 TEST_F(RegistryPurge, TakesTheProductsKeysAndNoOthers) {
     const struct {
@@ -50,6 +45,8 @@ TEST_F(RegistryPurge, TakesTheProductsKeysAndNoOthers) {
     const Text tooLong(600, 'x');
     PurgeRegistry(tooLong.c_str(), TEXT("Qantivo 8"), tooLong.c_str(), tooLong.c_str());
     EXPECT_TRUE(HasKey(HKEY_CURRENT_USER, TEXT("SOFTWARE\\Lorvanta\\Another")));
+    for (const auto& row : rows)
+        DeleteKeyTree(row.hive, row.key);
 }
 
 }  // namespace

@@ -24,32 +24,25 @@ class Uninstall : public ScratchTest {
     }
 };
 
-// No log names these items. They are found by the product's name, for the machine and for every user.
+// Only the first item is named by a log. The others are found by the product's name, for the machine and for every user.
 TEST_F(Uninstall, SweepsUpWhatBearsTheProductsName) {
-    std::vector<Text> paths;
+    std::vector<Text> paths = {kScratch + TEXT("\\old.lnk")};
+    MakeFile(kMarked + TEXT("install.log"), "Shell Link: C:\\Scratch\\old.lnk\n");
     for (const int links :
-         {CSIDL_COMMON_STARTUP, CSIDL_COMMON_DESKTOPDIRECTORY, CSIDL_STARTUP, CSIDL_DESKTOP}) {
+         {CSIDL_COMMON_STARTUP, CSIDL_COMMON_DESKTOPDIRECTORY, CSIDL_STARTUP, CSIDL_DESKTOP})
         paths.push_back(GetShellFolder(links).Text() + TEXT("\\Qantivo 8.lnk"));
-        MakeFile(paths.back());
-    }
+    for (const Text& path : paths)
+        MakeFile(path);
     for (const int groups : {CSIDL_COMMON_PROGRAMS, CSIDL_PROGRAMS}) {
         paths.push_back(GetShellFolder(groups).Text() + TEXT("\\Qantivo 8"));
         MakeFile(paths.back() + TEXT("\\of the user.txt"));
     }
-    // Each of the two logs names a link.
-    for (const std::string log : {"install.log", "QtvUnInst.log"}) {
-        paths.push_back(kScratch + TEXT("\\links of ") + Wide(log) + TEXT("\\a.lnk"));
-        MakeFile(paths.back());
-        MakeFile(kMarked + Wide(log), "Shell Link: C:\\Scratch\\links of " + log + "\\a.lnk\n");
-    }
     const Text png = TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\FileExts\\.png");
     PutValue(HKEY_CURRENT_USER, png + TEXT("\\UserChoice"), TEXT("Progid"), Sz(kApplicationProgId));
-    PutValue(HKEY_CURRENT_USER, kProductKey, nullptr, Number(1));
     PerformUninstall(kMarked.c_str());
     for (const Text& path : paths)
         EXPECT_FALSE(Exists(path)) << ::testing::PrintToString(path);
     EXPECT_FALSE(HasKey(HKEY_CURRENT_USER, png + TEXT("\\UserChoice")));
-    EXPECT_FALSE(HasKey(HKEY_CURRENT_USER, kProductKey));
     DeleteKeyTree(HKEY_CURRENT_USER, png);
 }
 

@@ -13,13 +13,7 @@
 
 namespace {
 
-class UninstallFaults : public ScratchTest {
-  protected:
-    ~UninstallFaults() override {
-        winhost::SetFaults({});
-        g_isWow64Process = nullptr;
-    }
-};
+using UninstallFaults = ScratchTest;
 
 // Nothing of a program that was started stays open.
 TEST_F(UninstallFaults, ApplicationIsToldToUnregisterItself) {
@@ -36,31 +30,20 @@ TEST_F(UninstallFaults, ApplicationIsToldToUnregisterItself) {
 // The shell is told once when a choice goes or comes back, and otherwise never.
 TEST_F(UninstallFaults, ShellIsToldOfAChange) {
     const Text key = TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\FileExts");
-    const struct {
-        DWORD version;
-        LPCWSTR choice;
-        bool told;
-    } rows[] = {
-        {10, TEXT("Applications\\QtvApp8.exe"), true},
-        {10, TEXT("Other.Picture"), false},
-        {5, TEXT("C:\\x\\QtvApp8.exe"), true},
-        {5, TEXT("mspaint.exe"), false},
-    };
-    for (const auto& row : rows) {
-        g_osVersion.dwMajorVersion = row.version;
-        for (const Text extension : {TEXT("\\.bmp"), TEXT("\\.png")}) {
-            if (row.version == 5)
-                PutValue(HKEY_CURRENT_USER, key + extension, TEXT("Application"), Sz(row.choice));
-            else
-                PutValue(HKEY_CURRENT_USER, key + extension + TEXT("\\UserChoice"), TEXT("Progid"),
-                         Sz(row.choice));
+    for (const DWORD version : {5, 10})
+        for (const bool told : {true, false}) {
+            const StoredValue choice = Sz(told ? TEXT("Applications\\QtvApp8.exe") : TEXT("Other.Picture"));
+            g_osVersion.dwMajorVersion = version;
+            for (const Text extension : {TEXT("\\.bmp"), TEXT("\\.png")}) {
+                PutValue(HKEY_CURRENT_USER, key + extension, TEXT("Application"), choice);
+                PutValue(HKEY_CURRENT_USER, key + extension + TEXT("\\UserChoice"), TEXT("Progid"), choice);
+            }
+            winhost::ClearEvents();
+            RestoreFileAssociations();
+            // SHCNE_ASSOCCHANGED
+            EXPECT_EQ(winhost::Events(), std::vector<std::string>(told, "change-notify\t134217728"));
+            DeleteKeyTree(HKEY_CURRENT_USER, key);
         }
-        winhost::ClearEvents();
-        RestoreFileAssociations();
-        // SHCNE_ASSOCCHANGED
-        EXPECT_EQ(winhost::Events(), std::vector<std::string>(row.told, "change-notify\t134217728"));
-        DeleteKeyTree(HKEY_CURRENT_USER, key);
-    }
 }
 
 // A shell folder whose path has four characters or fewer counts as none.
@@ -79,6 +62,7 @@ TEST_F(UninstallFaults, ShortFoldersOfTheShellArePassedOver) {
         EXPECT_EQ(Tree(folder).size(), folder.size() == 4 ? 2u : 0u);
         DeleteTree(folder);
     }
+    winhost::SetFaults({});
     for (std::size_t i = 0; i < before.size(); ++i)
         PutValue(HKEY_LOCAL_MACHINE, kShellFoldersKey, kValues[i], before[i]);
 }
