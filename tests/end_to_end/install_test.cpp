@@ -143,7 +143,7 @@ class Update : public EndToEndTest {
 };
 
 // The question whether to replace comes before the check of the package.
-TEST_F(Update, IsRefusedBehindTheQuestion) {
+TEST_F(Update, IsRefusedAfterTheQuestion) {
     InstallEarlier(5);
     ASSERT_TRUE(DeleteFileW((package + TEXT("\\QtvUnInst.log")).c_str()));
     const BoxAnswers answers({IDYES, IDOK});

@@ -80,7 +80,7 @@ TEST_F(LastStep, DamagedPackageOpensTheHomePage) {
 }
 
 // In the wizard, the web page comes first. Then, if the box is ticked, comes the product or the restart.
-TEST_F(LastStep, OfTheWizardComesBehindTheWebPage) {
+TEST_F(LastStep, OfTheWizardComesAfterTheWebPage) {
     const auto run = [&](bool press) {
         winhost::ClearEvents();
         const auto person = [&](const Driver& wizard) {

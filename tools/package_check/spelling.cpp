@@ -30,7 +30,7 @@ WCHAR Lower(WCHAR character) {
 
 // Returns the text after a prefix, or null. The prefix may have other blanks and letters of another case. `sameLetters`
 // says whether the case is right.
-LPCWSTR BehindPrefix(LPCWSTR line, LPCWSTR prefix, bool& sameLetters) {
+LPCWSTR AfterPrefix(LPCWSTR line, LPCWSTR prefix, bool& sameLetters) {
     sameLetters = true;
     for (; *prefix; ++prefix) {
         if (*prefix == ' ') continue;
@@ -47,7 +47,7 @@ void MendPrefix(Record& record) {
     const CString prefix = ReadRecord(line).kind.prefix;
     for (const RecordKind& kind : kRecordKinds) {
         bool sameLetters;
-        const LPCWSTR value = BehindPrefix(line, kind.prefix, sameLetters);
+        const LPCWSTR value = AfterPrefix(line, kind.prefix, sameLetters);
         if (!value) continue;
         record.kind = &kind;
         if (prefix == kind.prefix) return;

@@ -43,7 +43,7 @@ void AddAll(HWND dialog, std::vector<HWND>& controls) {
 
 // Returns the controls in the order in which they follow `control`; after the last one the first one follows, and
 // `control` comes last.
-std::vector<HWND> Behind(std::vector<HWND> controls, HWND control, bool previous) {
+std::vector<HWND> InOrderAfter(std::vector<HWND> controls, HWND control, bool previous) {
     if (previous) std::reverse(controls.begin(), controls.end());
     const auto found = std::find(controls.begin(), controls.end(), control);
     if (found != controls.end()) std::rotate(controls.begin(), found + 1, controls.end());
@@ -78,7 +78,7 @@ bool AccessByKey(HWND dialog, char16_t key) {
     std::vector<HWND> controls;
     AddControls(dialog, controls);
     bool labelled = false;  // the key belongs to a static text, and means the control after it
-    for (const HWND control : Behind(std::move(controls), Focus(), false)) {
+    for (const HWND control : InOrderAfter(std::move(controls), Focus(), false)) {
         const bool isStatic = CodeOf(control) & DLGC_STATIC;
         if (labelled ? !isStatic : AccessKeyOf(control) == UpperUnit(key)) {
             labelled = isStatic;
@@ -163,7 +163,7 @@ HWND NextTabItem(HWND dialog, HWND control, bool previous) {
     if (previous && (!control || control == dialog)) return nullptr;
     std::vector<HWND> controls;
     AddControls(dialog, controls);
-    for (const HWND next : Behind(std::move(controls), control, previous))
+    for (const HWND next : InOrderAfter(std::move(controls), control, previous))
         if (HasStyle(next, WS_TABSTOP)) return next;
     return nullptr;
 }
@@ -178,7 +178,7 @@ HWND NextGroupItem(HWND control, bool previous) {
         --first;
     while (last != siblings.end() && !HasStyle(*last, WS_GROUP))
         ++last;
-    for (const HWND next : Behind({first, last}, control, previous))
+    for (const HWND next : InOrderAfter({first, last}, control, previous))
         if (HasStyle(next, WS_VISIBLE) && !HasStyle(next, WS_DISABLED)) return next;
     return control;
 }

@@ -31,11 +31,11 @@ bool Matches(HWND window, LPCWSTR className, LPCWSTR title) {
            (!title || SameName(record->title, title));
 }
 
-HWND FindBehind(HWND parent, HWND after, LPCWSTR className, LPCWSTR title) {
-    bool behind = !after;
+HWND FindWindowAfter(HWND parent, HWND after, LPCWSTR className, LPCWSTR title) {
+    bool isAfter = !after;
     for (const HWND window : ChildWindows(parent)) {
-        if (behind && Matches(window, className, title)) return window;
-        behind = behind || window == after;
+        if (isAfter && Matches(window, className, title)) return window;
+        isAfter = isAfter || window == after;
     }
     return nullptr;
 }
@@ -65,13 +65,13 @@ BOOL EnumWindows(WNDENUMPROC callback, LPARAM context) {
 
 HWND FindWindowW(LPCWSTR className, LPCWSTR title) {
     if (winhost::Fails("FindWindowW")) return nullptr;
-    return winhost::FindBehind(nullptr, nullptr, className, title);
+    return winhost::FindWindowAfter(nullptr, nullptr, className, title);
 }
 
 HWND FindWindowExW(HWND parent, HWND after, LPCWSTR className, LPCWSTR title) {
     if (winhost::Fails("FindWindowExW")) return nullptr;
     if ((parent && !winhost::Look(parent)) || (after && !winhost::Look(after))) return nullptr;
-    return winhost::FindBehind(parent, after, className, title);
+    return winhost::FindWindowAfter(parent, after, className, title);
 }
 
 DWORD GetWindowThreadProcessId(HWND window, LPDWORD process) {
