@@ -27,6 +27,7 @@ using Functions = std::map<std::string_view, FARPROC>;
 struct Module {
     std::u16string path;  // full Windows path
     unsigned uses = 0;    // of a loaded one; the program and the system's own libraries are never unloaded
+    bool isLate = false;  // not loaded from the start: a file of that name beside the program comes first
     void* host = nullptr;
     std::unique_ptr<OpenFile> image;
     HANDLE open = nullptr;  // counts the library among the open handles
@@ -70,6 +71,7 @@ Modules& All() {
                          {{"GetFileVersionInfoSizeW", Address(GetFileVersionInfoSizeW)},
                           {"GetFileVersionInfoW", Address(GetFileVersionInfoW)},
                           {"VerQueryValueW", Address(VerQueryValueW)}});
+        modules->libraries.back()->isLate = true;
         return modules;
     }();
     return *all;
@@ -189,15 +191,15 @@ HMODULE LoadLibraryW(LPCWSTR name) {
     }
     const auto wanted = winhost::WithExtension(trimmed);
     winhost::Module* module = winhost::FindByName(trimmed);
-    if (!module) {
+    if (!module || (module->isLate && winhost::LastName(trimmed) == trimmed)) {
         const winhost::Place file = winhost::SearchFile(wanted, u"", winhost::Wanted::Library);
-        if (!file.exists()) {
+        if (file.exists()) {
+            // The search may find, under another name, a library that is already loaded.
+            module = winhost::FindByName(file.windows);
+            if (!module) module = winhost::Load(file);
+        } else if (!module) {
             SetLastError(ERROR_MOD_NOT_FOUND);
-            return nullptr;
         }
-        // The search may find, under another name, a library that is already loaded.
-        module = winhost::FindByName(file.windows);
-        if (!module) module = winhost::Load(file);
         if (!module) return nullptr;
     }
     ++module->uses;
