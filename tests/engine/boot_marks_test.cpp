@@ -1,6 +1,6 @@
 #include "app/setup_state.h"
 #include "engine/file_ops.h"
-#include "engine/machine_view.h"
+#include "harness/machine_view.h"
 #include "harness/registry_values.h"
 
 namespace {

@@ -1,7 +1,7 @@
 #include "app/process_helpers.h"
 #include "app/setup_state.h"
 #include "engine/file_ops.h"
-#include "engine/machine_view.h"
+#include "harness/machine_view.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "engine/manifest.h"
 
-#include "engine/machine_view.h"
+#include "harness/machine_view.h"
 #include "install/log_lines.h"
 #include "support/handles.h"
 

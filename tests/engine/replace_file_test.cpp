@@ -2,7 +2,7 @@
 
 #include "app/setup_state.h"
 #include "engine/file_ops.h"
-#include "engine/machine_view.h"
+#include "harness/machine_view.h"
 #include "support/handles.h"
 
 namespace {

@@ -3,6 +3,7 @@
 #include <shlobj.h>
 
 #include "app/setup_state.h"
+#include "harness/machine_view.h"
 #include "harness/registry_values.h"
 #include "resource.h"
 #include "support/path_text.h"
@@ -14,15 +15,14 @@ namespace {
 const Text kFolder = kScratch + TEXT("\\a b");
 const Text kMarked = kFolder + TEXT("\\");
 
-class Uninstall : public ScratchTest {
-  protected:
-    static std::vector<Text> MarkedPaths() {
-        std::vector<Text> paths;
-        for (const Mark& mark : BootMarks())
-            paths.push_back(mark.first);
-        return paths;
-    }
-};
+using Uninstall = ScratchTest;
+
+std::vector<Text> MarkedPaths() {
+    std::vector<Text> paths;
+    for (const Mark& mark : BootMarks())
+        paths.push_back(mark.first);
+    return paths;
+}
 
 // Only the first item is named by a log. The others are found by the product's name, for the machine and for every user.
 TEST_F(Uninstall, SweepsUpWhatBearsTheProductsName) {
@@ -75,22 +75,16 @@ TEST_F(Uninstall, PassesOverOddFoldersOfAUser) {
 TEST_F(Uninstall, MarksFoldersThatStay) {
     const Text x64 = kMarked + TEXT("x64"), x32 = kMarked + TEXT("x32");
     const struct {
-        Text below;  // a folder with a file in it
+        std::string items;
         std::vector<Text> marked;
-        Text empty = {};
-    } rows[] = {{.below = {}, .marked = {x64}},
-                {.below = {}, .marked = {}, .empty = x64},
-                {.below = x64, .marked = {x64}},
-                {.below = x32, .marked = {x64, x32, kMarked}}};
+    } rows[] = {{"", {x64}}, {"x64\\", {}}, {"x64\\file:1", {x64}}, {"x32\\file:1", {x64, x32, kMarked}}};
     for (const auto& row : rows) {
-        MakeFolder(kFolder);
-        if (!row.empty.empty()) MakeFolder(row.empty);
-        if (!row.below.empty()) MakeFile(row.below + TEXT("\\a"));
+        Make(row.items, kFolder);
         // As after a double click, the current folder is the one to be removed.
         EXPECT_TRUE(SetCurrentDirectoryW(kFolder.c_str()));
         PerformUninstall(kMarked.c_str());
         EXPECT_EQ(MarkedPaths(), row.marked);
-        EXPECT_EQ(Exists(kFolder), !row.below.empty());
+        EXPECT_EQ(Exists(kFolder), row.items.ends_with(":1"));
         DeleteTree(kFolder);
         RestartMachine();
     }
@@ -102,12 +96,11 @@ TEST_F(Uninstall, MarksFoldersThatStay) {
 CHILD_PROGRAM(Relaunches) {
     std::string line;
     for (int position = 0; position < __argc; ++position)
-        line += std::string(__wargv[position], __wargv[position] + wcslen(__wargv[position])) + "|";
+        line += Narrow(__wargv[position]) + "|";
     MakeFile(kScratch + TEXT("\\line"), line);
     if (__argc > 2) return 0;
     g_silentMode = __argc == 1 ? 2 : 0;
-    (void)SetEnvironmentVariableW(TEXT("TMP"),
-                                  Text(__wargv[0]).substr(0, Text(__wargv[0]).rfind('\\')).c_str());
+    (void)SetEnvironmentVariableW(TEXT("TMP"), ParentDir(__wargv[0]));
     RelaunchFromTemp();
     return 1;
 }
@@ -116,7 +109,7 @@ TEST_F(Uninstall, CopyIsToldItsPathsWhole) {
     for (const std::string folder : {"C:\\Scratch\\t m p\\", "C:\\Scratch\\tmp\\"}) {
         const bool silent = folder.ends_with("tmp\\");
         const std::string first = folder + "QtvUnInst.exe";
-        (void)RunChild("Relaunches", Text(first.begin(), first.end()), silent ? TEXT("") : TEXT("-v"));
+        (void)RunChild("Relaunches", Wide(first), silent ? TEXT("") : TEXT("-v"));
         const std::string line = FileBytes(kScratch + TEXT("\\line")).value_or("");
         EXPECT_TRUE(line.starts_with(folder + "uni")) << line;
         EXPECT_TRUE(line.ends_with(".tmp|-delself|" + first + (silent ? "|-s|" : "|"))) << line;

@@ -4,7 +4,6 @@
 #include "app/process_helpers.h"
 #include "app/setup_state.h"
 #include "harness/registry_values.h"
-#include "support/shell_folders.h"
 #include "uninstall/file_associations.h"
 #include "uninstall/registry_purge.h"
 #include "uninstall/relaunch.h"
@@ -48,23 +47,17 @@ TEST_F(UninstallFaults, ShellIsToldOfAChange) {
 
 // A shell folder whose path has four characters or fewer counts as none.
 TEST_F(UninstallFaults, ShortFoldersOfTheShellArePassedOver) {
-    constexpr LPCWSTR kValues[] = {TEXT("Common Startup"), TEXT("Common Desktop"), TEXT("Common Programs")};
-    std::vector<StoredValue> before;
-    for (const LPCWSTR value : kValues)
-        before.push_back(GetValue(HKEY_LOCAL_MACHINE, kShellFoldersKey, value).value());
-    winhost::SetFaults({{.call = "SHGetFolderPathW"}});
+    const Text key = TEXT("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders");
     for (const Text folder : {TEXT("C:\\a"), TEXT("C:\\ab")}) {
-        for (const LPCWSTR value : kValues)
-            PutValue(HKEY_LOCAL_MACHINE, kShellFoldersKey, value, Sz(folder));
+        for (const LPCWSTR value : {TEXT("Common Startup"), TEXT("Common Desktop"), TEXT("Common Programs")})
+            PutValue(HKEY_LOCAL_MACHINE, key, value, Sz(folder));
         MakeFile(folder + TEXT("\\Qantivo 8.lnk"));
         MakeFolder(folder + TEXT("\\Qantivo 8"));
         PerformUninstall(TEXT("C:\\Scratch\\none\\"));
         EXPECT_EQ(Tree(folder).size(), folder.size() == 4 ? 2u : 0u);
         DeleteTree(folder);
     }
-    winhost::SetFaults({});
-    for (std::size_t i = 0; i < before.size(); ++i)
-        PutValue(HKEY_LOCAL_MACHINE, kShellFoldersKey, kValues[i], before[i]);
+    DeleteKeyTree(HKEY_LOCAL_MACHINE, key);
 }
 
 // The browser reads the 64-bit view of the registry, whatever the bits of the uninstaller.

@@ -1,5 +1,5 @@
-// A short notation for files, folders and boot-time marks in the engine's tests. All paths are relative to a folder. A
-// list has blanks between its items.
+// A short notation for files, folders and boot-time marks in tests. All paths are relative to a folder. A list has
+// blanks between its items.
 #pragma once
 
 #include <map>
