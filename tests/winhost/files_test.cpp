@@ -107,6 +107,16 @@ TEST_F(HostFiles, ShortNamesAreFixedWhenAnEntryIsMadeOrNamed) {
     std::filesystem::rename(folder / "longname.4.txt", folder / "renamed by host.txt");
     std::ofstream(folder / "longname.7.txt").put('x');
     EXPECT_EQ(ShortNames("long number 2"), "LONGNA~2.TXT LONGNA~1.TXT RENAME~1.TXT");
+    // This process knows the folder. Then another process adds an entry, and the host one whose name is a short name.
+    EXPECT_EQ(Copy("long number 2\\longname.6.txt", "long number 2\\new name 1.txt"), "ok");
+    {
+        const Neighbour other([] { return Make("long number 2\\new name 2.txt") == "ok"; });
+    }
+    EXPECT_EQ(Make("long number 2\\new name 3.txt"), "ok");
+    std::ofstream(folder / "newnam~4.txt").put('x');
+    EXPECT_EQ(Make("long number 2\\new name 4.txt"), "ok");
+    EXPECT_EQ(ShortNames("long number 2"),
+              "LONGNA~2.TXT LONGNA~1.TXT NEWNAM~1.TXT NEWNAM~2.TXT NEWNAM~3.TXT NEAE90~1.TXT RENAME~1.TXT");
     winhost::CopyStored(folder / "longname.6.txt", folder.parent_path() / "longname.6.txt");
     EXPECT_EQ(Attributes("longna~2.txt"), "ok") << "a machine's copy has the same";
     winhost::SetHasShortNames(false);
