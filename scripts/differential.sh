@@ -29,7 +29,7 @@ share() {
     # Wine and its server work in turn. On one processor, neither must wake another processor each time.
     taskset -cp "$1" $BASHPID >/dev/null || true
     QTV_RESULTS=$results/host "$host/random_runs.exe" --gtest_brief=1 &
-    QTV_RESULTS=$results/windows scripts/wine.sh "$windows/random_runs.exe" --gtest_brief=1
+    QTV_RESULTS=Z:$results/windows scripts/wine.sh "$windows/random_runs.exe" --gtest_brief=1
     wait $!
 }
 

@@ -7,12 +7,6 @@
 
 namespace {
 
-std::string Replaced(std::string text, const std::string& from, const std::string& to) {
-    for (std::size_t at = 0; (at = text.find(from, at)) != text.npos; at += to.size())
-        text.replace(at, from.size(), to);
-    return text;
-}
-
 std::string FileName(const std::string& path) {
     return path.substr(path.rfind('\\') + 1);
 }
@@ -25,14 +19,14 @@ const Text EndToEndTest::target = kScratch + TEXT("\\Qantivo");
 EndToEndTest::EndToEndTest() {
     // A planted fault may be in another package than the build's.
     const char* const other = std::getenv("QTV_PACKAGE");
-    ImportFolder(other ? other : QTV_BUILD_FOLDER "/package", package);
-    DeleteKeyTree(HKEY_LOCAL_MACHINE,
-                  TEXT("SOFTWARE\\Classes\\CLSID\\{5E0C2B7A-8D41-4F69-9C3B-71A6D2E48F15}"));
-    // Every Windows has this key, but not every new Wine prefix.
-    HKEY applications;
-    EXPECT_EQ(RegCreateKeyW(HKEY_LOCAL_MACHINE, TEXT("SOFTWARE\\RegisteredApplications"), &applications),
-              ERROR_SUCCESS);
-    RegCloseKey(applications);
+    ImportFile(other ? other : QTV_BUILD_FOLDER "/package", package);
+    // Parents of setup's keys, which stay. Every Windows has them, but not every new Wine prefix.
+    for (const LPCWSTR name :
+         {TEXT("SOFTWARE\\RegisteredApplications"), TEXT("SOFTWARE\\Classes\\Applications")}) {
+        HKEY key;
+        EXPECT_EQ(RegCreateKeyW(HKEY_LOCAL_MACHINE, name, &key), ERROR_SUCCESS);
+        RegCloseKey(key);
+    }
     Rebase();
 }
 
@@ -53,16 +47,14 @@ void EndToEndTest::Uninstall(const Text& folder) {
 State EndToEndTest::Changes() const {
     const snapshot::Snapshot now = snapshot::Take();
     const std::string packageFolder = Narrow(package) + "\\";
-    // The file of the same name comes first, because setup program and uninstaller have the same bytes.
-    const auto origin = [&](const std::string& name, const std::string& what) -> std::string {
-        std::string other;
-        for (auto it = m_before.lower_bound(packageFolder);
-             it != m_before.end() && it->first.starts_with(packageFolder); ++it) {
-            if (it->second != what) continue;
-            if (FileName(it->first) == FileName(name)) return it->first.substr(packageFolder.size());
-            other = it->first.substr(packageFolder.size());
-        }
-        return other;
+    // A file of the same name comes first, because setup program and uninstaller have the same bytes.
+    const auto origin = [&](const std::string& name, const std::string& what) {
+        std::string found;
+        for (const auto& [path, packed] : m_before)
+            if (packed == what && path.starts_with(packageFolder) &&
+                (found.empty() || FileName(path) == FileName(name)))
+                found = path.substr(packageFolder.size());
+        return found;
     };
     State changes;
     for (const auto& change : snapshot::Compare(m_before, now)) {
@@ -75,6 +67,19 @@ State EndToEndTest::Changes() const {
     return changes;
 }
 
+State Marks(const std::vector<std::string>& what) {
+    State state;
+    for (const std::string& mark : what)
+        state["mark 00" + std::to_string(state.size() + 1)] = mark;
+    return state;
+}
+
+State FolderMarks(const std::string& target) {
+    return Marks({"delete " + target + "\\x64", "delete " + target + "\\Samples"});
+}
+
+namespace {
+
 State InstalledFiles(const std::string& target) {
     State state;
     for (const char* name : {"HomePage.url", "QtvApp8.exe", "QtvApp8Man.chm", "QtvUnInst.exe",
@@ -86,15 +91,6 @@ State InstalledFiles(const std::string& target) {
     state[target + "\\QtvUnInst.log"] = "the log";
     return state;
 }
-
-State PortableFiles(const std::string& target) {
-    State state = InstalledFiles(target);
-    state[target + "\\x64\\ThumbQvi64.dll"] = "= x64\\ThumbQvi64.dll";
-    state[target.substr(0, target.rfind('\\')) + "\\StartQV8.exe"] = "= StartQV8.exe";
-    return state;
-}
-
-namespace {
 
 State Shortcuts(const Plan& plan) {
     const std::string common = plan.allUsers ? "Common" : "";
@@ -180,6 +176,12 @@ State OwnRegistration(const Plan& plan) {
 
 }  // namespace
 
+State PortableFiles(const std::string& target) {
+    return With(InstalledFiles(target),
+                {{target + "\\x64\\ThumbQvi64.dll", "= x64\\ThumbQvi64.dll"},
+                 {target.substr(0, target.rfind('\\')) + "\\StartQV8.exe", "= StartQV8.exe"}});
+}
+
 State Installed(const Plan& plan) {
     State state = InstalledFiles(plan.target);
     for (const State& part : {Shortcuts(plan), Registry(plan), OwnRegistration(plan)})
@@ -199,26 +201,20 @@ State With(State base, const State& more) {
 
 ::testing::AssertionResult Same(const State& expected, const State& actual) {
     std::string difference;
-    for (const auto& [name, what] : expected) {
-        const auto found = actual.find(name);
-        if (found == actual.end())
-            difference += "missing:    " + name + "   " + what + "\n";
-        else if (found->second != what && what != "the log")
-            difference += "differs:    " + name + "   " + found->second + "\n   expected " + what + "\n";
-    }
-    for (const auto& [name, what] : actual)
-        if (!expected.contains(name)) difference += "unexpected: " + name + "   " + what + "\n";
+    for (const auto& [kind, name, wanted, found] : snapshot::Compare(expected, actual))
+        if (kind != '*' || wanted != "the log")
+            difference += "\n" + name + "\n    expected: " + wanted + "\n    found:    " + found;
     if (difference.empty()) return ::testing::AssertionSuccess();
-    return ::testing::AssertionFailure() << "\n" << difference;
+    return ::testing::AssertionFailure() << difference;
 }
 
 std::string Neutral(std::string text) {
-    return Replaced(snapshot::Neutral(std::move(text)), "C:\\Scratch", "<Scratch>");
+    return tools::Replaced(snapshot::Neutral(std::move(text)), "C:\\Scratch", "<Scratch>");
 }
 
 Text Where(std::string text) {
-    text = Replaced(std::move(text), "<Scratch>", "C:\\Scratch");
+    text = tools::Replaced(std::move(text), "<Scratch>", "C:\\Scratch");
     for (const auto& [path, name] : snapshot::Names())
-        text = Replaced(std::move(text), name, path);
-    return {text.begin(), text.end()};
+        text = tools::Replaced(std::move(text), name, path);
+    return Wide(text);
 }

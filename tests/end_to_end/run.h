@@ -4,8 +4,8 @@
 
 #include <map>
 
-#include "snapshot/snapshot.h"
 #include "harness/driver.h"
+#include "snapshot/snapshot.h"
 
 // Everything on the machine, by name. Folders of the shell, the scratch folder and the user appear as <Programs>,
 // <CommonDesktop>, <Scratch>, HKCU and so on. A file that equals one of the package names that one: "= QtvApp8.exe".
@@ -44,8 +44,13 @@ struct Plan {
 };
 // Everything together: files, group, shortcuts, registry, and what the application and the handler register.
 State Installed(const Plan& plan);
-State InstalledFiles(const std::string& target);
 State PortableFiles(const std::string& target);
+
+// The boot-time marks with these texts, in order.
+State Marks(const std::vector<std::string>& what);
+// If the command line names the folder, setup cleans it first, as for an update: the folders of "Make Dir: " records
+// that don't exist yet are marked. When the marks are carried out, these folders are in use.
+State FolderMarks(const std::string& target);
 
 // Returns `base` with the items of `more` added. An item "" in `more` is removed.
 State With(State base, const State& more);

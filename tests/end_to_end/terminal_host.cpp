@@ -5,8 +5,7 @@
 #include <termios.h>
 #include <unistd.h>
 
-#include <thread>
-
+#include "common/redirected_streams.h"
 #include "end_to_end/run.h"
 #include "winhost.h"
 
@@ -15,32 +14,13 @@ namespace {
 constexpr DWORD kSessionEnded = 0x40010004;
 constexpr int kPatienceMs = 10000;
 
-// Redirects input and output of this process, and of what it starts, while the object lives.
-class Streams {
-  public:
-    explicit Streams(int descriptor) {
-        for (const int stream : {0, 1}) {
-            m_saved[stream] = dup(stream);
-            dup2(descriptor, stream);
-        }
-    }
-    ~Streams() {
-        for (const int stream : {0, 1}) {
-            dup2(m_saved[stream], stream);
-            close(m_saved[stream]);
-        }
-    }
-
-  private:
-    int m_saved[2];
-};
-
 class Terminal : public EndToEndTest {
   protected:
     Terminal() { winhost::EndBoxAnswers(); }
     ~Terminal() override { winhost::SetBoxAnswers({}); }
+    // Closes the descriptor.
     static RunningProgram Start(int descriptor) {
-        const Streams streams(descriptor);
+        const tools::RedirectedStreams streams({dup(descriptor), descriptor});
         return RunningProgram(package + TEXT("\\setup.exe"), package);
     }
 };
@@ -54,7 +34,6 @@ TEST_F(Terminal, TakesAPersonThroughTheWizard) {
     const std::string keys = "\n\n1\n4\n1\nC:\\Nowhere\n3\nok\n4\n7\nno\n\n1\nQantivo pictures\n\n\n\n";
     ASSERT_EQ(write(person, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
     const RunningProgram setup = Start(program);
-    close(program);
     std::string shown;
     char buffer[4096];
     pollfd readable = {person, POLLIN, 0};
@@ -75,9 +54,7 @@ TEST_F(Terminal, TakesAPersonThroughTheWizard) {
 }
 
 TEST_F(Terminal, EndsAProgramThatNobodyCanUse) {
-    const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
-    EXPECT_EQ(Start(nothing).ExitCode(), kSessionEnded);
-    close(nothing);
+    EXPECT_EQ(Start(open("/dev/null", O_RDWR | O_CLOEXEC)).ExitCode(), kSessionEnded);
     EXPECT_TRUE(Same({}, Changes()));
 }
 

@@ -7,25 +7,12 @@ namespace {
 
 const std::string kDefault = "C:\\Program Files\\Qantivo 8";
 
-State Marks(const std::vector<std::string>& what) {
-    State state;
-    for (std::size_t i = 0; i < what.size(); ++i)
-        state["mark 00" + std::to_string(i + 1)] = what[i];
-    return state;
-}
-
 // The marks of every uninstall. The copy comes first. A pattern that matches "." and ".." marks these. The x64 folder
 // comes next; it is marked even if it is missing.
 std::vector<std::string> UsualMarks(const std::string& folder) {
     return {"delete <Temp>\\uni*.tmp", "delete " + folder + "\\Samples", "delete " + folder,
             "delete " + folder + "\\x64"};
 }
-
-// What lasts until the uninstall has ended.
-struct Held {
-    RunningProgram copy;
-    HeldFile readme;
-};
 
 // The earlier version had a nested group, a start with the system, and another log, which names itself.
 void LeaveOlderVersion(const Text& folder) {
@@ -36,7 +23,7 @@ void LeaveOlderVersion(const Text& folder) {
     MakeFile(Where("<Startup>\\Qantivo 8.lnk"));
 }
 
-std::unique_ptr<Held> TakeItUpAndAddAFile(const Text& folder) {
+std::shared_ptr<void> TakeItUpAndAddAFile(const Text& folder) {
     EXPECT_TRUE(Exists(Where("<Programs>\\Qantivo Imaging\\Tools\\Qantivo 8.lnk")));
     EXPECT_FALSE(Exists(Where("<Programs>\\Qantivo 8")));
     EXPECT_NE(FileBytes(Where("<Startup>\\Qantivo 8.lnk")).value_or("content"), "content");
@@ -45,19 +32,14 @@ std::unique_ptr<Held> TakeItUpAndAddAFile(const Text& folder) {
     return nullptr;
 }
 
-std::unique_ptr<Held> RunCopyAndHoldReadme(const Text& folder) {
-    return std::unique_ptr<Held>(
-        new Held{StartCopy(folder), {folder + TEXT("\\readme.txt"), Hold::NoDelete}});
+std::shared_ptr<void> RunCopyAndHoldReadme(const Text& folder) {
+    return std::make_shared<std::pair<RunningProgram, HeldFile>>(
+        StartCopy(folder), HeldFile(folder + TEXT("\\readme.txt"), Hold::NoDelete));
 }
 
 class Uninstalled : public EndToEndTest {
   protected:
     Uninstalled() {
-        // This parent of setup's keys stays. Some systems have it from the start.
-        HKEY key;
-        EXPECT_EQ(RegCreateKeyW(HKEY_LOCAL_MACHINE, TEXT("SOFTWARE\\Classes\\Applications"), &key),
-                  ERROR_SUCCESS);
-        RegCloseKey(key);
         for (const LPCWSTR name : {TEXT("\\dl\\QtvApp8.ini"), TEXT("\\dl\\QtvApp8.reg")})
             MakeFile(kScratch + name, "settings");
         Rebase();
@@ -69,7 +51,8 @@ TEST_F(Uninstalled, LeavesNothingButItsCopyAndThenNothing) {
     const struct {
         LPCWSTR options;
         std::string folder;
-        std::unique_ptr<Held> (*meanwhile)(const Text& folder) = nullptr;
+        // What it returns lasts until the uninstall has ended.
+        std::shared_ptr<void> (*meanwhile)(const Text& folder) = nullptr;
         std::string waits = {};  // a file that the next start deletes
         State stays = {};
     } rows[] = {
@@ -100,7 +83,7 @@ TEST_F(Uninstalled, LeavesNothingButItsCopyAndThenNothing) {
         std::vector<std::string> marks = UsualMarks(row.folder);
         // The restart removed the empty folder. The install had marked it before it existed.
         if (row.folder == own) marks.push_back(marks.back());
-        State left = With(row.stays, {{"<Temp>\\uni*.tmp", "= setup.exe"}});
+        State left = With(row.stays, {{"<Temp>\\uni*.tmp", "= QtvUnInst.exe"}});
         if (!row.waits.empty()) {
             const std::string file = row.folder + "\\" + row.waits;
             marks.insert(marks.begin() + 1, "delete " + file);

@@ -11,7 +11,6 @@
 namespace {
 
 constexpr DWORD kPatienceForAnswers = 20000;
-constexpr DWORD kFarewell = 2000;
 constexpr WCHAR kDialogClass[] = TEXT("#32770");
 
 LRESULT Send(HWND window, UINT message, WPARAM wParam = 0, LPARAM lParam = 0) {
@@ -68,26 +67,6 @@ void OnDialogThread(const std::function<void()>& action) {
 Driver::Driver(DWORD process, const Text& title) : m_process(process) {
     ::Await("the dialog " + ::testing::PrintToString(title),
             [&] { return (m_dialog = FindDialog(process, title.c_str())) != nullptr; });
-}
-
-HWND Driver::Control(int control) const {
-    return GetDlgItem(m_dialog, control);
-}
-
-HWND Driver::PageControl(int control) const {
-    return GetDlgItem(Page(), control);
-}
-
-HWND Driver::Page() const {
-    return FindWindowExW(m_dialog, nullptr, kDialogClass, nullptr);
-}
-
-bool Driver::HasEnded() const {
-    return HoldsWithin(kFarewell, [&] { return !IsWindow(m_dialog); });
-}
-
-Text Driver::Title() const {
-    return TextOf(m_dialog);
 }
 
 void Driver::Press(HWND button) const {
@@ -152,10 +131,6 @@ Text TextOf(HWND window) {
     text.resize(static_cast<std::size_t>(
         Send(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()))));
     return text;
-}
-
-bool IsShown(HWND window) {
-    return IsWindowVisible(window);
 }
 
 bool IsTicked(HWND button) {

@@ -15,13 +15,14 @@ class Driver {
 
     HWND Window() const { return m_dialog; }
     // Returns the dialog inside this one, if there is one.
-    HWND Page() const;
+    HWND Page() const { return FindWindowExW(m_dialog, nullptr, TEXT("#32770"), nullptr); }
     // Returns a control of the dialog, or of its page.
-    HWND Control(int control) const;
-    HWND PageControl(int control) const;
+    HWND Control(int control) const { return GetDlgItem(m_dialog, control); }
+    HWND PageControl(int control) const { return GetDlgItem(Page(), control); }
     // Waits at most two seconds for the dialog's end. Returns whether it has ended.
-    bool HasEnded() const;
-    Text Title() const;
+    bool HasEnded() const {
+        return HoldsWithin(2000, [&] { return !IsWindow(m_dialog); });
+    }
 
     // Presses a button and waits until the program has handled it. If a person couldn't press the button, the test ends
     // with a failure.
@@ -52,7 +53,9 @@ class Driver {
 
 // The text of a control, whether it is shown, and whether a button is ticked.
 Text TextOf(HWND window);
-bool IsShown(HWND window);
+inline bool IsShown(HWND window) {
+    return IsWindowVisible(window);
+}
 bool IsTicked(HWND button);
 
 // Runs `dialog` (it shows a dialog with that title and waits for its end) on this thread and `person` on another one.

@@ -1,6 +1,8 @@
 // Registry values as they are stored, for tests.
 #pragma once
 
+#include <memory>
+
 #include "harness/scratch.h"
 
 struct StoredValue {
@@ -28,24 +30,26 @@ inline void PutValue(HKEY hive, const Text& key, LPCWSTR name, const StoredValue
     RegCloseKey(opened);
 }
 
+// Returns the key, or null when it is missing.
+inline std::unique_ptr<HKEY__, LSTATUS(WINAPI*)(HKEY)> OpenKey(HKEY hive, const Text& key,
+                                                               REGSAM access = KEY_READ) {
+    HKEY opened = nullptr;
+    (void)RegOpenKeyExW(hive, key.c_str(), 0, access, &opened);
+    return {opened, RegCloseKey};
+}
+
 inline bool HasKey(HKEY hive, const Text& key) {
-    HKEY opened;
-    if (RegOpenKeyExW(hive, key.c_str(), 0, KEY_READ, &opened) != ERROR_SUCCESS) return false;
-    RegCloseKey(opened);
-    return true;
+    return OpenKey(hive, key) != nullptr;
 }
 
 // Returns none when the key or the value is missing.
 inline std::optional<StoredValue> GetValue(HKEY hive, const Text& key, LPCWSTR name) {
-    HKEY opened;
-    if (RegOpenKeyExW(hive, key.c_str(), 0, KEY_READ, &opened) != ERROR_SUCCESS) return {};
-    char bytes[2048];
-    StoredValue value = {};
-    DWORD cbValue = sizeof bytes;
-    const LSTATUS status =
-        RegQueryValueExW(opened, name, nullptr, &value.type, reinterpret_cast<LPBYTE>(bytes), &cbValue);
-    RegCloseKey(opened);
-    if (status != ERROR_SUCCESS) return {};
-    value.bytes.assign(bytes, cbValue);
+    const auto opened = OpenKey(hive, key);
+    StoredValue value = {REG_NONE, std::string(1 << 16, '\0')};
+    DWORD cbValue = static_cast<DWORD>(value.bytes.size());
+    if (!opened || RegQueryValueExW(opened.get(), name, nullptr, &value.type,
+                                    reinterpret_cast<LPBYTE>(value.bytes.data()), &cbValue) != ERROR_SUCCESS)
+        return {};
+    value.bytes.resize(cbValue);
     return value;
 }

@@ -7,8 +7,10 @@
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <set>
 #include <stdexcept>
 
+#include "harness/registry_values.h"
 #include "harness/target.h"
 
 namespace fs = std::filesystem;
@@ -42,19 +44,9 @@ void ForEachEntry(const Text& folder, const Text& pattern, Body body) {
     FindClose(find);
 }
 
-void AddTree(const Text& folder, const Text& prefix, std::vector<Text>& names) {
-    ForEachEntry(folder, TEXT("*"), [&](const Text& name, bool isFolder) {
-        const Text path = prefix + name + (isFolder ? TEXT("\\") : TEXT(""));
-        names.push_back(path);
-        if (isFolder) AddTree(folder + TEXT("\\") + name, path, names);
-    });
-}
-
 void DeleteValue(HKEY hive, const Text& key, const Text& value) {
-    HKEY opened;
-    if (RegOpenKeyExW(hive, key.c_str(), 0, KEY_ALL_ACCESS, &opened) != ERROR_SUCCESS) return;
-    (void)RegDeleteValueW(opened, value.c_str());
-    RegCloseKey(opened);
+    if (const auto opened = OpenKey(hive, key, KEY_SET_VALUE))
+        (void)RegDeleteValueW(opened.get(), value.c_str());
 }
 
 void EndStartedPrograms() {
@@ -70,22 +62,20 @@ void EndStartedPrograms() {
 void CleanRegistry() {
     DeleteValue(HKEY_LOCAL_MACHINE, kSessionManager, kPendingMoves);
     DeleteValue(HKEY_LOCAL_MACHINE, TEXT("SOFTWARE\\RegisteredApplications"), TEXT("Qantivo.8"));
-    for (const HKEY hive : {HKEY_LOCAL_MACHINE, HKEY_CURRENT_USER})
-        for (const LPCWSTR key : {
-                 TEXT("SOFTWARE\\Lorvanta"),
-                 TEXT("SOFTWARE\\Classes\\Applications\\QtvApp8.exe"),
-                 TEXT("SOFTWARE\\Classes\\Qantivo.8"),
-                 TEXT("SOFTWARE\\Classes\\QV8.Document"),
-                 TEXT("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\QtvApp8.exe"),
-                 TEXT("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Qantivo 8"),
-                 TEXT("SOFTWARE\\Mozilla\\NativeMessagingHosts\\qtvff"),
-             })
-            DeleteKeyTree(hive, key);
+    const auto clean = [](HKEY hive, const Text& software) {
+        for (const LPCWSTR key : {TEXT("Lorvanta"), TEXT("Classes\\Applications\\QtvApp8.exe"),
+                                  TEXT("Classes\\CLSID\\{5E0C2B7A-8D41-4F69-9C3B-71A6D2E48F15}"),
+                                  TEXT("Classes\\Qantivo.8"), TEXT("Classes\\QV8.Document"),
+                                  TEXT("Microsoft\\Windows\\CurrentVersion\\App Paths\\QtvApp8.exe"),
+                                  TEXT("Microsoft\\Windows\\CurrentVersion\\Uninstall\\Qantivo 8"),
+                                  TEXT("Mozilla\\NativeMessagingHosts\\qtvff")})
+            DeleteKeyTree(hive, software + key);
+    };
+    clean(HKEY_LOCAL_MACHINE, TEXT("SOFTWARE\\"));
+    clean(HKEY_CURRENT_USER, TEXT("SOFTWARE\\"));
     WCHAR user[MAX_PATH];
-    for (DWORD index = 0; RegEnumKeyW(HKEY_USERS, index, user, MAX_PATH) == ERROR_SUCCESS; ++index) {
-        DeleteKeyTree(HKEY_USERS, user + Text(TEXT("\\Software\\Lorvanta")));
-        DeleteKeyTree(HKEY_USERS, user + Text(TEXT("\\Software\\Classes\\Applications\\QtvApp8.exe")));
-    }
+    for (DWORD index = 0; RegEnumKeyW(HKEY_USERS, index, user, MAX_PATH) == ERROR_SUCCESS; ++index)
+        clean(HKEY_USERS, user + Text(TEXT("\\Software\\")));
 }
 
 void CleanFiles() {
@@ -158,19 +148,6 @@ void MakeFile(const Text& path, const std::string& bytes) {
     CloseHandle(file);
 }
 
-std::optional<std::string> FileBytes(const Text& path) {
-    const HANDLE file =
-        CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                    nullptr, OPEN_EXISTING, 0, nullptr);
-    if (file == INVALID_HANDLE_VALUE) return {};
-    std::string bytes(GetFileSize(file, nullptr), '\0');
-    DWORD cbRead = 0;
-    const bool read = ReadFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &cbRead, nullptr);
-    CloseHandle(file);
-    if (!read || cbRead != bytes.size()) return {};
-    return bytes;
-}
-
 bool Exists(const Text& path) {
     return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
 }
@@ -195,35 +172,28 @@ void DeleteTree(const Text& path) {
 
 std::vector<Text> Tree(const Text& folder) {
     std::vector<Text> names;
-    AddTree(folder, {}, names);
+    ForEachEntry(folder, TEXT("*"), [&](const Text& name, bool isFolder) {
+        const Text path = isFolder ? name + TEXT("\\") : name;
+        names.push_back(path);
+        if (!isFolder) return;
+        for (const Text& below : Tree(folder + TEXT("\\") + name))
+            names.push_back(path + below);
+    });
     std::sort(names.begin(), names.end());
     return names;
 }
 
-// Copies a file of the build machine onto the machine.
-static void Import(const fs::path& source, const Text& target) {
+void ImportFile(const std::string& buildPath, const Text& target) {
     MakeFolder(target.substr(0, target.rfind(TEXT('\\'))));
     std::error_code error;
-    fs::copy_file(source, MachinePath(target), fs::copy_options::overwrite_existing, error);
-    ASSERT_FALSE(error) << source << ": " << error.message();
-}
-
-void ImportFile(const std::string& buildPath, const Text& target) {
-    Import(BuildPath(buildPath), target);
+    fs::copy(buildPath, MachinePath(target),
+             fs::copy_options::recursive | fs::copy_options::overwrite_existing, error);
+    ASSERT_FALSE(error) << buildPath << ": " << error.message();
 }
 
 std::string BuildBytes(const std::string& buildPath) {
-    std::ifstream file(BuildPath(buildPath), std::ios::binary);
+    std::ifstream file(buildPath, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
-}
-
-void ImportFolder(const std::string& buildPath, const Text& target) {
-    const fs::path folder = BuildPath(buildPath);
-    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder)) {
-        std::string name = entry.path().lexically_relative(folder).string();
-        std::replace(name.begin(), name.end(), '/', '\\');
-        if (!entry.is_directory()) Import(entry.path(), target + TEXT("\\") + Wide(name));
-    }
 }
 
 std::string Utf16(const std::string& ascii) {
@@ -250,49 +220,40 @@ void SetFileVersion(const Text& path, unsigned major, unsigned minor, unsigned r
 
 HeldFile::HeldFile(const Text& path, Hold how) {
     if (how == Hold::NoDelete) {
-        m_file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
-        EXPECT_NE(m_file, INVALID_HANDLE_VALUE) << GetLastError();
+        m_file.reset(
+            CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+        EXPECT_NE(m_file.get(), INVALID_HANDLE_VALUE) << GetLastError();
         return;
     }
     ImportFile(QTV_BUILD_FOLDER "/sleeper.exe", path);
     m_program.emplace(TEXT("\"") + path + TEXT("\""), TEXT("C:\\"));
 }
 
-HeldFile::~HeldFile() {
-    if (m_file != INVALID_HANDLE_VALUE) CloseHandle(m_file);
-}
-
 // ---- registry, boot-time marks ----
 
 void DeleteKeyTree(HKEY parent, const Text& key) {
-    HKEY opened;
-    if (RegOpenKeyExW(parent, key.c_str(), 0, KEY_READ, &opened) != ERROR_SUCCESS) return;
+    auto opened = OpenKey(parent, key);
+    if (!opened) return;
     WCHAR name[MAX_PATH];
     std::vector<Text> names;
-    while (RegEnumKeyW(opened, static_cast<DWORD>(names.size()), name, MAX_PATH) == ERROR_SUCCESS)
+    while (RegEnumKeyW(opened.get(), static_cast<DWORD>(names.size()), name, MAX_PATH) == ERROR_SUCCESS)
         names.push_back(name);
-    RegCloseKey(opened);
+    opened.reset();
     for (const Text& subKey : names)
         DeleteKeyTree(parent, key + TEXT("\\") + subKey);
     EXPECT_EQ(RegDeleteKeyW(parent, key.c_str()), ERROR_SUCCESS) << ::testing::PrintToString(key);
 }
 
 std::vector<Mark> BootMarks() {
-    HKEY key;
-    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSessionManager, 0, KEY_QUERY_VALUE, &key) != ERROR_SUCCESS)
-        return {};
-    DWORD cbData = 0;
-    (void)RegQueryValueExW(key, kPendingMoves, nullptr, nullptr, nullptr, &cbData);
-    Text data(cbData / sizeof(WCHAR), 0);
-    (void)RegQueryValueExW(key, kPendingMoves, nullptr, nullptr, reinterpret_cast<LPBYTE>(data.data()),
-                           &cbData);
-    RegCloseKey(key);
+    const StoredValue stored =
+        GetValue(HKEY_LOCAL_MACHINE, kSessionManager, kPendingMoves).value_or(StoredValue());
+    Text data(stored.bytes.size() / sizeof(WCHAR), 0);
+    std::memcpy(data.data(), stored.bytes.data(), data.size() * sizeof(WCHAR));
     std::size_t at = 0;
     const auto next = [&] {
-        Text path = data.substr(at, data.find(WCHAR{0}, at) - at);
-        at = std::min(at + path.size() + 1, data.size());
-        const std::size_t prefix = path.find(TEXT("\\??\\"));
-        if (prefix <= 1) path.erase(prefix, 4);
+        Text path = data.c_str() + std::min(at, data.size());
+        at += path.size() + 1;
+        if (const std::size_t prefix = path.find(TEXT("\\??\\")); prefix <= 1) path.erase(prefix, 4);
         return path;
     };
     std::vector<Mark> marks;
@@ -338,17 +299,15 @@ std::optional<DWORD> RunningProgram::ExitCode() const {
 }
 
 DWORD RunProgram(const Text& commandLine, const Text& folder, const std::function<void(DWORD)>& meanwhile) {
-    const std::vector<DWORD> before = StartedPrograms();
+    const std::set<DWORD> before = StartedPrograms();
     const RunningProgram program(commandLine, folder);
     if (meanwhile) meanwhile(program.Id());
     const std::optional<DWORD> exitCode = program.ExitCode();
-    const auto running = [&] {
-        const std::vector<DWORD> now = StartedPrograms();
-        return std::any_of(now.begin(), now.end(), [&](DWORD id) {
-            return std::find(before.begin(), before.end(), id) == before.end();
-        });
+    const auto allEnded = [&] {
+        const std::set<DWORD> now = StartedPrograms();
+        return std::includes(before.begin(), before.end(), now.begin(), now.end());
     };
-    if (!HoldsWithin(kPatienceForEnds, [&] { return !running(); })) {
+    if (!HoldsWithin(kPatienceForEnds, allEnded)) {
         ADD_FAILURE() << "still running: " << ::testing::PrintToString(commandLine);
         EndStartedPrograms();
     }
@@ -359,32 +318,22 @@ bool AddChildProgram(const char* name, int (*body)()) {
     return ChildPrograms().emplace(name, body).second;
 }
 
-namespace {
-
-// Programs started while this object lives run that body instead of tests.
-class ChildName {
-  public:
-    explicit ChildName(const char* name) {
-        (void)SetEnvironmentVariableW(kChildVariable, Wide(name).c_str());
-    }
-    ~ChildName() { (void)SetEnvironmentVariableW(kChildVariable, nullptr); }
-    ChildName(const ChildName&) = delete;
-    ChildName& operator=(const ChildName&) = delete;
-};
-
-}  // namespace
+// Other programs than copies of this one ignore the variable, so it stays.
+static void NameChild(const char* name) {
+    EXPECT_TRUE(SetEnvironmentVariableW(kChildVariable, Wide(name).c_str()));
+}
 
 DWORD RunChild(const char* name, const Text& program, const Text& arguments) {
-    Import(OwnProgram(), program);
-    const ChildName child(name);
+    ImportFile(OwnProgram().string(), program);
+    NameChild(name);
     return RunProgram(TEXT("\"") + program + TEXT("\" ") + arguments);
 }
 
 RunningProgram StartChild(const char* name, const Text& arguments) {
     const Text program = kScratch + TEXT("\\running.exe");
     // Another program may be running from the file.
-    if (!Exists(program)) Import(OwnProgram(), program);
-    const ChildName child(name);
+    if (!Exists(program)) ImportFile(OwnProgram().string(), program);
+    NameChild(name);
     return RunningProgram(program + TEXT(" ") + arguments);
 }
 

@@ -6,18 +6,19 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
-using Text = std::basic_string<WCHAR>;
+#include "common/text.h"
 
-inline Text Wide(const std::string& ascii) {
-    return {ascii.begin(), ascii.end()};
-}
-inline std::string Narrow(const Text& ascii) {
-    return {ascii.begin(), ascii.end()};
+using Text = tools::WideText;
+
+using tools::Wide;
+inline std::string Narrow(const Text& text) {
+    return tools::Utf8(text);
 }
 // Returns the text as the bytes of a UTF-16 file.
 std::string Utf16(const std::string& ascii);
@@ -48,28 +49,27 @@ class ScratchTest : public ::testing::Test {
 
 // ---- files (paths are Windows paths) ----
 void MakeFile(const Text& path, const std::string& bytes = "content");  // also makes missing folders
-std::optional<std::string> FileBytes(const Text& path);                 // none if it can't be read
+inline std::optional<std::string> FileBytes(const Text& path) {
+    return tools::ReadWhole(path);
+}
 bool Exists(const Text& path);
 void MakeFolder(const Text& path);  // also makes missing parents
 // Deletes a file, or a folder with everything in it, whatever the attributes are. The test fails if something stays.
 void DeleteTree(const Text& path);
 // Returns every file and folder below, sorted, relative to the folder. Folders end with a backslash.
 std::vector<Text> Tree(const Text& folder = kScratch);
-// Copy a file or folder of the build (an absolute path of the build machine, such as QTV_BUILD_FOLDER "/package") onto
-// the machine. Programs stay programs.
+// Copies a file of the build, or a folder with all that is in it, onto the machine. Its path is one of the build machine
+// and absolute, such as QTV_BUILD_FOLDER "/package". Programs stay programs.
 void ImportFile(const std::string& buildPath, const Text& target);
-void ImportFolder(const std::string& buildPath, const Text& target);
 // Returns the bytes of a file of the build. A missing file has none.
 std::string BuildBytes(const std::string& buildPath);
 // Overwrites the four numbers of the version block in a program file.
 void SetFileVersion(const Text& path, unsigned major, unsigned minor, unsigned release, unsigned build);
 
-// ---- what the running system does differently from Windows; all false except under Wine ----
-enum class Deviation {
-    OverwritesReadOnly,    // opening or copying over a read-only file works (Wine as root)
-    SearchesByOtherRules,  // "?" at the end, "<", and a quote find fewer names; 8.3 names are different ones
-};
-bool Deviates(Deviation deviation);
+// ---- what the running system does differently from Windows ----
+// Wine opens and copies over a read-only file when it runs as root. With "?" at the end, "<" and a quote it finds fewer
+// names, and its 8.3 names are different ones.
+bool UnderWine();
 // Returns what the running system must answer to a fact. This is `windows`, or under Wine the answer for the fact in
 // the table in scratch_windows.cpp.
 std::string Expected(const std::string& fact, const std::string& windows);
@@ -116,12 +116,9 @@ enum class Hold {
 class HeldFile {
   public:
     HeldFile(const Text& path, Hold how);
-    ~HeldFile();
-    HeldFile(const HeldFile&) = delete;
-    HeldFile& operator=(const HeldFile&) = delete;
 
   private:
-    HANDLE m_file = INVALID_HANDLE_VALUE;
+    std::unique_ptr<void, BOOL(WINAPI*)(HANDLE)> m_file = {nullptr, CloseHandle};
     std::optional<RunningProgram> m_program;
 };
 

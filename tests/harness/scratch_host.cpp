@@ -1,8 +1,7 @@
 // The embedded machine of the test program. It is in the build folder and is removed when the program ends.
-#include <unistd.h>
+#include <cerrno>
 
-#include <cstring>
-
+#include "common/throwaway_folder.h"
 #include "harness/target.h"
 #include "winhost.h"
 
@@ -10,24 +9,17 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class OwnMachine {
-  public:
+struct OwnMachine {
     OwnMachine() {
         // A child's program is stored in the machine of the test that started it.
         if (winhost::InMachine()) return;
-        m_root = fs::path(QTV_BUILD_FOLDER) / "machines" /
-                 (std::string(program_invocation_short_name) + "." + std::to_string(getpid()));
-        fs::remove_all(m_root);
-        winhost::CreateMachine(m_root);
-        winhost::EnterMachine(m_root);
+        const fs::path parent = QTV_BUILD_FOLDER "/machines";
+        fs::create_directories(parent);
+        folder.emplace(program_invocation_short_name, parent);
+        winhost::CreateMachine(folder->Path());
+        winhost::EnterMachine(folder->Path());
     }
-    ~OwnMachine() {
-        std::error_code error;
-        if (!m_root.empty()) fs::remove_all(m_root, error);
-    }
-
-  private:
-    fs::path m_root;
+    std::optional<tools::ThrowawayFolder> folder;
 };
 
 // Made after the start of the process, which has priority 101, and before all other static objects, because some of
@@ -38,12 +30,9 @@ std::size_t eventsBefore;
 
 }  // namespace
 
-std::vector<DWORD> StartedPrograms() {
-    return winhost::ProcessIds();
-}
-
-fs::path BuildPath(const std::string& path) {
-    return path;
+std::set<DWORD> StartedPrograms() {
+    const std::vector<DWORD> ids = winhost::ProcessIds();
+    return {ids.begin(), ids.end()};
 }
 
 fs::path OwnProgram() {
@@ -60,7 +49,7 @@ void CarryOutMarks() {
 
 void HoldAccessTimes(const Text&) {}
 
-bool Deviates(Deviation) {
+bool UnderWine() {
     return false;
 }
 

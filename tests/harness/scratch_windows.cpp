@@ -12,7 +12,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr DWORD kJobPollPause = 10;
-constexpr UINT kAnswerMs = 5000;
 constexpr int kMaxPrograms = 256;
 
 // The job that contains this process and all that it starts.
@@ -30,22 +29,7 @@ HANDLE OwnJob() {
 bool IsOwnWindow(HWND window) {
     DWORD id = 0;
     GetWindowThreadProcessId(window, &id);
-    if (id == GetCurrentProcessId()) return true;
-    for (const DWORD started : StartedPrograms())
-        if (started == id) return true;
-    return false;
-}
-
-Text WindowText(HWND window) {
-    Text text(static_cast<std::size_t>(SendMessageW(window, WM_GETTEXTLENGTH, 0, 0)) + 1, 0);
-    text.resize(static_cast<std::size_t>(
-        SendMessageW(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()))));
-    return text;
-}
-
-bool UnderWine() {
-    const HMODULE system = GetModuleHandleW(L"ntdll.dll");
-    return system && GetProcAddress(system, "wine_get_version");
+    return id == GetCurrentProcessId() || StartedPrograms().contains(id);
 }
 
 // The facts for which Wine's answer differs from Windows.
@@ -74,12 +58,12 @@ Boxes boxes;
 HWND leftOpen;
 
 void Answer(HWND box) {
-    int button = 0;
+    int button = tools::SafestButton(box);
     {
         const std::lock_guard lock(boxMutex);
         if (box == leftOpen) return;
         const std::size_t index = boxes.shown.size();
-        boxes.shown.push_back({WindowText(box), WindowText(GetDlgItem(box, tools::kBoxText)), {}});
+        boxes.shown.push_back({tools::TextOf(box), tools::TextOf(GetDlgItem(box, tools::kBoxText)), {}});
         if (index < boxButtons.size() && boxButtons[index] == kLeftOpen) {
             leftOpen = box;
             return;
@@ -89,16 +73,12 @@ void Answer(HWND box) {
         else
             boxes.unanswered.push_back(boxes.shown.back());
     }
-    for (const int safe : {IDCANCEL, IDOK, IDNO})
-        if (!button && GetDlgItem(box, safe)) button = safe;
-    // Sent, not posted: the box is hidden when the call returns, so it isn't answered twice.
-    DWORD_PTR result;
-    SendMessageTimeoutW(box, WM_COMMAND, static_cast<WPARAM>(button), 0, SMTO_NORMAL, kAnswerMs, &result);
+    tools::AnswerBox(box, button);
 }
 
 }  // namespace
 
-std::vector<DWORD> StartedPrograms() {
+std::set<DWORD> StartedPrograms() {
     // Two counts, then the ids. The system's declaration has room for only one id.
     static_assert(offsetof(JOBOBJECT_BASIC_PROCESS_ID_LIST, ProcessIdList) == sizeof(ULONG_PTR));
     ULONG_PTR words[1 + kMaxPrograms] = {};
@@ -106,17 +86,11 @@ std::vector<DWORD> StartedPrograms() {
         QueryInformationJobObject(OwnJob(), JobObjectBasicProcessIdList, words, sizeof words, nullptr));
     DWORD counts[2];
     std::memcpy(counts, words, sizeof counts);
-    std::vector<DWORD> ids;
-    for (DWORD i = 1; i <= counts[1]; ++i) {
-        const DWORD id = static_cast<DWORD>(words[i]);
-        if (id != GetCurrentProcessId()) ids.push_back(id);
-    }
+    std::set<DWORD> ids;
+    for (DWORD i = 1; i <= counts[1]; ++i)
+        ids.insert(static_cast<DWORD>(words[i]));
+    ids.erase(GetCurrentProcessId());
     return ids;
-}
-
-fs::path BuildPath(const std::string& path) {
-    // Wine shows the root of the build machine as drive Z.
-    return path.starts_with('/') ? "Z:" + path : path;
 }
 
 fs::path OwnProgram() {
@@ -149,16 +123,9 @@ void HoldAccessTimes(const Text& folder) {
     }
 }
 
-bool Deviates(Deviation deviation) {
-    if (!UnderWine()) return false;
-    if (deviation != Deviation::OverwritesReadOnly) return true;
-    const Text probe = kScratch + L".probe";
-    MakeFile(probe);
-    EXPECT_TRUE(SetFileAttributesW(probe.c_str(), FILE_ATTRIBUTE_READONLY));
-    const HANDLE file = CreateFileW(probe.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-    if (file != INVALID_HANDLE_VALUE) CloseHandle(file);
-    DeleteTree(probe);
-    return file != INVALID_HANDLE_VALUE;
+bool UnderWine() {
+    const HMODULE system = GetModuleHandleW(L"ntdll.dll");
+    return system && GetProcAddress(system, "wine_get_version");
 }
 
 std::string Expected(const std::string& fact, const std::string& windows) {

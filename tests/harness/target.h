@@ -2,16 +2,15 @@
 #pragma once
 
 #include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "harness/scratch.h"
 
 // Returns the ids of the running programs that this test program started, directly or through others.
-std::vector<DWORD> StartedPrograms();
+std::set<DWORD> StartedPrograms();
 
-// Returns a path of the build machine as the running system spells it.
-std::filesystem::path BuildPath(const std::string& path);
 // Returns the path of the test program's own file.
 std::filesystem::path OwnProgram();
 // Returns a path of the machine as the functions of the build machine need it.

@@ -68,7 +68,8 @@ TEST_F(Registry, FailsWithTheErrorThatItsCallersTellApart) {
     });
     RegCloseKey(reader);
 
-    const BYTE text[] = "a";
+    // The system looks for the terminator even after the end that it is told.
+    const BYTE text[] = "a\0##";
     ASSERT_EQ(RegSetValueExW(m_key, TEXT("name"), 0, REG_SZ, text, 2), ERROR_SUCCESS);
     WCHAR name[4];
     DWORD cchName = 3, type = 99, cbValue = 20;

@@ -17,7 +17,7 @@ struct Looks {
 
 Looks LooksOf(const Driver& wizard, int step) {
     return {step,
-            wizard.Title(),
+            TextOf(wizard.Window()),
             TextOf(wizard.Control(IDOK)),
             TextOf(wizard.Control(IDCANCEL)),
             IsShown(wizard.Control(IDC_BACK)),

@@ -7,6 +7,7 @@ namespace tools {
 namespace {
 
 constexpr int kLastBoxButton = 11;
+constexpr UINT kAnswerMs = 5000;
 
 }  // namespace
 
@@ -20,6 +21,22 @@ bool IsMessageBox(HWND window) {
             !_wcsicmp(kind, L"Static") || (!_wcsicmp(kind, L"Button") && id >= IDOK && id <= kLastBoxButton);
     }
     return box;
+}
+
+WideText TextOf(HWND window) {
+    WideText text(static_cast<std::size_t>(SendMessageW(window, WM_GETTEXTLENGTH, 0, 0)) + 1, 0);
+    text.resize(static_cast<std::size_t>(
+        SendMessageW(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()))));
+    return text;
+}
+
+int SafestButton(HWND box) {
+    return GetDlgItem(box, IDNO) ? IDNO : GetDlgItem(box, IDCANCEL) ? IDCANCEL : IDOK;
+}
+
+void AnswerBox(HWND box, int button) {
+    DWORD_PTR result;
+    SendMessageTimeoutW(box, WM_COMMAND, static_cast<WPARAM>(button), 0, SMTO_NORMAL, kAnswerMs, &result);
 }
 
 }  // namespace tools

@@ -90,6 +90,12 @@ std::string Shown(const std::string& text) {
     return out;
 }
 
+std::string Replaced(std::string text, const std::string& from, const std::string& to) {
+    for (std::size_t at = 0; (at = text.find(from, at)) != text.npos; at += to.size())
+        text.replace(at, from.size(), to);
+    return text;
+}
+
 std::string Hex(std::uint64_t number, int digits) {
     static constexpr char kDigits[] = "0123456789abcdef";
     std::string out;

@@ -23,6 +23,9 @@ bool IsUtf8(const std::string& bytes);
 // Returns the text as it is shown in a terminal or a file: each control character becomes \x and two digits.
 std::string Shown(const std::string& text);
 
+// Returns the text with every `from` replaced by `to`. `from` is not empty.
+std::string Replaced(std::string text, const std::string& from, const std::string& to);
+
 // Returns the lowest `digits` hexadecimal digits of the number, in lower case.
 std::string Hex(std::uint64_t number, int digits);
 

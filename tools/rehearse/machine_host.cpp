@@ -1,10 +1,10 @@
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <fstream>
 
 #include "rehearse/machine.h"
+#include "common/redirected_streams.h"
 #include "common/text.h"
 #include "winhost.h"
 
@@ -12,33 +12,10 @@ namespace rehearse {
 
 namespace {
 
-// Catches what the programs of the machine write. Standard input is empty, so that no program asks at the terminal.
-class Streams {
-  public:
-    Streams() {
-        const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
-        const int errors =
-            open(ErrorFile().c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0666);
-        for (const int stream : {0, 1, 2}) {
-            m_saved[stream] = fcntl(stream, F_DUPFD_CLOEXEC, 3);
-            (void)dup2(stream == 2 ? errors : nothing, stream);
-        }
-        (void)close(nothing);
-        (void)close(errors);
-    }
-    ~Streams() {
-        for (const int stream : {0, 1, 2}) {
-            (void)dup2(m_saved[stream], stream);
-            (void)close(m_saved[stream]);
-        }
-    }
-    Streams(const Streams&) = delete;
-    Streams& operator=(const Streams&) = delete;
-    static std::filesystem::path ErrorFile() { return winhost::StateFolder() / "errors"; }
-
-  private:
-    int m_saved[3];
-};
+// What the programs of the machine write to standard error.
+std::filesystem::path ErrorFile() {
+    return winhost::StateFolder() / "errors";
+}
 
 void TakeEvents(Outcome& outcome) {
     bool first = true;
@@ -61,7 +38,7 @@ void TakeEvents(Outcome& outcome) {
 
 // The messages of the machine itself about a program that it can't run to the end.
 void TakeComplaints(Outcome& outcome) {
-    std::ifstream errors(Streams::ErrorFile());
+    std::ifstream errors(ErrorFile());
     for (std::string line; std::getline(errors, line);)
         if (line.starts_with("winhost: ")) outcome.messages.push_back({"", line, "the program was ended"});
 }
@@ -70,7 +47,10 @@ void TakeComplaints(Outcome& outcome) {
 
 Outcome RunToEnd(const std::string& commandLine, const std::string& folder) {
     winhost::ClearEvents();
-    const Streams streams;
+    // Standard input is empty, so that no program asks at the terminal.
+    const tools::RedirectedStreams streams(
+        {open("/dev/null", O_RDONLY | O_CLOEXEC), open("/dev/null", O_WRONLY | O_CLOEXEC),
+         open(ErrorFile().c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0666)});
     tools::WideText line = tools::Wide(commandLine);
     STARTUPINFOW startup = {};
     startup.cb = sizeof startup;

@@ -16,14 +16,6 @@ namespace {
 
 constexpr DWORD kPollMs = 10;
 constexpr DWORD kPageMs = 1500;  // a page that is shown this long waits for a person
-constexpr UINT kAnswerMs = 5000;
-constexpr DWORD kMostWindowsChars = 4096;
-
-std::string TextOf(HWND window) {
-    WCHAR text[kMostWindowsChars] = {};
-    SendMessageW(window, WM_GETTEXT, kMostWindowsChars, reinterpret_cast<LPARAM>(text));
-    return tools::Utf8(text);
-}
 
 // Reads the memory at an address in another process.
 template <class Record>
@@ -146,17 +138,15 @@ class Run {
     }
 
     void Answer(HWND box) {
-        int button = IDOK;
-        for (const int safe : {IDOK, IDCANCEL, IDNO})
-            if (GetDlgItem(box, safe)) button = safe;
-        const Message message = {TextOf(box), TextOf(GetDlgItem(box, tools::kBoxText)), ButtonName(button)};
+        const int button = tools::SafestButton(box);
+        const Message message = {tools::Utf8(tools::TextOf(box)),
+                                 tools::Utf8(tools::TextOf(GetDlgItem(box, tools::kBoxText))),
+                                 ButtonName(button)};
         {
             const std::lock_guard lock(m_mutex);
             m_outcome.messages.push_back(message);
         }
-        // Sent, not posted: the box is hidden when the call returns, so it is not answered twice.
-        DWORD_PTR result;
-        SendMessageTimeoutW(box, WM_COMMAND, static_cast<WPARAM>(button), 0, SMTO_NORMAL, kAnswerMs, &result);
+        tools::AnswerBox(box, button);
     }
 
     void EndSession(HWND page) {

@@ -2,6 +2,8 @@
 
 #include <shlobj.h>
 
+#include <utility>
+
 #include "common/text.h"
 
 namespace snapshot {
@@ -71,8 +73,7 @@ const std::vector<std::pair<std::string, std::string>>& Names() {
 
 std::string Neutral(std::string text) {
     for (const auto& [path, name] : Names())
-        for (std::size_t at = 0; (at = text.find(path, at)) != text.npos; at += name.size())
-            text.replace(at, path.size(), name);
+        text = tools::Replaced(std::move(text), path, name);
     // The system chooses a number for the name of the temporary copy.
     const std::string copy = "<Temp>\\uni";
     for (std::size_t at = 0; (at = text.find(copy, at)) != text.npos; at += copy.size())
