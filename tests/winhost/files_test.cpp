@@ -152,6 +152,28 @@ TEST_F(HostFiles, ProfileFilesKeepTheirEncodingAndOtherSections) {
     EXPECT_TRUE(DeleteFileW(TEXT("C:\\Windows\\test.ini")));
 }
 
+// The errno of a call; 0 if it succeeded.
+int ErrnoOfOpen(LPCWSTR path, LPCWSTR mode) {
+    FILE* const file = _wfopen(path, mode);
+    return file ? std::fclose(file) : errno;
+}
+
+TEST_F(HostFiles, RuntimeRefusesWrongParameters) {
+    MakeFiles({"a"});
+    for (const LPCWSTR mode : {LPCWSTR{}, TEXT(""), TEXT(" "), TEXT("q"), TEXT("wq"), TEXT("\u0177")})
+        EXPECT_EQ(ErrnoOfOpen(TEXT("a"), mode), EINVAL)
+            << ::testing::PrintToString(Text(mode ? mode : TEXT("none")));
+    EXPECT_EQ(ErrnoOfOpen(nullptr, TEXT("r")), EINVAL);
+    EXPECT_EQ(ErrnoOfOpen(TEXT("a"), TEXT("rb")), 0);
+    EXPECT_EQ(ErrnoOfOpen(TEXT("none"), TEXT("r")), ENOENT);
+    for (const int mode : {1, 8, -1})
+        EXPECT_TRUE(_waccess(TEXT("a"), mode) == -1 && errno == EINVAL) << mode;
+    EXPECT_EQ(_waccess(nullptr, 0), -1);
+    EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\a")), "content");
+    for (const LPCWSTR mode : {TEXT("r+"), TEXT(" r"), TEXT("rt"), TEXT("r, ccs=UTF-8")})
+        EXPECT_DEATH((void)ErrnoOfOpen(TEXT("a"), mode), "not modelled: mode");
+}
+
 TEST_F(HostFiles, FullDiscRefusesAWholeCopyAndAWholeText) {
     constexpr LPCWSTR kProfile = TEXT("C:\\Scratch\\marks.ini");
     MakeFiles({"source"}, std::string(1000, 's'));

@@ -127,6 +127,14 @@ int CloseStream(void* cookie) {
     return 0;
 }
 
+// Whether the runtime knows this way of opening a file.
+bool IsMode(std::string_view mode) {
+    mode.remove_prefix(std::min(mode.find_first_not_of(' '), mode.size()));
+    const auto flags = mode.substr(std::min<std::size_t>(mode.size(), 1));
+    return !mode.empty() && std::string_view("rwa").find(mode[0]) != mode.npos &&
+           (flags.find(',') != flags.npos || flags.find_first_not_of(" +bcntDNRSTx") == flags.npos);
+}
+
 }  // namespace
 
 }  // namespace winhost
@@ -138,10 +146,14 @@ FILE* _wfopen(const char16_t* path, const char16_t* mode) {
         errno = ErrnoOf(GetLastError());
         return nullptr;
     }
-    const std::string text = Utf8(mode);
-    const char kind = text.empty() ? '\0' : text[0];
-    if (!std::strchr("rwa", kind) || (!text.substr(1).empty() && text.substr(1) != "b"))
-        NotModelled("_wfopen", "mode " + text);
+    const std::string text = mode ? Utf8(mode) : std::string();
+    if (!path || !IsMode(text)) {
+        errno = EINVAL;
+        return nullptr;
+    }
+    const char kind = text[0];
+    const std::string flags = text.substr(1);
+    if (kind == ' ' || (!flags.empty() && flags != "b")) NotModelled("_wfopen", "mode " + text);
     const DWORD disposition = kind == 'r' ? OPEN_EXISTING : kind == 'w' ? CREATE_ALWAYS : OPEN_ALWAYS;
     const unsigned access = kind == 'r' ? kReading : kWriting;
     auto file = OpenPlace(LocateFile(path), access, FILE_SHARE_READ | FILE_SHARE_WRITE, disposition,
@@ -150,7 +162,7 @@ FILE* _wfopen(const char16_t* path, const char16_t* mode) {
         errno = ErrnoOf(GetLastError());
         return nullptr;
     }
-    auto stream = std::make_unique<Stream>(Stream{std::move(file), text.size() == 1, kind == 'a'});
+    auto stream = std::make_unique<Stream>(Stream{std::move(file), flags.empty(), kind == 'a'});
     const cookie_io_functions_t calls = {ReadStream, WriteStream, SeekStream, CloseStream};
     FILE* opened = fopencookie(stream.get(), kind == 'r' ? "r" : "w", calls);
     if (opened) (void)stream.release();
@@ -158,8 +170,10 @@ FILE* _wfopen(const char16_t* path, const char16_t* mode) {
 }
 
 int _waccess(const char16_t* path, int mode) {
-    if (mode != 0 && mode != 2 && mode != 4 && mode != 6)
-        NotModelled("_waccess", "mode " + std::to_string(mode));
+    if (!path || (mode & ~6)) {
+        errno = EINVAL;
+        return -1;
+    }
     const Place place = Locate(path);
     DWORD error = FaultOf("_waccess");
     if (!error) error = place.error;
