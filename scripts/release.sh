@@ -141,7 +141,7 @@ while IFS= read -r -d '' program; do
 done < <(find "$work/embedded/package" -type f -iname '*.exe' -print0 | sort -z)
 step 'rehearsed on an embedded machine' "$host/rehearse" --html "$new/report/embedded.html" "$work/embedded/package" -- -s
 report '  stand-ins there for' "${stand_ins[*]}"
-starts=$(grep -iE "$(printf '%s|' "${stand_ins[@]//./\\.}")"'^$' "$work/said" | sed -n 's/^ \{4\}"\{0,1\}\([A-Z]:.*\)/\1/p' | sort | uniq -c)
+starts=$(grep -iE "$(printf '%s|' "${stand_ins[@]//./\\.}")"'^$' "$work/said" | sed -n 's/^ \{4\}\("\{0,1\}[A-Z]:.*\)/\1/p' | sort | uniq -c)
 [ -n "$starts" ] || stop 'setup starts none of the package'"'"'s programs on the embedded machine'
 while read -r count line; do report '  started there' "$count x $line"; done <<<"$starts"
 

@@ -84,6 +84,6 @@ for name in 'gone\a.dat' presets.dat 'Samples\old.jpg'; do
     grep -qF "File Del: $name" out/package/QtvUnInst.log || fail "an update leaves $name"
 done
 grep -q 'stand-ins there for.*QtvApp8.exe' out/report/report.txt || fail 'the report does not name the stand-ins'
-grep -q 'started there.*QtvApp8.exe" -regonly' out/report/report.txt || fail 'the report does not list the started programs'
+grep -q 'started there *[0-9]* x "C:.*QtvApp8.exe" -regonly' out/report/report.txt || fail 'the report does not list the started programs'
 [ "$(find out/report -name '*.html' | wc -l)" = 4 ] || fail 'the report does not have four rehearsals'
 [ -z "$failed" ]
