@@ -15,6 +15,11 @@ inline std::string Utf8(const CString& text) {
     return tools::Utf8(text.Text());
 }
 
+// How a finding names another line.
+inline std::string Line(unsigned number) {
+    return "line " + std::to_string(number);
+}
+
 // Decodes characters that are each one byte of UTF-8. Empty if they are not UTF-8, or if all are ASCII.
 CString DecodedUtf8(const CString& characters);
 
