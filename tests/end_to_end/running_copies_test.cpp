@@ -20,7 +20,7 @@ constexpr WCHAR kAborted[] = TEXT(
     TEXT("you have done in them, then restart this setup program.");
 
 bool HasEnded(const RunningProgram& copy) {
-    const DWORD exitCode = copy.ExitCode().value_or(1);
+    const DWORD exitCode = copy.ExitCode();
     return exitCode == 0 || exitCode == kClosed;
 }
 

@@ -17,8 +17,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr DWORD kPatienceForEnds = 60000;
-constexpr DWORD kAwaitPatience = 10000;
+constexpr DWORD kPatience = 10000;
 constexpr DWORD kInUsePatience = 5000;
 constexpr DWORD kPollPause = 5;
 constexpr WCHAR kSessionManager[] = TEXT("SYSTEM\\CurrentControlSet\\Control\\Session Manager");
@@ -54,7 +53,7 @@ void EndStartedPrograms() {
         const HANDLE process = OpenProcess(PROCESS_TERMINATE | SYNCHRONIZE, FALSE, id);
         if (!process) continue;
         (void)TerminateProcess(process, 1);
-        (void)WaitForSingleObject(process, kPatienceForEnds);
+        (void)WaitForSingleObject(process, kPatience);
         CloseHandle(process);
     }
 }
@@ -107,7 +106,7 @@ bool HoldsWithin(DWORD milliseconds, const std::function<bool()>& condition) {
 }
 
 void Await(const std::string& what, const std::function<bool()>& condition) {
-    if (!HoldsWithin(kAwaitPatience, condition)) throw std::runtime_error("waited in vain for " + what);
+    if (!HoldsWithin(kPatience, condition)) throw std::runtime_error("waited in vain for " + what);
 }
 
 ScratchTest::ScratchTest() {
@@ -269,11 +268,11 @@ void RestartMachine() {
 
 // ---- programs ----
 
-RunningProgram::RunningProgram(const Text& commandLine, const Text& folder) {
+RunningProgram::RunningProgram(const Text& commandLine, const Text& folder) : m_commandLine(commandLine) {
     STARTUPINFOW startup = {};
     startup.cb = sizeof startup;
-    Text arguments = commandLine;
-    EXPECT_TRUE(CreateProcessW(nullptr, arguments.data(), nullptr, nullptr, FALSE, 0, nullptr, folder.c_str(),
+    Text line = commandLine;
+    EXPECT_TRUE(CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, folder.c_str(),
                                &startup, &m_process))
         << GetLastError();
 }
@@ -281,7 +280,7 @@ RunningProgram::RunningProgram(const Text& commandLine, const Text& folder) {
 RunningProgram::~RunningProgram() {
     if (!m_process.hProcess) return;
     (void)TerminateProcess(m_process.hProcess, 1);
-    EXPECT_EQ(WaitForSingleObject(m_process.hProcess, kPatienceForEnds), WAIT_OBJECT_0);
+    EXPECT_EQ(WaitForSingleObject(m_process.hProcess, kPatience), WAIT_OBJECT_0);
     CloseHandle(m_process.hThread);
     CloseHandle(m_process.hProcess);
 }
@@ -290,28 +289,24 @@ bool RunningProgram::Runs() const {
     return WaitForSingleObject(m_process.hProcess, 0) == WAIT_TIMEOUT;
 }
 
-std::optional<DWORD> RunningProgram::ExitCode() const {
+DWORD RunningProgram::ExitCode() const {
     DWORD exitCode = 0;
-    const bool ended = WaitForSingleObject(m_process.hProcess, kPatienceForEnds) == WAIT_OBJECT_0 &&
-                       GetExitCodeProcess(m_process.hProcess, &exitCode);
-    EXPECT_TRUE(ended);
-    return ended ? std::optional(exitCode) : std::nullopt;
+    if (WaitForSingleObject(m_process.hProcess, kPatience) != WAIT_OBJECT_0 ||
+        !GetExitCodeProcess(m_process.hProcess, &exitCode))
+        throw std::runtime_error("waited in vain for the end of " + ::testing::PrintToString(m_commandLine));
+    return exitCode;
 }
 
 DWORD RunProgram(const Text& commandLine, const Text& folder, const std::function<void(DWORD)>& meanwhile) {
     const std::set<DWORD> before = StartedPrograms();
     const RunningProgram program(commandLine, folder);
     if (meanwhile) meanwhile(program.Id());
-    const std::optional<DWORD> exitCode = program.ExitCode();
-    const auto allEnded = [&] {
+    const DWORD exitCode = program.ExitCode();
+    Await("the end of what was started by " + ::testing::PrintToString(commandLine), [&] {
         const std::set<DWORD> now = StartedPrograms();
         return std::includes(before.begin(), before.end(), now.begin(), now.end());
-    };
-    if (!HoldsWithin(kPatienceForEnds, allEnded)) {
-        ADD_FAILURE() << "still running: " << ::testing::PrintToString(commandLine);
-        EndStartedPrograms();
-    }
-    return exitCode.value_or(STILL_ACTIVE);
+    });
+    return exitCode;
 }
 
 bool AddChildProgram(const char* name, int (*body)()) {

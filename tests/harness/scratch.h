@@ -86,8 +86,8 @@ std::vector<Mark> BootMarks();
 void RestartMachine();
 
 // ---- programs ----
-// Runs a program, waits until it and all that it started have ended, and returns its exit code. The test fails after a
-// minute. `meanwhile` is called with the program's id before the wait.
+// Runs a program, waits until it and all that it started have ended, and returns its exit code. Like Await, it waits at
+// most ten seconds for each. `meanwhile` is called with the program's id before the wait.
 DWORD RunProgram(const Text& commandLine, const Text& folder = kScratch,
                  const std::function<void(DWORD)>& meanwhile = {});
 
@@ -97,14 +97,16 @@ class RunningProgram {
     // Starts the program. The test fails if it can't be started.
     explicit RunningProgram(const Text& commandLine, const Text& folder = kScratch);
     ~RunningProgram();
-    RunningProgram(RunningProgram&& other) noexcept : m_process(std::exchange(other.m_process, {})) {}
+    RunningProgram(RunningProgram&& other) noexcept
+        : m_commandLine(std::move(other.m_commandLine)), m_process(std::exchange(other.m_process, {})) {}
     RunningProgram& operator=(RunningProgram&&) = delete;
     DWORD Id() const { return m_process.dwProcessId; }
     bool Runs() const;
-    // Waits for its end. Returns none, and the test fails, if it doesn't end within a minute.
-    std::optional<DWORD> ExitCode() const;
+    // Waits for its end, as Await does.
+    DWORD ExitCode() const;
 
   private:
+    Text m_commandLine;
     PROCESS_INFORMATION m_process = {};
 };
 
