@@ -1,19 +1,15 @@
 // The frame: its steps and buttons, pages that refuse to close, and the last page.
 #include <shlobj.h>
 
+#include <tuple>
+
 #include "support/shell_folders.h"
 #include "wizard/wizard_run.h"
 
 namespace {
 
-class Frame : public WizardTest {};
-
-struct Looks {
-    int step;
-    Text title, next, cancel;
-    bool back, picture;
-    bool operator==(const Looks&) const = default;
-};
+// The step, the title, the texts of Next and Cancel, and whether Back and the picture are shown.
+using Looks = std::tuple<int, Text, Text, Text, bool, bool>;
 
 Looks LooksOf(const Driver& wizard, int step) {
     return {step,
@@ -30,94 +26,80 @@ Looks LooksAt(int step) {
     return {step, TEXT("Qantivo Setup"), TEXT("&Next >"), TEXT("Cancel"), step != 0, true};
 }
 
-// Presses Next ('N') and Back ('B') in order, and compares the step after each press.
-void Walk(const Driver& wizard, const std::string& buttons, const std::vector<int>& steps,
-          int (*stepOn)(const Driver&)) {
-    ASSERT_EQ(buttons.size(), steps.size());
-    for (std::size_t i = 0; i < steps.size(); ++i) {
-        wizard.Press(buttons[i] == 'N' ? IDOK : IDC_BACK);
-        EXPECT_EQ(LooksOf(wizard, stepOn(wizard)), LooksAt(steps[i])) << "press " << i;
+class Frame : public WizardTest {
+  protected:
+    // Presses Next ('N') and Back ('B') in order, and compares the step after each press. A cancel that is taken back
+    // changes nothing.
+    static void Walk(const Driver& wizard, const std::string& buttons, const std::vector<int>& steps) {
+        ASSERT_EQ(buttons.size(), steps.size());
+        for (std::size_t i = 0; i < steps.size(); ++i) {
+            wizard.Press(buttons[i] == 'N' ? IDOK : IDC_BACK);
+            EXPECT_EQ(LooksOf(wizard, StepOn(wizard)), LooksAt(steps[i])) << "press " << i;
+            Press(wizard, IDCANCEL, {Resource(IDS_CONFIRM_CANCEL)}, IDNO);
+            EXPECT_EQ(LooksOf(wizard, StepOn(wizard)), LooksAt(steps[i])) << "press " << i;
+        }
     }
-}
+};
 
 TEST_F(Frame, GoesThroughItsStepsAndBack) {
     RunAt(0, [](const Driver& wizard) {
         EXPECT_EQ(LooksOf(wizard, StepOn(wizard)), LooksAt(0));
-        Walk(wizard, "NBNNBNNNBBB", {1, 0, 1, 2, 1, 2, 3, 4, 3, 2, 1}, StepOn);
+        Walk(wizard, "NBNNBNNNBBB", {1, 0, 1, 2, 1, 2, 3, 4, 3, 2, 1});
     });
 }
 
 TEST_F(Frame, LeavesTheGroupOutOfAPortableInstall) {
     g_installType = 2;
     RunAt(2, [](const Driver& wizard) {
-        Walk(wizard, "NB", {4, 2}, StepOn);
+        Walk(wizard, "NB", {4, 2});
         wizard.PressInPage(IDC_FOR_ALL);
-        Walk(wizard, "NN", {3, 4}, StepOn);
+        Walk(wizard, "NN", {3, 4});
         EXPECT_EQ(g_installType, 1);
     });
 }
 
-// When the page refuses Back, the step number is already lower. The next press continues from that number.
+// When the page refuses Back, the step number is already lower. The next press continues from that number, but never in
+// front of the first step.
 TEST_F(Frame, GoesOnFromTheLowerNumberAfterARefusedBack) {
     RunAt(3, [](const Driver& wizard) {
-        const HWND group = wizard.PageControl(IDC_GROUP);
-        wizard.Type(group, TEXT(" ab "));
-        Press(wizard, IDC_BACK, {Resource(IDS_GROUP_TOO_SHORT)});
-        EXPECT_EQ(StepOn(wizard), 3);
-        EXPECT_EQ(TextOf(group), TEXT(" ab ")) << "what the user typed stays";
-        wizard.Type(group, TEXT("abc"));
-        Walk(wizard, "N", {2}, StepOn);
-    });
-}
-
-// However low the step number is, the next page is at least the first one.
-TEST_F(Frame, NeverGoesInFrontOfItsFirstStep) {
-    RunAt(2, [](const Driver& wizard) {
+        const auto refusedBacks = [&](const Text& group, int count) {
+            wizard.Type(wizard.PageControl(IDC_GROUP), group);
+            for (int refused = 0; refused < count; ++refused)
+                Press(wizard, IDC_BACK, {Resource(IDS_GROUP_TOO_SHORT)});
+            EXPECT_EQ(StepOn(wizard), 3);
+            EXPECT_EQ(TextOf(wizard.PageControl(IDC_GROUP)), group) << "what the user typed stays";
+            wizard.Type(wizard.PageControl(IDC_GROUP), TEXT("abc"));
+        };
+        refusedBacks(TEXT(" ab "), 1);
+        Walk(wizard, "N", {2});
         wizard.PressInPage(IDC_PORTABLE);
         Press(wizard, IDC_BACK, {Resource(IDS_BROWSE_FIRST)});
         EXPECT_EQ(StepOn(wizard), 2);
         wizard.PressInPage(IDC_FOR_USER);
-        Walk(wizard, "BNNN", {0, 1, 2, 3}, StepOn);
-        wizard.Type(wizard.PageControl(IDC_GROUP), TEXT(""));
-        for (int refused = 0; refused < 3; ++refused)
-            Press(wizard, IDC_BACK, {Resource(IDS_GROUP_TOO_SHORT)});
-        wizard.Type(wizard.PageControl(IDC_GROUP), TEXT("abc"));
-        Walk(wizard, "N", {0}, StepOn);
+        Walk(wizard, "BNNN", {0, 1, 2, 3});
+        refusedBacks(TEXT(""), 3);
+        Walk(wizard, "N", {0});
     });
-}
-
-TEST_F(Frame, AsksBeforeItIsCancelled) {
-    for (int step = 0; step <= 4; ++step)
-        RunAt(step, [&](const Driver& wizard) {
-            Press(wizard, IDCANCEL, {Resource(IDS_CONFIRM_CANCEL)}, IDNO);
-            EXPECT_EQ(LooksOf(wizard, StepOn(wizard)), LooksAt(step));
-        });
 }
 
 // A key or the title bar's cross asks for Cancel whether or not the button can be pressed.
 TEST_F(Frame, TakesNoCommandOfADisabledButton) {
-    g_silentMode = 2;
-    EXPECT_EQ(Run(
-                  [](const Driver& wizard) {
-                      for (const int button : {IDCANCEL, IDC_BACK}) {
-                          EXPECT_FALSE(IsWindowEnabled(wizard.Control(button)));
-                          (void)SendMessageW(wizard.Window(), WM_COMMAND, static_cast<WPARAM>(button), 0);
-                      }
-                      // It takes no command either while it waits for another dialog.
-                      EnableWindow(wizard.Window(), FALSE);
-                      (void)SendMessageW(wizard.Window(), WM_COMMAND, IDOK, 0);
-                      EnableWindow(wizard.Window(), TRUE);
-                      EXPECT_EQ(StepOn(wizard), 5);
-                      wizard.Press(IDOK);
-                  },
-                  4),
-              IDOK);
+    RunLastPage([](const Driver& wizard) {
+        for (const int button : {IDCANCEL, IDC_BACK}) {
+            EXPECT_FALSE(IsWindowEnabled(wizard.Control(button)));
+            (void)SendMessageW(wizard.Window(), WM_COMMAND, static_cast<WPARAM>(button), 0);
+        }
+        // It takes no command either while it waits for another dialog.
+        EnableWindow(wizard.Window(), FALSE);
+        (void)SendMessageW(wizard.Window(), WM_COMMAND, IDOK, 0);
+        EnableWindow(wizard.Window(), TRUE);
+        EXPECT_EQ(StepOn(wizard), 5);
+        wizard.Press(IDOK);
+    });
 }
 
 TEST_F(Frame, EndsOnThePageThatTellsWhatToDoNext) {
-    const Text installed = TEXT("Qantivo 8.05.02 has been successfully installed.");
     const Text portable = TEXT("To run portable Qantivo, double-click 'StartQV8' icon located at:\nD:\\Apps");
-    const Text run = TEXT("Run Qantivo");
     const struct {
         int type = 1, rebootNeeded = 0;
         LPCWSTR target = TEXT("D:\\Apps\\Qantivo 8");
@@ -134,20 +116,20 @@ TEST_F(Frame, EndsOnThePageThatTellsWhatToDoNext) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(&row - rows);
-        g_silentMode = 2;
         g_installType = row.type;
         g_rebootNeeded = row.rebootNeeded;
         g_targetDir = row.target;
         g_runAfter = 7;
-        const auto person = [&](const Driver& wizard) {
+        RunLastPage([&](const Driver& wizard) {
             const HWND box = wizard.PageControl(IDC_RUN_AFTER);
             const HWND note = wizard.PageControl(IDC_WAIT_OR_PORTABLE);
             EXPECT_EQ(TextOf(wizard.Control(IDOK)), Resource(IDS_FINISH));
             EXPECT_TRUE(IsShown(wizard.Control(IDC_BACK)));
-            EXPECT_EQ(TextOf(wizard.PageControl(IDC_HEADLINE)), installed);
+            EXPECT_EQ(TextOf(wizard.PageControl(IDC_HEADLINE)),
+                      TEXT("Qantivo 8.05.02 has been successfully installed."));
             EXPECT_EQ(TextOf(wizard.PageControl(IDC_ADVICE)),
                       Resource(row.rebootNeeded ? IDS_RESTART_NEEDED : IDS_PRESS_FINISH));
-            EXPECT_EQ(TextOf(box), row.rebootNeeded ? Resource(IDS_RESTART_ON_FINISH) : run);
+            EXPECT_EQ(TextOf(box), row.rebootNeeded ? Resource(IDS_RESTART_ON_FINISH) : TEXT("Run Qantivo"));
             EXPECT_EQ(IsShown(box), row.boxShown);
             EXPECT_EQ(IsTicked(box), row.ticked);
             EXPECT_TRUE(IsShown(wizard.PageControl(IDC_HEADLINE)) && IsShown(wizard.PageControl(IDC_ADVICE)));
@@ -157,8 +139,7 @@ TEST_F(Frame, EndsOnThePageThatTellsWhatToDoNext) {
             }
             if (row.press) wizard.Press(box);
             wizard.Press(IDOK);
-        };
-        EXPECT_EQ(Run(person, 4), IDOK);
+        });
         EXPECT_EQ(g_runAfter, row.runAfter);
     }
     EXPECT_FALSE(Exists(Text(GetShellFolder(CSIDL_PROGRAMS)) + TEXT("\\Qantivo 8"))) << "no install runs";
@@ -166,36 +147,27 @@ TEST_F(Frame, EndsOnThePageThatTellsWhatToDoNext) {
 
 // While the install runs, Next is disabled and no page is shown.
 TEST_F(Frame, ShowsNoPageDuringTheInstall) {
-    std::string manifest;
-    for (const Text name : {TEXT("a"), TEXT("b"), TEXT("c"), TEXT("d"), TEXT("e"), TEXT("f")}) {
-        for (int copy = 0; copy < 50; ++copy)
-            MakeFile(kScratch + TEXT("\\package\\") + name + Wide(std::to_string(copy)));
-        manifest += "File Copy: " + std::string(name.begin(), name.end()) + "*\r\n";
-    }
-    MakeFile(kScratch + TEXT("\\package\\QtvUnInst.log"), manifest);
+    for (int number = 0; number < 300; ++number)
+        MakeFile(kScratch + TEXT("\\package\\a") + Wide(std::to_string(number)));
+    MakeFile(kScratch + TEXT("\\package\\QtvUnInst.log"), "File Copy: a*\r\n");
     g_sourceDir = (kScratch + TEXT("\\package")).c_str();
-    EXPECT_EQ(Run(
-                  [](const Driver& wizard) {
-                      const HWND next = wizard.Control(IDOK), ready = wizard.Page();
-                      int looks = 0;
-                      EXPECT_TRUE(PostMessageW(next, BM_CLICK, 0, 0));
-                      wizard.Await("the last page", [&] {
-                          const HWND page = wizard.Page();
-                          const bool seen = page && page != ready && IsShown(page);
-                          if (!IsWindowEnabled(next)) {
-                              // A key pressed meanwhile presses nothing later.
-                              if (looks++ == 0) {
-                                  EXPECT_TRUE(PostMessageW(next, WM_KEYDOWN, VK_RETURN, 0));
-                              }
-                              EXPECT_FALSE(seen);
-                          }
-                          return seen;
-                      });
-                      EXPECT_GT(looks, 0);
-                      wizard.Press(IDOK);
-                  },
-                  3),
-              IDOK);
+    const auto person = [](const Driver& wizard) {
+        const HWND next = wizard.Control(IDOK), ready = wizard.Page();
+        int looks = 0;
+        EXPECT_TRUE(PostMessageW(next, BM_CLICK, 0, 0));
+        wizard.Await("the last page", [&] {
+            const HWND page = wizard.Page();
+            const bool seen = page && page != ready && IsShown(page);
+            if (IsWindowEnabled(next)) return seen;
+            // A key pressed meanwhile presses nothing later.
+            EXPECT_TRUE(looks++ > 0 || PostMessageW(next, WM_KEYDOWN, VK_RETURN, 0));
+            EXPECT_FALSE(seen);
+            return false;
+        });
+        EXPECT_GT(looks, 0);
+        wizard.Press(IDOK);
+    };
+    EXPECT_EQ(Run(person, 3), IDOK);
 }
 
 // A page is placed to the right of the picture, and the agreement in the corner of the frame.

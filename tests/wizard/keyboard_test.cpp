@@ -36,13 +36,10 @@ TEST_F(Keyboard, TabGoesAroundThroughPageAndFrame) {
             if (step < 4) wizard.Press(IDOK);
         }
     });
-    g_silentMode = 2;
-    (void)Run(
-        [&](const Driver& wizard) {
-            around(wizard, rounds[5]);
-            wizard.Press(IDOK);
-        },
-        4);
+    RunLastPage([&](const Driver& wizard) {
+        around(wizard, rounds[5]);
+        wizard.Press(IDOK);
+    });
 }
 
 TEST_F(Keyboard, EnterEscapeAndAccessKeysAreThoseOfTheFrame) {
@@ -80,30 +77,24 @@ TEST_F(Keyboard, EnterEscapeAndAccessKeysAreThoseOfTheFrame) {
         {4, IDOK, kEscape, Asks},
         {4, IDOK, 'b', Back},
     };
-    int step = -1;
-    const auto press = [&](const Driver& wizard, const auto& row) {
-        SCOPED_TRACE(::testing::Message() << row.step << ": " << row.focus << ", " << row.key);
-        FocusOn(wizard, row.focus);
-        const BoxAnswers answers(row.result == Asks ? std::vector{IDNO} : std::vector<int>{});
-        wizard.Key(row.key == kEnter || row.key == kEscape ? WM_KEYDOWN : WM_SYSCHAR, row.key);
-        if (row.result == Browses) {
-            const Driver browser(GetCurrentProcessId(), TEXT("Browse For Folder"));
-            browser.Press(IDCANCEL);
-            wizard.Await("the browser's end", [&] { return IsWindowEnabled(wizard.Window()) != 0; });
-        }
-        if (row.result == Asks)
-            wizard.Await("the question",
-                         [&] { return answers.Shown().size() == 1 && IsWindowEnabled(wizard.Window()); });
-        EXPECT_EQ(StepOn(wizard), row.step + (row.result == Next) - (row.result == Back));
-        if (row.result == Back && row.step != 2) {
-            EXPECT_EQ(wizard.Focus(), IDOK);
-        }
-    };
     RunAt(0, [&](const Driver& wizard) {
+        int step = 0;
         for (const auto& row : rows) {
+            SCOPED_TRACE(::testing::Message() << row.step << ": " << row.focus << ", " << row.key);
             for (; step < row.step; ++step)
-                if (step >= 0) wizard.Press(IDOK);
-            press(wizard, row);
+                wizard.Press(IDOK);
+            FocusOn(wizard, row.focus);
+            const BoxAnswers answers(row.result == Asks ? std::vector{IDNO} : std::vector<int>{});
+            wizard.Key(row.key == kEnter || row.key == kEscape ? WM_KEYDOWN : WM_SYSCHAR, row.key);
+            if (row.result == Browses)
+                Driver(GetCurrentProcessId(), TEXT("Browse For Folder")).Press(IDCANCEL);
+            wizard.Await("the end of what the key opens", [&] {
+                return answers.Shown().size() == (row.result == Asks) && IsWindowEnabled(wizard.Window());
+            });
+            EXPECT_EQ(StepOn(wizard), row.step + (row.result == Next) - (row.result == Back));
+            if (row.result == Back && row.step != 2) {
+                EXPECT_EQ(wizard.Focus(), IDOK);
+            }
             if (row.result == Next) wizard.Press(IDC_BACK);
             if (row.result == Back) wizard.Press(IDOK);
         }
@@ -111,19 +102,14 @@ TEST_F(Keyboard, EnterEscapeAndAccessKeysAreThoseOfTheFrame) {
 }
 
 TEST_F(Keyboard, FinishesTheLastPage) {
-    for (const WPARAM key : {WPARAM{VK_RETURN}, WPARAM{'f'}}) {
-        g_silentMode = 2;
-        EXPECT_EQ(Run(
-                      [&](const Driver& wizard) {
-                          wizard.Key(WM_KEYDOWN, VK_ESCAPE);
-                          wizard.Key(WM_SYSCHAR, 'b');
-                          EXPECT_EQ(StepOn(wizard), 5);
-                          FocusOn(wizard, IDC_RUN_AFTER);
-                          wizard.Key(key == VK_RETURN ? WM_KEYDOWN : WM_SYSCHAR, key);
-                      },
-                      4),
-                  IDOK);
-    }
+    for (const auto& [message, key] : {std::pair{WM_KEYDOWN, VK_RETURN}, std::pair{WM_SYSCHAR, int{'f'}}})
+        RunLastPage([message, key](const Driver& wizard) {
+            wizard.Key(WM_KEYDOWN, VK_ESCAPE);
+            wizard.Key(WM_SYSCHAR, 'b');
+            EXPECT_EQ(StepOn(wizard), 5);
+            FocusOn(wizard, IDC_RUN_AFTER);
+            wizard.Key(message, static_cast<WPARAM>(key));
+        });
 }
 
 }  // namespace

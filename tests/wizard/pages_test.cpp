@@ -11,21 +11,25 @@ namespace {
 
 class Pages : public WizardTest {};
 
+const Text kOtherFolder = TEXT("To install into a different folder, click Browse, and select another one.");
+
 TEST_F(Pages, WelcomeTellsTheVersion) {
     const std::time_t now = std::time(nullptr);
     const std::string year = std::to_string(std::localtime(&now)->tm_year + 1900);
     const Text rest = TEXT("\nCopyright 1999-") + Text(year.begin(), year.end()) +
                       TEXT(" Lorvanta Technology LLC.\nAll rights reserved.");
-    for (const auto& [build, line] :
-         {std::pair{0u, TEXT("Qantivo ver. 8.05.02 ")}, std::pair{3u, TEXT("Qantivo ver. 8.05.02 Beta 3")}}) {
-        g_version.build = build;
-        RunAt(0,
-              [&](const Driver& wizard) { EXPECT_EQ(TextOf(wizard.PageControl(IDC_VERSION)), line + rest); });
+    const struct {
+        decltype(g_version) version;
+        Text line;
+    } rows[] = {{{8, 5, 2, 0}, TEXT("Qantivo ver. 8.05.02 ")},
+                {{8, 5, 2, 3}, TEXT("Qantivo ver. 8.05.02 Beta 3")},
+                {{0xFFFFFFFF, 0x80000000, 1, 0}, TEXT("Qantivo ver. -1.-2147483648.01 ")}};
+    for (const auto& row : rows) {
+        g_version = row.version;
+        RunAt(0, [&](const Driver& wizard) {
+            EXPECT_EQ(TextOf(wizard.PageControl(IDC_VERSION)), row.line + rest);
+        });
     }
-    g_version = {0xFFFFFFFF, 0x80000000, 1, 0};
-    RunAt(0, [](const Driver& wizard) {
-        EXPECT_EQ(TextOf(wizard.PageControl(IDC_VERSION)).find(TEXT("Qantivo ver. -1.-2147483648.01 ")), 0u);
-    });
 }
 
 TEST_F(Pages, AgreementShowsTheFileOfTheCurrentFolder) {
@@ -63,13 +67,9 @@ TEST_F(Pages, AgreementShowsTheFileOfTheCurrentFolder) {
 
 TEST_F(Pages, GroupTakesANameOfThreeCharacters) {
     const Text startup = GetShellFolder(CSIDL_STARTUP).Text();
-    Text word = startup.substr(startup.rfind('\\') + 1);
-    for (WCHAR& c : word)
-        c = static_cast<WCHAR>(c >= 'a' && c <= 'z' ? c - 32 : c);
+    const Text word = CString(startup.substr(startup.rfind('\\') + 1).c_str()).MakeUpper().Text();
     const struct {
-        Text name;
-        Text message;
-        Text taken;
+        Text name, message, taken;
     } rows[] = {
         {TEXT(" ab "), Resource(IDS_GROUP_TOO_SHORT), {}},
         {TEXT("   "), Resource(IDS_GROUP_TOO_SHORT), {}},
@@ -114,8 +114,6 @@ TEST_F(Pages, DestinationFollowsTheFolderThatIsChosen) {
     const Text old = g_targetDir.Text();
     const Text elsewhere = kScratch + TEXT("\\elsewhere");
     const Text own = TEXT("\\Qantivo 8");
-    const Text otherFolder =
-        TEXT("To install into a different folder, click Browse, and select another one.");
     const struct {
         std::string content;  // none for an empty folder
         int type;
@@ -141,16 +139,12 @@ TEST_F(Pages, DestinationFollowsTheFolderThatIsChosen) {
         RunAt(2, [&](const Driver& wizard) {
             const HWND shown = wizard.PageControl(IDC_FOLDER);
             wizard.PressInPage(IDC_FOR_USER + row.type);
-            if (row.target == old) {
-                Browse(wizard, elsewhere, {Resource(IDS_OLDER_VERSION_FOLDER)});
-                EXPECT_EQ(TextOf(shown), row.type == 2 ? Text() : old);
-            } else {
-                Browse(wizard, elsewhere);
-                EXPECT_EQ(TextOf(shown), row.target);
-            }
+            const std::vector<Text> refusal = {Resource(IDS_OLDER_VERSION_FOLDER)};
+            Browse(wizard, elsewhere, row.target == old ? refusal : std::vector<Text>());
+            EXPECT_EQ(TextOf(shown), row.target == old && row.type == 2 ? Text() : row.target);
             const Text hint = row.type == 2                    ? Resource(IDS_BROWSE_PORTABLE)
                               : row.content == "\\QtvApp8.exe" ? Resource(IDS_PREVIOUS_COPY_FOLDER)
-                                                               : otherFolder;
+                                                               : kOtherFolder;
             EXPECT_EQ(TextOf(wizard.PageControl(IDC_HINT)), hint);
             EXPECT_EQ(g_targetDir.Text(), row.target);
             EXPECT_EQ(Exists(elsewhere), !row.content.empty()) << "an empty folder goes";
@@ -177,7 +171,7 @@ TEST_F(Pages, DestinationIsWhereTheBrowserLeavesIt) {
     });
     const BoxAnswers answers({IDOK});
     EXPECT_EQ(BrowseCallbackProc(nullptr, BFFM_VALIDATEFAILEDW, 0, 0), 1) << "a typed name that is no folder";
-    EXPECT_EQ(answers.Shown().at(0).text, Resource(IDS_INVALID_FOLDER));
+    ExpectShown(answers, {Resource(IDS_INVALID_FOLDER)});
     EXPECT_EQ(BrowseCallbackProc(nullptr, BFFM_SELCHANGED, 0, 0), 0);
     EXPECT_EQ(CountFolderEntries(TEXT("*"), Text(600, 'x').c_str()), 0);
     MakeFolder(kScratch + TEXT("\\none"));
@@ -203,6 +197,7 @@ TEST_F(Pages, DestinationTellsWhatTheTypeNeeds) {
         Browse(wizard, kScratch + TEXT("\\usb"));
         wizard.PressInPage(IDC_FOR_ALL);
         EXPECT_EQ(TextOf(folder), kScratch + TEXT("\\usb\\Qantivo 8"));
+        EXPECT_EQ(TextOf(hint), kOtherFolder);
         wizard.PressInPage(IDC_PORTABLE);
         EXPECT_EQ(TextOf(folder), kScratch + TEXT("\\usb\\Qantivo 8")) << "chosen for it before";
     });
@@ -210,8 +205,7 @@ TEST_F(Pages, DestinationTellsWhatTheTypeNeeds) {
     g_installType = 0;
     g_freshInstall = 1;
     RunAt(2, [](const Driver& wizard) {
-        EXPECT_EQ(TextOf(wizard.PageControl(IDC_HINT)),
-                  TEXT("To install into a different folder, click Browse, and select another one."))
+        EXPECT_EQ(TextOf(wizard.PageControl(IDC_HINT)), kOtherFolder)
             << "a first install has no previous copy";
     });
 }

@@ -4,22 +4,6 @@
 #include "harness/target.h"
 #include "wizard/setup_dlg.h"
 
-namespace {
-
-const Text kTitle = TEXT("Qantivo Setup");
-
-void ExpectShown(const BoxAnswers& answers, const std::vector<Text>& messages) {
-    const std::vector<ShownBox> shown = answers.Shown();
-    std::vector<Text> texts;
-    for (const ShownBox& box : shown) {
-        texts.push_back(box.text);
-        EXPECT_EQ(box.caption, kProductName);
-    }
-    EXPECT_EQ(texts, messages);
-}
-
-}  // namespace
-
 WizardTest::WizardTest() {
     g_silentMode = 0;
     g_installType = 0;
@@ -33,14 +17,12 @@ INT_PTR WizardTest::Run(const Person& person, int step) {
     wizard.m_page = step;
     theApp.m_pMainWnd = &wizard;
     const INT_PTR result = RunDriven(
-        kTitle, [&] { return wizard.DoModal(); }, person);
+        TEXT("Qantivo Setup"), [&] { return wizard.DoModal(); }, person);
     // The end of the main window must end the program's message loop.
     EXPECT_EQ(theApp.m_pMainWnd, nullptr);
     Await("the end of the message loop", [] {
         MSG message = {};
-        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) && message.message != WM_QUIT) {
-        }
-        return message.message == WM_QUIT;
+        return PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) && message.message == WM_QUIT;
     });
     return result;
 }
@@ -50,15 +32,30 @@ void WizardTest::RunAt(int step, const Person& person) {
                   for (int passed = 0; passed < step; ++passed)
                       wizard.Press(IDOK);
                   person(wizard);
-                  Cancel(wizard);
+                  Press(wizard, IDCANCEL, {Resource(IDS_CONFIRM_CANCEL)}, IDYES);
               }),
               IDCANCEL);
+}
+
+void WizardTest::RunLastPage(const Person& person) {
+    g_silentMode = 2;
+    EXPECT_EQ(Run(person, 4), IDOK);
+}
+
+void WizardTest::ExpectShown(const BoxAnswers& answers, const std::vector<Text>& messages, int button) {
+    const UINT style = button == IDOK ? MB_OK : MB_YESNO | MB_ICONQUESTION | MB_DEFBUTTON2;
+    std::vector<Text> texts;
+    for (const ShownBox& box : answers.Shown()) {
+        texts.push_back(box.text);
+        EXPECT_TRUE(box.caption == kProductName && box.HasStyle(style));
+    }
+    EXPECT_EQ(texts, messages);
 }
 
 void WizardTest::Press(const Driver& wizard, int control, const std::vector<Text>& messages, int button) {
     const BoxAnswers answers(std::vector<int>(messages.size(), button));
     wizard.Press(control);
-    ExpectShown(answers, messages);
+    ExpectShown(answers, messages, button);
 }
 
 void WizardTest::Browse(const Driver& wizard, const std::optional<Text>& folder,
@@ -71,10 +68,6 @@ void WizardTest::Browse(const Driver& wizard, const std::optional<Text>& folder,
         return answers.Shown().size() >= messages.size() && IsWindowEnabled(wizard.Window());
     });
     ExpectShown(answers, messages);
-}
-
-void WizardTest::Cancel(const Driver& wizard) {
-    Press(wizard, IDCANCEL, {Resource(IDS_CONFIRM_CANCEL)}, IDYES);
 }
 
 void WizardTest::Disturb(const Driver& wizard) {

@@ -18,14 +18,18 @@ class WizardTest : public ScratchTest {
     static INT_PTR Run(const Person& person, int step = -1);
     // Goes from the first page to the page of `step`, lets the person act there, and cancels the wizard.
     static void RunAt(int step, const Person& person);
+    // Shows only the last page, as "-sconf" does. The person must finish it.
+    static void RunLastPage(const Person& person);
 
+    // Expects that these messages of the program were shown. One that isn't answered by OK must be the question whose
+    // default is No.
+    static void ExpectShown(const BoxAnswers& answers, const std::vector<Text>& messages, int button = IDOK);
     // Presses a button, expects these messages of the program, and answers all of them with `button`.
     static void Press(const Driver& wizard, int control, const std::vector<Text>& messages,
                       int button = IDOK);
     // Presses the button that opens the folder browser, chooses the folder there, and expects these messages.
     static void Browse(const Driver& wizard, const std::optional<Text>& folder,
                        const std::vector<Text>& messages = {});
-    static void Cancel(const Driver& wizard);
     // While a box is open somebody closes the wizard, setup closes running copies, other programs press buttons,
     // and the session ends.
     static void Disturb(const Driver& wizard);
