@@ -1,8 +1,10 @@
 #include "app/process_helpers.h"
 
+#include "app/run_paths.h"
 #include "app/setup_app.h"
 #include "app/setup_state.h"
 #include "harness/scratch.h"
+#include "support/path_text.h"
 
 namespace {
 
@@ -32,22 +34,16 @@ CHILD_PROGRAM(StartsItself) {
     return ::testing::Test::HasFailure();
 }
 
-class ExecAndWaitTest : public ScratchTest {
-  protected:
-    ExecAndWaitTest() {
-        ImportFile(QTV_BUILD_FOLDER "/sleeper.exe", kSleeper);
-        g_targetDir = kScratch.c_str();
-    }
-};
-
-TEST_F(ExecAndWaitTest, StartsInTheNamedOrTheTargetFolderAndWaitsOnlyWhenTold) {
+TEST_F(ScratchTest, ExecAndWaitStartsInTheNamedOrTheTargetFolderAndWaitsOnlyWhenTold) {
     MakeFolder(kScratch + TEXT("\\target"));
     MakeFolder(kScratch + TEXT("\\other"));
     EXPECT_EQ(RunChild("StartsItself", kScratch + TEXT("\\child.exe"), TEXT("x")), 0u);
     EXPECT_TRUE(Exists(kReport)) << "the program that nobody waits for runs to its end";
 }
 
-TEST_F(ExecAndWaitTest, TakesACommandLineOf519Characters) {
+TEST_F(ScratchTest, ExecAndWaitTakesACommandLineOf519Characters) {
+    ImportFile(QTV_BUILD_FOLDER "/sleeper.exe", kSleeper);
+    g_targetDir = kScratch.c_str();
     for (const std::size_t cch : {519, 520})
         EXPECT_EQ(
             ExecAndWait(Text(kSleeper).append(cch - kSleeper.size(), TEXT(' ')).c_str(), nullptr, 0) != 0,
@@ -87,19 +83,12 @@ Text Path() {
     return value;
 }
 
-Text OwnFolder() {
-    WCHAR program[MAX_PATH];
-    const Text path(program, GetModuleFileNameW(nullptr, program, MAX_PATH));
-    return path.substr(0, path.rfind(TEXT('\\')));
-}
-
 }  // namespace
 
 TEST_F(ScratchTest, OwnFolderGoesInFrontOfPathUnlessItStandsThere) {
     const Text before = Path();
-    const Text own = OwnFolder();
-    const Text lowered = CString(own.c_str()).MakeLower().Text();
-    const Text shouted = CString(own.c_str()).MakeUpper().Text();
+    const CString own = ParentDir(OwnPath());
+    const Text lowered = CString(own).MakeLower().Text(), shouted = CString(own).MakeUpper().Text();
     const Text longest(1023, TEXT('X'));
     const struct {
         Text value, expected;

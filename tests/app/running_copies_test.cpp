@@ -62,37 +62,27 @@ TEST_F(RunningCopies, LastEntryStaysRunningWhenSetupDoesNotStandThere) {
 
 // The first argument never makes setup close copies without a question, and no copy is closed before the answer.
 TEST_F(RunningCopies, RunOnUntilTheQuestionIsAnswered) {
+    const Text copyOpen = Text(LoadResString(IDS_ONE_INSTANCE_OPEN)).substr(0, 20);
     const struct {
         LPCWSTR program, arguments;
-        std::vector<int> answers;
-        DWORD exitCode;
+        bool installs;
         Text question;
     } rows[] = {
-        {.program = TEXT("\\QtvUnInst.exe"),
-         .arguments = TEXT("-v"),
-         .answers = {IDNO},
-         .exitCode = 0,
-         .question = TEXT("This will completely uninstall")},
-        {.program = TEXT("\\setup.exe"),
-         .arguments = TEXT("-s"),
-         .answers = {IDNO, IDOK},
-         .exitCode = 1,
-         .question = Text(LoadResString(IDS_ONE_INSTANCE_OPEN)).substr(0, 20)},
-        {.program = TEXT("\\setup.exe"),
-         .arguments = TEXT("/s x"),
-         .answers = {IDNO, IDOK},
-         .exitCode = 1,
-         .question = Text(LoadResString(IDS_ONE_INSTANCE_OPEN)).substr(0, 20)},
+        {TEXT("\\QtvUnInst.exe"), TEXT("-v"), false,
+         TEXT("This will completely uninstall Qantivo 8.\nDo you want to continue?")},
+        {TEXT("\\setup.exe"), TEXT("-s"), true, copyOpen},
+        {TEXT("\\setup.exe"), TEXT("/s x"), true, copyOpen},
     };
     for (const auto& row : rows) {
         const RunningProgram copy(kCopy);
         SetList(2, {copy.Id(), 0});
-        const BoxAnswers answers(row.answers);
-        EXPECT_EQ(RunChild("StartsAmongCopies", kScratch + row.program, row.arguments), row.exitCode);
+        const BoxAnswers answers(row.installs ? std::vector{IDNO, IDOK} : std::vector{IDNO});
+        EXPECT_EQ(RunChild("StartsAmongCopies", kScratch + row.program, row.arguments),
+                  row.installs ? 1u : 0u);
         EXPECT_TRUE(copy.Runs());
-        ASSERT_EQ(answers.Shown().size(), row.answers.size());
+        ASSERT_EQ(answers.Shown().size(), row.installs ? 2u : 1u);
         EXPECT_EQ(answers.Shown()[0].text.substr(0, row.question.size()), row.question);
-        EXPECT_TRUE(answers.Shown()[0].HasStyle(row.exitCode ? MB_YESNO | MB_ICONWARNING
+        EXPECT_TRUE(answers.Shown()[0].HasStyle(row.installs ? MB_YESNO | MB_ICONWARNING
                                                              : MB_YESNO | MB_ICONWARNING | MB_DEFBUTTON2));
         EXPECT_TRUE(answers.Shown().size() == 1 || answers.Shown()[1].HasStyle(MB_OK | MB_ICONINFORMATION));
         for (const ShownBox& box : answers.Shown())
@@ -115,25 +105,40 @@ TEST_F(RunningCopies, EndSetupByLeavingTheListDuringTheQuestion) {
 }
 #endif
 
-// Neither the end of the session nor another setup answers the question. A second click doesn't answer the next box.
-TEST_F(RunningCopies, QuestionIsNotAnsweredByOthers) {
-    const RunningProgram copy(kCopy);
-    SetList(2, {copy.Id(), 0});
-    const BoxAnswers answers({kLeftOpen, kLeftOpen});
-    const RunningProgram setup = StartChild("StartsAmongCopies", TEXT("-install"));
-    for (const auto& [boxes, button] : {std::pair{1u, IDNO}, std::pair{2u, IDOK}}) {
-        const Driver box(setup.Id(), TEXT("Qantivo Setup"));
-        box.Await("the next box", [&answers, count = boxes] { return answers.Shown().size() == count; });
-        EXPECT_EQ(SendMessageW(box.Window(), WM_QUERYENDSESSION, 0, 0), 1);
-        EXPECT_EQ(SendMessageW(box.Window(), WM_ENDSESSION, TRUE, 0), 0);
-        EXPECT_TRUE(IsWindow(box.Window()) && setup.Runs());
-        EXPECT_TRUE(PostMessageW(box.Window(), WM_CLOSE, 1001, 0));
-        for (int click = 0; click < 2 && boxes == 1; ++click)
-            (void)PostMessageW(box.Window(), WM_COMMAND, static_cast<WPARAM>(button), 0);
-        EXPECT_TRUE(box.HasEnded());
+// Neither the end of the session nor another setup answers a question, but both end a message. A second click doesn't
+// answer the next box.
+TEST_F(RunningCopies, BoxesAreNotAnsweredByOthers) {
+    const Text setupTitle = TEXT("Qantivo Setup");
+    const struct {
+        LPCWSTR option;
+        DWORD listed;
+        std::vector<Text> titles;
+        DWORD exitCode;
+    } rows[] = {{TEXT("-v"), 2, {setupTitle}, 0},
+                {TEXT("-install"), 2, {setupTitle, setupTitle}, 1},
+                {TEXT("-install"), 0, {kProductName}, 1}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(&row - rows);
+        const RunningProgram copy(kCopy);
+        SetList(row.listed, {copy.Id(), 0});
+        const BoxAnswers answers(std::vector<int>(row.titles.size(), kLeftOpen));
+        const RunningProgram setup = StartChild("StartsAmongCopies", row.option);
+        for (std::size_t number = 1; number <= row.titles.size(); ++number) {
+            const Driver box(setup.Id(), row.titles[number - 1]);
+            box.Await("the next box", [&] { return answers.Shown().size() == number; });
+            EXPECT_EQ(COXInstanceManager::FindInstanceWindow(setup.Id()), box.Window());
+            EXPECT_EQ(SendMessageW(box.Window(), WM_QUERYENDSESSION, 0, 0), 1);
+            EXPECT_EQ(SendMessageW(box.Window(), WM_ENDSESSION, TRUE, 0), 0);
+            EXPECT_TRUE(IsWindow(box.Window()) && setup.Runs());
+            EXPECT_TRUE(PostMessageW(box.Window(), WM_CLOSE, 1001, 0));
+            const bool isQuestion = number == 1 && row.listed != 0;
+            for (int click = 0; click < 2 && isQuestion; ++click)
+                (void)PostMessageW(box.Window(), WM_COMMAND, IDNO, 0);
+            EXPECT_TRUE(box.HasEnded());
+        }
+        EXPECT_EQ(setup.ExitCode(), row.exitCode);
+        EXPECT_TRUE(copy.Runs());
     }
-    EXPECT_EQ(setup.ExitCode(), 1u);
-    EXPECT_TRUE(copy.Runs());
 }
 
 // Ended processes stay in the list, and the count may be larger than the list. Each entry gets 10 ms to end.

@@ -1,8 +1,7 @@
 // What a command line leads to: the job, how quiet it is, and which question comes first.
-#include "instances/instance_manager.h"
 #include "app/setup_app.h"
 #include "app/setup_state.h"
-#include "harness/driver.h"
+#include "harness/scratch.h"
 
 #include <cstdlib>
 
@@ -13,10 +12,8 @@ const Text kSetup = kScratch + TEXT("\\setup.exe");
 const Text kUninstaller = kScratch + TEXT("\\QtvUnInst.exe");
 
 void Report() {
-    std::string report = std::to_string(g_silentMode) + " ";
-    for (int index = 0; index < g_sfxDir.GetLength(); ++index)
-        report += static_cast<char>(g_sfxDir[index]);
-    MakeFile(kReported, report);
+    const Text folder = g_sfxDir.Text();
+    MakeFile(kReported, std::to_string(g_silentMode) + " " + std::string(folder.begin(), folder.end()));
 }
 
 class Start : public ScratchTest {};
@@ -64,8 +61,7 @@ TEST_F(Start, CommandLineChoosesJobAndSilence) {
         const BoxAnswers answers(row.job == Install          ? std::vector{IDOK}
                                  : row.job == AskedUninstall ? std::vector{IDYES}
                                                              : std::vector<int>{});
-        const DWORD exitCode = RunChild("Starts", row.program, row.arguments);
-        EXPECT_EQ(exitCode, row.job == Install ? 1u : 0u);
+        EXPECT_EQ(RunChild("Starts", row.program, row.arguments), row.job == Install ? 1u : 0u);
         EXPECT_EQ(FileBytes(kReported).value_or("none"), row.silenceAndPackage);
         EXPECT_TRUE(BootMarks().empty()) << "a temporary copy marks itself";
         const UINT style =
@@ -75,19 +71,6 @@ TEST_F(Start, CommandLineChoosesJobAndSilence) {
             EXPECT_TRUE(box.HasStyle(style));
         }
     }
-}
-
-CHILD_PROGRAM(StartsUnhindered) {
-    return theApp.InitInstance();
-}
-
-TEST_F(Start, DeclinedUninstallEndsTheRun) {
-    const BoxAnswers answers({IDNO});
-    EXPECT_EQ(RunChild("StartsUnhindered", kUninstaller, TEXT("-v")), 0u);
-    EXPECT_TRUE(Exists(kUninstaller));
-    EXPECT_TRUE(BootMarks().empty());
-    EXPECT_EQ(answers.Shown().at(0).text,
-              TEXT("This will completely uninstall Qantivo 8.\nDo you want to continue?"));
 }
 
 // The option counts more than the program's name, and the job starts without a question.
@@ -104,29 +87,4 @@ TEST_F(Start, TemporaryCopyGoesStraightToItsJob) {
                 answers.Shown().at(0).text.starts_with(TEXT("Qantivo 8 has been completely uninstalled")));
         }
     }
-}
-
-// Closing a question does not mean Yes. Closing a message ends it.
-TEST_F(Start, BoxesAreClosedByOthers) {
-    const struct {
-        const char* child;
-        LPCWSTR option, title;
-        DWORD exitCode;
-    } rows[] = {{"StartsUnhindered", TEXT("-v"), TEXT("Qantivo Setup"), 0},
-                {"Starts", TEXT("-install"), kProductName, 1}};
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.child);
-        const BoxAnswers answers({kLeftOpen});
-        const RunningProgram copy = StartChild(row.child, row.option);
-        const Driver box(copy.Id(), row.title);
-        box.Await("the box", [&] { return answers.Shown().size() == 1; });
-        EXPECT_EQ(COXInstanceManager::FindInstanceWindow(copy.Id()), box.Window());
-        EXPECT_EQ(SendMessageW(box.Window(), WM_QUERYENDSESSION, 0, 0), 1);
-        EXPECT_TRUE(PostMessageW(box.Window(), WM_CLOSE, 1001, 0));
-        if (row.exitCode == 0) {
-            EXPECT_TRUE(PostMessageW(box.Window(), WM_COMMAND, IDNO, 0)) << "a box of Yes and No stays open";
-        }
-        EXPECT_EQ(copy.ExitCode(), row.exitCode);
-    }
-    EXPECT_TRUE(Exists(kScratch + TEXT("\\running.exe")) && BootMarks().empty());
 }

@@ -1,16 +1,6 @@
 #include <framework.h>
 #include <gtest/gtest.h>
 
-#include <string>
-
-namespace {
-
-std::basic_string<WCHAR> Str(const CString& text) {
-    return text.Text();
-}
-
-}  // namespace
-
 TEST(CString, PartsAreClampedToTheText) {
     const CString text = TEXT("abcde");
     static const struct {
@@ -24,7 +14,7 @@ TEST(CString, PartsAreClampedToTheText) {
         {CString(nullptr), TEXT("")},  {CString(nullptr, 0), TEXT("")},
     };
     for (const auto& row : kRows)
-        EXPECT_EQ(Str(row.part), row.expected);
+        EXPECT_EQ(row.part.Text(), row.expected);
 
     EXPECT_EQ(text.Last(), TEXT('e'));
     EXPECT_EQ(text[5], 0);
@@ -37,8 +27,8 @@ TEST(CString, ComparesByCodeUnitAndFoldsOnlyAToZ) {
     EXPECT_GT(text.Compare(nullptr), 0);
     EXPECT_EQ(text.CompareNoCase(TEXT("sETUP\u00C9")), 0);
     EXPECT_NE(text.CompareNoCase(TEXT("setup\u00E9")), 0);
-    EXPECT_EQ(Str(CString(text).MakeLower()), TEXT("setup\u00C9"));
-    EXPECT_EQ(Str(CString(TEXT("az[\u00E9")).MakeUpper()), TEXT("AZ[\u00E9"));
+    EXPECT_EQ(CString(text).MakeLower().Text(), TEXT("setup\u00C9"));
+    EXPECT_EQ(CString(TEXT("az[\u00E9")).MakeUpper().Text(), TEXT("AZ[\u00E9"));
 }
 
 // The runtime library decides what is white space. It must be the same on every machine.
@@ -52,10 +42,10 @@ TEST(CString, TrimsTheRuntimeLibrarysWhiteSpace) {
         EXPECT_FALSE((CString() + other).Trim().IsEmpty()) << std::hex << static_cast<unsigned>(other);
 
     const CString text = TEXT(" \t a b\r\n");
-    EXPECT_EQ(Str(CString(text).TrimLeft()), TEXT("a b\r\n"));
-    EXPECT_EQ(Str(CString(text).TrimRight()), TEXT(" \t a b"));
-    EXPECT_EQ(Str(CString(TEXT("\\/a\\b/")).Trim(TEXT("\\/"))), TEXT("a\\b"));
-    EXPECT_EQ(Str(CString(TEXT("\\\\")).Trim(TEXT("\\"))), TEXT(""));
+    EXPECT_EQ(CString(text).TrimLeft().Text(), TEXT("a b\r\n"));
+    EXPECT_EQ(CString(text).TrimRight().Text(), TEXT(" \t a b"));
+    EXPECT_EQ(CString(TEXT("\\/a\\b/")).Trim(TEXT("\\/")).Text(), TEXT("a\\b"));
+    EXPECT_EQ(CString(TEXT("\\\\")).Trim(TEXT("\\")).Text(), TEXT(""));
 }
 
 TEST(CDWordArray, ChecksEveryIndex) {

@@ -25,15 +25,13 @@ Ids Listed(COXInstanceManager& manager) {
     return {ids.GetData(), ids.GetData() + ids.GetSize()};
 }
 
-RawList::RawList() : m_mapping(OpenFileMappingW(FILE_MAP_READ | FILE_MAP_WRITE, FALSE, kListMapping)) {
-    if (!m_mapping) return;
-    m_words = static_cast<DWORD*>(
-        MapViewOfFile(m_mapping, FILE_MAP_READ | FILE_MAP_WRITE, 0, 0, kWords * sizeof(DWORD)));
-}
+RawList::RawList()
+    : m_mapping(OpenFileMappingW(FILE_MAP_READ | FILE_MAP_WRITE, FALSE, kListMapping)),
+      m_words(static_cast<DWORD*>(
+          MapViewOfFile(m_mapping.get(), FILE_MAP_READ | FILE_MAP_WRITE, 0, 0, kWords * sizeof(DWORD)))) {}
 
 RawList::~RawList() {
     if (m_words) UnmapViewOfFile(m_words);
-    if (m_mapping) CloseHandle(m_mapping);
 }
 
 void RawList::Fill(DWORD word) {
@@ -58,7 +56,7 @@ std::vector<Received> Frame::Take() {
         if (message.message == WM_APP) break;
         if (message.message == WM_CLOSE || message.message == WM_INSTANCE_ADDED ||
             message.message == WM_INSTANCE_REMOVED)
-            received.push_back({message.message, message.wParam, message.lParam});
+            received.emplace_back(message.message, message.wParam, message.lParam);
     }
     return received;
 }

@@ -1,6 +1,8 @@
 // A window of the test, and the memory of the list as a process sees it that knows only its layout.
 #pragma once
 
+#include <tuple>
+
 #include "instances/instance_manager.h"
 #include "harness/scratch.h"
 
@@ -25,24 +27,18 @@ class RawList {
 
     RawList();
     ~RawList();
-    RawList(const RawList&) = delete;
-    RawList& operator=(const RawList&) = delete;
     explicit operator bool() const { return m_words; }
     DWORD& operator[](std::size_t index) { return m_words[index]; }
     // Fills all slots and the words after them, up to the additional data.
     void Fill(DWORD word);
 
   private:
-    HANDLE m_mapping;
-    DWORD* m_words = nullptr;
+    KernelHandle m_mapping;
+    DWORD* m_words;
 };
 
-struct Received {
-    UINT message;
-    WPARAM wParam;
-    LPARAM lParam;
-    bool operator==(const Received&) const = default;
-};
+// A message, its wParam and its lParam.
+using Received = std::tuple<UINT, WPARAM, LPARAM>;
 
 // A top-level window of this process. It doesn't close when it is asked to.
 class Frame {
