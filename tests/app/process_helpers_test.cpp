@@ -50,8 +50,9 @@ TEST_F(ScratchTest, ExecAndWaitTakesACommandLineOf519Characters) {
             cch == 519);
 }
 
-TEST_F(ScratchTest, EnablePrivilegeTellsItsFailuresOnStandardOutput) {
+TEST_F(ScratchTest, FunctionsOfTheSystemAreFoundAndTellTheirFailures) {
     LookUpSystemFunctions();
+    EXPECT_TRUE(g_isWow64Process);
     HANDLE token = nullptr;
     ASSERT_TRUE(g_openProcessToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES, &token));
     const auto told = [](HANDLE of, LPCWSTR privilege) {

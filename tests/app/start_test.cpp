@@ -76,7 +76,7 @@ TEST_F(Start, CommandLineChoosesJobAndSilence) {
 // The option counts more than the program's name, and the job starts without a question.
 TEST_F(Start, TemporaryCopyGoesStraightToItsJob) {
     const Text application = kScratch + TEXT("\\app\\QtvUnInst.exe");
-    for (const LPCWSTR option : {TEXT(" -v"), TEXT(" -s"), TEXT(" -sconf")}) {
+    for (const LPCWSTR option : {TEXT(""), TEXT(" -v"), TEXT(" -s"), TEXT(" -sconf")}) {
         const bool asked = option == Text(TEXT(" -v"));
         MakeFile(application);
         const BoxAnswers answers(asked ? std::vector{IDOK} : std::vector<int>{});
