@@ -75,6 +75,7 @@ TEST_F(LastStep, DamagedPackageOpensTheHomePage) {
     Setup(TEXT("-s"));
     EXPECT_EQ(Events("shell-execute"),
               std::vector<std::string>{"shell-execute\topen\thttp://www.lorvanta.example/\t5"});
+    EXPECT_EQ(winhost::Events().back(), Events("shell-execute").back()) << "after the box";
 }
 
 // In the wizard, the web page comes first. Then, if the box is ticked, comes the product or the restart.

@@ -49,6 +49,19 @@ TEST_F(InstallOnHost, HasNoSourceFolderWhenItsOwnPathIsTooLong) {
     winhost::EnterMachine(machine);
 }
 
+// Files in the root of the drive are then not taken for the package.
+TEST_F(InstallOnHost, IsDamagedWithoutItsOwnPath) {
+    ImportFile(QTV_BUILD_FOLDER "/package/QtvApp8.exe", TEXT("C:\\QtvApp8.exe"));
+    MakeFile(TEXT("C:\\QtvUnInst.log"));
+    winhost::SetProgramFaults("setup.exe", {{.call = "GetModuleFileNameW"}});
+    const BoxAnswers answers({IDOK});
+    EXPECT_EQ(RunChild("InstallSilently", kScratch + TEXT("\\setup.exe"), TEXT("-instport C:\\Scratch\\in")),
+              1u);
+    winhost::ClearProgramFaults();
+    for (const LPCWSTR file : {TEXT("C:\\QtvApp8.exe"), TEXT("C:\\QtvUnInst.log")})
+        DeleteTree(file);
+}
+
 // A test file is created in the folder, and its result isn't used. A path of four characters or fewer is no Startup
 // folder.
 TEST_F(InstallOnHost, LooksIntoStartupFolders) {

@@ -40,6 +40,7 @@ TEST_F(FileAssociations, ChoicesOfTheProductAreDropped) {
         PutValue(HKEY_CURRENT_USER, key + TEXT("\\UserChoice"), TEXT("Progid"), Sz(row.progId));
         PutValue(HKEY_CURRENT_USER, key, TEXT("QtvAppOld"), Sz(TEXT("old.exe")));
     }
+    g_osVersion.dwMajorVersion = 6;
     RestoreFileAssociations();
     for (const auto& row : rows) {
         const Text key = kFileExts + TEXT("\\") + row.extension;

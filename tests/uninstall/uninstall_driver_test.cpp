@@ -134,7 +134,8 @@ TEST_F(Uninstall, CopyStartedByHand) {
         // The folder is a little longer than the runtime's buffer, which then stays empty. That doesn't mean the
         // current folder.
         {TEXT("C:\\") + Text(252, 'x') + TEXT("\\f"), TEXT(""), false, false},
-        {kScratch + TEXT("\\") + Text(250, 'x'), TEXT(""), false, false},
+        {TEXT("C:/") + Text(253, 'x') + TEXT("/f"), TEXT(""), false, false},
+        {kScratch + TEXT("\\") + Text(249, 'x'), TEXT(""), false, false},
         {TEXT("foo"), TEXT(""), true, true},
         {TEXT("foo"), TEXT(" -sconf"), true, false},
     };
