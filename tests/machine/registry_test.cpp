@@ -16,7 +16,7 @@ class Registry : public ScratchTest {
     HKEY m_key = nullptr;
 };
 
-std::string OpenKey(HKEY parent, LPCWSTR name) {
+std::string ToldOpen(HKEY parent, LPCWSTR name) {
     HKEY key = nullptr;
     const LSTATUS error = RegOpenKeyExW(parent, name, 0, KEY_READ, &key);
     if (error == ERROR_SUCCESS) RegCloseKey(key);
@@ -45,20 +45,19 @@ std::string EnumerateKey(HKEY key, DWORD index, DWORD cchName) {
 
 TEST_F(Registry, FailsWithTheErrorThatItsCallersTellApart) {
     ASSERT_EQ(MakeKey(m_key, TEXT("Parent\\Child")), "ok");
-    HKEY reader = nullptr;
-    ASSERT_EQ(RegOpenKeyExW(m_key, nullptr, 0, KEY_READ, &reader), ERROR_SUCCESS);
-    EXPECT_NE(reader, m_key);
+    const auto reader = OpenKey(m_key, Text());
+    EXPECT_NE(reader.get(), m_key);
     const Text longName(kTextChars, TEXT('n'));
     ExpectAnswers({
-        {"open without regard to case", OpenKey(m_key, TEXT("PARENT\\child")), "ok"},
-        {"open with a closing backslash", OpenKey(m_key, TEXT("Parent\\")), "ok"},
-        {"open with a leading backslash", OpenKey(m_key, TEXT("\\Parent")), "e161"},
-        {"open a class with a leading backslash", OpenKey(HKEY_CLASSES_ROOT, TEXT("\\CLSID")), "ok"},
-        {"open without a name", OpenKey(m_key, nullptr), "ok"},
-        {"open a missing key", OpenKey(m_key, TEXT("none\\x")), "e2"},
-        {"open below no key", OpenKey(nullptr, TEXT("x")), "e6"},
+        {"open without regard to case", ToldOpen(m_key, TEXT("PARENT\\child")), "ok"},
+        {"open with a closing backslash", ToldOpen(m_key, TEXT("Parent\\")), "ok"},
+        {"open with a leading backslash", ToldOpen(m_key, TEXT("\\Parent")), "e161"},
+        {"open a class with a leading backslash", ToldOpen(HKEY_CLASSES_ROOT, TEXT("\\CLSID")), "ok"},
+        {"open without a name", ToldOpen(m_key, nullptr), "ok"},
+        {"open a missing key", ToldOpen(m_key, TEXT("none\\x")), "e2"},
+        {"open below no key", ToldOpen(nullptr, TEXT("x")), "e6"},
         {"make with a name too long", MakeKey(m_key, longName.c_str()), "e87"},
-        {"set without the right", SetValue(reader), "e5"},
+        {"set without the right", SetValue(reader.get()), "e5"},
         {"delete a missing value", ToldError(RegDeleteValueW(m_key, TEXT("x"))), "e2"},
         {"delete a key with sub-keys", DeleteKey(m_key, TEXT("Parent")), "e5"},
         {"delete without a name", DeleteKey(m_key, nullptr), "e87"},
@@ -66,7 +65,6 @@ TEST_F(Registry, FailsWithTheErrorThatItsCallersTellApart) {
         {"enumerate without room for the end", EnumerateKey(m_key, 0, 6), "e234"},
         {"enumerate with just room", EnumerateKey(m_key, 0, 7), "ok"},
     });
-    RegCloseKey(reader);
 
     // The system looks for the terminator even after the end that it is told.
     const BYTE text[] = "a\0##";

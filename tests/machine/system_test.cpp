@@ -106,12 +106,13 @@ std::string Stored(const BYTE* text, DWORD cbText) {
 std::string AfterDeletion() {
     PutValue(HKEY_LOCAL_MACHINE, kMachinesClass, TEXT("v"), Sz(TEXT("machine")));
     PutValue(HKEY_CURRENT_USER, kUsersClass, TEXT("v"), Sz(TEXT("user")));
-    HKEY key;
-    EXPECT_EQ(RegOpenKeyExW(HKEY_CLASSES_ROOT, kProbeClass.c_str(), 0, KEY_READ, &key), ERROR_SUCCESS);
-    EXPECT_EQ(RegQueryValueExW(key, TEXT("v"), nullptr, nullptr, nullptr, nullptr), ERROR_SUCCESS);
+    const auto key = OpenKey(HKEY_CLASSES_ROOT, kProbeClass);
+    const auto query = [&] {
+        return RegQueryValueExW(key.get(), TEXT("v"), nullptr, nullptr, nullptr, nullptr);
+    };
+    EXPECT_EQ(query(), ERROR_SUCCESS);
     EXPECT_EQ(RegDeleteKeyW(HKEY_CURRENT_USER, kUsersClass.c_str()), ERROR_SUCCESS);
-    const LSTATUS after = RegQueryValueExW(key, TEXT("v"), nullptr, nullptr, nullptr, nullptr);
-    RegCloseKey(key);
+    const LSTATUS after = query();
     EXPECT_TRUE(GetValue(HKEY_CLASSES_ROOT, kProbeClass, TEXT("v")) == Sz(TEXT("machine")));
     return std::to_string(after);
 }

@@ -6,11 +6,6 @@
 namespace {
 
 const Text kRehearsed = TEXT("C:\\Package"), kEarlier = TEXT("C:\\Earlier package");
-const std::string kFolder = "C:\\Scratch\\Apps\\Qantivo\\";
-
-std::string Manifest(const std::string& records) {
-    return "File Copy: QtvApp8.exe\r\n" + records;
-}
 
 class Rehearsed : public ScratchTest {
   protected:
@@ -20,13 +15,12 @@ class Rehearsed : public ScratchTest {
             DeleteTree(folder);
     }
     // A package of a few files, one for each name.
-    static void MakePackage(const Text& folder, const std::string& manifest) {
-        for (const LPCWSTR name : {TEXT("\\setup.exe"), TEXT("\\QtvUnInst.exe"), TEXT("\\QtvApp8.exe")})
-            ImportFile(QTV_BUILD_FOLDER "/package/" + std::string(name + 1, name + wcslen(name)),
-                       folder + name);
-        for (const LPCWSTR name : {TEXT("\\presets.dat"), TEXT("\\StartQV8.exe")})
-            MakeFile(folder + name, std::string(folder.size(), 'x') + std::string(name, name + wcslen(name)));
-        MakeFile(folder + TEXT("\\QtvUnInst.log"), manifest);
+    static void MakePackage(const Text& folder, const std::string& records) {
+        for (const std::string name : {"setup.exe", "QtvUnInst.exe", "QtvApp8.exe"})
+            ImportFile(QTV_BUILD_FOLDER "/package/" + name, folder + TEXT("\\") + Wide(name));
+        for (const std::string name : {"presets.dat", "StartQV8.exe"})
+            MakeFile(folder + TEXT("\\") + Wide(name), std::string(folder.size(), 'x') + name);
+        MakeFile(folder + TEXT("\\QtvUnInst.log"), "File Copy: QtvApp8.exe\r\n" + records);
     }
 };
 
@@ -54,12 +48,9 @@ std::string AllSteps(const rehearse::Rehearsal& rehearsal) {
 }
 
 TEST_F(Rehearsed, TellsEachStep) {
-    MakePackage(
-        kEarlier,
-        Manifest(
-            "File Copy: QtvUnInst.exe\r\nFile Copy: presets.dat > p.dat\r\nFile Copy: StartQV8.exe\r\n"));
-    MakePackage(kRehearsed,
-                Manifest("File Copy: QtvUnInst.exe\r\nFile Copy: presets.dat\r\nFile Del: p.dat\r\n"));
+    MakePackage(kEarlier,
+                "File Copy: QtvUnInst.exe\r\nFile Copy: presets.dat > p.dat\r\nFile Copy: StartQV8.exe\r\n");
+    MakePackage(kRehearsed, "File Copy: QtvUnInst.exe\r\nFile Copy: presets.dat\r\nFile Del: p.dat\r\n");
     const auto rehearsal = rehearse::Rehearse({"-s", "-instdir", "C:\\Scratch\\Q"}, [](const auto&) {});
     EXPECT_EQ(rehearsal.ExitCode(), 0);
     EXPECT_EQ(AllSteps(rehearsal),
@@ -111,7 +102,7 @@ TEST_F(Rehearsed, TellsWhatMayStayFromWhatShouldHaveGone) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        MakePackage(kRehearsed, Manifest(row.records));
+        MakePackage(kRehearsed, row.records);
         const auto rehearsal =
             rehearse::Rehearse({"-s", row.option, "C:\\Scratch\\Apps\\Qantivo"}, [](const auto&) {});
         EXPECT_EQ(rehearsal.ExitCode(), 1);
@@ -144,9 +135,8 @@ TEST(RehearsalPage, ShowsWhatIsLeftFirstAndEveryNameAsText) {
         ASSERT_NE(found, page.npos) << part << " doesn't come next in\n" << page.substr(at);
         at = found;
     }
-    EXPECT_EQ(page.find("<img"), page.npos);
-    EXPECT_EQ(page.find("http:"), page.npos);
-    EXPECT_EQ(page.find("https:"), page.npos);
+    for (const char* part : {"<img", "http:", "https:"})
+        EXPECT_EQ(page.find(part), page.npos) << part;
     rehearsal.left.clear();
     EXPECT_NE(rehearse::ToHtml(rehearsal, "p", "Wine").find("verdict came\">nothing that should have gone"),
               page.npos);

@@ -41,12 +41,10 @@ class HostRegistry : public ScratchTest {
 
 std::vector<Text> SubKeys(HKEY hive, const Text& path) {
     std::vector<Text> names;
-    HKEY key;
     WCHAR name[256];
-    if (RegOpenKeyExW(hive, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) return names;
-    for (DWORD index = 0; RegEnumKeyW(key, index, name, 256) == ERROR_SUCCESS; ++index)
+    const auto key = OpenKey(hive, path);
+    for (DWORD index = 0; RegEnumKeyW(key.get(), index, name, 256) == ERROR_SUCCESS; ++index)
         names.push_back(name);
-    RegCloseKey(key);
     return names;
 }
 
@@ -98,12 +96,11 @@ TEST_F(HostRegistry, PassesOverLinesThatItCantRead) {
     EXPECT_EQ(GetValue(HKEY_LOCAL_MACHINE, kKey, TEXT("list")),
               (StoredValue{REG_MULTI_SZ, {"a\0\0\0\0\0", 6}}));
     EXPECT_EQ(GetValue(HKEY_LOCAL_MACHINE, kKey, TEXT("also good")), Number(7));
-    HKEY key;
-    ASSERT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, kKey, 0, KEY_READ, &key), ERROR_SUCCESS);
     WCHAR name[32];
     DWORD cchName = 32;
-    EXPECT_EQ(RegEnumValueW(key, 3, name, &cchName, nullptr, nullptr, nullptr, nullptr), ERROR_NO_MORE_ITEMS);
-    RegCloseKey(key);
+    EXPECT_EQ(RegEnumValueW(OpenKey(HKEY_LOCAL_MACHINE, kKey).get(), 3, name, &cchName, nullptr, nullptr,
+                            nullptr, nullptr),
+              ERROR_NO_MORE_ITEMS);
 }
 
 TEST_F(HostRegistry, LosesNoWriteOfManyProcesses) {
