@@ -49,11 +49,11 @@ TEST_F(ManifestTest, LinesAreBytesTrimmedAtTheirRightEnd) {
 TEST_F(ManifestTest, TheAppenderWritesWhatTheReaderTakes) {
     const Text log = At("log");
     MakeFile(log, "File Copy: last");
-    const Text path = TEXT("Made Dir: C:\\M\xFC\x80sli\\") + Text(600, TEXT('p'));
+    const Text path = TEXT("Made Dir: C:\\M\xFF\x80sli\\") + Text(600, TEXT('p'));
     for (const Text& line : {Text(), path, Text{'a', 0x100, 0x4E2D, 'b'}})
         AppendLogLine(log.c_str(), line.c_str());
     EXPECT_EQ(FileBytes(log),
-              "File Copy: last\r\nMade Dir: C:\\M\xFC\x80sli\\" + std::string(600, 'p') + "\r\na??b\r\n");
+              "File Copy: last\r\nMade Dir: C:\\M\xFF\x80sli\\" + std::string(600, 'p') + "\r\na??b\r\n");
     EXPECT_EQ(ReadLines(log), (std::vector<Text>{TEXT("File Copy: last"), path.substr(0, 511),
                                                  path.substr(511), TEXT("a??b")}));
 
