@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr DWORD kPatienceForAnswers = 10000;
+constexpr DWORD kPatienceForAnswers = 20000;
 constexpr WCHAR kDialogClass[] = TEXT("#32770");
 
 LRESULT Send(HWND window, UINT message, WPARAM wParam = 0, LPARAM lParam = 0) {
