@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Checks a built setup.exe for Windows: its size, that it holds no build time, its imports, its manifest and the protections in
-# its headers.
+# Checks a built setup.exe for Windows: its size, that it holds no build time and no path of its sources, its imports, its
+# manifest and the protections in its headers.
 set -euo pipefail
 program=$1
 most_bytes=$((300 * 1024))
@@ -20,6 +20,9 @@ size=$(stat -c %s "$copy")
 
 headers=$(x86_64-w64-mingw32-objdump -x "$program")
 grep -q '^Time/Date.*1970$' <<<"$headers" || fail 'holds the time when it was linked: two builds differ'
+if grep -aqF "$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)/" "$copy"; then
+    fail 'holds the path of its sources: builds in two folders differ'
+fi
 imports=$(sed -n 's/^\s*DLL Name: \(.*\)\.dll$/\U\1/Ip' <<<"$headers" | sort -u)
 [ -n "$imports" ] || fail 'no imports found'
 for dll in $imports; do

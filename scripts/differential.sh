@@ -15,6 +15,7 @@ windows=${QTV_WINDOWS_BUILD:-build/windows}
 results=$(realpath -m "${QTV_RESULTS:-build/differential}")
 wine_homes=$(realpath -m "${QTV_WINE_HOME:-build/wine}")
 
+scripts/bootstrap.sh host windows
 for target in host windows; do
     build=${!target}
     [ -e "$build/CMakeCache.txt" ] || cmake --preset "$target" -B "$build" >/dev/null

@@ -6,6 +6,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 host=${QTV_HOST_BUILD:-build/host}
 export QTV_WINDOWS_BUILD=${QTV_WINDOWS_BUILD:-$PWD/build/windows}
 
+scripts/bootstrap.sh host windows
 for target in host windows; do
     build=$host
     [ "$target" = host ] || build=$QTV_WINDOWS_BUILD

@@ -3,7 +3,7 @@
 # It takes some minutes, so test.sh does not run it.
 set -uo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
-build=$(realpath "${1:-$root/build/windows}")
+build=$(realpath -m "${1:-$root/build/windows}")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work" || exit 1
@@ -21,6 +21,9 @@ release() {
     [ "$result" = "$expected" ] && grep -qF -- "$text" said || fail "release.sh $* ended with $result: $(<said)"
     [ "$result" = 0 ] || [ ! -e out ] || fail "release.sh $* leaves something"
 }
+
+"$root/scripts/bootstrap.sh" windows download
+(cd "$root" && cmake --preset windows -B "$build" >/dev/null && cmake --build "$build" --target sample_package -- --quiet) || exit 1
 
 # ---- wrong input ----
 mkdir app
