@@ -310,8 +310,8 @@ void MeasureApplication(const Text& work, const Text& other, int rounds) {
 int wmain(int argc, WCHAR** argv);
 
 int wmain(int argc, WCHAR** argv) {
-    // Wine's first window starts the process of the desktop, which keeps running. It must not be part of a
-    // measurement.
+    // Wine's first window starts the process of the desktop,
+    // which keeps running. It must not be part of a measurement.
     (void)GetDesktopWindow();
     const std::vector<Text> arguments(argv + 1, argv + argc);
     const Text mode = argc > 1 ? arguments[0] : Text();

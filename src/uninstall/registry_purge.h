@@ -9,8 +9,8 @@
 // A path of 512 characters or more names no key and is skipped.
 void PurgeRegistry(LPCWSTR company, LPCWSTR product, LPCWSTR uninstallKey, LPCWSTR exeName);
 
-// Deletes a key with everything below it, and skips what can't be deleted. Returns true when the key itself was
-// deleted.
+// Deletes a key with everything below it, and skips what can't
+// be deleted. Returns true when the key itself was deleted.
 bool DeleteRegTree(HKEY parent, LPCWSTR subKey);
 
 // Deletes a key that has no sub-keys, even when it has values.

@@ -38,8 +38,8 @@ class RunningCopies : public ScratchTest {
 
 }  // namespace
 
-// An install ends with the message that the setup files are damaged. An uninstall ends because it finds no temporary
-// folder.
+// An install ends with the message that the setup files are
+// damaged. An uninstall ends because it finds no temporary folder.
 CHILD_PROGRAM(StartsAmongCopies) {
     (void)SetEnvironmentVariableW(TEXT("TMP"), TEXT("C:\\Scratch\\missing"));
     std::replace(List() + 2, List() + 1002, DWORD{0}, GetCurrentProcessId());

@@ -62,8 +62,8 @@ TEST_F(InstallOnHost, IsDamagedWithoutItsOwnPath) {
         DeleteTree(file);
 }
 
-// A test file is created in the folder, and its result isn't used. A path of four characters or fewer is no Startup
-// folder.
+// A test file is created in the folder, and its result isn't
+// used. A path of four characters or fewer is no Startup folder.
 TEST_F(InstallOnHost, LooksIntoStartupFolders) {
     const Text common = GetShellFolder(CSIDL_COMMON_STARTUP).Text();
     winhost::SetFaults({{.call = "_wfopen", .nth = 1, .error = 0, .kill = false}});

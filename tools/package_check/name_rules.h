@@ -9,8 +9,8 @@ namespace package_check {
 // Whether there is a character that Windows' names can't hold. Wildcards and separators don't count.
 bool HasForbidden(const CString& name);
 
-// Whether a level of the path ends with a blank or a dot. A pattern may end with a dot: "*." finds names without
-// one.
+// Whether a level of the path ends with a blank or a dot. A
+// pattern may end with a dot: "*." finds names without one.
 bool HasBlankOrDotEnd(const CString& path);
 
 // Whether a level of the path is the name of a device, with or without an extension.

@@ -1,8 +1,8 @@
 // package_check [--json | --sarif [--sarif-base FOLDER]] [--recipe FILE] PACKAGE
 //
-// Checks a package folder, prints the findings, and exits with 0 if there are none, 1 if there are some, or 2 if
-// something couldn't be read. With the recipe that package_make used, findings about its records name the line of the
-// recipe.
+// Checks a package folder, prints the findings, and exits with 0 if there are
+// none, 1 if there are some, or 2 if something couldn't be read. With the recipe
+// that package_make used, findings about its records name the line of the recipe.
 #pragma once
 
 #include <windows.h>

@@ -1,5 +1,5 @@
-// A machine as sorted text: files, shortcuts, registry, boot-time marks. A comparison of two snapshots shows what a run
-// changed.
+// A machine as sorted text: files, shortcuts, registry, boot-time
+// marks. A comparison of two snapshots shows what a run changed.
 #pragma once
 
 #include <map>

@@ -1,5 +1,5 @@
-// The parts of a stress test. Each writes its figures and findings to the report. Each returns whether everything is as
-// promised.
+// The parts of a stress test. Each writes its figures and findings
+// to the report. Each returns whether everything is as promised.
 #pragma once
 
 #include <cstdio>
@@ -12,8 +12,8 @@ struct Options {
     bool quick = false;
 };
 
-// A disc with more and more room: an installation, an update and an uninstall at every limit at which something
-// changes.
+// A disc with more and more room: an installation, an update
+// and an uninstall at every limit at which something changes.
 bool FullDisc(const Options& options, std::FILE* report);
 // The power goes at every step of an installation, an update and an uninstall, and of the restart after them.
 bool CutPower(const Options& options, std::FILE* report);

@@ -1,5 +1,5 @@
-// Machines of a sweep. Each is made once and copied for each trial. The trial runs with one disturbed call and is
-// compared.
+// Machines of a sweep. Each is made once and copied for each
+// trial. The trial runs with one disturbed call and is compared.
 #pragma once
 
 #include <filesystem>

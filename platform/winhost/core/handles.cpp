@@ -19,8 +19,8 @@ struct HandleTable {
 };
 
 HandleTable& Table() {
-    // Never destroyed: static objects of the program may close their handles after this file's own static objects are
-    // destroyed.
+    // Never destroyed: static objects of the program may close their
+    // handles after this file's own static objects are destroyed.
     static auto* table = new HandleTable;
     return *table;
 }

@@ -19,8 +19,8 @@ bool HasRoom(std::uint64_t formerSize, std::uint64_t size);
 // Counts one step of a lasting change. A change that is made in parts takes a step for each part. When the power has
 // gone, the process ends here.
 void Step();
-// Writes as WriteWhole does, within the limits. Without room for all bytes nothing is written. The power can go between
-// parts.
+// Writes as WriteWhole does, within the limits. Without room for
+// all bytes nothing is written. The power can go between parts.
 bool WriteWithinLimits(int descriptor, const void* data, std::size_t cbData);
 
 }  // namespace winhost

@@ -23,8 +23,8 @@ const std::u16string& ProgramPath();
 std::u16string WindowsPath(const std::filesystem::path& host);
 // Makes this process one of another machine. Each part of the system forgets what it remembered of the former one.
 void BelongTo(const std::filesystem::path& root, std::u16string_view program);
-// Registers a function that runs when a process enters another machine. It forgets what was remembered of the former
-// one.
+// Registers a function that runs when a process enters another
+// machine. It forgets what was remembered of the former one.
 void OnEnter(void (*forget)());
 // Ends the run: the machine does not model a call, flag or argument.
 [[noreturn]] void NotModelled(const char* call, const std::string& what);

@@ -85,8 +85,8 @@ DWORD GetFileAttributesW(LPCWSTR path) {
 BOOL SetFileAttributesW(LPCWSTR path, DWORD attributes) {
     if (Fails("SetFileAttributesW")) return FALSE;
     const Place place = Locate(path);
-    // Bits that can't be set are dropped. Callers pass back what they have read, even with the bit of a folder or the value of a
-    // failure.
+    // Bits that can't be set are dropped. Callers pass back what they
+    // have read, even with the bit of a folder or the value of a failure.
     if (place.exists()) return StoreAttributes(place.host, attributes);
     if (place.isDevice) return TRUE;
     SetLastError(place.error);

@@ -1,5 +1,5 @@
-// What the machine keeps on a file or folder itself, so that it survives a rename: attributes, and the short
-// name.
+// What the machine keeps on a file or folder itself, so that
+// it survives a rename: attributes, and the short name.
 #pragma once
 
 #include <windows.h>

@@ -60,9 +60,9 @@ bool IsHeld(int table) {
     return false;
 }
 
-// Whether the entry's process has ended. A process that has dropped its lock may still be ending and hold its running
-// image, so it is waited for. The wait is short, because the number may already belong to a process outside the
-// machine.
+// Whether the entry's process has ended. A process that has dropped its lock may
+// still be ending and hold its running image, so it is waited for. The wait is
+// short, because the number may already belong to a process outside the machine.
 bool HasEnded(const ProcessFiles& files) {
     if (IsHeld(files.table.get())) return false;
     if (files.process) (void)WaitForEnd(files.process.get(), kDyingMilliseconds);
@@ -170,8 +170,8 @@ void RecordOwnExit(DWORD exitCode) {
 }
 
 ProcessFiles OpenProcessFiles(DWORD id) {
-    // The pidfd is opened first. If the lock is held after that, the pidfd can't mean a later process with the same
-    // number.
+    // The pidfd is opened first. If the lock is held after that,
+    // the pidfd can't mean a later process with the same number.
     ProcessFiles files;
     files.process = Descriptor(pidfd_open(static_cast<pid_t>(id), 0));
     files.table = Descriptor(open(EntryPath(id).c_str(), O_RDWR | O_CLOEXEC));

@@ -54,8 +54,8 @@ std::optional<DWORD> RecordedExitCode(int table);
 // Removes the files of processes that have ended.
 void PruneTable();
 
-// Waits until the process of the pidfd has ended. Returns false when `milliseconds` have passed; INFINITE waits without
-// limit.
+// Waits until the process of the pidfd has ended. Returns false
+// when `milliseconds` have passed; INFINITE waits without limit.
 bool WaitForEnd(int process, DWORD milliseconds);
 
 }  // namespace winhost

@@ -141,8 +141,8 @@ std::unique_ptr<Share> Share::Open(LPCWSTR name, const char* kind, bool create, 
             flock(descriptor, LOCK_SH);
             return std::unique_ptr<Share>(new Share(descriptor, path, false));
         }
-        // A process that died has left this file. A view of it may still be mapped somewhere, so a new file takes its
-        // place.
+        // A process that died has left this file. A view of it may
+        // still be mapped somewhere, so a new file takes its place.
         unlink(path.c_str());
         close(descriptor);
     }

@@ -1,5 +1,5 @@
-// The registry file. It is read again when it has changed and replaced as a whole, under a lock that all processes
-// share.
+// The registry file. It is read again when it has changed and
+// replaced as a whole, under a lock that all processes share.
 #include "registry/registry_store.h"
 
 #include <fcntl.h>

@@ -94,8 +94,8 @@ VersionSearch FindInHostProgram(std::string_view file) {
 
 constexpr WORD kTextType = 1;
 
-// A block has a header, a name, a value, and the blocks inside it. Each part after the header begins at a multiple of
-// four.
+// A block has a header, a name, a value, and the blocks inside
+// it. Each part after the header begins at a multiple of four.
 struct Block {
     std::string_view bytes;
     std::u16string name;

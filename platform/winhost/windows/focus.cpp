@@ -48,8 +48,8 @@ bool TakesInput(HWND window) {
     return false;
 }
 
-// Returns the window that becomes active after `window`: its owner, or else the top one of the thread's enabled
-// windows.
+// Returns the window that becomes active after `window`: its
+// owner, or else the top one of the thread's enabled windows.
 HWND Successor(HWND window) {
     WindowTable table;
     const auto able = table.Where([window](const WindowRecord& record) {

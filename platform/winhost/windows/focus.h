@@ -1,5 +1,5 @@
-// Which window is shown, which is active, and which has the focus. A thread has at most one active window and one
-// focus.
+// Which window is shown, which is active, and which has the
+// focus. A thread has at most one active window and one focus.
 #pragma once
 
 #include <windows.h>
@@ -10,11 +10,11 @@ namespace winhost {
 
 // Shows a window. A top-level window also becomes active.
 void Reveal(HWND window);
-// Hides a window. If a child of it has the focus, the parent gets it. If the window is active, another one becomes
-// active.
+// Hides a window. If a child of it has the focus, the parent
+// gets it. If the window is active, another one becomes active.
 void Hide(HWND window);
-// Puts a top-level window on top and makes it the active window of its thread. With null, the thread has no active
-// window.
+// Puts a top-level window on top and makes it the active window
+// of its thread. With null, the thread has no active window.
 void Activate(HWND window);
 // Returns the window that has the calling thread's focus.
 HWND Focus();

@@ -1,5 +1,5 @@
-// Message boxes. They are dialogs. A test's list answers them, or a person at the terminal, or whoever presses their
-// buttons.
+// Message boxes. They are dialogs. A test's list answers them,
+// or a person at the terminal, or whoever presses their buttons.
 #include "windows/message_boxes.h"
 
 #include <unistd.h>

@@ -126,8 +126,8 @@ RECT RectOf(const CREATESTRUCTW& wanted) {
     return {wanted.x, wanted.y, wanted.x + wanted.cx, wanted.y + wanted.cy};
 }
 
-// Sets the parent or the owner of the new window. Returns false, with the last error set, when that window doesn't
-// exist.
+// Sets the parent or the owner of the new window. Returns false,
+// with the last error set, when that window doesn't exist.
 bool Relate(WindowRecord& record, const CREATESTRUCTW& wanted) {
     if (!record.isChild()) {
         record.owner = wanted.hwndParent ? RootOf(wanted.hwndParent) : nullptr;

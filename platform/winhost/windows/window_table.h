@@ -75,8 +75,8 @@ class WindowTable {
     void Lower(WindowRecord& window);
     // Returns the wanted windows of living processes, the top one first. Removes those of dead processes.
     std::vector<WindowRecord*> Where(const std::function<bool(const WindowRecord&)>& wanted);
-    // Returns the thread's window that has the mark: the active one, or the one with the focus. Null when there is
-    // none.
+    // Returns the thread's window that has the mark: the active
+    // one, or the one with the focus. Null when there is none.
     WindowRecord* Marked(DWORD thread, bool WindowRecord::*mark);
     // The foreground window of the machine, or null.
     HWND& foreground();
