@@ -23,7 +23,8 @@ release() {
 }
 
 "$root/scripts/bootstrap.sh" windows download
-(cd "$root" && cmake --preset windows -B "$build" >/dev/null && cmake --build "$build" --target sample_package -- --quiet) || exit 1
+[ -e "$build/CMakeCache.txt" ] || (cd "$root" && cmake --preset windows -B "$build") >/dev/null
+cmake --build "$build" --target sample_package -- --quiet || exit 1
 
 # ---- wrong input ----
 mkdir app

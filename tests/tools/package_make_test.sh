@@ -224,6 +224,8 @@ mkfifo odd/pipe
 refused 'odd/pipe: neither a file nor a folder' odd out
 echo 'no version' >new/QtvApp8.exe
 refused "its version can't be read" new out
+LC_ALL=C sed 's/\(\xBD\x04\xEF\xFE......\)\x08/\1\x00/' "$build/package/QtvApp8.exe" >new/QtvApp8.exe
+refused 'its first number is 0' new out
 rm new/QtvApp8.exe
 refused 'has no QtvApp8.exe' new out
 printf MZ >program
