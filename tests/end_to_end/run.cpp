@@ -20,7 +20,7 @@ EndToEndTest::EndToEndTest() {
     // A planted fault may be in another package than the build's.
     const char* const other = std::getenv("QTV_PACKAGE");
     ImportFile(other ? other : QTV_BUILD_FOLDER "/package", package);
-    // Parents of setup's keys, which stay. Every Windows has them, but not every new Wine prefix.
+    // These parents of setup's keys stay. Every Windows has them, but not every new Wine prefix.
     for (const LPCWSTR name :
          {TEXT("SOFTWARE\\RegisteredApplications"), TEXT("SOFTWARE\\Classes\\Applications")}) {
         HKEY key;

@@ -313,7 +313,7 @@ bool AddChildProgram(const char* name, int (*body)()) {
     return ChildPrograms().emplace(name, body).second;
 }
 
-// Other programs than copies of this one ignore the variable, so it stays.
+// Only copies of this program read the variable, so nobody deletes it again.
 static void NameChild(const char* name) {
     EXPECT_TRUE(SetEnvironmentVariableW(kChildVariable, Wide(name).c_str()));
 }

@@ -58,8 +58,8 @@ void MakeFolder(const Text& path);  // also makes missing parents
 void DeleteTree(const Text& path);
 // Returns every file and folder below, sorted, relative to the folder. Folders end with a backslash.
 std::vector<Text> Tree(const Text& folder = kScratch);
-// Copies a file of the build, or a folder with all that is in it, onto the machine. Its path is one of the build machine
-// and absolute, such as QTV_BUILD_FOLDER "/package". Programs stay programs.
+// Copies a file of the build, or a folder with all that is in it, onto the machine. `buildPath` is an absolute path of
+// the build machine, such as QTV_BUILD_FOLDER "/package". Programs stay programs.
 void ImportFile(const std::string& buildPath, const Text& target);
 // Returns the bytes of a file of the build. A missing file has none.
 std::string BuildBytes(const std::string& buildPath);
@@ -67,8 +67,8 @@ std::string BuildBytes(const std::string& buildPath);
 void SetFileVersion(const Text& path, unsigned major, unsigned minor, unsigned release, unsigned build);
 
 // ---- what the running system does differently from Windows ----
-// Wine opens and copies over a read-only file when it runs as root. With "?" at the end, "<" and a quote it finds fewer
-// names, and its 8.3 names are different ones.
+// Returns whether the tests run under Wine. As root, Wine overwrites read-only files. Its searches find fewer names if the
+// pattern has "?" at its end, "<" or a quote. Its 8.3 names are different ones.
 bool UnderWine();
 // Returns what the running system must answer to a fact. This is `windows`, or under Wine the answer for the fact in
 // the table in scratch_windows.cpp.

@@ -49,7 +49,7 @@ TEST_F(InstallOnHost, HasNoSourceFolderWhenItsOwnPathIsTooLong) {
     winhost::EnterMachine(machine);
 }
 
-// Files in the root of the drive are then not taken for the package.
+// Files in the root of the drive are not taken for the package.
 TEST_F(InstallOnHost, IsDamagedWithoutItsOwnPath) {
     ImportFile(QTV_BUILD_FOLDER "/package/QtvApp8.exe", TEXT("C:\\QtvApp8.exe"));
     MakeFile(TEXT("C:\\QtvUnInst.log"));
@@ -94,7 +94,7 @@ TEST_F(InstallOnHost, RegistersNoHandlerWhereThereIsNone) {
     g_isWow64Process = nullptr;
 }
 
-// Nobody waits for the registrar and the application, and nothing of them stays open.
+// Setup doesn't wait for the registrar and the application, and closes its handles to them.
 TEST_F(InstallOnHost, StartsProgramsThatGoOnByThemselves) {
     for (const Text& program : {Text(TEXT("C:\\Windows\\regsvr32.exe")), kScratch + TEXT("\\QtvApp8.exe")})
         ImportFile(QTV_BUILD_FOLDER "/sleeper.exe", program);
@@ -103,6 +103,7 @@ TEST_F(InstallOnHost, StartsProgramsThatGoOnByThemselves) {
     const DWORD start = GetTickCount();
     PerformInstall();
     EXPECT_LT(GetTickCount() - start, 4000u);
+    EXPECT_EQ(winhost::ProcessIds().size(), 2u) << "both run on";
     EXPECT_EQ(winhost::OpenHandles(), handles);
     RestartMachine();
     DeleteTree(TEXT("C:\\Windows\\regsvr32.exe"));

@@ -18,6 +18,7 @@ inline std::string ToldError(LSTATUS error) {
     return error == ERROR_SUCCESS ? "ok" : "e" + std::to_string(error);
 }
 
+// A fact, what the running system answers, and what Windows answers.
 struct Answer {
     std::string fact, found, windows;
 };

@@ -79,7 +79,8 @@ inline std::string Version(LPCWSTR path, LPCWSTR query, bool isText = false) {
         !VerQueryValueW(block.data(), query, &value, &size))
         return Told(false);
     std::string told = std::to_string(size);
-    for (UINT i = 0; i < (isText ? size : size / 2) && i < 8; ++i)
-        told += " " + std::to_string(static_cast<WORD*>(value)[i]);
+    // Every word is read, so that the sanitizers see a value that ends after its block.
+    for (UINT i = 0; i < (isText ? size : size / 2); ++i)
+        if (const WORD word = static_cast<WORD*>(value)[i]; i < 8) told += " " + std::to_string(word);
     return told;
 }

@@ -6,7 +6,7 @@
 #include "engine/file_steps.h"
 #include "harness/scratch.h"
 
-TEST(PathText, ParentIsCutOffAndTheSeparatorAddedOnce) {
+TEST(PathText, LastPartIsCutOffAndTheSeparatorAddedOnce) {
     const struct {
         LPCWSTR path, parent, closed;
     } rows[] = {

@@ -152,7 +152,7 @@ TEST_F(HostFiles, ProfileFilesKeepTheirEncodingAndOtherSections) {
     EXPECT_TRUE(DeleteFileW(TEXT("C:\\Windows\\test.ini")));
 }
 
-// The errno of a call; 0 if it succeeded.
+// Returns the errno of a failed _wfopen, and 0 if the file was opened.
 int ErrnoOfOpen(LPCWSTR path, LPCWSTR mode) {
     FILE* const file = _wfopen(path, mode);
     return file ? std::fclose(file) : errno;

@@ -7,8 +7,8 @@
 #include <csignal>
 #include <functional>
 
-// Another process, a fork of the test's. It does something and then waits for the test to end it. It is one of the
-// machine's processes only for what it does there: the machine doesn't list it.
+// Another process, a fork of the test's. It does something and then waits for the test to end it. It uses
+// the machine, but the machine doesn't list it among its processes.
 class Neighbour {
   public:
     explicit Neighbour(const std::function<bool()>& act) {
