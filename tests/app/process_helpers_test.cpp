@@ -50,7 +50,7 @@ TEST_F(ScratchTest, ExecAndWaitTakesACommandLineOf519Characters) {
             cch == 519);
 }
 
-TEST_F(ScratchTest, FunctionsOfTheSystemAreFoundAndTellTheirFailures) {
+TEST_F(ScratchTest, SystemFunctionsAreFoundAndEnablePrivilegeTellsItsFailures) {
     LookUpSystemFunctions();
     EXPECT_TRUE(g_isWow64Process);
     HANDLE token = nullptr;

@@ -67,8 +67,9 @@ std::string BuildBytes(const std::string& buildPath);
 void SetFileVersion(const Text& path, unsigned major, unsigned minor, unsigned release, unsigned build);
 
 // ---- what the running system does differently from Windows ----
-// Returns whether the tests run under Wine. As root, Wine overwrites read-only files. Its searches find fewer names if the
-// pattern has "?" at its end, "<" or a quote. Its 8.3 names are different ones.
+// Returns whether the tests run under Wine. As root, Wine overwrites read-only files. Its searches find fewer names if
+// the pattern has "?" at its end, "<" or a quote. Its 8.3 names are different ones. A box of Yes and No ends when it is
+// told to close.
 bool UnderWine();
 // Returns what the running system must answer to a fact. This is `windows`, or under Wine the answer for the fact in
 // the table in scratch_windows.cpp.
