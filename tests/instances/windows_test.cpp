@@ -77,7 +77,10 @@ TEST_F(InstanceWindows, LimitBringsTheEarlierForwardAndClosesTheYoungestFirst) {
     EXPECT_TRUE(SetForegroundWindow(own.window()));
     EXPECT_TRUE(manager.IsOverLimit(true));
     EXPECT_EQ(GetForegroundWindow(), earlier);
-    (void)own.Take();
+    // No process is closed unless that is asked for.
+    EXPECT_EQ(manager.SetMaxInstances(0, false), 1);
+    for (const Received& message : own.Take())
+        EXPECT_NE(message, Received(WM_CLOSE, 0, 0));
     EXPECT_EQ(manager.SetMaxInstances(0xFFFFFFFF, true), 1);
     EXPECT_EQ(manager.SetMaxInstances(3, true), 1);
     EXPECT_EQ(second.ExitCode(), 1u);
