@@ -22,7 +22,7 @@ class ClosingPage : public ScratchTest {
 };
 
 TEST_F(ClosingPage, CarriesQueryAndLanguageOfTheUrlFile) {
-    const std::string filler(259 - 12, 'x');
+    const std::string filler(259 - 13, 'x');
     const struct {
         const char* name;
         std::optional<std::string> file;
@@ -36,7 +36,7 @@ TEST_F(ClosingPage, CarriesQueryAndLanguageOfTheUrlFile) {
         {"the last query", "URL=http://h/x?a=1\nURL=http://h/x?b=2?c\n", "?b=2?c"},
         {"no query", "URL=http://h/x?a=1\nURL=http://h/x\n", "?a=1"},
         {"other lines", "URL=http:/h?a\nurl=http://h/x?a=1\nX URL=http://h/x?b\nUpdate=http:/h/de\n", ""},
-        {"a long line's second piece", "URL=http://h" + filler + "URL=http://h/?b=2", "?b=2"},
+        {"a long line's second piece", "URL=http://h?" + filler + "URL=http://h/?b=2", "?b=2"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
