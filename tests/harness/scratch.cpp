@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr DWORD kPatience = 10000;
+constexpr DWORD kPatience = 20000;
 constexpr DWORD kInUsePatience = 5000;
 constexpr DWORD kPollPause = 5;
 constexpr WCHAR kSessionManager[] = TEXT("SYSTEM\\CurrentControlSet\\Control\\Session Manager");
