@@ -30,7 +30,7 @@ inline void PrintTo(const CString& text, std::ostream* stream) {
 
 // Polls a condition. Returns false when it doesn't hold within that time.
 bool HoldsWithin(DWORD milliseconds, const std::function<bool()>& condition);
-// Waits at most ten seconds until the condition holds. After that, the test ends with a failure (an exception) that
+// Waits at most twenty seconds until the condition holds. After that, the test ends with a failure (an exception) that
 // names `what`.
 void Await(const std::string& what, const std::function<bool()>& condition);
 
@@ -88,7 +88,7 @@ void RestartMachine();
 
 // ---- programs ----
 // Runs a program, waits until it and all that it started have ended, and returns its exit code. Like Await, it waits at
-// most ten seconds for each. `meanwhile` is called with the program's id before the wait.
+// most twenty seconds for each. `meanwhile` is called with the program's id before the wait.
 DWORD RunProgram(const Text& commandLine, const Text& folder = kScratch,
                  const std::function<void(DWORD)>& meanwhile = {});
 
