@@ -12,6 +12,7 @@
 #define LINKS \
     GROUP     \
     "*|C:\\Users\\Public\\Desktop\\Qantivo 8.lnk: *|log: Made Dir: *|log: Shell Link: *"
+#define HIDDEN_LIBRARY "C:\\Package\\runtime9.dll*"
 #define COPY "C:\\Users\\Ann\\AppData\\Local\\Temp\\uni.tmp: *"
 // Everything that differs between an installation for all users and one for the current user.
 #define OTHER_SCOPE                                                                                      \
@@ -119,6 +120,11 @@ const std::vector<Case>& Cases() {
          {{Stage::Lasting, "uninstall",
            "CreateProcessW|GetModuleHandleW|GetProcAddress|RtlGetVersion|WaitForSingleObject",
            "HKLM\\SOFTWARE\\Classes\\CLSID\\*"}}},
+        {"A library of the package is named `.toinst`; the thumbnail handler's registration",
+         "an uninstaller ends a setup that has hidden the library, or whose registrar still runs",
+         "the next install restores the name; the uninstaller no longer finds the handler",
+         {{Stage::Lasting, "uninstall", "two:*", HIDDEN_LIBRARY "|HKLM\\SOFTWARE\\Classes\\CLSID\\*"},
+          {Stage::AtOnce, "install|uninstall", "two:*", HIDDEN_LIBRARY}}},
 
         // ---- never repaired ----
         {"An installation for the current user instead of all users",
@@ -165,7 +171,7 @@ const std::vector<Case>& Cases() {
         {"",
          "",
          "The library of the package is hidden while setup looks for another one",
-         {{Stage::AtOnce, "install|update", "power:MoveFileW", "C:\\Package\\runtime9.dll*"}}},
+         {{Stage::AtOnce, "install|update", "power:MoveFileW", HIDDEN_LIBRARY}}},
         {"",
          "",
          "Shortcuts and group of the earlier installation are deleted first, and made again last",
@@ -218,8 +224,9 @@ const std::vector<Case>& Cases() {
          {{Stage::ForGood, "install", "two:*", OTHER_SCOPE "|" GROUP "*"}}},
         {"",
          "",
-         "The uninstaller's temporary copy is deleted by the mark that it places first",
-         {{Stage::ForGood, "uninstall", "two:*", COPY}}},
+         "Nobody looks again for a copy, a file that was put aside or a test file without a mark",
+         {{Stage::ForGood, "install|uninstall", "two:*",
+           COPY "|" PROBE "|" TARGET "*.old: file *|" TARGET "*.new: file *"}}},
 
         // ---- not about the machine: how often the copy makes these calls is a matter of chance. If the first process
         // still runs, the copy sends it a message. If not, the copy makes the list anew, which is one more access. ----

@@ -158,10 +158,14 @@ RunOutcome RunAgain(const Scenario& scenario) {
     // A silent run asks nothing, so it also repairs what the wizard left.
     if (scenario.installs) return Run(InstallLine(), kSetup);
     const std::u16string program = std::u16string(kTarget) + u"QtvUnInst.exe";
-    if (fs::exists(winhost::HostPath(program))) return Run(scenario.commandLine, kCopy);
+    const fs::path source = winhost::HostPath(std::u16string(kPackage) + u"QtvUnInst.exe");
+    // Not whole if a setup was ended while it copied the program.
+    std::error_code missing;
+    if (fs::file_size(winhost::HostPath(program), missing) == fs::file_size(source))
+        return Run(scenario.commandLine, kCopy);
     // It marks itself for deletion, so a copy must run.
     const std::u16string copy = u"C:\\Users\\Ann\\AppData\\Local\\Temp\\uniF.tmp";
-    fs::copy_file(winhost::HostPath(std::u16string(kPackage) + u"QtvUnInst.exe"), winhost::HostPath(copy));
+    fs::copy_file(source, winhost::HostPath(copy));
     return Run(copy + u" -delself \"" + program + u"\"", kCopy);
 }
 
