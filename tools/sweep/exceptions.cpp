@@ -210,12 +210,15 @@ const std::vector<Case>& Cases() {
          {{Stage::AtOnce, "install|update", "full:*", TARGET "*: gone|" LOG ": *|log: *|" LINKS}}},
         {"",
          "",
-         "Without room for a mark, a file that was moved aside stays, and an empty list of the older kind is "
-         "made",
-         {{Stage::AtOnce, "update", "full:*",
-           TARGET "*.old: *|" TARGET "*.new: *|C:\\Windows\\wininit.*|C:\\Windows\\WININIT.INI*"},
-          {Stage::ForGood, "update", "full:*",
-           TARGET "*.old: file *|" TARGET "*.new: file *|C:\\Windows\\wininit.bak: *"}}},
+         "Without its mark, what was moved aside or copied to run stays; the older list is made",
+         {{Stage::AtOnce, "update|uninstall", "full:*",
+           TARGET "*.old: *|" TARGET "*.new: *|C:\\Windows\\WININIT.INI: *"},
+          {Stage::ForGood, "update|uninstall", "full:*",
+           TARGET "*.old: file *|" TARGET "*.new: file *|C:\\Windows\\WININIT.INI: file *|" COPY}}},
+        {"",
+         "",
+         "The second run puts the file where the delete mark of the first one deletes it",
+         {{Stage::Second, "update", "full:*", TARGET "*: gone"}}},
 
         // ---- two at once: each may close the other one at any time ----
         {"",
