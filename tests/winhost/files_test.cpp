@@ -146,9 +146,9 @@ TEST_F(HostFiles, ProfileFilesKeepTheirEncodingAndOtherSections) {
     MakeFile(TEXT("C:\\Windows\\test.ini"), "[x]\r\n[A]\r\n  k = 1  \r\n\r\n; remark\r\nlong=2\r\n[b]\r\n");
     WCHAR buffer[20];
     EXPECT_EQ(GetPrivateProfileSectionW(TEXT("a"), buffer, 20, TEXT("TEST.INI")), 11u);
-    EXPECT_EQ(Text(buffer, 12), Text(TEXT("k=1\0long=2\0"), 12));
+    EXPECT_EQ(Text(buffer, 12), Text(TEXT("k=1\0long=2\0\0"), 12));
     EXPECT_EQ(GetPrivateProfileSectionW(TEXT("a"), buffer, 8, TEXT("TEST.INI")), 6u) << "cut off";
-    EXPECT_EQ(Text(buffer, 8), Text(TEXT("k=1\0lo\0"), 8));
+    EXPECT_EQ(Text(buffer, 8), Text(TEXT("k=1\0lo\0\0"), 8));
     EXPECT_TRUE(DeleteFileW(TEXT("C:\\Windows\\test.ini")));
 }
 

@@ -102,13 +102,13 @@ TEST_F(Keyboard, EnterEscapeAndAccessKeysAreThoseOfTheFrame) {
 }
 
 TEST_F(Keyboard, FinishesTheLastPage) {
-    for (const auto& [message, key] : {std::pair{WM_KEYDOWN, VK_RETURN}, std::pair{WM_SYSCHAR, int{'f'}}})
-        RunLastPage([message, key](const Driver& wizard) {
+    for (const auto& stroke : {std::pair{WM_KEYDOWN, VK_RETURN}, std::pair{WM_SYSCHAR, int{'f'}}})
+        RunLastPage([stroke](const Driver& wizard) {
             wizard.Key(WM_KEYDOWN, VK_ESCAPE);
             wizard.Key(WM_SYSCHAR, 'b');
             EXPECT_EQ(StepOn(wizard), 5);
             FocusOn(wizard, IDC_RUN_AFTER);
-            wizard.Key(message, static_cast<WPARAM>(key));
+            wizard.Key(stroke.first, static_cast<WPARAM>(stroke.second));
         });
 }
 

@@ -90,7 +90,7 @@ TEST_F(Pages, GroupTakesANameOfThreeCharacters) {
         for (const auto& row : rows) {
             wizard.Type(wizard.PageControl(IDC_GROUP), row.name);
             if (!row.message.empty()) {
-                const Text before = g_groupName.Text();
+                const Text before(static_cast<LPCWSTR>(g_groupName));
                 Press(wizard, IDOK, {row.message});
                 EXPECT_EQ(g_groupName.Text(), before);
                 EXPECT_EQ(StepOn(wizard), 3);
@@ -155,7 +155,7 @@ TEST_F(Pages, DestinationFollowsTheFolderThatIsChosen) {
 
 TEST_F(Pages, DestinationIsWhereTheBrowserLeavesIt) {
     RunAt(2, [](const Driver& wizard) {
-        const Text before = g_targetDir.Text();
+        const Text before(static_cast<LPCWSTR>(g_targetDir));
         // The browser is cancelled, or takes the target at which it opens. The target exists only while it is open.
         for (const std::optional<Text>& folder : {std::optional<Text>(), std::optional<Text>(TEXT(""))}) {
             Browse(wizard, folder);
