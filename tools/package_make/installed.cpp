@@ -39,8 +39,7 @@ void AddWithParents(Names& folders, CString name) {
 
 class InstalledReader {
   public:
-    InstalledReader(const CString& package, const package_check::PackageFiles& files)
-        : m_package(package), m_files(files) {}
+    explicit InstalledReader(const package_check::PackageFiles& files) : m_files(files) {}
 
     void Take(const CString& line) {
         const LogRecord record = ReadRecord(line);
@@ -83,7 +82,6 @@ class InstalledReader {
         }
     }
 
-    const CString& m_package;
     const package_check::PackageFiles& m_files;
     Installed m_installed;
 };
@@ -107,9 +105,8 @@ CString BackAgain(const CString& pattern, const Installed& present) {
 
 }  // namespace
 
-Installed ReadInstalled(const CString& package, const package_check::PackageFiles& files,
-                        const std::vector<CString>& lines) {
-    InstalledReader reader(package, files);
+Installed ReadInstalled(const package_check::PackageFiles& files, const std::vector<CString>& lines) {
+    InstalledReader reader(files);
     for (const CString& line : lines)
         reader.Take(line);
     return reader.Result();

@@ -25,10 +25,9 @@ struct Installed {
     bool Has(const Wide& file) const { return always.contains(file) || sometimes.contains(file); }
 };
 
-// Reads what a package installs. `files` are those of the package, whose folder on the running system is `package`.
+// Reads what a package installs. `files` are those of the package, `lines` those of its manifest.
 // Records that setup skips, and names that lead out of the folder, add nothing.
-Installed ReadInstalled(const CString& package, const package_check::PackageFiles& files,
-                        const std::vector<CString>& lines);
+Installed ReadInstalled(const package_check::PackageFiles& files, const std::vector<CString>& lines);
 
 // Removes the files of the earlier package that the present one doesn't install.
 struct Update {

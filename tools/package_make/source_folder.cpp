@@ -14,7 +14,6 @@ namespace package_make {
 namespace {
 
 using package_check::FolderOf;
-using package_check::NameOf;
 
 bool IsTopName(const CString& name, LPCWSTR file) {
     return name.CompareNoCase(file) == 0;

@@ -144,7 +144,7 @@ Installed ReadEarlier(const fs::path& folder, const Reach& reach) {
     std::vector<CString> lines;
     if (!package_check::ReadLines(WithSeparator(package) + kLogFile, lines))
         throw BadInput(Shown(folder) + " is no package: its QtvUnInst.log can't be read");
-    return ReadInstalled(package, package_check::PackageFiles(package, findings), lines);
+    return ReadInstalled(package_check::PackageFiles(package, findings), lines);
 }
 
 std::string Name(const fs::path& path) {
@@ -184,7 +184,7 @@ int Make(const Request& request, const Reach& reach) {
     const package_check::PackageFiles files(folder, findings);
     std::vector<CString> lines = DeriveManifest(input, folder, files);
     Update update;
-    if (earlier) update = UpdateFrom(*earlier, ReadInstalled(folder, files, lines));
+    if (earlier) update = UpdateFrom(*earlier, ReadInstalled(files, lines));
     lines.insert(lines.end(), update.records.begin(), update.records.end());
     package.Write("QtvUnInst.log", Bytes(lines));
     findings = package_check::CheckPackage(folder);
