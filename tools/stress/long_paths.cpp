@@ -211,8 +211,8 @@ bool PortableRecordsAreLeftOut(std::FILE* report) {
     expected.merge(records.target);
     Names around = NamesBelow(Host(kPortableParent));
     std::erase_if(around, [](const std::string& name) { return name.starts_with("Qantivo 8"); });
-    return Same("portable", NamesBelow(Host(kPortable)), expected, report) &
-           Same("portable, parent", around, records.parent, report);
+    const bool isSame = Same("portable", NamesBelow(Host(kPortable)), expected, report);
+    return Same("portable, parent", around, records.parent, report) && isSame;
 }
 
 // An update deletes the links and the groups that the log names.
