@@ -29,7 +29,7 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 constexpr unsigned kSeeds = 600, kQuickSeeds = 8;
-constexpr milliseconds kHang{60000}, kLook{2};
+constexpr milliseconds kHang{60000};
 
 struct Pair {
     const char* name;
