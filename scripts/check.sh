@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks the sources without building them: format, layers and words. check.sh [--tidy]
+# Checks the sources without building them: format, layers, words, and that the planted faults still apply. check.sh [--tidy]
 # --tidy also runs the checks of .clang-tidy, which takes several minutes.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -53,5 +53,6 @@ tidy() {
 check format format
 check layers scripts/check_layers.sh
 check words words
+check faults python3 tools/plant_faults/plant_faults.py --check
 [ "${1-}" != --tidy ] || check tidy tidy
 [ -z "$failed" ]

@@ -4,9 +4,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
+#include "common/throwaway_folder.h"
 #include "harness/scratch.h"
 
 namespace fs = std::filesystem;
@@ -15,16 +17,12 @@ namespace {
 
 class RehearseProgram : public ::testing::Test {
   protected:
-    RehearseProgram() {
-        fs::remove_all(kWork);
-        fs::create_directories(kTemporary);
-    }
-    ~RehearseProgram() override { fs::remove_all(kWork); }
+    RehearseProgram() { fs::create_directories(kTemporary); }
 
     // Returns the exit code. The output is stored in m_output.
     int Run(const std::string& arguments) {
-        const std::string line = "TMPDIR=" + kTemporary + " " QTV_BUILD_FOLDER "/rehearse " + arguments +
-                                 " >" + kWork + "/output 2>&1";
+        const std::string line =
+            "TMPDIR=" + kTemporary + " " + kProgram + " " + arguments + " >" + kWork + "/output 2>&1";
         const int status = std::system(line.c_str());
         m_output = BuildBytes(kWork + "/output");
         EXPECT_TRUE(fs::is_empty(kTemporary));
@@ -41,7 +39,11 @@ class RehearseProgram : public ::testing::Test {
         return kWork + "/package";
     }
 
-    const std::string kWork = QTV_BUILD_FOLDER "/rehearsals";
+    // A planted fault may be in another program than the build's.
+    const char* const kTools = std::getenv("QTV_TOOLS");
+    const std::string kProgram = std::string(kTools ? kTools : QTV_BUILD_FOLDER) + "/rehearse";
+    const tools::ThrowawayFolder kFolder{"rehearsals", QTV_BUILD_FOLDER};
+    const std::string kWork = kFolder.Path();
     const std::string kTemporary = kWork + "/tmp";
     const std::string kSample = QTV_BUILD_FOLDER "/package";
     std::string m_output;
@@ -58,6 +60,8 @@ TEST_F(RehearseProgram, SaysWhatItCantRehearse) {
         {kSample + " --earlier " + kTemporary, "is no package: it has no setup.exe"},
         {package, "package/pipe is no plain file or folder"},
         {kSample + " --wine", "its setup.exe is no Windows program"},
+        {kSample + " --html " + kWork + "/none/page", "its folder is missing"},
+        {kSample + " --html /dev/full", "/dev/full can't be written"},
     };
     for (const auto& [arguments, says] : rows) {
         EXPECT_EQ(Run(arguments), 2) << arguments;
@@ -85,7 +89,7 @@ TEST_F(RehearseProgram, RemovesItsMachineWhenItIsBrokenOff) {
         if (child == 0) {
             setenv("TMPDIR", kTemporary.c_str(), 1);
             (void)!freopen("/dev/null", "w", stdout);
-            execl(QTV_BUILD_FOLDER "/rehearse", "rehearse", kSample.c_str(), nullptr);
+            execl(kProgram.c_str(), "rehearse", kSample.c_str(), nullptr);
             _exit(127);
         }
         while (fs::is_empty(kTemporary) ||

@@ -1,94 +1,135 @@
-"""Plants the faults of the tables in faults/, one at a time, and reports which test notices each one.
+"""Plants faults in the sources, one at a time, and reports which test notices each: most are made by rule, a few are rows of faults.txt.
 
-Nothing in the checkout changes. Each worker has its own copy of the sources and of build/host; the copy of build/host consists
-of hard links. A fault is compiled there with the commands of build/host, and only what depends on its file is built again.
+Nothing in the checkout or in build/host changes. A fault is compiled with the commands of build/host, in a folder of its own, and is
+linked before everything else, so that it takes the place of what the libraries hold.
 """
 
 import argparse
-import glob
 import hashlib
+import itertools
 import json
 import os
+import pathlib
 import queue
 import re
 import shutil
+import signal
 import subprocess
 import sys
+import tempfile
 import threading
 import time
 
-ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-BUILD = os.path.join(ROOT, "build/host")
-WORK = os.path.join(ROOT, "build/plant_faults")
-TABLES = os.path.join(ROOT, "tools/plant_faults/faults")
-COPIED = ("src", "res", "platform", "tests", "tools", "sample", "cmake")
-# Every program that links the code under test. The fast ones come first.
-PROGRAMS = ("support", "framework", "start_up", "app", "uninstall", "install", "engine", "instances", "wizard",
-            "end_to_end")
-OWN_PROGRAMS = {"app": ("start_up", "app"), "res": ("winhost", "app", "wizard")}
-COLUMNS = {"file", "is", "becomes", "breaks", "tests", "occurrence"}
-HANGS_AFTER_S = 60
-SAMPLE_S = 45
-# The tests spend more time waiting than computing.
-WORKERS = 2 * (os.cpu_count() or 1)
+sys.dont_write_bytecode = True
+import rules
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+HERE = ROOT / "tools/plant_faults"
+BUILD = ROOT / "build/host"
+TOOLS = ("common", "package_check", "package_make", "rehearse")
+ROOMS = {path.name: path.relative_to(ROOT) for path in
+         [*sorted((ROOT / "src").iterdir()), ROOT / "platform/framework", *(ROOT / "tools" / tool for tool in TOOLS)]}
+GROUPS = {"program": [room for room in ROOMS if room not in TOOLS], "tools": TOOLS, **{room: [room] for room in ROOMS}}
+# The quick programs come first.
+PROGRAMS = ("support", "framework", "start_up", "app", "uninstall", "install", "engine", "instances", "wizard", "end_to_end")
+OWN_PROGRAMS = {"app": ("start_up", "app"), "package_make": ("package_make",)}
+# A sample tells whether the tests still notice nearly all. A few survivors of it are work to do, but no reason to stop a change.
+SAMPLE_S, SAMPLE_LEAST, SAMPLE_MAY_SURVIVE = 60, 5, 3
+HANGS_AFTER_S = 120  # and six times as long as without the fault
+# What stands for a test when a whole program fails.
+WHOLE = ("hangs", "crashes", "fails")
+WORKERS = (os.cpu_count() or 1) + 1
 
 
-class Fault:
-    def __init__(self, room, name, columns):
-        self.room = room
-        self.name = name
-        unknown = columns.keys() - COLUMNS
-        if unknown or not columns.keys() >= {"file", "is", "becomes", "breaks"}:
-            sys.exit(f"{room}/{name}: unknown or missing columns: {sorted(columns)}")
-        self.file = columns["file"]
-        self.text = columns["is"]
-        self.planted = columns["becomes"]
-        self.breaks = columns["breaks"]
-        self.occurrence = int(columns.get("occurrence", 0))
-        own = columns["tests"].split() if "tests" in columns else OWN_PROGRAMS.get(room, (room,))
-        self.programs = list(dict.fromkeys([*own, "end_to_end", *PROGRAMS]))
-
-    def faulty_source(self):
-        """Returns the file with the fault in it. Raises LookupError unless the text is there exactly once, or that many times."""
-        with open(os.path.join(ROOT, self.file), encoding="utf-8", newline="") as source:
-            parts = source.read().split(self.text)
-        found = len(parts) - 1
-        if found == 0 or self.occurrence > found or (found > 1 and self.occurrence == 0):
-            raise LookupError(f"{self.room}/{self.name}: found {found} times in {self.file}: {self.text}")
-        place = max(self.occurrence, 1)
-        return self.text.join(parts[:place]) + self.planted + self.text.join(parts[place:])
+class CantPlant(Exception):
+    pass
 
 
-def misplacement(fault):
-    """Returns what is wrong with the place of the fault; empty if it can be planted."""
-    try:
-        fault.faulty_source()
-    except (LookupError, OSError) as error:
-        return str(error)
-    return ""
+# ---- which faults ----
+
+def read_rows():
+    """The rows of faults.txt by their names."""
+    rows, file, name = {}, "", ""
+    for line in (HERE / "faults.txt").read_text(encoding="utf-8").splitlines():
+        if line.startswith("["):
+            file = line.strip("[]")
+        elif line[:2] in ("- ", "+ ", "-", "+"):
+            rows[name][line[0]].append(line[2:].strip())
+        elif line and not line.startswith("#"):
+            name, _, breaks = line.partition(": ")
+            if name in rows:
+                raise CantPlant(f"{name} is there twice")
+            rows[name] = {"file": file, "breaks": breaks, "-": [], "+": []}
+    return {name: row_fault(name, row) for name, row in rows.items()}
 
 
-def read_tables(room):
-    faults = []
-    for path in sorted(glob.glob(os.path.join(TABLES, (room or "*") + ".faults"))):
-        name, columns = None, {}
-        table = os.path.splitext(os.path.basename(path))[0]
-        with open(path, encoding="utf-8") as lines:
-            for line in [*lines, "[]"]:
-                line = line.rstrip("\n")
-                if line.startswith("["):
-                    if name:
-                        faults.append(Fault(table, name, columns))
-                    name, columns = line.strip("[]"), {}
-                elif line and not line.startswith("#"):
-                    column, _, value = line.partition(":")
-                    columns[column] = value[1:]
-    names = [fault.name for fault in faults]
-    twice = {name for name in names if names.count(name) > 1}
-    if twice or not faults:
-        sys.exit(f"no faults, or a name is used twice: {sorted(twice)}")
-    return faults
+def row_fault(name, row):
+    text = (ROOT / row["file"]).read_text(encoding="utf-8")
+    places = list(re.finditer(r"\s*\n\s*".join(map(re.escape, row["-"])), text))
+    if len(places) != 1 or not row["-"]:
+        raise CantPlant(f"{name}: its text is {len(places)} times in {row['file']}")
+    line = text.count("\n", 0, places[0].start()) + 1
+    return rules.Fault("row", row["file"], name, line, *places[0].span(), "\n".join(row["+"]), row["breaks"])
 
+
+def read_unseen():
+    """The faults that nobody can see, by file, function and changed text, with the reason of each."""
+    unseen, where = {}, ""
+    for line in (HERE / "unseen.txt").read_text(encoding="utf-8").splitlines():
+        if line.startswith(" "):
+            unseen[f"{where.partition(': ')[0]}: {' '.join(line.split())}"] = where.partition(": ")[2]
+        elif line and not line.startswith("#"):
+            where = line
+    return unseen
+
+
+def sources(rooms):
+    return [path.relative_to(ROOT).as_posix() for room in rooms for path in sorted((ROOT / ROOMS[room]).glob("*.[ch]*"))
+            if not path.stem.endswith("_windows")]
+
+
+def made_by_rule(files):
+    read = {file: rules.Source(file, (ROOT / file).read_text(encoding="utf-8")) for file in sources(ROOMS)}
+    groups = rules.same_kind(read.values())
+    return [fault for file in files for fault in rules.faults_of(read[file], groups)]
+
+
+def changed_lines(commit):
+    diff = git("diff", "-U0", "--no-ext-diff", commit, "--", *map(str, ROOMS.values()))
+    changed, file = set(), ""
+    for line in diff.splitlines():
+        if line.startswith("+++ b/"):
+            file = line[6:]
+        elif match := re.match(r"@@ -\S+ \+(\d+)(?:,(\d+))? @@", line):
+            first, count = int(match[1]), int(match[2] or 1)
+            changed.update((file, number) for number in range(first, first + count))
+    return changed
+
+
+def git(*arguments):
+    done = subprocess.run(["git", *arguments], cwd=ROOT, capture_output=True, text=True, check=False)
+    if done.returncode:
+        raise CantPlant(done.stderr.strip())
+    return done.stdout
+
+
+def in_turn(faults, seed):
+    """The faults in an order that the seed chooses: one of each rule, then the next of each rule; one fault of a line."""
+    def drawn(fault):
+        return hashlib.sha256(f"{seed} {fault.key}".encode()).digest()
+    lines, by_rule = set(), {}
+    for fault in sorted(faults, key=drawn):
+        by_rule.setdefault(fault.rule, []).append(fault)
+    order = []
+    for one_of_each in itertools.zip_longest(*(by_rule[rule] for rule in sorted(by_rule))):
+        for fault in one_of_each:
+            if fault and (fault.file, fault.line) not in lines:
+                lines.add((fault.file, fault.line))
+                order.append(fault)
+    return order
+
+
+# ---- how they are built ----
 
 def ninja(*arguments):
     return subprocess.run(["ninja", "-C", BUILD, "-t", *arguments], check=True, capture_output=True, text=True).stdout
@@ -99,251 +140,348 @@ class Graph:
 
     def __init__(self):
         self.compile = {entry["output"]: entry for entry in json.loads(ninja("compdb")) if " -c " in entry["command"]}
-        self.depends = {}
-        output = None
+        self.depends, output = {}, ""
         for line in ninja("deps").splitlines():
             if line and not line.startswith(" "):
                 output = line.split(":")[0]
             elif line:
-                path = os.path.normpath(os.path.join(BUILD, line.strip()))
-                self.depends.setdefault(path, set()).add(output)
-        self.commands = {}
-        self.lock = threading.Lock()
+                self.depends.setdefault(os.path.normpath(BUILD / line.strip()), set()).add(output)
+        self.links, self.lock = {}, threading.Lock()
 
-    def command(self, output):
+    def link(self, target):
+        """The command that links a target, and the members of its libraries."""
         with self.lock:
-            if output not in self.commands:
-                self.commands[output] = ninja("commands", "-s", output).strip()
-            return self.commands[output]
+            if target not in self.links:
+                command = ninja("commands", "-s", target).strip()
+                members = {word: set(ninja("commands", "-s", word).split())
+                           for word in command.split() if word.endswith(".a") and not os.path.isabs(word)}
+                self.links[target] = (command, members)
+            return self.links[target]
 
     def objects_of(self, file):
-        path = os.path.join(ROOT, file)
-        return {out for out, entry in self.compile.items() if entry["file"] == path} | self.depends.get(path, set())
+        path = str(ROOT / file)
+        return {output for output, entry in self.compile.items() if entry["file"] == path} | self.depends.get(path, set())
 
 
-class DoesNotCompile(Exception):
-    pass
+def end_processes(folder):
+    """Ends what still runs for a fault in that folder. A program under test may have started others and left them."""
+    for process in pathlib.Path("/proc").glob("[0-9]*/environ"):
+        try:
+            if f"\0QTV_PLANTED={folder}".encode() in b"\0" + process.read_bytes():
+                os.kill(int(process.parent.name), signal.SIGKILL)
+        except OSError:
+            pass
 
 
 class Worker:
-    def __init__(self, number, graph):
-        self.graph = graph
-        self.folder = os.path.join(WORK, str(number))
-        self.tree = os.path.join(self.folder, "tree")
-        self.build = os.path.join(self.folder, "build")
-        shutil.rmtree(self.folder, ignore_errors=True)
-        os.makedirs(self.tree)
-        for name in COPIED:
-            shutil.copytree(os.path.join(ROOT, name), os.path.join(self.tree, name))
-        ignored = shutil.ignore_patterns("machines", "rehearsals", "Testing")
-        shutil.copytree(BUILD, self.build, copy_function=os.link, symlinks=True, ignore=ignored)
-        self.touched = set()
+    """A folder like build/host, in which a fault is built and tested. It holds links to build/host, but for what has the fault."""
 
-    def here(self, command):
-        return command.replace(BUILD, self.build).replace(ROOT + "/", self.tree + "/").replace(
-            self.tree + self.build[len(ROOT):], self.build)
+    def __init__(self, graph, folder):
+        self.graph, self.folder = graph, pathlib.Path(folder)
+        self.bin, self.over = self.folder / "bin", self.folder / "over"
+        self.bin.mkdir()
+        for entry in BUILD.iterdir():
+            if entry.name != "package":
+                (self.bin / entry.name).symlink_to(entry)
+        shutil.copytree(BUILD / "package", self.bin / "package")
 
-    def run(self, output, command):
-        """Runs a command of build/host in the copy. Its output is unlinked first, because it may be a hard link."""
-        path = os.path.join(self.build, output)
-        if os.path.lexists(path):
-            os.unlink(path)
-        self.touched.add(output)
-        done = subprocess.run(self.here(command), shell=True, cwd=self.build, capture_output=True, text=True,
-                              check=False)
-        if done.returncode != 0:
-            raise DoesNotCompile(done.stdout + done.stderr)
+    def run(self, command, **options):
+        """The output and exit code of a command. Nothing that it started stays, even if it takes too long."""
+        environment = dict(os.environ, QTV_PLANTED=str(self.folder), QTV_PACKAGE=str(self.bin / "package"), QTV_TOOLS=str(self.bin))
+        with tempfile.TemporaryFile() as output, subprocess.Popen(
+                command, cwd=BUILD / "tests", env=environment, stdin=subprocess.DEVNULL, stdout=output, stderr=subprocess.STDOUT,
+                start_new_session=True, **options) as process:
+            try:
+                code = process.wait(HANGS_AFTER_S)
+            except subprocess.TimeoutExpired:
+                code = None
+                process.kill()
+            end_processes(self.folder)
+            output.seek(0)
+            return output.read().decode(errors="replace"), code
 
-    def compile_objects(self, objects):
-        for output in sorted(objects):
-            command = re.sub(r" -MD -MT \S+ -MF \S+", " -w", self.graph.compile[output]["command"])
-            self.run(output, command)
+    def prepare(self, fault):
+        """Writes the sources with the fault."""
+        shutil.rmtree(self.over, ignore_errors=True)
+        own = self.over / fault.file
+        shutil.copytree((ROOT / fault.file).parent, own.parent)
+        text = (ROOT / fault.file).read_text(encoding="utf-8")
+        own.write_text(text[:fault.start] + fault.new + text[fault.end:], encoding="utf-8")
 
-    def make_resources(self, target):
-        """Resources are made by a custom command, and an assembler file contains the path of the result."""
-        folder, name = ("", "setup") if target == "setup.exe" else ("tests/", target.removesuffix(".exe"))
-        compiled = f"{folder}{name}.res"
-        self.run(compiled, self.graph.command(compiled).splitlines()[-1])
-        stub = f"{folder}{name}.res.S"
-        with open(os.path.join(BUILD, stub), encoding="utf-8") as original:
-            text = original.read()
-        self.run(stub, "true")
-        with open(os.path.join(self.build, stub), "w", encoding="utf-8") as copy:
-            copy.write(self.here(text))
-        self.compile_objects([f"{folder}CMakeFiles/{name}.dir/{stub.removeprefix('tests/')}.o"])
+    def compile(self, fault, output, made):
+        """False if it doesn't compile."""
+        entry = self.graph.compile[output]
+        source, command = entry["file"], re.sub(r" -M\w+( -MT \S+ -MF \S+)?", "", entry["command"])
+        if source == str(ROOT / fault.file):
+            own = str(self.over / fault.file)
+        else:  # Joined sources, or a source that includes the file.
+            own = str(self.folder / "joined.cpp")
+            text = pathlib.Path(source).read_text(encoding="utf-8")
+            pathlib.Path(own).write_text(text.replace(str(ROOT / fault.file), str(self.over / fault.file)) if "/Unity/" in source
+                                         else f'#include "{source}"\n', encoding="utf-8")
+        command = command.replace(f" -c {source}", f" -w -g0 -c {own}").replace(f" -o {output}", f" -o {made}")
+        if fault.file.endswith(".h"):
+            # The precompiled header holds the file as it was.
+            command = re.sub(r" -include (\S+)/cmake_pch\.hxx", " ", command)
+        include = " ".join(f"-I{self.over / folder}" for folder in ("src", "tools", "platform/framework"))
+        command = command.replace(" -I", f" {include} -I", 1)
+        return self.run(["/bin/sh", "-c", f"cd {BUILD} && {command}"])[1] == 0
 
-    def make(self, target, fault, objects, made):
-        if target in made:
-            return
-        made.add(target)
-        link = self.graph.command(target)
-        if fault.file.startswith("res/") and not fault.file.endswith(".h"):
-            self.make_resources(target)
-        needed = {part for part in link.split() if part.endswith(".o") or part.endswith(".a")}
-        for archive in sorted(part for part in needed if part.endswith(".a")):
-            command = self.graph.command(archive)
-            members = objects & set(command.split())
-            if members and archive not in made:
-                made.add(archive)
-                self.compile_objects(members - made)
-                made.update(members)
-                self.run(archive, command)
-        own = (objects & needed) - made
-        self.compile_objects(own)
-        made.update(own)
-        self.run(target, link)
+    def link(self, target, objects):
+        """Links a program with the objects of the fault. False if it has no part in it."""
+        command, libraries = self.graph.link(target)
+        words = command.split()
+        concerned = {output: made for output, made in objects.items()
+                     if output in words or any(output in members for members in libraries.values())}
+        if not concerned:
+            return False
+        for output, made in concerned.items():
+            if made is None:
+                raise CantPlant("doesn't compile")
+            command = command.replace(f" {output} ", " ")
+        command = command.replace(f" -o {target} ", f" -s {' '.join(map(str, concerned.values()))} -o {self.bin / target} ")
+        (self.bin / target).unlink(missing_ok=True)
+        said, code = self.run(["/bin/sh", "-c", f"cd {BUILD} && {command}"])
+        if code:
+            raise CantPlant(said)
+        return True
 
-    def make_package(self, fault, objects, made):
-        self.make("setup.exe", fault, objects, made)
-        for name in ("package/setup.exe", "package/QtvUnInst.exe"):
-            self.run(name, f"cp setup.exe {name}")
+    def restore(self, targets):
+        for target in targets:
+            (self.bin / target).unlink(missing_ok=True)
+            (self.bin / target).symlink_to(BUILD / target)
+        self.pack(targets)
 
-    def test(self, room, stop_at_first):
-        """The tests that failed; "(hang)" or "(crash)" stands for the whole program."""
-        program = os.path.join(self.build, f"{room}_tests.exe")
-        environment = dict(os.environ, QTV_PACKAGE=os.path.join(self.build, "package"))
-        arguments = [program, "--gtest_brief=1", *(["--gtest_fail_fast"] if stop_at_first else [])]
-        process = subprocess.Popen(arguments, cwd=os.path.join(self.build, "tests"), env=environment, text=True,
-                                   errors="replace", stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                                   stderr=subprocess.STDOUT, start_new_session=True)
+    def pack(self, targets):
+        """Puts the setup program into the package if it is one of the targets."""
+        for name in ("setup.exe", "QtvUnInst.exe") if "setup.exe" in targets else ():
+            shutil.copyfile(self.bin / "setup.exe", self.bin / "package" / name)
+
+    def noticed(self, program, folder, tests=""):
+        """The test of a program that fails; None if none does. `tests` is a filter."""
+        if program == "package_make":
+            command = [ROOT / "tests/tools/package_make_test.sh", folder]
+        else:
+            command = [folder / f"{program}_tests.exe", "--gtest_brief=1", "--gtest_fail_fast"]
+            command += [f"--gtest_filter={tests}"] if tests else []
+        said, code = self.run(command)
+        if code == 0:
+            return None
+        failed = re.search(r"^\[  FAILED  \] ([\w/.]+)(?:,.*)? \(\d+ ms\)$", said, re.MULTILINE)
+        return failed[1] if failed else "hangs" if code is None else "fails" if program == "package_make" else "crashes"
+
+
+class Planter:
+    def __init__(self):
+        self.graph, self.sound, self.errors, self.lock = Graph(), {}, set(), threading.Lock()
+
+    def noticed(self, worker, program):
+        """The test of a program that notices the fault: red with it, and not without it."""
+        unsound = []
+        while test := worker.noticed(program, worker.bin, "-" + ":".join(unsound) if unsound else ""):
+            if self.is_sound(worker, program, test):
+                return test
+            if test in WHOLE:
+                return None
+            unsound.append(test)
+        return None
+
+    def is_sound(self, worker, program, test):
+        """Whether a test is green without a fault. On a busy machine it may be red at times, and then says nothing."""
+        with self.lock:
+            if (program, test) in self.sound and test != "hangs":
+                return self.sound[program, test]
+        red = 0
+        for _ in range(3):
+            started = time.monotonic()
+            if not worker.noticed(program, BUILD, "" if test in WHOLE else test):
+                break
+            red += 1
+        # A run that takes nearly as long without a fault doesn't hang.
+        sound = red == 0 and (test != "hangs" or (time.monotonic() - started) * 6 < HANGS_AFTER_S)
+        with self.lock:
+            self.sound[program, test] = sound
+            if red == 3:
+                self.errors.add(f"{program} {test}: red without a fault")
+        return sound
+
+    def plant(self, worker, fault):
+        """What notices the fault, as "PROGRAM TEST"; empty if nothing does."""
+        worker.prepare(fault)
+        room = pathlib.Path(fault.file).parent.name
+        objects, touched = {}, set()
+        outputs = sorted(self.graph.objects_of(fault.file))
+        own = OWN_PROGRAMS.get(room, (room,))
+        programs = (*own, "tools", "package_make") if room in TOOLS else (*own, "end_to_end", *PROGRAMS)
+        targets = {"end_to_end": ["end_to_end_tests.exe", "setup.exe"], "tools": ["tools_tests.exe", "rehearse", "package_check"],
+                   "package_make": ["package_make", "package_check"]}
         try:
-            output = process.communicate(timeout=HANGS_AFTER_S)[0]
-        except subprocess.TimeoutExpired:
-            os.killpg(process.pid, 9)
-            process.communicate()
-            return [f"{room} (hang)"]
-        if process.returncode == 0:
-            return []
-        failed = re.findall(r"^\[  FAILED  \] ([\w/.]+)(?:,.*)? \(\d+ ms\)$", output, re.MULTILINE)
-        return [f"{room} {name}" for name in failed] or [f"{room} (crash)"]
-
-    def plant(self, fault, stop_at_first):
-        """Returns the names of the tests that noticed the fault. Afterwards the copy is as before."""
-        objects = self.graph.objects_of(fault.file)
-        path = os.path.join(self.tree, fault.file)
-        try:
-            with open(path, "w", encoding="utf-8", newline="") as source:
-                source.write(fault.faulty_source())
-            noticed, made = [], set()
-            for room in fault.programs:
-                if room == "end_to_end":
-                    self.make_package(fault, objects, made)
-                self.make(f"{room}_tests.exe", fault, objects, made)
-                noticed += self.test(room, stop_at_first)
-                if noticed and stop_at_first:
-                    break
-            return noticed
+            for program in dict.fromkeys(name for name in programs if name in targets or name in PROGRAMS):
+                concerned = False
+                for target in targets.get(program, [f"{program}_tests.exe"]):
+                    if target in touched:
+                        concerned = True
+                        continue
+                    for number, output in enumerate(outputs):
+                        command, libraries = self.graph.link(target)
+                        if output not in objects and (output in command.split() or any(output in m for m in libraries.values())):
+                            made = worker.folder / f"{number}.o"
+                            objects[output] = made if worker.compile(fault, output, made) else None
+                    if worker.link(target, objects):
+                        touched.add(target)
+                        concerned = True
+                if not concerned:
+                    continue
+                if program == "end_to_end":
+                    worker.pack(touched)
+                if test := self.noticed(worker, program):
+                    return f"{program} {test}"
+            if not touched:
+                raise CantPlant("no test program contains it")
+            return ""
         finally:
-            shutil.copyfile(os.path.join(ROOT, fault.file), path)
-            for output in self.touched:
-                copy = os.path.join(self.build, output)
-                if os.path.lexists(copy):
-                    os.unlink(copy)
-                os.link(os.path.join(BUILD, output), copy)
-            self.touched.clear()
+            worker.restore(touched)
 
 
-def all_tests():
-    tests = []
-    for room in PROGRAMS:
-        listed = subprocess.run([os.path.join(BUILD, f"{room}_tests.exe"), "--gtest_list_tests"], check=True,
-                                capture_output=True, text=True).stdout
-        suite = ""
-        for line in listed.splitlines():
-            word = line.split("#")[0].strip()
-            if not line.startswith(" ") and word.endswith("."):
-                suite = word
-            elif line.startswith("  "):
-                tests.append(f"{room} {suite}{word}")
-    return tests
+# ---- the command ----
+
+def arguments():
+    parser = argparse.ArgumentParser(
+        prog="scripts/plant_faults.sh", usage="%(prog)s [OPTION...] [NAME...]", description=__doc__.splitlines()[0],
+        epilog="example: scripts/plant_faults.sh --room engine --count 40. Without a name of a row, faults are drawn from the rows and "
+               "from all that the rules make. The exit code is 1 if one survives, 2 for unusable input.")
+    parser.add_argument("--room", metavar="ROOM", help="only faults of one room, or of several: " + ", ".join(GROUPS))
+    parser.add_argument("--rule", metavar="RULE", help="only faults of one rule: row, " + ", ".join(rules.RULES))
+    parser.add_argument("--since", metavar="COMMIT", help="one fault in each line that changed since the commit")
+    parser.add_argument("--headers", action="store_true", help="faults in headers, too: each is compiled into much, for minutes")
+    parser.add_argument("--count", type=int, default=0, metavar="N", help="how many faults; 100 without --since")
+    parser.add_argument("--seed", metavar="TEXT", help="what the draw depends on; the name of the commit")
+    parser.add_argument("--sample", nargs="?", const="", metavar="SEED", help=f"as many as fit in a minute; {SAMPLE_MAY_SURVIVE} may survive")
+    parser.add_argument("--list", action="store_true", help="only print the faults")
+    parser.add_argument("--check", action="store_true", help="only check that the rows and unseen.txt still apply; needs no build")
+    parser.add_argument("names", nargs="*", metavar="NAME", help="rows of faults.txt")
+    options = parser.parse_args()
+    for given, known, kind in ((options.room, GROUPS, "room"), (options.rule, ("row", *rules.RULES), "rule")):
+        if given and given not in known:
+            parser.error(f"no such {kind}: {given}; there are {', '.join(known)}")
+    return parser, options
 
 
-def print_useless(noticed_by):
-    only = {tests[0] for tests in noticed_by if len(tests) == 1}
-    ever = {test for tests in noticed_by for test in tests}
-    tests = all_tests()
-    print("\nTests that notice no fault:")
-    print("\n".join("  " + test for test in tests if test not in ever))
-    print("\nTests that are never the only one to notice a fault:")
-    print("\n".join("  " + test for test in tests if test in ever - only))
+def chosen(parser, options):
+    rows = read_rows()
+    if options.names:
+        if unknown := [name for name in options.names if name not in rows]:
+            parser.error(f"no such row: {', '.join(unknown)}; there are {', '.join(rows)}")
+        return [rows[name] for name in options.names]
+    files = set(sources(GROUPS[options.room] if options.room else ROOMS))
+    faults = [fault for fault in [*rows.values(), *made_by_rule(sorted(files))]
+              if fault.file in files and options.rule in (None, fault.rule)]
+    if not (options.headers or options.since):
+        faults = [fault for fault in faults if not fault.file.endswith(".h")]
+    if options.since:
+        try:
+            changed = changed_lines(options.since)
+        except CantPlant as error:
+            parser.error(str(error))
+        faults = [fault for fault in faults if (fault.file, fault.line) in changed]
+    return in_turn(faults, options.sample or options.seed or git("rev-parse", "HEAD").strip())
 
 
-def head():
-    done = subprocess.run(["git", "rev-parse", "HEAD"], cwd=ROOT, capture_output=True, text=True, check=False)
-    return done.stdout.strip() or "0"
+def check():
+    rows, unseen = read_rows(), read_unseen()
+    made = {fault.key for fault in made_by_rule(sorted({key.split()[0] for key in unseen} & set(sources(ROOMS))))}
+    for key in unseen:
+        if key not in made:
+            raise CantPlant(f"unseen.txt: no rule makes this any more: {key}")
+    for what, count, most in (("rows", len(rows), 200), ("faults that nobody can see", len(unseen), 40)):
+        if count > most:
+            raise CantPlant(f"{count} {what}, {most} are allowed")
+
+
+def build():
+    subprocess.run([ROOT / "scripts/bootstrap.sh", "host", "faults"], check=True)
+    subprocess.run(["cmake", "--preset", "host"], cwd=ROOT, check=True, stdout=subprocess.DEVNULL)
+    targets = [f"{name}_tests" for name in (*PROGRAMS, "tools")]
+    subprocess.run(["cmake", "--build", "--preset", "host", "--target", *targets, "package_make", "package_check", "--", "--quiet"], cwd=ROOT, check=True)
+
+
+def plant_all(faults, wanted, is_sample):
+    """Plants faults until as many as wanted compiled, or those of a sample. Returns what notices each, and what can't be trusted."""
+    planter, waiting, results, started = Planter(), queue.SimpleQueue(), {}, time.monotonic()
+    for fault in faults:
+        waiting.put(fault)
+    unseen, lock = read_unseen(), threading.Lock()
+
+    def is_enough():
+        planted = len(results)
+        return waiting.empty() or (wanted and planted >= wanted) or (
+            is_sample and planted >= SAMPLE_LEAST and time.monotonic() - started > SAMPLE_S)
+
+    def work(folder):
+        worker = Worker(planter.graph, folder)
+        while True:
+            with lock:
+                if is_enough():
+                    return
+                fault = waiting.get()
+                results[fault] = None
+            try:
+                noticed = planter.plant(worker, fault)
+                said = (f"noticed by {noticed}" if noticed else
+                        f"survives, listed: {unseen[fault.key]}" if fault.key in unseen else "SURVIVES")
+                with lock:
+                    results[fault] = noticed
+                    print(f"{fault.name}\n    {said}", flush=True)
+            except Exception as error:  # If a worker ended without a message, its faults would not be planted.
+                with lock:
+                    del results[fault]
+                    if fault.rule == "row" or not isinstance(error, CantPlant):
+                        planter.errors.add(f"{fault.name}: {error!r}")
+
+    with tempfile.TemporaryDirectory(prefix="plant_faults.", ignore_cleanup_errors=True) as folder:
+        workers = [threading.Thread(target=work, args=(tempfile.mkdtemp(dir=folder),), daemon=True) for _ in range(WORKERS)]
+        try:
+            for worker in workers:
+                worker.start()
+            for worker in workers:
+                worker.join()
+        finally:
+            end_processes(folder)
+    return {fault: noticed for fault, noticed in results.items() if noticed is not None}, sorted(planter.errors)
 
 
 def main():
-    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("--room", help="plant the faults of this table only")
-    parser.add_argument("--sample", nargs="?", const="", metavar="HASH",
-                        help="plant as many as fit in a minute, chosen from the hash; without one, the commit's")
-    parser.add_argument("--check", action="store_true",
-                        help="only check that the text of each fault is in its file; needs no build")
-    parser.add_argument("--useless", action="store_true", help="list the tests that are never the only one to notice a fault")
-    parser.add_argument("names", nargs="*", metavar="NAME")
-    options = parser.parse_args()
-
-    faults = read_tables(options.room)
-    if options.names:
-        unknown = set(options.names) - {fault.name for fault in faults}
-        if unknown:
-            sys.exit(f"no such fault: {sorted(unknown)}")
-        faults = [fault for fault in faults if fault.name in options.names]
-    misplaced = [error for error in map(misplacement, faults) if error]
-    if misplaced:
-        sys.exit("\n".join(misplaced))
-    if options.check:
-        return 0
     started = time.monotonic()
-    if options.sample is not None:
-        chosen = options.sample or head()
-        print(f"sample {chosen}")
-        faults.sort(key=lambda fault: hashlib.sha256((chosen + fault.name).encode()).digest())
-
-    graph = Graph()
-    waiting = queue.SimpleQueue()
-    for fault in faults:
-        waiting.put(fault)
-    lock = threading.Lock()
-    noticed_by, survivors, errors = [], [], []
-
-    def work(number):
-        worker = Worker(number, graph)
-        while options.sample is None or time.monotonic() - started < SAMPLE_S:
-            try:
-                fault = waiting.get_nowait()
-            except queue.Empty:
-                return
-            try:
-                noticed = worker.plant(fault, not options.useless)
-                result = ", ".join(noticed) or "SURVIVES"
-            except DoesNotCompile as error:
-                noticed, result = None, f"DOES NOT COMPILE\n{error}"
-            except Exception as error:  # If a worker ended without a message, its faults would not be planted.
-                noticed, result = None, f"CAN'T BE PLANTED: {error!r}"
-            with lock:
-                print(f"{fault.room}/{fault.name}: {result}", flush=True)
-                if noticed is None:
-                    errors.append(fault)
-                else:
-                    noticed_by.append(noticed)
-                    if not noticed:
-                        survivors.append(fault)
-
-    workers = [threading.Thread(target=work, args=(number,)) for number in range(WORKERS)]
-    for worker in workers:
-        worker.start()
-    for worker in workers:
-        worker.join()
-
-    if options.useless:
-        print_useless(noticed_by)
-    for fault in survivors:
-        print(f"survives: {fault.room}/{fault.name} ({fault.file}): {fault.breaks}")
-    print(f"{len(noticed_by) + len(errors)} of {len(faults)} faults planted, {len(survivors)} survive, "
-          f"{len(errors)} can't be planted, {time.monotonic() - started:.0f} s")
-    return 1 if survivors or errors else 0
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(128 + signal.SIGTERM))
+    parser, options = arguments()
+    try:
+        if options.check:
+            check()
+            return 0
+        faults = chosen(parser, options)
+    except CantPlant as error:
+        print(f"plant_faults: {error}", file=sys.stderr)
+        return 1
+    wanted = options.count or (0 if options.since or options.names or options.sample is not None else 100)
+    if options.list:
+        print("\n".join(fault.name for fault in faults[:wanted or None]))
+        return 0
+    build()
+    results, errors = plant_all(faults, wanted, options.sample is not None)
+    unseen = read_unseen()
+    survivors = [fault for fault, noticed in results.items() if not noticed]
+    unlisted = [fault for fault in survivors if fault.key not in unseen]
+    for fault in unlisted:
+        print(f"survives: {fault.name}")
+    for error in errors:
+        print(f"plant_faults: {error}", file=sys.stderr)
+    print(f"{len(results)} faults planted, {len(results) - len(survivors)} noticed, {len(survivors)} survive, of which "
+          f"{len(survivors) - len(unlisted)} are listed in unseen.txt; {time.monotonic() - started:.0f} s")
+    nothing = not results and (faults or not options.since)
+    if nothing:
+        print("plant_faults: nothing was planted", file=sys.stderr)
+    allowed = SAMPLE_MAY_SURVIVE if options.sample is not None else 0
+    return 1 if errors or nothing or len(unlisted) > allowed else 0
 
 
 if __name__ == "__main__":
