@@ -1,8 +1,7 @@
 #!/usr/bin/env python3
 """Draws side.bmp, the picture at the side of the wizard: draw_side.py >side.bmp
 
-Every pixel is the mean of 8 x 8 points, so edges are smooth. The picture has 256 colours, because it is a large part of
-the program.
+Every pixel is the mean of 8 x 8 points, so edges are smooth. A pixel has 24 bits.
 """
 
 import struct
@@ -46,37 +45,15 @@ def pixel(column, row):
     return tuple(round(sum(channel) / len(points)) for channel in zip(*points))
 
 
-def palette_of(pixels, size):
-    """Halves the box with the widest range of colours until there are enough boxes; returns the mean of each."""
-    boxes = [sorted(set(pixels))]
-    while len(boxes) < size:
-        spread, channel, box = max((max(c[k] for c in box) - min(c[k] for c in box), k, box)
-                                   for box in boxes for k in range(3))
-        if spread == 0:
-            break
-        boxes.remove(box)
-        box.sort(key=lambda colour: colour[channel])
-        middle = (box[0][channel] + box[-1][channel]) / 2
-        boxes += [[c for c in box if c[channel] <= middle], [c for c in box if c[channel] > middle]]
-    return [tuple(round(sum(channel) / len(box)) for channel in zip(*box)) for box in boxes]
-
-
 def main():
-    rows = [[pixel(column, row) for column in range(WIDTH)] for row in range(HEIGHT)]
-    palette = palette_of([colour for row in rows for colour in row], 256)
-    nearest = {}
-    for row in rows:
-        for colour in row:
-            if colour not in nearest:
-                nearest[colour] = min(range(len(palette)), key=lambda i: sum((a - b) ** 2 for a, b in zip(colour, palette[i])))
-    start = 54 + 4 * 256
+    bits, start = 24, 54
+    size = WIDTH * HEIGHT * bits // 8
     out = sys.stdout.buffer
-    out.write(struct.pack("<2sIHHI", b"BM", start + WIDTH * HEIGHT, 0, 0, start))
-    out.write(struct.pack("<IiiHHIIiiII", 40, WIDTH, HEIGHT, 1, 8, 0, WIDTH * HEIGHT, 2835, 2835, 256, 0))
-    for red, green, blue in palette + [(0, 0, 0)] * (256 - len(palette)):
-        out.write(bytes((blue, green, red, 0)))
-    for row in reversed(rows):
-        out.write(bytes(nearest[colour] for colour in row))
+    out.write(struct.pack("<2sIHHI", b"BM", start + size, 0, 0, start))
+    out.write(struct.pack("<IiiHHIIiiII", 40, WIDTH, HEIGHT, 1, bits, 0, size, 2835, 2835, 0, 0))
+    for row in reversed(range(HEIGHT)):
+        for column in range(WIDTH):
+            out.write(bytes(reversed(pixel(column, row))))
 
 
 if __name__ == "__main__":

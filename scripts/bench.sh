@@ -89,7 +89,7 @@ for what in $wanted; do
             ;;
         size)
             x86_64-w64-mingw32-strip -o "$work/setup.exe" "$build/windows/setup.exe"
-            line 'setup.exe, stripped, KiB' $((($(stat -c %s "$work/setup.exe") + 1023) / 1024)) 300
+            line 'setup.exe, stripped, KiB' $((($(stat -c %s "$work/setup.exe") + 1023) / 1024)) 360
             ;;
         instances)
             echo 'List of running copies, under Wine:'

@@ -21,7 +21,7 @@ TEST(Resources, KeepTheirBytes) {
         {.name = "IDD_START", .type = 5, .id = IDD_START, .checksum = 0x346D1D9F},
         {.name = "version", .type = 16, .id = 1, .checksum = 0xD7428B37},
         {.name = "manifest", .type = 24, .id = 1, .checksum = 0x5E93A4BF},
-        {.name = "IDB_SIDE", .type = 2, .id = IDB_SIDE, .checksum = 0xA22909B7},
+        {.name = "IDB_SIDE", .type = 2, .id = IDB_SIDE, .checksum = 0xD529829D},
     };
     for (const auto& row : rows) {
         const winhost::ResourceSearch found =
