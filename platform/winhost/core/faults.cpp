@@ -3,8 +3,8 @@
 //
 // Programs take their faults from the environment:
 //   WINHOST_FAULTS    rules with semicolons between them: CALL#N, CALL#* (every use) or *#N (the n-th call of any
-// WINHOST_COUNTS    a host file. When the process ends, it adds a line "CALL N" for each call that it used
-//   WINHOST_COUNTS    a host file that gets a line "CALL N" for each call used, when the process ends
+//                     name), each optionally followed by =ERROR for the error code, or by =kill
+//   WINHOST_COUNTS    a host file. When the process ends, it adds a line "CALL N" for each call that it used
 //   WINHOST_CONCERNS  the programs that the two above concern, by the name of their file, with * and ?; all without it
 //   WINHOST_CLOCK     "virtual": Sleep returns at once
 // A process sets them for the programs that it starts (SetProgramFaults, SetVirtualClock).
