@@ -2,14 +2,10 @@
 
 #include <cstdio>
 
-#include "app/run_values.h"
 #include "app/setup_state.h"
 #include "engine/file_steps.h"
 #include "package_check/recipe_lines.h"
 #include "package_check/sarif.h"
-
-// The only variable of the program that the check uses.
-VersionNumbers g_version;
 
 namespace package_check {
 

@@ -17,9 +17,6 @@
 
 namespace fs = std::filesystem;
 
-// The only variable of the program that the check uses.
-VersionNumbers g_version;
-
 namespace package_make {
 
 namespace {
