@@ -147,11 +147,15 @@ recipe install 0
 recipe detect 0
 recipe pending 1
 recipe install 0
+recipe pending 1
 for file in QtvApp8.ini "$build/package/QtvApp8.exe"; do
     cmp "$file" "$program_files/Qantivo 8/$(basename "$file")" || fail "$file is not installed"
 done
 recipe remove 0
 ! ls "$program_files/Qantivo 8/"*.exe 2>/dev/null || fail 'the recipe did not wait for the removal'
 recipe detect 1
+manager='HKLM\SYSTEM\CurrentControlSet\Control\Session Manager'
+wine reg.exe add "$manager" /v PendingFileRenameOperations /t REG_MULTI_SZ /f \
+    /d '\??\C:\Qantivo 8\a.new\0!\??\C:\Qantivo 8\a' >/dev/null
 recipe pending 0
 [ -z "$failed" ]
