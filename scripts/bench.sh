@@ -1,38 +1,36 @@
 #!/usr/bin/env bash
+# usage: scripts/bench.sh [--quick] [WHAT...]
+# example: scripts/bench.sh --quick size memory
+#
 # Measures the product. Each figure except the sizes is a ratio between two programs that run in turn. Prints a table with each
 # figure and its bound. The exit code is not 0 if a figure is above its bound. Wine's prefix and all files are in memory.
-#   bench.sh [--quick] [WHAT...]   --quick: fewer rounds; WHAT: small large growth application download memory size instances
+# --quick: fewer rounds. WHAT: small large growth application download memory size instances; without it, all.
 set -euo pipefail
-cd "$(dirname "${BASH_SOURCE[0]}")/.."
-build=${QTV_BUILD:-$PWD/build}
+. "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+cd "$root"
 
 pairs=9 growth_rounds=5 memory_rounds=3 windows=500 instance_rounds=3
 if [ "${1-}" = --quick ]; then
     shift
     pairs=3 growth_rounds=3 memory_rounds=1 windows=100 instance_rounds=1
 fi
-wanted=" ${*:-small large growth application download memory size instances} "
+known='small large growth application download memory size instances'
+for what in "$@"; do
+    [[ " $known " == *" $what "* ]] || bad_usage "there is nothing named \"$what\" to measure, only $known"
+done
+wanted=${*:-$known}
 
-scripts/bootstrap.sh bench
-cmake --preset windows -B "$build/windows" >/dev/null
-cmake --build "$build/windows" --target install_bench instance_bench sample_package -- --quiet
-cmake --preset host -B "$build/host" >/dev/null
-cmake --build "$build/host" --target instance_bench peak_memory winmachine -- --quiet
+needs bench
+build windows install_bench instance_bench sample_package
+build host instance_bench peak_memory winmachine
 
-work=$(mktemp -d /dev/shm/qtv-bench.XXXXXX)
+make_work /dev/shm
 export QTV_WINE_HOME=$work/wine
-finish() {
-    # Only the services of this prefix.
-    WINEPREFIX=$QTV_WINE_HOME/prefix wineserver -k 2>/dev/null || true
-    WINEPREFIX=$QTV_WINE_HOME/prefix wineserver -w 2>/dev/null || true
-    rm -rf "$work"
-}
-trap finish EXIT
 
 # Returns a path of the host as Wine spells it.
 shown() { printf 'Z:%s' "${1//\//\\}"; }
 run() { scripts/wine.sh "$@" 2> >(grep -v "FS volume label" >&2); }
-bench() { run "$build/windows/install_bench.exe" "$@"; }
+bench() { run "$windows_build/install_bench.exe" "$@"; }
 missed=
 line() {
     local verdict=
@@ -41,13 +39,13 @@ line() {
     fi
     printf '%-72s %8d %8d  %s\n' "$1" "$2" "$3" "$verdict"
 }
-package() { bench package "$1" "$(shown "$build/windows/package")" "$(shown "$work/$1")"; }
+package() { bench package "$1" "$(shown "$windows_build/package")" "$(shown "$work/$1")"; }
 measure() { bench "$1" "$(shown "$work")" "${@:2}" || missed=yes; }
 # Returns the median of the peaks of several runs, in KiB.
 peak() {
     for ((round = 0; round < memory_rounds; ++round)); do
         rm -rf "$work/target" "$work/one.lnk"
-        "$build/host/peak_memory" scripts/wine.sh "$@" 2>/dev/null
+        "$host_build/peak_memory" scripts/wine.sh "$@" 2>/dev/null
     done | cut -d' ' -f1 | sort -n | sed -n "$(((memory_rounds + 1) / 2))p"
 }
 
@@ -80,7 +78,7 @@ for what in $wanted; do
             package application
             package fewer
             package more
-            link=$(peak "$build/windows/install_bench.exe" link 'C:\windows\notepad.exe' "$(shown "$work/one.lnk")")
+            link=$(peak "$windows_build/install_bench.exe" link 'C:\windows\notepad.exe' "$(shown "$work/one.lnk")")
             setup=$(peak "$work/application/setup.exe" -install -s -instdir "$(shown "$work/target")")
             line 'peak memory of an install, KiB over a program that saves one link' $((setup - link)) 4096
             few=$(peak "$work/fewer/setup.exe" -s -instport "$(shown "$work/target")")
@@ -88,21 +86,17 @@ for what in $wanted; do
             line 'peak memory at 10,000 records, KiB over that at 1,250' $((many - few)) 1024
             ;;
         size)
-            x86_64-w64-mingw32-strip -o "$work/setup.exe" "$build/windows/setup.exe"
+            x86_64-w64-mingw32-strip -o "$work/setup.exe" "$windows_build/setup.exe"
             line 'setup.exe, stripped, KiB' $((($(stat -c %s "$work/setup.exe") + 1023) / 1024)) 360
             ;;
         instances)
             echo 'List of running copies, under Wine:'
-            run "$build/windows/instance_bench.exe" "$windows" "$instance_rounds" || missed=yes
+            run "$windows_build/instance_bench.exe" "$windows" "$instance_rounds" || missed=yes
             echo 'List of running copies, on the embedded machine:'
-            "$build/host/winmachine" create "$work/machine"
-            cp "$build/host/instance_bench.exe" "$work/machine/C/"
-            "$build/host/winmachine" run "$work/machine" 'C:\instance_bench.exe' "$windows" "$instance_rounds" ||
+            "$host_build/winmachine" create "$work/machine"
+            cp "$host_build/instance_bench.exe" "$work/machine/C/"
+            "$host_build/winmachine" run "$work/machine" 'C:\instance_bench.exe' "$windows" "$instance_rounds" ||
                 missed=yes
-            ;;
-        *)
-            echo "bench.sh: nothing named $what can be measured" >&2
-            exit 2
             ;;
     esac
     rm -rf "$work"/{small,large,fewer,more,application,target,other.exe,own.exe,machine}

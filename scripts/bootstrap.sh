@@ -1,8 +1,12 @@
 #!/usr/bin/env bash
-# Installs what the named kinds of work need, with apt-get: bootstrap.sh [host|windows|faults|fuzz|bench|screenshots|format|tidy|clang|download|release]...
-# Without a name: host and windows, which the tests need. It is quick if nothing is missing.
-# If only the packages of the Windows target can't be installed, it reports that and succeeds; the caller decides.
+# usage: scripts/bootstrap.sh [KIND]...
+# example: scripts/bootstrap.sh host bench
+#
+# Installs the packages for these kinds of work with apt-get; without a kind, those for the tests: host and windows.
+# Kinds: host windows faults fuzz bench screenshots format tidy clang download release. It is quick if nothing is missing.
+# The exit code is 1 if something can't be installed.
 set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
 # Both targets need windres to compile the resources; windres needs the cross compiler's preprocessor and headers.
 host=(g++ cmake ninja-build libgtest-dev libc-bin binutils-mingw-w64-x86-64 gcc-mingw-w64-x86-64-posix)
@@ -27,27 +31,22 @@ missing() {
 
 as_root=()
 [ "$(id -u)" -eq 0 ] || as_root=(sudo)
-updated=
 install() {
-    echo "bootstrap: installing $*"
-    if [ -z "$updated" ]; then
-        "${as_root[@]}" apt-get update -q >/dev/null || return
-        updated=yes
-    fi
+    echo "bootstrap.sh: installing $*"
+    "${as_root[@]}" apt-get update -q >/dev/null || return
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
         apt-get install -q -y --no-install-recommends "$@" >/dev/null
 }
 
 [ $# -gt 0 ] || set -- host windows
+wanted=()
 for kind in "$@"; do
     case $kind in
         host | windows | faults | fuzz | bench | screenshots | format | tidy | clang | download | release) ;;
-        *) echo 'usage: scripts/bootstrap.sh [host|windows|faults|fuzz|bench|screenshots|format|tidy|clang|download|release]...' >&2; exit 2 ;;
+        *) bad_usage "there is no kind \"$kind\"; scripts/bootstrap.sh --help lists them" ;;
     esac
     declare -n packages=$kind
-    mapfile -t wanted < <(missing "${packages[@]}")
-    if [ ${#wanted[@]} -gt 0 ] && ! install "${wanted[@]}"; then
-        [ "$kind" = windows ] || exit 1
-        echo "bootstrap: can't install ${wanted[*]}; the Windows target can't be built or tested here" >&2
-    fi
+    wanted+=("${packages[@]}")
 done
+mapfile -t wanted < <(missing "${wanted[@]}" | sort -u)
+[ ${#wanted[@]} -eq 0 ] || install "${wanted[@]}" || { echo "bootstrap.sh: can't install ${wanted[*]}" >&2; exit 1; }

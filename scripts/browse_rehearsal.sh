@@ -1,28 +1,28 @@
 #!/usr/bin/env bash
-# Opens the page of a rehearsal in a real browser: browse_rehearsal.sh [FOLDER]
+# usage: scripts/browse_rehearsal.sh [FOLDER]
+# example: scripts/browse_rehearsal.sh /tmp/pages
+#
+# Opens the page of a rehearsal in a real browser.
 # The package has files whose names are markup. The page must open, show them as text, filter lines, work without
 # script, and load nothing else. Pictures of it, light and dark, are stored in the folder (build/pages if none is
 # named).
 set -euo pipefail
-cd "$(dirname "${BASH_SOURCE[0]}")/.."
-pages=$(realpath -m "${1:-build/pages}")
-host=${QTV_HOST_BUILD:-$PWD/build/host}
-
-scripts/bootstrap.sh host release
-[ -e "$host/CMakeCache.txt" ] || cmake --preset host -B "$host" >/dev/null
-cmake --build "$host" --target rehearse sample_package -- --quiet
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+. "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+cd "$root"
+pages=$(absolute "${1:-$root/build/pages}")
+needs host release
+build host rehearse sample_package
+make_work
 mkdir -p "$pages"
 
-cp -r "$host/package" "$work/package"
+cp -r "$host_build/package" "$work/package"
 markup='<img src=x onerror=document.title="run">'
 mkdir "$work/package/odd"
 # The names on a machine can't contain these characters, but those on its host can. The uninstaller doesn't know the
 # last file.
 printf 'x' >"$work/package/odd/a&amp;b 'c' ${markup//[<>\"]/}.txt"
 printf 'File Copy: odd\\*.*\r\n' >>"$work/package/QtvUnInst.log"
-"$host/rehearse" --html "$pages/rehearsal.html" "$work/package" -- -s -instdir 'C:\Apps\Qantivo' "$markup" >/dev/null || true
+"$host_build/rehearse" --html "$pages/rehearsal.html" "$work/package" -- -s -instdir 'C:\Apps\Qantivo' "$markup" >/dev/null || true
 
 browse() {
     HOME=$work chromium --headless=new --no-sandbox --disable-gpu --no-first-run --disable-background-networking \

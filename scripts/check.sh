@@ -1,13 +1,17 @@
 #!/usr/bin/env bash
-# Checks the sources without building them: format, layers, words, and that the planted faults still apply. check.sh [--tidy]
+# usage: scripts/check.sh [--tidy]
+# example: scripts/check.sh
+#
+# Checks the sources without building them: format, layers, words, and that the planted faults still apply.
 # --tidy also runs the checks of .clang-tidy, which takes several minutes.
 set -euo pipefail
-cd "$(dirname "${BASH_SOURCE[0]}")/.."
+. "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+cd "$root"
 
 case "${1-}" in
-    '') scripts/bootstrap.sh format ;;
-    --tidy) scripts/bootstrap.sh format tidy ;;
-    *) echo 'usage: scripts/check.sh [--tidy]' >&2; exit 2 ;;
+    '') needs format ;;
+    --tidy) needs format tidy ;;
+    *) bad_usage "there is no option \"$1\"" ;;
 esac
 
 folders=(bench fuzz platform res sample src tests tools)

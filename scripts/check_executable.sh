@@ -1,7 +1,12 @@
 #!/usr/bin/env bash
+# usage: scripts/check_executable.sh PROGRAM
+# example: scripts/check_executable.sh build/windows/setup.exe
+#
 # Checks a built setup.exe for Windows: its size, that it holds no build time and no path of its sources, its imports, its
 # manifest and the protections in its headers.
 set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+[ $# -eq 1 ] || bad_usage
 program=$1
 most_bytes=$((360 * 1024))
 # Windows always loads these from its own folder, whatever is next to the program.
@@ -20,7 +25,7 @@ size=$(stat -c %s "$copy")
 
 headers=$(x86_64-w64-mingw32-objdump -x "$program")
 grep -q '^Time/Date.*1970$' <<<"$headers" || fail 'holds the time when it was linked: two builds differ'
-if grep -aqF "$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)/" "$copy"; then
+if grep -aqF "$root/" "$copy"; then
     fail 'holds the path of its sources: builds in two folders differ'
 fi
 imports=$(sed -n 's/^\s*DLL Name: \(.*\)\.dll$/\U\1/Ip' <<<"$headers" | sort -u)

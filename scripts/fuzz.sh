@@ -1,5 +1,8 @@
 #!/usr/bin/env bash
-# Searches for inputs that break the program or the embedded machine: fuzz.sh [SECONDS] [TARGET...]
+# usage: scripts/fuzz.sh [SECONDS] [TARGET...]
+# example: scripts/fuzz.sh 300 manifest
+#
+# Searches for inputs that break the program or the embedded machine.
 # Each target (a file of fuzz/) runs for SECONDS, or for 60. It starts from its seeds and from the inputs that earlier runs have
 # collected in build/fuzz/corpus. An input that fails is stored in fuzz/seeds/TARGET/ and stays there: fix the fault, and give the
 # file a name. The exit code is not 0 if an input failed.
@@ -8,33 +11,36 @@
 # changed copies of them. The copies are the same in every run, because the result of a test must not depend on chance.
 # Only this script needs clang.
 set -euo pipefail
-cd "$(dirname "${BASH_SOURCE[0]}")/.."
-build=${QTV_BUILD:-$PWD/build}/fuzz
+. "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+cd "$root"
+folder=$root/build/fuzz
 
 seconds=60
 if [[ "${1-}" =~ ^[0-9]+$ ]]; then
     seconds=$1
     shift
 fi
+mapfile -t known < <(ls fuzz/seeds)
 targets=("$@")
-[ ${#targets[@]} -gt 0 ] || mapfile -t targets < <(ls fuzz/seeds)
+[ ${#targets[@]} -gt 0 ] || targets=("${known[@]}")
+for target in "${targets[@]}"; do
+    [[ " ${known[*]} " == *" $target "* ]] || bad_usage "there is no target \"$target\", only ${known[*]}"
+done
 
-scripts/bootstrap.sh fuzz
-cmake --preset fuzz -B "$build" >/dev/null
-cmake --build "$build" --target "${targets[@]/#/fuzz_}" -- --quiet
+needs fuzz
+build fuzz "${targets[@]/#/fuzz_}"
 
 # In memory if possible: since Linux 6.6 files there keep the attributes that a machine needs.
 if [ -z "${TMPDIR-}" ] && printf '6.6\n%s\n' "$(uname -r)" | sort -CV; then TMPDIR=/dev/shm; fi
-work=$(mktemp -d "${TMPDIR:-/tmp}/qtv-fuzz.XXXXXX")
-trap 'rm -rf "$work"' EXIT
+make_work "${TMPDIR-}"
 
 failed=
 for target in "${targets[@]}"; do
-    seeds=$PWD/fuzz/seeds/$target corpus=$build/corpus/$target log=$build/$target.log
+    seeds=$PWD/fuzz/seeds/$target corpus=$folder/corpus/$target log=$folder/$target.log
     mkdir -p "$corpus"
     result=ok
     # A leak is found at the end of a run. A search after each input takes longer than the inputs.
-    TMPDIR=$work "$build/fuzz_$target" -max_total_time="$seconds" -max_len=4096 -timeout=20 -detect_leaks=0 \
+    TMPDIR=$work "$folder/fuzz_$target" -max_total_time="$seconds" -max_len=4096 -timeout=20 -detect_leaks=0 \
         -print_final_stats=1 -artifact_prefix="$seeds/" "$corpus" "$seeds" >"$log" 2>&1 </dev/null ||
         result="FAILED, see $log" failed=yes
     stat() { sed -n "s/^stat::$1: *//p" "$log"; }

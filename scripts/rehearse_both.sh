@@ -1,20 +1,20 @@
 #!/usr/bin/env bash
+# usage: scripts/rehearse_both.sh
+# example: scripts/rehearse_both.sh
+#
 # Rehearses the sample package on an embedded machine and under Wine. Both must report the same for a new installation, an update
 # and a portable installation.
 set -euo pipefail
-cd "$(dirname "${BASH_SOURCE[0]}")/.."
-host=${QTV_HOST_BUILD:-build/host}
-export QTV_WINDOWS_BUILD=${QTV_WINDOWS_BUILD:-$PWD/build/windows}
+. "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+cd "$root"
+[ $# -eq 0 ] || bad_usage "there is no option \"$1\""
+export QTV_WINDOWS_BUILD=$windows_build
 
-scripts/bootstrap.sh host windows
+needs host windows
 for target in host windows; do
-    build=$host
-    [ "$target" = host ] || build=$QTV_WINDOWS_BUILD
-    [ -e "$build/CMakeCache.txt" ] || cmake --preset "$target" -B "$build" >/dev/null
-    cmake --build "$build" --target rehearse sample_package -- --quiet
+    build "$target" rehearse sample_package
 done
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+make_work
 
 # A package of version 8.4 with two more files. The later version deletes one of them.
 make_earlier() {
@@ -25,8 +25,8 @@ make_earlier() {
     printf 'presets' >"$2/presets.dat"
     printf 'File Copy: QtvApp8Man.hlp\r\nFile Copy: presets.dat\r\n' >>"$2/QtvUnInst.log"
 }
-make_earlier "$host/package" "$work/host"
-make_earlier "$QTV_WINDOWS_BUILD/package" "$work/windows"
+make_earlier "$host_build/package" "$work/host"
+make_earlier "$windows_build/package" "$work/windows"
 
 # Lines that differ under Wine, each with its reason. The first contains the path of the package.
 wine_deviations=(
@@ -42,8 +42,8 @@ same() {
         host_earlier=(--earlier "$work/host") windows_earlier=(--earlier "$work/windows")
     fi
     shift 2
-    "$host/rehearse" --json "${host_earlier[@]}" "$host/package" -- "$@" | told >"$work/$name.host"
-    "$host/rehearse" --json --wine "${windows_earlier[@]}" "$QTV_WINDOWS_BUILD/package" -- "$@" | told >"$work/$name.wine"
+    "$host_build/rehearse" --json "${host_earlier[@]}" "$host_build/package" -- "$@" | told >"$work/$name.host"
+    "$host_build/rehearse" --json --wine "${windows_earlier[@]}" "$windows_build/package" -- "$@" | told >"$work/$name.wine"
     if diff "$work/$name.host" "$work/$name.wine"; then
         echo "rehearse_both: both targets report the same for $name, in $(wc -l <"$work/$name.host") lines"
     else

@@ -1,40 +1,36 @@
 #!/usr/bin/env bash
-# Makes a signed download with proof from the folder that a build leaves:
-#   release.sh FOLDER OUT --release-info FILE [--recipe FILE] [--earlier PACKAGE] [--own FOLDER]...
+# usage: scripts/release.sh FOLDER OUT --release-info FILE [--recipe FILE] [--earlier PACKAGE] [--own FOLDER]...
+# example: scripts/release.sh app release --release-info info.txt --earlier last-release/package
+#
+# Makes a signed download with proof from the folder that a build leaves.
 # Makes the package, checks it, rehearses it, makes the download, signs it, runs it, and writes checksums, the manifest
 # for winget and the report. Exits with 1 at the first step that fails, and with 2 if the input is not usable. OUT is
 # written only if everything is right. docs/releasing.md says what each step proves, and names the variables for the
 # signature.
 set -euo pipefail
-cd_from=$PWD
-cd "$(dirname "${BASH_SOURCE[0]}")/.."
-host=${QTV_HOST_BUILD:-$PWD/build/host}
-export QTV_WINDOWS_BUILD=${QTV_WINDOWS_BUILD:-$PWD/build/windows}
+. "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+cd "$root"
+export QTV_WINDOWS_BUILD=$windows_build
 
-refuse() {
-    echo "release.sh: $*" >&2
-    exit 2
-}
 places=() recipe='' earlier='' info='' own=()
-absolute() { (cd "$cd_from" && realpath -m -- "$1"); }
 while [ $# -gt 0 ]; do
     case $1 in
         --recipe | --earlier | --release-info | --own)
-            [ $# -ge 2 ] || refuse "$1 needs a value"
+            [ $# -ge 2 ] || bad_usage "$1 needs a value"
             case $1 in
                 --recipe) recipe=$(absolute "$2") ;;
                 --earlier) earlier=$(absolute "$2") ;;
                 --release-info) info=$(absolute "$2") ;;
-                --own) own+=("$2") ;;
+                --own) own+=(--own "$2") ;;
             esac
             shift
             ;;
-        -*) refuse "there is no option $1" ;;
+        -*) bad_usage "there is no option \"$1\"" ;;
         *) places+=("$(absolute "$1")") ;;
     esac
     shift
 done
-[ ${#places[@]} -eq 2 ] || refuse 'use: release.sh FOLDER OUT --release-info FILE [--recipe FILE] [--earlier PACKAGE] [--own FOLDER]...'
+[ ${#places[@]} -eq 2 ] || bad_usage
 folder=${places[0]} out=${places[1]}
 [ ! -e "$out" ] || { [ -d "$out" ] && [ -z "$(ls -A "$out")" ]; } || refuse "$out is there already and is not an empty folder"
 [ -d "$(dirname "$out")" ] || refuse "$(dirname "$out") is no folder"
@@ -64,21 +60,11 @@ sign() {
     mv "$1.signed" "$1"
 }
 
-scripts/bootstrap.sh windows download
-for target in host windows; do
-    build=$host
-    [ "$target" = host ] || build=$QTV_WINDOWS_BUILD
-    [ -e "$build/CMakeCache.txt" ] || cmake --preset "$target" -B "$build" >/dev/null
-done
-cmake --build "$host" --target package_make package_check rehearse rehearse_stand_in -- --quiet
-cmake --build "$QTV_WINDOWS_BUILD" --target setup rehearse -- --quiet
+needs windows download
+build host package_make package_check rehearse rehearse_stand_in
+build windows setup rehearse
 
-work=$(mktemp -d)
-finish() {
-    WINEPREFIX=$work/wine/prefix wineserver -k 2>/dev/null || true
-    rm -rf "$work"
-}
-trap finish EXIT
+make_work
 new=$work/new
 mkdir -p "$new/report"
 
@@ -98,18 +84,18 @@ step() {
 
 # ---- the package ----
 # Setup's own signature is inside the download, so it comes before that of the download.
-cp "$QTV_WINDOWS_BUILD/setup.exe" "$work/setup.exe"
+cp "$windows_build/setup.exe" "$work/setup.exe"
 sign "$work/setup.exe" || stop 'setup.exe is not signed'
 package=$new/package
 made=0
-"$host/package_make" "$folder" "$package" --setup "$work/setup.exe" ${recipe:+--recipe "$recipe"} \
-    ${earlier:+--earlier "$earlier"} ${own[@]+--own "${own[@]}"} >"$work/said" 2>&1 || made=$?
+"$host_build/package_make" "$folder" "$package" --setup "$work/setup.exe" ${recipe:+--recipe "$recipe"} \
+    ${earlier:+--earlier "$earlier"} "${own[@]}" >"$work/said" 2>&1 || made=$?
 cat "$work/said"
 cp "$work/said" "$new/report/package.txt"
 : >"$work/said"
 [ "$made" = 0 ] || { [ "$made" = 1 ] && stop 'the package has findings' || exit 2; }
 report 'the package' "$(find "$package" -type f | wc -l) files, $(($(find "$package" -type f -printf '%s+')0)) bytes"
-step 'checked' "$host/package_check" --sarif --sarif-base "$new" ${recipe:+--recipe "$recipe"} "$package"
+step 'checked' "$host_build/package_check" --sarif --sarif-base "$new" ${recipe:+--recipe "$recipe"} "$package"
 cp "$work/said" "$new/report/check.sarif"
 
 # ---- the rehearsals ----
@@ -117,7 +103,7 @@ cp "$work/said" "$new/report/check.sarif"
 rehearse() {
     local name=$1 page=$2
     shift 2
-    step "rehearsed under Wine, $name" "$host/rehearse" --wine --html "$new/report/$page.html" "$@"
+    step "rehearsed under Wine, $name" "$host_build/rehearse" --wine --html "$new/report/$page.html" "$@"
 }
 rehearse fresh fresh "$package" -- -s
 [ -z "$earlier" ] || rehearse 'an update' update --earlier "$earlier" "$package" -- -s
@@ -131,15 +117,15 @@ stand_ins=()
 while IFS= read -r -d '' program; do
     name=${program#"$work/embedded/package/"}
     if cmp -s "$program" "$work/setup.exe"; then
-        cp "$host/setup.exe" "$program"
+        cp "$host_build/setup.exe" "$program"
     elif [ "$(head -c 2 "$program")" = MZ ]; then
         x86_64-w64-mingw32-windres -i "$program" -O res -o "$work/resources" 2>/dev/null || : >"$work/resources"
-        objcopy --add-section winres="$work/resources" "$host/rehearse_stand_in" "$program"
+        objcopy --add-section winres="$work/resources" "$host_build/rehearse_stand_in" "$program"
         stand_ins+=("$name")
     fi
     chmod +x "$program"
 done < <(find "$work/embedded/package" -type f -iname '*.exe' -print0 | sort -z)
-step 'rehearsed on an embedded machine' "$host/rehearse" --html "$new/report/embedded.html" "$work/embedded/package" -- -s
+step 'rehearsed on an embedded machine' "$host_build/rehearse" --html "$new/report/embedded.html" "$work/embedded/package" -- -s
 report '  stand-ins there for' "${stand_ins[*]}"
 starts=$(grep -iE "$(printf '%s|' "${stand_ins[@]//./\\.}")"'^$' "$work/said" | sed -n 's/^ \{4\}\("\{0,1\}[A-Z]:.*\)/\1/p' | sort | uniq -c)
 [ -n "$starts" ] || stop 'setup starts none of the package'"'"'s programs on the embedded machine'

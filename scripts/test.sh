@@ -1,85 +1,67 @@
 #!/usr/bin/env bash
-# Installs what is needed, checks the sources, and builds and tests both targets or the one named: test.sh [host|windows]
-# The tests of the host run without and with sanitizers, those of the Windows target under Wine. A few random runs compare both
-# targets, and a minute of planted faults tests the tests.
+# usage: scripts/test.sh [host|windows]
+# example: scripts/test.sh host
+#
+# Installs what is needed, checks the sources, and builds and tests both targets or the named one. The tests of the host run with
+# sanitizers, those of the Windows target under Wine, side by side. A minute of planted faults tests the tests, and a few random
+# runs compare the targets. The exit code is 1 if anything fails or can't be built or run. The output of each stage is in build/test.
 set -euo pipefail
-cd "$(dirname "${BASH_SOURCE[0]}")/.."
+. "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+cd "$root"
 
 case "${1-}" in
-    '') presets=(host host-asan windows) ;;
-    host) presets=(host host-asan) ;;
-    windows) presets=(windows) ;;
-    *) echo "usage: scripts/test.sh [host|windows]" >&2; exit 2 ;;
+    '') targets=(host windows) needed=(format host faults windows download) ;;
+    host) targets=(host) needed=(format host faults) ;;
+    windows) targets=(windows) needed=(format windows download) ;;
+    *) bad_usage "there is no target \"$1\"" ;;
 esac
-
-scripts/bootstrap.sh "$@"
-
-windows_available() {
-    command -v x86_64-w64-mingw32-g++-posix >/dev/null && scripts/wine.sh --version >/dev/null 2>&1
-}
-without_windows=
-if [[ " ${presets[*]} " == *" windows "* ]] && ! windows_available; then
-    without_windows='*** The Windows target was NOT built or tested: mingw-w64 or 64-bit Wine is missing. ***'
-    echo "$without_windows" >&2
-    [ "${1-}" != windows ] || exit 1
-    presets=(host host-asan)
-fi
-without_download=
-if [[ " ${presets[*]} " == *" windows "* ]] && ! scripts/bootstrap.sh download; then
-    without_download='*** The download of a package was NOT tested: its compiler is missing. ***'
-    echo "$without_download" >&2
+needs "${needed[@]}" || exit 1
+windows=
+if [[ " ${targets[*]} " == *' windows '* ]]; then
+    windows_available || { echo 'test.sh: 64-bit Wine does not run here' >&2; exit 1; }
+    windows=yes
 fi
 
-summary=()
-failed=
-# sum_up NAME RESULT STARTED
-sum_up() { summary+=("$(printf '%-12s %s, %d s' "$1" "$2" $((SECONDS - $3)))"); }
+logs=$root/build/test
+rm -rf "$logs"
+mkdir -p "$logs"
 
-echo
-echo '==== format, layers and words ===='
-started=$SECONDS
-result='clean'
-scripts/check.sh || { result='NOT CLEAN'; failed=yes; }
-sum_up check "$result" "$started"
-for preset in "${presets[@]}"; do
-    echo
-    echo "==== $preset ===="
-    started=$SECONDS
-    result='did not build'
-    if cmake --preset "$preset" >/dev/null && cmake --build --preset "$preset" -- --quiet; then
-        run=(ctest --preset "$preset" --no-tests=error -j "$(nproc)")
-        # Wine's programs and its server work in turn. On one processor, neither must wake another processor each time.
-        [ "$preset" != windows ] || run=(taskset -c "$(taskset -cp $$ | sed 's/.*: \([0-9]*\).*/\1/')" "${run[@]}")
-        if "${run[@]}"; then
-            result='all tests passed'
-        else
-            result='TESTS FAILED'
-            failed=yes
-        fi
+# stage NAME COMMAND...: runs a command, and reports how it ended and how long it took. Its output is shown only if it fails.
+stage() {
+    local name=$1 started=$SECONDS
+    if "${@:2}" >"$logs/$name.txt" 2>&1 </dev/null; then
+        printf '%-15s right, %d s\n' "$name" $((SECONDS - started))
     else
-        failed=yes
+        touch "$logs/failed"
+        sed "s/^/    $name: /" "$logs/$name.txt" >&2
+        printf '%-15s FAILED, %d s\n' "$name" $((SECONDS - started))
+        return 1
     fi
-    sum_up "$preset" "$result" "$started"
-    if [ "$preset" = host ] && [ "$result" = 'all tests passed' ]; then
-        echo
-        echo '==== a minute of planted faults ===='
-        started=$SECONDS
-        result='the tests notice each'
-        scripts/plant_faults.sh --sample || { result='A FAULT SURVIVES'; failed=yes; }
-        sum_up faults "$result" "$started"
-    fi
+}
+tests() { ctest --preset "$1" --no-tests=error --output-junit "$logs/$1.xml" "${@:2}"; }
+
+host_lane() {
+    stage host-build build host-asan || return
+    touch "$logs/host-built"
+    stage host-tests tests host-asan -j "$(nproc)" || true
+    stage faults scripts/plant_faults.sh --sample || true
+}
+windows_lane() {
+    stage windows-build build windows || return
+    touch "$logs/windows-built"
+    stage windows-tests on_one_processor tests windows || true
+}
+
+stage check scripts/check.sh || true
+for target in "${targets[@]}"; do
+    "${target}_lane" &
 done
-if [ -z "$failed" ] && [ ${#presets[@]} -eq 3 ]; then
-    echo
-    echo '==== differential ===='
-    started=$SECONDS
-    result='both targets have the same results'
-    scripts/differential.sh 1-10 || { result='THE TARGETS DIFFER'; failed=yes; }
-    sum_up differential "$result" "$started"
+wait
+if [ -e "$logs/host-built" ] && [ -e "$logs/windows-built" ]; then
+    stage both scripts/differential.sh 1-10 || true
 fi
 
-echo
-printf '%s\n' "${summary[@]}"
-[ -z "$without_windows" ] || echo "$without_windows"
-[ -z "$without_download" ] || echo "$without_download"
-[ -z "$failed" ]
+# Counts the tests with this result: passed and failed tests, as CTest numbers them.
+count() { cat "$logs"/*.xml 2>/dev/null | grep -o "<testcase .* status=\"$1\"" | wc -l; }
+echo "$(count run) passed, $(count fail) failed"
+[ ! -e "$logs/failed" ]

@@ -1,21 +1,25 @@
 #!/usr/bin/env bash
-# Runs a Windows program under Wine, in a prefix in build/. The script makes the prefix if it is missing.
+# usage: scripts/wine.sh PROGRAM [ARGUMENT...]
+# example: scripts/wine.sh build/windows/engine_tests.exe
+#
+# Runs a Windows program under Wine, in a prefix in build/. The script installs Wine and makes the prefix if they are missing.
 # HOME is in build/ too, because a prefix links its Desktop and Documents to the home folder.
 # QTV_WINE_HOME names another home folder, QTV_WINE_GRAPHICS a graphics driver that shows windows (x11).
 set -euo pipefail
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+. "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+[ $# -gt 0 ] || bad_usage
 wine_home=${QTV_WINE_HOME:-$root/build/wine}
 export HOME=$wine_home WINEPREFIX=$wine_home/prefix WINEARCH=win64
 export WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES='winemenubuilder.exe,winedbg.exe=d;mscoree,mshtml=d'
 
 # Debian's loader is not in PATH, and its /usr/bin/wine is a script that asks for 32-bit Wine.
-for wine in /usr/lib/wine/wine64 "$(command -v wine64 || true)" "$(command -v wine || true)" ''; do
-    [ ! -x "$wine" ] || break
-done
-if [ -z "$wine" ]; then
-    echo 'wine.sh: 64-bit Wine is not installed' >&2
-    exit 127
-fi
+find_wine() {
+    for wine in /usr/lib/wine/wine64 "$(command -v wine64)" "$(command -v wine)"; do
+        [ ! -x "$wine" ] || return 0
+    done
+    return 1
+}
+find_wine || { needs windows >&2 && find_wine; } || { echo 'wine.sh: 64-bit Wine is not installed' >&2; exit 127; }
 
 # The kernel puts the heap of a program at a random place. About once in some thousand starts that is the page which Wine needs
 # at a fixed address, and then the program does not start. Without the random part the heap is always far from that page.

@@ -170,17 +170,17 @@ refused() {
     [ ! -e out ] || fail "$* made something"
 }
 rm -rf out
-refused 'use: package_make' app
-refused 'use: package_make' app out more
-refused 'use: package_make' app out --recipe
-refused 'use: package_make' app out --none
+refused 'usage: package_make' app
+refused 'usage: package_make' app out more
+refused 'usage: package_make' app out --recipe
+refused 'usage: package_make' app out --none
 refused 'none is no folder' none out
 refused 'nowhere, where the package is to be, is no folder' app nowhere/out
 refused 'lies in the folder of the files' app app/out
 refused "can't be read" app out --recipe none
 refused 'is no package: its QtvUnInst.log' app out --earlier new
 refused 'none is no program' app out --setup none
-refused '--own none: no such folder' app out --own many none
+refused '--own none: no such folder' app out --own many --own none
 refused '--own empty: it holds a folder' app out --own empty
 refused '--own empty\inside: it holds no file' app out --own empty/inside
 # refused_text SAYS FORMAT

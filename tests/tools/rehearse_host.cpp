@@ -53,9 +53,9 @@ TEST_F(RehearseProgram, SaysWhatItCantRehearse) {
     const std::string package = CopyOfPackage();
     ASSERT_EQ(mkfifo((package + "/pipe").c_str(), 0666), 0);
     const std::pair<std::string, const char*> rows[] = {
-        {"", "use: rehearse"},
-        {kSample + " --earlier", "use: rehearse"},
-        {kSample + " " + kSample, "use: rehearse"},
+        {"", "usage: rehearse"},
+        {kSample + " --earlier", "usage: rehearse"},
+        {kSample + " " + kSample, "usage: rehearse"},
         {kWork + "/none", "is no folder"},
         {kSample + " --earlier " + kTemporary, "is no package: it has no setup.exe"},
         {package, "package/pipe is no plain file or folder"},

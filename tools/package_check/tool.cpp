@@ -47,7 +47,7 @@ std::optional<Request> ReadArguments(const std::vector<std::string>& arguments) 
     }
     if (request.folder != 0 && !misused && (request.base == 0 || request.format == Format::Sarif))
         return request;
-    std::fputs("use: package_check [--json | --sarif [--sarif-base FOLDER]] [--recipe FILE] PACKAGE\n",
+    std::fputs("usage: package_check [--json | --sarif [--sarif-base FOLDER]] [--recipe FILE] PACKAGE\n",
                stderr);
     return std::nullopt;
 }

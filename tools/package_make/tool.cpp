@@ -219,8 +219,7 @@ std::optional<Request> ReadArguments(const std::vector<fs::path>& arguments, con
         if (value)
             *value = fs::absolute(arguments[++i]);
         else if (argument == "--own")
-            while (isValue(i + 1))
-                request.own.push_back(arguments[++i]);
+            request.own.push_back(arguments[++i]);
         else if (isValue(i))
             places.push_back(argument);
         else
@@ -228,8 +227,8 @@ std::optional<Request> ReadArguments(const std::vector<fs::path>& arguments, con
     }
     if (misused || places.size() != 2) {
         std::fputs(
-            "use: package_make FOLDER PACKAGE [--recipe FILE] [--earlier PACKAGE] [--setup FILE] [--own "
-            "FOLDER...]\n",
+            "usage: package_make FOLDER PACKAGE [--recipe FILE] [--earlier PACKAGE] [--setup FILE] [--own "
+            "FOLDER]...\n",
             stderr);
         return std::nullopt;
     }

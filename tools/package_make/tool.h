@@ -1,4 +1,4 @@
-// package_make FOLDER PACKAGE [--recipe FILE] [--earlier PACKAGE] [--setup FILE] [--own FOLDER...]
+// package_make FOLDER PACKAGE [--recipe FILE] [--earlier PACKAGE] [--setup FILE] [--own FOLDER]...
 //
 // Makes a package in the folder PACKAGE that installs what FOLDER contains, and checks it. Exits with 0, with 1 if the
 // check has findings, or with 2 if no package can be made: PACKAGE then stays as it was. docs/releasing.md says more.

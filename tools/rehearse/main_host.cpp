@@ -62,7 +62,8 @@ std::optional<Request> ReadArguments(const std::vector<std::string>& arguments) 
     }
     if (!misused && !request.package.empty()) return request;
     std::fputs(
-        "use: rehearse PACKAGE [--earlier PACKAGE] [--wine] [--json] [--html FILE] [-- OPTION OF SETUP...]\n",
+        "usage: rehearse PACKAGE [--earlier PACKAGE] [--wine] [--json] [--html FILE] [-- OPTION OF "
+        "SETUP...]\n",
         stderr);
     return std::nullopt;
 }

@@ -60,7 +60,7 @@ bool Do(const std::string& part, const stress::Options& options, std::FILE* repo
 int main(int count, char** values) {
     const auto command = ReadCommand({values + 1, values + count});
     if (!command) {
-        std::fprintf(stderr, "use: stress SETUP [--quick] PART...\n");
+        std::fprintf(stderr, "usage: stress SETUP [--quick] PART...\n");
         return 2;
     }
     std::FILE* const report = fdopen(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3), "w");

@@ -192,7 +192,7 @@ std::optional<Options> ReadOptions(const std::vector<std::string>& arguments) {
 int main(int count, char** values) {
     const auto options = ReadOptions({values + 1, values + count});
     if (!options) {
-        std::fprintf(stderr, "use: sweep SETUP [--quick] [--call=NAME] [fault|kill]\n");
+        std::fprintf(stderr, "usage: sweep SETUP [--quick] [--call=NAME] [fault|kill]\n");
         return 2;
     }
     report = fdopen(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3), "w");

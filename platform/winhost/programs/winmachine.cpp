@@ -23,10 +23,10 @@ constexpr int kMisused = 2;
 
 int Misused() {
     std::fprintf(stderr,
-                 "use: winmachine create DIR\n"
-                 "     winmachine run DIR 'C:\\path\\program.exe' [ARGUMENT...]\n"
-                 "     winmachine restart DIR\n"
-                 "     winmachine events DIR\n");
+                 "usage: winmachine create DIR\n"
+                 "       winmachine run DIR 'C:\\path\\program.exe' [ARGUMENT...]\n"
+                 "       winmachine restart DIR\n"
+                 "       winmachine events DIR\n");
     return kMisused;
 }
 

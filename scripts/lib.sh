@@ -1,0 +1,69 @@
+# What the scripts share. A script sources this file first, with its own arguments in place.
+# A script begins with a comment: lines "usage: ..." and "example: ...", then what it does. `--help` as the first argument prints
+# that comment and ends the script before it builds or installs anything.
+#
+# Sets root (the checkout), host_build and windows_build (two build folders), caller (the folder from which the script was started).
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+caller=$PWD
+host_build=${QTV_HOST_BUILD:-$root/build/host}
+windows_build=${QTV_WINDOWS_BUILD:-$root/build/windows}
+
+if [ "${1-}" = --help ]; then
+    sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$0"
+    exit 0
+fi
+
+# refuse MESSAGE...: ends the script with 2, for input that it can't use.
+refuse() {
+    echo "$(basename "$0"): $*" >&2
+    exit 2
+}
+
+# bad_usage [MESSAGE...]: as refuse, and shows the usage.
+bad_usage() {
+    [ $# -eq 0 ] || echo "$(basename "$0"): $*" >&2
+    sed -n 's/^# \(usage:\)/\1/p' "$0" >&2
+    exit 2
+}
+
+# needs KIND...: installs the packages for these kinds of work.
+needs() { "$root/scripts/bootstrap.sh" "$@"; }
+
+# absolute PATH: a path that the caller gave, as an absolute one.
+absolute() { (cd "$caller" && realpath -m -- "$1"); }
+
+# build PRESET [TARGET...]: configures the preset's build folder if it is new, and builds the targets, or everything.
+build() {
+    local preset=$1 folder=$root/build/$1
+    shift
+    case $preset in
+        host) folder=$host_build ;;
+        windows) folder=$windows_build ;;
+    esac
+    [ -e "$folder/build.ninja" ] || (cd "$root" && cmake --preset "$preset" -B "$folder" >/dev/null) || return
+    cmake --build "$folder" ${1+--target "$@"} -- --quiet
+}
+
+# Whether the Windows target can be built and run here.
+windows_available() {
+    command -v x86_64-w64-mingw32-g++-posix >/dev/null && "$root/scripts/wine.sh" --version >/dev/null 2>&1
+}
+
+# end_wine HOME: ends the programs and services of the Wine prefix in this home folder, and waits until they have ended.
+end_wine() {
+    [ -d "$1/prefix" ] || return 0
+    WINEPREFIX=$1/prefix wineserver -k 2>/dev/null || true
+    WINEPREFIX=$1/prefix wineserver -w 2>/dev/null || true
+}
+
+# make_work [FOLDER]: makes the folder `work`, in FOLDER or where temporary folders go. When the script ends, the Wine prefix in
+# $work/wine ends and the folder is removed.
+make_work() {
+    work=$(mktemp -d "${1:-${TMPDIR:-/tmp}}/qtv-$(basename "$0" .sh).XXXXXX") || exit 2
+    trap 'end_wine "$work/wine"; rm -rf "$work"' EXIT
+    trap 'exit 130' INT TERM HUP
+}
+
+# on_one_processor COMMAND...: Wine's programs and its server work in turn. On one processor, neither must wake another each time.
+on_one_processor() { taskset -c "${QTV_PROCESSOR:-$(taskset -cp $$ | sed 's/.*[ ,-]//')}" "$@"; }
