@@ -1,9 +1,6 @@
 #include "engine/file_ops.h"
 
 #include "app/setup_state.h"
-#include "engine/file_steps.h"
-#include "support/handles.h"
-#include "support/path_text.h"
 
 namespace {
 
@@ -41,29 +38,4 @@ int ScheduleBootReplace(LPCWSTR source, LPCWSTR target) {
     // On purpose the entry is that of a delete: on this route the source is deleted, and never replaces the target.
     if (!g_rebootNeeded) g_rebootNeeded = AddRenameEntry(source);
     return g_rebootNeeded;
-}
-
-int DeleteMatching(LPCWSTR folder, LPCWSTR pattern) {
-    const CString start = *folder ? WithSeparator(folder) : CString();
-    const CString search = start + pattern;
-    if (search.GetLength() >= kPathChars) return 0;
-    WIN32_FIND_DATAW match;
-    const FindHandle find(FindFirstFileW(search, &match));
-    if (!find) return 0;
-
-    // Only a backslash separates the pattern's folder from its name. With a forward slash the search finds
-    // the file, but the path made here misses it.
-    const CString patternText = pattern;
-    const CString place = start + patternText.Left(patternText.ReverseFind(TEXT('\\')) + 1);
-    int deleted = 0;
-    do {
-        const CString path = place + match.cFileName;
-        ClearReadOnlyAndHidden(path);
-        if (DeleteFileW(path)) {
-            ++deleted;
-        } else {
-            (void)ScheduleBootDelete(path);
-        }
-    } while (FindNextFileW(find.get(), &match));
-    return deleted;
 }

@@ -1,7 +1,6 @@
 #include "engine/file_ops.h"
 
 #include "app/process_helpers.h"
-#include "app/run_paths.h"
 #include "app/setup_state.h"
 #include "engine/file_steps.h"
 #include "engine/manifest.h"
@@ -10,23 +9,29 @@
 
 namespace {
 
+// Where the pass copies from and to, and which kinds of records it copies.
+struct CopyJob {
+    CString from, to;
+    bool wow64, portable;
+};
+
 // A value of two names is taken literally. Only a plain value is a pattern, and only a plain value makes
 // folders. A comment counts as part of the name, so it disables the record.
-void CopyRecord(LPCWSTR value, LPCWSTR folder) {
+void CopyRecord(LPCWSTR value, LPCWSTR from, LPCWSTR to) {
     CString name, newName;
     if (SplitNames(value, name, newName)) {
-        (void)ReplaceFile(name, g_sourceDir, folder, newName);
+        (void)ReplaceFile(name, from, to, newName);
     } else {
-        (void)CopyMatching(value, g_sourceDir, folder);
+        (void)CopyMatching(value, from, to);
     }
 }
 
 // True when the system finds a library of that name other than the package's own. The package's file is
 // renamed during the search, because the system also searches the folder of the running program.
-bool LoadsFromElsewhere(LPCWSTR value) {
+bool LoadsFromElsewhere(LPCWSTR value, LPCWSTR packageFolder) {
     CString name = value, newName;
     (void)SplitNames(value, name, newName);
-    const CString path = WithSeparator(g_sourceDir) + name;
+    const CString path = WithSeparator(packageFolder) + name;
     const CString hidden = path + TEXT(".toinst");
 
     (void)MoveFileW(path, hidden);
@@ -35,23 +40,24 @@ bool LoadsFromElsewhere(LPCWSTR value) {
     return library != nullptr;
 }
 
-void CarryOutRecord(const LogRecord& record, bool wow64, bool portable) {
+void CarryOutRecord(const LogRecord& record, const CopyJob& job) {
     switch (record.kind.install) {
         case AtInstall::Nothing:
             return;
         case AtInstall::Copy:
-            return CopyRecord(record.value, g_targetDir);
+            return CopyRecord(record.value, job.from, job.to);
         case AtInstall::CopyX64:
-            if (wow64 || portable) CopyRecord(record.value, g_targetDir);
+            if (job.wow64 || job.portable) CopyRecord(record.value, job.from, job.to);
             return;
         case AtInstall::CopyIfMissing:
-            if (portable || !LoadsFromElsewhere(record.value)) CopyRecord(record.value, g_targetDir);
+            if (job.portable || !LoadsFromElsewhere(record.value, job.from))
+                CopyRecord(record.value, job.from, job.to);
             return;
         case AtInstall::CopyToParent:
-            if (portable) CopyRecord(record.value, ParentDir(g_targetDir));
+            if (job.portable) CopyRecord(record.value, job.from, ParentDir(job.to));
             return;
         case AtInstall::MakeFolder:
-            (void)CreateDirectoryW(InTargetDir(record.value), nullptr);
+            (void)CreateDirectoryW(job.to + TEXT("\\") + record.value, nullptr);
             return;
     }
 }
@@ -72,13 +78,10 @@ bool IsDotName(LPCWSTR name) {
 }  // namespace
 
 void RunCopyPass(LPCWSTR manifestPath) {
-    const bool wow64 = IsWow64() != 0;
+    const CopyJob job = {g_sourceDir, g_targetDir, IsWow64() != 0, g_installType == kPortable};
     const FileStream manifest(_wfopen(manifestPath, TEXT("r")));
     if (!manifest) return;
-    const bool portable = g_installType == kPortable;
-    WCHAR line[kLineChars];
-    while (ReadLogLine(line, manifest.get()))
-        CarryOutRecord(ReadRecord(line), wow64, portable);
+    ForEachRecord(manifest.get(), [&](const LogRecord& record) { CarryOutRecord(record, job); });
 }
 
 int CopyMatching(LPCWSTR pattern, LPCWSTR fromFolder, LPCWSTR toFolder) {

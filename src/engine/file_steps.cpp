@@ -13,9 +13,8 @@ void ClearReadOnlyAndHidden(LPCWSTR path) {
 }
 
 CString CopySource(LPCWSTR fromFolder, LPCWSTR pattern) {
-    if (!wcschr(pattern, TEXT('\\'))) return fromFolder;
-    const CString search = WithSeparator(fromFolder) + pattern;
-    return search.Left(search.ReverseFind(TEXT('\\')));
+    const int cchFolder = CString(pattern).ReverseFind(TEXT('\\'));
+    return cchFolder < 0 ? CString(fromFolder) : WithSeparator(fromFolder) + CString(pattern, cchFolder);
 }
 
 CString CopyTarget(LPCWSTR toFolder, LPCWSTR pattern) {

@@ -1,5 +1,7 @@
 #include "engine/manifest.h"
 
+#include <iterator>
+
 #include "support/text_lines.h"
 
 bool ReadLogLine(WCHAR (&line)[kLineChars], FILE* file) {
@@ -28,9 +30,9 @@ bool SplitNames(LPCWSTR value, CString& name, CString& newName) {
 
 CString RemovalPattern(LPCWSTR value) {
     // The blank that closes the prefix may be the first character of the comment.
-    CString names = TEXT(" ") + CString(value);
-    if (const int comment = names.Find(kComment); comment >= 0) names = names.Left(comment);
-    names = names.Mid(1);
+    const bool startsInPrefix = wcsncmp(value, kComment + 1, std::size(kComment) - 2) == 0;
+    const WCHAR* const comment = startsInPrefix ? value : wcsstr(value, kComment);
+    const CString names = comment ? CString(value, static_cast<int>(comment - value)) : CString(value);
     CString name, newName;
     return SplitNames(names, name, newName) ? newName : names;
 }

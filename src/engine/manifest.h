@@ -71,6 +71,14 @@ bool ReadLogLine(WCHAR (&line)[kLineChars], FILE* file);
 // case. The value points into the line. Allocates nothing.
 LogRecord ReadRecord(LPCWSTR line);
 
+// Reads the file from its present place to its end, and calls `body` with each line's record.
+template <class Body>
+void ForEachRecord(FILE* file, Body body) {
+    WCHAR line[kLineChars];
+    while (ReadLogLine(line, file))
+        body(ReadRecord(line));
+}
+
 // Splits a value of two names at its first '>': the name in the package, and the name in the target folder. The blanks
 // around the sign are removed. False, with nothing stored, for a plain value, which is one pattern.
 bool SplitNames(LPCWSTR value, CString& name, CString& newName);

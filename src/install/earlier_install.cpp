@@ -118,12 +118,10 @@ void TakeUpGroup() {
     const FileStream log = OpenEarlierLog();
     if (!log) return;
     const GroupFolders folders = FindGroupFolders();
-    WCHAR line[kLineChars];
-    while (ReadLogLine(line, log.get())) {
-        const LogRecord record = ReadRecord(line);
+    ForEachRecord(log.get(), [&](const LogRecord& record) {
         if (record.kind.removal == AtRemoval::DeleteLink && LiesInGroup(record.value, folders))
             g_groupName = ParentDir(record.value + folders.programsPrefix.GetLength());
-    }
+    });
 }
 
 void TakeUpAutoStart() {

@@ -20,6 +20,7 @@ namespace {
 void ClearEarlierInstallation() {
     RemoveLoggedLinks(InTargetDir(kOlderLogFile));
     RemoveLoggedLinks(LogPath());
+    // The folders of the "Make Dir: " records go too, if they are empty. The copy pass makes them again.
     RunRemovalPass(ManifestPath(), g_targetDir, kFileDel);
 }
 
