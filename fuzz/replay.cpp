@@ -14,7 +14,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
 namespace {
 
-constexpr int kCopies = 25;
+constexpr int kCopies = 8;
 constexpr int kMostChanges = 6;
 constexpr std::size_t cbPiece = 40;
 

@@ -44,7 +44,7 @@ host_lane() {
     stage host-build build host-asan || return
     touch "$logs/host-built"
     stage host-tests tests host-asan -j "$(nproc)" || true
-    stage faults scripts/plant_faults.sh --sample || true
+    stage faults scripts/plant_faults.sh --sample --preset host-asan || true
 }
 windows_lane() {
     stage windows-build build windows || return

@@ -25,7 +25,7 @@ import rules
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 HERE = ROOT / "tools/plant_faults"
-BUILD = ROOT / "build/host"
+BUILD = ROOT / "build/host"  # or another preset of the host
 TOOLS = ("common", "package_check", "package_make", "rehearse")
 ROOMS = {path.name: path.relative_to(ROOT) for path in
          [*sorted((ROOT / "src").iterdir()), ROOT / "platform/framework", *(ROOT / "tools" / tool for tool in TOOLS)]}
@@ -357,6 +357,7 @@ def arguments():
     parser.add_argument("--count", type=int, default=0, metavar="N", help="how many faults; 100 without --since")
     parser.add_argument("--seed", metavar="TEXT", help="what the draw depends on; the name of the commit")
     parser.add_argument("--sample", nargs="?", const="", metavar="SEED", help=f"as many as fit in a minute; {SAMPLE_MAY_SURVIVE} may survive")
+    parser.add_argument("--preset", default="host", choices=("host", "host-asan"), help="which build folder to use")
     parser.add_argument("--list", action="store_true", help="only print the faults")
     parser.add_argument("--check", action="store_true", help="only check that the rows and unseen.txt still apply; needs no build")
     parser.add_argument("names", nargs="*", metavar="NAME", help="rows of faults.txt")
@@ -398,11 +399,11 @@ def check():
             raise CantPlant(f"{count} {what}, {most} are allowed")
 
 
-def build():
+def build(preset):
     subprocess.run([ROOT / "scripts/bootstrap.sh", "host", "faults"], check=True)
-    subprocess.run(["cmake", "--preset", "host"], cwd=ROOT, check=True, stdout=subprocess.DEVNULL)
+    subprocess.run(["cmake", "--preset", preset], cwd=ROOT, check=True, stdout=subprocess.DEVNULL)
     targets = [f"{name}_tests" for name in (*PROGRAMS, "tools")]
-    subprocess.run(["cmake", "--build", "--preset", "host", "--target", *targets, "package_make", "package_check", "--", "--quiet"], cwd=ROOT, check=True)
+    subprocess.run(["cmake", "--build", "--preset", preset, "--target", *targets, "package_make", "package_check", "--", "--quiet"], cwd=ROOT, check=True)
 
 
 def plant_all(faults, wanted, is_sample):
@@ -466,7 +467,9 @@ def main():
     if options.list:
         print("\n".join(fault.name for fault in faults[:wanted or None]))
         return 0
-    build()
+    global BUILD
+    BUILD = ROOT / "build" / options.preset
+    build(options.preset)
     results, errors = plant_all(faults, wanted, options.sample is not None)
     unseen = read_unseen()
     survivors = [fault for fault, noticed in results.items() if not noticed]
