@@ -40,7 +40,7 @@ for target in "${targets[@]}"; do
     mkdir -p "$corpus"
     result=ok
     # A leak is found at the end of a run. A search after each input takes longer than the inputs.
-    TMPDIR=$work "$folder/fuzz_$target" -max_total_time="$seconds" -max_len=4096 -timeout=20 -detect_leaks=0 \
+    TMPDIR=$work "$folder/fuzz_$target" -max_total_time="$seconds" -max_len=4096 -timeout=300 -detect_leaks=0 \
         -print_final_stats=1 -artifact_prefix="$seeds/" "$corpus" "$seeds" >"$log" 2>&1 </dev/null ||
         result="FAILED, see $log" failed=yes
     stat() { sed -n "s/^stat::$1: *//p" "$log"; }

@@ -114,7 +114,8 @@ void SetProgramFaults(const std::string& programs, const std::vector<Fault>& fau
 std::map<std::string, unsigned> ProgramCallCounts();
 void ClearProgramFaults();
 
-// With a virtual clock, Sleep returns at once in this process and in those that it starts.
+// With a virtual clock, time passes by waits only, and they are over at once (processes/clock.h): in this process and in
+// those that it starts.
 void SetVirtualClock(bool on);
 
 // ---- limits: a drive that fills, and power that goes ----

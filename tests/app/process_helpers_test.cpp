@@ -8,16 +8,15 @@
 
 namespace {
 
-constexpr DWORD kPatience = 30000;
 const Text kSleeper = kScratch + TEXT("\\sleeper.exe");
-const Text kReport = kScratch + TEXT("\\report");
+const Text kReport = kScratch + TEXT("\\report"), kLeave = kScratch + TEXT("\\leave");
 
 }  // namespace
 
 // Without an argument, this program is the one that the tested function has started.
 CHILD_PROGRAM(StartsItself) {
     if (__argc == 1) {
-        Sleep(500);
+        Await("leave to report", [] { return Exists(kLeave); });
         WCHAR folder[MAX_PATH];
         MakeFile(kReport, {folder, folder + GetCurrentDirectoryW(MAX_PATH, folder)});
         return 0;
@@ -28,9 +27,12 @@ CHILD_PROGRAM(StartsItself) {
         EXPECT_NE(ExecAndWait(TEXT("\"C:\\Scratch\\child.exe\""), folder, waitMs), 0);
         return FileBytes(kReport).value_or("none yet");
     };
-    EXPECT_EQ(reported(nullptr, kPatience), "C:\\Scratch\\target");
-    EXPECT_EQ(reported(TEXT("C:\\Scratch\\other"), kPatience), "C:\\Scratch\\other");
+    MakeFile(kLeave);
+    EXPECT_EQ(reported(nullptr, tools::kHangMs), "C:\\Scratch\\target");
+    EXPECT_EQ(reported(TEXT("C:\\Scratch\\other"), tools::kHangMs), "C:\\Scratch\\other");
+    EXPECT_TRUE(DeleteFileW(kLeave.c_str()));
     EXPECT_EQ(reported(nullptr, 0), "none yet");
+    MakeFile(kLeave);
     return ::testing::Test::HasFailure();
 }
 

@@ -138,7 +138,7 @@ recipe() {
     local result=0
     sed -n "/^    rem $1.cmd/,/^[^ ]/s/^    //p" "$root/docs/deployment.md" | sed 's/$/\r/' >"$1.cmd"
     [ -s "$1.cmd" ] || fail "the manual has no recipe $1"
-    timeout 60 "$root/scripts/wine.sh" cmd.exe /c "$1.cmd" >said 2>&1 || result=$?
+    timeout 300 "$root/scripts/wine.sh" cmd.exe /c "$1.cmd" >said 2>&1 || result=$?
     [ "$result" = "$2" ] || fail "the recipe $1 ends with $result: $(<said)"
 }
 program_files=${WINEPREFIX:-${QTV_WINE_HOME:-$root/build/wine}/prefix}/drive_c/Program\ Files

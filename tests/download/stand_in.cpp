@@ -13,7 +13,8 @@
 
 namespace {
 
-constexpr DWORD kHoldMs = 4000, kPollMs = 50;
+constexpr DWORD kPollMs = 50, kHangMs = 300000;
+constexpr wchar_t kDone[] = L"download is done";
 constexpr int kBoxText = 0xFFFF;
 
 std::wstring Variable(const wchar_t* name) {
@@ -85,6 +86,7 @@ int Record() {
 }
 
 int Launch(const std::wstring& line) {
+    const HANDLE done = CreateEventW(nullptr, TRUE, FALSE, kDone);
     const PROCESS_INFORMATION process = Start(line, nullptr);
     while (WaitForSingleObject(process.hProcess, kPollMs) == WAIT_TIMEOUT)
         for (HWND box = nullptr; (box = NextDialog(box, process.dwProcessId));) {
@@ -96,6 +98,7 @@ int Launch(const std::wstring& line) {
     DWORD code = 0;
     (void)GetExitCodeProcess(process.hProcess, &code);
     std::printf("ended %lX\n", code);
+    (void)SetEvent(done);
     return 0;
 }
 
@@ -107,6 +110,6 @@ int wmain(int, wchar_t** values) {
     if (std::wstring(values[0]).ends_with(L"setup.exe")) return Record();
     const std::wstring line = Variable(L"QTV_LINE");
     if (!line.empty()) return Launch(line);
-    Sleep(kHoldMs);
-    return 0;
+    // Holds its current folder until the download has ended.
+    return WaitForSingleObject(OpenEventW(SYNCHRONIZE, FALSE, kDone), kHangMs) == WAIT_OBJECT_0 ? 0 : 97;
 }

@@ -12,7 +12,6 @@
 namespace {
 
 constexpr DWORD kSessionEnded = 0x40010004;
-constexpr int kPatienceMs = 10000;
 
 class Terminal : public EndToEndTest {
   protected:
@@ -37,7 +36,8 @@ TEST_F(Terminal, TakesAPersonThroughTheWizard) {
     std::string shown;
     char buffer[4096];
     pollfd readable = {person, POLLIN, 0};
-    for (ssize_t got; poll(&readable, 1, kPatienceMs) > 0 && (got = read(person, buffer, sizeof buffer)) > 0;)
+    for (ssize_t got; poll(&readable, 1, static_cast<int>(tools::kHangMs)) > 0 &&
+                      (got = read(person, buffer, sizeof buffer)) > 0;)
         shown.append(buffer, static_cast<std::size_t>(got));
     close(person);
     EXPECT_EQ(setup.ExitCode(), 0u);

@@ -10,12 +10,11 @@
 
 namespace {
 
-constexpr DWORD kPatienceForAnswers = 20000;
 constexpr WCHAR kDialogClass[] = TEXT("#32770");
 
 LRESULT Send(HWND window, UINT message, WPARAM wParam = 0, LPARAM lParam = 0) {
     DWORD_PTR result = 0;
-    if (!SendMessageTimeoutW(window, message, wParam, lParam, SMTO_NORMAL, kPatienceForAnswers, &result))
+    if (!SendMessageTimeoutW(window, message, wParam, lParam, SMTO_NORMAL, tools::kHangMs, &result))
         throw std::runtime_error("message " + std::to_string(message) + ": " +
                                  std::to_string(GetLastError()));
     return static_cast<LRESULT>(result);
@@ -146,7 +145,8 @@ INT_PTR RunDriven(const Text& title, const std::function<INT_PTR()>& dialog,
         try {
             const Driver driver(process, title);
             person(driver);
-            if (driver.HasEnded()) return;
+            driver.Settle();
+            if (!IsWindow(driver.Window())) return;
             ADD_FAILURE() << "the dialog is still open";
         } catch (const std::exception& failure) {
             ADD_FAILURE() << failure.what();
@@ -156,7 +156,7 @@ INT_PTR RunDriven(const Text& title, const std::function<INT_PTR()>& dialog,
             if (const HWND open = FindDialog(process, nullptr)) (void)EndDialog(open, 0);
             return ended.load();
         };
-        if (HoldsWithin(kPatienceForAnswers, endAll)) return;
+        if (ComesTrue(endAll)) return;
         std::fputs("the dialog can't be ended\n", stderr);
         std::_Exit(1);
     });

@@ -19,11 +19,6 @@ class Driver {
     // Returns a control of the dialog, or of its page.
     HWND Control(int control) const { return GetDlgItem(m_dialog, control); }
     HWND PageControl(int control) const { return GetDlgItem(Page(), control); }
-    // Waits at most two seconds for the dialog's end. Returns whether it has ended.
-    bool HasEnded() const {
-        return HoldsWithin(2000, [&] { return !IsWindow(m_dialog); });
-    }
-
     // Presses a button and waits until the program has handled it. If a person couldn't press the button, the test ends
     // with a failure.
     void Press(HWND button) const;

@@ -3,12 +3,14 @@
 #include <shlobj.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 #include <fstream>
 #include <iterator>
 #include <map>
 #include <set>
 #include <stdexcept>
+#include <thread>
 
 #include "harness/registry_values.h"
 #include "harness/target.h"
@@ -17,9 +19,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr DWORD kPatience = 20000;
-constexpr DWORD kInUsePatience = 5000;
-constexpr DWORD kPollPause = 5;
+constexpr std::chrono::milliseconds kPollPause(5);
 constexpr WCHAR kSessionManager[] = TEXT("SYSTEM\\CurrentControlSet\\Control\\Session Manager");
 constexpr WCHAR kPendingMoves[] = TEXT("PendingFileRenameOperations");
 constexpr WCHAR kChildVariable[] = TEXT("QTV_TEST_CHILD");
@@ -53,7 +53,7 @@ void EndStartedPrograms() {
         const HANDLE process = OpenProcess(PROCESS_TERMINATE | SYNCHRONIZE, FALSE, id);
         if (!process) continue;
         (void)TerminateProcess(process, 1);
-        (void)WaitForSingleObject(process, kPatience);
+        (void)WaitForSingleObject(process, tools::kHangMs);
         CloseHandle(process);
     }
 }
@@ -99,14 +99,17 @@ void ExpectAllAnswered() {
 
 }  // namespace
 
-bool HoldsWithin(DWORD milliseconds, const std::function<bool()>& condition) {
-    for (const DWORD start = GetTickCount(); !condition(); Sleep(kPollPause))
-        if (GetTickCount() - start > milliseconds) return false;
+// In the time of the build machine, because that of an embedded machine may be virtual.
+bool ComesTrue(const std::function<bool()>& condition) {
+    using Clock = std::chrono::steady_clock;
+    const auto hangs = Clock::now() + std::chrono::milliseconds(tools::kHangMs);
+    for (; !condition(); std::this_thread::sleep_for(kPollPause))
+        if (Clock::now() > hangs) return false;
     return true;
 }
 
 void Await(const std::string& what, const std::function<bool()>& condition) {
-    if (!HoldsWithin(kPatience, condition)) throw std::runtime_error("waited in vain for " + what);
+    if (!ComesTrue(condition)) throw std::runtime_error("waited in vain for " + what);
 }
 
 ScratchTest::ScratchTest() {
@@ -165,8 +168,8 @@ void DeleteTree(const Text& path) {
         error = GetLastError();
         return deleted != 0;
     };
-    EXPECT_TRUE(HoldsWithin(kInUsePatience, gone))
-        << "can't be deleted, error " << error << ": " << ::testing::PrintToString(path);
+    EXPECT_TRUE(ComesTrue(gone)) << "can't be deleted, error " << error << ": "
+                                 << ::testing::PrintToString(path);
 }
 
 std::vector<Text> Tree(const Text& folder) {
@@ -280,7 +283,7 @@ RunningProgram::RunningProgram(const Text& commandLine, const Text& folder) : m_
 RunningProgram::~RunningProgram() {
     if (!m_process.hProcess) return;
     (void)TerminateProcess(m_process.hProcess, 1);
-    EXPECT_EQ(WaitForSingleObject(m_process.hProcess, kPatience), WAIT_OBJECT_0);
+    EXPECT_EQ(WaitForSingleObject(m_process.hProcess, tools::kHangMs), WAIT_OBJECT_0);
     CloseHandle(m_process.hThread);
     CloseHandle(m_process.hProcess);
 }
@@ -289,9 +292,15 @@ bool RunningProgram::Runs() const {
     return WaitForSingleObject(m_process.hProcess, 0) == WAIT_TIMEOUT;
 }
 
+bool RunningProgram::EndNow() const {
+    constexpr DWORD kOwnCode = 0x7E57;
+    (void)TerminateProcess(m_process.hProcess, kOwnCode);
+    return ExitCode() == kOwnCode;
+}
+
 DWORD RunningProgram::ExitCode() const {
     DWORD exitCode = 0;
-    if (WaitForSingleObject(m_process.hProcess, kPatience) != WAIT_OBJECT_0 ||
+    if (WaitForSingleObject(m_process.hProcess, tools::kHangMs) != WAIT_OBJECT_0 ||
         !GetExitCodeProcess(m_process.hProcess, &exitCode))
         throw std::runtime_error("waited in vain for the end of " + ::testing::PrintToString(m_commandLine));
     return exitCode;

@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "common/hang.h"
 #include "common/text.h"
 
 using Text = tools::WideText;
@@ -28,11 +29,14 @@ inline void PrintTo(const CString& text, std::ostream* stream) {
     *stream << ::testing::PrintToString(text.Text());
 }
 
-// Polls a condition. Returns false when it doesn't hold within that time.
-bool HoldsWithin(DWORD milliseconds, const std::function<bool()>& condition);
-// Waits at most twenty seconds until the condition holds. After that, the test ends with a failure (an exception) that
-// names `what`.
+// Waits until the condition holds. Returns false when it hangs, after tools::kHangMs.
+bool ComesTrue(const std::function<bool()>& condition);
+// The same, but a hang ends the test with a failure (an exception) that names `what`.
 void Await(const std::string& what, const std::function<bool()>& condition);
+
+// With a virtual clock, time passes only by waits of a fixed length, which are over at once: in this process and in those
+// that it starts. Returns false under Windows, which has no such clock.
+bool SetVirtualClock(bool on);
 
 // Where a test keeps its files.
 inline const Text kScratch = TEXT("C:\\Scratch");
@@ -87,8 +91,8 @@ std::vector<Mark> BootMarks();
 void RestartMachine();
 
 // ---- programs ----
-// Runs a program, waits until it and all that it started have ended, and returns its exit code. Like Await, it waits at
-// most twenty seconds for each. `meanwhile` is called with the program's id before the wait.
+// Runs a program, waits until it and all that it started have ended, and returns its exit code. A hang ends the
+// test, as in Await. `meanwhile` is called with the program's id before the wait.
 DWORD RunProgram(const Text& commandLine, const Text& folder = kScratch,
                  const std::function<void(DWORD)>& meanwhile = {});
 
@@ -103,6 +107,8 @@ class RunningProgram {
     RunningProgram& operator=(RunningProgram&&) = delete;
     DWORD Id() const { return m_process.dwProcessId; }
     bool Runs() const;
+    // Ends it. Returns false if it had ended before, or somebody else had told it to end.
+    bool EndNow() const;
     // Waits for its end, as Await does.
     DWORD ExitCode() const;
 

@@ -47,6 +47,11 @@ void CarryOutMarks() {
     winhost::RestartMachine();
 }
 
+bool SetVirtualClock(bool on) {
+    winhost::SetVirtualClock(on);
+    return true;
+}
+
 void HoldAccessTimes(const Text&) {}
 
 bool UnderWine() {

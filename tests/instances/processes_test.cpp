@@ -6,7 +6,7 @@
 namespace {
 
 constexpr int kProcesses = 8;
-constexpr int kRounds = 1000;
+constexpr int kRounds = 50;
 
 class InstanceProcesses : public ScratchTest {};
 

@@ -65,6 +65,8 @@ TEST_F(InstanceWindows, LimitBringsTheEarlierForwardAndClosesTheYoungestFirst) {
     COXInstanceManager manager(kListName, 1024, false);
     for (const DWORD id : {GetCurrentProcessId(), first.Id(), second.Id()})
         EXPECT_EQ(manager.AddInstance(id), 1);
+    // No window is in front until the neighbour has taken the message that makes its own the active one.
+    const auto comesForward = [&] { return GetForegroundWindow() == earlier; };
     for (const bool over : {false, true}) {
         EXPECT_TRUE(SetForegroundWindow(own.window()));
         EXPECT_EQ(manager.SetMaxInstances(over ? 2 : 3, false), 1);
@@ -72,7 +74,8 @@ TEST_F(InstanceWindows, LimitBringsTheEarlierForwardAndClosesTheYoungestFirst) {
         EXPECT_EQ(manager.IsOverLimit(false), over);
         EXPECT_EQ(GetForegroundWindow(), own.window());
         EXPECT_EQ(manager.IsOverLimit(true), over);
-        EXPECT_EQ(GetForegroundWindow() == earlier, over);
+        if (over) Await("the neighbour's turn", comesForward);
+        EXPECT_EQ(GetForegroundWindow(), over ? earlier : own.window());
         EXPECT_EQ((GetWindowLongW(earlier, GWL_STYLE) & WS_MINIMIZE) == 0, over);
     }
     // If this process is alone in the list, no other comes forward, whatever follows the last entry.
@@ -90,7 +93,7 @@ TEST_F(InstanceWindows, LimitBringsTheEarlierForwardAndClosesTheYoungestFirst) {
         EXPECT_EQ(manager.AddInstance(id), 1);
     EXPECT_TRUE(SetForegroundWindow(own.window()));
     EXPECT_TRUE(manager.IsOverLimit(true));
-    EXPECT_EQ(GetForegroundWindow(), earlier);
+    Await("the neighbour's second turn", comesForward);
     // No process is closed unless that is asked for.
     EXPECT_EQ(manager.SetMaxInstances(0, false), 1);
     for (const Received& message : own.Take())

@@ -212,11 +212,15 @@ TEST_F(Dialogs, RunUntilTheyEnd) {
     EXPECT_TRUE(DestroyWindow(owner));
 }
 
-// The child ends with the result of its dialog.
+// The child ends with the result of its dialog. It is busy with one message for as long as somebody owns the mutex.
+constexpr WCHAR kBusy[] = TEXT("Local\\Qantivo.Tests.Busy");
 CHILD_PROGRAM(ShowsADialog) {
     const Template modal(kFrame, kModalItems);
     const auto procedure = [](HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) -> INT_PTR {
-        if (message == WM_APP + 1) Sleep(static_cast<DWORD>(wParam));
+        if (message == WM_APP + 1) {
+            CMutex busy(FALSE, kBusy);
+            (void)CSingleLock(&busy).Lock();
+        }
         if (message == WM_APP + 2) ExitProcess(7);
         if (message == WM_APP + 3)
             return SendMessageW(reinterpret_cast<HWND>(wParam), WM_APP, 30, 12) == 42 &&
@@ -236,8 +240,10 @@ TEST_F(Dialogs, OfOtherProcessesAreDriven) {
         EXPECT_TRUE(TextOf(edit) == text);
         EXPECT_EQ(GetWindowTextLengthW(edit), 0) << "another process sees no more than titles";
         DWORD_PTR result;
-        EXPECT_FALSE(SendMessageTimeoutW(dialog, WM_APP + 1, 300, 0, SMTO_NORMAL, 20, &result));
+        CMutex busy(TRUE, kBusy);
+        EXPECT_FALSE(SendMessageTimeoutW(dialog, WM_APP + 1, 0, 0, SMTO_NORMAL, 20, &result));
         EXPECT_EQ(GetLastError(), DWORD{ERROR_TIMEOUT});
+        EXPECT_TRUE(busy.Unlock());
         EXPECT_EQ(SendMessageW(dialog, WM_APP, 3, 4), 7) << "the next answer is the next message's";
         const HWND own = MakeDialog({kFrame, {}});
         if (dies)

@@ -46,6 +46,7 @@ class RehearseProgram : public ::testing::Test {
     const std::string kWork = kFolder.Path();
     const std::string kTemporary = kWork + "/tmp";
     const std::string kSample = QTV_BUILD_FOLDER "/package";
+    const std::string kSleeper = QTV_BUILD_FOLDER "/sleeper.exe";
     std::string m_output;
 };
 
@@ -83,13 +84,27 @@ TEST_F(RehearseProgram, ShowsRunsThatComeToNothing) {
     ExpectSaid("setup.exe runs instead");
 }
 
+TEST_F(RehearseProgram, TellsNoVerdictOfARunThatHangs) {
+    const std::string package = CopyOfPackage();
+    setenv("WINHOST_CLOCK", "virtual", 1);
+    for (const std::string program : {"/QtvUnInst.exe", "/setup.exe"}) {
+        fs::copy_file(kSleeper, package + program, fs::copy_options::overwrite_existing);
+        EXPECT_EQ(Run(package), 2);
+        ExpectSaid("programs were still running  ->  they were ended");
+        ExpectSaid("==== what is left ====\nnot finished");
+    }
+    unsetenv("WINHOST_CLOCK");
+}
+
 TEST_F(RehearseProgram, RemovesItsMachineWhenItIsBrokenOff) {
+    const std::string endless = CopyOfPackage();
+    fs::copy_file(kSleeper, endless + "/setup.exe", fs::copy_options::overwrite_existing);
     const auto breakOff = [&](int signal) {
         const pid_t child = fork();
         if (child == 0) {
             setenv("TMPDIR", kTemporary.c_str(), 1);
             (void)!freopen("/dev/null", "w", stdout);
-            execl(kProgram.c_str(), "rehearse", kSample.c_str(), nullptr);
+            execl(kProgram.c_str(), "rehearse", endless.c_str(), nullptr);
             _exit(127);
         }
         while (fs::is_empty(kTemporary) ||

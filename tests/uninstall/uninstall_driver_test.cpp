@@ -156,22 +156,4 @@ TEST_F(Uninstall, CopyStartedByHand) {
     }
 }
 
-// The uninstall waits five seconds for a registrar and five for an application that hang, and then continues.
-TEST_F(Uninstall, WaitsForHangingProgramsForALimitedTime) {
-    // The system searches for the registrar in the folder of the copy first.
-    ImportFile(QTV_BUILD_FOLDER "/sleeper.exe", kScratch + TEXT("\\regsvr32.exe"));
-    ImportFile(QTV_BUILD_FOLDER "/sleeper.exe", kMarked + TEXT("QtvApp8.exe"));
-    MakeFile(kMarked + TEXT("QtvUnInst.exe"));
-    MakeFile(kMarked + TEXT("QtvUnInst.log"), "File Copy: QtvApp8.exe\n");
-    const BoxAnswers boxes({IDOK});
-    const DWORD start = GetTickCount();
-    const RunningProgram copy =
-        StartChild("TemporaryCopy", TEXT("-delself \"") + kMarked + TEXT("QtvUnInst.exe\""));
-    EXPECT_TRUE(HoldsWithin(30000, [&] { return !copy.Runs(); }));
-    EXPECT_GE(GetTickCount() - start, 10900u);
-    EXPECT_EQ(Tree(kFolder), std::vector<Text>{TEXT("QtvApp8.exe")});
-    EXPECT_EQ(MarkedPaths(), (std::vector<Text>{kScratch + TEXT("\\running.exe"),
-                                                kMarked + TEXT("QtvApp8.exe"), kMarked + TEXT("x64")}));
-}
-
 }  // namespace

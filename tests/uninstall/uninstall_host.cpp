@@ -1,9 +1,12 @@
 // Tests of the uninstall that need a failing call, or the events and handles of the embedded machine.
+#include <algorithm>
 #include <set>
+#include <sstream>
 
 #include "app/process_helpers.h"
 #include "app/setup_state.h"
 #include "harness/registry_values.h"
+#include "harness/target.h"
 #include "support/shell_folders.h"
 #include "uninstall/file_associations.h"
 #include "uninstall/registry_purge.h"
@@ -133,6 +136,16 @@ TEST_F(UninstallFaults, NoCopyNoUninstall) {
 
 }  // namespace
 
+// The uninstaller's copy, or a program that the copy starts and that takes the time in the file "takes".
+CHILD_PROGRAM(CopyOfSlowPrograms) {
+    const Text begun = kScratch + TEXT("\\begun");
+    MakeFile(begun, FileBytes(begun).value_or("") + std::to_string(GetTickCount()) + "\n");
+    g_silentMode = 1;
+    if (Text(__wargv[1]) == TEXT("-delself")) RunTemporaryCopy();
+    Sleep(static_cast<DWORD>(std::stoul(FileBytes(kScratch + TEXT("\\takes")).value_or(""))));
+    return 0;
+}
+
 CHILD_PROGRAM(CopyOnASystemWithoutAHandler) {
     g_silentMode = 1;
     g_osVersion.dwMajorVersion = 5;
@@ -141,6 +154,31 @@ CHILD_PROGRAM(CopyOnASystemWithoutAHandler) {
 }
 
 namespace {
+
+// The copy leaves the first process a second to end. It waits five for the registrar and five for the application, then
+// it goes on while they run.
+TEST_F(UninstallFaults, WaitsForOtherProgramsForALimitedTime) {
+    (void)SetVirtualClock(true);
+    for (const DWORD takes : {0, 4'999, 5'001}) {
+        MakeFile(kScratch + TEXT("\\takes"), std::to_string(takes));
+        MakeFile(kScratch + TEXT("\\q\\QtvUnInst.log"), "File Copy: QtvApp8.exe\n");
+        // The system searches for the registrar in the folder of the copy first.
+        for (const LPCWSTR program : {TEXT("\\regsvr32.exe"), TEXT("\\q\\QtvApp8.exe")})
+            ImportFile(OwnProgram().string(), kScratch + program);
+        EXPECT_EQ(RunChild("CopyOfSlowPrograms", kScratch + TEXT("\\copy.exe"),
+                           TEXT("-delself C:\\Scratch\\q\\QtvUnInst.exe")),
+                  0u);
+        std::istringstream begun(FileBytes(kScratch + TEXT("\\begun")).value_or(""));
+        DWORD copy = 0, registrar = 0, application = 0;
+        begun >> copy >> registrar >> application;
+        EXPECT_EQ(registrar - copy, 1'000u);
+        EXPECT_EQ(application - registrar, std::min<DWORD>(takes, 5'000));
+        EXPECT_EQ(Exists(kScratch + TEXT("\\q\\QtvApp8.exe")), takes > 5'000) << "it is in use";
+        DeleteTree(kScratch + TEXT("\\begun"));
+        RestartMachine();
+    }
+    (void)SetVirtualClock(false);
+}
 
 // Another drive than the current one. Only the copy itself is started.
 TEST_F(UninstallFaults, CopyWorksOnTheDriveThatItIsTold) {

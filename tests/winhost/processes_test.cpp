@@ -23,7 +23,8 @@ TEST_F(HostProcesses, OfTheHostAreNoneOfTheMachines) {
         EXPECT_EQ(OpenProcess(PROCESS_TERMINATE, FALSE, id), nullptr);
         EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
     }
-    EXPECT_TRUE(winhost::WaitForProcesses(10000)) << "a process outside the machine is not waited for";
+    EXPECT_TRUE(winhost::WaitForProcesses(tools::kHangMs))
+        << "a process outside the machine is not waited for";
     EXPECT_FALSE(fs::exists(stale));
     EXPECT_EQ(waitpid(stranger.Id(), nullptr, WNOHANG), 0) << "the stranger runs on";
 }
@@ -46,7 +47,7 @@ TEST_F(HostProcesses, AreFoundByIdAndEndedThroughAHandleThatMay) {
     EXPECT_EQ(OpenProcess(SYNCHRONIZE, FALSE, sleeper.Id()), nullptr);
     CloseHandle(weak);
     CloseHandle(strong);
-    EXPECT_TRUE(winhost::WaitForProcesses(10000));
+    EXPECT_TRUE(winhost::WaitForProcesses(tools::kHangMs));
     EXPECT_EQ(std::distance(fs::directory_iterator(winhost::TableFolder()), {}), 1) << "this process";
 }
 
@@ -79,22 +80,21 @@ TEST_F(HostProcesses, OfTwoRunsFromTheShellEndWithTheirPrograms) {
     const fs::path program = root / "C/sleeper.exe";
     fs::copy_file(kSleeper, program);
     const std::string run =
-        "timeout 30 " QTV_BUILD_FOLDER "/winmachine run '" + root.native() + "' 'C:\\sleeper.exe'";
+        "timeout 300 " QTV_BUILD_FOLDER "/winmachine run '" + root.native() + "' 'C:\\sleeper.exe'";
     FILE* const runs[] = {popen(run.c_str(), "r"), popen(run.c_str(), "r")};
     std::vector<pid_t> sleepers;
-    for (int tries = 0; sleepers.size() < 2 && tries < 2000; ++tries) {
-        usleep(10000);
+    Await("both runs", [&] {
         sleepers.clear();
         std::error_code error;
         for (const auto& entry : fs::directory_iterator(root / ".state/processes", error))
             if (fs::read_symlink("/proc" / entry.path().filename() / "exe", error) == fs::canonical(program))
                 sleepers.push_back(std::stoi(entry.path().filename()));
-    }
-    EXPECT_EQ(sleepers.size(), 2u);
+        return sleepers.size() == 2;
+    });
     for (const pid_t sleeper : sleepers)
         kill(sleeper, SIGKILL);
     for (FILE* const each : runs)
-        EXPECT_NE(WEXITSTATUS(pclose(each)), 124) << "it waits until its time is up";
+        EXPECT_NE(WEXITSTATUS(pclose(each)), 124) << "it waits for something else";
     fs::remove_all(root);
 }
 

@@ -2,12 +2,13 @@
 
 #include <cwchar>
 
+#include "common/hang.h"
+
 namespace tools {
 
 namespace {
 
 constexpr int kLastBoxButton = 11;
-constexpr UINT kAnswerMs = 5000;
 
 }  // namespace
 
@@ -36,7 +37,7 @@ int SafestButton(HWND box) {
 
 void AnswerBox(HWND box, int button) {
     DWORD_PTR result;
-    SendMessageTimeoutW(box, WM_COMMAND, static_cast<WPARAM>(button), 0, SMTO_NORMAL, kAnswerMs, &result);
+    SendMessageTimeoutW(box, WM_COMMAND, static_cast<WPARAM>(button), 0, SMTO_NORMAL, kHangMs, &result);
 }
 
 }  // namespace tools

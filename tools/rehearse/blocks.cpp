@@ -97,6 +97,7 @@ std::vector<Block> BlocksOfLeft(const Rehearsal& rehearsal) {
 }
 
 std::string VerdictOf(const Rehearsal& rehearsal) {
+    if (!rehearsal.finished) return "not finished: the last step hung and was ended";
     const auto count = std::count_if(rehearsal.left.begin(), rehearsal.left.end(),
                                      [](const Leftover& left) { return left.reason.empty(); });
     return count == 0 ? "nothing that should have gone"

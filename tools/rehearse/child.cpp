@@ -11,13 +11,15 @@
 #include <ctime>
 #include <exception>
 
+#include "common/hang.h"
+
 namespace rehearse {
 
 namespace {
 
 constexpr int kCrashed = 2;
 constexpr int kBySignal = 128;
-constexpr int kLastWaitMs = 10000, kPollMs = 10;
+constexpr int kPollMs = 10;
 
 sigset_t heldSignals, earlierSignals;
 
@@ -56,7 +58,7 @@ Children::Children() {
 }
 
 Children::~Children() {
-    for (int waited = 0; waited < kLastWaitMs; waited += kPollMs) {
+    for (unsigned long waited = 0; waited < tools::kHangMs; waited += kPollMs) {
         pid_t ended;
         while ((ended = waitpid(-1, nullptr, WNOHANG)) > 0) {
         }

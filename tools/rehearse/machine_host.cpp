@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include "rehearse/machine.h"
+#include "common/hang.h"
 #include "common/redirected_streams.h"
 #include "common/text.h"
 #include "winhost.h"
@@ -62,21 +63,22 @@ Outcome RunToEnd(const std::string& commandLine, const std::string& folder) {
         outcome.exitCode = GetLastError();
         return outcome;
     }
-    const bool ended = WaitForSingleObject(process.hProcess, kProgramMs) == WAIT_OBJECT_0 &&
-                       winhost::WaitForProcesses(kRestMs);
-    if (!ended) (void)winhost::EndProcesses(kRestMs);
+    outcome.finished = WaitForSingleObject(process.hProcess, tools::kHangMs) == WAIT_OBJECT_0 &&
+                       winhost::WaitForProcesses(tools::kHangMs);
+    if (!outcome.finished) (void)winhost::EndProcesses(tools::kHangMs);
     (void)GetExitCodeProcess(process.hProcess, &outcome.exitCode);
     (void)CloseHandle(process.hThread);
     (void)CloseHandle(process.hProcess);
     TakeEvents(outcome);
     TakeComplaints(outcome);
     if (outcome.exitCode == kSessionEnded) outcome.messages.push_back(kPageForAPerson);
-    if (!ended) outcome.messages.push_back(kStillRunning);
+    if (!outcome.finished) outcome.messages.push_back(kStillRunning);
     return outcome;
 }
 
-void Restart() {
+bool Restart() {
     winhost::RestartMachine();
+    return true;
 }
 
 }  // namespace rehearse

@@ -6,6 +6,7 @@
 #include <set>
 #include <thread>
 
+#include "common/hang.h"
 #include "common/message_boxes.h"
 #include "common/text.h"
 #include "rehearse/machine.h"
@@ -63,24 +64,21 @@ class Run {
 
   private:
     void FollowPrograms() {
-        DWORD start = GetTickCount(), patience = kProgramMs;
-        bool late = false;
+        DWORD start = GetTickCount();
         do {
             DEBUG_EVENT event;
-            if (!late && GetTickCount() - start > patience) {
-                late = true;
+            if (m_outcome.finished && GetTickCount() - start > tools::kHangMs) {
+                m_outcome.finished = false;
                 EndPrograms();
             }
             if (!WaitForDebugEvent(&event, kPollMs)) continue;
             DWORD status = DBG_CONTINUE;
             Follow(event, status);
-            if (event.dwDebugEventCode == EXIT_PROCESS_DEBUG_EVENT && event.dwProcessId == m_first) {
+            if (event.dwDebugEventCode == EXIT_PROCESS_DEBUG_EVENT && event.dwProcessId == m_first)
                 start = GetTickCount();
-                patience = kRestMs;
-            }
             (void)ContinueDebugEvent(event.dwProcessId, event.dwThreadId, status);
         } while (!m_begun || !m_running.empty());
-        if (late) m_outcome.messages.push_back(kStillRunning);
+        if (!m_outcome.finished) m_outcome.messages.push_back(kStillRunning);
     }
 
     void Follow(const DEBUG_EVENT& event, DWORD& status) {
@@ -175,16 +173,17 @@ Outcome RunToEnd(const std::string& commandLine, const std::string& folder) {
     return Run().ToEnd(commandLine, folder);
 }
 
-void Restart() {
+bool Restart() {
     WCHAR line[] = L"C:\\windows\\system32\\wineboot.exe -r";
     STARTUPINFOW startup = {};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process = {};
     if (!CreateProcessW(nullptr, line, nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process))
-        return;
-    (void)WaitForSingleObject(process.hProcess, kProgramMs);
+        return false;
+    const bool ended = WaitForSingleObject(process.hProcess, tools::kHangMs) == WAIT_OBJECT_0;
     (void)CloseHandle(process.hThread);
     (void)CloseHandle(process.hProcess);
+    return ended;
 }
 
 }  // namespace rehearse

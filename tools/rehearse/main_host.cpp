@@ -4,7 +4,8 @@
 // what is left at the end. OPTIONs are those of the setup program, -s if none are given. The earlier package is
 // installed first, with the same options. With --wine, the package's own Windows program runs in a throwaway Wine
 // prefix. With --html, a page for a browser shows the same.
-// Exits with 0, with 1 if something is left that should not be, and with 2 if there is nothing to rehearse.
+// Exits with 0, with 1 if something is left that should not be, and with 2 if there is nothing to rehearse,
+// or if a step hangs.
 #include <unistd.h>
 
 #include <algorithm>

@@ -81,6 +81,8 @@ bool ByName(const snapshot::Change& left, const snapshot::Change& right) {
     return left.name < right.name;
 }
 
+struct Hangs {};
+
 class Stage {
   public:
     explicit Stage(const std::function<void(const Step&)>& seen) : m_seen(seen) {
@@ -134,10 +136,11 @@ class Stage {
     }
 
     void NextStart() {
-        Restart();
+        const bool restarted = Restart();
         Step step;
         step.name = "restart";
         Finish(step, false);
+        if (!restarted) throw Hangs();
     }
 
     Rehearsal End(const std::vector<Installation>& installations) {
@@ -147,6 +150,11 @@ class Stage {
         std::sort(
             m_rehearsal.left.begin(), m_rehearsal.left.end(),
             [](const Leftover& left, const Leftover& right) { return ByName(left.change, right.change); });
+        return std::move(m_rehearsal);
+    }
+
+    Rehearsal Unfinished() {
+        m_rehearsal.finished = false;
         return std::move(m_rehearsal);
     }
 
@@ -166,6 +174,7 @@ class Stage {
         for (std::string& program : step.outcome.programs)
             program = Neutral(program);
         Finish(step, isUninstall);
+        if (!step.outcome.finished) throw Hangs();
     }
 
     void Finish(Step& step, bool isUninstall) {
@@ -180,7 +189,7 @@ class Stage {
                 step.logLines = ReadLog(name).lines;
         m_last = now;
         m_seen(step);
-        m_rehearsal.steps.push_back(std::move(step));
+        m_rehearsal.steps.push_back(step);
     }
 
     Changes Differences(const Snapshot& before, const Snapshot& after) const {
@@ -243,17 +252,23 @@ std::string ButtonName(int button) {
 }
 
 int Rehearsal::ExitCode() const {
+    if (!finished) return 2;
     return std::any_of(left.begin(), left.end(), [](const Leftover& item) { return item.reason.empty(); });
 }
 
 Rehearsal Rehearse(const std::vector<std::string>& options, const std::function<void(const Step&)>& seen) {
     Stage stage(seen);
-    if (stage.Has(kEarlierPackage)) stage.Install("setup of the earlier package", kEarlierPackage, options);
-    stage.Install("setup", kPackage, options);
-    const std::vector<Installation> installations = stage.Installations();
-    stage.Uninstall();
-    stage.NextStart();
-    return stage.End(installations);
+    try {
+        if (stage.Has(kEarlierPackage))
+            stage.Install("setup of the earlier package", kEarlierPackage, options);
+        stage.Install("setup", kPackage, options);
+        const std::vector<Installation> installations = stage.Installations();
+        stage.Uninstall();
+        stage.NextStart();
+        return stage.End(installations);
+    } catch (const Hangs&) {
+        return stage.Unfinished();
+    }
 }
 
 }  // namespace rehearse

@@ -36,12 +36,13 @@ struct Leftover {
 struct Rehearsal {
     std::vector<Step> steps;
     std::vector<Leftover> left;
-    // 0, or 1 if something is left that should not be.
+    bool finished = true;
+    // 0, or 1 if something is left that should not be. 2 if it was not finished: then nobody knows.
     int ExitCode() const;
 };
 
 // Runs all steps on the machine: the earlier package, the package, the uninstaller, the next start. Both setup programs
-// get the options. `seen` is called after each step.
+// get the options. `seen` is called after each step. A step that hangs is the last one.
 Rehearsal Rehearse(const std::vector<std::string>& options, const std::function<void(const Step&)>& seen);
 
 }  // namespace rehearse

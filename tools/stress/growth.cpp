@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include "common/hang.h"
 #include "common/throwaway_folder.h"
 #include "stress/large.h"
 #include "sweep/machines.h"
@@ -154,8 +155,7 @@ Measure RunMeasured(const std::u16string& program, const std::vector<std::u16str
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> output(popen(command.c_str(), "r"), pclose);
     if (!output || std::fscanf(output.get(), "%ld %ld", &measure.peakKib, &measure.ms) != 2)
         throw std::runtime_error("can't be measured: " + command);
-    constexpr DWORD kApplicationEndsMs = 30000;
-    if (!winhost::WaitForProcesses(kApplicationEndsMs)) throw std::runtime_error("hangs: " + command);
+    if (!winhost::WaitForProcesses(tools::kHangMs)) throw std::runtime_error("hangs: " + command);
     for (const auto& [call, count] : winhost::ProgramCallCounts())
         measure.calls += count;
     if (measure.calls == 0) throw std::runtime_error("crashed: " + command);

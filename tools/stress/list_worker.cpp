@@ -1,7 +1,8 @@
 // list_worker ROUNDS: enters and leaves the list of running copies ROUNDS times. Exits with 0 if it found itself there
-// once each time and never waited too long, otherwise with 1, 2 or 3.
+// once each time and didn't hang, otherwise with 1, 2 or 3.
 #include <algorithm>
 
+#include "common/hang.h"
 #include "instances/instance_manager.h"
 #include "stress/list.h"
 
@@ -26,7 +27,7 @@ int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR, int) {
         COXInstanceManager manager(stress::kListName, stress::kAdditionalBytes, true);
         if (TimesListed(manager) != 1) return 1;
         if (manager.RemoveInstance(GetCurrentProcessId()) != 1) return 2;
-        if (GetTickCount() - start > stress::kLongestWaitMs) return 3;
+        if (GetTickCount() - start > tools::kHangMs) return 3;
         // Messages that are posted without a window arrive at this thread.
         for (MSG message; PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE);) {
         }

@@ -12,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "common/hang.h"
 #include "common/throwaway_folder.h"
 #include "stress/findings.h"
 #include "stress/parts.h"
@@ -29,7 +30,7 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 constexpr unsigned kSeeds = 600, kQuickSeeds = 8;
-constexpr milliseconds kHang{60000};
+constexpr milliseconds kHang{tools::kHangMs};
 
 struct Pair {
     const char* name;
@@ -193,7 +194,7 @@ std::vector<Problem> Try(const Pair& pair, unsigned seed, const Machines& machin
     std::vector<Problem> problems;
     if (!AwaitEnd(random, pair.wizard)) {
         problems.push_back({Stage::Run, "the runs", "hang"});
-        (void)winhost::EndProcesses(30000);
+        (void)winhost::EndProcesses(tools::kHangMs);
     }
     for (const HANDLE process : {first, second}) {
         DWORD exitCode = 0;

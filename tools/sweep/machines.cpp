@@ -10,6 +10,7 @@
 #include <regex>
 #include <sstream>
 
+#include "common/hang.h"
 #include "snapshot/snapshot.h"
 #include "sweep/scenarios.h"
 
@@ -20,7 +21,6 @@ namespace sweep {
 namespace {
 
 // A run takes less than a second, and the waits of the program up to five seconds.
-constexpr DWORD kHangMs = 30000;
 constexpr DWORD kPressMs = 20;
 constexpr int kMostPresses = 50;
 
@@ -78,7 +78,7 @@ bool PressNext() {
         if (!dialog) return false;
     } while (!IsWindowVisible(dialog));
     DWORD_PTR result = 0;
-    (void)SendMessageTimeoutW(GetDlgItem(dialog, IDOK), BM_CLICK, 0, 0, SMTO_NORMAL, kHangMs, &result);
+    (void)SendMessageTimeoutW(GetDlgItem(dialog, IDOK), BM_CLICK, 0, 0, SMTO_NORMAL, tools::kHangMs, &result);
     return true;
 }
 
@@ -87,11 +87,11 @@ enum class End { ByItself, GivenUp, Never };
 // Waits for the end of all programs. If a failed call keeps a wizard on one page, the wizard is ended.
 End AwaitEnd() {
     int presses = 0;
-    for (DWORD waited = 0; waited < kHangMs && presses < kMostPresses; waited += kPressMs) {
+    for (DWORD waited = 0; waited < tools::kHangMs && presses < kMostPresses; waited += kPressMs) {
         if (winhost::WaitForProcesses(kPressMs)) return End::ByItself;
         if (PressNext()) ++presses;
     }
-    (void)winhost::EndProcesses(kHangMs);
+    (void)winhost::EndProcesses(tools::kHangMs);
     return presses < kMostPresses ? End::Never : End::GivenUp;
 }
 

@@ -6,7 +6,7 @@
 //                     name), each optionally followed by =ERROR for the error code, or by =kill
 //   WINHOST_COUNTS    a host file. When the process ends, it adds a line "CALL N" for each call that it used
 //   WINHOST_CONCERNS  the programs that the two above concern, by the name of their file, with * and ?; all without it
-//   WINHOST_CLOCK     "virtual": Sleep returns at once
+//   WINHOST_CLOCK     "virtual": time passes by waits only, which are over at once
 // A process sets them for the programs that it starts (SetProgramFaults, SetVirtualClock).
 #include "core/faults.h"
 

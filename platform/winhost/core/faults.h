@@ -12,7 +12,7 @@ namespace winhost {
 bool Fails(const char* call, DWORD error = ERROR_ACCESS_DENIED);
 // The same for calls that return their error. Returns 0, or the error code of the fault.
 DWORD FaultOf(const char* call, DWORD error = ERROR_ACCESS_DENIED);
-// Whether waits of a fixed length return at once.
+// Whether time passes by waits only.
 bool VirtualClock();
 // The name of the platform call that this thread began last. Empty before the first.
 const char* CurrentCall();

@@ -16,6 +16,7 @@ extern "C" {
 #include <chrono>
 #include <climits>
 #include <cstring>
+#include <fstream>
 #include <vector>
 
 #include "core/faults.h"
@@ -23,6 +24,7 @@ extern "C" {
 #include "core/machine.h"
 #include "files/paths.h"
 #include "files/sharing.h"
+#include "processes/clock.h"
 #include "winhost.h"
 
 namespace fs = std::filesystem;
@@ -32,8 +34,7 @@ namespace winhost {
 namespace {
 
 constexpr char kHandedOver[] = "WINHOST_PROCESS";
-// A dying process drops its files one by one. After the first is dropped, others wait this long for the rest.
-constexpr DWORD kDyingMilliseconds = 100;
+constexpr DWORD kLookMs = 1;
 
 // This process's own entry. It is never destroyed, because its lock shows that the process lives.
 struct OwnEntry {
@@ -60,12 +61,26 @@ bool IsHeld(int table) {
     return false;
 }
 
-// Whether the entry's process has ended. A process that has dropped its lock may
-// still be ending and hold its running image, so it is waited for. The wait is
-// short, because the number may already belong to a process outside the machine.
-bool HasEnded(const ProcessFiles& files) {
+// Whether the host is taking the process down.
+bool IsDying(DWORD id) {
+    constexpr unsigned kExiting = 4;  // PF_EXITING of the kernel
+    std::ifstream file("/proc/" + std::to_string(id) + "/stat");
+    std::string text;
+    std::getline(file, text, '\0');
+    unsigned flags = 0;
+    // The name of the program may hold anything.
+    const auto name = text.rfind(')');
+    return name != text.npos &&
+           std::sscanf(text.c_str() + name + 1, " %*c %*d %*d %*d %*d %*d %u", &flags) == 1 &&
+           (flags & kExiting);
+}
+
+// Whether the entry's process has ended. A dying process drops its files one by one, so one that has dropped its lock is
+// waited for: it may still hold its running image. The number may also belong to a process outside the machine by now.
+bool HasEnded(DWORD id, const ProcessFiles& files) {
     if (IsHeld(files.table.get())) return false;
-    if (files.process) (void)WaitForEnd(files.process.get(), kDyingMilliseconds);
+    while (files.process && IsDying(id) && !WaitForEnd(files.process.get(), kLookMs)) {
+    }
     return true;
 }
 
@@ -164,6 +179,10 @@ void BeginProcess() {
     own.ownImage = OpenFile::OpenImage(Locate(program).host);
 }
 
+int OwnTable() {
+    return TheEntry().table.get();
+}
+
 void RecordOwnExit(DWORD exitCode) {
     // The end of a fork of this process is not the end of this process.
     if (TheEntry().pid == getpid()) RecordExitCode(TheEntry().table.get(), exitCode);
@@ -181,25 +200,37 @@ ProcessFiles OpenProcessFiles(DWORD id) {
 std::optional<ProcessFiles> FindProcess(DWORD id) {
     if (id == 0 || id > 0x7FFFFFFF) return std::nullopt;
     ProcessFiles files = OpenProcessFiles(id);
-    if (!files.process || !files.table || HasEnded(files) || WaitForEnd(files.process.get(), 0))
+    if (!files.process || !files.table || HasEnded(id, files) || WaitForEnd(files.process.get(), 0))
         return std::nullopt;
     return files;
 }
 
+// The times stand before the exit code, which is written last.
+void RecordTimes(int table, const VirtualTimes& times) {
+    (void)!pwrite(table, &times, sizeof times, 0);
+}
+
+std::optional<VirtualTimes> RecordedTimes(int table) {
+    VirtualTimes times;
+    if (pread(table, &times, sizeof times, 0) != sizeof times) return std::nullopt;
+    return times;
+}
+
 void RecordExitCode(int table, DWORD exitCode) {
-    (void)!pwrite(table, &exitCode, sizeof exitCode, 0);
+    (void)!pwrite(table, &exitCode, sizeof exitCode, sizeof(VirtualTimes));
 }
 
 std::optional<DWORD> RecordedExitCode(int table) {
     DWORD exitCode = 0;
-    if (pread(table, &exitCode, sizeof exitCode, 0) != sizeof exitCode) return std::nullopt;
+    if (pread(table, &exitCode, sizeof exitCode, sizeof(VirtualTimes)) != sizeof exitCode)
+        return std::nullopt;
     return exitCode;
 }
 
 void PruneTable() {
     for (const DWORD id : ListedIds()) {
         const ProcessFiles files = OpenProcessFiles(id);
-        if (files.table && HasEnded(files)) unlink(EntryPath(id).c_str());
+        if (files.table && HasEnded(id, files)) unlink(EntryPath(id).c_str());
     }
 }
 
@@ -242,6 +273,7 @@ bool WaitForProcesses(DWORD milliseconds) {
         const auto rest = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
         return static_cast<DWORD>(std::max<long>(rest, 0));
     };
+    const OpenEndedWait wait;
     // A process that ends may have started others after the table was read, so the table is read until it lists none.
     for (;;) {
         bool any = false;
@@ -249,7 +281,7 @@ bool WaitForProcesses(DWORD milliseconds) {
             if (id == static_cast<DWORD>(TheEntry().pid)) continue;
             any = true;
             const ProcessFiles files = OpenProcessFiles(id);
-            if (!files.process || !files.table || HasEnded(files)) continue;
+            if (!files.process || !files.table || HasEnded(id, files)) continue;
             if (!WaitForEnd(files.process.get(), left())) return false;
         }
         if (!any) return true;

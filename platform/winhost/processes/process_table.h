@@ -6,6 +6,7 @@
 
 #include <windows.h>
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -34,6 +35,8 @@ void HandOver(int table, int image);
 void BeginProcess();
 // Takes this process off the table: from now on nobody finds it, ends it or waits for it.
 void LeaveTable();
+// Returns this process's file; -1 if it has none.
+int OwnTable();
 // Records the exit code for those that hold the process open.
 void RecordOwnExit(DWORD exitCode);
 
@@ -47,7 +50,16 @@ ProcessFiles OpenProcessFiles(DWORD id);
 // Returns none when no living process of this machine has that id.
 std::optional<ProcessFiles> FindProcess(DWORD id);
 
-// Write and read the exit code in the file of a process. None while it hasn't been written.
+// What the file of a process says of its virtual time, in milliseconds.
+struct VirtualTimes {
+    std::uint64_t now = 0;    // it does nothing before that time
+    std::uint64_t until = 0;  // those that it has started may go on until then
+};
+// Write and read the times. None while they haven't been written.
+void RecordTimes(int table, const VirtualTimes& times);
+std::optional<VirtualTimes> RecordedTimes(int table);
+
+// The same for the exit code.
 void RecordExitCode(int table, DWORD exitCode);
 std::optional<DWORD> RecordedExitCode(int table);
 

@@ -20,6 +20,7 @@ extern "C" {
 #include "core/handles.h"
 #include "core/host_io.h"
 #include "core/machine.h"
+#include "processes/clock.h"
 #include "processes/process_table.h"
 #include "processes/start.h"
 
@@ -46,7 +47,10 @@ class Process {
   public:
     Process(ProcessFiles files, bool child) : m_files(std::move(files)), m_child(child) {}
 
-    bool Wait(DWORD milliseconds) const { return WaitForEnd(m_files.process.get(), milliseconds); }
+    bool Wait(DWORD milliseconds) const {
+        if (milliseconds != 0 && VirtualClock()) return WaitInVirtualTime(m_files, milliseconds);
+        return WaitForEnd(m_files.process.get(), milliseconds);
+    }
 
     DWORD ExitCode() {
         if (!Wait(0)) return STILL_ACTIVE;
@@ -57,7 +61,8 @@ class Process {
     }
 
     bool Terminate(DWORD exitCode) {
-        if (Wait(0)) return false;
+        // A process that is ending keeps its exit code.
+        if (Wait(0) || RecordedExitCode(m_files.table.get())) return false;
         RecordExitCode(m_files.table.get(), exitCode);
         return pidfd_send_signal(m_files.process.get(), SIGKILL, nullptr, 0) == 0;
     }

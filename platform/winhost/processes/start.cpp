@@ -15,6 +15,7 @@
 #include "files/paths.h"
 #include "files/sharing.h"
 #include "processes/arguments.h"
+#include "processes/clock.h"
 #include "processes/process_table.h"
 #include "processes/search.h"
 
@@ -41,6 +42,7 @@ struct ChildPlan {
     std::string commandLine;
     std::vector<std::string> arguments;
     std::vector<char*> argumentPointers;
+    std::optional<VirtualTimes> begin;
     int report = -1;  // receives the error if the program can't be started
     int image = -1;
 };
@@ -57,6 +59,7 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
 [[noreturn]] void RunChild(const ChildPlan& plan) {
     Descriptor entry = EnterTable(plan.table.c_str());
     const int table = entry.Release();
+    if (plan.begin) RecordTimes(table, *plan.begin);
     if (table >= 0 && chdir(plan.folder.c_str()) == 0) {
         fcntl(table, F_SETFD, 0);
         fcntl(plan.image, F_SETFD, 0);
@@ -120,6 +123,7 @@ std::optional<StartedProcess> StartProgram(const std::u16string& program, const 
     for (const auto& argument : SplitArguments(commandLine))
         plan.arguments.push_back(Utf8(argument));
     plan.argumentPointers = Pointers(plan.arguments);
+    plan.begin = TimesOfStarted();
     plan.image = image->descriptor();
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) {

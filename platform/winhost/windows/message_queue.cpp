@@ -14,6 +14,7 @@
 #include "core/faults.h"
 #include "core/host_io.h"
 #include "core/machine.h"
+#include "processes/clock.h"
 #include "windows/own_windows.h"
 #include "windows/sent_messages.h"
 #include "windows/window_table.h"
@@ -217,6 +218,7 @@ bool TakeMessage(MSG& message, Taking how) {
         if (!queue.messages.empty() || queue.quits) break;
         if (how != Taking::Waits) return false;
         if (!queue.door) NotModelled("GetMessageW", "an empty queue that nobody can fill");
+        const OpenEndedWait wait;
         pollfd wanted = {queue.door.get(), POLLIN, 0};
         while (poll(&wanted, 1, -1) < 0 && errno == EINTR) {
         }

@@ -16,6 +16,7 @@
 #include "core/faults.h"
 #include "core/host_io.h"
 #include "core/machine.h"
+#include "processes/clock.h"
 #include "windows/message_queue.h"
 #include "windows/own_windows.h"
 #include "windows/window_table.h"
@@ -153,6 +154,7 @@ std::size_t SizeOfText(const Request& request) {
 // Waits for the answer. Returns none when the receiver has gone or the time is over.
 std::optional<LRESULT> Await(int connection, UINT milliseconds) {
     const auto deadline = Clock::now() + std::chrono::milliseconds(milliseconds);
+    const OpenEndedWait wait;
     for (;;) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
         if (milliseconds != INFINITE && left <= 0) {
