@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-rooms=(core registry files processes resources shell windows programs)
+rooms=(core registry files processes resources shell messages windows controls dialogs machines programs)
 found=
 complain() {
     echo "$1" >&2

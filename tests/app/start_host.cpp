@@ -1,6 +1,6 @@
 // A start that only the embedded machine can show.
 #include "harness/scratch.h"
-#include "winhost.h"
+#include <winhost.h>
 
 // Without its own path a program doesn't know whether it is the installer, so it asks nothing and ends.
 TEST_F(ScratchTest, StartWithoutItsOwnPathDoesNothing) {

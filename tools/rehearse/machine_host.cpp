@@ -6,7 +6,7 @@
 #include "rehearse/machine.h"
 #include "common/redirected_streams.h"
 #include "common/text.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace rehearse {
 

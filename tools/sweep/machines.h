@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "winhost.h"
+#include <winhost.h>
 
 namespace sweep {
 

@@ -8,7 +8,7 @@
 
 #include "core/machine.h"
 #include "core/text.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace winhost {
 

@@ -20,7 +20,7 @@
 
 #include "core/host_io.h"
 #include "core/machine.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace winhost {
 

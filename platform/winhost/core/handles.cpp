@@ -6,7 +6,7 @@
 
 #include "core/faults.h"
 #include "core/host_io.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace winhost {
 

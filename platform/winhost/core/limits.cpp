@@ -16,7 +16,7 @@
 #include "core/faults.h"
 #include "core/host_io.h"
 #include "core/machine.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace fs = std::filesystem;
 

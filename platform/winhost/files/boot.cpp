@@ -14,7 +14,7 @@
 #include "files/paths.h"
 #include "files/profile.h"
 #include "registry/registry_store.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace winhost {
 

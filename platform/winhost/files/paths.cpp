@@ -13,7 +13,7 @@
 #include "core/machine.h"
 #include "core/text.h"
 #include "files/stored_names.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace fs = std::filesystem;
 

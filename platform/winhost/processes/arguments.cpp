@@ -17,10 +17,6 @@ namespace winhost {
 
 namespace {
 
-bool IsBlank(char16_t unit) {
-    return unit == u' ' || unit == u'\t';
-}
-
 std::u16string_view WithoutBlanks(std::u16string_view text) {
     while (!text.empty() && IsBlank(text.front()))
         text.remove_prefix(1);
@@ -86,6 +82,10 @@ __attribute__((constructor(101))) void TakeArguments(int count, char** values, c
 }
 
 }  // namespace
+
+bool IsBlank(char16_t unit) {
+    return unit == u' ' || unit == u'\t';
+}
 
 std::vector<std::u16string> SplitArguments(std::u16string_view rest) {
     std::vector<std::u16string> arguments{TakeProgram(rest)};

@@ -15,7 +15,7 @@
 #include "files/sharing.h"
 #include "processes/search.h"
 #include "processes/system.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace winhost {
 

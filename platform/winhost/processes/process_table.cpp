@@ -23,7 +23,7 @@ extern "C" {
 #include "core/machine.h"
 #include "files/paths.h"
 #include "files/sharing.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace fs = std::filesystem;
 

@@ -22,10 +22,6 @@ namespace winhost {
 
 namespace {
 
-bool IsBlank(char16_t unit) {
-    return unit == u' ' || unit == u'\t';
-}
-
 // Whether the host can run the file: a 64-bit ELF program.
 bool IsHostProgram(int descriptor) {
     unsigned char start[EI_NIDENT + sizeof(Elf64_Half)];

@@ -12,7 +12,7 @@
 #include "core/text.h"
 #include "processes/arguments.h"
 #include "processes/process_table.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace {
 

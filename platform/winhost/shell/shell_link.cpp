@@ -17,7 +17,7 @@
 #include "processes/search.h"
 #include "registry/registry_store.h"
 #include "shell/link_format.h"
-#include "winhost.h"
+#include <winhost.h>
 
 const CLSID CLSID_ShellLink = {0x00021401, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 const IID IID_IShellLinkW = {0x000214F9, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};

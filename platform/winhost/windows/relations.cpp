@@ -5,7 +5,7 @@
 #include "core/host_io.h"
 #include "core/machine.h"
 #include "core/text.h"
-#include "windows/window_table.h"
+#include "messages/window_table.h"
 #include "windows/window_texts.h"
 
 namespace winhost {

@@ -5,11 +5,11 @@
 
 #include "core/faults.h"
 #include "core/machine.h"
-#include "windows/dialogs.h"
+#include "dialogs/dialogs.h"
 #include "windows/focus.h"
-#include "windows/own_windows.h"
+#include "messages/own_windows.h"
 #include "windows/relations.h"
-#include "windows/window_table.h"
+#include "messages/window_table.h"
 
 namespace winhost {
 

@@ -1,5 +1,5 @@
 // Dialogs: made from templates, and run until they end.
-#include "windows/dialogs.h"
+#include "dialogs/dialogs.h"
 
 #include <algorithm>
 
@@ -8,15 +8,15 @@
 #include "core/machine.h"
 #include "registry/registry_store.h"
 #include "resources/resources.h"
-#include "windows/dialog_items.h"
-#include "windows/dialog_keys.h"
-#include "windows/dialog_template.h"
+#include "controls/dialog_items.h"
+#include "dialogs/dialog_keys.h"
+#include "dialogs/dialog_template.h"
 #include "windows/focus.h"
 #include "windows/geometry.h"
-#include "windows/message_queue.h"
-#include "windows/own_windows.h"
-#include "windows/terminal.h"
-#include "windows/window_table.h"
+#include "messages/message_queue.h"
+#include "messages/own_windows.h"
+#include "dialogs/terminal.h"
+#include "messages/window_table.h"
 #include "windows/window_texts.h"
 
 namespace winhost {

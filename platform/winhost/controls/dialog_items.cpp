@@ -1,9 +1,9 @@
 // Finds, reads and sets the controls of a dialog by their ids.
-#include "windows/dialog_items.h"
+#include "controls/dialog_items.h"
 
 #include "core/faults.h"
-#include "windows/own_windows.h"
-#include "windows/window_table.h"
+#include "messages/own_windows.h"
+#include "messages/window_table.h"
 
 namespace winhost {
 

@@ -1,12 +1,12 @@
 // The class "Button": push buttons, check boxes, radio buttons and group boxes.
-#include "windows/buttons.h"
+#include "controls/buttons.h"
 
 #include "core/host_io.h"
 #include "core/machine.h"
-#include "windows/dialog_keys.h"
+#include "dialogs/dialog_keys.h"
 #include "windows/focus.h"
-#include "windows/own_windows.h"
-#include "windows/window_table.h"
+#include "messages/own_windows.h"
+#include "messages/window_table.h"
 #include "windows/window_texts.h"
 
 namespace winhost {
@@ -74,7 +74,7 @@ void Click(HWND window, ButtonState& state) {
     if (ButtonState* const still = StateOf<ButtonState>(window)) still->inClick = false;
 }
 
-void Begin(HWND window) {
+void BeginButton(HWND window) {
     const DWORD type = TypeOf(window);
     if (type > BS_DEFPUSHBUTTON && type != BS_GROUPBOX && !IsCheckable(type))
         NotModelled("CreateWindowExW", "a button of type " + std::to_string(type));
@@ -121,7 +121,7 @@ LRESULT Handle(HWND window, ButtonState& state, UINT message, WPARAM wParam, LPA
 }  // namespace
 
 LRESULT ButtonProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    if (message == WM_NCCREATE) Begin(window);
+    if (message == WM_NCCREATE) BeginButton(window);
     ButtonState* const state = StateOf<ButtonState>(window);
     return state ? Handle(window, *state, message, wParam, lParam)
                  : DefaultOf(window, message, wParam, lParam);

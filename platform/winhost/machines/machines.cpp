@@ -1,5 +1,5 @@
 // Making and entering machines from outside.
-#include "winhost.h"
+#include <winhost.h>
 
 #include <filesystem>
 #include <fstream>

@@ -1,6 +1,6 @@
 // Messages sent to windows of other threads and processes. Each has its own connection, on which the answer comes back.
 // While the sender waits, it answers what is sent to it.
-#include "windows/sent_messages.h"
+#include "messages/sent_messages.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -16,9 +16,9 @@
 #include "core/faults.h"
 #include "core/host_io.h"
 #include "core/machine.h"
-#include "windows/message_queue.h"
-#include "windows/own_windows.h"
-#include "windows/window_table.h"
+#include "messages/message_queue.h"
+#include "messages/own_windows.h"
+#include "messages/window_table.h"
 
 namespace winhost {
 

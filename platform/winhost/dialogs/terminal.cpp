@@ -1,5 +1,5 @@
 // A dialog at the terminal. A person sees its texts and controls, and uses the controls by their numbers.
-#include "windows/terminal.h"
+#include "dialogs/terminal.h"
 
 #include <unistd.h>
 
@@ -8,8 +8,8 @@
 
 #include "core/host_io.h"
 #include "core/text.h"
-#include "windows/message_boxes.h"
-#include "windows/own_windows.h"
+#include "dialogs/message_boxes.h"
+#include "messages/own_windows.h"
 
 namespace winhost {
 

@@ -5,7 +5,7 @@
 #include <windows.h>
 
 #include "core/host_io.h"
-#include "windows/window_table.h"
+#include "messages/window_table.h"
 
 namespace winhost {
 

@@ -1,15 +1,15 @@
 // The class "Edit", with one line or many lines.
-#include "windows/edits.h"
+#include "controls/edits.h"
 
 #include <algorithm>
 #include <tuple>
 
 #include "core/host_io.h"
 #include "core/machine.h"
-#include "windows/dialog_items.h"
-#include "windows/dialogs.h"
-#include "windows/own_windows.h"
-#include "windows/window_table.h"
+#include "controls/dialog_items.h"
+#include "dialogs/dialogs.h"
+#include "messages/own_windows.h"
+#include "messages/window_table.h"
 #include "windows/window_texts.h"
 
 namespace winhost {
@@ -19,8 +19,8 @@ namespace {
 constexpr std::size_t kFirstLimit = 30000;
 constexpr std::size_t kNoLimit = 0x7FFFFFFE;
 constexpr std::size_t kNoLimitOfLines = 0xFFFFFFFF;
-constexpr UINT kFirstMessage = EM_GETSEL;
-constexpr UINT kLastMessage = 0xE0;
+constexpr UINT kFirstEditMessage = EM_GETSEL;
+constexpr UINT kLastEditMessage = 0xE0;
 // The styles for upper and lower case, passwords, OEM characters, and numbers only. They are not modelled.
 constexpr DWORD kOtherStyles = 0x8 | 0x10 | 0x20 | 0x400 | 0x2000;
 
@@ -116,7 +116,7 @@ void PressKey(HWND window, WPARAM key) {
     (void)PostMessageW(button, WM_KEYDOWN, VK_RETURN, 0);
 }
 
-void Begin(HWND window, const CREATESTRUCTW& creation) {
+void BeginEdit(HWND window, const CREATESTRUCTW& creation) {
     if (HasStyle(window, kOtherStyles)) NotModelled("CreateWindowExW", "such an edit");
     auto state = std::make_unique<EditState>();
     state->text = creation.lpszName ? creation.lpszName : u"";
@@ -168,7 +168,7 @@ LRESULT Handle(HWND window, EditState& state, UINT message, WPARAM wParam, LPARA
             ChangeStyle(window, ES_READONLY, wParam ? ES_READONLY : 0);
             return TRUE;
         default:
-            if (message >= kFirstMessage && message < kLastMessage)
+            if (message >= kFirstEditMessage && message < kLastEditMessage)
                 NotModelled("Edit", "message " + std::to_string(message));
             return DefaultOf(window, message, wParam, lParam);
     }
@@ -177,7 +177,7 @@ LRESULT Handle(HWND window, EditState& state, UINT message, WPARAM wParam, LPARA
 }  // namespace
 
 LRESULT EditProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    if (message == WM_NCCREATE) Begin(window, *reinterpret_cast<const CREATESTRUCTW*>(lParam));
+    if (message == WM_NCCREATE) BeginEdit(window, *reinterpret_cast<const CREATESTRUCTW*>(lParam));
     EditState* const state = StateOf<EditState>(window);
     return state ? Handle(window, *state, message, wParam, lParam)
                  : DefaultOf(window, message, wParam, lParam);

@@ -1,15 +1,15 @@
 // What keys do in a dialog: the default button, Esc, Tab, arrows and access keys.
-#include "windows/dialog_keys.h"
+#include "dialogs/dialog_keys.h"
 
 #include <algorithm>
 
 #include "core/faults.h"
 #include "core/host_io.h"
 #include "core/text.h"
-#include "windows/dialog_items.h"
+#include "controls/dialog_items.h"
 #include "windows/focus.h"
-#include "windows/own_windows.h"
-#include "windows/window_table.h"
+#include "messages/own_windows.h"
+#include "messages/window_table.h"
 
 namespace winhost {
 

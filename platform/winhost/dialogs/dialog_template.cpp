@@ -1,4 +1,4 @@
-#include "windows/dialog_template.h"
+#include "dialogs/dialog_template.h"
 
 #include "core/bytes.h"
 #include "windows/window_texts.h"

@@ -1,12 +1,12 @@
 // The class "Static": texts, lines and pictures.
-#include "windows/statics.h"
+#include "controls/statics.h"
 
 #include "core/bytes.h"
 #include "core/machine.h"
 #include "resources/resources.h"
 #include "windows/geometry.h"
-#include "windows/own_windows.h"
-#include "windows/window_table.h"
+#include "messages/own_windows.h"
+#include "messages/window_table.h"
 #include "windows/window_texts.h"
 
 namespace winhost {
@@ -16,7 +16,7 @@ namespace {
 constexpr WORD kBitmapResource = 2;
 constexpr std::size_t kWidthOffset = 4;
 constexpr std::size_t kHeightOffset = 8;
-constexpr UINT kLastMessage = 0x174;
+constexpr UINT kLastStaticMessage = 0x174;
 
 struct StaticState : ControlState {
     LRESULT image = 0;
@@ -34,7 +34,7 @@ void LoadPicture(HWND window, const WindowRecord& record, LPCWSTR name) {
     StateOf<StaticState>(window)->image = static_cast<LRESULT>(name[1]);
 }
 
-void Begin(HWND window, const CREATESTRUCTW& creation) {
+void BeginStatic(HWND window, const CREATESTRUCTW& creation) {
     FindOwnWindow(window)->state = std::make_unique<StaticState>();
     const auto record = Look(window);
     const DWORD type = record->style & SS_TYPEMASK;
@@ -50,13 +50,13 @@ void Begin(HWND window, const CREATESTRUCTW& creation) {
 }  // namespace
 
 LRESULT StaticProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    if (message == WM_NCCREATE) Begin(window, *reinterpret_cast<const CREATESTRUCTW*>(lParam));
+    if (message == WM_NCCREATE) BeginStatic(window, *reinterpret_cast<const CREATESTRUCTW*>(lParam));
     if (message == WM_GETDLGCODE) return DLGC_STATIC;
     if (message == STM_GETIMAGE && wParam == IMAGE_BITMAP) {
         const StaticState* const state = StateOf<StaticState>(window);
         return state ? state->image : 0;
     }
-    if (message >= STM_GETIMAGE - 3 && message <= kLastMessage)
+    if (message >= STM_GETIMAGE - 3 && message <= kLastStaticMessage)
         NotModelled("Static", "message " + std::to_string(message));
     return DefaultOf(window, message, wParam, lParam);
 }

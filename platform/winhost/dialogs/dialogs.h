@@ -6,8 +6,8 @@
 #include <optional>
 
 #include "core/host_io.h"
-#include "windows/dialog_template.h"
-#include "windows/own_windows.h"
+#include "dialogs/dialog_template.h"
+#include "messages/own_windows.h"
 
 namespace winhost {
 

@@ -1,4 +1,4 @@
-#include "windows/message_queue.h"
+#include "messages/message_queue.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -14,9 +14,9 @@
 #include "core/faults.h"
 #include "core/host_io.h"
 #include "core/machine.h"
-#include "windows/own_windows.h"
-#include "windows/sent_messages.h"
-#include "windows/window_table.h"
+#include "messages/own_windows.h"
+#include "messages/sent_messages.h"
+#include "messages/window_table.h"
 
 namespace fs = std::filesystem;
 

@@ -1,4 +1,4 @@
-#include "windows/window_table.h"
+#include "messages/window_table.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -10,7 +10,7 @@
 
 #include "core/host_io.h"
 #include "core/machine.h"
-#include "windows/message_queue.h"
+#include "messages/message_queue.h"
 
 namespace winhost {
 

@@ -1,6 +1,6 @@
 // Message boxes. They are dialogs. A test's list answers them,
 // or a person at the terminal, or whoever presses their buttons.
-#include "windows/message_boxes.h"
+#include "dialogs/message_boxes.h"
 
 #include <unistd.h>
 
@@ -16,9 +16,9 @@
 #include "core/text.h"
 #include "files/paths.h"
 #include "registry/registry_store.h"
-#include "windows/dialogs.h"
-#include "windows/window_table.h"
-#include "winhost.h"
+#include "dialogs/dialogs.h"
+#include "messages/window_table.h"
+#include <winhost.h>
 
 namespace fs = std::filesystem;
 

@@ -1,5 +1,5 @@
 // The classes and windows of this process. Makes and destroys its windows.
-#include "windows/own_windows.h"
+#include "messages/own_windows.h"
 
 #include <algorithm>
 #include <map>
@@ -9,13 +9,13 @@
 #include "core/host_io.h"
 #include "core/machine.h"
 #include "core/text.h"
-#include "windows/buttons.h"
-#include "windows/dialogs.h"
-#include "windows/edits.h"
+#include "controls/buttons.h"
+#include "dialogs/dialogs.h"
+#include "controls/edits.h"
 #include "windows/focus.h"
-#include "windows/message_queue.h"
-#include "windows/statics.h"
-#include "windows/window_table.h"
+#include "messages/message_queue.h"
+#include "controls/statics.h"
+#include "messages/window_table.h"
 
 namespace winhost {
 
