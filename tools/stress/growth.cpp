@@ -12,7 +12,7 @@
 #include "stress/large.h"
 #include "sweep/machines.h"
 #include "sweep/workers.h"
-#include <winhost.h>
+#include "winhost.h"
 
 namespace fs = std::filesystem;
 

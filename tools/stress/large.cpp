@@ -3,7 +3,7 @@
 #include <fstream>
 
 #include "sweep/scenarios.h"
-#include <winhost.h>
+#include "winhost.h"
 
 namespace fs = std::filesystem;
 

@@ -10,7 +10,7 @@
 #include "instances/instance_manager.h"
 #include "stress/parts.h"
 #include "sweep/workers.h"
-#include <winhost.h>
+#include "winhost.h"
 
 namespace fs = std::filesystem;
 

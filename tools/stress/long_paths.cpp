@@ -9,7 +9,7 @@
 #include "sweep/machines.h"
 #include "sweep/scenarios.h"
 #include "sweep/workers.h"
-#include <winhost.h>
+#include "winhost.h"
 
 namespace fs = std::filesystem;
 

@@ -11,7 +11,6 @@
 #include <sstream>
 
 #include "snapshot/snapshot.h"
-#include "sweep/scenarios.h"
 
 namespace fs = std::filesystem;
 

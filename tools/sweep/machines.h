@@ -7,9 +7,11 @@
 #include <optional>
 #include <string>
 
-#include <winhost.h>
+#include "winhost.h"
 
 namespace sweep {
+
+inline constexpr char16_t kLogFile[] = u"C:\\Program Files\\Qantivo 8\\QtvUnInst.log";
 
 // What happens to one platform call of one program, or to the whole machine.
 struct Disturbance {

@@ -5,7 +5,7 @@
 #include <fstream>
 #include <stdexcept>
 
-#include <winhost.h>
+#include "winhost.h"
 
 namespace fs = std::filesystem;
 

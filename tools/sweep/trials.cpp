@@ -8,7 +8,7 @@
 #include <set>
 #include <stdexcept>
 
-#include <winhost.h>
+#include "winhost.h"
 
 namespace fs = std::filesystem;
 

@@ -1,12 +1,15 @@
 // The class "Button": push buttons, check boxes, radio buttons and group boxes.
 #include "controls/buttons.h"
 
-#include "core/host_io.h"
+#include <memory>
+#include <utility>
+
+#include "controls/tab_order.h"
 #include "core/machine.h"
-#include "dialogs/dialog_keys.h"
-#include "windows/focus.h"
 #include "messages/own_windows.h"
+#include "messages/sent_messages.h"
 #include "messages/window_table.h"
+#include "windows/focus.h"
 #include "windows/window_texts.h"
 
 namespace winhost {

@@ -2,7 +2,7 @@
 #include "controls/dialog_items.h"
 
 #include "core/faults.h"
-#include "messages/own_windows.h"
+#include "messages/sent_messages.h"
 #include "messages/window_table.h"
 
 namespace winhost {

@@ -5,6 +5,9 @@
 
 namespace winhost {
 
+// The class of dialogs.
+inline constexpr WCHAR kDialogClass[] = u"#32770";
+
 // Returns the control with that id, or null.
 HWND ControlOf(HWND dialog, int id);
 

@@ -4,11 +4,12 @@
 #include <algorithm>
 #include <tuple>
 
-#include "core/host_io.h"
-#include "core/machine.h"
 #include "controls/dialog_items.h"
-#include "dialogs/dialogs.h"
+#include "controls/tab_order.h"
+#include "core/machine.h"
+#include "core/text.h"
 #include "messages/own_windows.h"
+#include "messages/sent_messages.h"
 #include "messages/window_table.h"
 #include "windows/window_texts.h"
 
@@ -31,15 +32,11 @@ struct EditState : ControlState {
     std::size_t limit = kFirstLimit;
 };
 
-bool HasStyle(HWND window, DWORD style) {
-    const auto record = Look(window);
-    return record && (record->style & style);
-}
-
 // Returns the dialog that contains the edit, or null.
 HWND DialogAround(HWND window) {
     const auto record = Look(window);
-    return record && StateOf<DialogState>(record->parent) ? record->parent : nullptr;
+    const auto around = record && record->parent ? Look(record->parent) : std::nullopt;
+    return around && SameName(around->kind, kDialogClass) ? record->parent : nullptr;
 }
 
 void NotifyChange(HWND window) {

@@ -3,10 +3,10 @@
 
 #include "core/bytes.h"
 #include "core/machine.h"
-#include "resources/resources.h"
-#include "windows/geometry.h"
 #include "messages/own_windows.h"
 #include "messages/window_table.h"
+#include "resources/resources.h"
+#include "windows/geometry.h"
 #include "windows/window_texts.h"
 
 namespace winhost {

@@ -18,7 +18,6 @@
 #include <fstream>
 #include <mutex>
 
-#include "core/host_io.h"
 #include "core/machine.h"
 #include <winhost.h>
 

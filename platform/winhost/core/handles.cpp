@@ -5,7 +5,6 @@
 #include <mutex>
 
 #include "core/faults.h"
-#include "core/host_io.h"
 #include <winhost.h>
 
 namespace winhost {

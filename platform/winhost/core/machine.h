@@ -7,8 +7,6 @@
 #include <filesystem>
 #include <string>
 
-#include "core/host_io.h"
-
 namespace winhost {
 
 // Returns the host folder of this process's machine. A process outside any machine ends here with exit code 2 and one

@@ -7,8 +7,6 @@
 #include <string>
 #include <string_view>
 
-#include "core/host_io.h"
-
 namespace winhost {
 
 // Upper case, code unit by code unit, as the file system and the registry compare names.

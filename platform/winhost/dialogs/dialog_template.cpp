@@ -1,10 +1,10 @@
 #include "dialogs/dialog_template.h"
 
 #include "core/bytes.h"
-#include "windows/window_texts.h"
-#include "core/host_io.h"
 #include "core/machine.h"
 #include "core/text.h"
+#include "windows/window_texts.h"
+#include <winhost.h>
 
 namespace winhost {
 

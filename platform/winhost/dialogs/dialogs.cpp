@@ -3,33 +3,30 @@
 
 #include <algorithm>
 
-#include "core/faults.h"
-#include "core/host_io.h"
-#include "core/machine.h"
-#include "registry/registry_store.h"
-#include "resources/resources.h"
 #include "controls/dialog_items.h"
+#include "controls/tab_order.h"
+#include "core/faults.h"
+#include "core/machine.h"
 #include "dialogs/dialog_keys.h"
-#include "dialogs/dialog_template.h"
-#include "windows/focus.h"
-#include "windows/geometry.h"
+#include "dialogs/dialog_procedure.h"
+#include "dialogs/terminal.h"
+#include "dialogs/window_classes.h"
 #include "messages/message_queue.h"
 #include "messages/own_windows.h"
-#include "dialogs/terminal.h"
 #include "messages/window_table.h"
-#include "windows/window_texts.h"
+#include "resources/resources.h"
+#include "windows/creation.h"
+#include "windows/focus.h"
+#include "windows/geometry.h"
 
 namespace winhost {
 
 namespace {
 
 constexpr WORD kDialogResource = 5;
-constexpr WCHAR kDialogClass[] = u"#32770";
 constexpr RECT kWorkArea = {0, 0, 1920, 1040};
 // A template in memory doesn't say how large it is. No more bytes than this are read.
 constexpr std::size_t kMostTemplateBytes = 0x10000;
-// The message that a dialog gets when another thread ends it.
-constexpr UINT kEndDialog = WM_USER - 1;
 // The machine has no fonts, but windows are told that they have one.
 const auto kDialogFont = static_cast<WPARAM>(0x0A0A);
 
@@ -82,17 +79,17 @@ HWND MakeFrame(DialogTemplate& dialog, HINSTANCE module, HWND owner) {
     if ((dialog.style & DS_CONTROL) || !(dialog.style & WS_CHILD)) dialog.exStyle |= WS_EX_CONTROLPARENT;
     if (dialog.style & DS_CONTROL) dialog.style &= ~(WS_CAPTION | WS_SYSMENU);
     const RECT rect = RectOf(dialog, owner);
-    return Create({nullptr, module, nullptr, owner, rect.bottom - rect.top, rect.right - rect.left, rect.top,
-                   rect.left, static_cast<LONG>(dialog.style & ~WS_VISIBLE), dialog.title.c_str(),
-                   kDialogClass, dialog.exStyle});
+    return CreateOfClass({nullptr, module, nullptr, owner, rect.bottom - rect.top, rect.right - rect.left,
+                          rect.top, rect.left, static_cast<LONG>(dialog.style & ~WS_VISIBLE),
+                          dialog.title.c_str(), kDialogClass, dialog.exStyle});
 }
 
 bool MakeControl(HWND window, DialogState& state, const DialogItem& item, HINSTANCE module, bool withFont) {
-    const HWND control =
-        Create({nullptr, module, reinterpret_cast<HMENU>(ULONG_PTR{item.id}), window,
-                ScaleY(item.cy, state.baseY), ScaleX(item.cx, state.baseX), ScaleY(item.y, state.baseY),
-                ScaleX(item.x, state.baseX), static_cast<LONG>(item.style | WS_CHILD), item.title.c_str(),
-                item.kind.c_str(), item.exStyle | WS_EX_NOPARENTNOTIFY});
+    const HWND control = CreateOfClass({nullptr, module, reinterpret_cast<HMENU>(ULONG_PTR{item.id}), window,
+                                        ScaleY(item.cy, state.baseY), ScaleX(item.cx, state.baseX),
+                                        ScaleY(item.y, state.baseY), ScaleX(item.x, state.baseX),
+                                        static_cast<LONG>(item.style | WS_CHILD), item.title.c_str(),
+                                        item.kind.c_str(), item.exStyle | WS_EX_NOPARENTNOTIFY});
     if (!control) return false;
     if (withFont) (void)CallProcedure(control, WM_SETFONT, kDialogFont, FALSE);
     if (CodeOf(control) & DLGC_DEFPUSHBUTTON) state.result = static_cast<int>(item.id);
@@ -155,82 +152,10 @@ void RunLoop(HWND window, bool (*answer)(HWND)) {
             PostQuitMessage(static_cast<int>(message.wParam));
             return;
         }
-        if (!CarryOutDialogMessage(window, message)) {
+        if (!HandleDialogMessage(window, message)) {
             (void)TranslateMessage(&message);
             (void)DispatchMessageW(&message);
         }
-    }
-}
-
-void SaveFocus(HWND window, DialogState& state) {
-    const HWND focus = Focus();
-    if (focus && focus != window && LiesIn(focus, window)) state.savedFocus = focus;
-}
-
-// Returns the focus to the control that had it. If there is none, the first control gets the focus, unless the dialog
-// has just become active.
-void RestoreFocus(DialogState& state, HWND window, bool activated) {
-    if (state.ended) return;
-    HWND control = std::exchange(state.savedFocus, nullptr);
-    if (!FindOwnWindow(control)) control = activated ? nullptr : FirstItem(window);
-    if (!control) return;
-    if (activated)
-        (void)GiveFocus(control);
-    else
-        FocusControl(control);
-}
-
-LRESULT SetDefault(HWND window, DialogState& state, int id) {
-    if (state.ended) return TRUE;
-    const HWND before = ControlOf(window, static_cast<int>(state.result)), after = ControlOf(window, id);
-    if (before && (CodeOf(before) & DLGC_DEFPUSHBUTTON))
-        (void)CallProcedure(before, BM_SETSTYLE, BS_PUSHBUTTON, TRUE);
-    if (after && (CodeOf(after) & DLGC_UNDEFPUSHBUTTON))
-        (void)CallProcedure(after, BM_SETSTYLE, BS_DEFPUSHBUTTON, TRUE);
-    state.result = id;
-    return TRUE;
-}
-
-void Close(HWND window) {
-    const HWND cancel = ControlOf(window, IDCANCEL);
-    if (const auto record = cancel ? Look(cancel) : std::nullopt; record && (record->style & WS_DISABLED))
-        return;
-    (void)PostMessageW(window, WM_COMMAND, MAKEWPARAM(IDCANCEL, BN_CLICKED),
-                       reinterpret_cast<LPARAM>(cancel));
-}
-
-void MoveFocus(HWND window, WPARAM wParam, bool toControl) {
-    const HWND before = Focus();
-    const HWND after = toControl ? reinterpret_cast<HWND>(wParam) : NextTabItem(window, before, wParam != 0);
-    if (!after) return;
-    FocusControl(after);
-    MoveDefaultButton(window, before, after);
-}
-
-// Handles a message that the dialog's procedure did not handle.
-LRESULT DialogDefault(HWND window, DialogState& state, UINT message, WPARAM wParam, LPARAM lParam) {
-    switch (message) {
-        case WM_CLOSE:
-            Close(window);
-            return 0;
-        case WM_ACTIVATE:
-            if (wParam == WA_INACTIVE)
-                SaveFocus(window, state);
-            else
-                RestoreFocus(state, window, true);
-            return 0;
-        case WM_SETFOCUS:
-            RestoreFocus(state, window, false);
-            return 0;
-        case WM_NEXTDLGCTL:
-            MoveFocus(window, wParam, lParam != 0);
-            return 0;
-        case DM_GETDEFID:
-            return state.ended ? 0 : MAKELONG(state.result, DC_HASDEFID);
-        case DM_SETDEFID:
-            return SetDefault(window, state, static_cast<int>(wParam));
-        default:
-            return DefaultOf(window, message, wParam, lParam);
     }
 }
 
@@ -254,35 +179,6 @@ INT_PTR RunModal(std::optional<DialogTemplate> dialog, HINSTANCE module, HWND ow
     const INT_PTR result = state ? state->result : window ? 0 : -1;
     if (state) Destroy(window);
     return result;
-}
-
-void EndModal(HWND dialog, INT_PTR result) {
-    auto* const state = StateOf<DialogState>(dialog);
-    if (!state) return;
-    state->ended = true;
-    state->result = result;
-    if (state->disabledOwner) ChangeStyle(state->disabledOwner, WS_DISABLED, 0);
-    Hide(dialog);
-    // The loop may be waiting while this call is made for another thread, so it is woken.
-    (void)PostToSelf({dialog, WM_NULL, 0, 0, GetTickCount(), {}});
-}
-
-LRESULT DialogProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    DialogState* const state = StateOf<DialogState>(window);
-    if (!state) return DefaultOf(window, message, wParam, lParam);
-    if (message == kEndDialog) return EndDialog(window, static_cast<INT_PTR>(wParam));
-    state->messageResult = 0;
-    const INT_PTR handled = state->procedure ? state->procedure(window, message, wParam, lParam) : FALSE;
-    // The procedure may have destroyed the window.
-    if (message == WM_INITDIALOG || !FindOwnWindow(window)) return handled;
-    return handled ? state->messageResult : DialogDefault(window, *state, message, wParam, lParam);
-}
-
-LONG_PTR* DialogLong(HWND window, int index) {
-    DialogState* const state = StateOf<DialogState>(window);
-    if (!state) return nullptr;
-    if (index == DWLP_MSGRESULT) return &state->messageResult;
-    return index == DWLP_USER ? &state->user : nullptr;
 }
 
 }  // namespace winhost
@@ -309,18 +205,6 @@ INT_PTR DialogBoxIndirectParamW(HINSTANCE module, LPCDLGTEMPLATEW dialog, HWND o
     if (winhost::Fails("DialogBoxIndirectParamW")) return -1;
     return winhost::RunModal(winhost::TemplateInMemory(dialog), module, owner, procedure, parameter,
                              winhost::AskPerson);
-}
-
-BOOL EndDialog(HWND dialog, INT_PTR result) {
-    if (winhost::Fails("EndDialog")) return FALSE;
-    if (winhost::FindOfProcess(dialog) && !winhost::FindOwnWindow(dialog))
-        return winhost::Send(dialog, winhost::kEndDialog, static_cast<WPARAM>(result), 0) != 0;
-    if (!winhost::StateOf<winhost::DialogState>(dialog)) {
-        SetLastError(ERROR_INVALID_WINDOW_HANDLE);
-        return FALSE;
-    }
-    winhost::EndModal(dialog, result);
-    return TRUE;
 }
 
 BOOL MapDialogRect(HWND dialog, LPRECT rectangle) {

@@ -5,7 +5,6 @@
 #include <cstring>
 
 #include "core/faults.h"
-#include "core/host_io.h"
 #include "core/machine.h"
 #include "files/paths.h"
 

@@ -1,6 +1,5 @@
 // Message boxes. They are dialogs. A test's list answers them,
 // or a person at the terminal, or whoever presses their buttons.
-#include "dialogs/message_boxes.h"
 
 #include <unistd.h>
 
@@ -10,13 +9,12 @@
 
 #include "core/events.h"
 #include "core/faults.h"
-#include "core/host_io.h"
 #include "core/machine.h"
-#include "core/machine_lock.h"
-#include "core/text.h"
-#include "files/paths.h"
-#include "registry/registry_store.h"
+#include "dialogs/box_answers.h"
+#include "dialogs/dialog_procedure.h"
+#include "dialogs/dialog_template.h"
 #include "dialogs/dialogs.h"
+#include "messages/own_windows.h"
 #include "messages/window_table.h"
 #include <winhost.h>
 
@@ -33,10 +31,6 @@ constexpr DWORD kTextId = 0xFFFF;
 // In dialog units. Nobody sees the box, so its layout is simple.
 constexpr SHORT kBoxWidth = 200, kBoxHeight = 60, kButtonWidth = 50, kButtonHeight = 14;
 constexpr LONG kBaseX = 8, kBaseY = 16;
-
-fs::path AnswerFile() {
-    return StateFolder() / "answers";
-}
 
 // Returns the buttons of a box. The safe one is last.
 std::vector<int> ButtonsOf(UINT style) {
@@ -70,35 +64,6 @@ const char* LabelOf(int button) {
     }
 }
 
-void WriteAnswers(const std::vector<int>& buttons) {
-    std::ofstream file(AnswerFile());
-    for (const int button : buttons)
-        file << button << '\n';
-}
-
-struct Answer {
-    int button = 0;
-    bool given = false;  // answered by a test or a person
-};
-
-// In a test's list this entry leaves the box open; the test presses its buttons itself.
-constexpr int kLeftOpen = 0;
-
-Answer NextOfList(const std::vector<int>& buttons) {
-    const MachineLock lock("answers.lock");
-    std::ifstream file(AnswerFile());
-    std::vector<int> answers;
-    for (int button; file >> button;)
-        answers.push_back(button);
-    if (answers.empty()) return {buttons.back(), false};
-    const int button = answers.front();
-    answers.erase(answers.begin());
-    WriteAnswers(answers);
-    if (button == kLeftOpen) return {kLeftOpen, true};
-    const bool fits = std::find(buttons.begin(), buttons.end(), button) != buttons.end();
-    return {fits ? button : buttons.back(), fits};
-}
-
 Answer AskAtTerminal(const std::vector<int>& buttons, const std::string& caption, const std::string& text) {
     std::cout << "\n[" << caption << "]\n" << text << "\n";
     for (;;) {
@@ -124,11 +89,11 @@ struct Box {
 };
 
 Box& BoxOf(HWND window) {
-    return *reinterpret_cast<Box*>(*DialogLong(window, DWLP_USER));
+    return *reinterpret_cast<Box*>(StateOf<DialogState>(window)->user);
 }
 
 Answer Ask(const Box& box) {
-    if (IsAnsweredByTest()) return NextOfList(box.buttons);
+    if (IsAnsweredByTest()) return NextAnswer(box.buttons);
     const std::string caption = Utf8(box.caption), text = Utf8(box.text);
     if (isatty(STDIN_FILENO)) return AskAtTerminal(box.buttons, caption, text);
     std::cerr << "[" << caption << "] " << text << "\n(nobody to ask: " << LabelOf(box.buttons.back())
@@ -154,7 +119,7 @@ bool AnswerBox(HWND window) {
 }
 
 INT_PTR BoxProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    if (message == WM_INITDIALOG) *DialogLong(window, DWLP_USER) = lParam;
+    if (message == WM_INITDIALOG) StateOf<DialogState>(window)->user = lParam;
     if (message != WM_COMMAND || HIWORD(wParam) != BN_CLICKED) return message == WM_INITDIALOG;
     Box& box = BoxOf(window);
     // With a single button, Esc and the cross in the title bar press it. They do nothing in a box of Yes and No.
@@ -196,20 +161,6 @@ DialogTemplate FormOf(const Box& box) {
 }
 
 }  // namespace
-
-bool IsAnsweredByTest() {
-    return fs::exists(AnswerFile());
-}
-
-void SetBoxAnswers(const std::vector<int>& buttons) {
-    const MachineLock lock("answers.lock");
-    WriteAnswers(buttons);
-}
-
-void EndBoxAnswers() {
-    const MachineLock lock("answers.lock");
-    fs::remove(AnswerFile());
-}
 
 }  // namespace winhost
 

@@ -6,10 +6,10 @@
 #include <iostream>
 #include <vector>
 
-#include "core/host_io.h"
 #include "core/text.h"
-#include "dialogs/message_boxes.h"
+#include "dialogs/box_answers.h"
 #include "messages/own_windows.h"
+#include <winhost.h>
 
 namespace winhost {
 

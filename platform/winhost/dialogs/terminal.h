@@ -3,8 +3,6 @@
 
 #include <windows.h>
 
-#include "core/host_io.h"
-
 namespace winhost {
 
 // Shows the dialog at the terminal and does what the person chooses. Returns false when a test uses the dialog. Without

@@ -9,7 +9,6 @@
 #include <cstring>
 #include <vector>
 
-#include "core/host_io.h"
 #include "core/machine.h"
 #include "core/text.h"
 #include "files/stored_names.h"

@@ -7,7 +7,6 @@
 #include "core/machine.h"
 #include "core/new_machine.h"
 #include "files/attributes.h"
-#include "files/paths.h"
 #include "files/sharing.h"
 #include "registry/registry_store.h"
 

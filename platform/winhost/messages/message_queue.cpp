@@ -2,8 +2,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,11 +12,10 @@
 #include "core/faults.h"
 #include "core/host_io.h"
 #include "core/machine.h"
+#include "core/thread_state.h"
+#include "messages/inbox.h"
 #include "messages/own_windows.h"
 #include "messages/sent_messages.h"
-#include "messages/window_table.h"
-
-namespace fs = std::filesystem;
 
 namespace winhost {
 
@@ -36,60 +33,18 @@ struct PostsHeader {
 };
 
 struct Queue {
-    Descriptor posts;
-    Descriptor door;
-    std::string name;
     std::deque<MSG> messages;
     bool quits = false;
     int exitCode = 0;
     BYTE keys[kKeyCount] = {};
 };
 
-// The queue of the first thread is never destroyed: static objects of the program still post while the process ends.
 Queue& ThreadQueue() {
-    thread_local Queue* queue = nullptr;
-    if (queue) return *queue;
-    queue = new Queue;
-    if (GetCurrentThreadId() != GetCurrentProcessId()) {
-        thread_local const std::unique_ptr<Queue> owner(queue);
-    }
-    return *queue;
+    return StateOfThread<Queue>();
 }
 
-fs::path QueueFolder() {
-    return StateFolder() / "queues";
-}
-
-std::string NameOf(const WindowRecord& window) {
-    return std::to_string(window.holder) + "." + std::to_string(window.thread);
-}
-
-std::string PostsPath(const std::string& name) {
-    return (QueueFolder() / (name + ".posts")).native();
-}
-
-// The address of a socket must be short, so it goes through the folder's descriptor.
-struct DoorAddress {
-    Descriptor folder;
-    sockaddr_un address = {};
-    explicit DoorAddress(const std::string& name)
-        : folder(open(QueueFolder().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {
-        address.sun_family = AF_UNIX;
-        std::snprintf(address.sun_path, sizeof address.sun_path, "/proc/self/fd/%d/%s", folder.get(),
-                      name.c_str());
-    }
-    const sockaddr* get() const { return reinterpret_cast<const sockaddr*>(&address); }
-};
-
-Descriptor NewSocket() {
-    return Descriptor(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-}
-
-Descriptor KnockAt(const std::string& name) {
-    Descriptor connection = NewSocket();
-    const DoorAddress door(name);
-    if (connect(connection.get(), door.get(), sizeof door.address) != 0) return Descriptor();
-    return connection;
+std::string InboxOf(const WindowRecord& window) {
+    return InboxName(window.holder, window.thread);
 }
 
 std::uint64_t CountPosts(int posts) {
@@ -105,19 +60,20 @@ off_t PlaceOfPost(std::uint64_t number) {
 
 void WriteHeld(const Queue& queue) {
     const PostsHeader header = {queue.messages.size()};
-    if (queue.posts) (void)!pwrite(queue.posts.get(), &header, sizeof header, 0);
+    if (const Descriptor& posts = OwnInbox().posts) (void)!pwrite(posts.get(), &header, sizeof header, 0);
 }
 
 // Receives what other threads and processes have posted.
 void Receive(Queue& queue) {
-    if (!queue.posts) return;
+    const int posts = OwnInbox().posts.get();
+    if (posts < 0) return;
     const WindowTable lock;
-    const std::uint64_t count = CountPosts(queue.posts.get());
+    const std::uint64_t count = CountPosts(posts);
     if (count == 0) return;
     std::vector<MSG> posted(count);
     const std::size_t cbPosted = count * sizeof(MSG);
-    if (pread(queue.posts.get(), posted.data(), cbPosted, PlaceOfPost(0)) != static_cast<ssize_t>(cbPosted) ||
-        ftruncate(queue.posts.get(), sizeof(PostsHeader)) != 0)
+    if (pread(posts, posted.data(), cbPosted, PlaceOfPost(0)) != static_cast<ssize_t>(cbPosted) ||
+        ftruncate(posts, sizeof(PostsHeader)) != 0)
         NotModelled("GetMessageW", "a machine whose queues can't be read");
     queue.messages.insert(queue.messages.end(), posted.begin(), posted.end());
     WriteHeld(queue);
@@ -131,8 +87,8 @@ bool Quota(std::uint64_t waiting) {
 
 // Called with the table locked, as in Receive. The other thread is woken before the message is written, but finds the
 // message when it gets the lock. So no message is lost when this process is killed between the two steps.
-bool Post(const std::string& name, const MSG& message) {
-    const Descriptor posts(open(PostsPath(name).c_str(), O_RDWR | O_CLOEXEC));
+bool Post(const std::string& inbox, const MSG& message) {
+    const Descriptor posts(open(PostsPath(inbox).c_str(), O_RDWR | O_CLOEXEC));
     if (!posts) {
         SetLastError(ERROR_INVALID_WINDOW_HANDLE);
         return false;
@@ -141,7 +97,7 @@ bool Post(const std::string& name, const MSG& message) {
     (void)!pread(posts.get(), &header, sizeof header, 0);
     const std::uint64_t count = CountPosts(posts.get());
     if (!Quota(header.held + count)) return false;
-    if (count == 0) (void)KnockAt(name);
+    if (count == 0) (void)Connect(inbox);
     return pwrite(posts.get(), &message, sizeof message, PlaceOfPost(count)) == sizeof message;
 }
 
@@ -165,33 +121,15 @@ bool PostToSelf(const MSG& message) {
     return true;
 }
 
-void OpenInbox(const WindowRecord& window) {
-    Queue& queue = ThreadQueue();
-    if (queue.door) return;
-    queue.name = NameOf(window);
-    fs::create_directories(QueueFolder());
-    RemoveInbox(window);
-    const DoorAddress address(queue.name);
-    queue.posts = Descriptor(open(PostsPath(queue.name).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666));
-    WriteHeld(queue);
-    queue.door = NewSocket();
-    if (!queue.posts || bind(queue.door.get(), address.get(), sizeof address.address) != 0 ||
-        listen(queue.door.get(), SOMAXCONN) != 0)
-        NotModelled("CreateWindowExW", "a machine whose queues can't be written");
+void OpenQueue(const WindowRecord& window) {
+    if (OwnInbox().socket) return;
+    OpenInbox(InboxOf(window));
+    WriteHeld(ThreadQueue());
 }
 
-void CloseInbox() {
-    Queue& queue = ThreadQueue();
-    Receive(queue);
-    (void)unlink(PostsPath(queue.name).c_str());
-    (void)unlink((QueueFolder() / queue.name).c_str());
-    queue.posts = Descriptor();
-    queue.door = Descriptor();
-}
-
-void RemoveInbox(const WindowRecord& window) {
-    (void)unlink(PostsPath(NameOf(window)).c_str());
-    (void)unlink((QueueFolder() / NameOf(window)).c_str());
+void CloseQueue() {
+    Receive(ThreadQueue());
+    CloseInbox();
 }
 
 void DropMessagesOf(HWND window) {
@@ -201,23 +139,16 @@ void DropMessagesOf(HWND window) {
     WriteHeld(queue);
 }
 
-int OwnDoor() {
-    return ThreadQueue().door.get();
-}
-
-Descriptor Knock(const WindowRecord& window) {
-    return KnockAt(NameOf(window));
-}
-
 bool TakeMessage(MSG& message, Taking how) {
     Queue& queue = ThreadQueue();
     for (;;) {
-        CarryOutSent();
+        DispatchSentMessages();
         Receive(queue);
         if (!queue.messages.empty() || queue.quits) break;
         if (how != Taking::Waits) return false;
-        if (!queue.door) NotModelled("GetMessageW", "an empty queue that nobody can fill");
-        pollfd wanted = {queue.door.get(), POLLIN, 0};
+        const int socket = OwnInbox().socket.get();
+        if (socket < 0) NotModelled("GetMessageW", "an empty queue that nobody can fill");
+        pollfd wanted = {socket, POLLIN, 0};
         while (poll(&wanted, 1, -1) < 0 && errno == EINTR) {
         }
     }
@@ -238,7 +169,7 @@ namespace {
 
 // Carries out what others have sent, then takes the first message in that range. Returns false when there is none.
 bool TakeChosen(MSG& message, UINT first, UINT last) {
-    CarryOutSent();
+    DispatchSentMessages();
     Queue& queue = ThreadQueue();
     Receive(queue);
     const auto found = std::find_if(queue.messages.begin(), queue.messages.end(), [&](const MSG& waiting) {
@@ -263,7 +194,7 @@ BOOL PostMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
         winhost::WindowTable table;
         const auto* const record = table.Find(window);
         if (!record) return FALSE;
-        if (record->thread != GetCurrentThreadId()) return winhost::Post(winhost::NameOf(*record), posted);
+        if (record->thread != GetCurrentThreadId()) return winhost::Post(winhost::InboxOf(*record), posted);
     }
     return winhost::PostToSelf(posted);
 }

@@ -1,18 +1,18 @@
-// What only this process knows about its windows: their classes, their procedures, and the data of these.
+// What only this process knows about its windows: their procedures, and the data of these.
 #pragma once
 
 #include <windows.h>
 
 #include <memory>
-#include <utility>
-
-#include "core/host_io.h"
+#include <vector>
 
 namespace winhost {
 
 // The data that a procedure of the system stores for a window.
 struct ControlState {
     virtual ~ControlState() = default;
+    // Returns the place of the value that the class keeps under an index of its own. Null when there is no such index.
+    virtual LONG_PTR* Long(int index);
 };
 
 struct OwnWindow {
@@ -32,18 +32,13 @@ State* StateOf(HWND window) {
     return own ? dynamic_cast<State*>(own->state.get()) : nullptr;
 }
 
-// Makes a window of the calling thread. Returns null, with the last error set, when that fails.
-HWND Create(const CREATESTRUCTW& wanted);
-// Destroys a window of the calling thread, with its children and the windows that it owns.
-void Destroy(HWND window);
+// Adds a window of the calling thread. Forgets one that is destroyed.
+void AddOwnWindow(HWND window, WNDPROC procedure);
+void ForgetOwnWindow(HWND window);
+// Returns the windows of the calling thread.
+std::vector<HWND> WindowsOfThread();
 
 // Calls the procedure of a window of the calling thread. Returns 0 for any other window.
 LRESULT CallProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-// Sends a message to any window of the machine and returns the answer.
-LRESULT Send(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-// Sends a control's notification to its parent as WM_COMMAND.
-void NotifyParent(HWND control, int notification);
-// Removes the bits `taken` from a window's style and adds the bits `given`.
-void ChangeStyle(HWND window, DWORD taken, DWORD given);
 
 }  // namespace winhost

@@ -16,7 +16,7 @@
 #include "core/faults.h"
 #include "core/host_io.h"
 #include "core/machine.h"
-#include "messages/message_queue.h"
+#include "messages/inbox.h"
 #include "messages/own_windows.h"
 #include "messages/window_table.h"
 
@@ -159,7 +159,7 @@ std::optional<LRESULT> Await(int connection, UINT milliseconds) {
             SetLastError(ERROR_TIMEOUT);
             return std::nullopt;
         }
-        pollfd wanted[] = {{connection, POLLIN, 0}, {OwnDoor(), POLLIN, 0}};
+        pollfd wanted[] = {{connection, POLLIN, 0}, {OwnInbox().socket.get(), POLLIN, 0}};
         (void)poll(wanted, 2,
                    milliseconds == INFINITE ? -1 : static_cast<int>(std::min<long>(left, 0x7FFFFFFF)));
         if (wanted[0].revents != 0) {
@@ -168,7 +168,7 @@ std::optional<LRESULT> Await(int connection, UINT milliseconds) {
             SetLastError(ERROR_INVALID_WINDOW_HANDLE);
             return std::nullopt;
         }
-        if (wanted[1].revents != 0) CarryOutSent();
+        if (wanted[1].revents != 0) DispatchSentMessages();
     }
 }
 
@@ -183,7 +183,7 @@ std::optional<LRESULT> Deliver(const Request& request, UINT milliseconds) {
         NotModelled("SendMessageW", "message " + std::to_string(request.message) + " to another process");
     const SharedText text(SizeOfText(request));
     if (sets && text.text()) wcscpy(text.text(), reinterpret_cast<LPCWSTR>(request.lParam));
-    const Descriptor connection = Knock(*record);
+    const Descriptor connection = Connect(InboxName(record->holder, record->thread));
     const Request sent = {request.window, request.message, request.wParam, sets || gets ? 0 : request.lParam};
     if (!connection || !SendRequest(connection.get(), sent, text.file())) {
         SetLastError(ERROR_INVALID_WINDOW_HANDLE);
@@ -213,10 +213,16 @@ LRESULT Send(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     return Deliver({window, message, wParam, lParam}, INFINITE).value_or(0);
 }
 
-void CarryOutSent() {
+void NotifyParent(HWND control, int notification) {
+    if (const auto record = Look(control))
+        (void)Send(record->parent, WM_COMMAND, MAKEWPARAM(record->id, notification),
+                   reinterpret_cast<LPARAM>(control));
+}
+
+void DispatchSentMessages() {
     // A window procedure may destroy the thread's last window, which closes the socket.
-    while (OwnDoor() >= 0) {
-        const Descriptor connection(accept4(OwnDoor(), nullptr, nullptr, SOCK_CLOEXEC));
+    while (OwnInbox().socket) {
+        const Descriptor connection(accept4(OwnInbox().socket.get(), nullptr, nullptr, SOCK_CLOEXEC));
         if (!connection) return;
         AnswerRequest(connection.get());
     }

@@ -10,7 +10,8 @@
 
 #include "core/host_io.h"
 #include "core/machine.h"
-#include "messages/message_queue.h"
+#include "messages/inbox.h"
+#include <winhost.h>
 
 namespace winhost {
 
@@ -186,7 +187,7 @@ std::vector<WindowRecord*> WindowTable::Where(const std::function<bool(const Win
             living = window.holder;
             if (wanted(window)) windows.push_back(&window);
         } else {
-            RemoveInbox(window);
+            RemoveInbox(InboxName(window.holder, window.thread));
             Remove(window);
         }
     }
@@ -218,6 +219,11 @@ std::vector<HWND> ChildWindows(HWND parent) {
          table.Where([parent](const WindowRecord& window) { return window.parent == parent; }))
         children.push_back(child->handle);
     return children;
+}
+
+void ChangeStyle(HWND window, DWORD taken, DWORD given) {
+    WindowTable table;
+    if (WindowRecord* const record = table.Find(window)) record->style = (record->style & ~taken) | given;
 }
 
 HWND RootOf(HWND window) {

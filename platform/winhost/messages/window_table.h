@@ -14,8 +14,6 @@
 #include <string>
 #include <vector>
 
-#include "core/host_io.h"
-
 namespace winhost {
 
 inline constexpr std::size_t kMostWindows = 4096;
@@ -92,5 +90,7 @@ std::optional<WindowRecord> Look(HWND window);
 std::vector<HWND> ChildWindows(HWND parent);
 // Returns the top-level window that contains the window, or is the window itself.
 HWND RootOf(HWND window);
+// Removes the bits `taken` from a window's style and adds the bits `given`.
+void ChangeStyle(HWND window, DWORD taken, DWORD given);
 
 }  // namespace winhost

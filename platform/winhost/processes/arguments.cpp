@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <memory>
 
-#include "core/host_io.h"
 #include "core/text.h"
 #include "processes/process_table.h"
 

@@ -11,7 +11,6 @@
 
 #include "core/events.h"
 #include "core/host_io.h"
-#include "core/text.h"
 #include "files/paths.h"
 #include "files/sharing.h"
 #include "processes/arguments.h"

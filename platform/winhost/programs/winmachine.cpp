@@ -9,7 +9,6 @@
 #include <exception>
 #include <span>
 
-#include "core/text.h"
 #include "processes/arguments.h"
 #include "processes/process_table.h"
 #include <winhost.h>

@@ -9,13 +9,13 @@
 
 #include "core/faults.h"
 #include "core/host_io.h"
+#include "core/limits.h"
 #include "core/machine.h"
 #include "files/attributes.h"
 #include "files/files.h"
 #include "files/paths.h"
 #include "files/sharing.h"
 #include "processes/search.h"
-#include "registry/registry_store.h"
 #include "shell/link_format.h"
 #include <winhost.h>
 

@@ -1,9 +1,7 @@
 #include "windows/focus.h"
 
 #include "core/faults.h"
-#include "core/host_io.h"
 #include "core/machine.h"
-#include "registry/registry_store.h"
 #include "messages/own_windows.h"
 #include "messages/window_table.h"
 

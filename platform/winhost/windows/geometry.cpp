@@ -2,11 +2,9 @@
 #include "windows/geometry.h"
 
 #include "core/faults.h"
-#include "core/host_io.h"
 #include "core/machine.h"
-#include "windows/focus.h"
-#include "messages/own_windows.h"
 #include "messages/window_table.h"
+#include "windows/focus.h"
 
 namespace winhost {
 
