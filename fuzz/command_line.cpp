@@ -14,7 +14,7 @@
 #include "app/setup_state.h"
 #include "machine.h"
 #include "support/registry.h"
-#include "winhost.h"
+#include <winhost.h>
 #include "core/machine.h"
 #include "core/text.h"
 #include "processes/arguments.h"

@@ -1,5 +1,5 @@
 // Dialog templates and the compiled resources with them: a damaged one counts as missing.
-#include "windows/dialog_template.h"
+#include "dialogs/dialog_template.h"
 
 #include "machine.h"
 #include "resource.h"

@@ -2,7 +2,7 @@
 #include "app/setup_state.h"
 #include "install/closing_page.h"
 #include "machine.h"
-#include "winhost.h"
+#include <winhost.h>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const bool ready = [] {

@@ -5,7 +5,7 @@
 #include <iterator>
 
 #include "common/throwaway_folder.h"
-#include "winhost.h"
+#include <winhost.h>
 #include "core/handles.h"
 
 namespace fs = std::filesystem;

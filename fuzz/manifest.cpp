@@ -9,7 +9,7 @@
 #include "engine/file_ops.h"
 #include "install/earlier_install.h"
 #include "machine.h"
-#include "winhost.h"
+#include <winhost.h>
 #include "files/sharing.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include "support/registry.h"
 #include "uninstall/file_associations.h"
 #include "uninstall/registry_purge.h"
-#include "winhost.h"
+#include <winhost.h>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     (void)CloseHandles();

@@ -1,61 +1,118 @@
 #!/usr/bin/env bash
-# Checks the order of the rooms. In the embedded machine a file includes headers of its own room and of lower ones only,
-# and nobody outside includes any of them but winhost's own tests and the fuzzers. In src/ a file includes headers of its
-# own row and of earlier rows in the table of docs/architecture.md, except for the calls that are listed there.
+# Checks every include in src/, platform/ and tools/ against the tables of docs/architecture.md, and looks for circles.
+# A path in a table stands for a file, or for a folder and all in it; the longest path counts. A file may include what stands
+# in its own row, or in a row above it in the same table. The table of files lists the includes that may break this.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
+exec python3 - <<'END'
+import pathlib
+import re
+import sys
 
-rooms=(core registry files processes resources shell windows programs)
-found=
-complain() {
-    echo "$1" >&2
-    found=yes
-}
+INCLUDE = re.compile(r'^\s*#\s*include\s*["<]([^">]+)[">]')
+complaints = []
 
-higher=''
-for ((i = ${#rooms[@]} - 1; i >= 0; --i)); do
-    room=${rooms[i]}
-    if [ -n "$higher" ]; then
-        lines=$(grep -rnE "#include [<\"][./]*(winhost/)?($higher)/" "platform/winhost/$room" || true)
-        [ -z "$lines" ] || complain "Includes of a higher room:"$'\n'"$lines"
-    fi
-    higher=$room${higher:+|$higher}
-done
 
-lines=$(grep -rnE "#include [<\"]([./]*winhost/)?($higher)/" src res sample tools bench tests platform/framework \
-    --exclude-dir=winhost || true)
-[ -z "$lines" ] || complain "Includes of the embedded machine's rooms from outside:"$'\n'"$lines"
+def read_tables(document):
+    """Returns the tables as lists of rows, each a list of paths, and the includes that are allowed upward."""
+    tables, upward, kind = [], set(), None
+    for line in document.splitlines():
+        cells = [cell.strip() for cell in line.split('|')[1:-1]] if line.startswith('|') else None
+        if not cells:
+            kind = None
+        elif kind is None:
+            kind = cells[0].split()[0]
+            if kind == 'room':
+                tables.append([])
+        elif not cells[0].startswith('-'):
+            paths = re.findall(r'`([^`]+)`', cells[0])
+            if kind == 'room':
+                tables[-1].append(paths)
+            elif kind == 'file':
+                upward.add((paths[0], re.findall(r'`([^`]+)`', cells[1])[0]))
+    return tables, upward
 
-declare -A row_of upward
-row=0
-while IFS='|' read -r _ names _; do
-    mapfile -t names < <(grep -o '`[^`]*`' <<<"$names" | tr -d '`')
-    room=${names[0]#src/}
-    row=$((row + 1))
-    [ ${#names[@]} -gt 1 ] || row_of[$room]=$row
-    for unit in "${names[@]:1}"; do
-        row_of[$room/$unit]=$row
-    done
-done < <(grep '^| `src/' docs/architecture.md)
-while read -r call; do
-    upward[$call]=listed
-done < <(sed -nE 's|^- `([^`]+)` includes `([^`]+)`.*|\1 \2|p' docs/architecture.md)
 
-while IFS=: read -r file line include; do
-    file=${file#src/}
-    header=${include#*\"}
-    header=${header%\"}
-    from=${row_of[${file%.*}]:-${row_of[${file%%/*}]:-}}
-    to=${row_of[${header%.*}]:-${row_of[${header%%/*}]:-}}
-    if [ -z "$from" ] || [ -z "$to" ]; then
-        complain "src/$file:$line: no row of docs/architecture.md holds this file or $header"
-    elif [ "$to" -gt "$from" ] && [ -z "${upward[$file $header]:-}" ]; then
-        complain "src/$file:$line: includes $header, which is in a later row of docs/architecture.md"
-    elif [ "$to" -gt "$from" ]; then
-        upward[$file $header]=found
-    fi
-done < <(grep -rnoE '#include "[a-z_]+/[a-z_]+\.h"' src)
-for call in "${!upward[@]}"; do
-    [ "${upward[$call]}" = found ] || complain "docs/architecture.md lists a call upward that src/ doesn't hold: $call"
-done
-[ -z "$found" ]
+def longest(path, names):
+    """Returns the longest of the names that holds this path, or none."""
+    return max((name for name in names if f'{path}/'.startswith(f'{name}/')), key=len, default=None)
+
+
+def target_of(file, name):
+    """Returns the file of this house that an include means, or none for a header of the system."""
+    home = rank.get(longest(file.as_posix(), rank), (0, 0))[0]
+    ordered = [path for table in [tables[home]] + tables for row in table for path in row]
+    roots = [file.parent]
+    for path in map(pathlib.Path, ordered):
+        roots += [path, *path.parents]
+    for root in roots:
+        found = (root / name).resolve()
+        if found.is_file() and found.is_relative_to(house):
+            return found.relative_to(house)
+    return None
+
+
+def check(file, number, target):
+    source, header = file.as_posix(), target.as_posix()
+    if (source, header) in upward:
+        unused.discard((source, header))
+        return
+    own = longest(source, rank)
+    if own is None:
+        complaints.append(f'{source}: no table of docs/architecture.md lists it')
+        return
+    table, row = rank[own]
+    row_of = {path: place for place, paths in enumerate(tables[table]) for path in paths}
+    other = longest(header, row_of)
+    if other is None or row_of[other] > row:
+        complaints.append(f'{source}:{number}: may not include {header}')
+
+
+def find_circle(graph):
+    """Returns a circle of units as a list, or none."""
+    state, trail = {}, []
+
+    def visit(unit):
+        state[unit] = 'open'
+        trail.append(unit)
+        for next_unit in sorted(graph.get(unit, ())):
+            if state.get(next_unit) == 'open':
+                return trail[trail.index(next_unit):] + [next_unit]
+            if next_unit not in state and (circle := visit(next_unit)):
+                return circle
+        state[unit] = 'done'
+        trail.pop()
+        return None
+
+    return next((circle for unit in sorted(graph) if unit not in state and (circle := visit(unit))), None)
+
+
+house = pathlib.Path().resolve()
+tables, upward = read_tables(pathlib.Path('docs/architecture.md').read_text())
+unused = set(upward)
+rank = {}
+for table, rows in enumerate(tables):
+    for row, paths in enumerate(rows):
+        for path in paths:
+            rank.setdefault(path, (table, row))
+            if not pathlib.Path(path).exists():
+                complaints.append(f'docs/architecture.md lists {path}, which does not exist')
+graph = {}
+for top in ('src', 'platform', 'tools'):
+    for file in sorted(path for path in pathlib.Path(top).rglob('*') if path.suffix in ('.cpp', '.h')):
+        for number, line in enumerate(file.read_text().splitlines(), 1):
+            match = INCLUDE.match(line)
+            target = match and target_of(file, match[1])
+            if not target:
+                continue
+            check(file, number, target)
+            unit, other = file.with_suffix('').as_posix(), target.with_suffix('').as_posix()
+            if unit != other and (file.as_posix(), target.as_posix()) not in upward:
+                graph.setdefault(unit, set()).add(other)
+for source, header in sorted(unused):
+    complaints.append(f'docs/architecture.md lists an include that does not exist: {source} of {header}')
+if circle := find_circle(graph):
+    complaints.append('a circle of includes: ' + ' > '.join(circle))
+print('\n'.join(complaints), end='\n' if complaints else '', file=sys.stderr)
+sys.exit(bool(complaints))
+END

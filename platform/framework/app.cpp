@@ -2,8 +2,6 @@
 
 #include <cstdlib>
 
-#include "window.h"
-
 namespace {
 
 CWinApp* application;
@@ -36,13 +34,6 @@ CWinApp::~CWinApp() {
 
 CWinApp* AfxGetApp() {
     return application;
-}
-
-int AfxMessageBox(LPCWSTR text, UINT type) {
-    const CWnd* const main = application ? application->m_pMainWnd : nullptr;
-    // The box appears in front of the main window, or of the dialog that it has opened, and disables it.
-    const HWND owner = main && main->m_hWnd ? GetLastActivePopup(main->m_hWnd) : nullptr;
-    return MessageBoxW(owner, text, application ? application->m_pszAppName : nullptr, type);
 }
 
 HINSTANCE AfxGetInstanceHandle() {

@@ -1,4 +1,4 @@
-// CWinApp: the application object of the process; AfxMessageBox; the program's entry.
+// CWinApp: the application object of the process; the program's entry.
 #pragma once
 
 #include <windows.h>
@@ -39,9 +39,6 @@ class CWinApp : public CWinThread {
 
 // The application object of the process, or null before it is built.
 CWinApp* AfxGetApp();
-
-// Shows a message box with the application's name as its caption. Returns the button pressed.
-int AfxMessageBox(LPCWSTR text, UINT type = MB_OK);
 
 // The modules of the program and of its resources. Until they are set both are null, which means the program itself.
 HINSTANCE AfxGetInstanceHandle();

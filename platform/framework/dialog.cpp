@@ -115,6 +115,12 @@ void CDialog::OnWindowGone() {
     PostQuitMessage(0);
 }
 
+bool CWnd::UpdateData(BOOL save) {
+    CDataExchange exchange(*this, save);
+    DoDataExchange(&exchange);
+    return exchange.Succeeded();
+}
+
 HWND CDataExchange::Control(int control) {
     const HWND window = m_dialog.GetDlgItem(control);
     if (!window) m_succeeded = false;

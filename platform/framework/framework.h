@@ -6,8 +6,8 @@
 //   CDWordArray                  collections.h  growing array of 32-bit numbers with checked access
 //   CInvalidArgException         collections.h  thrown by checked access
 //   CMutex, CSingleLock          sync.h         a named mutex, and the lock that takes it
-//   CWinApp, CWinThread          app.h          the application object, AfxMessageBox, the program's entry
-//   CWnd and its message map     window.h       a window by its handle
+//   CWinApp, CWinThread          app.h          the application object, the program's entry
+//   CWnd and its message map     window.h       a window by its handle; AfxMessageBox
 //   CButton, CStatic, CEdit      window.h       the controls of a dialog
 //   CDialog, CDataExchange       dialog.h       a dialog from a template; its fields and controls
 #pragma once

@@ -1,7 +1,5 @@
 #include "window.h"
 
-#include "dialog.h"
-
 IMPLEMENT_DYNAMIC(CWnd, CCmdTarget)
 IMPLEMENT_DYNAMIC(CButton, CWnd)
 IMPLEMENT_DYNAMIC(CStatic, CWnd)
@@ -71,8 +69,10 @@ RECT CWnd::PlaceIn(const CWnd& frame) const {
     return {topLeft.x, topLeft.y, bottomRight.x, bottomRight.y};
 }
 
-bool CWnd::UpdateData(BOOL save) {
-    CDataExchange exchange(*this, save);
-    DoDataExchange(&exchange);
-    return exchange.Succeeded();
+int AfxMessageBox(LPCWSTR text, UINT type) {
+    const CWinApp* const application = AfxGetApp();
+    const CWnd* const main = application ? application->m_pMainWnd : nullptr;
+    // The box appears in front of the main window, or of the dialog that it has opened, and disables it.
+    const HWND owner = main && main->m_hWnd ? GetLastActivePopup(main->m_hWnd) : nullptr;
+    return MessageBoxW(owner, text, application ? application->m_pszAppName : nullptr, type);
 }

@@ -1,4 +1,4 @@
-// CWnd: a window by its handle; CButton, CStatic, CEdit: the controls of a dialog; message maps.
+// CWnd: a window by its handle; CButton, CStatic, CEdit: the controls of a dialog; AfxMessageBox; message maps.
 //
 // The object of a control only refers to its window. Neither of them destroys the other. Without a window
 // every operation does nothing and returns 0.
@@ -68,6 +68,9 @@ class CStatic : public CWnd {
 class CEdit : public CWnd {
     DECLARE_DYNAMIC(CEdit)
 };
+
+// Shows a message box with the application's name as its caption. Returns the button pressed.
+int AfxMessageBox(LPCWSTR text, UINT type = MB_OK);
 
 // The class holds DECLARE_MESSAGE_MAP(). Its .cpp file holds BEGIN_MESSAGE_MAP, a row for each handler, and
 // END_MESSAGE_MAP.

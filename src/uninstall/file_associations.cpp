@@ -5,7 +5,7 @@
 #include "app/setup_state.h"
 #include "install/system_registration.h"
 #include "support/registry.h"
-#include "uninstall/uninstall_driver.h"
+#include "uninstall/reg_scratch.h"
 
 namespace {
 

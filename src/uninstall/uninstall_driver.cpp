@@ -2,9 +2,6 @@
 
 #include <shlobj.h>
 
-#include <algorithm>
-#include <iterator>
-
 #include "app/process_helpers.h"
 #include "app/setup_state.h"
 #include "engine/file_ops.h"
@@ -12,9 +9,8 @@
 #include "support/registry.h"
 #include "support/shell_folders.h"
 #include "uninstall/file_associations.h"
+#include "uninstall/reg_scratch.h"
 #include "uninstall/registry_purge.h"
-
-WCHAR g_regScratch[kRegScratchChars];
 
 namespace {
 
@@ -94,17 +90,6 @@ void SweepUserFolders() {
 }
 
 }  // namespace
-
-bool ReadRegScratch(HKEY key, LPCWSTR value) {
-    std::fill(std::begin(g_regScratch), std::end(g_regScratch), WCHAR{0});
-    DWORD cbText = sizeof g_regScratch;
-    const LSTATUS status =
-        RegQueryValueExW(key, value, nullptr, nullptr, reinterpret_cast<LPBYTE>(g_regScratch), &cbText);
-    // A stored value may lack its terminator. A value that fills the buffer without one doesn't fit.
-    const bool whole = status == ERROR_SUCCESS && g_regScratch[kRegScratchChars - 1] == 0;
-    if (!whole) g_regScratch[0] = 0;
-    return whole;
-}
 
 void PerformUninstall(LPCWSTR folder) {
     UnregisterApplication(folder);

@@ -1,7 +1,7 @@
 // A start that only the embedded machine can show.
 #include "harness/scratch.h"
+#include <winhost.h>
 #include "app/process_helpers.h"
-#include "winhost.h"
 
 // Without its own path a program doesn't know whether it is the installer, so it asks nothing and ends.
 TEST_F(ScratchTest, StartWithoutItsOwnPathDoesNothing) {

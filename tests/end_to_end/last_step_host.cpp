@@ -3,7 +3,7 @@
 
 #include "end_to_end/run.h"
 #include "resource.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace {
 

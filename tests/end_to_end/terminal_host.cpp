@@ -7,7 +7,7 @@
 
 #include "common/redirected_streams.h"
 #include "end_to_end/run.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace {
 

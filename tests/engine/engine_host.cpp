@@ -1,7 +1,7 @@
 // Tests of the engine for which only the embedded machine can cause a failure.
 #include "engine/file_ops.h"
 #include "harness/machine_view.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace {
 

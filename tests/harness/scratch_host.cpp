@@ -3,7 +3,7 @@
 
 #include "common/throwaway_folder.h"
 #include "harness/target.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace fs = std::filesystem;
 

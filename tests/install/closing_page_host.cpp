@@ -3,7 +3,7 @@
 
 #include "app/setup_state.h"
 #include "harness/scratch.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace {
 

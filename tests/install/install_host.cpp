@@ -11,7 +11,7 @@
 #include "install/system_registration.h"
 #include "harness/registry_values.h"
 #include "support/shell_folders.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace {
 

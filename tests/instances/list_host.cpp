@@ -1,6 +1,6 @@
 // Only the embedded machine can tell what a process leaves open.
 #include "instances/frame.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include "harness/registry_values.h"
 #include "harness/scratch.h"
 #include "support/shell_folders.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace {
 

@@ -12,7 +12,7 @@
 #include "uninstall/registry_purge.h"
 #include "uninstall/relaunch.h"
 #include "uninstall/uninstall_driver.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include "files/files.h"
 #include "machine/file_calls.h"
-#include "winhost.h"
+#include <winhost.h>
 #include "winhost/neighbour.h"
 
 namespace {

@@ -3,7 +3,7 @@
 
 #include "processes/process_table.h"
 #include "harness/scratch.h"
-#include "winhost.h"
+#include <winhost.h>
 #include "winhost/neighbour.h"
 
 namespace fs = std::filesystem;

@@ -2,8 +2,8 @@
 #include <filesystem>
 
 #include "harness/scratch.h"
-#include "windows/window_table.h"
-#include "winhost.h"
+#include "messages/window_table.h"
+#include <winhost.h>
 
 namespace {
 

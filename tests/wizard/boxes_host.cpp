@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "harness/registry_values.h"
-#include "winhost.h"
+#include <winhost.h>
 #include "wizard/wizard_run.h"
 
 namespace {

@@ -5,7 +5,7 @@
 
 #include "package_check/tool.h"
 #include "common/throwaway_folder.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace fs = std::filesystem;
 

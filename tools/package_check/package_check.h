@@ -6,19 +6,9 @@
 #include <string>
 #include <vector>
 
-namespace package_check {
+#include "package_check/finding.h"
 
-// One thing to correct. All texts are UTF-8.
-struct Finding {
-    std::string id;           // does not change between versions; docs/manifest.md explains each
-    std::string file;         // relative to the package, with backslashes; empty for the folder itself
-    unsigned line = 0;        // of that file, from 1; 0 for the file as a whole
-    std::string what;         // the record as setup reads it, or what was found
-    std::string happens;      // the result on a customer's machine
-    std::string instead;      // how to write it, or what to do
-    bool isNote = false;      // a hint: the package works as it is
-    bool isInRecipe = false;  // `file` and `line` are those of the recipe
-};
+namespace package_check {
 
 // Checks the package in a folder of the running system, and changes nothing in it. The findings of the manifest
 // come first, ordered by line. A file that can't be read is a finding too; if it is the manifest, the check ends.

@@ -3,8 +3,9 @@
 
 #include <set>
 #include <unordered_map>
+#include <vector>
 
-#include "package_check/package_check.h"
+#include "package_check/finding.h"
 #include "package_check/text.h"
 
 namespace package_check {

@@ -4,7 +4,7 @@
 
 #include "package_make/tool.h"
 #include "common/throwaway_folder.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace fs = std::filesystem;
 

@@ -7,7 +7,7 @@
 #include "common/hang.h"
 #include "common/redirected_streams.h"
 #include "common/text.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace rehearse {
 

@@ -18,7 +18,7 @@
 #include "rehearse/packages.h"
 #include "rehearse/report.h"
 #include "common/throwaway_folder.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace fs = std::filesystem;
 

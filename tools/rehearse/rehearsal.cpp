@@ -6,7 +6,6 @@
 
 #include "common/system_names.h"
 #include "common/text.h"
-#include "rehearse/residue.h"
 #include "snapshot/names.h"
 
 namespace rehearse {

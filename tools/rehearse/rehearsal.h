@@ -6,17 +6,13 @@
 #include <vector>
 
 #include "rehearse/machine.h"
-#include "snapshot/snapshot.h"
+#include "rehearse/residue.h"
 
 namespace rehearse {
 
 // The folders of the packages on the machine. A folder that does not exist counts as no package.
 inline constexpr char kPackage[] = "C:\\Package\\";
 inline constexpr char kEarlierPackage[] = "C:\\Earlier package\\";
-
-// All names are those of snapshot/names.h. For a file, `before` and `after` say which file of a package it is ("as in
-// the package", "readme-en.txt of the package", "as in the earlier package"), or its size.
-using Changes = std::vector<snapshot::Change>;
 
 struct Step {
     std::string name;
@@ -26,11 +22,6 @@ struct Step {
     std::vector<std::string> logLines;  // what the log has after the manifest, once it exists
     std::vector<std::string> marks;     // what waits for the next start, in order
     Changes remains;                    // after an uninstall: compared with the machine before all steps
-};
-
-struct Leftover {
-    snapshot::Change change;
-    std::string reason;  // why it may stay; empty if it should not be there
 };
 
 struct Rehearsal {

@@ -6,9 +6,18 @@
 #include <string>
 #include <vector>
 
-#include "rehearse/rehearsal.h"
+#include "snapshot/snapshot.h"
 
 namespace rehearse {
+
+// All names are those of snapshot/names.h. For a file, `before` and `after` say which file of a package it is ("as in
+// the package", "readme-en.txt of the package", "as in the earlier package"), or its size.
+using Changes = std::vector<snapshot::Change>;
+
+struct Leftover {
+    snapshot::Change change;
+    std::string reason;  // why it may stay; empty if it should not be there
+};
 
 // What is known about an installation before its uninstall.
 class Installation {

@@ -12,7 +12,6 @@
 
 #include "common/hang.h"
 #include "snapshot/snapshot.h"
-#include "sweep/scenarios.h"
 
 namespace fs = std::filesystem;
 

@@ -11,6 +11,8 @@
 
 namespace sweep {
 
+inline constexpr char16_t kLogFile[] = u"C:\\Program Files\\Qantivo 8\\QtvUnInst.log";
+
 // What happens to one platform call of one program, or to the whole machine.
 struct Disturbance {
     std::string program;  // name of its file, with * and ?

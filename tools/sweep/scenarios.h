@@ -11,8 +11,6 @@
 
 namespace sweep {
 
-inline constexpr char16_t kLogFile[] = u"C:\\Program Files\\Qantivo 8\\QtvUnInst.log";
-
 struct Scenario {
     const char* name;
     std::u16string commandLine;

@@ -7,7 +7,6 @@
 #include <algorithm>
 
 #include "core/faults.h"
-#include "core/host_io.h"
 #include "core/machine.h"
 #include "core/new_machine.h"
 #include "core/text.h"

@@ -6,9 +6,9 @@
 
 #include <fstream>
 
+#include "core/host_io.h"
 #include "core/machine.h"
-#include "core/text.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace winhost {
 
@@ -33,10 +33,9 @@ void Record(const char* kind, std::initializer_list<std::u16string> fields) {
     }
     line += '\n';
     // One write in append mode, so that the lines of several processes don't mix.
-    const int descriptor = open(EventFile().c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
-    if (descriptor < 0 || write(descriptor, line.data(), line.size()) != static_cast<ssize_t>(line.size()))
+    const Descriptor file(open(EventFile().c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666));
+    if (!file || write(file.get(), line.data(), line.size()) != static_cast<ssize_t>(line.size()))
         NotModelled("Record", "a machine whose events can't be written");
-    close(descriptor);
 }
 
 std::vector<std::string> Events() {

@@ -18,9 +18,8 @@
 #include <fstream>
 #include <mutex>
 
-#include "core/host_io.h"
 #include "core/machine.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace winhost {
 

@@ -3,8 +3,6 @@
 
 #include <windows.h>
 
-#include "core/host_io.h"
-
 namespace winhost {
 
 // Every platform call begins with this. Counts the call by name. Returns true when the call must fail; the last error

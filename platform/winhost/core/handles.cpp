@@ -5,8 +5,7 @@
 #include <mutex>
 
 #include "core/faults.h"
-#include "core/host_io.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace winhost {
 

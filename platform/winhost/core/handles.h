@@ -5,8 +5,6 @@
 
 #include <memory>
 
-#include "core/host_io.h"
-
 namespace winhost {
 
 class KernelObject {

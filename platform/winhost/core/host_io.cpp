@@ -4,8 +4,6 @@
 
 #include <cerrno>
 
-#include "core/limits.h"
-
 namespace winhost {
 
 Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
@@ -36,10 +34,6 @@ bool WriteAtOnce(int descriptor, const void* data, std::size_t cbData) {
         cbData -= static_cast<std::size_t>(written);
     }
     return true;
-}
-
-bool WriteWhole(int descriptor, const void* data, std::size_t cbData) {
-    return HasLimits() ? WriteWithinLimits(descriptor, data, cbData) : WriteAtOnce(descriptor, data, cbData);
 }
 
 DWORD ErrorOf(int hostError) {

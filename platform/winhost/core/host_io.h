@@ -24,10 +24,9 @@ class Descriptor {
     int m_value = -1;
 };
 
-// Both write all bytes, or return false with errno set. WriteWhole keeps to the limits of the machine. WriteAtOnce is
-// for files outside its drives.
+// Writes all bytes, or returns false with errno set. Files on the machine's drives are written by WriteWhole, which keeps
+// to the limits of the machine.
 bool WriteAtOnce(int descriptor, const void* data, std::size_t cbData);
-bool WriteWhole(int descriptor, const void* data, std::size_t cbData);
 // Returns the Windows error code for the host's errno.
 DWORD ErrorOf(int hostError);
 

@@ -16,7 +16,7 @@
 #include "core/faults.h"
 #include "core/host_io.h"
 #include "core/machine.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace fs = std::filesystem;
 
@@ -156,7 +156,8 @@ void Step() {
     kill(getpid(), SIGKILL);
 }
 
-bool WriteWithinLimits(int descriptor, const void* data, std::size_t cbData) {
+bool WriteWhole(int descriptor, const void* data, std::size_t cbData) {
+    if (!HasLimits()) return WriteAtOnce(descriptor, data, cbData);
     const off_t place = lseek(descriptor, 0, SEEK_CUR);
     if (place < 0 || !HasRoom(SizeOf(descriptor), static_cast<std::uint64_t>(place) + cbData)) return false;
     const std::size_t cbPart = cbData / kPartsOfWrite + 1;

@@ -7,8 +7,6 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "core/host_io.h"
-
 namespace winhost {
 
 // Whether the machine has limits.
@@ -19,8 +17,8 @@ bool HasRoom(std::uint64_t formerSize, std::uint64_t size);
 // Counts one step of a lasting change. A change that is made in parts takes a step for each part. When the power has
 // gone, the process ends here.
 void Step();
-// Writes as WriteWhole does, within the limits. Without room for
-// all bytes nothing is written. The power can go between parts.
-bool WriteWithinLimits(int descriptor, const void* data, std::size_t cbData);
+// Writes all bytes, or returns false with errno set. Within limits nothing is written without room for all bytes, and the
+// power can go between parts.
+bool WriteWhole(int descriptor, const void* data, std::size_t cbData);
 
 }  // namespace winhost

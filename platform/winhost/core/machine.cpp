@@ -9,9 +9,6 @@
 #include <fstream>
 #include <vector>
 
-#include "core/host_io.h"
-#include "core/text.h"
-
 namespace fs = std::filesystem;
 
 namespace winhost {

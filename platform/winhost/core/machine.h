@@ -2,13 +2,10 @@
 #pragma once
 
 #include <windows.h>
+#include <winhost.h>
 
 #include <filesystem>
 #include <string>
-
-#include "winhost.h"
-
-#include "core/host_io.h"
 
 namespace winhost {
 

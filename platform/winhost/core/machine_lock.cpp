@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <unistd.h>
 
 #include <cerrno>
 
@@ -11,14 +10,10 @@
 namespace winhost {
 
 MachineLock::MachineLock(const char* name)
-    : m_descriptor(open((StateFolder() / name).c_str(), O_CREAT | O_RDWR | O_CLOEXEC, 0666)) {
-    if (m_descriptor < 0) NotModelled("MachineLock", "a machine without its .state folder");
-    while (flock(m_descriptor, LOCK_EX) != 0 && errno == EINTR) {
+    : m_file(open((StateFolder() / name).c_str(), O_CREAT | O_RDWR | O_CLOEXEC, 0666)) {
+    if (!m_file) NotModelled("MachineLock", "a machine without its .state folder");
+    while (flock(m_file.get(), LOCK_EX) != 0 && errno == EINTR) {
     }
-}
-
-MachineLock::~MachineLock() {
-    close(m_descriptor);
 }
 
 }  // namespace winhost

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 
-#include "core/host_io.h"
 #include "core/machine.h"
 
 namespace winhost {

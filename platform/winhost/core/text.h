@@ -2,13 +2,10 @@
 #pragma once
 
 #include <windows.h>
+#include <winhost.h>
 
 #include <string>
 #include <string_view>
-
-#include "winhost.h"
-
-#include "core/host_io.h"
 
 namespace winhost {
 

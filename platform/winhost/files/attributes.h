@@ -6,8 +6,6 @@
 
 #include <string>
 
-#include "core/host_io.h"
-
 namespace winhost {
 
 // Texts that are stored on a file or folder of the host, by their names.

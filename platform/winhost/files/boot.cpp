@@ -1,20 +1,11 @@
-// What waits for the machine's next start: delayed moves and deletes, and wininit.ini.
+// The marks for the machine's next start: delayed moves and deletes.
 #include "files/boot.h"
 
-#include <unistd.h>
-
-#include <fstream>
-
 #include "core/bytes.h"
-#include "core/host_io.h"
 #include "core/machine_lock.h"
 #include "core/text.h"
-#include "files/copy_move.h"
-#include "files/files.h"
 #include "files/paths.h"
-#include "files/profile.h"
 #include "registry/registry_store.h"
-#include "winhost.h"
 
 namespace winhost {
 
@@ -26,14 +17,6 @@ constexpr char16_t kKey[] = u"SYSTEM\\CurrentControlSet\\Control\\Session Manage
 constexpr char16_t kValue[] = u"PendingFileRenameOperations";
 constexpr std::u16string_view kObjectPrefix = u"\\??\\";
 constexpr char16_t kReplaces = u'!';
-// This file exists if the machine also carries out wininit.ini.
-constexpr char kCarriesOutWininit[] = "wininit";
-
-struct BootMark {
-    std::u16string source;
-    std::u16string target;
-};
-
 void AppendText(std::string& bytes, std::u16string_view text) {
     for (const char16_t unit : std::u16string(text) + u'\0') {
         bytes += static_cast<char>(unit);
@@ -63,20 +46,6 @@ std::vector<std::u16string> Texts(std::string_view bytes) {
 
 std::u16string WithoutPrefix(std::u16string_view path) {
     return std::u16string(path.starts_with(kObjectPrefix) ? path.substr(kObjectPrefix.size()) : path);
-}
-
-// At a start nothing is open, so the sharing rules don't apply. A mark that fails is skipped without a message.
-void CarryOut(const BootMark& mark) {
-    const std::u16string path = WithoutPrefix(mark.source);
-    // Nothing is removed from a device or the network.
-    if (path.size() < 2 || path[1] != u':') return;
-    const Place source = Locate(path);
-    if (mark.target.empty()) {
-        (void)RemovePlace(source);
-        return;
-    }
-    const bool replace = mark.target.starts_with(kReplaces);
-    (void)MovePlace(source, Locate(WithoutPrefix(std::u16string_view(mark.target).substr(replace))), replace);
 }
 
 // Returns the path as a name of the system's objects. Empty, with the last error set, when there is none.
@@ -114,38 +83,20 @@ bool AddBootMark(LPCWSTR source, LPCWSTR target, bool replace) {
     return error == 0;
 }
 
-namespace {
-
-void CarryOutWininit() {
-    const Place file = Locate(u"C:\\Windows\\wininit.ini");
-    if (!file.exists()) return;
-    for (const std::u16string& entry : ReadSection(file, u"rename")) {
-        const std::size_t equals = entry.find(u'=');
-        if (equals == entry.npos) continue;
-        const std::u16string target = entry.substr(0, equals);
-        const Place source = Locate(entry.substr(equals + 1));
-        if (SameName(target, u"NUL"))
-            (void)RemovePlace(source);
-        else
-            (void)MovePlace(source, Locate(target), true);
-    }
-    (void)MovePlace(file, Locate(u"C:\\Windows\\wininit.bak"), true);
-}
-
-}  // namespace
-
-void SetCarriesOutWininit(bool on) {
-    if (on)
-        std::ofstream(StateFolder() / kCarriesOutWininit).put('1');
-    else
-        (void)unlink((StateFolder() / kCarriesOutWininit).c_str());
-}
-
-void RestartMachine() {
-    if (std::filesystem::exists(StateFolder() / kCarriesOutWininit)) CarryOutWininit();
+std::vector<BootMark> BootMarks() {
     const std::vector<std::u16string> texts = Texts(StoredMarks().value_or(std::string()));
-    for (std::size_t i = 0; i + 1 < texts.size(); i += 2)
-        CarryOut({texts[i], texts[i + 1]});
+    std::vector<BootMark> marks;
+    for (std::size_t i = 0; i + 1 < texts.size(); i += 2) {
+        BootMark& mark = marks.emplace_back();
+        mark.source = WithoutPrefix(texts[i]);
+        const std::u16string_view target = texts[i + 1];
+        mark.replace = target.starts_with(kReplaces);
+        if (!target.empty()) mark.target = WithoutPrefix(target.substr(mark.replace));
+    }
+    return marks;
+}
+
+void ForgetBootMarks() {
     DeleteMachineValue(kKey, kValue);
 }
 

@@ -3,7 +3,6 @@
 
 #include <windows.h>
 
-#include "core/host_io.h"
 #include "files/paths.h"
 
 namespace winhost {

@@ -270,3 +270,23 @@ BOOL RemoveDirectoryW(LPCWSTR path) {
     if (!error) error = RemovePlace(place);
     return error == 0 || FailWith(error);
 }
+
+DWORD GetFileAttributesW(LPCWSTR path) {
+    if (Fails("GetFileAttributesW")) return INVALID_FILE_ATTRIBUTES;
+    const Place place = Locate(path);
+    if (place.exists()) return StoredAttributes(place.host, place.isFolder);
+    if (place.isDevice) return FILE_ATTRIBUTE_ARCHIVE;
+    SetLastError(place.error);
+    return INVALID_FILE_ATTRIBUTES;
+}
+
+BOOL SetFileAttributesW(LPCWSTR path, DWORD attributes) {
+    if (Fails("SetFileAttributesW")) return FALSE;
+    const Place place = Locate(path);
+    // Bits that can't be set are dropped. Callers pass back what they
+    // have read, even with the bit of a folder or the value of a failure.
+    if (place.exists()) return StoreAttributes(place.host, attributes);
+    if (place.isDevice) return TRUE;
+    SetLastError(place.error);
+    return FALSE;
+}

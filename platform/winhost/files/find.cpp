@@ -9,8 +9,6 @@
 #include "core/faults.h"
 #include "core/handles.h"
 #include "core/text.h"
-#include "core/machine.h"
-#include "core/host_io.h"
 #include "files/attributes.h"
 #include "files/paths.h"
 #include "files/stored_names.h"

@@ -8,11 +8,9 @@
 
 #include "core/faults.h"
 #include "core/host_io.h"
-#include "core/machine.h"
 #include "files/files.h"
 #include "files/paths.h"
 #include "files/sharing.h"
-#include "registry/registry_store.h"
 
 namespace winhost {
 

@@ -9,11 +9,10 @@
 #include <cstring>
 #include <vector>
 
-#include "core/host_io.h"
 #include "core/machine.h"
 #include "core/text.h"
 #include "files/stored_names.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace fs = std::filesystem;
 

@@ -6,8 +6,6 @@
 #include <string>
 #include <string_view>
 
-#include "core/host_io.h"
-
 namespace winhost {
 
 bool IsSeparator(char16_t unit);

@@ -12,6 +12,7 @@
 #include "core/bytes.h"
 #include "core/faults.h"
 #include "core/host_io.h"
+#include "core/limits.h"
 #include "core/machine.h"
 #include "core/text.h"
 #include "files/attributes.h"

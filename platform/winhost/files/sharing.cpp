@@ -78,12 +78,13 @@ bool AnyOpenBelow(const std::string& folder) {
 std::unique_ptr<OpenFile> OpenFile::Open(const std::string& host, int hostFlags, unsigned access,
                                          unsigned share) {
     // On Windows every file is executable, so every new file on the host is.
-    const int descriptor = open(host.c_str(), hostFlags | O_CLOEXEC, 0777);
-    if (descriptor < 0) {
+    Descriptor opened(open(host.c_str(), hostFlags | O_CLOEXEC, 0777));
+    if (!opened) {
         SetLastError(ErrorOf(errno));
         return nullptr;
     }
-    std::unique_ptr<OpenFile> file(new OpenFile(descriptor));
+    const int descriptor = opened.get();
+    std::unique_ptr<OpenFile> file(new OpenFile(std::move(opened)));
     // An opening only for attributes takes no part in sharing.
     if (access == 0) return file;
     const unsigned denied = ~share & kAllAccess;
@@ -96,20 +97,17 @@ std::unique_ptr<OpenFile> OpenFile::Open(const std::string& host, int hostFlags,
 }
 
 std::unique_ptr<OpenFile> OpenFile::OpenImage(const std::string& host) {
-    const int descriptor = open(host.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) {
+    Descriptor opened = OpenToAsk(host);
+    if (!opened) {
         SetLastError(ErrorOf(errno));
         return nullptr;
     }
-    std::unique_ptr<OpenFile> file(new OpenFile(descriptor));
+    const int descriptor = opened.get();
+    std::unique_ptr<OpenFile> file(new OpenFile(std::move(opened)));
     if (!Claim(descriptor, kRuns)) NotModelled("OpenImage", "a file system without locks");
     if (!Held(descriptor, kWriting | kReading << kDenied)) return file;
     SetLastError(ERROR_SHARING_VIOLATION);
     return nullptr;
-}
-
-OpenFile::~OpenFile() {
-    close(m_descriptor);
 }
 
 DWORD DeleteBlockedBy(const std::string& host) {

@@ -5,6 +5,9 @@
 
 #include <memory>
 #include <string>
+#include <utility>
+
+#include "core/host_io.h"
 
 namespace winhost {
 
@@ -17,14 +20,11 @@ class OpenFile {
                                           unsigned share);
     // Marks a running program or library: it can be renamed, but neither deleted nor written.
     static std::unique_ptr<OpenFile> OpenImage(const std::string& host);
-    ~OpenFile();
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
-    int descriptor() const { return m_descriptor; }
+    int descriptor() const { return m_descriptor.get(); }
 
   private:
-    explicit OpenFile(int descriptor) : m_descriptor(descriptor) {}
-    int m_descriptor;
+    explicit OpenFile(Descriptor descriptor) : m_descriptor(std::move(descriptor)) {}
+    Descriptor m_descriptor;
 };
 // Returns what prevents a delete or a rename of the file: 0, ERROR_SHARING_VIOLATION, or ERROR_ACCESS_DENIED for a running image
 // (which may be renamed).

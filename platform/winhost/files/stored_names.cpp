@@ -22,7 +22,7 @@
 #include "core/text.h"
 #include "files/attributes.h"
 #include "short_names.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace winhost {
 

@@ -8,8 +8,8 @@
 
 #include "core/faults.h"
 #include "core/host_io.h"
+#include "core/limits.h"
 #include "core/machine.h"
-#include "core/text.h"
 #include "files/attributes.h"
 #include "files/files.h"
 #include "files/paths.h"

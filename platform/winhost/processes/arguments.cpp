@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <memory>
 
-#include "core/host_io.h"
 #include "core/text.h"
 #include "processes/process_table.h"
 
@@ -16,10 +15,6 @@ char16_t** __wargv = nullptr;
 namespace winhost {
 
 namespace {
-
-bool IsBlank(char16_t unit) {
-    return unit == u' ' || unit == u'\t';
-}
 
 std::u16string_view WithoutBlanks(std::u16string_view text) {
     while (!text.empty() && IsBlank(text.front()))
@@ -86,6 +81,10 @@ __attribute__((constructor(101))) void TakeArguments(int count, char** values, c
 }
 
 }  // namespace
+
+bool IsBlank(char16_t unit) {
+    return unit == u' ' || unit == u'\t';
+}
 
 std::vector<std::u16string> SplitArguments(std::u16string_view rest) {
     std::vector<std::u16string> arguments{TakeProgram(rest)};

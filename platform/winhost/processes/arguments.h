@@ -10,6 +10,8 @@ namespace winhost {
 // Holds the command line of a program that another program of the machine started, as that one wrote it.
 inline constexpr char kCommandLineVariable[] = "WINHOST_COMMAND_LINE";
 
+// Whether a command line is split at this character.
+bool IsBlank(char16_t unit);
 // Splits a command line at blanks, by the rules for backslashes and quotes. The first text is the program's name.
 std::vector<std::u16string> SplitArguments(std::u16string_view commandLine);
 // Returns a command line without the program's name and the blanks after it.

@@ -15,7 +15,7 @@ namespace winhost {
 namespace {
 
 constexpr std::uint64_t kNever = UINT64_MAX;
-constexpr DWORD kLookMs = 1;  // of the host's time, between two looks at another process
+constexpr DWORD kHostLookMs = 1;  // between two looks at another process, of the host's time
 
 std::uint64_t HostMilliseconds() {
     timespec now = {};
@@ -40,7 +40,7 @@ void AdvanceTo(std::uint64_t time) {
         const auto times = RecordedTimes(starter.table.get());
         return !starter.process || !times || times->until >= time;
     };
-    while (!isThere() && !WaitForEnd(starter.process.get(), kLookMs)) {
+    while (!isThere() && !WaitForEnd(starter.process.get(), kHostLookMs)) {
     }
     Now() = time;
     RecordTimes(OwnTable(), {time, time});
@@ -54,7 +54,7 @@ bool WaitInVirtualTime(const ProcessFiles& other, DWORD milliseconds) {
     bool ended = false;
     std::uint64_t reached = 0;
     while (!ended && reached <= end) {
-        ended = WaitForEnd(other.process.get(), kLookMs);
+        ended = WaitForEnd(other.process.get(), kHostLookMs);
         reached = RecordedTimes(other.table.get()).value_or(VirtualTimes()).now;
         if (reached == kNever && (ended || end == kNever)) reached = start;
     }

@@ -8,14 +8,13 @@
 
 #include "core/faults.h"
 #include "core/handles.h"
-#include "core/host_io.h"
 #include "core/machine.h"
 #include "core/text.h"
 #include "files/paths.h"
 #include "files/sharing.h"
 #include "processes/search.h"
 #include "processes/system.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace winhost {
 

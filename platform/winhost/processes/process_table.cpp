@@ -24,8 +24,6 @@ extern "C" {
 #include "core/machine.h"
 #include "files/paths.h"
 #include "files/sharing.h"
-#include "processes/clock.h"
-#include "winhost.h"
 
 namespace fs = std::filesystem;
 
@@ -251,43 +249,10 @@ void LeaveTable() {
     if (TheEntry().table) unlink(TheEntry().path.c_str());
 }
 
-std::vector<DWORD> ProcessIds() {
-    std::vector<DWORD> running;
-    for (const DWORD id : ListedIds())
-        if (id != static_cast<DWORD>(TheEntry().pid) && FindProcess(id)) running.push_back(id);
-    return running;
-}
-
-bool EndProcesses(DWORD milliseconds) {
-    for (const DWORD id : ProcessIds())
-        if (const auto files = FindProcess(id))
-            (void)pidfd_send_signal(files->process.get(), SIGKILL, nullptr, 0);
-    return WaitForProcesses(milliseconds);
-}
-
-bool WaitForProcesses(DWORD milliseconds) {
-    using Clock = std::chrono::steady_clock;
-    const auto deadline = Clock::now() + std::chrono::milliseconds(milliseconds);
-    const auto left = [&]() -> DWORD {
-        if (milliseconds == INFINITE) return INFINITE;
-        const auto rest = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
-        return static_cast<DWORD>(std::max<long>(rest, 0));
-    };
-    const OpenEndedWait wait;
-    // A process that ends may have started others after the table was read, so the table is read until it lists none.
-    for (;;) {
-        bool any = false;
-        for (const DWORD id : ListedIds()) {
-            if (id == static_cast<DWORD>(TheEntry().pid)) continue;
-            any = true;
-            const ProcessFiles files = OpenProcessFiles(id);
-            if (!files.process || !files.table || HasEnded(id, files)) continue;
-            if (!WaitForEnd(files.process.get(), left())) return false;
-        }
-        if (!any) return true;
-        const TableLock lock;
-        PruneTable();
-    }
+std::vector<DWORD> OtherIds() {
+    std::vector<DWORD> ids = ListedIds();
+    std::erase(ids, static_cast<DWORD>(TheEntry().pid));
+    return ids;
 }
 
 }  // namespace winhost

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "core/host_io.h"
 #include "core/machine_lock.h"
@@ -65,6 +66,9 @@ std::optional<DWORD> RecordedExitCode(int table);
 
 // Removes the files of processes that have ended.
 void PruneTable();
+
+// Returns the ids in the table except this process's own. Some may have ended.
+std::vector<DWORD> OtherIds();
 
 // Waits until the process of the pidfd has ended. Returns false
 // when `milliseconds` have passed; INFINITE waits without limit.

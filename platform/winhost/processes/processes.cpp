@@ -18,7 +18,6 @@ extern "C" {
 
 #include "core/faults.h"
 #include "core/handles.h"
-#include "core/host_io.h"
 #include "core/machine.h"
 #include "processes/clock.h"
 #include "processes/process_table.h"

@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "core/environment.h"
-#include "core/host_io.h"
 #include "core/machine.h"
 #include "files/paths.h"
 

@@ -3,7 +3,6 @@
 
 #include <string_view>
 
-#include "core/host_io.h"
 #include "files/paths.h"
 
 namespace winhost {

@@ -8,7 +8,6 @@
 
 #include "core/faults.h"
 #include "core/handles.h"
-#include "core/host_io.h"
 #include "core/machine.h"
 #include "core/text.h"
 #include "processes/processes.h"

@@ -17,10 +17,7 @@
 
 #include "core/faults.h"
 #include "core/handles.h"
-#include "core/host_io.h"
 #include "core/machine.h"
-#include "core/text.h"
-#include "files/sharing.h"
 
 namespace fs = std::filesystem;
 
@@ -39,20 +36,14 @@ constexpr std::size_t kGranularity = 65536;
 // opening. The folder itself is locked, because an object may be closed after its machine is gone.
 class FolderLock {
   public:
-    explicit FolderLock(const std::string& folder)
-        : m_descriptor(open(folder.c_str(), O_RDONLY | O_CLOEXEC)) {
-        while (held() && flock(m_descriptor, LOCK_EX) != 0 && errno == EINTR) {
+    explicit FolderLock(const std::string& folder) : m_folder(open(folder.c_str(), O_RDONLY | O_CLOEXEC)) {
+        while (held() && flock(m_folder.get(), LOCK_EX) != 0 && errno == EINTR) {
         }
     }
-    ~FolderLock() {
-        if (held()) close(m_descriptor);
-    }
-    FolderLock(const FolderLock&) = delete;
-    FolderLock& operator=(const FolderLock&) = delete;
-    bool held() const { return m_descriptor >= 0; }
+    bool held() const { return static_cast<bool>(m_folder); }
 
   private:
-    int m_descriptor;
+    Descriptor m_folder;
 };
 
 // This process's share in an object.
@@ -64,18 +55,18 @@ class Share {
     ~Share();
     Share(const Share&) = delete;
     Share& operator=(const Share&) = delete;
-    int descriptor() const { return m_descriptor; }
+    int descriptor() const { return m_file.get(); }
     bool isNew() const { return m_isNew; }
     std::size_t size() const {
         struct stat info;
-        return fstat(m_descriptor, &info) == 0 ? static_cast<std::size_t>(info.st_size) : 0;
+        return fstat(descriptor(), &info) == 0 ? static_cast<std::size_t>(info.st_size) : 0;
     }
     const std::string& path() const { return m_path; }
 
   private:
-    Share(int descriptor, std::string path, bool isNew)
-        : m_descriptor(descriptor), m_path(std::move(path)), m_isNew(isNew) {}
-    int m_descriptor;
+    Share(Descriptor file, std::string path, bool isNew)
+        : m_file(std::move(file)), m_path(std::move(path)), m_isNew(isNew) {}
+    Descriptor m_file;
     std::string m_path;  // empty without a name
     bool m_isNew;
 };
@@ -104,16 +95,13 @@ std::string FileName(std::u16string_view name, const char* kind) {
 
 // Whether a process has the object of that file open. The caller holds the folder's lock.
 bool IsHeld(const std::string& path) {
-    const int descriptor = open(path.c_str(), O_RDWR | O_CLOEXEC);
-    if (descriptor < 0) return false;
-    const bool held = flock(descriptor, LOCK_EX | LOCK_NB) != 0;
-    close(descriptor);
-    return held;
+    const Descriptor file(open(path.c_str(), O_RDWR | O_CLOEXEC));
+    return file && flock(file.get(), LOCK_EX | LOCK_NB) != 0;
 }
 
 std::unique_ptr<Share> Share::Open(LPCWSTR name, const char* kind, bool create, std::size_t size) {
     const auto made = [&](int descriptor, std::string path) -> std::unique_ptr<Share> {
-        std::unique_ptr<Share> share(new Share(descriptor, std::move(path), true));
+        std::unique_ptr<Share> share(new Share(Descriptor(descriptor), std::move(path), true));
         if (descriptor >= 0 && flock(descriptor, LOCK_SH) == 0 &&
             ftruncate(descriptor, static_cast<off_t>(size)) == 0)
             return share;
@@ -135,16 +123,14 @@ std::unique_ptr<Share> Share::Open(LPCWSTR name, const char* kind, bool create, 
         SetLastError(ERROR_INVALID_HANDLE);
         return nullptr;
     }
-    const int descriptor = open(path.c_str(), O_RDWR | O_CLOEXEC);
-    if (descriptor >= 0) {
-        if (flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
-            flock(descriptor, LOCK_SH);
-            return std::unique_ptr<Share>(new Share(descriptor, path, false));
+    if (Descriptor known(open(path.c_str(), O_RDWR | O_CLOEXEC)); known) {
+        if (flock(known.get(), LOCK_EX | LOCK_NB) != 0) {
+            flock(known.get(), LOCK_SH);
+            return std::unique_ptr<Share>(new Share(std::move(known), path, false));
         }
         // A process that died has left this file. A view of it may
         // still be mapped somewhere, so a new file takes its place.
         unlink(path.c_str());
-        close(descriptor);
     }
     if (!create) {
         SetLastError(ERROR_FILE_NOT_FOUND);
@@ -154,14 +140,11 @@ std::unique_ptr<Share> Share::Open(LPCWSTR name, const char* kind, bool create, 
 }
 
 Share::~Share() {
-    if (m_descriptor < 0) return;
-    if (!m_path.empty()) {
-        const FolderLock lock(fs::path(m_path).parent_path().native());
-        if (lock.held() && flock(m_descriptor, LOCK_EX | LOCK_NB) == 0) unlink(m_path.c_str());
-        close(m_descriptor);
-    } else {
-        close(m_descriptor);
-    }
+    if (!m_file || m_path.empty()) return;
+    const FolderLock lock(fs::path(m_path).parent_path().native());
+    if (lock.held() && flock(descriptor(), LOCK_EX | LOCK_NB) == 0) unlink(m_path.c_str());
+    // Closed within the lock, so that nobody finds the file held without an owner.
+    m_file = Descriptor();
 }
 
 // ---- file mappings ----

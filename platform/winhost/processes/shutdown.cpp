@@ -2,7 +2,6 @@
 #include "core/events.h"
 #include "core/faults.h"
 #include "core/machine.h"
-#include "core/text.h"
 #include "processes/security.h"
 
 BOOL ExitWindowsEx(UINT flags, DWORD reason) {

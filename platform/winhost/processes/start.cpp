@@ -11,7 +11,6 @@
 
 #include "core/events.h"
 #include "core/host_io.h"
-#include "core/text.h"
 #include "files/paths.h"
 #include "files/sharing.h"
 #include "processes/arguments.h"
@@ -22,10 +21,6 @@
 namespace winhost {
 
 namespace {
-
-bool IsBlank(char16_t unit) {
-    return unit == u' ' || unit == u'\t';
-}
 
 // Whether the host can run the file: a 64-bit ELF program.
 bool IsHostProgram(int descriptor) {

@@ -7,7 +7,7 @@
 #include "core/faults.h"
 #include "core/machine.h"
 #include "processes/processes.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace winhost {
 

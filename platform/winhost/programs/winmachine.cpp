@@ -9,10 +9,9 @@
 #include <exception>
 #include <span>
 
-#include "core/text.h"
 #include "processes/arguments.h"
 #include "processes/process_table.h"
-#include "winhost.h"
+#include <winhost.h>
 
 namespace {
 

@@ -8,7 +8,6 @@
 #include "core/bytes.h"
 #include "core/faults.h"
 #include "core/handles.h"
-#include "core/host_io.h"
 #include "core/machine.h"
 #include "core/text.h"
 #include "registry/registry_store.h"

@@ -6,7 +6,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <fstream>
 
@@ -14,36 +13,31 @@
 #include "core/limits.h"
 #include "core/machine.h"
 #include "core/new_machine.h"
-#include "core/text.h"
 #include "registry/registry_text.h"
+#include <winhost.h>
 
 namespace winhost {
 
 namespace {
 
-constexpr std::size_t kMaxKeyName = 255;
-constexpr std::size_t kMaxDepth = 512;
-
 // The tree as it was last read. Its file stays open, so that no other file gets the same inode meanwhile.
 struct Cache {
     std::unique_ptr<RegistryNode> root;
-    int descriptor = -1;
+    Descriptor file;
     struct stat identity = {};
 
-    void Keep(std::unique_ptr<RegistryNode> tree, int file) {
-        Drop();
+    void Keep(std::unique_ptr<RegistryNode> tree, Descriptor read) {
         root = std::move(tree);
-        descriptor = file;
-        if (fstat(file, &identity) != 0) Drop();
+        file = std::move(read);
+        if (fstat(file.get(), &identity) != 0) Drop();
     }
     void Drop() {
-        if (descriptor >= 0) close(descriptor);
-        descriptor = -1;
+        file = Descriptor();
         root.reset();
     }
     bool Holds(const std::string& path) const {
         struct stat now;
-        return descriptor >= 0 && stat(path.c_str(), &now) == 0 && now.st_dev == identity.st_dev &&
+        return file && stat(path.c_str(), &now) == 0 && now.st_dev == identity.st_dev &&
                now.st_ino == identity.st_ino && now.st_size == identity.st_size &&
                now.st_mtim.tv_sec == identity.st_mtim.tv_sec &&
                now.st_mtim.tv_nsec == identity.st_mtim.tv_nsec;
@@ -81,76 +75,16 @@ void SaveMachine(RegistryFile& file) {
 
 }  // namespace
 
-std::vector<std::u16string_view> KeyNames(std::u16string_view path) {
-    std::vector<std::u16string_view> names;
-    while (!path.empty()) {
-        const auto end = std::min(path.find(u'\\'), path.size());
-        if (end > 0) names.push_back(path.substr(0, end));
-        path.remove_prefix(std::min(end + 1, path.size()));
-    }
-    return names;
-}
-
-RegistryNode* RegistryNode::FindKey(std::u16string_view path) {
-    RegistryNode* node = this;
-    for (const auto part : KeyNames(path)) {
-        const auto found = node->keys.find(Upper(part));
-        if (found == node->keys.end()) return nullptr;
-        node = found->second.get();
-    }
-    return node;
-}
-
-RegistryNode* RegistryNode::MakeKey(std::u16string_view path) {
-    const auto names = KeyNames(path);
-    if (names.size() > kMaxDepth) return nullptr;
-    // A line feed would end the key's line in the text form.
-    for (const auto part : names)
-        if (part.size() > kMaxKeyName || part.find(u'\n') != part.npos) return nullptr;
-    RegistryNode* node = this;
-    for (const auto part : names) {
-        auto& child = node->keys[Upper(part)];
-        if (!child) {
-            child = std::make_unique<RegistryNode>();
-            child->name = part;
-        }
-        node = child.get();
-    }
-    return node;
-}
-
-RegistryValue* RegistryNode::FindValue(std::u16string_view value) {
-    const auto found = std::find_if(values.begin(), values.end(), [value](const RegistryValue& each) {
-        return SameName(each.name, value);
-    });
-    return found == values.end() ? nullptr : &*found;
-}
-
-void RegistryNode::SetValue(std::u16string_view value, DWORD type, std::string_view bytes) {
-    RegistryValue* target = FindValue(value);
-    if (!target) {
-        target = &values.emplace_back();
-        target->name = value;
-    }
-    target->type = type;
-    target->bytes = bytes;
-}
-
-bool RegistryNode::DeleteValue(std::u16string_view value) {
-    return std::erase_if(values, [value](const RegistryValue& each) { return SameName(each.name, value); }) >
-           0;
-}
-
 RegistryFile::RegistryFile() {
     Cache& cache = TheCache();
     const std::string path = FilePath();
     if (!cache.Holds(path)) {
-        const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-        if (file < 0) NotModelled("registry", "a machine without a registry.reg that can be read");
-        auto tree = ParseRegistry(ReadAll(file));
+        Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+        if (!file) NotModelled("registry", "a machine without a registry.reg that can be read");
+        auto tree = ParseRegistry(ReadAll(file.get()));
         for (const auto hive : {kMachineClasses, kCurrentUser, kUserClasses})
             tree->MakeKey(hive);
-        cache.Keep(std::move(tree), file);
+        cache.Keep(std::move(tree), std::move(file));
     }
     m_root = cache.root.get();
 }
@@ -164,18 +98,17 @@ DWORD RegistryFile::Save() {
         cache.Drop();
         return ERROR_DISK_FULL;
     }
-    const int file = open(fresh.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    Descriptor file(open(fresh.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
     const std::size_t half = text.size() / 2;
     Step();
-    bool written = file >= 0 && WriteAtOnce(file, text.data(), half);
+    bool written = file && WriteAtOnce(file.get(), text.data(), half);
     Step();
-    written = written && WriteAtOnce(file, text.data() + half, text.size() - half);
+    written = written && WriteAtOnce(file.get(), text.data() + half, text.size() - half);
     if (written && rename(fresh.c_str(), path.c_str()) == 0) {
-        cache.Keep(std::move(cache.root), file);
+        cache.Keep(std::move(cache.root), std::move(file));
         return ERROR_SUCCESS;
     }
     const DWORD error = ErrorOf(errno);
-    if (file >= 0) close(file);
     cache.Drop();
     return error;
 }

@@ -4,9 +4,8 @@
 #include <algorithm>
 
 #include "core/bytes.h"
-#include "core/host_io.h"
 #include "core/text.h"
-#include "registry/registry_store.h"
+#include "registry/registry_tree.h"
 
 namespace winhost {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "registry/registry_store.h"
+#include "registry/registry_tree.h"
 
 namespace winhost {
 

@@ -5,8 +5,6 @@
 
 #include <string_view>
 
-#include "core/host_io.h"
-
 namespace winhost {
 
 inline constexpr WORD kStringTable = 6;

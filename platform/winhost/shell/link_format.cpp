@@ -2,7 +2,6 @@
 #include "shell/link_format.h"
 
 #include "core/bytes.h"
-#include "core/host_io.h"
 
 namespace winhost {
 

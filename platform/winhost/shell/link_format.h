@@ -7,8 +7,6 @@
 #include <string>
 #include <string_view>
 
-#include "core/host_io.h"
-
 namespace winhost {
 
 struct LinkData {

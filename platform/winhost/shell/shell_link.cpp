@@ -9,15 +9,15 @@
 
 #include "core/faults.h"
 #include "core/host_io.h"
+#include "core/limits.h"
 #include "core/machine.h"
 #include "files/attributes.h"
 #include "files/files.h"
 #include "files/paths.h"
 #include "files/sharing.h"
 #include "processes/search.h"
-#include "registry/registry_store.h"
 #include "shell/link_format.h"
-#include "winhost.h"
+#include <winhost.h>
 
 const CLSID CLSID_ShellLink = {0x00021401, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 const IID IID_IShellLinkW = {0x000214F9, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};

@@ -4,7 +4,7 @@
 #include "core/events.h"
 #include "core/faults.h"
 #include "core/machine.h"
-#include "core/text.h"
+#include <winhost.h>
 
 // Nothing draws the cursor. The machine records what is set, so that a test can check it.
 HCURSOR LoadCursorW(HINSTANCE module, LPCWSTR name) {

@@ -1,11 +1,9 @@
 #include "windows/focus.h"
 
 #include "core/faults.h"
-#include "core/host_io.h"
 #include "core/machine.h"
-#include "registry/registry_store.h"
-#include "windows/own_windows.h"
-#include "windows/window_table.h"
+#include "messages/own_windows.h"
+#include "messages/window_table.h"
 
 namespace winhost {
 

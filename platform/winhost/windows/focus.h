@@ -4,8 +4,6 @@
 
 #include <windows.h>
 
-#include "core/host_io.h"
-
 namespace winhost {
 
 // Shows a window. A top-level window also becomes active.

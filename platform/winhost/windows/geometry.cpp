@@ -2,11 +2,9 @@
 #include "windows/geometry.h"
 
 #include "core/faults.h"
-#include "core/host_io.h"
 #include "core/machine.h"
+#include "messages/window_table.h"
 #include "windows/focus.h"
-#include "windows/own_windows.h"
-#include "windows/window_table.h"
 
 namespace winhost {
 

@@ -2,11 +2,9 @@
 #include "windows/relations.h"
 
 #include "core/faults.h"
-#include "core/host_io.h"
 #include "core/machine.h"
 #include "core/text.h"
-#include "windows/window_table.h"
-#include "windows/window_texts.h"
+#include "messages/window_table.h"
 
 namespace winhost {
 
@@ -104,10 +102,4 @@ BOOL IsChild(HWND parent, HWND window) {
          record = winhost::Look(record->parent))
         if (record->parent == parent) return TRUE;
     return FALSE;
-}
-
-int GetClassNameW(HWND window, LPWSTR name, int cchName) {
-    if (winhost::Fails("GetClassNameW", ERROR_INVALID_WINDOW_HANDLE)) return 0;
-    const auto record = winhost::Look(window);
-    return record ? winhost::CopyText(record->kind, name, cchName) : 0;
 }

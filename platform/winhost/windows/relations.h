@@ -3,8 +3,6 @@
 
 #include <windows.h>
 
-#include "core/host_io.h"
-
 namespace winhost {
 
 // Whether a window and all windows around it are shown.

@@ -5,11 +5,12 @@
 
 #include "core/faults.h"
 #include "core/machine.h"
-#include "windows/dialogs.h"
+#include "messages/own_windows.h"
+#include "messages/sent_messages.h"
+#include "messages/window_table.h"
+#include "windows/creation.h"
 #include "windows/focus.h"
-#include "windows/own_windows.h"
 #include "windows/relations.h"
-#include "windows/window_table.h"
 
 namespace winhost {
 
@@ -27,9 +28,12 @@ void StoreTitle(HWND window, LPCWSTR title) {
 
 // Returns the place of a value that only the window's own process has.
 LONG_PTR* OwnLong(HWND window, int index) {
-    OwnWindow* const own = FindOfProcess(window);
-    if (own && index == GWLP_USERDATA) return &own->userData;
-    return own ? DialogLong(window, index) : nullptr;
+    if (index == GWLP_USERDATA) {
+        OwnWindow* const own = FindOfProcess(window);
+        return own ? &own->userData : nullptr;
+    }
+    ControlState* const state = StateOf<ControlState>(window);
+    return state ? state->Long(index) : nullptr;
 }
 
 LONG_PTR LongOf(const char* call, HWND window, int index) {
@@ -133,6 +137,12 @@ int GetWindowTextLengthW(HWND window) {
 BOOL SetWindowTextW(HWND window, LPCWSTR text) {
     if (winhost::Fails("SetWindowTextW")) return FALSE;
     return winhost::Send(window, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text)) != 0;
+}
+
+int GetClassNameW(HWND window, LPWSTR name, int cchName) {
+    if (winhost::Fails("GetClassNameW", ERROR_INVALID_WINDOW_HANDLE)) return 0;
+    const auto record = winhost::Look(window);
+    return record ? winhost::CopyText(record->kind, name, cchName) : 0;
 }
 
 BOOL IsWindow(HWND window) {

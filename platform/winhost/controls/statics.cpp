@@ -1,0 +1,64 @@
+// The class "Static": texts, lines and pictures.
+#include "controls/statics.h"
+
+#include "core/bytes.h"
+#include "core/machine.h"
+#include "messages/own_windows.h"
+#include "messages/window_table.h"
+#include "resources/resources.h"
+#include "windows/geometry.h"
+#include "windows/window_texts.h"
+
+namespace winhost {
+
+namespace {
+
+constexpr WORD kBitmapResource = 2;
+constexpr std::size_t kWidthOffset = 4;
+constexpr std::size_t kHeightOffset = 8;
+constexpr UINT kLastStaticMessage = 0x174;
+
+struct StaticState : ControlState {
+    LRESULT image = 0;
+};
+
+// A picture sets the size of its control.
+void LoadPicture(HWND window, const WindowRecord& record, LPCWSTR name) {
+    if (!name || *name != kNumberMark) return;
+    const auto found = FindResource(OwnResources(), kBitmapResource, name[1]);
+    if (!found.found) return;
+    RECT size = {0, 0, static_cast<LONG>(DwordAt(found.data, kWidthOffset)),
+                 static_cast<LONG>(DwordAt(found.data, kHeightOffset))};
+    AddFrame(size, record.style, record.exStyle);
+    Resize(window, size.right - size.left, size.bottom - size.top);
+    StateOf<StaticState>(window)->image = static_cast<LRESULT>(name[1]);
+}
+
+void BeginStatic(HWND window, const CREATESTRUCTW& creation) {
+    FindOwnWindow(window)->state = std::make_unique<StaticState>();
+    const auto record = Look(window);
+    const DWORD type = record->style & SS_TYPEMASK;
+    if (type > SS_CENTER + 1 && type != SS_BITMAP && type != SS_ETCHEDHORZ)
+        NotModelled("CreateWindowExW", "a static of type " + std::to_string(type));
+    if (record->style & SS_SUNKEN) {
+        WindowTable table;
+        table.Find(window)->exStyle |= WS_EX_STATICEDGE;
+    }
+    if (type == SS_BITMAP) LoadPicture(window, *Look(window), creation.lpszName);
+}
+
+}  // namespace
+
+LRESULT StaticProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == WM_NCCREATE) BeginStatic(window, *reinterpret_cast<const CREATESTRUCTW*>(lParam));
+    if (message == WM_GETDLGCODE) return DLGC_STATIC;
+    if (message == STM_GETIMAGE && wParam == IMAGE_BITMAP) {
+        const StaticState* const state = StateOf<StaticState>(window);
+        return state ? state->image : 0;
+    }
+    if (message >= STM_GETIMAGE - 3 && message <= kLastStaticMessage)
+        NotModelled("Static", "message " + std::to_string(message));
+    return DefaultOf(window, message, wParam, lParam);
+}
+
+}  // namespace winhost

@@ -1,0 +1,15 @@
+// Messages that are sent, and answered, across threads and processes.
+#pragma once
+
+#include <windows.h>
+
+namespace winhost {
+
+// Sends a message to any window of the machine and returns the answer.
+LRESULT Send(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+// Sends a control's notification to its parent as WM_COMMAND.
+void NotifyParent(HWND control, int notification);
+// Dispatches the messages that others have sent to the calling thread's windows.
+void DispatchSentMessages();
+
+}  // namespace winhost
