@@ -181,6 +181,10 @@ int OwnTable() {
     return TheEntry().table.get();
 }
 
+bool IsForkedCopy() {
+    return TheEntry().pid != getpid();
+}
+
 void RecordOwnExit(DWORD exitCode) {
     // The end of a fork of this process is not the end of this process.
     if (TheEntry().pid == getpid()) RecordExitCode(TheEntry().table.get(), exitCode);

@@ -38,6 +38,8 @@ void BeginProcess();
 void LeaveTable();
 // Returns this process's file; -1 if it has none.
 int OwnTable();
+// Whether this process was forked from one with an entry and shares that entry.
+bool IsForkedCopy();
 // Records the exit code for those that hold the process open.
 void RecordOwnExit(DWORD exitCode);
 
