@@ -3,7 +3,7 @@
 //   -unregonly   removes exactly what -regonly wrote, and ends
 // It can be a running copy:
 //   -show        enters the list of running copies and shows its window until the window is asked to close.
-//                Then it ends with the message's wParam as its exit code.
+//                Then it ends with the sum of the message's parameters as its exit code.
 //   -stay        the same, but the window doesn't close
 // Without an option it counts the start in its settings.
 #include "instances/instance_manager.h"
@@ -69,7 +69,7 @@ LRESULT CALLBACK FrameProcedure(HWND window, UINT message, WPARAM wParam, LPARAM
     if (message != WM_CLOSE) return DefWindowProcW(window, message, wParam, lParam);
     if (staysOpen) return 0;
     DestroyWindow(window);
-    PostQuitMessage(static_cast<int>(wParam));
+    PostQuitMessage(static_cast<int>(wParam) + static_cast<int>(lParam));
     return 0;
 }
 

@@ -1,5 +1,6 @@
 #include "install/file_version.h"
 
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -37,14 +38,18 @@ bool ReadFixedBlock(LPCWSTR path, VS_FIXEDFILEINFO& fixed) {
     void* found;
     UINT cbFound;
     if (!query(block.get(), TEXT("\\"), &found, &cbFound) || cbFound < sizeof fixed) return false;
-    // A damaged block may name a place outside itself.
-    const BYTE* const start = static_cast<const BYTE*>(found);
-    if (start < block.get() || start > block.get() + (cbBlock - sizeof fixed)) return false;
-    std::memcpy(&fixed, start, sizeof fixed);
+    if (!LiesInBlock(found, sizeof fixed, block.get(), cbBlock)) return false;
+    std::memcpy(&fixed, found, sizeof fixed);
     return true;
 }
 
 }  // namespace
+
+bool LiesInBlock(const void* value, std::size_t cbValue, const void* block, std::size_t cbBlock) {
+    const auto start = reinterpret_cast<std::uintptr_t>(block),
+               place = reinterpret_cast<std::uintptr_t>(value);
+    return place >= start && cbValue <= cbBlock && place - start <= cbBlock - cbValue;
+}
 
 void ReadFileVersion(LPCWSTR path) {
     g_version = {};

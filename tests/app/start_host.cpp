@@ -1,6 +1,8 @@
-// A start that only the embedded machine can show.
-#include "harness/scratch.h"
+// What only the embedded machine can show of a start.
 #include <winhost.h>
+
+#include "app/process_helpers.h"
+#include "harness/scratch.h"
 
 // Without its own path a program doesn't know whether it is the installer, so it asks nothing and ends.
 TEST_F(ScratchTest, StartWithoutItsOwnPathDoesNothing) {
@@ -9,4 +11,15 @@ TEST_F(ScratchTest, StartWithoutItsOwnPathDoesNothing) {
     EXPECT_EQ(RunChild("Starts", kScratch + TEXT("\\QtvUnInst.exe"), TEXT("-v")), 0u);
     EXPECT_TRUE(answers.Shown().empty());
     winhost::ClearProgramFaults();
+}
+
+// A version that can't be read is older than every other one.
+TEST_F(ScratchTest, VersionIsZeroOnASystemWithoutTheFunction) {
+    RTL_OSVERSIONINFOEXW version;
+    for (const bool hidden : {false, true}) {
+        winhost::HideFunction("RtlGetVersion", hidden);
+        EXPECT_EQ(GetOsVersion(&version), hidden ? 0 : 1);
+        EXPECT_EQ(version.dwMajorVersion, hidden ? 0u : 10u);
+    }
+    winhost::HideFunction("RtlGetVersion", false);
 }

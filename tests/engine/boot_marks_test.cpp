@@ -84,6 +84,7 @@ TEST_F(BootMarksTest, DeleteMatchingDeletesOrMarks) {
         {"one name", At("f"), "c.txt", "", "a.dll:a b.DLL:b sub\\z.dll:z x.dll:y", "", 1},
         {"one in use", At("f/"), "?.dll", "a.dll", "a.dll:a c.txt:c sub\\z.dll:z", "a.dll", 2},
         {"folder part", At("f"), "sub\\?.dll", "", "a.dll:a b.DLL:b c.txt:c sub\\ x.dll:y", "", 1},
+        {"two levels", kScratch, "f\\sub\\?.dll", "", "a.dll:a b.DLL:b c.txt:c sub\\ x.dll:y", "", 1},
         {"missed after the other separator", At("f"), "sub/?.dll", "", all.c_str(), "z.dll", 0},
         {"no pattern", At("f"), "", "", all.c_str(), "", 0},
         {"all, with the folder and its parent", At("f\\sub"), "*.*", "",
@@ -99,6 +100,7 @@ TEST_F(BootMarksTest, DeleteMatchingDeletesOrMarks) {
         Make(all, At("f"));
         for (const char* name : {"f\\a.dll", "f\\c.txt"})
             ASSERT_TRUE(SetFileAttributesW(At(name).c_str(), FILE_ATTRIBUTE_READONLY));
+        ASSERT_TRUE(SetFileAttributesW(At("f\\sub").c_str(), FILE_ATTRIBUTE_HIDDEN));
         const std::size_t earlier = BootMarks().size();
         std::optional<HeldFile> held;
         if (*row.held) held.emplace(At("f\\") + Wide(row.held), Hold::NoDelete);
@@ -107,6 +109,9 @@ TEST_F(BootMarksTest, DeleteMatchingDeletesOrMarks) {
         EXPECT_EQ(Look(At("f")), State(row.left));
         EXPECT_EQ(MarksFrom(earlier), Marks(row.marks, At("f")));
         EXPECT_TRUE(!held || !(GetFileAttributesW(At("f\\a.dll").c_str()) & FILE_ATTRIBUTE_READONLY));
+        EXPECT_EQ((GetFileAttributesW(At("f\\sub").c_str()) & FILE_ATTRIBUTE_HIDDEN) == 0,
+                  row.pattern == "*.*")
+            << "a folder that matches is treated like a file";
     }
     EXPECT_EQ(g_rebootNeeded, 0);
 }

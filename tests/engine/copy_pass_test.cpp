@@ -38,7 +38,8 @@ TEST_F(CopyPassTest, EachKindGoesWhereTheMachineAndTheInstallTypeSay) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         DeleteTree(At("apps"));
-        MakeFolder(kTarget);
+        // A library that the target already holds is no library from elsewhere, so it is replaced.
+        Make("own9.dll:old", kTarget);
         if (row.wow64) g_isWow64Process = [](HANDLE, PBOOL wow64) -> BOOL { return *wow64 = TRUE; };
         g_installType = row.installType;
         Run("File Copy: plain\r\n"
@@ -111,7 +112,7 @@ TEST_F(CopyPassTest, TheProbeLooksForALibraryOtherThanThePackagesOwn) {
 }
 
 TEST_F(CopyPassTest, CopyMatchingMakesTheFolderThatItNeeds) {
-    const std::string package = "a.dll:1 b.dll:2 sub\\c.txt:3 sub\\dir\\ sub\\disc:4";
+    const std::string package = "a.dll:1 b.dll:2 sub\\c.txt:3 sub\\dir\\e.txt:5 sub\\disc:4";
     const Text t = At("t");
     const struct {
         const char* name;
@@ -123,11 +124,12 @@ TEST_F(CopyPassTest, CopyMatchingMakesTheFolderThatItNeeds) {
         {"every level", TEXT("*.dll"), kPackage + TEXT("/"), At("t/u\\v/"), 2,
          "t\\u\\v\\a.dll:1 t\\u\\v\\b.dll:2"},
         {"folder part", TEXT("sub\\*.txt"), kPackage, t, 1, "t\\sub\\c.txt:3"},
+        {"two levels", TEXT("sub\\dir\\*"), kPackage, t, 1, "t\\sub\\dir\\e.txt:5"},
         {"folder part with the other separator", TEXT("sub/c.txt"), kPackage, t, 0, "t\\sub\\"},
         {"no match", TEXT("sub\\none*"), kPackage, t, 0, ""},
         {"a folder ends the walk", TEXT("sub\\d*"), kPackage, t, 0, "t\\sub\\"},
         {"no such network folder", TEXT("a.dll"), kPackage, TEXT("\\\\nobody\\t"), 1, "nobody\\t\\a.dll:1"},
-        {"blanks around the folder", TEXT("a.dll"), kPackage, TEXT(" t "), 1, "t\\a.dll:1"},
+        {"blanks around the folder", TEXT("a.dll"), kPackage, TEXT(" \t\r\nt\n\r\t "), 1, "t\\a.dll:1"},
         {"a folder that is there", TEXT("a.dll"), kPackage, TEXT("\\Scratch"), 1, "a.dll:1"},
     };
     for (const auto& row : rows) {

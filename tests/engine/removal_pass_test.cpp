@@ -38,7 +38,8 @@ TEST_F(RemovalPassTest, FilesGoFirstAndThenTheFolders) {
              "File Copy: sub\\*\r\n"
              "file copy: keep\r\n"
              "Made Dir: keep\r\n"
-             "Shell Link: C:\\Scratch\\app\\keep\r\n");
+             "Shell Link: C:\\Scratch\\app\\keep\r\n"
+             "\x1a\r\nFile Copy: keep\r\nMake Dir: keep\r\n");
     const HeldFile held(kFolder + TEXT("\\held"), Hold::NoDelete);
 
     RunRemovalPass(kLog.c_str(), kFolder.c_str(), nullptr);
@@ -67,7 +68,8 @@ TEST_F(RemovalPassTest, LinksGoAndThenTheGroupWithItsEmptyParents) {
              "Shell Link: C:\\Scratch\\fixed.lnk\r\n"
              "Shell Link: C:\\Scratch\\a.lnk | no comment is known here\r\n"
              "Shell Link: C:\\Scratch\\*.lnk\r\nMake Dir: menu\\empty\r\n"
-             "File Copy: a.lnk\r\n");
+             "File Copy: a.lnk\r\n"
+             "\x1a\r\nShell Link: C:\\Scratch\\a.lnk\r\nMade Dir: C:\\Scratch\\menu\\empty\r\n");
     RemoveLoggedLinks(kLog.c_str());
     (void)DeleteFileW(kLog.c_str());
     EXPECT_EQ(

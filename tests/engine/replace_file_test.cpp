@@ -82,6 +82,9 @@ TEST_F(ReplaceFileTest, PutsTheFileInPlaceWhateverStandsThere) {
         {"beside a read-only one", "a.dll@runs a.dll.old:1@fixed", "a.dll:new a.dll.old:1 a.dll.old2:runs",
          "a.dll.old a.dll.old2"},
         {"parked", "a.dll:old@held a.dll.new:1@hidden", "a.dll:old a.dll.new:new", "a.dll a.dll.new>a.dll"},
+        // The copy is tried after parking, too.
+        {"copied over one that is read", "a.dll:old@read", "a.dll:new a.dll.new:new",
+         "a.dll a.dll.new>a.dll"},
         {"parked over one that is read", "a.dll:old@held a.dll.new:1@read", "a.dll:old a.dll.new:new",
          "a.dll a.dll.new>a.dll"},
         {"parking beside a read-only one fails", "a.dll:old@held a.dll.new:1@fixed", "a.dll:old a.dll.new:1",

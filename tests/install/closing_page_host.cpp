@@ -36,6 +36,7 @@ TEST_F(ClosingPage, CarriesQueryAndLanguageOfTheUrlFile) {
         {"the last query", "URL=http://h/x?a=1\nURL=http://h/x?b=2?c\n", "?b=2?c"},
         {"no query", "URL=http://h/x?a=1\nURL=http://h/x\n", "?a=1"},
         {"other lines", "URL=http:/h?a\nurl=http://h/x?a=1\nX URL=http://h/x?b\nUpdate=http:/h/de\n", ""},
+        {"the end of a text", "URL=http://h/x?a=1\n\x1a\nURL=http://h/x?b=2\n", "?a=1"},
         {"a long line's second piece", "URL=http://h?" + filler + "URL=http://h/?b=2", "?b=2"},
     };
     for (const auto& row : rows) {

@@ -94,6 +94,16 @@ TEST_F(InstallAction, TakesEachSettingsFileByItself) {
         EXPECT_TRUE(Exists(TEXT("C:\\Scratch\\in\\") + name));
         EXPECT_EQ(g_settingsFromPackage, name == TEXT("QtvApp8.ini"));
     }
+    // The package, or the setup program, may be in the target folder.
+    const CString target = g_targetDir;
+    for (CString* folder : {&g_sourceDir, &g_sfxDir}) {
+        *folder = target;
+        g_settingsFromPackage = 0;
+        MakeFile(TEXT("C:\\Scratch\\in\\QtvApp8.ini"), "old");
+        PerformInstall();
+        EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\in\\QtvApp8.ini")), folder == &g_sfxDir ? "old" : "settings");
+        EXPECT_NE(g_settingsFromPackage, 0);
+    }
 }
 
 TEST_F(InstallAction, RegistersWhatProcessAndSystemTake) {

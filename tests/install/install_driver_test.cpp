@@ -6,6 +6,7 @@
 #include "app/setup_state.h"
 #include "install/earlier_install.h"
 #include "install/file_version.h"
+#include "harness/driver.h"
 #include "harness/registry_values.h"
 #include "support/shell_folders.h"
 
@@ -21,9 +22,11 @@ void MakePackage() {
     MakeFile(kPackage + TEXT("\\QtvUnInst.log"), "File Copy: QtvApp8.exe\n");
 }
 
-// A silent install from the program's own folder, and the choices that it made.
-CHILD_PROGRAM(InstallSilently) {
+// An install from the program's own folder, and the choices that it made. With -v, it isn't silent.
+CHILD_PROGRAM(Installs) {
     LookUpSystemFunctions();
+    for (int position = 1; position < __argc; ++position)
+        if (Text(__wargv[position]) == TEXT("-v")) g_silentMode = kInteractive;
     const int result = RunInstall();
     WCHAR folder[MAX_PATH];
     (void)GetCurrentDirectoryW(MAX_PATH, folder);
@@ -42,6 +45,7 @@ TEST_F(InstallDriver, OptionsSettleTheInstall) {
     const std::pair<LPCWSTR, std::string> rows[] = {
         {TEXT("-INSTDIR C:\\Scratch\\in -instDir C:\\Scratch\\in -instPort x -RunAfter"), fresh + "1"},
         {TEXT("-instport"), fresh + "0"},
+        {TEXT("-instdir C:\\Scratch\\in -instdir \"\""), fresh + "0"},
         {TEXT("-autostart -instdir \"C:\\Scratch\\a b\\\""), "C:\\Scratch\\a b type 0" + inFolder},
         {TEXT("-instdir C:\\Scratch\\kept"), "C:\\Scratch\\kept type 0" + inFolder + " group Qantivo K"},
         {TEXT("-instdir C:\\Scratch\\in/"), "C:\\Scratch\\in type 0" + inFolder},
@@ -59,7 +63,7 @@ TEST_F(InstallDriver, OptionsSettleTheInstall) {
     MakeFile(TEXT("C:\\Scratch\\kept\\install.log"),
              "Shell Link: " + Narrow(GetShellFolder(CSIDL_PROGRAMS).Text()) + "\\Qantivo K\\x.lnk");
     for (const auto& [arguments, settled] : rows) {
-        EXPECT_EQ(RunChild("InstallSilently", kPackage + TEXT("\\setup.exe"), arguments), 0u);
+        EXPECT_EQ(RunChild("Installs", kPackage + TEXT("\\setup.exe"), arguments), 0u);
         EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\settled")), settled);
         DeleteKeyTree(HKEY_LOCAL_MACHINE, kProductKey);
         DeleteKeyTree(HKEY_LOCAL_MACHINE, kAppPathsKey);
@@ -84,6 +88,10 @@ TEST_F(InstallDriver, ReadsVersionsOfWholeFilesAlone) {
     }
     for (const Text& path : {kPackage, kScratch + TEXT("\\none.exe"), kScratch + Text(400, 'x')})
         EXPECT_EQ(version(path), none);
+    const char memory[40] = {}, *const block = memory + 10;
+    for (const int place : {-1, 0, 12, 13, 20})
+        EXPECT_EQ(LiesInBlock(block + place, 8, block, 20), place == 0 || place == 12) << place;
+    EXPECT_FALSE(LiesInBlock(block, 21, block, 20));
 }
 
 TEST_F(InstallDriver, FindsTheFolderOfAnEarlierInstallation) {
@@ -143,6 +151,7 @@ TEST_F(InstallDriver, AsksBeforeReplacingTheSameOrANewerVersion) {
         unsigned installed[4];
         LPCWSTR question;
         int silentMode = 0;
+        bool offered = true;
     } rows[] = {
         {{8, 1, 4, 99}, nullptr},
         {{8, 1, 5, 0}, same},
@@ -153,6 +162,11 @@ TEST_F(InstallDriver, AsksBeforeReplacingTheSameOrANewerVersion) {
         {{8, 0, 105, 0}, same},
         {{8, 1, 4, 100}, same},
         {{7, 101, 5, 0}, same},
+        {{0, 0, 0, 1},
+         TEXT("Qantivo v. 0.00.00.01 is already installed on this machine. You are trying to install an "
+              "older version 0.00.00.00 .\n\nDo you still want to continue?"),
+         0,
+         false},
     };
     for (const auto& row : rows)
         for (const int answer : {IDNO, IDYES}) {
@@ -160,13 +174,30 @@ TEST_F(InstallDriver, AsksBeforeReplacingTheSameOrANewerVersion) {
             g_upgradeOlder = 0;
             SetFileVersion(target + kApplication, row.installed[0], row.installed[1], row.installed[2],
                            row.installed[3]);
+            if (!row.offered) DeleteTree(kPackage + kApplication);
             const BoxAnswers boxes(row.question ? std::vector{answer} : std::vector<int>{});
             EXPECT_EQ(AgreeToReplaceVersion(), !row.question || answer == IDYES);
             EXPECT_EQ(g_upgradeOlder, !row.question);
             for (const ShownBox& box : boxes.Shown())
                 EXPECT_TRUE(box.text == row.question && box.HasStyle(MB_YESNO | MB_ICONQUESTION));
-            EXPECT_EQ(g_version.minor, 1u) << "the one that is to be installed";
+            EXPECT_EQ(g_version.minor, row.offered ? 1u : 0u) << "the one that is to be installed";
         }
+}
+
+// After a No to the question, or a wizard that the user cancels, the product isn't started and the current folder stays.
+TEST_F(InstallDriver, EndsWhereTheUserStopsIt) {
+    const Text product = kScratch + TEXT("\\in") + kApplication;
+    MakeFile(kScratch + TEXT("\\QtvUnInst.log"));
+    for (const bool asked : {true, false}) {
+        ImportFile(QTV_BUILD_FOLDER "/sleeper.exe", product);
+        if (!asked) ImportFile(QTV_BUILD_FOLDER "/package/QtvApp8.exe", kScratch + kApplication);
+        const BoxAnswers boxes({asked ? IDNO : IDYES});
+        const RunningProgram setup = StartChild("Installs", TEXT("-v -runafter -instdir C:\\Scratch\\in"));
+        if (!asked) Driver(setup.Id(), TEXT("Qantivo Setup")).Press(IDCANCEL);
+        EXPECT_EQ(setup.ExitCode(), 1u);
+        EXPECT_TRUE(FileBytes(kScratch + TEXT("\\settled")).value_or("").ends_with(" run 1 elsewhere"));
+        EXPECT_TRUE(DeleteFileW(product.c_str())) << "it runs";
+    }
 }
 
 TEST_F(InstallDriver, TakesUpTheGroupOfTheLastLoggedLink) {
@@ -181,7 +212,7 @@ TEST_F(InstallDriver, TakesUpTheGroupOfTheLastLoggedLink) {
     } rows[] = {
         {0,
          link(CSIDL_PROGRAMS, "\\A\\B\\x.lnk\r") + link(CSIDL_STARTUP, "\\x.lnk") + tag +
-             "C:\\x.lnk\nMade Dir: " + user + "\\Z\\z",
+             "C:\\x.lnk\nMade Dir: " + user + "\\Z\\z\n\x1a\n" + link(CSIDL_PROGRAMS, "\\Y\\x.lnk"),
          TEXT("A\\B")},
         {0,
          link(CSIDL_PROGRAMS, "\\A\\x.lnk") + tag + Narrow(CString(Wide(user).c_str()).MakeUpper().Text()) +

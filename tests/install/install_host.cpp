@@ -36,6 +36,20 @@ TEST_F(InstallOnHost, ALinkIsSavedWithoutWhatTheShellRefuses) {
         EXPECT_TRUE(answers.Shown().at(box).text == texts[box] && answers.Shown()[box].HasStyle(MB_OK))
             << box;
     EXPECT_LE(winhost::CallCounts()["CoInitialize"], 1u) << "once a process";
+    for (const char* unused : {"SetShowCmd", "SetArguments", "SetWorkingDirectory"})
+        EXPECT_EQ(winhost::CallCounts()[std::string("IShellLinkW::") + unused], 0u) << unused;
+}
+
+// Without the shell's links, nothing is shown and nothing is logged.
+TEST_F(InstallOnHost, NoLinkIsMadeWithoutCom) {
+    for (const char* call : {"CoCreateInstance", "IUnknown::QueryInterface", "IPersistFile::Save"}) {
+        winhost::SetFaults({{.call = call}});
+        EXPECT_LT(MakeShellLink(TEXT("C:\\x.exe"), TEXT("C:\\Scratch\\x.lnk"), TEXT(""), kDefaultShowCommand,
+                                nullptr, nullptr),
+                  0)
+            << call;
+        EXPECT_TRUE(Tree().empty()) << call;
+    }
 }
 
 // A path that doesn't fit is no path. Cut, it would name another folder.
@@ -55,8 +69,7 @@ TEST_F(InstallOnHost, IsDamagedWithoutItsOwnPath) {
     MakeFile(TEXT("C:\\QtvUnInst.log"));
     winhost::SetProgramFaults("setup.exe", {{.call = "GetModuleFileNameW"}});
     const BoxAnswers answers({IDOK});
-    EXPECT_EQ(RunChild("InstallSilently", kScratch + TEXT("\\setup.exe"), TEXT("-instport C:\\Scratch\\in")),
-              1u);
+    EXPECT_EQ(RunChild("Installs", kScratch + TEXT("\\setup.exe"), TEXT("-instport C:\\Scratch\\in")), 1u);
     winhost::ClearProgramFaults();
     for (const LPCWSTR file : {TEXT("C:\\QtvApp8.exe"), TEXT("C:\\QtvUnInst.log")})
         DeleteTree(file);
@@ -71,6 +84,9 @@ TEST_F(InstallOnHost, LooksIntoStartupFolders) {
     ASSERT_EQ(Tree(common).size(), 1u) << "a file that can't be opened stays";
     EXPECT_EQ(Tree(common)[0].substr(0, 3), TEXT("q8t"));
     DeleteTree(common + TEXT("\\") + Tree(common)[0]);
+    winhost::SetLimits({});
+    TakeUpAutoStart();
+    EXPECT_EQ(winhost::LiftLimits().steps, 3u) << "it is made, opened for writing and deleted";
     for (const auto& [hive, name] : {std::pair{HKEY_LOCAL_MACHINE, TEXT("Common Startup")},
                                      std::pair{HKEY_CURRENT_USER, TEXT("Startup")}}) {
         for (const Text& folder : {Text(TEXT("C:\\a")), Text(TEXT("C:\\ab"))}) {
@@ -107,6 +123,24 @@ TEST_F(InstallOnHost, StartsProgramsThatGoOnByThemselves) {
     EXPECT_EQ(winhost::OpenHandles(), handles);
     RestartMachine();
     DeleteTree(TEXT("C:\\Windows\\regsvr32.exe"));
+}
+
+CHILD_PROGRAM(DiesBeforeTheRegistration) {
+    g_installType = kForCurrentUser;
+    g_sourceDir = g_sfxDir = TEXT("C:\\Scratch\\package");
+    g_targetDir = TEXT("C:\\Scratch\\in");
+    PerformInstall();
+    return 0;
+}
+
+// The application finds the settings when it registers itself. The first program that starts is the registrar.
+TEST_F(InstallOnHost, TakesTheSettingsBeforeTheApplicationRegistersItself) {
+    MakeFile(TEXT("C:\\Scratch\\package\\QtvApp8.ini"));
+    MakeFolder(TEXT("C:\\Scratch\\in"));
+    winhost::SetProgramFaults("child.exe", {{.call = "CreateProcessW", .nth = 2, .kill = true}});
+    EXPECT_NE(RunChild("DiesBeforeTheRegistration"), 0u);
+    EXPECT_TRUE(Exists(TEXT("C:\\Scratch\\in\\QtvApp8.ini")));
+    winhost::ClearProgramFaults();
 }
 
 TEST_F(InstallOnHost, RestartsOnlyWithTheEnabledPrivilege) {

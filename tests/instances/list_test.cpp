@@ -57,6 +57,8 @@ TEST_F(InstanceList, TakesAThousand) {
     raw.Fill(kStale);
     Ids ids(kFull);
     std::iota(ids.begin(), ids.end(), kNobody);
+    Frame own(TEXT("Qantivo - test"));
+    ids.back() = GetCurrentProcessId();
     std::copy(ids.begin(), ids.end(), &raw[RawList::kFirstId]);
     raw[1] = kFull - 1;
     EXPECT_EQ(manager.AddInstance(ids.back()), 1);
@@ -68,7 +70,9 @@ TEST_F(InstanceList, TakesAThousand) {
     ids.insert(ids.end(), {ids.back(), 0});
     EXPECT_TRUE(Holds(kFull - 1, ids, kStale));
     EXPECT_EQ(manager.AddInstance(4), 1);
+    (void)own.Take();
     EXPECT_EQ(manager.AddInstance(4), 0);
+    EXPECT_TRUE(own.Take().empty()) << "nobody is told of a process that doesn't enter";
 }
 
 // Another process may have written any count.

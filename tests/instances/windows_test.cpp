@@ -41,6 +41,11 @@ TEST_F(InstanceWindows, ListedProcessesAreToldWhoComesAndGoes) {
     Frame frame(TEXT("Qantivo - test"));
     COXInstanceManager manager(kListName, 1024, true);
     EXPECT_TRUE(frame.Take().empty()) << "no process is told of itself";
+    // Whoever closes the list leaves it, whether or not it entered this process.
+    { const COXInstanceManager leaver(kListName, 1024, false); }
+    EXPECT_EQ(manager.CountInstances(), 0);
+    EXPECT_TRUE(frame.Take().empty()) << "nor when it leaves";
+    EXPECT_EQ(manager.AddInstance(own), 1);
     // The others are told even if a listed process has died or has no window.
     EXPECT_EQ(manager.AddInstance(0xFFFFFFF0), 1);
     EXPECT_EQ(manager.AddInstance(own), 1);
@@ -70,6 +75,15 @@ TEST_F(InstanceWindows, LimitBringsTheEarlierForwardAndClosesTheYoungestFirst) {
         EXPECT_EQ(GetForegroundWindow() == earlier, over);
         EXPECT_EQ((GetWindowLongW(earlier, GWL_STYLE) & WS_MINIMIZE) == 0, over);
     }
+    // If this process is alone in the list, no other comes forward, whatever follows the last entry.
+    RawList raw;
+    raw[0] = 0;
+    raw[1] = 1;
+    EXPECT_TRUE(SetForegroundWindow(own.window()));
+    EXPECT_TRUE(manager.IsOverLimit(true));
+    EXPECT_EQ(GetForegroundWindow(), own.window());
+    raw[0] = 2;
+    raw[1] = 3;
     // This process is no longer the oldest, and a process without a window is the youngest.
     EXPECT_EQ(manager.RemoveInstance(GetCurrentProcessId()), 1);
     for (const DWORD id : {GetCurrentProcessId(), kNobody})
@@ -82,6 +96,7 @@ TEST_F(InstanceWindows, LimitBringsTheEarlierForwardAndClosesTheYoungestFirst) {
     for (const Received& message : own.Take())
         EXPECT_NE(message, Received(WM_CLOSE, 0, 0));
     EXPECT_EQ(manager.SetMaxInstances(0xFFFFFFFF, true), 1);
+    EXPECT_FALSE(manager.IsOverLimit(false));
     EXPECT_EQ(manager.SetMaxInstances(3, true), 1);
     EXPECT_EQ(second.ExitCode(), 1u);
     EXPECT_TRUE(first.Runs());

@@ -3,6 +3,10 @@
 #include "harness/registry_values.h"
 #include "harness/scratch.h"
 
+#ifdef _WIN32
+#include <sddl.h>
+#endif
+
 namespace {
 
 const Text kKey = TEXT("SOFTWARE\\Lorvanta\\Test\\Two levels");
@@ -26,6 +30,23 @@ TEST_F(Registry, TextsAreReadUpToTheLimitWhateverTheirType) {
     }
     EXPECT_TRUE(GetRegString(HKEY_LOCAL_MACHINE, kKey.c_str(), TEXT("None")).IsEmpty());
 }
+
+#ifdef _WIN32  // The embedded machine has only a user who may do everything.
+// A user who may only read finds the values.
+TEST_F(Registry, KeysAreOpenedOnlyForReading) {
+    PutValue(HKEY_LOCAL_MACHINE, kKey, nullptr, Sz(TEXT("text")));
+    const auto owner = OpenKey(HKEY_LOCAL_MACHINE, kKey, KEY_ALL_ACCESS);
+    for (const LPCWSTR rights : {TEXT("D:(A;;KR;;;WD)"), TEXT("D:(A;;KA;;;WD)")}) {
+        PSECURITY_DESCRIPTOR descriptor = nullptr;
+        ASSERT_TRUE(ConvertStringSecurityDescriptorToSecurityDescriptorW(rights, SDDL_REVISION_1, &descriptor,
+                                                                         nullptr));
+        EXPECT_EQ(RegSetKeySecurity(owner.get(), DACL_SECURITY_INFORMATION, descriptor), ERROR_SUCCESS);
+        LocalFree(descriptor);
+        EXPECT_EQ(OpenKey(HKEY_LOCAL_MACHINE, kKey, KEY_ALL_ACCESS) == nullptr, rights[7] == 'R');
+        EXPECT_EQ(GetRegString(HKEY_LOCAL_MACHINE, kKey.c_str(), nullptr), TEXT("text"));
+    }
+}
+#endif
 
 TEST_F(Registry, WritersMakeMissingLevelsAndStoreTheTerminator) {
     EXPECT_FALSE(RegKeyExists(HKEY_CURRENT_USER, kKey.c_str()));

@@ -4,6 +4,7 @@
 #include "app/process_helpers.h"
 #include "app/setup_state.h"
 #include "harness/registry_values.h"
+#include "support/shell_folders.h"
 #include "uninstall/file_associations.h"
 #include "uninstall/registry_purge.h"
 #include "uninstall/relaunch.h"
@@ -36,6 +37,7 @@ TEST_F(UninstallFaults, ShellIsToldOfAChange) {
             for (const Text extension : {TEXT("\\.bmp"), TEXT("\\.png")}) {
                 PutValue(HKEY_CURRENT_USER, key + extension, TEXT("Application"), choice);
                 PutValue(HKEY_CURRENT_USER, key + extension + TEXT("\\UserChoice"), TEXT("Progid"), choice);
+                PutValue(HKEY_CURRENT_USER, key + extension, TEXT("QtvAppOld"), Sz(TEXT("old.exe")));
             }
             winhost::ClearEvents();
             RestoreFileAssociations();
@@ -78,9 +80,14 @@ TEST_F(UninstallFaults, AFailureCostsItsOwnItemAlone) {
         {"b ", TEXT(".DEFAULT\\Software\\Lorvanta\\Qantivo 8\\b")},
         {"Bob's ", TEXT("S-1-5-21-1000-1000-1000-1002\\Software\\Lorvanta\\Qantivo 8")},
     };
+    const std::pair<std::string, Text> links[] = {
+        {"first link ", items[0].second.substr(0, 8)},
+        {"Bob's link ", items[2].second.substr(0, items[2].second.find('\\'))},
+    };
     const std::pair<std::string, std::set<std::string>> rows[] = {
-        {"RegOpenKeyExW", {"", "a b ", "Bob's "}},
+        {"RegOpenKeyExW", {"", "a b ", "Bob's ", "first link ", "Bob's link "}},
         {"RegDeleteKeyW", {"", "a ", "b ", "Bob's "}},
+        {"DeleteFileW", {"", "first link ", "Bob's link "}},
     };
     for (const auto& [call, expected] : rows) {
         std::set<std::string> stayed;
@@ -88,6 +95,11 @@ TEST_F(UninstallFaults, AFailureCostsItsOwnItemAlone) {
         for (unsigned nth = 1; failed; ++nth) {
             for (const auto& [name, path] : items)
                 PutValue(HKEY_USERS, path, nullptr, Number(1));
+            for (const auto& [name, user] : links) {
+                PutValue(HKEY_USERS, user + TEXT("\\") + kShellFoldersKey, TEXT("Desktop"),
+                         Sz(kScratch + TEXT("\\") + user));
+                MakeFile(kScratch + TEXT("\\") + user + TEXT("\\Qantivo 8.lnk"));
+            }
             const unsigned handles = winhost::OpenHandles();
             winhost::SetFaults({{.call = call, .nth = nth}});
             PerformUninstall(TEXT("C:\\Scratch\\none\\"));
@@ -97,6 +109,8 @@ TEST_F(UninstallFaults, AFailureCostsItsOwnItemAlone) {
             std::string left;
             for (const auto& [name, path] : items)
                 if (HasKey(HKEY_USERS, path)) left += name;
+            for (const auto& [name, user] : links)
+                if (Exists(kScratch + TEXT("\\") + user + TEXT("\\Qantivo 8.lnk"))) left += name;
             stayed.insert(left);
         }
         EXPECT_EQ(stayed, expected) << call;

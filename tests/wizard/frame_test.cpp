@@ -75,6 +75,7 @@ TEST_F(Frame, GoesOnFromTheLowerNumberAfterARefusedBack) {
         wizard.PressInPage(IDC_PORTABLE);
         Press(wizard, IDC_BACK, {Resource(IDS_BROWSE_FIRST)});
         EXPECT_EQ(StepOn(wizard), 2);
+        EXPECT_EQ(g_installType, 0) << "nothing is stored";
         wizard.PressInPage(IDC_FOR_USER);
         Walk(wizard, "BNNN", {0, 1, 2, 3});
         refusedBacks(TEXT(""), 3);

@@ -21,9 +21,11 @@ TEST_F(Pages, WelcomeTellsTheVersion) {
     const struct {
         decltype(g_version) version;
         Text line;
-    } rows[] = {{{8, 5, 2, 0}, TEXT("Qantivo ver. 8.05.02 ")},
-                {{8, 5, 2, 3}, TEXT("Qantivo ver. 8.05.02 Beta 3")},
-                {{0xFFFFFFFF, 0x80000000, 1, 0}, TEXT("Qantivo ver. -1.-2147483648.01 ")}};
+    } rows[] = {
+        {{8, 5, 2, 0}, TEXT("Qantivo ver. 8.05.02 ")},
+        {{8, 5, 2, 3}, TEXT("Qantivo ver. 8.05.02 Beta 3")},
+        {{8, 5, 2, 65535}, TEXT("Qantivo ver. 8.05.02 Beta 65535")},
+        {{0xFFFFFFFF, 0x80000000, 1, 0x80000000}, TEXT("Qantivo ver. -1.-2147483648.01 Beta -2147483648")}};
     for (const auto& row : rows) {
         g_version = row.version;
         RunAt(0, [&](const Driver& wizard) {
@@ -47,6 +49,7 @@ TEST_F(Pages, AgreementShowsTheFileOfTheCurrentFolder) {
         {"odd", Utf16("Hello") + "!", TEXT("Hello")},
         {"marked", "\xFF\xFE" + Utf16("Hi"), Text(1, 0xFEFF) + TEXT("Hi")},
         {"narrow", "AB", Text(1, 0x4241)},
+        {"the end of a text file inside a letter", Utf16("a") + "\x1A\x04" + Utf16("b"), {'a', 0x41A, 'b'}},
         {"ended early", Utf16(std::string("ab\0cd", 5)), TEXT("ab")},
         {"long", Utf16(tenMegabytes), Text(tenMegabytes.begin(), tenMegabytes.end())},
     };
@@ -59,8 +62,7 @@ TEST_F(Pages, AgreementShowsTheFileOfTheCurrentFolder) {
             const HWND edit = wizard.PageControl(IDC_AGREEMENT);
             EXPECT_TRUE(TextOf(edit) == row.shown);
             EXPECT_TRUE(GetWindowLongW(edit, GWL_STYLE) & ES_READONLY);
-            const LRESULT selection = SendMessageW(edit, EM_GETSEL, 0, 0);
-            EXPECT_EQ(LOWORD(selection), HIWORD(selection)) << "nothing is selected";
+            EXPECT_EQ(SendMessageW(edit, EM_GETSEL, 0, 0), 0) << "the caret is at the start";
         });
     }
 }
@@ -93,6 +95,7 @@ TEST_F(Pages, GroupTakesANameOfThreeCharacters) {
                 const Text before(static_cast<LPCWSTR>(g_groupName));
                 Press(wizard, IDOK, {row.message});
                 EXPECT_EQ(g_groupName.Text(), before);
+                EXPECT_TRUE(g_desktopIcon == 1 && g_autoStart == 0) << "nothing is stored";
                 EXPECT_EQ(StepOn(wizard), 3);
                 continue;
             }
@@ -200,6 +203,11 @@ TEST_F(Pages, DestinationTellsWhatTheTypeNeeds) {
         EXPECT_EQ(TextOf(hint), kOtherFolder);
         wizard.PressInPage(IDC_PORTABLE);
         EXPECT_EQ(TextOf(folder), kScratch + TEXT("\\usb\\Qantivo 8")) << "chosen for it before";
+        wizard.Press(IDOK);
+        wizard.Press(IDC_BACK);
+        wizard.PressInPage(IDC_PORTABLE);
+        EXPECT_EQ(TextOf(wizard.PageControl(IDC_FOLDER)), Text())
+            << "a page that opens again forgets the choice";
     });
     g_targetDir = target.c_str();
     g_installType = 0;
