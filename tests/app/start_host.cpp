@@ -1,7 +1,9 @@
-// A start that only the embedded machine can show.
-#include "harness/scratch.h"
+// What only the embedded machine can show of a start.
 #include <winhost.h>
 #include "app/process_helpers.h"
+
+#include "app/process_helpers.h"
+#include "harness/scratch.h"
 
 // Without its own path a program doesn't know whether it is the installer, so it asks nothing and ends.
 TEST_F(ScratchTest, StartWithoutItsOwnPathDoesNothing) {

@@ -42,7 +42,7 @@ TEST_F(Registry, KeysAreOpenedOnlyForReading) {
                                                                          nullptr));
         EXPECT_EQ(RegSetKeySecurity(owner.get(), DACL_SECURITY_INFORMATION, descriptor), ERROR_SUCCESS);
         LocalFree(descriptor);
-        EXPECT_EQ(OpenKey(HKEY_LOCAL_MACHINE, kKey, KEY_ALL_ACCESS) == nullptr, rights[6] == 'R');
+        EXPECT_EQ(OpenKey(HKEY_LOCAL_MACHINE, kKey, KEY_ALL_ACCESS) == nullptr, rights[7] == 'R');
         EXPECT_EQ(GetRegString(HKEY_LOCAL_MACHINE, kKey.c_str(), nullptr), TEXT("text"));
     }
 }
