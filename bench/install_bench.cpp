@@ -191,10 +191,10 @@ double Time(const Text& commandLine, Until until = Until::OwnEnd) {
     Check(SetInformationJobObject(job, JobObjectAssociateCompletionPortInformation, &report, sizeof report),
           "SetInformationJobObject");
     const double begin = Seconds();
-    const PROCESS_INFORMATION process = Start(commandLine, CREATE_SUSPENDED);
-    Check(AssignProcessToJobObject(job, process.hProcess), "AssignProcessToJobObject");
-    (void)ResumeThread(process.hThread);
-    (void)WaitForSingleObject(process.hProcess, INFINITE);
+    const lab::Program program = Start(commandLine, CREATE_SUSPENDED);
+    Check(AssignProcessToJobObject(job, program.Process()), "AssignProcessToJobObject");
+    (void)ResumeThread(program.Thread());
+    (void)program.EndsWithin(INFINITE);
     const double own = Seconds() - begin;
     DWORD event = 0;
     ULONG_PTR key;
@@ -202,10 +202,7 @@ double Time(const Text& commandLine, Until until = Until::OwnEnd) {
     while (event != JOB_OBJECT_MSG_ACTIVE_PROCESS_ZERO)
         Check(GetQueuedCompletionStatus(port, &event, &key, &overlapped, INFINITE), "waiting");
     const double all = Seconds() - begin;
-    DWORD exitCode = 1;
-    Check(GetExitCodeProcess(process.hProcess, &exitCode) && exitCode == 0, "a timed program");
-    CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
+    Check(program.ExitCode() == 0, "a timed program");
     CloseHandle(port);
     CloseHandle(job);
     return until == Until::OwnEnd ? own : all;

@@ -144,10 +144,10 @@ int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR, int) {
     }
     const Text first = __wargv[1];
     if (first == TEXT("show")) return ShowWindows(_wtoi(__wargv[2]));
-    const PROCESS_INFORMATION other = Start(OwnProgram() + TEXT(" show ") + first);
-    while (WindowsOf(other.dwProcessId) < _wtoi(__wargv[1]))
+    const lab::Program other = Start(OwnProgram() + TEXT(" show ") + first);
+    while (WindowsOf(other.Id()) < _wtoi(__wargv[1]))
         Sleep(10);
-    Measure(other.dwProcessId, _wtoi(__wargv[2]));
-    (void)TerminateProcess(other.hProcess, 0);
+    Measure(other.Id(), _wtoi(__wargv[2]));
+    (void)TerminateProcess(other.Process(), 0);
     return missedBounds ? 1 : 0;
 }

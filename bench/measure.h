@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "lab/program.h"
+
 using Text = std::basic_string<WCHAR>;
 
 // Ends the program if a measurement can't be made.
@@ -51,13 +53,9 @@ inline Text OwnProgram() {
     return path;
 }
 
-inline PROCESS_INFORMATION Start(Text commandLine, DWORD flags = 0) {
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process = {};
-    const std::string shown = "starting " + std::string(commandLine.begin(), commandLine.end());
-    Check(CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, flags, nullptr, nullptr,
-                         &startup, &process),
-          shown.c_str());
-    return process;
+inline lab::Program Start(const Text& commandLine, DWORD flags = 0) {
+    lab::Program program(commandLine, {}, flags);
+    Check(static_cast<bool>(program),
+          ("starting " + std::string(commandLine.begin(), commandLine.end())).c_str());
+    return program;
 }

@@ -2,7 +2,7 @@
 # usage: scripts/check.sh [--tidy]
 # example: scripts/check.sh
 #
-# Checks the sources without building them: format, layers, words, and that the planted faults still apply.
+# Checks the sources without building them: format, layers, words, the share of proof, and that the planted faults still apply.
 # --tidy also runs the checks of .clang-tidy, which takes several minutes.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
@@ -47,6 +47,23 @@ END
     [ -z "$found" ]
 }
 
+# Prints the share of proof in the code, in lines that are not blank. It may not grow above the limit.
+share() {
+    local limit=42 all proof
+    lines() { tr '\n' '\0' | xargs -0 cat -- | grep -c '[^[:space:]]'; }
+    code() {
+        git ls-files -- '*.cpp' '*.h' '*.py' '*.sh' '*.rc' '*.nsi' '*.cmake' '*CMakeLists.txt' 'tools/plant_faults/*.txt' ':!fuzz/seeds' |
+            grep -E "${1-}" | grep -vE "${2-^$}"
+    }
+    all=$(code | lines)
+    proof=$({
+        code '^(tests|fuzz|bench|tools)/' '^tools/(package_make|package_check|rehearse|common)/'
+        code '^scripts/(bench|browse_rehearsal|check|check_executable|check_layers|fuzz|plant_faults|prove|test)\.sh$'
+    } | lines)
+    echo "check: share: $proof of $all lines are proof, $((proof * 1000 / all)) of 1000"
+    [ $((proof * 100)) -le $((limit * all)) ]
+}
+
 tidy() {
     cmake --preset tidy >/dev/null
     # Files outside the sources, such as the test framework, are not ours to check.
@@ -57,6 +74,7 @@ tidy() {
 check format format
 check layers scripts/check_layers.sh
 check words words
+check share share
 check faults python3 tools/plant_faults/plant_faults.py --check
 [ "${1-}" != --tidy ] || check tidy tidy
 [ -z "$failed" ]

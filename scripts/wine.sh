@@ -4,6 +4,7 @@
 #
 # Runs a Windows program under Wine, in a prefix in build/. The script installs Wine and makes the prefix if they are missing.
 # HOME is in build/ too, because a prefix links its Desktop and Documents to the home folder.
+# With --begin instead of a program, the machine runs on until --end, which ends all that runs in the prefix.
 # QTV_WINE_HOME names another home folder, QTV_WINE_GRAPHICS a graphics driver that shows windows (x11).
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
@@ -21,6 +22,13 @@ find_wine() {
 }
 find_wine || { needs windows >&2 && find_wine; } || { echo 'wine.sh: 64-bit Wine is not installed' >&2; exit 127; }
 
+server=$(dirname "$(readlink -f "$wine")")/wineserver
+[ -x "$server" ] || server=wineserver
+case "${1-}" in
+    --begin) exec "$server" -p ;;
+    --end) end_wine "$wine_home" && exit ;;
+esac
+
 # The kernel puts the heap of a program at a random place. About once in some thousand starts that is the page which Wine needs
 # at a fixed address, and then the program does not start. Without the random part the heap is always far from that page.
 run=("$wine")
@@ -34,8 +42,6 @@ make_prefix() (
     flock 9
     [ ! -e "$WINEPREFIX/.ready" ] || exit 0
     export DISPLAY=''
-    server=$(dirname "$(readlink -f "$wine")")/wineserver
-    [ -x "$server" ] || server=wineserver
     # After an interrupted attempt its server may still run. It would write into the new prefix.
     [ ! -d "$WINEPREFIX" ] || "$server" -k 9>&- || true
     rm -rf "$WINEPREFIX"

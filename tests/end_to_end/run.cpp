@@ -2,9 +2,6 @@
 
 #include <cstdlib>
 
-#include "common/system_names.h"
-#include "snapshot/names.h"
-
 namespace {
 
 std::string FileName(const std::string& path) {
@@ -31,7 +28,7 @@ EndToEndTest::EndToEndTest() {
 }
 
 void EndToEndTest::Rebase() {
-    m_before = snapshot::Take();
+    m_before = lab::Take();
 }
 
 DWORD EndToEndTest::Setup(const Text& arguments, const Person& person, const Text& folder) {
@@ -45,7 +42,7 @@ void EndToEndTest::Uninstall(const Text& folder) {
 }
 
 State EndToEndTest::Changes() const {
-    const snapshot::Snapshot now = snapshot::Take();
+    const lab::State now = lab::Take();
     const std::string packageFolder = Narrow(package) + "\\";
     // A file of the same name comes first, because setup program and uninstaller have the same bytes.
     const auto origin = [&](const std::string& name, const std::string& what) {
@@ -57,8 +54,7 @@ State EndToEndTest::Changes() const {
         return found;
     };
     State changes;
-    for (const auto& change : snapshot::Compare(m_before, now)) {
-        if (tools::IsSystemsOwn(change.name)) continue;
+    for (const auto& change : lab::Differences(m_before, now)) {
         std::string what = change.kind == '-' ? "gone" : change.after;
         if (what.starts_with("file "))
             if (const std::string source = origin(change.name, what); !source.empty()) what = "= " + source;
@@ -201,7 +197,7 @@ State With(State base, const State& more) {
 
 ::testing::AssertionResult Same(const State& expected, const State& actual) {
     std::string difference;
-    for (const auto& [kind, name, wanted, found] : snapshot::Compare(expected, actual))
+    for (const auto& [kind, name, wanted, found] : lab::Differences(expected, actual))
         if (kind != '*' || wanted != "the log")
             difference += "\n" + name + "\n    expected: " + wanted + "\n    found:    " + found;
     if (difference.empty()) return ::testing::AssertionSuccess();
@@ -209,12 +205,12 @@ State With(State base, const State& more) {
 }
 
 std::string Neutral(std::string text) {
-    return tools::Replaced(snapshot::Neutral(std::move(text)), "C:\\Scratch", "<Scratch>");
+    return tools::Replaced(lab::Neutral(std::move(text)), "C:\\Scratch", "<Scratch>");
 }
 
 Text Where(std::string text) {
     text = tools::Replaced(std::move(text), "<Scratch>", "C:\\Scratch");
-    for (const auto& [path, name] : snapshot::Names())
+    for (const auto& [path, name] : lab::Names())
         text = tools::Replaced(std::move(text), name, path);
     return Wide(text);
 }

@@ -5,7 +5,7 @@
 #include <map>
 
 #include "harness/driver.h"
-#include "snapshot/snapshot.h"
+#include "lab/lab.h"
 
 // Everything on the machine, by name. Folders of the shell, the scratch folder and the user appear as <Programs>,
 // <CommonDesktop>, <Scratch>, HKCU and so on. A file that equals one of the package names that one: "= QtvApp8.exe".
@@ -31,7 +31,7 @@ class EndToEndTest : public ScratchTest {
     static const Text target;
 
   private:
-    snapshot::Snapshot m_before;
+    lab::State m_before;
 };
 
 // The choices of an install that decide what it leaves.

@@ -231,7 +231,7 @@ HeldFile::HeldFile(const Text& path, Hold how) {
     m_program.emplace(TEXT("\"") + path + TEXT("\""), TEXT("C:\\"));
 }
 
-// ---- registry, boot-time marks ----
+// ---- registry, restart ----
 
 void DeleteKeyTree(HKEY parent, const Text& key) {
     auto opened = OpenKey(parent, key);
@@ -246,64 +246,35 @@ void DeleteKeyTree(HKEY parent, const Text& key) {
     EXPECT_EQ(RegDeleteKeyW(parent, key.c_str()), ERROR_SUCCESS) << ::testing::PrintToString(key);
 }
 
-std::vector<Mark> BootMarks() {
-    const StoredValue stored =
-        GetValue(HKEY_LOCAL_MACHINE, kSessionManager, kPendingMoves).value_or(StoredValue());
-    Text data(stored.bytes.size() / sizeof(WCHAR), 0);
-    std::memcpy(data.data(), stored.bytes.data(), data.size() * sizeof(WCHAR));
-    std::size_t at = 0;
-    const auto next = [&] {
-        Text path = data.c_str() + std::min(at, data.size());
-        at += path.size() + 1;
-        if (const std::size_t prefix = path.find(TEXT("\\??\\")); prefix <= 1) path.erase(prefix, 4);
-        return path;
-    };
-    std::vector<Mark> marks;
-    for (Text source = next(); !source.empty(); source = next())
-        marks.emplace_back(source, next());
-    return marks;
-}
-
 void RestartMachine() {
     EndStartedPrograms();
-    CarryOutMarks();
+    EXPECT_TRUE(lab::Restart());
+    Await("the end of the restart", [] { return StartedPrograms().empty(); });
 }
 
 // ---- programs ----
 
-RunningProgram::RunningProgram(const Text& commandLine, const Text& folder) : m_commandLine(commandLine) {
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof startup;
-    Text line = commandLine;
-    EXPECT_TRUE(CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, folder.c_str(),
-                               &startup, &m_process))
-        << GetLastError();
+RunningProgram::RunningProgram(const Text& commandLine, const Text& folder)
+    : m_commandLine(commandLine), m_program(commandLine, folder) {
+    EXPECT_TRUE(m_program) << GetLastError();
 }
 
 RunningProgram::~RunningProgram() {
-    if (!m_process.hProcess) return;
-    (void)TerminateProcess(m_process.hProcess, 1);
-    EXPECT_EQ(WaitForSingleObject(m_process.hProcess, tools::kHangMs), WAIT_OBJECT_0);
-    CloseHandle(m_process.hThread);
-    CloseHandle(m_process.hProcess);
-}
-
-bool RunningProgram::Runs() const {
-    return WaitForSingleObject(m_process.hProcess, 0) == WAIT_TIMEOUT;
+    if (!m_program) return;
+    (void)TerminateProcess(m_program.Process(), 1);
+    EXPECT_TRUE(m_program.EndsWithin(tools::kHangMs));
 }
 
 bool RunningProgram::EndNow() const {
     constexpr DWORD kOwnCode = 0x7E57;
-    (void)TerminateProcess(m_process.hProcess, kOwnCode);
+    (void)TerminateProcess(m_program.Process(), kOwnCode);
     return ExitCode() == kOwnCode;
 }
 
 DWORD RunningProgram::ExitCode() const {
-    DWORD exitCode = 0;
-    if (WaitForSingleObject(m_process.hProcess, tools::kHangMs) != WAIT_OBJECT_0 ||
-        !GetExitCodeProcess(m_process.hProcess, &exitCode))
+    if (!m_program.EndsWithin(tools::kHangMs))
         throw std::runtime_error("waited in vain for the end of " + ::testing::PrintToString(m_commandLine));
-    return exitCode;
+    return m_program.ExitCode();
 }
 
 DWORD RunProgram(const Text& commandLine, const Text& folder, const std::function<void(DWORD)>& meanwhile) {

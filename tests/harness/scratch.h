@@ -13,7 +13,8 @@
 #include <vector>
 
 #include "common/hang.h"
-#include "common/text.h"
+#include "lab/lab.h"
+#include "lab/program.h"
 
 using Text = tools::WideText;
 
@@ -70,23 +71,17 @@ std::string BuildBytes(const std::string& buildPath);
 // Overwrites the four numbers of the version block in a program file.
 void SetFileVersion(const Text& path, unsigned major, unsigned minor, unsigned release, unsigned build);
 
-// ---- what the running system does differently from Windows ----
-// Returns whether the tests run under Wine. As root, Wine overwrites read-only files. Its searches find fewer names if
-// the pattern has "?" at its end, "<" or a quote. Its 8.3 names are different ones. A box of Yes and No ends when it is
-// told to close.
-bool UnderWine();
-// Returns what the running system must answer to a fact. This is `windows`, or under Wine the answer for the fact in
-// the table in scratch_windows.cpp.
-std::string Expected(const std::string& fact, const std::string& windows);
+using lab::Expected;
+using lab::UnderWine;
 
 // ---- registry ----
 // Deletes a key and everything below it. A missing key is no failure.
 void DeleteKeyTree(HKEY parent, const Text& key);
 
-// ---- boot-time marks, in order: source, and target, which is empty for a delete; "!" before a target that may be
-// replaced ----
-using Mark = std::pair<Text, Text>;
-std::vector<Mark> BootMarks();
+using lab::Mark;
+inline std::vector<Mark> BootMarks() {
+    return lab::Marks();
+}
 // Does what the next start of the machine does: ends the programs that the test left running and carries out the marks.
 void RestartMachine();
 
@@ -102,11 +97,10 @@ class RunningProgram {
     // Starts the program. The test fails if it can't be started.
     explicit RunningProgram(const Text& commandLine, const Text& folder = kScratch);
     ~RunningProgram();
-    RunningProgram(RunningProgram&& other) noexcept
-        : m_commandLine(std::move(other.m_commandLine)), m_process(std::exchange(other.m_process, {})) {}
+    RunningProgram(RunningProgram&&) = default;
     RunningProgram& operator=(RunningProgram&&) = delete;
-    DWORD Id() const { return m_process.dwProcessId; }
-    bool Runs() const;
+    DWORD Id() const { return m_program.Id(); }
+    bool Runs() const { return !m_program.EndsWithin(0); }
     // Ends it. Returns false if it had ended before, or somebody else had told it to end.
     bool EndNow() const;
     // Waits for its end, as Await does.
@@ -114,7 +108,7 @@ class RunningProgram {
 
   private:
     Text m_commandLine;
-    PROCESS_INFORMATION m_process = {};
+    lab::Program m_program;
 };
 
 // ---- a file in use ----

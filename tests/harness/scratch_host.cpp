@@ -43,24 +43,12 @@ fs::path MachinePath(const Text& path) {
     return winhost::HostPath(path);
 }
 
-void CarryOutMarks() {
-    winhost::RestartMachine();
-}
-
 bool SetVirtualClock(bool on) {
     winhost::SetVirtualClock(on);
     return true;
 }
 
 void HoldAccessTimes(const Text&) {}
-
-bool UnderWine() {
-    return false;
-}
-
-std::string Expected(const std::string&, const std::string& windows) {
-    return windows;
-}
 
 void StartBoxes(std::vector<int> buttons) {
     winhost::SetBoxAnswers(buttons);

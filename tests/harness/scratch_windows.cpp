@@ -4,14 +4,13 @@
 #include <mutex>
 #include <thread>
 
-#include "common/message_boxes.h"
 #include "harness/target.h"
+#include "lab/stand_in.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-constexpr DWORD kJobPollPause = 10;
 constexpr int kMaxPrograms = 256;
 
 // The job that contains this process and all that it starts.
@@ -26,54 +25,21 @@ HANDLE OwnJob() {
     return job;
 }
 
-bool IsOwnWindow(HWND window) {
-    DWORD id = 0;
-    GetWindowThreadProcessId(window, &id);
-    return id == GetCurrentProcessId() || StartedPrograms().contains(id);
-}
-
-// The facts for which Wine's answer differs from Windows.
-constexpr struct {
-    const char* fact;
-    const char* answer;
-} kWine[] = {
-    {"wininit.ini", "is carried out at a restart"},
-    {"remove NUL", "e6"},
-    {"folder aux", "e183"},
-    {"current folder NUL", "NUL"},
-    {"search in a file", "e123"},
-    {"find 'none\\'", "e2"},
-    {"find 'a\\'", "e2"},
-    {"mark a long path", "ok"},
-    {"mark for a long path", "ok"},
-    {"text that is missing from its block", "0 e0"},
-    {"classes of a user, deleted", "0"},
-    {"failed start", "is as before"},
-    {"names left", "App\\ App\\b App\\x NAME.txt a file\\"},
-};
-
 std::mutex boxMutex;
 std::vector<int> boxButtons;
 Boxes boxes;
 HWND leftOpen;
 
-void Answer(HWND box) {
-    int button = tools::SafestButton(box);
-    {
-        const std::lock_guard lock(boxMutex);
-        if (box == leftOpen) return;
-        const std::size_t index = boxes.shown.size();
-        boxes.shown.push_back({tools::TextOf(box), tools::TextOf(GetDlgItem(box, tools::kBoxText)), {}});
-        if (index < boxButtons.size() && boxButtons[index] == kLeftOpen) {
-            leftOpen = box;
-            return;
-        }
-        if (index < boxButtons.size() && GetDlgItem(box, boxButtons[index]))
-            button = boxButtons[index];
-        else
-            boxes.unanswered.push_back(boxes.shown.back());
-    }
-    tools::AnswerBox(box, button);
+int Answer(const lab::Box& box) {
+    const std::lock_guard lock(boxMutex);
+    if (box.window == leftOpen) return kLeftOpen;
+    const std::size_t index = boxes.shown.size();
+    boxes.shown.push_back({box.caption, box.text, {}});
+    if (index < boxButtons.size() && boxButtons[index] == kLeftOpen) leftOpen = box.window;
+    if (index < boxButtons.size() && (leftOpen == box.window || GetDlgItem(box.window, boxButtons[index])))
+        return boxButtons[index];
+    boxes.unanswered.push_back(boxes.shown.back());
+    return box.safest;
 }
 
 }  // namespace
@@ -103,10 +69,6 @@ fs::path MachinePath(const Text& path) {
     return path;
 }
 
-void CarryOutMarks() {
-    EXPECT_EQ(RunProgram(L"C:\\windows\\system32\\wineboot.exe -r"), 0u);
-}
-
 bool SetVirtualClock(bool) {
     return false;
 }
@@ -127,29 +89,14 @@ void HoldAccessTimes(const Text& folder) {
     }
 }
 
-bool UnderWine() {
-    const HMODULE system = GetModuleHandleW(L"ntdll.dll");
-    return system && GetProcAddress(system, "wine_get_version");
-}
-
-std::string Expected(const std::string& fact, const std::string& windows) {
-    for (const auto& deviation : kWine)
-        if (fact == deviation.fact && UnderWine()) return deviation.answer;
-    return windows;
-}
-
 void StartBoxes(std::vector<int> buttons) {
     const std::lock_guard lock(boxMutex);
     boxButtons = std::move(buttons);
     boxes = {};
     leftOpen = nullptr;
-    static const std::jthread watch([](const std::stop_token& stop) {
-        while (!stop.stop_requested()) {
-            for (HWND box = nullptr; (box = FindWindowExW(nullptr, box, L"#32770", nullptr));)
-                if (IsOwnWindow(box) && tools::IsMessageBox(box)) Answer(box);
-            Sleep(kJobPollPause);
-        }
-    });
+    static const std::jthread person = lab::StandIn(
+        {.isOwn = [](DWORD id) { return id == GetCurrentProcessId() || StartedPrograms().contains(id); },
+         .answer = Answer});
 }
 
 Boxes BoxesSoFar() {

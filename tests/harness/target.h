@@ -16,8 +16,6 @@ std::filesystem::path OwnProgram();
 // Returns a path of the machine as the functions of the build machine need it.
 std::filesystem::path MachinePath(const Text& path);
 
-// Carries out the boot-time marks.
-void CarryOutMarks();
 // When a folder's time of access has changed, Wine's folder browser no longer recognises the folder. After this call, reading no
 // longer changes that time, neither for the folder nor for those above it.
 void HoldAccessTimes(const Text& folder);

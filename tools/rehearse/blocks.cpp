@@ -31,16 +31,16 @@ std::string Brief(const std::string& what) {
     return what.starts_with(shortcut) ? what.substr(shortcut.size()) : what;
 }
 
-std::string Note(const snapshot::Change& change) {
+std::string Note(const lab::Change& change) {
     if (change.kind == '-') return {};
     const std::string after = Brief(change.after);
     return change.kind == '*' ? Brief(change.before) + "  ->  " + (after.empty() ? change.after : after)
                               : after;
 }
 
-std::vector<std::string> MessageLines(const std::vector<Message>& messages) {
+std::vector<std::string> MessageLines(const std::vector<lab::Message>& messages) {
     std::vector<std::string> lines;
-    for (const Message& message : messages) {
+    for (const lab::Message& message : messages) {
         std::string text = message.text;
         std::replace(text.begin(), text.end(), '\n', ' ');
         const std::string caption = message.caption.empty() ? "" : "[" + message.caption + "] ";

@@ -4,16 +4,14 @@
 #include <map>
 #include <sstream>
 
-#include "common/system_names.h"
 #include "common/text.h"
-#include "snapshot/names.h"
 
 namespace rehearse {
 
 namespace {
 
-using snapshot::Neutral;
-using snapshot::Snapshot;
+using lab::Neutral;
+using lab::State;
 
 constexpr char kUninstallerName[] = "\\QtvUnInst.exe";
 constexpr char kLogName[] = "\\QtvUnInst.log";
@@ -76,7 +74,7 @@ Log ReadLog(const std::string& path) {
     return log;
 }
 
-bool ByName(const snapshot::Change& left, const snapshot::Change& right) {
+bool ByName(const lab::Change& left, const lab::Change& right) {
     return left.name < right.name;
 }
 
@@ -135,7 +133,7 @@ class Stage {
     }
 
     void NextStart() {
-        const bool restarted = Restart();
+        const bool restarted = lab::Restart();
         Step step;
         step.name = "restart";
         Finish(step, false);
@@ -143,7 +141,7 @@ class Stage {
     }
 
     Rehearsal End(const std::vector<Installation>& installations) {
-        m_rehearsal.left = Judge(snapshot::Compare(m_before, m_last), installations);
+        m_rehearsal.left = Judge(lab::Differences(m_before, m_last), installations);
         for (Leftover& left : m_rehearsal.left)
             left.change = Described(left.change);
         std::sort(
@@ -158,9 +156,8 @@ class Stage {
     }
 
   private:
-    static Snapshot Look() {
-        Snapshot now = snapshot::Take();
-        std::erase_if(now, [](const auto& item) { return tools::IsSystemsOwn(item.first); });
+    static State Look() {
+        State now = lab::Take();
         for (auto& [name, what] : now) {
             if (!name.ends_with(kLogName) || IsInPackage(name)) continue;
             if (const std::string log = ReadLog(name).what; !log.empty()) what = log;
@@ -169,15 +166,17 @@ class Stage {
     }
 
     void Run(Step step, const std::string& folder, bool isUninstall = false) {
-        step.outcome = RunToEnd(step.command, folder);
+        step.outcome = lab::Run(step.command, {.folder = folder});
+        std::move(step.outcome.pages.begin(), step.outcome.pages.end(),
+                  std::back_inserter(step.outcome.programs));
         for (std::string& program : step.outcome.programs)
             program = Neutral(program);
         Finish(step, isUninstall);
-        if (!step.outcome.finished) throw Hangs();
+        if (step.outcome.end == lab::End::Late) throw Hangs();
     }
 
     void Finish(Step& step, bool isUninstall) {
-        const Snapshot now = Look();
+        const State now = Look();
         step.changes = Differences(m_last, now);
         if (isUninstall) step.remains = Differences(m_before, now);
         for (const auto& [name, what] : now)
@@ -191,15 +190,15 @@ class Stage {
         m_rehearsal.steps.push_back(step);
     }
 
-    Changes Differences(const Snapshot& before, const Snapshot& after) const {
+    Changes Differences(const State& before, const State& after) const {
         Changes changes;
-        for (const auto& change : snapshot::Compare(before, after))
+        for (const auto& change : lab::Differences(before, after))
             if (!IsMark(change.name)) changes.push_back(Described(change));
         std::sort(changes.begin(), changes.end(), ByName);
         return changes;
     }
 
-    snapshot::Change Described(const snapshot::Change& change) const {
+    lab::Change Described(const lab::Change& change) const {
         const auto describe = [&](const std::string& what) {
             return what.starts_with("file ") ? DescribedFile(change.name, what) : Neutral(what);
         };
@@ -228,27 +227,14 @@ class Stage {
     }
 
     const std::function<void(const Step&)>& m_seen;
-    Snapshot m_before;
-    Snapshot m_last;
+    State m_before;
+    State m_last;
     std::map<std::string, std::vector<std::string>>
         m_origins;  // names of files of the packages, by their content
     Rehearsal m_rehearsal;
 };
 
 }  // namespace
-
-std::string ButtonName(int button) {
-    switch (button) {
-        case IDCANCEL:
-            return "Cancel";
-        case IDYES:
-            return "Yes";
-        case IDNO:
-            return "No";
-        default:
-            return "OK";
-    }
-}
 
 int Rehearsal::ExitCode() const {
     if (!finished) return 2;

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "rehearse/machine.h"
+#include "lab/lab.h"
 #include "rehearse/residue.h"
 
 namespace rehearse {
@@ -17,7 +17,7 @@ inline constexpr char kEarlierPackage[] = "C:\\Earlier package\\";
 struct Step {
     std::string name;
     std::string command;  // empty for none
-    Outcome outcome;
+    lab::Outcome outcome;
     Changes changes;                    // against the step before
     std::vector<std::string> logLines;  // what the log has after the manifest, once it exists
     std::vector<std::string> marks;     // what waits for the next start, in order

@@ -61,20 +61,20 @@ std::string Array(const char* name, const List& list, Element element) {
     return text + "]";
 }
 
-std::string ChangeToJson(const snapshot::Change& change) {
+std::string ChangeToJson(const lab::Change& change) {
     return Field("change", std::string(1, change.kind)) + ", " + Field("name", change.name) + ", " +
            Field("before", change.before) + ", " + Field("after", change.after);
 }
 
 std::string StepToJson(const Step& step) {
-    const auto object = [](const snapshot::Change& change) { return "{" + ChangeToJson(change) + "}"; };
+    const auto object = [](const lab::Change& change) { return "{" + ChangeToJson(change) + "}"; };
     std::string text = "{" + Field("step", step.name);
     if (!step.command.empty())
         text += ", " + Field("command", step.command) +
                 ",\n\"started\": " + (step.outcome.started ? "true" : "false") +
                 ", \"exitCode\": " + std::to_string(step.outcome.exitCode);
     text += ",\n" + Array("programs", step.outcome.programs, tools::JsonString);
-    text += ",\n" + Array("messages", step.outcome.messages, [](const Message& message) {
+    text += ",\n" + Array("messages", step.outcome.messages, [](const lab::Message& message) {
                 return "{" + Field("caption", message.caption) + ", " + Field("text", message.text) + ", " +
                        Field("answer", message.answer) + "}";
             });

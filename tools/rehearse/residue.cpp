@@ -48,7 +48,7 @@ bool IsNamed(const std::string& file, const std::string& folder, const std::vect
 
 }  // namespace
 
-Installation::Installation(const std::string& uninstaller, const snapshot::Snapshot& machine)
+Installation::Installation(const std::string& uninstaller, const lab::State& machine)
     : m_folder(FolderOf(uninstaller)),
       m_parent(FolderOf(m_folder.substr(0, m_folder.size() - 1))),
       m_machine(machine) {
@@ -68,7 +68,7 @@ void Installation::ReadLog(const char* name) {
     }
 }
 
-std::string Installation::WhyLeft(const snapshot::Change& change) const {
+std::string Installation::WhyLeft(const lab::Change& change) const {
     const std::string& name = change.name;
     if (change.kind == '-' && name.starts_with(m_folder))
         return "the installation folder is the package's own";

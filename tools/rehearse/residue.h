@@ -6,16 +6,16 @@
 #include <string>
 #include <vector>
 
-#include "snapshot/snapshot.h"
+#include "lab/lab.h"
 
 namespace rehearse {
 
-// All names are those of snapshot/names.h. For a file, `before` and `after` say which file of a package it is ("as in
+// All names are those of lab::Neutral. For a file, `before` and `after` say which file of a package it is ("as in
 // the package", "readme-en.txt of the package", "as in the earlier package"), or its size.
-using Changes = std::vector<snapshot::Change>;
+using Changes = std::vector<lab::Change>;
 
 struct Leftover {
-    snapshot::Change change;
+    lab::Change change;
     std::string reason;  // why it may stay; empty if it should not be there
 };
 
@@ -23,11 +23,11 @@ struct Leftover {
 class Installation {
   public:
     // `uninstaller` is the full path of its program, which is in the folder of the installation.
-    Installation(const std::string& uninstaller, const snapshot::Snapshot& machine);
+    Installation(const std::string& uninstaller, const lab::State& machine);
 
     const std::string& Folder() const { return m_folder; }
     // Returns why something may be left after the uninstall; empty if it may not. The name is that of the machine.
-    std::string WhyLeft(const snapshot::Change& change) const;
+    std::string WhyLeft(const lab::Change& change) const;
 
   private:
     void ReadLog(const char* name);
@@ -36,7 +36,7 @@ class Installation {
 
     std::string m_folder;  // ends with a backslash, as the parent
     std::string m_parent;
-    const snapshot::Snapshot m_machine;
+    const lab::State m_machine;
     std::vector<CString> m_patterns;          // of files that the log names
     std::vector<CString> m_portablePatterns;  // of files that a portable installation puts into the parent
 };

@@ -22,7 +22,7 @@ std::vector<std::string> StepsOf(const std::string& name) {
 
 }  // namespace
 
-void Tree::Add(const snapshot::Change& change, const std::string& note) {
+void Tree::Add(const lab::Change& change, const std::string& note) {
     Tree* place = this;
     for (const std::string& step : StepsOf(change.name))
         place = &place->m_children[step];

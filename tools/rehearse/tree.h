@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "snapshot/snapshot.h"
+#include "lab/lab.h"
 
 namespace rehearse {
 
@@ -19,7 +19,7 @@ struct TreeLine {
 class Tree {
   public:
     // `note` is printed after the name.
-    void Add(const snapshot::Change& change, const std::string& note);
+    void Add(const lab::Change& change, const std::string& note);
     bool IsEmpty() const { return m_children.empty(); }
     // Returns a line for each item. Steps that lead to only one thing share its line. If a whole folder or key is gone,
     // that is one line.

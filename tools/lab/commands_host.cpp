@@ -1,0 +1,178 @@
+// The commands for embedded machines.
+//   create root=     makes a machine and enters it
+//   enter root=      enters a machine
+//   copy from= to=   copies a machine that no process runs in, in place of what is there, and enters the copy
+//   value key= name= text=    writes a value of HKCU or HKLM
+//   hold runs= read=     keeps these files in use, as a loaded library or for reading, until the next hold
+//   run command= watched= call= nth= kills=1 room= steps= yes=1 second= delay= presses=
+//       runs a program with a virtual clock and with a person. The calls of the watched programs (a pattern) are counted. A
+//       call of these fails or kills; the disc has room for so many bytes; the power goes after so many steps. Boxes get Yes
+//       instead of their safest answer. A second program starts after a delay in ms. `presses` is the seed of random moments
+//       at which Next is pressed.
+//   restart steps=   the next start, in which the power goes after so many steps
+//   used             bytes on the drives and in the registry
+//   wait             waits until no program runs
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <random>
+#include <stdexcept>
+#include <thread>
+
+#include "common/hang.h"
+#include "lab/program.h"
+#include "lab/session.h"
+#include <winhost.h>
+
+namespace fs = std::filesystem;
+
+namespace lab {
+
+namespace {
+
+void Copy(const fs::path& from, const fs::path& to) {
+    for (auto entry = fs::recursive_directory_iterator(from); entry != fs::recursive_directory_iterator();
+         ++entry) {
+        const fs::path name = entry->path().lexically_relative(from);
+        // Programs of the package are shared by hard links.
+        if (!entry->is_directory() && name.native().starts_with("C/Package/") && name.extension() == ".exe")
+            fs::create_hard_link(entry->path(), to / name);
+        else
+            winhost::CopyStored(entry->path(), to / name);
+        // These are files of ended processes. A queue is also a socket, which can't be copied.
+        if (name == ".state/processes" || name == ".state/queues") entry.disable_recursion_pending();
+    }
+}
+
+Answer EnterCopy(const Fields& fields) {
+    const fs::path to = fields.Text("to");
+    fs::remove_all(to);
+    fs::create_directories(to);
+    Copy(fields.Text("from"), to);
+    winhost::EnterMachine(to);
+    return {};
+}
+
+Answer Create(const Fields& fields) {
+    winhost::CreateMachine(fields.Text("root"));
+    winhost::EnterMachine(fields.Text("root"));
+    (void)Names();  // makes the folders of the shell
+    return {};
+}
+
+Answer WriteValue(const Fields& fields) {
+    const std::string key = fields.Text("key");
+    const std::u16string text = winhost::Utf16(fields.Text("text"));
+    HKEY opened = nullptr;
+    (void)RegCreateKeyW(key.starts_with("HKCU\\") ? HKEY_CURRENT_USER : HKEY_LOCAL_MACHINE,
+                        winhost::Utf16(key.substr(5)).c_str(), &opened);
+    (void)RegSetValueExW(opened, winhost::Utf16(fields.Text("name")).c_str(), 0, REG_SZ,
+                         reinterpret_cast<const BYTE*>(text.c_str()),
+                         static_cast<DWORD>((text.size() + 1) * sizeof(WCHAR)));
+    (void)RegCloseKey(opened);
+    return {};
+}
+
+Answer Hold(const Fields& fields) {
+    static std::vector<std::shared_ptr<void>> held;
+    held.clear();
+    for (const auto& [name, use] : {std::pair("runs", winhost::Use::Runs), {"read", winhost::Use::IsRead}})
+        if (fields.Has(name)) held.push_back(winhost::HoldFile(winhost::Utf16(fields.Text(name)), use));
+    return {};
+}
+
+Answer AnswerOf(const winhost::LimitsMet& met) {
+    return {{"steps", Json(met.steps)},
+            {"leastRefused", Json(met.leastRefused)},
+            {"powerWent", Json(met.powerWent)},
+            {"met", Json(met.call)}};
+}
+
+// Presses Next in every open wizard.
+void PressNext() {
+    for (HWND dialog = nullptr; (dialog = FindWindowExW(nullptr, dialog, u"#32770", nullptr));) {
+        const HWND next = GetDlgItem(dialog, IDOK);
+        if (next && IsWindowVisible(dialog) && IsWindowEnabled(next))
+            (void)PostMessageW(next, BM_CLICK, 0, 0);
+    }
+}
+
+void Wait(std::uint64_t milliseconds) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
+
+Answer RunDisturbed(const Fields& fields) {
+    std::vector<winhost::Fault> faults;
+    if (fields.Has("call"))
+        faults.push_back({.call = fields.Text("call"),
+                          .nth = static_cast<unsigned>(fields.Number("nth")),
+                          .kill = fields.Has("kills")});
+    winhost::SetVirtualClock(true);
+    winhost::SetProgramFaults(fields.Text("watched"), faults);
+    Conditions conditions = {.isAttended = true};
+    if (fields.Has("yes")) conditions.answers.assign(64, IDYES);
+    Program second;
+    if (fields.Has("second"))
+        conditions.meanwhile = [&] {
+            Wait(fields.Number("delay"));
+            second = Program(tools::Wide(fields.Text("second")), u"C:\\");
+        };
+    std::mt19937 random(static_cast<unsigned>(fields.Number("presses")));
+    if (fields.Has("presses"))
+        conditions.press = [&] {
+            Wait(random() % 20);
+            PressNext();
+            return false;
+        };
+    const bool limited = fields.Has("room") || fields.Has("steps");
+    if (limited)
+        winhost::SetLimits(
+            {.room = fields.Number("room", UINT64_MAX), .steps = fields.Number("steps", UINT64_MAX)});
+    Answer answer = AnswerOf(Run(fields.Text("command"), conditions));
+    answer["secondExitCode"] = Json(second.ExitCode());
+    answer["calls"] = Json(winhost::ProgramCallCounts());
+    if (limited) answer.merge(AnswerOf(winhost::LiftLimits()));
+    return answer;
+}
+
+Answer CutRestart(const Fields& fields) {
+    // Where the power goes, the process ends.
+    const pid_t id = fork();
+    if (id == 0) {
+        winhost::SetLimits({.steps = fields.Number("steps", UINT64_MAX)});
+        _exit(Restart() ? 0 : 1);
+    }
+    (void)waitpid(id, nullptr, 0);
+    return AnswerOf(winhost::LiftLimits());
+}
+
+const bool added = [] {
+    const auto enter = [](const Fields& fields) {
+        winhost::EnterMachine(fields.Text("root"));
+        return Answer();
+    };
+    const auto wait = [](const Fields&) {
+        if (!winhost::WaitForProcesses(tools::kHangMs)) throw std::runtime_error("programs hang");
+        return Answer();
+    };
+    for (const auto& [name, command] :
+         std::map<std::string, Command>{{"create", Create},
+                                        {"enter", enter},
+                                        {"copy", EnterCopy},
+                                        {"value", WriteValue},
+                                        {"hold", Hold},
+                                        {"run", RunDisturbed},
+                                        {"restart", CutRestart},
+                                        {"wait", wait},
+                                        {"used", [](const Fields&) {
+                                             return Answer{{"bytes", Json(winhost::BytesUsed())}};
+                                         }}})
+        Commands()[name] = command;
+    return true;
+}();
+
+}  // namespace
+
+}  // namespace lab

@@ -1,0 +1,100 @@
+#include <shlobj.h>
+
+#include <utility>
+
+#include "common/text.h"
+#include "lab/lab.h"
+
+namespace lab {
+
+namespace {
+
+using tools::Utf8;
+using tools::WideText;
+
+std::string ShellFolder(int folder) {
+    WCHAR path[MAX_PATH] = {};
+    (void)SHGetFolderPathW(nullptr, folder | CSIDL_FLAG_CREATE, nullptr, SHGFP_TYPE_CURRENT, path);
+    return Utf8(path);
+}
+
+std::string TemporaryFolder() {
+    WCHAR path[MAX_PATH] = {};
+    const DWORD cch = GetTempPathW(MAX_PATH, path);
+    return cch > 0 && cch < MAX_PATH ? Utf8(WideText(path, cch - 1)) : std::string();
+}
+
+// The user's key in HKEY_USERS. It is found by making a key for the current user and looking where it appears.
+std::string CurrentUser() {
+    const WideText probe = TEXT("Software\\LabProbe");
+    HKEY key = nullptr;
+    if (RegCreateKeyW(HKEY_CURRENT_USER, probe.c_str(), &key) != ERROR_SUCCESS) return {};
+    (void)RegCloseKey(key);
+    std::string found;
+    WCHAR name[256];
+    for (DWORD index = 0; RegEnumKeyW(HKEY_USERS, index, name, 256) == ERROR_SUCCESS; ++index) {
+        if (RegOpenKeyExW(HKEY_USERS, (name + (TEXT("\\") + probe)).c_str(), 0, KEY_READ, &key) !=
+            ERROR_SUCCESS)
+            continue;
+        (void)RegCloseKey(key);
+        found = Utf8(name);
+    }
+    (void)RegDeleteKeyW(HKEY_CURRENT_USER, probe.c_str());
+    return found;
+}
+
+// If one path contains another, the inner one is first.
+std::vector<std::pair<std::string, std::string>> FindNames() {
+    std::vector<std::pair<std::string, std::string>> names = {
+        {ShellFolder(CSIDL_COMMON_STARTUP), "<CommonStartup>"},
+        {ShellFolder(CSIDL_STARTUP), "<Startup>"},
+        {ShellFolder(CSIDL_COMMON_PROGRAMS), "<CommonPrograms>"},
+        {ShellFolder(CSIDL_PROGRAMS), "<Programs>"},
+        {ShellFolder(CSIDL_COMMON_DESKTOPDIRECTORY), "<CommonDesktop>"},
+        {ShellFolder(CSIDL_DESKTOP), "<Desktop>"},
+        {ShellFolder(CSIDL_MYPICTURES), "<Pictures>"},
+        {TemporaryFolder(), "<Temp>"},
+    };
+    if (const std::string user = CurrentUser(); !user.empty()) {
+        names.emplace_back("HKU\\" + user + "_Classes\\", "HKCU\\Software\\Classes\\");
+        names.emplace_back("HKU\\" + user, "HKCU");
+    }
+    std::erase_if(names, [](const auto& name) { return name.first.empty(); });
+    return names;
+}
+
+}  // namespace
+
+const std::vector<std::pair<std::string, std::string>>& Names() {
+    static const auto names = FindNames();
+    return names;
+}
+
+std::string Neutral(std::string text) {
+    for (const auto& [path, name] : Names())
+        text = tools::Replaced(std::move(text), path, name);
+    // The system chooses the number in the name of a temporary file.
+    for (const std::string start : {"\\uni", "\\q8t"})
+        for (std::size_t at = 0; (at = text.find(start, at)) != text.npos;) {
+            at += start.size();
+            const std::size_t end = text.find_first_not_of("0123456789ABCDEFabcdef", at);
+            if (end != at && end <= at + 4 && text.compare(end, 4, ".tmp") == 0)
+                text.replace(at, end - at, "*");
+        }
+    return text;
+}
+
+std::string ButtonName(int button) {
+    switch (button) {
+        case IDCANCEL:
+            return "Cancel";
+        case IDYES:
+            return "Yes";
+        case IDNO:
+            return "No";
+        default:
+            return "OK";
+    }
+}
+
+}  // namespace lab

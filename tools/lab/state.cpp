@@ -1,0 +1,291 @@
+#include <shlobj.h>
+#include <windows.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <sstream>
+
+#include "common/text.h"
+#include "lab/lab.h"
+
+namespace lab {
+
+namespace {
+
+using tools::Hex;
+using tools::Shown;
+using tools::Utf8;
+using tools::WideText;
+
+// FNV-1a over words instead of bytes, which takes an eighth of the time: it detects changes, not attacks.
+constexpr std::uint64_t kDigestStart = 0xcbf29ce484222325u;
+constexpr std::uint64_t kDigestPrime = 0x100000001b3u;
+constexpr std::size_t kWordsRead = 1 << 13;
+
+constexpr char kProductLog[] = "C:\\Program Files\\Qantivo 8\\QtvUnInst.log";
+// The application itself counts its starts.
+constexpr char kStarts[] = " : Starts";
+
+std::string FileWhat(const WideText& path, DWORD attributes) {
+    std::string what = "file ";
+    if (attributes & FILE_ATTRIBUTE_READONLY) what += 'R';
+    if (attributes & FILE_ATTRIBUTE_HIDDEN) what += 'H';
+    if (attributes & FILE_ATTRIBUTE_SYSTEM) what += 'S';
+    if (what.back() != ' ') what += ' ';
+    const HANDLE file =
+        CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                    nullptr, OPEN_EXISTING, 0, nullptr);
+    if (file == INVALID_HANDLE_VALUE) return what + "held";
+    std::uint64_t digest = kDigestStart;
+    std::uint64_t size = 0;
+    const auto words = std::make_unique<std::uint64_t[]>(kWordsRead);
+    constexpr DWORD cbWord = sizeof(std::uint64_t);
+    DWORD cbRead = 0;
+    while (ReadFile(file, words.get(), kWordsRead * cbWord, &cbRead, nullptr) && cbRead > 0) {
+        const DWORD count = (cbRead + cbWord - 1) / cbWord;
+        // The last word of the file may be incomplete.
+        std::memset(reinterpret_cast<BYTE*>(words.get()) + cbRead, 0, count * cbWord - cbRead);
+        for (const std::uint64_t *word = words.get(), *end = word + count; word != end; ++word)
+            digest = (digest ^ *word) * kDigestPrime;
+        size += cbRead;
+    }
+    CloseHandle(file);
+    return what + std::to_string(size) + " bytes " + Hex(digest, 16);
+}
+
+// What the link contains; empty if the shell can't read the file as a shortcut.
+std::string ShortcutWhat(const WideText& path) {
+    IShellLinkW* link = nullptr;
+    if (FAILED(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
+                                reinterpret_cast<void**>(&link))))
+        return {};
+    std::string what;
+    IPersistFile* file = nullptr;
+    if (SUCCEEDED(link->QueryInterface(IID_IPersistFile, reinterpret_cast<void**>(&file)))) {
+        WCHAR target[MAX_PATH] = {};
+        WCHAR text[MAX_PATH] = {};
+        int showCommand = 0;
+        if (SUCCEEDED(file->Load(path.c_str(), 0)) &&
+            SUCCEEDED(link->GetPath(target, MAX_PATH, nullptr, SLGP_RAWPATH))) {
+            what = "shortcut to " + Utf8(target);
+            if (SUCCEEDED(link->GetWorkingDirectory(text, MAX_PATH)) && text[0]) what += " in " + Utf8(text);
+            if (SUCCEEDED(link->GetArguments(text, MAX_PATH)) && text[0]) what += " with " + Utf8(text);
+            if (SUCCEEDED(link->GetDescription(text, MAX_PATH)) && text[0]) what += " as " + Utf8(text);
+            if (SUCCEEDED(link->GetShowCmd(&showCommand)) && showCommand != SW_SHOWNORMAL)
+                what += " shown " + std::to_string(showCommand);
+        }
+        file->Release();
+    }
+    link->Release();
+    return what;
+}
+
+bool EndsIn(const WideText& text, const WideText& end) {
+    return text.size() >= end.size() && _wcsicmp(text.c_str() + text.size() - end.size(), end.c_str()) == 0;
+}
+
+// The folders of the system are not read: setup does nothing there, and they are large.
+bool IsSystemFolder(const WideText& parent, const WCHAR* name) {
+    if (_wcsicmp(parent.c_str(), TEXT("C:\\")) == 0) return false;
+    return _wcsicmp(parent.c_str(), TEXT("C:\\Windows\\")) == 0 && _wcsicmp(name, TEXT("Temp")) != 0;
+}
+
+void TakeFolder(State& state, const WideText& folder) {
+    WIN32_FIND_DATAW data;
+    const HANDLE find = FindFirstFileW((folder + TEXT("*")).c_str(), &data);
+    if (find == INVALID_HANDLE_VALUE) return;
+    do {
+        if (wcscmp(data.cFileName, TEXT(".")) == 0 || wcscmp(data.cFileName, TEXT("..")) == 0) continue;
+        const WideText path = folder + data.cFileName;
+        if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
+            if (IsSystemFolder(folder, data.cFileName)) continue;
+            state[Utf8(path) + "\\"] = "folder";
+            TakeFolder(state, path + TEXT("\\"));
+            continue;
+        }
+        std::string what;
+        if (EndsIn(path, TEXT(".lnk"))) what = ShortcutWhat(path);
+        state[Utf8(path)] = what.empty() ? FileWhat(path, data.dwFileAttributes) : what;
+    } while (FindNextFileW(find, &data));
+    FindClose(find);
+}
+
+std::string ValueWhat(DWORD type, const std::vector<BYTE>& data) {
+    const auto text = [&] {
+        WideText wide(data.size() / sizeof(WCHAR), WCHAR{0});
+        std::memcpy(wide.data(), data.data(), wide.size() * sizeof(WCHAR));
+        while (!wide.empty() && wide.back() == 0)
+            wide.pop_back();
+        return "\"" + Shown(Utf8(wide)) + "\"";
+    };
+    switch (type) {
+        case REG_SZ:
+            return "REG_SZ " + text();
+        case REG_EXPAND_SZ:
+            return "REG_EXPAND_SZ " + text();
+        case REG_DWORD:
+            if (data.size() == sizeof(DWORD)) {
+                DWORD number;
+                std::memcpy(&number, data.data(), sizeof number);
+                return "REG_DWORD " + std::to_string(number);
+            }
+            [[fallthrough]];
+        default: {
+            std::string what = "type " + std::to_string(type);
+            for (const BYTE byte : data)
+                what += " " + Hex(byte, 2);
+            return what;
+        }
+    }
+}
+
+void TakeKey(State& state, HKEY key, const std::string& name) {
+    static constexpr DWORD kNameChars = 16384;
+    std::vector<WCHAR> valueName(kNameChars);
+    std::vector<BYTE> data(1 << 16);
+    for (DWORD index = 0;; ++index) {
+        DWORD cchName = kNameChars;
+        DWORD cbData = static_cast<DWORD>(data.size());
+        DWORD type = 0;
+        const LSTATUS status =
+            RegEnumValueW(key, index, valueName.data(), &cchName, nullptr, &type, data.data(), &cbData);
+        if (status == ERROR_MORE_DATA) continue;
+        if (status != ERROR_SUCCESS) break;
+        const std::string shown = cchName ? Shown(Utf8(valueName.data())) : "(default)";
+        state[name + " : " + shown] =
+            ValueWhat(type, {data.begin(), data.begin() + static_cast<std::ptrdiff_t>(cbData)});
+    }
+    WCHAR subName[512];
+    for (DWORD index = 0; RegEnumKeyW(key, index, subName, 512) == ERROR_SUCCESS; ++index) {
+        HKEY subKey = nullptr;
+        if (RegOpenKeyExW(key, subName, 0, KEY_READ, &subKey) != ERROR_SUCCESS) continue;
+        const std::string below = name + Shown(Utf8(subName)) + "\\";
+        state[below] = "key";
+        TakeKey(state, subKey, below);
+        RegCloseKey(subKey);
+    }
+}
+
+void TakeTree(State& state, HKEY hive, LPCWSTR path, const std::string& name) {
+    HKEY key = nullptr;
+    if (RegOpenKeyExW(hive, path, 0, KEY_READ, &key) != ERROR_SUCCESS) return;
+    state[name] = "key";
+    TakeKey(state, key, name);
+    RegCloseKey(key);
+}
+
+void TakeUsers(State& state) {
+    WCHAR user[512];
+    for (DWORD index = 0; RegEnumKeyW(HKEY_USERS, index, user, 512) == ERROR_SUCCESS; ++index) {
+        const WideText name = user;
+        // The classes of a user are in their own hive, with the classes at its root.
+        const bool classes = EndsIn(name, TEXT("_Classes"));
+        TakeTree(state, HKEY_USERS, (classes ? name : name + TEXT("\\Software")).c_str(),
+                 "HKU\\" + Utf8(name) + (classes ? "\\" : "\\Software\\"));
+    }
+}
+
+void TakeMarks(State& state) {
+    int number = 0;
+    for (const auto& [source, target] : Marks()) {
+        const std::string count = std::to_string(++number);
+        state["mark " + std::string(3 - std::min<std::size_t>(3, count.size()), '0') + count] =
+            target.empty() ? "delete " + Utf8(source) : "move " + Utf8(source) + " to " + Utf8(target);
+    }
+}
+
+// Renames a mark by what it does.
+void AddMark(State& state, const std::string& name, const std::string& what) {
+    std::string& places = state["mark: " + Neutral(what)];
+    places += (places.empty() ? "" : " ") + name.substr(name.size() - 3);
+}
+
+// The log is the manifest, an empty line, and a record for each thing made outside the folder.
+void AddLog(State& state, const std::string& name) {
+    std::istringstream lines(tools::ReadWhole(tools::Wide(name)).value_or(""));
+    std::string manifest;
+    std::map<std::string, int> records;
+    bool afterManifest = false;
+    for (std::string line; std::getline(lines, line);) {
+        if (!afterManifest && line != "\r")
+            manifest += line;
+        else if (afterManifest)
+            ++records[Neutral(line.substr(0, line.find('\r')))];
+        afterManifest = afterManifest || line == "\r";
+    }
+    state[name] = "a log of manifest " + std::to_string(std::hash<std::string>()(manifest));
+    for (const auto& [record, count] : records)
+        state["log: " + record] = count == 1 ? "once" : std::to_string(count) + " times";
+}
+
+}  // namespace
+
+State Take() {
+    State state;
+    // The shell reads shortcuts through COM. If the caller uses COM already, this only counts one more use.
+    (void)CoInitialize(nullptr);
+    for (const WideText drive : {TEXT("C:\\"), TEXT("D:\\")})
+        TakeFolder(state, drive);
+    TakeTree(state, HKEY_LOCAL_MACHINE, TEXT("SOFTWARE"), "HKLM\\SOFTWARE\\");
+    TakeUsers(state);
+    TakeMarks(state);
+    std::erase_if(state, [](const auto& item) { return IsLeftOut(item.first); });
+    return state;
+}
+
+State Look() {
+    State state;
+    for (const auto& [name, what] : Take()) {
+        if (name.starts_with("mark "))
+            AddMark(state, name, what);
+        else if (name == kProductLog)
+            AddLog(state, name);
+        else if (!name.ends_with(kStarts))
+            state[Neutral(name)] = Neutral(what);
+    }
+    return state;
+}
+
+std::vector<Mark> Marks() {
+    HKEY opened = nullptr;
+    DWORD cbData = 0;
+    const LPCWSTR value = TEXT("PendingFileRenameOperations");
+    (void)RegOpenKeyExW(HKEY_LOCAL_MACHINE, TEXT("SYSTEM\\CurrentControlSet\\Control\\Session Manager"), 0,
+                        KEY_READ, &opened);
+    const std::unique_ptr<HKEY__, LSTATUS(WINAPI*)(HKEY)> key(opened, RegCloseKey);
+    if (!key || RegQueryValueExW(opened, value, nullptr, nullptr, nullptr, &cbData) != ERROR_SUCCESS)
+        return {};
+    WideText data(cbData / sizeof(WCHAR), 0);
+    if (RegQueryValueExW(opened, value, nullptr, nullptr, reinterpret_cast<LPBYTE>(data.data()), &cbData) !=
+        ERROR_SUCCESS)
+        return {};
+    std::size_t at = 0;
+    const auto next = [&] {
+        WideText path = data.c_str() + std::min(at, data.size());
+        at += path.size() + 1;
+        if (const auto prefix = path.find(TEXT("\\??\\")); prefix <= 1) path.erase(prefix, 4);
+        return path;
+    };
+    std::vector<Mark> marks;
+    for (WideText source = next(); !source.empty(); source = next())
+        marks.emplace_back(source, next());
+    return marks;
+}
+
+std::vector<Change> Differences(const State& before, const State& after) {
+    std::vector<Change> changes;
+    for (const auto& [name, what] : before)
+        if (const auto now = after.find(name); now == after.end())
+            changes.push_back({'-', name, what, {}});
+        else if (now->second != what)
+            changes.push_back({'*', name, what, now->second});
+    for (const auto& [name, what] : after)
+        if (!before.contains(name)) changes.push_back({'+', name, {}, what});
+    std::sort(changes.begin(), changes.end(),
+              [](const Change& left, const Change& right) { return left.name < right.name; });
+    return changes;
+}
+
+}  // namespace lab

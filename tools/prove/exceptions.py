@@ -1,0 +1,160 @@
+"""Where a disturbed run may leave the machine in another state than promised, and what the parts found. The reasons are in the
+tables of docs/reliability.md, whose rows have the same numbers."""
+import re
+from collections import defaultdict
+from fnmatch import fnmatchcase
+from functools import lru_cache
+
+from lab import ROOT
+
+# How long a machine stays in a wrong state.
+RUN, AT_ONCE, SECOND, LASTING, FOR_GOOD = (
+    'the run', 'until a second run', 'until a restart and a second run', 'until it is installed and uninstalled again',
+    'for good')
+
+TARGET = 'C:\\Program Files\\Qantivo 8\\'
+LOG = TARGET + 'QtvUnInst.log'
+GROUP = '<CommonPrograms>\\Qantivo 8\\'
+DESKTOP = '<CommonDesktop>\\Qantivo 8.lnk: '
+PROBE = '<CommonStartup>\\q8t[*].tmp: *'
+COPY = '<Temp>\\uni[*].tmp: *'
+LINKS = f'{GROUP}*|{DESKTOP}*|log: Made Dir: *|log: Shell Link: *'
+HIDDEN_LIBRARY = 'C:\\Package\\runtime9.dll*'
+HANDLER = 'HKLM\\SOFTWARE\\Classes\\CLSID\\*'
+ASIDE = f'{TARGET}*.old: file *|{TARGET}*.new: file *'
+WININIT = 'C:\\Windows\\WININIT.INI: '
+# Everything that differs between an installation for all users and one for the current user.
+OTHER_SCOPE = (f'{GROUP}*: gone|{DESKTOP}gone|<Desktop>\\Qantivo 8.lnk: *|<Programs>\\Qantivo 8\\*|log: *|'
+               '* : AllUsers: REG_SZ "A"')
+
+# The row in the document, the stage, and patterns with * and ?, separated by |: the scenarios, the disturbed calls, and the items
+# with their states. Before a call, "kill:" means that the process ended at it, "power:" that the power went during it, "full:"
+# that it was the first one without room, and "two:" that another run went on.
+EXCEPTIONS = [
+    # ---- repaired by another run and a restart ----
+    ('1.1', AT_ONCE, 'update', 'CopyFileW|kill:CopyFileW|kill:DeleteFileW|kill:MoveFileExW', f'{TARGET}*: gone'),
+    ('1.2', AT_ONCE, 'update', 'kill:*|CoInitialize|CoCreateInstance|IUnknown::QueryInterface|IPersistFile::Save|LoadStringW|'
+     'CreateDirectoryW|_waccess|WriteFile|_wfopen', f'{GROUP}*: gone|{DESKTOP}gone|log: *: gone'),
+    ('1.3', AT_ONCE, 'install*|update', 'GetModuleHandleW|GetProcAddress|RtlGetVersion',
+     'HKLM\\SOFTWARE\\Lorvanta\\Qantivo 8\\Capabilities\\FileAssociations\\ : *'),
+    ('1.4', AT_ONCE, 'install*|update', 'IShellLinkW::SetPath|IShellLinkW::SetWorkingDirectory|SHGetFolderPathW',
+     '*.lnk: shortcut to *'),
+    ('1.5', AT_ONCE, 'install*|update', 'LoadStringW',
+     '*\\.lnk: shortcut to *|log: Shell Link: *\\.lnk: *|*DisplayName: REG_SZ ""'),
+    ('1.6', AT_ONCE, 'install*|update', 'CopyFileW|FindFirstFileW|_waccess|_wfopen|WriteFile',
+     f'{LOG}: a log of manifest *|log: *: once|log: *: 2 times'),
+    ('1.7', AT_ONCE, 'install*|update', 'MoveFileW|kill:MoveFileW|kill:LoadLibraryW', HIDDEN_LIBRARY),
+    ('1.8', AT_ONCE, 'update', 'DeleteFileW|MoveFileW', f'{TARGET}*.old: *|{TARGET}*.new: *|mark: *'),
+    ('1.9', AT_ONCE, 'uninstall', 'DeleteFileW|WaitForSingleObject', f'mark: delete {TARGET}*'),
+    ('1.9', AT_ONCE, 'uninstall', 'DeleteFileW|RemoveDirectoryW|_wfopen|ReadFile', 'mark: delete <CommonPrograms>*'),
+    ('1.10', AT_ONCE, 'update|uninstall', 'GetFileAttributesW', f'{TARGET}*: file S *'),
+    ('1.11', AT_ONCE, 'uninstall', 'GetEnvironmentVariableW', '*C:\\Windows\\uni[*].tmp: *'),
+    # ---- repaired by a restart, another run and a restart ----
+    ('2.1', SECOND, 'update', 'CopyFileW|MoveFileExW|kill:CopyFileW|kill:DeleteFileW|kill:MoveFileExW',
+     f'{TARGET}presets.dat: gone'),
+    # ---- repaired by installing and uninstalling once more ----
+    ('3.1', LASTING, 'uninstall', 'FindFirstFileW|FindNextFileW|_wfopen|ReadFile', f'{TARGET}*'),
+    ('3.2', LASTING, 'uninstall', 'MoveFileExW', f'{TARGET}*'),
+    ('3.3', LASTING, 'uninstall', 'CreateProcessW|GetModuleHandleW|GetProcAddress|RtlGetVersion|WaitForSingleObject', HANDLER),
+    ('3.4', LASTING, 'uninstall', 'two:*', f'{HIDDEN_LIBRARY}|{HANDLER}'),
+    ('3.4', AT_ONCE, 'install|uninstall', 'two:*', HIDDEN_LIBRARY),
+    ('3.5', LASTING, 'uninstall', 'two:*', f'{TARGET}*'),
+    # ---- never repaired ----
+    ('4.1', FOR_GOOD, 'install*', 'RegCreateKeyW|RegSetValueExW', OTHER_SCOPE),
+    ('4.1', FOR_GOOD, 'update', 'RegOpenKeyExW|RegQueryValueExW', OTHER_SCOPE),
+    ('4.1', AT_ONCE, 'update', 'RegOpenKeyExW|RegQueryValueExW', OTHER_SCOPE),
+    ('4.2', FOR_GOOD, 'install-wizard', 'GetWindow|SendMessageW', f'{OTHER_SCOPE}|{GROUP}*'),
+    ('4.2', AT_ONCE, 'install-wizard', 'GetWindow|SendMessageW', f'{OTHER_SCOPE}|C:\\Qantivo 8\\*'),
+    ('4.3', FOR_GOOD, 'update', 'MoveFileExW|kill:MoveFileExW', ASIDE),
+    ('4.4', FOR_GOOD, 'update', '_wfopen|DeleteFileW|kill:_wfopen|kill:DeleteFileW', PROBE),
+    ('4.4', AT_ONCE, 'update', '_wfopen|DeleteFileW|kill:_wfopen|kill:DeleteFileW', PROBE),
+    ('4.5', FOR_GOOD, 'uninstall', 'GetModuleFileNameW|CopyFileW|_wexecl|MoveFileExW|kill:*', COPY),
+    ('4.5', AT_ONCE, 'uninstall', 'GetModuleFileNameW|CopyFileW|kill:CopyFileW|kill:GetModuleFileNameW', COPY),
+    ('4.6', FOR_GOOD, 'update|uninstall', 'MoveFileExW', f'{WININIT}*'),
+    ('4.6', AT_ONCE, 'update|uninstall', 'MoveFileExW', f'{WININIT}*'),
+    # ---- the power goes during a call ----
+    ('5.1', AT_ONCE, 'install|update', 'power:CopyFileW', f'{TARGET}*: file *|{LOG}: *|log: *'),
+    ('5.1', AT_ONCE, 'install|update', 'power:WriteFile', 'log: *: once'),
+    ('5.1', AT_ONCE, 'install|update', 'power:IPersistFile::Save', LINKS),
+    ('1.7', AT_ONCE, 'install|update', 'power:MoveFileW', HIDDEN_LIBRARY),
+    ('1.2', AT_ONCE, 'update', 'power:*', LINKS),
+    ('5.2', AT_ONCE, 'update', 'power:*', f'{TARGET}*: gone'),
+    ('6.2', AT_ONCE, 'update', 'power:_wfopen|power:DeleteFileW', PROBE),
+    ('6.2', FOR_GOOD, 'update', 'power:_wfopen|power:DeleteFileW', PROBE),
+    ('6.2', FOR_GOOD, 'update', 'power:CopyFileW|power:MoveFileExW', ASIDE),
+    ('6.1', FOR_GOOD, 'update', 'power:WriteFile', '<CommonPrograms>*|log: *'),
+    ('6.2', AT_ONCE, 'uninstall', 'power:CopyFileW', COPY),
+    ('6.2', FOR_GOOD, 'uninstall', 'power:*', COPY),
+    # ---- the disc is full ----
+    ('5.3', AT_ONCE, 'install|update', 'full:*', f'{TARGET}*: gone|{LOG}: *|log: *|{LINKS}'),
+    ('5.3', AT_ONCE, 'update|uninstall', 'full:*', f'{TARGET}*.old: *|{TARGET}*.new: *|{WININIT}*'),
+    ('6.2', FOR_GOOD, 'update|uninstall', 'full:*', f'{ASIDE}|{WININIT}file *|{COPY}'),
+    ('5.2', SECOND, 'update', 'full:*', f'{TARGET}*: gone'),
+    # ---- two at once: each may close the other one at any time ----
+    ('6.2', FOR_GOOD, 'install', 'two:*', f'{OTHER_SCOPE}|{GROUP}*'),
+    ('6.2', FOR_GOOD, 'install|uninstall', 'two:*', f'{COPY}|{PROBE}|{ASIDE}'),
+    # ---- under Wine: what a second run does not repair ----
+    ('6.3', FOR_GOOD, '*', 'wine:*', '<CommonStartup>\\Qantivo 8.lnk: gone|<Startup>\\Qantivo 8.lnk: gone'),
+    ('6.2', FOR_GOOD, '*', 'wine:*', COPY),
+    # ---- not about the machine: how often the copy makes these calls is a matter of chance. If the first process still runs, the
+    # copy sends it a message. If not, the copy makes the list anew, which is one more access. ----
+    (None, RUN, 'uninstall', 'kill:EnumWindows|kill:PostMessageW|kill:MapViewOfFile|kill:WaitForSingleObject|kill:ReleaseMutex|'
+     'kill:UnmapViewOfFile', 'the run: the call to be killed at was not reached'),
+]
+used, whole_runs = set(), set()
+
+
+@lru_cache(maxsize=None)
+def matches(patterns, text):
+    return any(fnmatchcase(text, pattern) for pattern in patterns.split('|'))
+
+
+def prefix_of(call):
+    found = re.match(r'(\w+:)(?!:)', call)
+    return found[1] if found else ''
+
+
+def exception_of(scenario, call, problem):
+    stage, item, what = problem
+    return next((row for row in EXCEPTIONS if row[1] == stage and matches(row[2], scenario) and matches(row[3], call)
+                 and matches(row[4], f'{item}: {what}')), None)
+
+
+def document_agrees():
+    """Whether each row of the document's tables is an exception, and the other way round."""
+    theirs = set(re.findall(r'^\| (\d+\.\d+) \|', (ROOT / 'docs/reliability.md').read_text(), re.MULTILINE))
+    odd = theirs ^ {row[0] for row in EXCEPTIONS if row[0]}
+    for number in sorted(odd):
+        print(f'row {number} is only in {"docs/reliability.md" if number in theirs else "the table of exceptions"}')
+    return not odd
+
+
+def report(trials, prefix, whole):
+    """Takes trials: group, scenario, call, text, problems (stage, item, what). Prints the problems that are not in the table, and a
+    line for each group. A whole run is one that must need each row of calls with its prefix. Returns whether all is in order."""
+    groups = defaultdict(lambda: [0, 0, 0])
+    for group, scenario, call, text, problems in trials:
+        exceptions = [(problem, exception_of(scenario, call, problem)) for problem in problems]
+        used.update(row for _, row in exceptions if row)
+        for (stage, item, what), row in exceptions:
+            if not row:
+                print(f'{group}, {text}, {call}: {stage}: {item}: {what}')
+        unexplained = any(row is None for _, row in exceptions)
+        counts = groups[group]
+        counts[0] += 1
+        counts[1] += bool(problems) and not unexplained
+        counts[2] += unexplained
+    for group, (tried, explained, unexplained) in sorted(groups.items()):
+        print(f'{prefix + group:40} {tried:5} tried, {explained:4} in the table of exceptions, {unexplained} unexplained', flush=True)
+    if whole:
+        whole_runs.add(prefix)
+    return not any(counts[2] for counts in groups.values())
+
+
+def all_rows_needed():
+    """Prints the rows that no whole run needed. Chance decides how often a copy makes a call, so that row need not be."""
+    odd = [row for row in EXCEPTIONS if row not in used and row[1] != RUN
+           and {prefix_of(call) for call in row[3].split('|')} <= whole_runs]
+    for row in odd:
+        print('never needed:', *row)
+    return not odd

@@ -1,0 +1,149 @@
+"""One disturbed run on an embedded machine, and what is wrong with the machine after it."""
+import atexit
+import hashlib
+import json
+import multiprocessing
+import os
+import shutil
+import tempfile
+from pathlib import Path
+
+import lab as laboratory
+from exceptions import AT_ONCE, FOR_GOOD, LASTING, RUN, SECOND
+from lab import Unusable
+from scenarios import SCENARIOS, install, prepare, run_again, run_in_use
+
+ROOM_NEEDED = 1 << 30
+GONE = 'gone'
+
+
+def place_to_work():
+    """Returns a folder on a file system that can run programs and has room, in memory if possible."""
+    for folder in ('/dev/shm', tempfile.gettempdir()):
+        status = os.statvfs(folder) if os.access(folder, os.W_OK) else None
+        if status and not status.f_flag & os.ST_NOEXEC and status.f_bavail * status.f_frsize >= ROOM_NEEDED:
+            return folder
+    raise Unusable('no folder with 1 GB of room')
+
+
+def new_folder(parent=None):
+    """Makes a folder in the place to work, or elsewhere. It is removed when the program ends."""
+    folder = Path(tempfile.mkdtemp(prefix='prove.', dir=parent or place_to_work()))
+    atexit.register(shutil.rmtree, folder, ignore_errors=True)
+    return folder
+
+
+def what(state, item):
+    """The place of a mark in the list does not count."""
+    found = state.get(item, GONE)
+    return 'marked' if item.startswith('mark: ') and found != GONE else found
+
+
+def odd_items(stage, now, *allowed):
+    """A problem for each item whose present state is in none of the allowed machines."""
+    return [(stage, item, what(now, item)) for item in sorted(set(now).union(*allowed))
+            if all(what(state, item) != what(now, item) for state in allowed)]
+
+
+class Benches:
+    """All scenarios, each with its machine and with the machines and calls of an undisturbed run, in the place to work."""
+
+    def __init__(self, setup):
+        self.folder = new_folder()
+        (self.folder / 'known').mkdir()
+        self.lab, self.references = laboratory.embedded(), {}
+        for scenario in SCENARIOS.values():
+            prepare(self.lab, scenario, self.folder / scenario.name, setup)
+            self.references[scenario.name] = self.make_reference(scenario)
+
+    def enter(self, lab, name, machine):
+        lab.copy(**{'from': self.folder / name, 'to': machine})
+
+    def make_reference(self, scenario):
+        calls = {}
+        for program in scenario.programs:
+            self.enter(self.lab, scenario.name, self.folder / 'reference')
+            before = self.lab.state()
+            answer = run_in_use(self.lab, scenario, program)
+            if answer['complaint']:
+                raise Unusable(f'{scenario.name}, undisturbed: {answer["complaint"]}')
+            calls[program] = answer['calls']
+            after = self.lab.state()
+            self.lab.restart()
+        return {'before': before, 'after': after, 'restarted': self.lab.state(), 'calls': calls}
+
+    def odd_now(self, state, scenario):
+        """Each item must be as before, or as an undisturbed run leaves it, now or after the restart."""
+        reference = self.references[scenario.name]
+        return odd_items(AT_ONCE, state, *(reference[name] for name in ('before', 'after', 'restarted')))
+
+    def remedied(self, lab, scenario, stage):
+        """What differs from the undisturbed machine after one more run and a restart."""
+        complaint = run_again(lab, scenario)['complaint']
+        lab.restart()
+        problems = odd_items(stage, lab.state(), self.references[scenario.name]['restarted'])
+        return problems + ([(RUN, 'a later run', complaint)] if complaint else [])
+
+    def try_remedies(self, lab, scenario, spare, cut_restart):
+        """Tries one remedy after the other, each stronger than the last one. A problem counts for the last remedy that left it.
+        Without the spare machine, the power went, and the machine was restarted before everything else."""
+        tries = []
+        if spare:
+            tries.append(self.remedied(lab, scenario, SECOND))
+            lab.enter(root=spare)
+        if cut_restart:
+            lab.restart(steps=cut_restart)
+        lab.restart()
+        problems = self.odd_now(lab.state(), scenario)
+        if not spare or tries[-1]:
+            tries.append(self.remedied(lab, scenario, FOR_GOOD if scenario.installs else LASTING))
+        if tries[-1] and not scenario.installs:
+            install(lab)
+            tries.append(self.remedied(lab, scenario, FOR_GOOD))
+        for tried, later in zip(tries, [*tries[1:], None]):
+            problems += [problem for problem in tried if later is None or problem[1] not in {item for _, item, _ in later}]
+        return problems
+
+    def attempt(self, lab, own, scenario, disturbance, cut_restart=None):
+        """Tries one disturbance. Returns the problems and what was met. No machine is examined twice, not even by another process."""
+        machine, spare = own / 'machine', own / 'spare'
+        self.enter(lab, scenario.name, machine)
+        answer = run_in_use(lab, scenario, disturbance.get('watched', scenario.programs[0]), disturbance)
+        problems = [(RUN, 'the run', answer['complaint'])] if answer['complaint'] else []
+        left, cut = lab.state(), 'steps' in disturbance
+        problems += self.odd_now(left, scenario)
+        digest = hashlib.sha1(json.dumps([left, scenario.name, cut, cut_restart], sort_keys=True).encode()).hexdigest()
+        record = self.folder / 'known' / digest
+        if not record.exists():
+            if not cut:
+                lab.copy(**{'from': machine, 'to': spare})
+                lab.enter(root=machine)
+            found = self.try_remedies(lab, scenario, None if cut else spare, cut_restart)
+            fresh = record.with_suffix(f'.{os.getpid()}')
+            fresh.write_text(json.dumps(found))
+            fresh.rename(record)
+        problems += map(tuple, json.loads(record.read_text()))
+        return list(dict.fromkeys(problems)), answer
+
+    def attempt_restart(self, lab, own, scenario, step):
+        """Runs the scenario undisturbed, and cuts the power at a step of the restart, which is then begun again."""
+        self.enter(lab, scenario.name, own / 'machine')
+        run_in_use(lab, scenario, scenario.programs[0])
+        lab.restart(steps=step)
+        return self.try_remedies(lab, scenario, None, None)
+
+    def for_each(self, task, jobs):
+        """Calls task(benches, lab, folder, *job) for each job, distributed over the processors. Returns the results in a list."""
+        context = multiprocessing.get_context('fork')
+        with context.Pool(initializer=begin_worker, initargs=(self, task)) as pool:
+            return pool.map(do_job, jobs, chunksize=1)
+
+
+def begin_worker(benches, task):
+    own = Path(tempfile.mkdtemp(prefix='worker.', dir=benches.folder))
+    do_job.call = lambda job: task(benches, do_job.lab, own, *job)
+    do_job.lab = laboratory.embedded()
+
+
+def do_job(job):
+    return do_job.call(job)
