@@ -39,12 +39,33 @@ std::string Load(LPCWSTR name) {
     return Told(library && FreeLibrary(library));
 }
 
-int Written(LPCWSTR format, ...) {
+std::string Written(LPWSTR buffer, LPCWSTR format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    const int written = _vsnwprintf(nullptr, 0, format, arguments);
+    const int written = _vsnwprintf(buffer, buffer ? 16 : 0, format, arguments);
     va_end(arguments);
-    return written;
+    return std::to_string(written) + ":" + (buffer ? Narrow(buffer) : "");
+}
+
+std::string HasVariables(std::initializer_list<LPCWSTR> names) {
+    std::string missing;
+    for (const LPCWSTR name : names)
+        if (GetEnvironmentVariableW(name, nullptr, 0) == 0) missing += Narrow(name) + " ";
+    return missing;
+}
+
+std::string LocalTime(__time64_t time) {
+    return _localtime64(&time) ? "some" : "none";
+}
+
+// Sets a value in HKEY_CLASSES_ROOT itself. Returns where it is then.
+std::string ValueInClasses() {
+    PutValue(HKEY_CLASSES_ROOT, TEXT(""), TEXT("qtvprobe"), Sz(TEXT("x")));
+    std::string places =
+        GetValue(HKEY_LOCAL_MACHINE, TEXT("SOFTWARE\\Classes"), TEXT("qtvprobe")) ? "machine" : "";
+    places += GetValue(HKEY_CURRENT_USER, TEXT("Software\\Classes"), TEXT("qtvprobe")) ? "user" : "";
+    EXPECT_EQ(RegDeleteValueW(HKEY_CLASSES_ROOT, TEXT("qtvprobe")), ERROR_SUCCESS);
+    return places;
 }
 
 std::string Section(LPCWSTR section) {
@@ -81,10 +102,13 @@ std::string Target(const Text& path) {
     WCHAR target[MAX_PATH] = {};
     (void)link->GetPath(target, MAX_PATH, nullptr, 0);
     link->Release();
-    std::string told = Narrow(target);
-    for (char& letter : told)
+    return std::to_string(set) + " " + Narrow(target);
+}
+
+std::string Lower(std::string text) {
+    for (char& letter : text)
         letter = letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + 32) : letter;
-    return std::to_string(set) + " " + told;
+    return text;
 }
 
 std::string Folder(int folder) {
@@ -122,6 +146,7 @@ TEST_F(System, AnswersAsWindowsDoes) {
     const auto pictures = GetValue(HKEY_CURRENT_USER, kUserFolders, TEXT("My Pictures"));
     PutValue(HKEY_CURRENT_USER, kUserFolders, TEXT("My Pictures"),
              Sz(TEXT("%SystemDrive%\\Scratch\\moved\\here"), REG_EXPAND_SZ));
+    WCHAR written[16];
     const BYTE text[] = {'a', 0, 'b', 0, 0, 0, 'c', 0};
     ExpectAnswers({
         {"a program's parameters and instance",
@@ -129,7 +154,19 @@ TEST_F(System, AnswersAsWindowsDoes) {
         {"library in a sub-folder", Load(TEXT("qtvprobe\\a.dll")), "e193"},
         {"library in no sub-folder", Load(TEXT("qtvprobe\\b.dll")), "e126"},
         {"library with blanks at its end", Load(TEXT("kernel32.dll   ")), "ok"},
-        {"length without a buffer", std::to_string(Written(TEXT("a%d"), 1234)), "5"},
+        {"length without a buffer", Written(nullptr, TEXT("a%d"), 1234), "5:"},
+        {"%3c", Written(written, TEXT("%3c"), 'a'), "3:  a"},
+        {"%04s", Written(written, TEXT("%04s"), TEXT("foo")), "4:0foo"},
+        {"%05d", Written(written, TEXT("%05d"), -12), "5:-0012"},
+        {"a time before 1970", LocalTime(-1), "none"},
+        {"the first time", LocalTime(0), "some"},
+        {"missing variables", HasVariables({TEXT("ProgramW6432"), TEXT("HomeDrive"), TEXT("HomePath")}), ""},
+        {"value in HKEY_CLASSES_ROOT", ValueInClasses(), "machine"},
+        {"the system's folder", Lower(Folder(CSIDL_SYSTEM)), "c:\\windows\\system32"},
+        {"the start menu", Folder(CSIDL_STARTMENU) + "\\Programs", Folder(CSIDL_PROGRAMS)},
+        {"the local data", Lower(Folder(CSIDL_LOCAL_APPDATA)),
+         Lower(Folder(CSIDL_PROFILE)) + "\\appdata\\local"},
+        {"no folder's number", Folder(0x3E), ToldError(E_INVALIDARG)},
         {"no section", Section(nullptr), "0 e87"},
         {"held profile", WriteHeldProfile(), "ok"},
         {"text that is missing from its block", LoadText(5), "0 e1814"},
@@ -139,8 +176,8 @@ TEST_F(System, AnswersAsWindowsDoes) {
          "8 56 46 53 46 50 46 48 0"},
         {"no such version text", Version(TEXT("qtvprobe.exe"), TEXT("\\StringFileInfo\\040904B0\\x")),
          "e1813"},
-        {"link to a path in quotes", Target(TEXT("\"C:\\Scratch\\a b\"")), "1 c:\\scratch\\a b"},
-        {"link to a bare name", Target(TEXT("regsvr32.exe")), "0 c:\\windows\\system32\\regsvr32.exe"},
+        {"link to a path in quotes", Target(TEXT("\"c:\\Scratch\\a b\"")), "1 C:\\Scratch\\a b"},
+        {"link to a bare name", Lower(Target(TEXT("regsvr32.exe"))), "0 c:\\windows\\system32\\regsvr32.exe"},
         {"the desktop's folder", Folder(CSIDL_DESKTOPDIRECTORY), Folder(CSIDL_DESKTOP)},
         {"the programs' folder", Folder(CSIDL_PROGRAM_FILES), "C:\\Program Files"},
         {"folder moved by the registry", Folder(CSIDL_MYPICTURES),

@@ -125,6 +125,35 @@ TEST_F(HostFiles, ShortNamesAreFixedWhenAnEntryIsMadeOrNamed) {
     winhost::SetHasShortNames(true);
 }
 
+// A process remembers the names in a large folder. Whatever others change there, it answers as if it had just looked.
+TEST_F(HostFiles, LargeFoldersAreAnsweredAsTheyAreNow) {
+    for (int i = 0; i < 100; ++i)
+        MakeFile(TEXT("C:\\Scratch\\large\\Long name ") + Wide(std::to_string(i)));
+    const auto folder = winhost::HostPath(u"large");
+    EXPECT_EQ(Attributes("large\\LONG NAME 7"), "ok");
+    EXPECT_EQ(Attributes("large\\NEW"), "e2");
+    std::ofstream(folder / "New").put('x');
+    std::filesystem::rename(folder / "Long name 7", folder / "Moved");
+    std::filesystem::remove(folder / "Long name 8");
+    {
+        const Neighbour other(
+            [] { return Make("large\\Long name 100") == "ok" && Attributes("large\\NEW") == "ok"; });
+    }
+    std::ofstream(folder / "Of the host").put('x');
+    ExpectAnswers({{"made by the host", Attributes("large\\NEW"), "ok"},
+                   {"its new name", Attributes("large\\MOVED"), "ok"},
+                   {"its former one", Attributes("large\\LONG NAME 7"), "e2"},
+                   {"removed", Attributes("large\\LONG NAME 8"), "e2"},
+                   {"made by another process", Attributes("large\\LONG NAME 100"), "ok"},
+                   {"a short name", Attributes("large\\longna~1"), "ok"},
+                   {"that of the host's entry", Attributes("large\\oftheh~1"), "ok"}});
+    std::filesystem::rename(folder, folder.parent_path() / "aside");
+    std::filesystem::create_directory(folder);
+    EXPECT_EQ(Attributes("large\\NEW"), "e2") << "another folder of that name";
+    EXPECT_EQ(Attributes("aside\\NEW"), "ok");
+    EXPECT_EQ(Attributes("aside\\LONGNA~2"), "ok");
+}
+
 TEST_F(HostFiles, ProfileFilesKeepTheirEncodingAndOtherSections) {
     const std::string wide("\xFF\xFE[\0a\0]\0\r\0\n\0", 12);
     const struct {

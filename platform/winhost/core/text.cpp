@@ -217,6 +217,13 @@ class WideOutput {
         if (m_length < m_limit) m_buffer[m_length] = unit;
         ++m_length;
     }
+    // Puts the text at the right end of a field of `width` characters.
+    void PutField(std::u16string_view text, int width, char16_t pad) {
+        for (auto length = static_cast<int>(text.size()); length < width; ++length)
+            Put(pad);
+        for (const char16_t unit : text)
+            Put(unit);
+    }
     int Finish() {
         if (m_length < m_limit) m_buffer[m_length] = 0;
         return m_length <= m_limit || !m_buffer ? static_cast<int>(m_length) : -1;
@@ -247,13 +254,14 @@ int _vsnwprintf(char16_t* buffer, std::size_t count, const char16_t* format, va_
             case u'%':
                 out.Put(u'%');
                 break;
-            case u'c':
-                out.Put(static_cast<char16_t>(va_arg(arguments, int)));
+            case u'c': {
+                const auto unit = static_cast<char16_t>(va_arg(arguments, int));
+                out.PutField({&unit, 1}, width, zeros ? u'0' : u' ');
                 break;
+            }
             case u's': {
                 const char16_t* text = va_arg(arguments, const char16_t*);
-                for (text = text ? text : u"(null)"; *text; ++text)
-                    out.Put(*text);
+                out.PutField(text ? text : u"(null)", width, zeros ? u'0' : u' ');
                 break;
             }
             case u'd':
@@ -264,14 +272,11 @@ int _vsnwprintf(char16_t* buffer, std::size_t count, const char16_t* format, va_
                 // The three format patterns are made here, and each takes one 32-bit number.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
-                const int length = std::snprintf(digits, sizeof digits, pattern, va_arg(arguments, int));
+                (void)std::snprintf(digits, sizeof digits, pattern, va_arg(arguments, int));
 #pragma GCC diagnostic pop
-                const char* digit = digits;
-                if (zeros && *digit == '-') out.Put(u'-'), ++digit;
-                for (int pad = length; pad < width; ++pad)
-                    out.Put(zeros ? u'0' : u' ');
-                for (; *digit; ++digit)
-                    out.Put(static_cast<char16_t>(*digit));
+                const bool sign = zeros && digits[0] == '-';
+                if (sign) out.Put(u'-');
+                out.PutField(winhost::Utf16(digits + sign), width - sign, zeros ? u'0' : u' ');
                 break;
             }
             default:

@@ -1,4 +1,6 @@
 // Searches: the names that match a pattern, in the order in which NTFS stores them.
+#include "files/find.h"
+
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -30,27 +32,6 @@ FILETIME TimeOf(const statx_timestamp& time) {
     const auto ticks =
         static_cast<ULONGLONG>((time.tv_sec + kSecondsBefore1970) * 10000000 + time.tv_nsec / 100);
     return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
-}
-
-void Describe(const std::string& folder, const std::string& name, WIN32_FIND_DATAW& data) {
-    data = {};
-    const std::u16string text = Utf16(name);
-    std::copy_n(text.data(), std::min<std::size_t>(text.size(), MAX_PATH - 1), data.cFileName);
-    const std::u16string shortName = ShortName(folder, name);
-    std::copy(shortName.begin(), shortName.end(), data.cAlternateFileName);
-    data.dwFileAttributes = FILE_ATTRIBUTE_ARCHIVE;
-    const std::string host = folder + "/" + name;
-    struct statx info;
-    // A file that was deleted after the start of the search is still returned, by its name only.
-    if (statx(AT_FDCWD, host.c_str(), 0, STATX_BASIC_STATS | STATX_BTIME, &info) != 0) return;
-    const bool isFolder = S_ISDIR(info.stx_mode);
-    data.dwFileAttributes = StoredAttributes(host, isFolder);
-    data.ftCreationTime = TimeOf(info.stx_mask & STATX_BTIME ? info.stx_btime : info.stx_mtime);
-    data.ftLastAccessTime = TimeOf(info.stx_atime);
-    data.ftLastWriteTime = TimeOf(info.stx_mtime);
-    if (isFolder) return;
-    data.nFileSizeHigh = static_cast<DWORD>(info.stx_size >> 32);
-    data.nFileSizeLow = static_cast<DWORD>(info.stx_size);
 }
 
 bool MatchesByShortName(const std::string& folder, const std::string& name,
@@ -119,6 +100,27 @@ DWORD Start(Search& search, LPCWSTR pattern) {
 }
 
 }  // namespace
+
+void Describe(const std::string& folder, const std::string& name, WIN32_FIND_DATAW& data) {
+    data = {};
+    const std::u16string text = Utf16(name);
+    std::copy_n(text.data(), std::min<std::size_t>(text.size(), MAX_PATH - 1), data.cFileName);
+    const std::u16string shortName = ShortName(folder, name);
+    std::copy(shortName.begin(), shortName.end(), data.cAlternateFileName);
+    data.dwFileAttributes = FILE_ATTRIBUTE_ARCHIVE;
+    const std::string host = folder + "/" + name;
+    struct statx info;
+    // A file that was deleted after the start of the search is still returned, by its name only.
+    if (statx(AT_FDCWD, host.c_str(), 0, STATX_BASIC_STATS | STATX_BTIME, &info) != 0) return;
+    const bool isFolder = S_ISDIR(info.stx_mode);
+    data.dwFileAttributes = StoredAttributes(host, isFolder);
+    data.ftCreationTime = TimeOf(info.stx_mask & STATX_BTIME ? info.stx_btime : info.stx_mtime);
+    data.ftLastAccessTime = TimeOf(info.stx_atime);
+    data.ftLastWriteTime = TimeOf(info.stx_mtime);
+    if (isFolder) return;
+    data.nFileSizeHigh = static_cast<DWORD>(info.stx_size >> 32);
+    data.nFileSizeLow = static_cast<DWORD>(info.stx_size);
+}
 
 }  // namespace winhost
 

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <ctime>
 
 #include "core/faults.h"
@@ -103,6 +104,12 @@ __time64_t _time64(__time64_t* now) {
 
 std::tm* _localtime64(const __time64_t* time) {
     if (winhost::Fails("_localtime64")) return nullptr;
+    // The runtime library knows the times from 1970 to the end of the year 3000.
+    constexpr __time64_t kLastTime = 32535215999;
+    if (!time || *time < 0 || *time > kLastTime) {
+        errno = EINVAL;
+        return nullptr;
+    }
     const std::time_t seconds = *time;
     return std::localtime(&seconds);
 }

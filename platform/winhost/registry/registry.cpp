@@ -196,6 +196,12 @@ DWORD GiveValue(const RegistryValue& value, LPDWORD type, LPBYTE data, LPDWORD c
     return ERROR_SUCCESS;
 }
 
+// Where a value of the key is set or deleted. HKEY_CLASSES_ROOT itself stands for the classes of the machine.
+RegistryNode& ChangedNode(const KeyCall& call) {
+    const bool isRoot = call.subject.key.classes && KeyNames(call.subject.key.path).empty();
+    return isRoot ? *call.nodes.back() : *call.nodes.front();
+}
+
 RegistryValue* FindValue(const std::vector<RegistryNode*>& nodes, std::u16string_view name) {
     for (RegistryNode* node : nodes)
         if (RegistryValue* value = node->FindValue(name)) return value;
@@ -310,7 +316,7 @@ LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD reserved, DWORD type, const
     if (value.size() > kMaxValueName) return ERROR_INVALID_PARAMETER;
     KeyCall call(key, KEY_SET_VALUE);
     if (call.error != ERROR_SUCCESS) return static_cast<LSTATUS>(call.error);
-    call.nodes[0]->SetValue(value, type, BytesToStore(type, data, cbData));
+    ChangedNode(call).SetValue(value, type, BytesToStore(type, data, cbData));
     return static_cast<LSTATUS>(call.file.Save());
 }
 
@@ -341,7 +347,7 @@ LSTATUS RegDeleteValueW(HKEY key, LPCWSTR name) {
     if (const DWORD fault = FaultOf("RegDeleteValueW")) return static_cast<LSTATUS>(fault);
     KeyCall call(key, KEY_SET_VALUE);
     if (call.error != ERROR_SUCCESS) return static_cast<LSTATUS>(call.error);
-    if (!call.nodes[0]->DeleteValue(name ? name : u"")) return ERROR_FILE_NOT_FOUND;
+    if (!ChangedNode(call).DeleteValue(name ? name : u"")) return ERROR_FILE_NOT_FOUND;
     return static_cast<LSTATUS>(call.file.Save());
 }
 

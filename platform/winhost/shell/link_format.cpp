@@ -43,6 +43,7 @@ class Writer {
     }
     Writer& Word(unsigned value) { return Byte(value).Byte(value >> 8); }
     Writer& Dword(DWORD value) { return Word(value & 0xFFFF).Word(value >> 16); }
+    Writer& Time(const FILETIME& time) { return Dword(time.dwLowDateTime).Dword(time.dwHighDateTime); }
     Writer& Zeros(std::size_t count) {
         m_bytes.append(count, '\0');
         return *this;
@@ -166,6 +167,10 @@ std::u16string NarrowPathOfInfo(std::string_view info) {
     return NarrowAt(info, DwordAt(info, 16)) + NarrowAt(info, DwordAt(info, 24));
 }
 
+FILETIME TimeAt(std::string_view bytes, std::size_t offset) {
+    return {DwordAt(bytes, offset), DwordAt(bytes, offset + 4)};
+}
+
 bool IsDrivePath(std::u16string_view path) {
     return path.size() >= 3 && path.size() < MAX_PATH && path.substr(1, 2) == u":\\";
 }
@@ -186,7 +191,8 @@ std::string FormatLink(const LinkData& link) {
     if (!link.arguments.empty()) flags |= kHasArguments;
     if (!link.iconPath.empty()) flags |= kHasIcon;
     Writer out;
-    out.Bytes(kHeaderStart).Dword(flags).Dword(link.attributes).Zeros(24).Dword(0);
+    out.Bytes(kHeaderStart).Dword(flags).Dword(link.attributes);
+    out.Time(link.created).Time(link.accessed).Time(link.written).Dword(link.size);
     out.Dword(static_cast<DWORD>(link.icon)).Dword(static_cast<DWORD>(link.showCommand));
     out.Word(link.hotkey).Zeros(10);
     if (!link.path.empty()) {
@@ -206,6 +212,10 @@ std::optional<LinkData> ParseLink(std::string_view bytes) {
     LinkData link;
     link.attributes = DwordAt(bytes, 24);
     link.toFolder = (link.attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    link.created = TimeAt(bytes, 28);
+    link.accessed = TimeAt(bytes, 36);
+    link.written = TimeAt(bytes, 44);
+    link.size = DwordAt(bytes, 52);
     link.icon = static_cast<int>(DwordAt(bytes, 56));
     link.showCommand = static_cast<int>(DwordAt(bytes, 60));
     link.hotkey = WordAt(bytes, 64);

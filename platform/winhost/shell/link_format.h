@@ -13,6 +13,8 @@ struct LinkData {
     std::u16string path;  // full Windows path; empty for a link without a target
     bool toFolder = false;
     DWORD attributes = 0;
+    FILETIME created = {}, accessed = {}, written = {};
+    DWORD size = 0;  // the low half
     std::u16string description;
     std::u16string workingFolder;
     std::u16string arguments;

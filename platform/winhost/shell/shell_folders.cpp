@@ -37,11 +37,23 @@ constexpr std::u16string_view kCommonPrograms = u"%ProgramData%\\Microsoft\\Wind
 constexpr std::u16string_view kCommonStartup =
     u"%ProgramData%\\Microsoft\\Windows\\Start Menu\\Programs\\Startup";
 
+// The last number that Windows has given to a folder.
+constexpr int kLastNumber = 0x3D;
+
+// A folder without a value is always at its usual place.
 constexpr ShellFolder kFolders[] = {
     {CSIDL_DESKTOP, kCurrentUser, u"Desktop", kDesktop},
     {CSIDL_DESKTOPDIRECTORY, kCurrentUser, u"Desktop", kDesktop},
     {CSIDL_PROGRAMS, kCurrentUser, u"Programs", kPrograms},
     {CSIDL_PERSONAL, kCurrentUser, u"Personal", u"%USERPROFILE%\\Documents"},
+    {CSIDL_STARTMENU, kCurrentUser, u"Start Menu",
+     u"%USERPROFILE%\\AppData\\Roaming\\Microsoft\\Windows\\Start Menu"},
+    {CSIDL_COMMON_STARTMENU, kLocalMachine, u"Common Start Menu",
+     u"%ProgramData%\\Microsoft\\Windows\\Start Menu"},
+    {CSIDL_LOCAL_APPDATA, kCurrentUser, u"Local AppData", u"%USERPROFILE%\\AppData\\Local"},
+    {CSIDL_WINDOWS, kLocalMachine, {}, u"%SystemRoot%"},
+    {CSIDL_SYSTEM, kLocalMachine, {}, u"%SystemRoot%\\System32"},
+    {CSIDL_PROFILE, kCurrentUser, {}, u"%USERPROFILE%"},
     {CSIDL_STARTUP, kCurrentUser, u"Startup", kStartup},
     {CSIDL_COMMON_PROGRAMS, kLocalMachine, u"Common Programs", kCommonPrograms},
     {CSIDL_COMMON_STARTUP, kLocalMachine, u"Common Startup", kCommonStartup},
@@ -58,7 +70,7 @@ constexpr ShellFolder kFolders[] = {
 // Returns the folder's path from the registry, or its usual path when the registry holds no text for it.
 std::u16string PathOf(const ShellFolder& folder) {
     std::u16string path;
-    {
+    if (!folder.value.empty()) {
         RegistryFile file;
         RegistryNode* key = file.root().FindKey(std::u16string(folder.hive) + std::u16string(folder.key));
         const RegistryValue* value = key ? key->FindValue(folder.value) : nullptr;
@@ -92,6 +104,8 @@ HRESULT SHGetFolderPathW(HWND, int folder, HANDLE token, DWORD flags, LPWSTR pat
     const int number = folder & ~CSIDL_FLAG_CREATE;
     const auto* entry = std::find_if(std::begin(kFolders), std::end(kFolders),
                                      [number](const ShellFolder& each) { return each.number == number; });
+    if (entry == std::end(kFolders) && number >= 0 && number <= kLastNumber)
+        NotModelled("SHGetFolderPathW", "folder " + std::to_string(number));
     if (entry == std::end(kFolders)) return E_INVALIDARG;
     const std::u16string found = PathOf(*entry);
     if (found.size() >= MAX_PATH) return HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE);

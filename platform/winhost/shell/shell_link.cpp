@@ -11,8 +11,9 @@
 #include "core/host_io.h"
 #include "core/limits.h"
 #include "core/machine.h"
-#include "files/attributes.h"
+#include "core/text.h"
 #include "files/files.h"
+#include "files/find.h"
 #include "files/paths.h"
 #include "files/sharing.h"
 #include "processes/search.h"
@@ -184,9 +185,17 @@ HRESULT ShellLink::SetPath(LPCWSTR path) {
     }
     const Place target = TargetOf(path);
     if (target.windows.empty() || target.windows.size() >= MAX_PATH) return E_INVALIDARG;
+    WIN32_FIND_DATAW data = {};
+    const std::size_t end = target.host.rfind('/');
+    if (target.exists()) Describe(target.host.substr(0, end), target.host.substr(end + 1), data);
     m_link.path = target.windows;
+    m_link.path[0] = UpperUnit(m_link.path[0]);
     m_link.toFolder = target.isFolder;
-    m_link.attributes = target.exists() ? StoredAttributes(target.host, target.isFolder) : 0;
+    m_link.attributes = data.dwFileAttributes;
+    m_link.created = data.ftCreationTime;
+    m_link.accessed = data.ftLastAccessTime;
+    m_link.written = data.ftLastWriteTime;
+    m_link.size = data.nFileSizeLow;
     return target.exists() ? S_OK : S_FALSE;
 }
 
