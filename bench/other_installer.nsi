@@ -1,6 +1,6 @@
 ; Another installer that does the same as the setup program with the package of the benchmark: the same files, shortcuts,
-; registry values and started programs. It has its fastest setting: nothing is compressed or checked. With -DDOWNLOAD it has
-; the settings of a package's download.
+; registry values and started programs. It has its fastest setting: nothing is compressed or checked. With -DDOWNLOAD it packs
+; the files as well as it can.
 ;   makensis -DPACKAGE=folder -DOUTPUT=file [-DDOWNLOAD] other_installer.nsi
 
 Unicode true
@@ -12,6 +12,7 @@ SilentInstall silent
 SilentUnInstall silent
 !ifdef DOWNLOAD
     SetCompressor /SOLID /FINAL lzma
+    SetCompressorDictSize 64
     CRCCheck force
 !else
     CRCCheck off

@@ -4,19 +4,20 @@
 #
 # Installs the packages for these kinds of work with apt-get; without a kind, those for the tests: host and windows.
 # Kinds: host windows faults fuzz bench screenshots format tidy clang download release. It is quick if nothing is missing.
+# The kind download also builds the library that unpacks a download, in build/liblzma.
 # The exit code is 1 if something can't be installed.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
 # Both targets need windres to compile the resources; windres needs the cross compiler's preprocessor and headers.
-host=(g++ cmake ninja-build libgtest-dev libc-bin binutils-mingw-w64-x86-64 gcc-mingw-w64-x86-64-posix)
+host=(g++ cmake ninja-build libgtest-dev liblzma-dev libc-bin binutils-mingw-w64-x86-64 gcc-mingw-w64-x86-64-posix)
 windows=("${host[@]}" g++-mingw-w64-x86-64-posix wine64 wine xvfb xauth)
 faults=("${host[@]}" python3)
 fuzz=("${host[@]}" clang libclang-rt-14-dev)
-# For a package's download: its compiler, its icon, its signature.
-download=(nsis icoutils osslsigncode openssl)
+# For a package's download: what its library is built with, and its signature. make_liblzma builds the library.
+download=("${host[@]}" dpkg-dev osslsigncode openssl)
 release=("${windows[@]}" "${download[@]}" chromium)
-bench=("${windows[@]}" "${download[@]}")
+bench=("${windows[@]}" "${download[@]}" nsis)
 screenshots=("${windows[@]}" xdotool imagemagick)
 format=(clang-format)
 tidy=("${host[@]}" clang clang-tidy)
@@ -38,6 +39,40 @@ install() {
         apt-get install -q -y --no-install-recommends "$@" >/dev/null
 }
 
+# Builds liblzma for Windows in build/liblzma, from Debian's source package with its security updates. The names of the sources
+# stay in that folder, and /etc stays as it is. Debian is asked once a day; without an answer an earlier build is used.
+make_liblzma() (
+    set -e
+    folder=$root/build/liblzma
+    mkdir -p "$folder/lists/partial" "$folder/cache"
+    exec 9>"$folder/lock"
+    flock 9
+    [ -z "$(find "$folder/asked" -mtime -1 2>/dev/null)" ] || exit 0
+    printf 'Types: deb-src\nURIs: %s\nSuites: %s\nComponents: main\nSigned-By: /usr/share/keyrings/debian-archive-keyring.gpg\n\n' \
+        http://deb.debian.org/debian 'bookworm bookworm-updates' http://deb.debian.org/debian-security bookworm-security \
+        >"$folder/debian.sources"
+    apt=(-q -o "Dir::Etc::sourcelist=$folder/debian.sources" -o Dir::Etc::sourceparts=- -o "Dir::State::lists=$folder/lists"
+        -o "Dir::Cache=$folder/cache" -o APT::Sandbox::User=)
+    if ! apt-get "${apt[@]}" update >/dev/null; then
+        [ -e "$folder/version" ] && exit 0 || exit 1
+    fi
+    version=$(apt-cache "${apt[@]}" showsrc xz-utils | sed -n 's/^Version: //p' | sort -V | tail -n 1)
+    if [ "$version" != "$(cat "$folder/version" 2>/dev/null)" ]; then
+        echo "bootstrap.sh: building liblzma $version for Windows"
+        rm -rf "$folder"/{source,build,lib,include,version}
+        mkdir "$folder/source" "$folder/lib"
+        (cd "$folder/source" && apt-get "${apt[@]}" source --only-source "xz-utils=$version" >/dev/null)
+        source=$(find "$folder/source" -mindepth 1 -maxdepth 1 -type d)
+        cmake -S "$source" -B "$folder/build" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-w64.cmake" \
+            -DCMAKE_BUILD_TYPE=Release -DCMAKE_C_FLAGS='-w -ffunction-sections -fdata-sections' >/dev/null
+        cmake --build "$folder/build" --target liblzma -- --quiet
+        cp "$folder/build/liblzma.a" "$folder/lib"
+        cp -r "$source/src/liblzma/api" "$folder/include"
+        echo "$version" >"$folder/version"
+    fi
+    touch "$folder/asked"
+)
+
 [ $# -gt 0 ] || set -- host windows
 wanted=()
 for kind in "$@"; do
@@ -50,3 +85,5 @@ for kind in "$@"; do
 done
 mapfile -t wanted < <(missing "${wanted[@]}" | sort -u)
 [ ${#wanted[@]} -eq 0 ] || install "${wanted[@]}" || { echo "bootstrap.sh: can't install ${wanted[*]}" >&2; exit 1; }
+# By itself, so that each of its steps may end it.
+case " $* " in *' download '*) make_liblzma ;; esac

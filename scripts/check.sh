@@ -14,7 +14,7 @@ case "${1-}" in
     *) bad_usage "there is no option \"$1\"" ;;
 esac
 
-folders=(bench fuzz platform res sample src tests tools)
+folders=(bench download fuzz platform res sample src tests tools)
 failed=
 # check NAME COMMAND...
 check() {

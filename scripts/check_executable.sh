@@ -2,13 +2,14 @@
 # usage: scripts/check_executable.sh PROGRAM
 # example: scripts/check_executable.sh build/windows/setup.exe
 #
-# Checks a built setup.exe for Windows: its size, that it holds no build time and no path of its sources, its imports, its
+# Checks a built setup.exe or download.exe for Windows: its size, that it holds no build time and no path of its sources, its imports, its
 # manifest and the protections in its headers.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 [ $# -eq 1 ] || bad_usage
 program=$1
 most_bytes=$((360 * 1024))
+[ "$(basename "$program")" != download.exe ] || most_bytes=$((256 * 1024))
 # Windows always loads these from its own folder, whatever is next to the program.
 protected_dlls='ADVAPI32 GDI32 KERNEL32 MSVCRT OLE32 SHELL32 USER32'
 

@@ -61,7 +61,7 @@ sign() {
 }
 
 needs windows download
-build host package_make package_check rehearse rehearse_stand_in
+build host package_make package_check rehearse rehearse_stand_in download_make
 build windows setup rehearse
 
 make_work
@@ -132,22 +132,23 @@ starts=$(grep -iE "$(printf '%s|' "${stand_ins[@]//./\\.}")"'^$' "$work/said" | 
 while read -r count line; do report '  started there' "$count x $line"; done <<<"$starts"
 
 # ---- the download ----
-resource() { x86_64-w64-mingw32-windres -O rc "$package/QtvApp8.exe" | sed -n "s/^ *VALUE \"$1\", \"\(.*\)\"$/\1/p" | head -n 1; }
-version=$(x86_64-w64-mingw32-windres -O rc "$package/QtvApp8.exe" | sed -n 's/^ FILEVERSION //p' | tr -d ' ' | tr , .)
-product=$(resource ProductName)
+texts=$("$host_build/download_make" --texts "$package/QtvApp8.exe") || stop 'the application has no version'
+text() { sed -n "s/^$1 //p" <<<"$texts"; }
+version=$(text Version) product=$(text ProductName)
 file=${product// /-}-$version.exe
 step 'the download is made' scripts/make_download.sh "$package" "$new/$file"
 sign "$new/$file" || stop 'the download is not signed'
 signed='no: QTV_SIGN_CERTIFICATE names no certificate'
 [ -z "$certificate" ] || signed=$(openssl x509 -in "$certificate" -noout -subject)
 report 'signed' "$signed"
+report 'it unpacks with' "liblzma $(<build/liblzma/version)"
 run_download() {
     export QTV_WINE_HOME=$work/wine
     scripts/wine.sh "$new/$file" -install -s -instdir 'C:\Apps\Qantivo' || return
     local installed=$work/wine/prefix/drive_c/Apps/Qantivo
     cmp "$package/QtvApp8.exe" "$installed/QtvApp8.exe" && cmp "$package/setup.exe" "$installed/QtvUnInst.exe" || return
     cmp -n "$(stat -c %s "$package/QtvUnInst.log")" "$package/QtvUnInst.log" "$installed/QtvUnInst.log" || return
-    if find "$work/wine/prefix/drive_c/users" -ipath '*/temp/ns*' | grep .; then return 1; fi
+    if find "$work/wine/prefix/drive_c/Program Files" -name '*.dl' | grep .; then return 1; fi
 }
 step 'the download installs under Wine' run_download
 
@@ -169,7 +170,7 @@ winget_file() {
 winget_file "$identifier" version <<<'DefaultLocale: en-US'
 winget_file "$identifier.locale.en-US" defaultLocale <<END
 PackageLocale: en-US
-Publisher: $(yaml "$(resource CompanyName)")
+Publisher: $(yaml "$(text CompanyName)")
 PackageName: $(yaml "$product")
 License: $(yaml "$(info License)")
 ShortDescription: $(yaml "$(info ShortDescription)")

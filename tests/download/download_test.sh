@@ -1,12 +1,9 @@
 #!/usr/bin/env bash
-# Tests the download of a package under Wine: download_test.sh BUILD-FOLDER. Exits with 77 if its compiler is missing.
+# Tests the download of a package under Wine: download_test.sh BUILD-FOLDER.
 set -uo pipefail
 build=$(realpath "$1")
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
-if ! command -v makensis >/dev/null || ! command -v wrestool >/dev/null; then
-    echo 'download_test: NOT RUN: scripts/bootstrap.sh download installs what is missing' >&2
-    exit 77
-fi
+export QTV_WINDOWS_BUILD=$build
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work" || exit 1
@@ -17,33 +14,42 @@ fail() {
     failed=yes
 }
 wine() { "$root/scripts/wine.sh" "$@" 2>/dev/null | tr -d '\r'; }
-make() { "$root/scripts/make_download.sh" "$@" >made 2>&1; }
+make() { pack "$@" >made 2>&1; }
 here=Z:${work//\//\\}
 export QTV_RECORD=$here\\record
 
 # ---- what can't be made ----
-# refused SAYS ARGUMENT...
+"$root/scripts/make_download.sh" "$build/package" Qantivo.exe >/dev/null || fail 'no download of the sample'
+# refused SAYS COMMAND...
 refused() {
     local text=$1 result=0
     shift
-    make "$@" || result=$?
-    [ "$result" = 2 ] && grep -qF -- "$text" made || fail "make_download.sh $* ended with $result: $(<made)"
-    [ ! -e out.exe ] && [ ! -e out.exe.unfinished ] || fail "make_download.sh $* leaves something"
+    "$@" >made 2>&1 || result=$?
+    [ "$result" = 2 ] && grep -qF -- "$text" made || fail "$* ended with $result: $(<made)"
 }
 cp -r "$build/package" package
-refused usage package
-refused "doesn't end in .exe" package out
-refused 'is no folder' package none/out.exe
-refused 'has no setup.exe' . out.exe
-truncate -s 2040109466 package/large
-refused '1.9 GiB' package out.exe
-rm package/large
-echo MZ >package/QtvApp8.exe
-refused 'has no icon' package out.exe
-cp "$build/package/QtvApp8.exe" package
 rm package/QtvUnInst.log
-refused 'no QtvUnInst.log' package out.exe
+script=$root/scripts/make_download.sh
+refused usage "$script" package
+refused "doesn't end in .exe" "$script" package out
+refused 'is no folder' "$script" package none/out.exe
+refused 'has no setup.exe' "$script" . out.exe
+refused 'no QtvUnInst.log' "$script" package out.exe
 cp "$build/package/QtvUnInst.log" package
+pack() { "${QTV_HOST_BUILD:-$root/build/host}/download_make" "$build/download.exe" "$@"; }
+for name in con 'a ' 'a:b'; do
+    mkdir "package/$name"
+    refused 'is no name' pack package out.exe
+    rmdir "package/$name"
+done
+ln -s readme-en.txt package/link
+refused 'neither a file nor a folder' pack package out.exe
+rm package/link
+echo MZ >package/QtvApp8.exe
+refused 'is no whole Windows program' pack package out.exe
+cp "$build/stand_in.exe" package/QtvApp8.exe
+refused 'has no version' pack package out.exe
+cp "$build/package/QtvApp8.exe" package
 
 # ---- how setup is started, and how it isn't ----
 cp "$build/stand_in.exe" package/setup.exe
@@ -62,68 +68,71 @@ recorded() { sed -n "s/^$1 //p" record 2>/dev/null; }
 page_is() {
     start 0 "$2"
     [ "$(recorded page)" = "$1" ] || fail "with \"$2\" the page is $(recorded page)"
-    [[ $(recorded line) == *"\\package\\setup.exe\" \"-sfxname=$here\\my download.exe\" $2" ]] ||
+    [[ $(recorded line) == *".dl\\setup.exe\" \"-sfxname=$here\\my download.exe\" $2" ]] ||
         fail "\"$2\" arrives as $(recorded line)"
 }
 page_is hidden ''
 page_is none '-install   -S'
 page_is none '-sconf'
 page_is none 'one "-s"'
-page_is none '/S /NCRC /D=C:\x y'
 page_is hidden '-v -s'
 page_is hidden '-silent x-s -s=1 -instdir "C:\a -s b"  '
-[[ $(recorded folder) == *\\package ]] || fail "setup's current folder is $(recorded folder)"
-# Wine uses the host's rights for a folder: others may read it and start what is in it.
-[[ $(recorded rights) =~ \;0x1200a9\;\;\;WD\) ]] || fail "the folder's rights are $(recorded rights)"
-temporary=$(dirname "$(dirname "$(recorded folder)")")
+[[ $(recorded folder) =~ ^C:\\Program\ Files\\[a-z2-7]{26}\.dl$ ]] || fail "setup's current folder is $(recorded folder)"
+# Only the system and administrators, for whom Wine puts the user.
+[[ $(recorded rights) =~ ^D:[A-Z]*'(A;OICI;FA;;;SY)(A;OICI;FA;;;S-1-5-21-'[-0-9]*\)$ ]] || fail "the folder's rights are $(recorded rights)"
 
 for code in 1 C0000409; do
     QTV_EXIT=$code start $code -s
 done
 
-# ---- what ends before setup starts ----
-# failed_before SAYS ARGUMENTS
-failed_before() {
-    start 2 "$2"
-    grep -qF "$1" seen || fail "$1 is not shown: $(<seen)"
-    [ ! -e record ] || fail "setup was started anyway"
-}
-long=$(printf '%0950d' 0)
-failed_before 'box The command line is too long' "$long"
-failed_before 'ended 2' "-s $long"
-! grep -q box seen || fail 'a silent run shows a box'
-cp 'my download.exe' whole
-middle=$(($(stat -c %s whole) / 2))
-printf '\0damage' | dd of='my download.exe' bs=1 seek=$middle conv=notrunc status=none
-failed_before 'box Installer integrity check has failed' '/NCRC -s'
-head -c $middle whole >'my download.exe'
-failed_before 'box Installer integrity check has failed' ''
-cp package/readme-en.txt package/setup.exe
-printf MZ | dd of=package/setup.exe conv=notrunc status=none
-make package 'my download.exe'
-failed_before "box Setup can't be started" ''
-# A compiler that asks for more space than any drive has, for the next test.
-mkdir bin
-cat >bin/makensis <<'END'
-#!/usr/bin/env bash
-printf '%s\n' "$@" | sed -n 's/^-DNEEDED=//p' >needed
-exec "$(PATH=${PATH#*:} command -v makensis)" "${@/#-DNEEDED=*/-DNEEDED=4611686018427387904}"
-END
-chmod +x bin/makensis
-PATH=$work/bin:$PATH make package 'my download.exe'
-failed_before 'box The drive of the temporary folder has too little free space' ''
-twice=$((($(find package -type f -printf "%s+")0) * 2))
-[ "$(<needed)" = $twice ] || fail "the download asks for $(<needed) bytes, not $twice"
-
-# ---- what is left ----
+# ---- what ends before setup starts, and what is left ----
 marks() { wine reg.exe query 'HKLM\SYSTEM\CurrentControlSet\Control\Session Manager' /v PendingFileRenameOperations; }
-left() { wine cmd.exe /c "dir /b $temporary" | grep -i '^ns.*tmp$'; }
-[ -z "$(left)" ] || fail "left in the temporary folder: $(left)"
+left() { wine cmd.exe /c 'dir /b "C:\Program Files"' | grep '\.dl$'; }
+is_clean() { [ -z "$(left)" ] && ! marks | grep -F .dl || fail "$1: left: $(left) $(marks)"; }
+is_clean 'after all that'
+# failed_before EXIT-CODE SAYS ARGUMENTS
+failed_before() {
+    start "$1" "$3"
+    if [ -n "$2" ]; then grep -qF "box $2" seen; else ! grep -q box seen; fi || fail "\"$3\" shows $(<seen)"
+    [ ! -e record ] || fail "setup was started anyway"
+    is_clean "$2"
+}
+cp 'my download.exe' whole
+size=$(stat -c %s whole)
+for at in 100 $((size / 2)) $((size - 60)) $((size - 1)); do
+    cp whole 'my download.exe'
+    printf '\0damage' | dd of='my download.exe' bs=1 seek="$at" conv=notrunc status=none
+    failed_before 3 'This file is damaged' ''
+done
+failed_before 3 '' -s
+head -c $((size / 2)) whole >'my download.exe'
+failed_before 3 'This file is damaged' ''
+(cat whole; echo more) >'my download.exe'
+failed_before 3 'This file is damaged' ''
+# A signature is passed over, and nothing may follow it.
+openssl req -x509 -newkey rsa:2048 -nodes -keyout key.pem -out certificate.pem -days 2 -subj /CN=maker \
+    -addext extendedKeyUsage=codeSigning 2>/dev/null
+rm 'my download.exe'
+osslsigncode sign -certs certificate.pem -key key.pem -in whole -out 'my download.exe' >/dev/null || fail 'not signed'
+start 0 -s
+echo more >>'my download.exe'
+failed_before 3 'This file is damaged' ''
+
+truncate -s 300M package/large
+cp package/readme-en.txt package/setup.exe
+make package 'my download.exe' || fail "no download: $(<made)"
+QTV_PAGE=cancel failed_before 6 '' ''
+QTV_PAGE=kill start 9 ''
+marks | grep -qF '.dl\large' || fail "a killed run has no marks: $(marks)"
+[ -n "$(left)" ] || fail 'a killed run leaves no folder'
+rm package/large
+make package 'my download.exe'
+failed_before 2 "The files can't be unpacked" ''
 cp whole 'my download.exe'
 QTV_HOLD=$here\\stand_in.exe start 0 -s
-held=$(recorded folder)
-marks | grep -qF "$held" || fail "$held isn't marked: $(marks)"
-wine reg.exe delete 'HKLM\SYSTEM\CurrentControlSet\Control\Session Manager' /v PendingFileRenameOperations /f >/dev/null
+marks | grep -qF "$(recorded folder)" || fail "what is in use isn't marked: $(marks)"
+start 0 -s
+is_clean 'after a program that used the folder'
 # Removes the installations of other tests.
 versions='HKLM\SOFTWARE\Microsoft\Windows\CurrentVersion'
 for key in 'HKLM\SOFTWARE\Lorvanta' "$versions\Uninstall\Qantivo 8" "$versions\App Paths\QtvApp8.exe"; do
@@ -131,7 +140,6 @@ for key in 'HKLM\SOFTWARE\Lorvanta' "$versions\Uninstall\Qantivo 8" "$versions\A
 done
 
 # ---- the sample's download, with settings beside it, by the recipes of the manual ----
-"$root/scripts/make_download.sh" "$build/package" Qantivo.exe >/dev/null || fail 'no download of the sample'
 echo '[settings]' >QtvApp8.ini
 # recipe NAME EXIT-CODE
 recipe() {

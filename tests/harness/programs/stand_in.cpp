@@ -1,7 +1,8 @@
 // Replaces a package's setup program, or the program that starts a download. Environment variables say what it does:
 //   setup.exe      writes what it sees to the file QTV_RECORD, and exits with QTV_EXIT. With QTV_HOLD it leaves a program
 //                  running whose current folder is that of the package
-//   another name   starts the command line QTV_LINE, answers each message box with OK, prints the boxes and the exit code
+//   another name   starts the command line QTV_LINE, answers each message box with OK, prints the boxes and the exit code.
+//                  With QTV_PAGE it cancels or kills the program as soon as that shows its page: "cancel", "kill"
 #include <windows.h>
 #include <sddl.h>
 #include <tlhelp32.h>
@@ -15,6 +16,7 @@ namespace {
 
 constexpr DWORD kPollMs = 50, kHangMs = 300000;
 constexpr wchar_t kDone[] = L"download is done";
+constexpr int kHidePolls = 100;
 constexpr int kBoxText = 0xFFFF;
 
 std::wstring Variable(const wchar_t* name) {
@@ -70,13 +72,15 @@ int Record() {
     wchar_t folder[MAX_PATH] = {};
     (void)GetCurrentDirectoryW(MAX_PATH, folder);
     const HWND page = NextDialog(nullptr, Parent());
+    for (int poll = 0; poll < kHidePolls && IsWindowVisible(page); ++poll)
+        Sleep(kPollMs);
     FILE* const file = _wfopen(Variable(L"QTV_RECORD").c_str(), L"wb");
     if (!file) return 98;
     (void)std::fprintf(file, "line %ls\nfolder %ls\npage %s\nrights %ls\n", GetCommandLineW(), folder,
                        !page                   ? "none"
                        : IsWindowVisible(page) ? "visible"
                                                : "hidden",
-                       RightsOf(L"..").c_str());
+                       RightsOf(L".").c_str());
     (void)std::fclose(file);
     if (!Variable(L"QTV_HOLD").empty()) {
         SetEnvironmentVariableW(L"QTV_LINE", L"");
@@ -88,10 +92,14 @@ int Record() {
 int Launch(const std::wstring& line) {
     const HANDLE done = CreateEventW(nullptr, TRUE, FALSE, kDone);
     const PROCESS_INFORMATION process = Start(line, nullptr);
-    while (WaitForSingleObject(process.hProcess, kPollMs) == WAIT_TIMEOUT)
+    const std::wstring page = Variable(L"QTV_PAGE");
+    while (WaitForSingleObject(process.hProcess, page.empty() ? kPollMs : 1) == WAIT_TIMEOUT)
         for (HWND box = nullptr; (box = NextDialog(box, process.dwProcessId));) {
             wchar_t text[1024] = {};
-            if (!IsWindowVisible(box) || !GetDlgItemTextW(box, kBoxText, text, 1024)) continue;
+            if (!IsWindowVisible(box)) continue;
+            if (page == L"cancel") (void)PostMessageW(box, WM_COMMAND, IDCANCEL, 0);
+            if (page == L"kill") (void)TerminateProcess(process.hProcess, 9);
+            if (!GetDlgItemTextW(box, kBoxText, text, 1024)) continue;
             std::printf("box %ls\n", text);
             (void)SendMessageW(box, WM_COMMAND, IDOK, 0);
         }

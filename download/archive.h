@@ -1,0 +1,33 @@
+// The download as a file: finds what the program carries, and reads it.
+#pragma once
+
+#include <framework.h>
+
+#include <functional>
+
+#include "format.h"
+#include "outcome.h"
+#include "support/handles.h"
+
+namespace download {
+
+// Opens a file or, with FILE_FLAG_BACKUP_SEMANTICS in `flags`, a folder. Null, with the last error set, on failure.
+KernelHandle OpenHandle(LPCWSTR path, DWORD access, DWORD share, DWORD disposition, DWORD flags);
+
+bool Seek(HANDLE file, std::uint64_t offset);
+
+struct Archive {
+    CString path;
+    std::uint64_t cbProgram;
+    Table table;
+};
+
+// Checks program and trailer of the download at `path`, and reads its table.
+Outcome OpenArchive(const CString& path, Archive& archive);
+
+// Unpacks `cbPacked` bytes of the file from its present place on, which must be one whole .xz stream of `cbUnpacked`
+// bytes. Gives the bytes to `take` in pieces. When `take` returns another outcome than Right, so does this function.
+using Take = std::function<Outcome(const char* bytes, std::size_t cb)>;
+Outcome UnpackStream(HANDLE file, std::uint64_t cbPacked, std::uint64_t cbUnpacked, const Take& take);
+
+}  // namespace download

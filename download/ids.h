@@ -1,0 +1,15 @@
+// Ids of the download's resources.
+#pragma once
+
+// The maker of downloads writes the name of the product here. It is alone in its block of 16 strings.
+#define IDS_PRODUCT_NAME 1
+// One for each outcome.
+#define IDS_FAILED 18
+#define IDS_DAMAGED 19
+#define IDS_NO_ROOM 20
+#define IDS_NO_RIGHTS 21
+#define IDS_SHARE 22
+
+#define IDD_PROGRESS 101
+#define IDC_TEXT 1000
+#define IDC_BAR 1001

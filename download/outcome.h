@@ -1,0 +1,16 @@
+// How a download ends before setup starts.
+#pragma once
+
+// The numbers are the exit codes, and docs/releasing.md lists them. When setup starts, its own exit code is that of
+// the download.
+enum class Outcome {
+    Right = 0,
+    Failed = 2,
+    Damaged = 3,
+    NoRoom = 4,
+    NoRights = 5,
+    Cancelled = 6,
+};
+
+// Returns what an error code of Windows means for a download.
+Outcome OutcomeOf(unsigned long error);

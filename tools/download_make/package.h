@@ -1,0 +1,29 @@
+// The package of a download: its files in an order that packs well, and its packed blocks.
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <vector>
+
+#include "format.h"
+
+namespace download_make {
+
+struct Package {
+    std::vector<download::Entry> entries;
+    std::vector<std::filesystem::path> paths;  // of the entries
+};
+
+// Reads the names, sizes and times in a folder. Throws std::runtime_error for what a download can't hold: a link, a name
+// that Windows can't store.
+Package ReadPackage(const std::filesystem::path& folder);
+
+// Packs the files in blocks, on two processors. Calls `write` with the packed bytes, in the order of the blocks. Throws
+// std::runtime_error when a file can't be read or isn't as it was.
+using Write = std::function<void(std::string_view bytes)>;
+std::vector<download::Block> PackBlocks(const Package& package, const Write& write);
+
+// Returns the bytes as one .xz stream, as a block is.
+std::string Pack(std::string_view bytes);
+
+}  // namespace download_make
