@@ -48,10 +48,13 @@ make_liblzma() (
     exec 9>"$folder/lock"
     flock 9
     [ -z "$(find "$folder/asked" -mtime -1 2>/dev/null)" ] || exit 0
-    printf 'Types: deb-src\nURIs: %s\nSuites: %s\nComponents: main\nSigned-By: /usr/share/keyrings/debian-archive-keyring.gpg\n\n' \
-        http://deb.debian.org/debian 'bookworm bookworm-updates' http://deb.debian.org/debian-security bookworm-security \
-        >"$folder/debian.sources"
-    apt=(-q -o "Dir::Etc::sourcelist=$folder/debian.sources" -o Dir::Etc::sourceparts=- -o "Dir::State::lists=$folder/lists"
+    mkdir -p "$folder/sources.d"
+    # Where the packages of this system come from, there are their sources too.
+    find /etc/apt -name '*.sources' -exec cat {} + | awk -v RS= -v ORS='\n\n' '/URIs:[^\n]*\/debian/' |
+        sed 's/^Types:.*/Types: deb-src/' >"$folder/sources.d/debian.sources"
+    find /etc/apt -name '*.list' -exec cat {} + |
+        sed -n 's|^deb \(.*/debian.*\)|deb-src \1|p' >"$folder/sources.d/debian.list"
+    apt=(-q -o Dir::Etc::sourcelist=/dev/null -o "Dir::Etc::sourceparts=$folder/sources.d" -o "Dir::State::lists=$folder/lists"
         -o "Dir::Cache=$folder/cache" -o APT::Sandbox::User=)
     if ! apt-get "${apt[@]}" update >/dev/null; then
         [ -e "$folder/version" ] && exit 0 || exit 1

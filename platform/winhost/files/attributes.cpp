@@ -42,6 +42,14 @@ bool KeepText(const std::string& host, const char* name, const std::string& text
     return false;
 }
 
+std::string KeptShortName(const std::string& folder, std::string_view name) {
+    constexpr std::size_t kLongest = 12;
+    const std::string kept = KeptText(folder + "/" + std::string(name), kShortNameText);
+    const std::size_t end = kept.find(kNameSeparator);
+    return end <= kLongest && std::string_view(kept).substr(end + 1) == name ? kept.substr(0, end)
+                                                                             : std::string();
+}
+
 void DropText(const std::string& host, const char* name) {
     (void)removexattr(host.c_str(), name);
 }

@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include <string>
+#include <string_view>
 
 namespace winhost {
 
@@ -16,6 +17,11 @@ std::string KeptText(const std::string& host, const char* name);
 // Returns false with errno set.
 bool KeepText(const std::string& host, const char* name, const std::string& text);
 void DropText(const std::string& host, const char* name);
+
+// The kept text is the short name, this, and the name that it belongs to. No name holds it.
+inline constexpr char kNameSeparator = '/';
+// Returns the short name that is kept on an entry. Empty for none.
+std::string KeptShortName(const std::string& folder, std::string_view name);
 
 // Windows attributes of a host file: what is stored, FILE_ATTRIBUTE_DIRECTORY for folders, NORMAL for none.
 DWORD StoredAttributes(const std::string& host, bool isFolder);

@@ -20,7 +20,7 @@
 
 #include "core/host_io.h"
 #include "core/text.h"
-#include "files/stored_names.h"
+#include "files/attributes.h"
 #include "short_names.h"
 #include "winhost.h"
 

@@ -29,9 +29,6 @@ namespace {
 
 // There where the machine has no short names.
 constexpr char kWithoutShortNames[] = "no-short-names";
-// Stands between the short name and the long one; no name holds it.
-constexpr char kThenLong = '/';
-constexpr std::size_t kLongestShortName = 12;
 
 bool HasShortNames() {
     return access((StateFolder() / kWithoutShortNames).c_str(), F_OK) != 0;
@@ -101,7 +98,7 @@ void AssignFirstFree(const std::string& folder, const std::string& name, std::u1
     unsigned number = 1;
     while (isTaken(candidates.Candidate(number)))
         ++number;
-    const std::string text = Utf8(candidates.Candidate(number)) + kThenLong + name;
+    const std::string text = Utf8(candidates.Candidate(number)) + kNameSeparator + name;
     // Another process may have taken the entry away in the meantime.
     if (!KeepText(folder + "/" + name, kShortNameText, text) && errno != ENOENT)
         NotModelled("short names", "an entry that keeps none: " + folder + "/" + name);
@@ -159,13 +156,6 @@ void SetHasShortNames(bool on) {
         (void)unlink((StateFolder() / kWithoutShortNames).c_str());
     else
         std::ofstream(StateFolder() / kWithoutShortNames).put('1');
-}
-
-std::string KeptShortName(const std::string& folder, std::string_view name) {
-    const std::string kept = KeptText(folder + "/" + std::string(name), kShortNameText);
-    const std::size_t end = kept.find(kThenLong);
-    return end <= kLongestShortName && std::string_view(kept).substr(end + 1) == name ? kept.substr(0, end)
-                                                                                      : std::string();
 }
 
 std::string StoredName(const std::string& folder, std::u16string_view name, bool& found) {

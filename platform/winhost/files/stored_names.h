@@ -17,8 +17,6 @@ std::string StoredName(const std::string& folder, std::u16string_view name, bool
 // Returns the short name of an entry, in upper case. Empty when its own name is short, and on a machine
 // without short names.
 std::u16string ShortName(const std::string& folder, const std::string& name);
-// Returns the short name that is kept on an entry. Empty for none.
-std::string KeptShortName(const std::string& folder, std::string_view name);
 // Assigns a short name to an entry that is new in its
 // folder or has a new name. `host` is its path on the host.
 void GiveShortName(const std::string& host);
