@@ -113,9 +113,8 @@ struct Conditions {
     std::function<bool()> press = PressDefault;
 };
 
-// Runs a program and everything that it starts, to the end. Programs that hang are ended after tools::kHangMs, and
-// again so long after the end of the first one. A message
-// box gets its safest answer (No, else Cancel, else OK).
+// Runs a program and everything that it starts, to the end. A program that hangs is ended after tools::kHangMs, and what
+// it started as long after its end. A message box gets its safest answer (No, else Cancel, else OK).
 Outcome Run(const std::string& commandLine, const Conditions& conditions);
 
 // The next start of the machine: carries out the boot-time marks. Returns false if it failed.

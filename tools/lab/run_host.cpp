@@ -93,8 +93,7 @@ Outcome Run(const std::string& commandLine, const Conditions& conditions) {
     if (!outcome.started) return outcome;
     if (conditions.meanwhile) conditions.meanwhile();
     const bool ended = Await(
-                           conditions, conditions.patienceMs,
-                           [&](DWORD ms) { return program.EndsWithin(ms); }, outcome.end) &&
+                           conditions, [&](DWORD ms) { return program.EndsWithin(ms); }, outcome.end) &&
                        Await(conditions, winhost::WaitForProcesses, outcome.end);
     if (!ended) (void)winhost::EndProcesses(tools::kHangMs);
     outcome.exitCode = program.ExitCode();
