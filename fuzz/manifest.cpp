@@ -4,7 +4,7 @@
 #include <memory>
 #include <vector>
 
-#include "app/process_helpers.h"
+#include "run/process_helpers.h"
 #include "app/setup_state.h"
 #include "engine/file_ops.h"
 #include "install/earlier_install.h"

@@ -3,12 +3,13 @@
 #include <algorithm>
 #include <iterator>
 
-#include "app/process_helpers.h"
-#include "app/run_paths.h"
-#include "app/setup_state.h"
 #include "install/install_driver.h"
 #include "instances/instance_manager.h"
 #include "resource.h"
+#include "run/process_helpers.h"
+#include "run/product.h"
+#include "run/run_paths.h"
+#include "run/run_values.h"
 #include "support/handles.h"
 #include "support/path_text.h"
 #include "uninstall/relaunch.h"

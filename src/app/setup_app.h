@@ -4,6 +4,8 @@
 
 #include <framework.h>
 
+class COXInstanceManager;
+
 class CSetupApp : public CWinApp {
   public:
     // Reads the runtime library's argument vector. Returns 0 when the job ended or the user declined the
@@ -11,6 +13,9 @@ class CSetupApp : public CWinApp {
     // The result is not the exit code.
     BOOL InitInstance() override;
 };
+
+extern COXInstanceManager g_instanceManager;
+extern CSetupApp theApp;
 
 // Sets the process up once, before InitInstance: the application's name, the system's version, the program's
 // own folder in front of Path, and the functions that not every system has.

@@ -1,6 +1,5 @@
 #include "app/setup_state.h"
 
-#include "app/setup_app.h"
 #include "instances/instance_manager.h"
 
 // These objects are built in the order in which they are defined here. Only within one unit is that order certain.

@@ -1,6 +1,6 @@
 #include "engine/file_ops.h"
 
-#include "app/setup_state.h"
+#include "run/run_values.h"
 
 namespace {
 

@@ -1,9 +1,10 @@
 #include "engine/file_ops.h"
 
-#include "app/process_helpers.h"
-#include "app/setup_state.h"
 #include "engine/file_steps.h"
 #include "engine/manifest.h"
+#include "run/process_helpers.h"
+#include "run/run_paths.h"
+#include "run/run_values.h"
 #include "support/handles.h"
 #include "support/path_text.h"
 

@@ -2,10 +2,10 @@
 
 #include <shellapi.h>
 
-#include "app/run_paths.h"
-#include "app/setup_state.h"
 #include "install/query_text.h"
 #include "resource.h"
+#include "run/run_paths.h"
+#include "run/run_values.h"
 #include "support/handles.h"
 #include "support/text_lines.h"
 

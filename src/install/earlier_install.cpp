@@ -3,10 +3,11 @@
 #include <resource.h>
 #include <shlobj.h>
 
-#include "app/run_paths.h"
-#include "app/setup_state.h"
 #include "engine/manifest.h"
 #include "install/file_version.h"
+#include "run/product.h"
+#include "run/run_paths.h"
+#include "run/run_values.h"
 #include "support/handles.h"
 #include "support/path_text.h"
 #include "support/registry.h"

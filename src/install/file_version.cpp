@@ -5,8 +5,8 @@
 #include <memory>
 #include <new>
 
-#include "app/process_helpers.h"
-#include "app/run_values.h"
+#include "run/process_helpers.h"
+#include "run/run_values.h"
 #include "support/handles.h"
 #include "support/path_text.h"
 

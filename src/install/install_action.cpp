@@ -3,14 +3,15 @@
 #include <resource.h>
 #include <shlobj.h>
 
-#include "app/process_helpers.h"
-#include "app/run_paths.h"
-#include "app/setup_state.h"
 #include "engine/file_ops.h"
 #include "engine/manifest.h"
 #include "install/log_lines.h"
 #include "install/shell_links.h"
 #include "install/system_registration.h"
+#include "run/process_helpers.h"
+#include "run/product.h"
+#include "run/run_paths.h"
+#include "run/run_values.h"
 #include "support/path_text.h"
 #include "support/shell_folders.h"
 

@@ -5,13 +5,14 @@
 
 #include <cstdlib>
 
-#include "app/process_helpers.h"
-#include "app/run_paths.h"
 #include "app/setup_app.h"
-#include "app/setup_state.h"
 #include "install/earlier_install.h"
 #include "install/file_version.h"
 #include "install/install_action.h"
+#include "run/process_helpers.h"
+#include "run/product.h"
+#include "run/run_paths.h"
+#include "run/run_values.h"
 #include "support/handles.h"
 #include "support/path_text.h"
 #include "support/registry.h"

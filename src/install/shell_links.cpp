@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "app/run_paths.h"
+#include "run/run_paths.h"
 #include "engine/manifest.h"
 #include "install/log_lines.h"
 

@@ -2,9 +2,10 @@
 
 #include <resource.h>
 
-#include "app/process_helpers.h"
-#include "app/run_paths.h"
-#include "app/setup_state.h"
+#include "run/process_helpers.h"
+#include "run/product.h"
+#include "run/run_paths.h"
+#include "run/run_values.h"
 #include "support/path_text.h"
 #include "support/registry.h"
 

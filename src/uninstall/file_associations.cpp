@@ -2,8 +2,9 @@
 
 #include <shlobj.h>
 
-#include "app/setup_state.h"
 #include "install/system_registration.h"
+#include "run/product.h"
+#include "run/run_values.h"
 #include "support/registry.h"
 #include "uninstall/reg_scratch.h"
 

@@ -1,7 +1,7 @@
 #include "uninstall/registry_purge.h"
 
-#include "app/process_helpers.h"
-#include "app/setup_state.h"
+#include "run/process_helpers.h"
+#include "run/product.h"
 #include "support/path_text.h"
 #include "support/registry.h"
 

@@ -7,11 +7,11 @@
 #include <cstdlib>
 #include <optional>
 
-#include "app/process_helpers.h"
-#include "app/run_paths.h"
-#include "app/setup_state.h"
 #include "engine/file_ops.h"
 #include "install/system_registration.h"
+#include "run/process_helpers.h"
+#include "run/run_paths.h"
+#include "run/run_values.h"
 #include "support/path_text.h"
 #include "uninstall/uninstall_driver.h"
 

@@ -2,9 +2,9 @@
 
 #include <shlobj.h>
 
-#include "app/process_helpers.h"
-#include "app/setup_state.h"
 #include "engine/file_ops.h"
+#include "run/process_helpers.h"
+#include "run/product.h"
 #include "support/path_text.h"
 #include "support/registry.h"
 #include "support/shell_folders.h"

@@ -1,7 +1,9 @@
 #include "wizard/folder_dlg.h"
 
-#include "app/setup_state.h"
 #include "resource.h"
+#include "run/product.h"
+#include "run/run_paths.h"
+#include "run/run_values.h"
 #include "support/handles.h"
 #include "support/path_text.h"
 

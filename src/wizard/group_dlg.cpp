@@ -2,8 +2,9 @@
 
 #include <shlobj.h>
 
-#include "app/setup_state.h"
 #include "resource.h"
+#include "run/run_paths.h"
+#include "run/run_values.h"
 #include "support/path_text.h"
 #include "support/shell_folders.h"
 

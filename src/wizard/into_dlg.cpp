@@ -2,8 +2,8 @@
 
 #include <ctime>
 
-#include "app/setup_state.h"
 #include "resource.h"
+#include "run/run_values.h"
 #include "support/path_text.h"
 
 namespace {

@@ -2,10 +2,12 @@
 
 #include <algorithm>
 
-#include "app/setup_state.h"
 #include "install/closing_page.h"
 #include "install/install_action.h"
 #include "resource.h"
+#include "run/product.h"
+#include "run/run_paths.h"
+#include "run/run_values.h"
 #include "support/path_text.h"
 #include "wizard/agreement_dlg.h"
 #include "wizard/folder_dlg.h"

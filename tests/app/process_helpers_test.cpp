@@ -1,6 +1,6 @@
-#include "app/process_helpers.h"
+#include "run/process_helpers.h"
 
-#include "app/run_paths.h"
+#include "run/run_paths.h"
 #include "app/setup_app.h"
 #include "app/setup_state.h"
 #include "harness/scratch.h"

@@ -1,9 +1,8 @@
 // What only the embedded machine can show of a start.
 #include <winhost.h>
-#include "app/process_helpers.h"
 
-#include "app/process_helpers.h"
 #include "harness/scratch.h"
+#include "run/process_helpers.h"
 
 // Without its own path a program doesn't know whether it is the installer, so it asks nothing and ends.
 TEST_F(ScratchTest, StartWithoutItsOwnPathDoesNothing) {

@@ -1,4 +1,4 @@
-#include "app/process_helpers.h"
+#include "run/process_helpers.h"
 #include "app/setup_state.h"
 #include "engine/file_ops.h"
 #include "harness/machine_view.h"

@@ -2,7 +2,7 @@
 // another name. Before each test, all variables of the run get their start values again.
 #include "app/setup_state.h"
 
-#include "app/process_helpers.h"
+#include "run/process_helpers.h"
 #include "app/setup_app.h"
 #include "instances/instance_manager.h"
 

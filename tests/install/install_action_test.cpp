@@ -2,7 +2,7 @@
 
 #include <shlobj.h>
 
-#include "app/process_helpers.h"
+#include "run/process_helpers.h"
 #include "app/setup_state.h"
 #include "harness/registry_values.h"
 #include "install/system_registration.h"

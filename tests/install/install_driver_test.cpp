@@ -2,7 +2,7 @@
 
 #include <shlobj.h>
 
-#include "app/process_helpers.h"
+#include "run/process_helpers.h"
 #include "app/setup_state.h"
 #include "install/earlier_install.h"
 #include "install/file_version.h"

@@ -1,7 +1,7 @@
 // Tests of the install for which only the embedded machine can cause a failure or tell the result.
 #include <shlobj.h>
 
-#include "app/process_helpers.h"
+#include "run/process_helpers.h"
 #include "app/setup_state.h"
 #include "install/earlier_install.h"
 #include "install/install_action.h"

@@ -3,7 +3,7 @@
 #include <set>
 #include <sstream>
 
-#include "app/process_helpers.h"
+#include "run/process_helpers.h"
 #include "app/setup_state.h"
 #include "harness/registry_values.h"
 #include "harness/target.h"

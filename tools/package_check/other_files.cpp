@@ -1,9 +1,10 @@
 #include "package_check/other_files.h"
 
-#include "app/setup_state.h"
 #include "engine/file_steps.h"
 #include "install/file_version.h"
 #include "install/query_text.h"
+#include "run/product.h"
+#include "run/run_values.h"
 #include "support/handles.h"
 #include "support/text_lines.h"
 

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <tuple>
 
-#include "app/setup_state.h"
 #include "engine/file_steps.h"
 #include "package_check/manifest_lines.h"
 #include "package_check/other_files.h"
 #include "package_check/records.h"
+#include "run/product.h"
 #include "support/handles.h"
 
 namespace package_check {

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "app/setup_state.h"
 #include "engine/file_steps.h"
 #include "name_patterns.h"
+#include "run/product.h"
 #include "support/handles.h"
 
 namespace package_check {

@@ -3,8 +3,8 @@
 #include <deque>
 #include <map>
 
-#include "app/setup_state.h"
 #include "engine/manifest.h"
+#include "run/product.h"
 #include "support/handles.h"
 
 namespace package_check {

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "app/setup_state.h"
 #include "engine/file_steps.h"
 #include "package_check/name_rules.h"
+#include "run/product.h"
 
 namespace package_check {
 

@@ -2,10 +2,10 @@
 
 #include <cstdio>
 
-#include "app/setup_state.h"
 #include "engine/file_steps.h"
 #include "package_check/recipe_lines.h"
 #include "package_check/sarif.h"
+#include "run/product.h"
 
 namespace package_check {
 

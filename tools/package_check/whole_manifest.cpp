@@ -1,10 +1,10 @@
 // What can be seen only from all records together.
 #include <algorithm>
 
-#include "app/setup_state.h"
 #include "engine/file_steps.h"
 #include "package_check/name_rules.h"
 #include "package_check/records.h"
+#include "run/product.h"
 
 namespace package_check {
 

@@ -2,7 +2,6 @@
 
 #include <set>
 
-#include "app/setup_state.h"
 #include "engine/file_steps.h"
 #include "engine/manifest.h"
 #include "package_check/name_rules.h"

@@ -4,9 +4,9 @@
 #include <set>
 #include <unordered_map>
 
-#include "app/setup_state.h"
 #include "engine/file_steps.h"
 #include "package_check/spelling.h"
+#include "run/product.h"
 
 namespace package_make {
 

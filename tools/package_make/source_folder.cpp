@@ -4,8 +4,8 @@
 #include <map>
 #include <tuple>
 
-#include "app/setup_state.h"
 #include "package_check/name_rules.h"
+#include "run/product.h"
 
 namespace fs = std::filesystem;
 

@@ -5,8 +5,6 @@
 #include <fstream>
 #include <string_view>
 
-#include "app/run_values.h"
-#include "app/setup_state.h"
 #include "engine/file_steps.h"
 #include "install/file_version.h"
 #include "package_check/package_check.h"
@@ -14,6 +12,8 @@
 #include "package_make/installed.h"
 #include "package_make/manifest_text.h"
 #include "package_make/recipe.h"
+#include "run/product.h"
+#include "run/run_values.h"
 
 namespace fs = std::filesystem;
 

@@ -1,8 +1,8 @@
-#include "app/process_helpers.h"
+#include "run/process_helpers.h"
 
 #include <cstdio>
 
-#include "app/setup_state.h"
+#include "run/run_paths.h"
 #include "support/handles.h"
 
 // They are zero before any code runs, so static objects of another unit may fill them.

@@ -1,6 +1,6 @@
-#include "app/run_paths.h"
+#include "run/run_paths.h"
 
-#include "app/setup_state.h"
+#include "run/product.h"
 #include "support/path_text.h"
 
 CString InTargetDir(LPCWSTR name) {

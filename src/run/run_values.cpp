@@ -1,4 +1,4 @@
-#include "app/run_values.h"
+#include "run/run_values.h"
 
 int g_silentMode = kSilent;
 int g_installType = kForAllUsers;

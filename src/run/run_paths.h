@@ -1,7 +1,15 @@
-// Paths of one run.
+// Folders and paths of one run.
 #pragma once
 
 #include <framework.h>
+
+// The installation folder and the folder of the running program, both without a trailing separator.
+extern CString g_targetDir;
+extern CString g_sourceDir;
+// The program group, as a path relative to the Programs folder.
+extern CString g_groupName;
+// The folder of the self-extracting package that started this setup; empty without one.
+extern CString g_sfxDir;
 
 // A file or folder in g_targetDir or g_sourceDir.
 CString InTargetDir(LPCWSTR name);
