@@ -51,7 +51,7 @@ void MakeFiles(std::string_view manifest) {
 void RunBothPasses() {
     RunCopyPass(TEXT("C:\\Package\\QtvUnInst.log"));
     constexpr WCHAR kLog[] = TEXT("C:\\Apps\\Q8\\QtvUnInst.log");
-    TakeUpGroup();
+    AdoptGroup();
     RemoveLoggedLinks(kLog);
     RunRemovalPass(kLog, g_targetDir, TEXT("File Del: "));
     RunRemovalPass(kLog, TEXT("C:\\Apps\\Q8\\"), nullptr);

@@ -15,7 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     (void)GetInstalledFolder();
     (void)GetProgramFilesDir();
     g_installType = 1;
-    TakeUpInstallType();
+    AdoptInstallType();
     // Before Windows Vista the program restores more values.
     for (const DWORD major : {10, 5}) {
         g_osVersion.dwMajorVersion = major;

@@ -109,13 +109,13 @@ bool AgreeToReplaceVersion() {
     return oldNumber > newNumber ? AskAboutNewer(installed) : AskAboutSame();
 }
 
-void TakeUpInstallType() {
+void AdoptInstallType() {
     if (g_installType >= kPortable) return;
     const CString users = GetRegString(HKEY_LOCAL_MACHINE, kProductKey, TEXT("AllUsers"));
     g_installType = users == TEXT("B") ? kForAllUsers : kForCurrentUser;
 }
 
-void TakeUpGroup() {
+void AdoptGroup() {
     const FileStream log = OpenEarlierLog();
     if (!log) return;
     const GroupFolders folders = FindGroupFolders();
@@ -125,7 +125,7 @@ void TakeUpGroup() {
     });
 }
 
-void TakeUpAutoStart() {
+void AdoptAutoStart() {
     const CString commonStartup = GetShellFolder(CSIDL_COMMON_STARTUP);
     const CString userStartup = GetShellFolder(CSIDL_STARTUP);
     bool commonLinkFound = false;

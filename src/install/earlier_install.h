@@ -7,12 +7,12 @@
 bool AgreeToReplaceVersion();
 
 // Takes over the install type of the earlier installation (g_installType). A portable install stays portable.
-void TakeUpInstallType();
+void AdoptInstallType();
 
 // Takes over the program group (g_groupName) from the last shortcut in the log that lies below the Programs
 // folder and not below the Startup folder. The older log is read only when the present one can't be opened.
-void TakeUpGroup();
+void AdoptGroup();
 
 // Takes over the Startup choice (g_autoStart): 1 when either Startup folder holds the product's shortcut. It
 // also tests whether a file can be created in the folder of all users.
-void TakeUpAutoStart();
+void AdoptAutoStart();

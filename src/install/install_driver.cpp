@@ -71,15 +71,15 @@ void ChooseTargetFolder(const CString& folderArg) {
 
 // Reads the version to install and the choices to keep of an earlier installation. Returns false when the
 // user doesn't want that installation replaced.
-bool TakeUpEarlierInstallation() {
+bool AdoptEarlierInstallation() {
     if (g_freshInstall) {
         ReadFileVersion(InSourceDir(kApplicationFile));
         return true;
     }
     if (!AgreeToReplaceVersion()) return false;
-    TakeUpInstallType();
-    TakeUpGroup();
-    TakeUpAutoStart();
+    AdoptInstallType();
+    AdoptGroup();
+    AdoptAutoStart();
     return true;
 }
 
@@ -126,7 +126,7 @@ int RunInstall() {
     g_sourceDir = GetSourceFolder();
     ChooseTargetFolder(ReadInstallOptions());
     g_groupName = kProductName;
-    if (!TakeUpEarlierInstallation()) return 1;
+    if (!AdoptEarlierInstallation()) return 1;
     if (!SetupFilesAreWhole()) AbortDamaged();
     if (g_silentMode != kInteractive)
         InstallSilently();

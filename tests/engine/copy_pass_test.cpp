@@ -105,7 +105,7 @@ TEST_F(CopyPassTest, TheProbeLooksForALibraryOtherThanThePackagesOwn) {
     EXPECT_EQ(copied("File Copy ind: runtime9.dll"), Names(""));
     MakeFile(library, "broken");
     EXPECT_EQ(copied("File Copy ind: runtime9.dll"), Names("runtime9.dll"));
-    // A file that can't be renamed, such as one on a disc, counts as a file from elsewhere.
+    // A file that can't be renamed, such as one on a CD, counts as a file from elsewhere.
     const HeldFile held(kPackage + TEXT("\\runtime9.dll"), Hold::NoDelete);
     ASSERT_TRUE(SetCurrentDirectoryW(g_sourceDir));
     EXPECT_EQ(copied("File Copy ind: runtime9.dll"), Names(""));

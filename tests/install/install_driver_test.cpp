@@ -132,7 +132,7 @@ TEST_F(InstallDriver, TakesUpTheInstallType) {
     for (const auto& row : rows) {
         PutValue(HKEY_LOCAL_MACHINE, kProductKey, TEXT("AllUsers"), Sz(row.stored));
         g_installType = row.before;
-        TakeUpInstallType();
+        AdoptInstallType();
         EXPECT_EQ(g_installType, row.type) << &row - rows;
     }
 }
@@ -233,12 +233,12 @@ TEST_F(InstallDriver, TakesUpTheGroupOfTheLastLoggedLink) {
         MakeFile(TEXT("C:\\Scratch\\QtvUnInst.log"), row.log);
         g_installType = row.installType;
         g_groupName = TEXT("start");
-        TakeUpGroup();
+        AdoptGroup();
         EXPECT_EQ(g_groupName, row.group) << row.log;
     }
     DeleteTree(TEXT("C:\\Scratch\\QtvUnInst.log"));
     g_installType = 1;
-    TakeUpGroup();
+    AdoptGroup();
     EXPECT_EQ(g_groupName, TEXT("Older"));
 }
 

@@ -80,19 +80,19 @@ TEST_F(InstallOnHost, IsDamagedWithoutItsOwnPath) {
 TEST_F(InstallOnHost, LooksIntoStartupFolders) {
     const Text common = GetShellFolder(CSIDL_COMMON_STARTUP).Text();
     winhost::SetFaults({{.call = "_wfopen", .nth = 1, .error = 0, .kill = false}});
-    TakeUpAutoStart();
+    AdoptAutoStart();
     ASSERT_EQ(Tree(common).size(), 1u) << "a file that can't be opened stays";
     EXPECT_EQ(Tree(common)[0].substr(0, 3), TEXT("q8t"));
     DeleteTree(common + TEXT("\\") + Tree(common)[0]);
     winhost::SetLimits({});
-    TakeUpAutoStart();
+    AdoptAutoStart();
     EXPECT_EQ(winhost::LiftLimits().steps, 3u) << "it is made, opened for writing and deleted";
     for (const auto& [hive, name] : {std::pair{HKEY_LOCAL_MACHINE, TEXT("Common Startup")},
                                      std::pair{HKEY_CURRENT_USER, TEXT("Startup")}}) {
         for (const Text& folder : {Text(TEXT("C:\\a")), Text(TEXT("C:\\ab"))}) {
             MakeFile(folder + TEXT("\\Qantivo 8.lnk"));
             PutValue(hive, kShellFolders, name, Sz(folder));
-            TakeUpAutoStart();
+            AdoptAutoStart();
             EXPECT_EQ(g_autoStart, folder.size() > 4);
             EXPECT_EQ(Tree(folder).size(), 1u) << "the test file is deleted";
             DeleteTree(folder);
@@ -164,7 +164,7 @@ TEST_F(InstallOnHost, IsForTheCurrentUserWithoutCommonPrograms) {
                  Sz(usable ? TEXT("C:\\a") : TEXT("C:\\")));
         g_installType = 1;
         AppendLogLine(TEXT("C:\\Scratch\\QtvUnInst.log"), TEXT("Shell Link: C:\\a\\x.lnk"));
-        TakeUpGroup();
+        AdoptGroup();
         EXPECT_EQ(g_groupName, usable ? TEXT("") : TEXT("a"));
         g_groupName = TEXT("Qantivo");
         PerformInstall();

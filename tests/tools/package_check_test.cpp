@@ -1,10 +1,13 @@
 #include "package_check/package_check.h"
+#include "package_check/recipe_lines.h"
 #include "package_check/sarif.h"
 
 #include <optional>
 #include <random>
 
+#include "engine/manifest.h"
 #include "harness/scratch.h"
+#include "short_names.h"
 
 using package_check::CheckPackage;
 using package_check::Finding;
@@ -43,6 +46,22 @@ class PackageCheckTest : public ScratchTest {
         }
         return list;
     }
+    // A record that a finding advises doesn't lead to the same finding.
+    void ExpectAdviceToHelp(const std::string& manifest) {
+        const std::vector<Finding> findings = m_findings;
+        for (const Finding& finding : findings) {
+            const std::string advice = finding.instead.substr(0, finding.instead.find("  ("));
+            const std::string id = finding.id + ":" + std::to_string(finding.line);
+            if (!finding.line || finding.id == "long-line" || !ReadRecord(Wide(advice).c_str()).value)
+                continue;
+            std::size_t start = 0;
+            for (unsigned line = 1; line < finding.line; ++line)
+                start = manifest.find('\n', start) + 1;
+            const std::size_t end = std::min(manifest.find('\n', start), manifest.size());
+            Write("QtvUnInst.log", manifest.substr(0, start) + advice + manifest.substr(end));
+            EXPECT_EQ((Check() + " ").find(id + " "), std::string::npos) << id << " again, for " << advice;
+        }
+    }
     int ExitCode() const { return package_check::ExitCode(m_findings); }
 
     const std::string m_manual = BuildBytes(QTV_SOURCE_FOLDER "/docs/manifest.md");
@@ -56,8 +75,14 @@ struct Row {
 };
 
 TEST_F(PackageCheckTest, EveryTrapOfARecordIsFound) {
-    const std::string deep = std::string(118, 'd') + "\\" + std::string(118, 'e');
-    const std::string deepRecord = "Make Dir: " + std::string(118, 'd') + "\nFile Copy: " + deep;
+    // A path of 259 characters, and one of 260.
+    const std::string deep = std::string(118, 'd') + "\\" + std::string(113, 'e'), deeper = deep + "e";
+    const std::string deepRecords =
+        "Make Dir: " + std::string(118, 'd') + "\nFile Copy: " + deep + "\nFile Copy: " + deeper;
+    const names::ShortNames shortNames(TEXT("ABCDEFGHI"), TEXT("ABCDEFGHI"));
+    const std::string summed = Narrow(shortNames.Candidate(shortNames.firstSummed()));
+    const std::string summedRecords =
+        "File Copy: a > Abcdefghi\nFile Del: " + summed.substr(0, summed.size() - 1) + "?";
     const std::string cut = "File Copy: a" + std::string(499, 'x') + "File Copy: none";
     const std::string whole = "File Del: " + std::string(501, 'x') + "\r\nFile Copy: a";
     const std::string below = "File Del: " + std::string(118, 'd') + "\\";
@@ -115,7 +140,7 @@ TEST_F(PackageCheckTest, EveryTrapOfARecordIsFound) {
          {}},
         {"File Copy: ..\\pkg\\a\nMake Dir: s\\..\\..\\t",
          "outside-folder:4 outside-folder:5 unnamed-file(a)"},
-        {deepRecord.c_str(), "long-path:5", {deep.c_str()}},
+        {deepRecords.c_str(), "long-path:6", {deep.c_str(), deeper.c_str()}},
         {longRemovals.c_str(), "long-path:5 long-path:7", {}},
         {"File Copy: s \\*.*\nFile Copy: a > b.\nMake Dir: s.\\t\nFile Del: ...\nFile Overwrite: abc*.",
          "blank-or-dot-end:4 blank-or-dot-end:5 blank-or-dot-end:6 blank-or-dot-end:7 unnamed-file(a) "
@@ -128,6 +153,8 @@ TEST_F(PackageCheckTest, EveryTrapOfARecordIsFound) {
          "File Del: abcdefghi~1*\nFile Del: abc*.",
          "short-name-match:4 short-name-match:7",
          {"a", "page.html"}},
+        {summedRecords.c_str(), "short-name-match:5"},
+        {"File Copy: \xC9", "", {"\xC3\xA9"}},
         // several records together
         {"Make Dir: s\\t\nMake Dir: s", "folder-before-parent:4", {}},
         {"Make Dir: s\nMake Dir: s\\t", "removal-order:4", {}},
@@ -152,6 +179,7 @@ TEST_F(PackageCheckTest, EveryTrapOfARecordIsFound) {
         Write("QtvUnInst.log", kStart + row.records);
         EXPECT_EQ(Check(), row.expected);
         EXPECT_EQ(ExitCode(), *row.expected ? 1 : 0);
+        ExpectAdviceToHelp(kStart + row.records);
         for (const char* file : row.files)
             DeleteTree(kPackage + TEXT("\\") +
                        Wide(std::string(file).substr(0, std::string(file).find('\\'))));
@@ -172,6 +200,8 @@ TEST_F(PackageCheckTest, EveryFileThatSetupReadsIsChecked) {
          "uninstaller-not-installed(QtvUnInst.log)"},
         {"QtvUnInst.log", "\xFF\xFE" + Utf16(kStart), "wide-encoding:1"},
         {"QtvUnInst.log", Utf16(kStart), "wide-encoding:1"},
+        {"QtvUnInst.log", std::string("\xFE\xFF\0", 3) + Utf16(kStart), "wide-encoding:1"},
+        {"QtvUnInst.log", '\0' + Utf16(kStart), "wide-encoding:1"},
         {"QtvUnInst.log", kStart + "File Del: a" + std::string("\0x\nFile Del: b\0\0", 16),
          "nul-byte:4 nul-byte:5"},
         {"QtvUnInst.log", "Make Dir: s\nFile Copy: QtvApp8.exe > x\n" + kStart,
@@ -197,6 +227,8 @@ TEST_F(PackageCheckTest, EveryFileThatSetupReadsIsChecked) {
          "home-page-idle:6 "
          "home-page-idle:6"},
         {"HomePage.url", kPage + "Update=http://h/de\r\n" + kPage, "home-page-wiped:2 home-page-wiped:4"},
+        {"HomePage.url", kPage + kPage + kPage, "home-page-wiped:2 home-page-wiped:5"},
+        {"HomePage.url", kPage + "Update=http://URL/de\r\n", "", 0},
     };
     EXPECT_EQ(Check(), "");
     for (const auto& row : rows) {
@@ -295,11 +327,28 @@ TEST(PackageCheckReport, SaysAllForAPersonAndForAProgram) {
 )");
 }
 
+TEST(PackageCheckReport, RecordsOfTheRecipeAreNamedThere) {
+    std::vector<Finding> findings;
+    for (const unsigned line : {1, 2, 4})
+        findings.push_back({"id", "QtvUnInst.log", line, "", "", ""});
+    findings.push_back({"id", "HomePage.url", 2, "", "", ""});
+    const std::vector<CString> manifest = {TEXT("a"), TEXT("X"), TEXT("b"), TEXT("X")};
+    package_check::NameRecipe(findings, manifest, {TEXT("#"), TEXT("X"), TEXT(""), TEXT(""), TEXT("X")}, "r");
+    std::string named;
+    for (const Finding& finding : findings)
+        named += finding.file + ":" + std::to_string(finding.line) + (finding.isInRecipe ? "! " : " ");
+    EXPECT_EQ(named, "QtvUnInst.log:1 r:2! r:5! HomePage.url:2 ");
+}
+
 TEST(PackageCheckReport, SarifNamesRuleLevelAndPlace) {
     const std::vector<Finding> findings = {{"long-line", "s\\#1.log", 3, "a\"", "b", "c"},
                                            {"many-records", "r", 2, "d", "e", "f", true, true},
                                            {"no-package", "", 0, "g", "h", "i"}};
     const std::string text = package_check::ToSarif(findings, {"p\xC3\xA4 k/", "r", "."});
+    std::size_t index = 0;
+    for (std::size_t at = text.find("{\"id\""); !text.substr(at).starts_with("{\"id\": \"long-line\"");
+         at = text.find("{\"id\"", at + 1))
+        ++index;
     const auto place = [](const char* uri, const char* region) {
         return std::string("\"locations\": [{\"physicalLocation\": {\"artifactLocation\": {\"uri\": \"") +
                uri + "\"}" + region + "}}]}";
@@ -308,7 +357,7 @@ TEST(PackageCheckReport, SarifNamesRuleLevelAndPlace) {
         R"("version": "2.1.0")",
         R"({"id": "long-line", "fullDescription": {"text": "The line has more than 511 characters.)",
         R"("executionSuccessful": false)",
-        R"({"ruleId": "long-line", "ruleIndex": )",
+        R"({"ruleId": "long-line", "ruleIndex": )" + std::to_string(index) + ",",
         R"("level": "error", "message": {"text": "a\"\u000aWhat happens: b\u000aInstead: c"}, )" +
             place("p%C3%A4%20k/s/%231.log", R"(, "region": {"startLine": 3})"),
         R"("level": "note", "message": {"text": "d\u000aWhat happens: e\u000aInstead: f"}, )" +

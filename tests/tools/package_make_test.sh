@@ -12,10 +12,9 @@ trap 'rm -rf "$work"' EXIT
 cd "$work" || exit 1
 [ -x "${make[-1]}" ] || { echo "package_make_test: ${make[-1]} is missing" >&2; exit 1; }
 
-failed=
 fail() {
     echo "package_make_test: $*" >&2
-    failed=yes
+    exit 1
 }
 # run EXIT-CODE ARGUMENT...: stores what the program prints in the file "said".
 run() {
@@ -42,6 +41,8 @@ files() {
 # ---- a manifest ----
 files app b.dat A.dat deep/er/x.dat deep/y.dat many/1 many/2 x64/ThumbQvi64.dll pat/p1 pat/p2 rare/r.dll start.exe two.txt
 mkdir -p app/empty/inside
+mv app/agreement.txt app/Agreement.TXT
+touch -d 2001-02-03 app/b.dat
 cat >recipe <<'END'
 # What the files don't tell.
 File Copy: two.txt > 2.txt
@@ -90,7 +91,7 @@ run 0 app second --recipe recipe --own many
 diff -r out second || fail 'the same input results in other bytes'
 
 # ---- the sample ----
-cp -r "$build/package" sample
+cp -r "$build/package/." sample
 rm sample/{setup.exe,QtvUnInst.exe,QtvUnInst.log}
 run 0 sample sample_package --recipe "$root/sample/recipe.txt" --own Samples
 diff -r "$build/package" sample_package || fail 'the sample differs from the package that is made from its folder and its recipe'
@@ -103,7 +104,7 @@ File Copy prt: start2.exe
 File Copy: same.dat > kept.dat
 File Del: named.dat | by the recipe
 END
-files old gone.dat named.dat pat/p1 pat/p2 pat/sub/s two.txt rare.dll back.dat start.exe start2.exe kept.dat x64/ThumbQvi64.dll
+files old gone.dat named.dat pat/p1 pat/p2 pat/sub/s slash/s two.txt rare.dll back.dat start.exe start2.exe kept.dat x64/ThumbQvi64.dll
 cat >old/QtvUnInst.log <<'END'
 File Copy: QtvApp8.exe
 File Copy: gone.dat
@@ -111,6 +112,7 @@ File Copy: named.dat
 File Copy: missing.dat
 File Copy: commented.dat | nothing
 File Copy: pat\*
+File Copy: slash/*
 File Copy: two.txt > 2.txt
 File Copy: rare.dll
 File Copy: BACK.dat
@@ -148,19 +150,37 @@ start.exe, in the parent folder of a portable installation
 END
 
 # ---- findings, one of them in the recipe ----
-printf '# remark\nFile Copy x64: same.dat\nFile  Del: x\n' >recipe
+printf '# remark\nFile Copy x64: same.dat\nFile  Copy: back.dat\n' >recipe
 run 1 new found --recipe recipe
 says 'recipe:2: [x64-ignored] File Copy x64: same.dat'
 says 'recipe:3: [wrong-blank]'
-"${check[@]}" --sarif --recipe recipe --sarif-base . found | tr -d '\r' >said
-says '"uri": "recipe"}, "region": {"startLine": 3}'
+# checked EXIT-CODE SAYS ARGUMENT...: runs package_check.
+checked() {
+    local result=0
+    "${check[@]}" "${@:3}" 2>&1 | tr -d '\r' >said || result=$?
+    [ "$result" = "$1" ] || fail "package_check ${*:3} ended with $result: $(<said)"
+    says "$2"
+}
+checked 1 '"uri": "recipe"}, "region": {"startLine": 3}' --sarif --recipe recipe --sarif-base . found
 [ -e found/setup.exe ] || fail 'a package with findings is not kept'
+grep -q '^File Copy: back.dat' found/QtvUnInst.log || fail 'a record that setup skips stands for its file'
+
+[ ! -e "$build/package_make.exe" ] || exit 0
+
+# ---- package_check ----
+checked 1 '"uri": "found/QtvUnInst.log"}, "region": {"startLine":' --sarif --sarif-base . found
+checked 0 '{"package": "update", "exitCode": 0, "findings": [' --json update
+checked 0 'update: no findings' update --recipe recipe
+checked 2 'no-package' none
+checked 2 "none can't be read" update --recipe none
+for misuse in '' '--json' '--json --json found' '--json --sarif found' '--sarif-base . found' '--json --sarif-base . found' \
+    'found found' '--none found' 'found --recipe' 'found --recipe --json' '--sarif found --sarif-base'; do
+    # shellcheck disable=SC2086
+    checked 2 'usage: package_check' $misuse
+done
 
 # ---- wrong input ----
-if [ -e "$build/package_make.exe" ]; then
-    [ -z "$failed" ]
-    exit
-fi
+[ "$(stat -c %Y second/b.dat)" = "$(stat -c %Y app/b.dat)" ] || fail 'a file of the package has another time'
 # refused SAYS ARGUMENT...
 refused() {
     local text=$1
@@ -243,6 +263,22 @@ mkdir out.unfinished
 says 'out.unfinished is in the way'
 rm -r out.unfinished
 
+# ---- no room, but for the programs of the machine ----
+printf '\x7FELF' >tiny
+limit=$(($(stat -c %s "$build/system32/regsvr32.exe") / 1024 + 100))
+no_room() {
+    (trap '' XFSZ && ulimit -f "$limit" && "${make[@]}" app out --setup tiny "$@") >said 2>&1
+    [ $? = 2 ] && [ ! -e out ] && [ ! -e out.unfinished ] || fail "without room it makes something: $(<said)"
+}
+truncate -s $((limit + 1))K app/large
+no_room
+says "app/large can't be copied"
+rm app/large
+strip app/QtvApp8.exe
+seq -f '# %0500g' $((limit * 21 / 10)) >recipe
+no_room --recipe recipe
+says "QtvUnInst.log can't be written"
+
 # ---- interrupted ----
 mkdir app/long
 (cd app/long && seq 3000 | xargs touch)
@@ -253,4 +289,3 @@ wait $!
 [ $? = 2 ] || fail 'an interrupted run has another exit code'
 says stopped
 [ ! -e out ] && [ ! -e out.unfinished ] || fail 'an interrupted run leaves something'
-[ -z "$failed" ]

@@ -51,8 +51,11 @@ TEST_F(Rehearsed, TellsEachStep) {
     MakePackage(kEarlier,
                 "File Copy: QtvUnInst.exe\r\nFile Copy: presets.dat > p.dat\r\nFile Copy: StartQV8.exe\r\n");
     MakePackage(kRehearsed, "File Copy: QtvUnInst.exe\r\nFile Copy: presets.dat\r\nFile Del: p.dat\r\n");
-    const auto rehearsal = rehearse::Rehearse({"-s", "-instdir", "C:\\Scratch\\Q"}, [](const auto&) {});
+    const auto rehearsal =
+        rehearse::Rehearse({"-s", "-instdir", "C:\\Scratch\\Q", "", "a b\\", "c\\\"d"}, [](const auto&) {});
     EXPECT_EQ(rehearsal.ExitCode(), 0);
+    EXPECT_EQ(rehearsal.steps[1].command,
+              R"(C:\Package\setup.exe -s -instdir C:\Scratch\Q "" "a b\\" "c\\\"d")");
     EXPECT_EQ(AllSteps(rehearsal),
               "setup of the earlier package\n"
               "> regsvr32.exe /s \"C:\\Scratch\\Q\\ThumbQvi32.dll\"\n"
@@ -91,6 +94,7 @@ TEST_F(Rehearsed, TellsWhatMayStayFromWhatShouldHaveGone) {
         std::string records;
         const char* option;
         std::string left;
+        const char* before = "";  // a file that is there already
     } rows[] = {
         // The next start removes the outer folder. Then nothing removes that of the installation.
         {"portable, with folders named from the outside",
@@ -99,47 +103,176 @@ TEST_F(Rehearsed, TellsWhatMayStayFromWhatShouldHaveGone) {
          "Apps\\StartQV8.exe (a portable installation's, in the parent folder)\n"},
         {"no uninstaller", "", "-instdir",
          "Apps\\ ()\nApps\\Qantivo\\ ()\nApps\\Qantivo\\QtvApp8.exe ()\nApps\\Qantivo\\QtvUnInst.log ()\n"},
+        {"a file of the user's goes", uninstaller + "File Del: ..\\u.dat\r\n", "-instdir", "Apps\\u.dat ()\n",
+         "\\u.dat"},
+        {"a file in the installation's folder goes", uninstaller + "File Del: u.dat\r\n", "-instdir",
+         "Apps\\Qantivo\\ (the installation folder is the package's own)\n"
+         "Apps\\Qantivo\\u.dat (the installation folder is the package's own)\n",
+         "\\Qantivo\\u.dat"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         MakePackage(kRehearsed, row.records);
+        if (*row.before) MakeFile(kScratch + TEXT("\\Apps") + Wide(row.before), "");
         const auto rehearsal =
             rehearse::Rehearse({"-s", row.option, "C:\\Scratch\\Apps\\Qantivo"}, [](const auto&) {});
-        EXPECT_EQ(rehearsal.ExitCode(), 1);
+        EXPECT_EQ(rehearsal.ExitCode(), row.left.find("()") != std::string::npos);
         EXPECT_EQ(LeftFiles(rehearsal), row.left);
         Clear();
     }
 }
 
-TEST(RehearsalPage, ShowsWhatIsLeftFirstAndEveryNameAsText) {
-    const std::string name = "C:\\<img src=x onerror=alert(1)>";
+// One of each thing that a report can show.
+rehearse::Rehearsal Everything() {
+    rehearse::Step setup, uninstall;
+    setup.name = "setup";
+    setup.command = "setup.exe \"</code><script>\"";
+    setup.outcome = {true, true, 3, {"a.exe -x"}, {{"<b>", "a &\nb", "OK"}, {"", "c", "No"}}};
+    setup.changes = {
+        {'+', "C:\\Apps\\", "", "folder"},
+        {'+', "C:\\Apps\\<img src=x>", "", "\x01<i>"},
+        {'+', "C:\\Apps\\Q\\a.dat", "", "as in the package"},
+        {'*', "C:\\Apps\\b.dat", "1 bytes", "as in the package"},
+        {'-', "C:\\Old\\", "folder", ""},
+        {'-', "C:\\Old\\c.dat", "2 bytes", ""},
+        {'-', "C:\\Old\\d\\e.dat", "2 bytes", ""},
+        {'+', "<Desktop>\\Q.lnk", "", "shortcut to C:\\Apps"},
+        {'+', "<Temp>\\t", "", "4 bytes"},
+        {'+', "HKLM\\SOFTWARE\\Q\\", "", "key"},
+        {'+', "HKLM\\SOFTWARE\\Q\\ : a\\b", "", "REG_SZ text"},
+        {'*', "HKLM\\SOFTWARE\\Q\\ : n", "REG_DWORD 1", "REG_DWORD 2"},
+    };
+    setup.logLines = {"Made Dir: x"};
+    setup.marks = {"delete y"};
+    uninstall.name = "uninstall";
+    uninstall.command = "u.exe";
+    uninstall.outcome.exitCode = 2;
+    uninstall.remains = {{'+', "C:\\Apps\\", "", "folder"}};
     rehearse::Rehearsal rehearsal;
-    rehearse::Step step;
-    step.name = "setup";
-    step.command = "setup.exe \"</code><script>\"";
-    step.outcome.started = true;
-    step.outcome.messages = {{"<b>", "a & b", "OK"}};
-    step.changes = {{'+', name, "", "\x01<i>"}};
-    rehearsal.steps = {step};
-    rehearsal.left = {{{'+', "C:\\stays", "", ""}, "why"}, {{'+', name, "", ""}, ""}};
-    const std::string page = rehearse::ToHtml(rehearsal, "<p>", "Wine");
+    rehearsal.steps = {setup, uninstall, rehearse::Step{"restart", "", {}, {}, {}, {}, {}}};
+    rehearsal.left = {{{'+', "C:\\stays", "", "5 bytes"}, "why"}, {{'+', "HKCU\\<k>\\", "", "key"}, ""}};
+    return rehearsal;
+}
+
+void ExpectInOrder(const std::string& text, const std::vector<const char*>& parts) {
     std::size_t at = 0;
-    for (const char* part :
-         {"<h1>&lt;p&gt;</h1>", "What is left", "class=\"verdict went\">1 thing is left",
-          "<div class=\"bad\"><h3>and should have gone: files", "+ &lt;img src=x onerror=alert(1)&gt;</span>",
-          "+ stays</span> <span class=\"note\">why", "<details open><summary>setup</summary>",
-          "setup.exe &quot;&lt;/code&gt;&lt;script&gt;&quot;", "ended with 0",
-          "+ &lt;img src=x onerror=alert(1)&gt;</span> <span class=\"note\">\\x01&lt;i&gt;",
-          "[&lt;b&gt;] a &amp; b"}) {
-        const std::size_t found = page.find(part, at);
-        ASSERT_NE(found, page.npos) << part << " doesn't come next in\n" << page.substr(at);
-        at = found;
+    for (const char* part : parts) {
+        const std::size_t found = text.find(part, at);
+        ASSERT_NE(found, text.npos) << part << " doesn't come next in\n" << text.substr(at);
+        at = found + 1;
     }
+}
+
+TEST(RehearsalReport, ShowsAllToAPerson) {
+    rehearse::Rehearsal rehearsal = Everything();
+    std::string text;
+    for (const auto& step : rehearsal.steps)
+        text += rehearse::ToText(step, false);
+    EXPECT_EQ(text + rehearse::LeftToText(rehearsal, false), R"(
+==== setup ====
+setup.exe "</code><script>"   ended with 3
+files
+    <Temp>\
+    + t                                         4 bytes
+    C:\
+    + Apps\
+      + <img src=x>                             \x01<i>
+        Q\
+        + a.dat
+      * b.dat                                   1 bytes  ->  as in the package
+    - Old\                                      with 2 below
+desktop and Start menu
+    <Desktop>\
+    + Q.lnk                                     to C:\Apps
+registry
+  + HKLM\SOFTWARE\Q\
+    + a\b                                       text
+    * n                                         1  ->  2
+in the log, after the manifest
+    Made Dir: x
+at the next start
+    delete y
+programs started
+    a.exe -x
+messages
+    [<b>] a & b  ->  OK
+    c  ->  No
+
+==== uninstall ====
+u.exe   can't be started: error 2
+    nothing changed
+until the next start, of files
+  + C:\Apps\
+
+==== restart ====
+    nothing changed
+
+==== what is left ====
+and may stay
+    C:\
+    + stays                                     why
+and should have gone: registry
+  + HKCU\<k>\
+1 thing is left that should have gone
+)");
+    EXPECT_EQ(rehearse::ToText(rehearsal.steps[2], true),
+              "\n\x1B[1m==== restart ====\x1B[0m\n    nothing changed\n");
+    ExpectInOrder(rehearse::LeftToText(rehearsal, true),
+                  {"\x1B[1mand may stay\x1B[0m\n    C:\\\n\x1B[32m    + stays  ", " \x1B[0mwhy\n\x1B[1mand",
+                   "\x1B[31m1 thing is left"});
+    rehearsal.left.pop_back();
+    ExpectInOrder(rehearse::LeftToText(rehearsal, true), {"\x1B[32mnothing that should have gone"});
+    rehearsal.left.assign(2, {{'-', "C:\\x", "", ""}, ""});
+    ExpectInOrder(rehearse::LeftToText(rehearsal, true), {"\x1B[31m    - x", "2 things are left"});
+}
+
+TEST(RehearsalReport, ShowsAllToAProgram) {
+    ExpectInOrder(
+        rehearse::ToJson(Everything(), "p\\", "Wine"),
+        {R"({"package": "p\\", "machine": "Wine",)", R"("exitCode": 1,)",
+         "\"steps\": [\n{\"step\": \"setup\", \"command\": \"setup.exe \\\"</code>",
+         R"("started": true, "exitCode": 3,)", "\"programs\": [\n\"a.exe -x\"],\n\"messages\": [",
+         R"({"caption": "<b>", "text": "a &\u000ab", "answer": "OK"},)",
+         "\"No\"}],\n\"changes\": [\n{\"change\": \"+\", \"name\": \"C:\\\\Apps\\\\\", \"before\": \"\", "
+         "\"after\": \"folder\"},\n",
+         "\"log\": [\n\"Made Dir: x\"],\n\"atNextStart\": [\n\"delete y\"],\n\"remains\": []},\n",
+         R"("started": false, "exitCode": 2,)", "\"remains\": [\n{\"change\": \"+\"",
+         "{\"step\": \"restart\",\n\"programs\": [],\n\"messages\"", "\"left\": [\n",
+         R"("after": "5 bytes", "mayStay": "why"},)", "\"mayStay\": \"\"}]}\n"});
+}
+
+TEST(RehearsalReport, IsAPageThatHoldsAllThatItNeeds) {
+    rehearse::Rehearsal rehearsal = Everything();
+    const std::string page = rehearse::ToHtml(rehearsal, "<p>", "Wine");
+    ExpectInOrder(page, {"<title>&lt;p&gt;, rehearsed</title>",
+                         "<body>\n<h1>&lt;p&gt;</h1>\n<p>Rehearsed on Wine.</p>",
+                         "<details open class=\"wrong\"><summary>What is left</summary>",
+                         "<div class=\"verdict went\">1 thing is left",
+                         "<div class=\"bad\"><h3>and should have gone: registry</h3>",
+                         "<ul>\n<li data-depth=\"0\" style=\"--depth:0\"><span class=\"came\">+ "
+                         "HKCU\\&lt;k&gt;\\</span></li>\n</ul>",
+                         "<div><h3>and may stay",
+                         "+ stays</span> <span class=\"note\">why",
+                         "</details>\n<input id=\"filter\"",
+                         "<details open><summary>setup</summary>\n<code>setup.exe "
+                         "&quot;&lt;/code&gt;&lt;script&gt;&quot;</code>",
+                         "ended with 3",
+                         "<li data-depth=\"1\" style=\"--depth:1\"><span class=\"came\">+ Apps\\",
+                         "+ &lt;img src=x&gt;</span> <span class=\"note\">\\x01&lt;i&gt;",
+                         "style=\"--depth:2\">Q\\</li>",
+                         "class=\"changed\">* b.dat",
+                         "class=\"went\">- Old\\</span>",
+                         "\">a.exe -x</li>",
+                         "[&lt;b&gt;] a &amp; b  -&gt;  OK",
+                         "<summary>uninstall</summary>",
+                         "<summary>restart</summary>\n<div><ul>",
+                         "<script",
+                         "</html>"});
     for (const char* part : {"<img", "http:", "https:"})
         EXPECT_EQ(page.find(part), page.npos) << part;
-    rehearsal.left.clear();
-    EXPECT_NE(rehearse::ToHtml(rehearsal, "p", "Wine").find("verdict came\">nothing that should have gone"),
-              page.npos);
+    rehearsal.left.pop_back();
+    ExpectInOrder(rehearse::ToHtml(rehearsal, "p", ""),
+                  {"class=\"right\"><summary>", "verdict came\">nothing"});
 }
 
 }  // namespace

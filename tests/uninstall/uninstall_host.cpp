@@ -77,7 +77,7 @@ TEST_F(UninstallFaults, BrowserKeysAreThoseOfThe64BitView) {
 
 // Whichever call fails, only the item of that call stays.
 // Only the handle of the file extensions' key is left open.
-TEST_F(UninstallFaults, AFailureCostsItsOwnItemAlone) {
+TEST_F(UninstallFaults, AFailureLosesOnlyItsOwnItem) {
     const std::pair<std::string, Text> items[] = {
         {"a ", TEXT(".DEFAULT\\Software\\Lorvanta\\Qantivo 8\\a")},
         {"b ", TEXT(".DEFAULT\\Software\\Lorvanta\\Qantivo 8\\b")},

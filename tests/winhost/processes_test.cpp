@@ -14,7 +14,7 @@ class HostProcesses : public ScratchTest {};
 
 const std::string kSleeper = QTV_BUILD_FOLDER "/sleeper.exe";
 
-TEST_F(HostProcesses, OfTheHostAreNoneOfTheMachines) {
+TEST_F(HostProcesses, AreInvisible) {
     const Neighbour stranger([] { return true; });
     const auto id = static_cast<DWORD>(stranger.Id());
     const fs::path stale = fs::path(winhost::TableFolder()) / std::to_string(id);

@@ -5,7 +5,7 @@ namespace {
 
 class OpenBoxes : public WizardTest {};
 
-TEST_F(OpenBoxes, StayAloneWhateverComes) {
+TEST_F(OpenBoxes, StayTheOnlyBox) {
     const struct {
         int step, button, answer;
         std::vector<Text> messages;  // none for the browser

@@ -282,7 +282,7 @@ class Planter:
             if self.is_sound(worker, program, test):
                 return test
             if test in WHOLE:
-                return None
+                raise CantPlant(f"{program} is red at times without a fault")
             unsound.append(test)
         return None
 

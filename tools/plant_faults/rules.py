@@ -230,7 +230,9 @@ def token_faults(source, i, word, groups):
     before = words[i - 1] if i else ""
     after = words[i + 1] if i + 1 < len(words) else ""
     if kind == "number":
-        if not (before == "[" and after == "]" and words[i + 2] in (";", "=", ",")) and re.fullmatch(r"0[xX][\da-fA-F]+|\d+", word):
+        # Nobody sees how long an array is, or a pause between two looks.
+        unseen = before == "[" and after == "]" and words[i + 2] in (";", "=", ",") or words[i - 2].startswith("kPoll")
+        if not unseen and re.fullmatch(r"0[xX][\da-fA-F]+|\d+", word):
             value = int(word, 0) if word.startswith(("0x", "0X")) else int(word)
             yield source.tokens("number", i, i, str(1 if value == 0 else 0 if value == 1 else value // 2 if value > 15 else value + 1))
             if 0 < value <= 15:
