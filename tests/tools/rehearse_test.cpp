@@ -127,7 +127,8 @@ rehearse::Rehearsal Everything() {
     rehearse::Step setup, uninstall;
     setup.name = "setup";
     setup.command = "setup.exe \"</code><script>\"";
-    setup.outcome = {true, true, 3, {"a.exe -x"}, {{"<b>", "a &\nb", "OK"}, {"", "c", "No"}}};
+    setup.outcome = {
+        true, 3, lab::End::ByItself, {"a.exe -x"}, {}, {{"<b>", "a &\nb", "OK"}, {"", "c", "No"}}, ""};
     setup.changes = {
         {'+', "C:\\Apps\\", "", "folder"},
         {'+', "C:\\Apps\\<img src=x>", "", "\x01<i>"},
