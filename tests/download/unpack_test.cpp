@@ -123,7 +123,7 @@ TEST_F(DownloadTest, ThePageShowsTheShareAndCancels) {
         while (!progress.IsCancelled())
             Sleep(1);
         progress.onStarted();
-        wasHidden = HoldsWithin(1000, [] { return !IsWindowVisible(FindWindowW(nullptr, TEXT("Product"))); });
+        wasHidden = ComesTrue([] { return !IsWindowVisible(FindWindowW(nullptr, TEXT("Product"))); });
     };
     (void)RunDriven(
         TEXT("Product"), [&] { return CProgressDlg(job, progress).DoModal(); },
