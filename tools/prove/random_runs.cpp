@@ -190,7 +190,7 @@ class RandomRun : public EndToEndTest {
 TEST(RandomRuns, LeaveTheirResults) {
     const char* const runs = std::getenv("QTV_RUNS");
     const char* const results = std::getenv("QTV_RESULTS");
-    ASSERT_TRUE(runs && results) << "use scripts/differential.sh";
+    ASSERT_TRUE(runs && results) << "use scripts/prove.sh both";
     unsigned first = 0, last = 0;
     ASSERT_EQ(std::sscanf(runs, "%u-%u", &first, &last), 2);
     for (unsigned number = first; number <= last; ++number)
