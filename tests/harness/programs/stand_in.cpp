@@ -4,6 +4,7 @@
 //   another name   starts the command line QTV_LINE, answers each message box with OK, prints the boxes and the exit code.
 //                  With QTV_PAGE it cancels or kills the program as soon as that shows its page: "cancel", "kill"
 #include <windows.h>
+#include <commctrl.h>
 #include <sddl.h>
 #include <tlhelp32.h>
 
@@ -15,6 +16,7 @@
 namespace {
 
 constexpr DWORD kPollMs = 50, kHangMs = 300000;
+constexpr int kShare = 1001;  // the bar of the download's page
 constexpr wchar_t kDone[] = L"download is done";
 constexpr int kHidePolls = 100;
 constexpr int kBoxText = 0xFFFF;
@@ -98,7 +100,9 @@ int Launch(const std::wstring& line) {
             wchar_t text[1024] = {};
             if (!IsWindowVisible(box)) continue;
             if (page == L"cancel") (void)PostMessageW(box, WM_COMMAND, IDCANCEL, 0);
-            if (page == L"kill") (void)TerminateProcess(process.hProcess, 9);
+            // Some of its files are there when the page shows a share.
+            if (page == L"kill" && SendMessageW(GetDlgItem(box, kShare), PBM_GETPOS, 0, 0) > 0)
+                (void)TerminateProcess(process.hProcess, 9);
             if (!GetDlgItemTextW(box, kBoxText, text, 1024)) continue;
             std::printf("box %ls\n", text);
             (void)SendMessageW(box, WM_COMMAND, IDOK, 0);
