@@ -90,7 +90,7 @@ done
 
 # ---- what ends before setup starts, and what is left ----
 marks() { wine reg.exe query 'HKLM\SYSTEM\CurrentControlSet\Control\Session Manager' /v PendingFileRenameOperations; }
-left() { wine cmd.exe /c 'dir /b "C:\Program Files"' | grep '\.dl$'; }
+left() { ls "${QTV_WINE_HOME:-$root/build/wine}/prefix/drive_c/Program Files" | grep '\.dl$'; }
 is_clean() { [ -z "$(left)" ] && ! marks | grep -F .dl || fail "$1: left: $(left) $(marks)"; }
 is_clean 'after all that'
 # failed_before EXIT-CODE SAYS ARGUMENTS
