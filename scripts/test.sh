@@ -16,10 +16,9 @@ case "${1-}" in
     *) bad_usage "there is no target \"$1\"" ;;
 esac
 needs "${needed[@]}" || exit 1
-windows=
-if [[ " ${targets[*]} " == *' windows '* ]]; then
-    windows_available || { echo 'test.sh: 64-bit Wine does not run here' >&2; exit 1; }
-    windows=yes
+if [[ " ${targets[*]} " == *' windows '* ]] && ! windows_available; then
+    echo 'test.sh: 64-bit Wine does not run here' >&2
+    exit 1
 fi
 
 logs=$root/build/test
