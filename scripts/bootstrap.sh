@@ -10,7 +10,7 @@ set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
 # Both targets need windres to compile the resources; windres needs the cross compiler's preprocessor and headers.
-host=(g++ cmake ninja-build libgtest-dev liblzma-dev libc-bin binutils-mingw-w64-x86-64 gcc-mingw-w64-x86-64-posix)
+host=(g++ mold cmake ninja-build libgtest-dev liblzma-dev libc-bin binutils-mingw-w64-x86-64 gcc-mingw-w64-x86-64-posix)
 windows=("${host[@]}" g++-mingw-w64-x86-64-posix wine64 wine xvfb xauth)
 faults=("${host[@]}" python3)
 fuzz=("${host[@]}" clang libclang-rt-14-dev)
@@ -24,10 +24,8 @@ tidy=("${host[@]}" clang clang-tidy)
 clang=("${windows[@]}" clang)
 
 missing() {
-    local package
-    for package in "$@"; do
-        [ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" = installed ] || echo "$package"
-    done
+    comm -23 <(printf '%s\n' "$@" | sort -u) \
+        <(dpkg-query -W -f '${db:Status-Status} ${Package}\n' "$@" 2>/dev/null | sed -n 's/^installed //p' | sort -u)
 }
 
 as_root=()
@@ -86,7 +84,7 @@ for kind in "$@"; do
     declare -n packages=$kind
     wanted+=("${packages[@]}")
 done
-mapfile -t wanted < <(missing "${wanted[@]}" | sort -u)
+mapfile -t wanted < <(missing "${wanted[@]}")
 [ ${#wanted[@]} -eq 0 ] || install "${wanted[@]}" || { echo "bootstrap.sh: can't install ${wanted[*]}" >&2; exit 1; }
 # By itself, so that each of its steps may end it.
 case " $* " in *' download '*) make_liblzma ;; esac

@@ -5,6 +5,7 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 exec python3 - <<'END'
+import os
 import pathlib
 import re
 import sys
@@ -45,11 +46,7 @@ def target_of(file, name):
     roots = [file.parent]
     for path in map(pathlib.Path, ordered):
         roots += [path, *path.parents]
-    for root in roots:
-        found = (root / name).resolve()
-        if found.is_file() and found.is_relative_to(house):
-            return found.relative_to(house)
-    return None
+    return next((files[found] for root in roots if (found := os.path.normpath(f'{root}/{name}')) in files), None)
 
 
 def check(file, number, target):
@@ -87,7 +84,8 @@ def find_circle(graph):
     return next((circle for unit in sorted(graph) if unit not in state and (circle := visit(unit))), None)
 
 
-house = pathlib.Path().resolve()
+files = {path.as_posix(): path for top in pathlib.Path().iterdir() if top.name not in ('.git', 'build')
+         for path in top.rglob('*.*')}
 tables, upward = read_tables(pathlib.Path('docs/architecture.md').read_text())
 unused = set(upward)
 rank = {}

@@ -54,11 +54,17 @@ make_prefix() (
     "${run[@]}" reg.exe add 'HKCU\Software\Wine' /v Version /d win10 /f >/dev/null 2>&1 9>&-
     # Windows does not hide a file because its name begins with a dot.
     "${run[@]}" reg.exe add 'HKCU\Software\Wine' /v ShowDotFiles /d Y /f >/dev/null 2>&1 9>&-
-    # No program here needs these large parts of Wine's registry. Without them a snapshot takes a fraction of the time.
-    for key in 'Classes\Interface' 'Microsoft\Windows\CurrentVersion\Telephony' \
-        'Microsoft\Windows\CurrentVersion\Time Zones' 'Microsoft\Windows NT\CurrentVersion\Time Zones'; do
+    # No program here needs these large parts of Wine's registry, but for the class of shortcuts. Without them a snapshot takes a
+    # fraction of the time.
+    local shortcuts='HKLM\Software\Classes\CLSID\{00021401-0000-0000-C000-000000000046}' key
+    "${run[@]}" reg.exe copy "$shortcuts" 'HKLM\Software\Kept' /s /f >/dev/null 2>&1 9>&-
+    for key in 'Classes\CLSID' 'Classes\Interface' 'Classes\MIME' 'Classes\Typelib' 'Microsoft\Cryptography' \
+        'Microsoft\Windows\CurrentVersion\Telephony' 'Microsoft\Windows\CurrentVersion\Time Zones' \
+        'Microsoft\Windows NT\CurrentVersion\Time Zones'; do
         "${run[@]}" reg.exe delete "HKLM\\Software\\$key" /f >/dev/null 2>&1 9>&- || true
     done
+    "${run[@]}" reg.exe copy 'HKLM\Software\Kept' "$shortcuts" /s /f >/dev/null 2>&1 9>&-
+    "${run[@]}" reg.exe delete 'HKLM\Software\Kept' /f >/dev/null 2>&1 9>&-
     # The server writes the registry to the disk when it ends.
     "$server" -w 9>&-
     touch "$WINEPREFIX/.ready"

@@ -56,8 +56,9 @@ void TakeErrors(Outcome& outcome) {
 // Waits until `ends` says so. Meanwhile the person presses the buttons of pages. Sets the end if it doesn't come.
 bool Await(const Conditions& conditions, const std::function<bool(DWORD)>& ends, End& end) {
     int presses = 0;
-    for (DWORD waited = 0; waited < tools::kHangMs; waited += kPollMs) {
-        if (ends(kPollMs)) return true;
+    const DWORD step = conditions.isAttended ? kPollMs : tools::kHangMs;
+    for (DWORD waited = 0; waited < tools::kHangMs; waited += step) {
+        if (ends(step)) return true;
         if (!conditions.isAttended || !conditions.press() || ++presses < kMostPresses) continue;
         end = End::GivenUp;
         return false;

@@ -143,8 +143,9 @@ std::string ValueWhat(DWORD type, const std::vector<BYTE>& data) {
 
 void TakeKey(State& state, HKEY key, const std::string& name) {
     static constexpr DWORD kNameChars = 16384;
-    std::vector<WCHAR> valueName(kNameChars);
-    std::vector<BYTE> data(1 << 16);
+    // Made once: to make them for each key takes as long as to read it.
+    static std::vector<WCHAR> valueName(kNameChars);
+    static std::vector<BYTE> data(1 << 16);
     for (DWORD index = 0;; ++index) {
         DWORD cchName = kNameChars;
         DWORD cbData = static_cast<DWORD>(data.size());

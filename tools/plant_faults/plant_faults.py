@@ -185,12 +185,12 @@ class Worker:
                 (self.bin / entry.name).symlink_to(entry)
         shutil.copytree(BUILD / "package", self.bin / "package")
 
-    def run(self, command, **options):
+    def run(self, command, **variables):
         """The output and exit code of a command. Nothing that it started stays, even if it takes too long."""
-        environment = dict(os.environ, QTV_PLANTED=str(self.folder), QTV_PACKAGE=str(self.bin / "package"), QTV_TOOLS=str(self.bin))
+        environment = dict(os.environ, QTV_PLANTED=str(self.folder), **variables)
         with tempfile.TemporaryFile() as output, subprocess.Popen(
                 command, cwd=BUILD / "tests", env=environment, stdin=subprocess.DEVNULL, stdout=output, stderr=subprocess.STDOUT,
-                start_new_session=True, **options) as process:
+                start_new_session=True) as process:
             try:
                 code = process.wait(HANGS_AFTER_S)
             except subprocess.TimeoutExpired:
@@ -264,7 +264,7 @@ class Worker:
         else:
             command = [folder / f"{program}_tests.exe", "--gtest_brief=1", "--gtest_fail_fast"]
             command += [f"--gtest_filter={tests}"] if tests else []
-        said, code = self.run(command)
+        said, code = self.run(command, QTV_PACKAGE=str(folder / "package"), QTV_TOOLS=str(folder))
         if code == 0:
             return None
         failed = re.search(r"^\[  FAILED  \] ([\w/.]+)(?:,.*)? \(\d+ ms\)$", said, re.MULTILINE)

@@ -77,6 +77,8 @@ OpenEndedWait::~OpenEndedWait() {
 
 std::optional<VirtualTimes> TimesOfStarted() {
     if (!VirtualClock()) return std::nullopt;
+    // From now on, the time of what is started passes with that of this process.
+    if (!IsForkedCopy()) RecordTimes(OwnTable(), {Now(), Now()});
     return VirtualTimes{Now(), Now()};
 }
 

@@ -1,0 +1,10 @@
+# join_folders(TARGET): compiles the sources of each folder as one.
+function(join_folders target)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD_MODE GROUP)
+    get_target_property(sources ${target} SOURCES)
+    foreach(source ${sources})
+        cmake_path(GET source PARENT_PATH folder)
+        cmake_path(GET folder FILENAME folder)
+        set_source_files_properties(${source} PROPERTIES UNITY_GROUP ${folder})
+    endforeach()
+endfunction()
