@@ -65,8 +65,8 @@ make_liblzma() (
         (cd "$folder/source" && apt-get "${apt[@]}" source --only-source "xz-utils=$version" >/dev/null)
         source=$(find "$folder/source" -mindepth 1 -maxdepth 1 -type d)
         cmake -S "$source" -B "$folder/build" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-w64.cmake" \
-            -DCMAKE_BUILD_TYPE=Release -DCMAKE_C_FLAGS='-w -ffunction-sections -fdata-sections' >/dev/null
-        cmake --build "$folder/build" --target liblzma -- --quiet
+            -DCMAKE_BUILD_TYPE=Release -DCMAKE_C_FLAGS='-w -DWIN32_LEAN_AND_MEAN -ffunction-sections -fdata-sections' >/dev/null
+        cmake --build "$folder/build" --target liblzma -j "$(nproc)" -- --quiet
         cp "$folder/build/liblzma.a" "$folder/lib"
         cp -r "$source/src/liblzma/api" "$folder/include"
         echo "$version" >"$folder/version"

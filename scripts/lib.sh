@@ -33,7 +33,8 @@ needs() { "$root/scripts/bootstrap.sh" "$@"; }
 # absolute PATH: a path that the caller gave, as an absolute one.
 absolute() { (cd "$caller" && realpath -m -- "$1"); }
 
-# build PRESET [TARGET...]: configures the preset's build folder if it is new, and builds the targets, or everything.
+# build PRESET [TARGET...]: configures the preset's build folder if it is new, and builds the targets, or everything. It starts as
+# many compilers as there are processors, or QTV_JOBS: with more, all take longer.
 build() {
     local preset=$1 folder=$root/build/$1
     shift
@@ -42,7 +43,7 @@ build() {
         windows) folder=$windows_build ;;
     esac
     [ -e "$folder/build.ninja" ] || (cd "$root" && cmake --preset "$preset" -B "$folder" >/dev/null) || return
-    cmake --build "$folder" ${1+--target "$@"} -- --quiet
+    cmake --build "$folder" -j "${QTV_JOBS:-$(nproc)}" ${1+--target "$@"} -- --quiet
 }
 
 # Whether the Windows target can be built and run here.

@@ -62,7 +62,7 @@ side_by_side() {
 }
 
 stage check scripts/check.sh &
-side_by_side build "${targets[@]}"
+QTV_JOBS=$((($(nproc) + ${#targets[@]} - 1) / ${#targets[@]})) side_by_side build "${targets[@]}"
 built=()
 for target in "${targets[@]}"; do
     [ ! -e "$logs/$target-built" ] || built+=("$target")

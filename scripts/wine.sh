@@ -34,44 +34,58 @@ esac
 run=("$wine")
 ! setarch -R true 2>/dev/null || run=(setarch -R "$wine")
 
+# Makes the prefix in build/wine-new, of which the others are copies: Wine takes 20 s for its own files and keys.
+make_new() (
+    export HOME=$new_home WINEPREFIX=$new_home/prefix DISPLAY=''
+    # After an interrupted attempt its server may still run. It would write into the new prefix.
+    [ ! -d "$WINEPREFIX" ] || "$server" -k || true
+    rm -rf "$WINEPREFIX"
+    # If these folders are missing, Desktop, Documents and so on all become links to the home folder itself.
+    mkdir -p "$HOME"/{Desktop,Documents,Downloads,Music,Pictures,Templates,Movies}
+    "${run[@]}" wineboot.exe -i
+    # Message boxes need a graphics driver even without a display. The null driver works and shows nothing.
+    "${run[@]}" reg.exe add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f
+    # The version of Windows that both targets represent.
+    "${run[@]}" reg.exe add 'HKCU\Software\Wine' /v Version /d win10 /f
+    # Windows does not hide a file because its name begins with a dot.
+    "${run[@]}" reg.exe add 'HKCU\Software\Wine' /v ShowDotFiles /d Y /f
+    # No program here needs these large parts of Wine's registry, but for the class of shortcuts. Without them a snapshot takes a
+    # fraction of the time.
+    local shortcuts='HKLM\Software\Classes\CLSID\{00021401-0000-0000-C000-000000000046}' key
+    "${run[@]}" reg.exe copy "$shortcuts" 'HKLM\Software\Kept' /s /f
+    for key in 'Classes\CLSID' 'Classes\Interface' 'Classes\MIME' 'Classes\Typelib' 'Microsoft\Cryptography' \
+        'Microsoft\Windows\CurrentVersion\Telephony' 'Microsoft\Windows\CurrentVersion\Time Zones' \
+        'Microsoft\Windows NT\CurrentVersion\Time Zones'; do
+        "${run[@]}" reg.exe delete "HKLM\\Software\\$key" /f || true
+    done
+    "${run[@]}" reg.exe copy 'HKLM\Software\Kept' "$shortcuts" /s /f
+    "${run[@]}" reg.exe delete 'HKLM\Software\Kept' /f
+    # The server writes the registry to the disk when it ends.
+    "$server" -w
+    touch "$HOME/.ready"
+)
+
 # If several scripts start at once, the first makes the prefix and the others wait. No child inherits the descriptor of the lock,
 # because the server still runs after this script has ended.
 make_prefix() (
     trap 'echo "wine.sh: making the prefix failed" >&2' ERR
-    exec 9>"$wine_home/.lock"
+    new_home=$root/build/wine-new
+    mkdir -p "$new_home" "$wine_home"
+    exec 8>"$new_home/.lock" 9>"$wine_home/.lock"
+    flock 8
+    [ -e "$new_home/.ready" ] || make_new >/dev/null 2>&1 8>&- 9>&-
     flock 9
     [ ! -e "$WINEPREFIX/.ready" ] || exit 0
-    export DISPLAY=''
-    # After an interrupted attempt its server may still run. It would write into the new prefix.
-    [ ! -d "$WINEPREFIX" ] || "$server" -k 9>&- || true
+    [ ! -d "$WINEPREFIX" ] || "$server" -k 8>&- 9>&- || true
     rm -rf "$WINEPREFIX"
-    # If these folders are missing, Desktop, Documents and so on all become links to the home folder itself.
-    mkdir -p "$HOME"/{Desktop,Documents,Downloads,Music,Pictures,Templates,Movies}
-    "${run[@]}" wineboot.exe -i >/dev/null 2>&1 9>&-
-    # Message boxes need a graphics driver even without a display. The null driver works and shows nothing.
-    "${run[@]}" reg.exe add 'HKCU\Software\Wine\Drivers' /v Graphics /d "${QTV_WINE_GRAPHICS:-null}" /f >/dev/null 2>&1 9>&-
-    # The version of Windows that both targets represent.
-    "${run[@]}" reg.exe add 'HKCU\Software\Wine' /v Version /d win10 /f >/dev/null 2>&1 9>&-
-    # Windows does not hide a file because its name begins with a dot.
-    "${run[@]}" reg.exe add 'HKCU\Software\Wine' /v ShowDotFiles /d Y /f >/dev/null 2>&1 9>&-
-    # No program here needs these large parts of Wine's registry, but for the class of shortcuts. Without them a snapshot takes a
-    # fraction of the time.
-    local shortcuts='HKLM\Software\Classes\CLSID\{00021401-0000-0000-C000-000000000046}' key
-    "${run[@]}" reg.exe copy "$shortcuts" 'HKLM\Software\Kept' /s /f >/dev/null 2>&1 9>&-
-    for key in 'Classes\CLSID' 'Classes\Interface' 'Classes\MIME' 'Classes\Typelib' 'Microsoft\Cryptography' \
-        'Microsoft\Windows\CurrentVersion\Telephony' 'Microsoft\Windows\CurrentVersion\Time Zones' \
-        'Microsoft\Windows NT\CurrentVersion\Time Zones'; do
-        "${run[@]}" reg.exe delete "HKLM\\Software\\$key" /f >/dev/null 2>&1 9>&- || true
+    cp -a "$new_home"/[!.]* "$wine_home"
+    find "$WINEPREFIX/drive_c/users" -type l -lname "$new_home/*" -printf '%l\t%p\n' | while IFS=$'\t' read -r target link; do
+        ln -sfn "$wine_home${target#"$new_home"}" "$link"
     done
-    "${run[@]}" reg.exe copy 'HKLM\Software\Kept' "$shortcuts" /s /f >/dev/null 2>&1 9>&-
-    "${run[@]}" reg.exe delete 'HKLM\Software\Kept' /f >/dev/null 2>&1 9>&-
-    # The server writes the registry to the disk when it ends.
-    "$server" -w 9>&-
+    [ -z "${QTV_WINE_GRAPHICS-}" ] ||
+        "${run[@]}" reg.exe add 'HKCU\Software\Wine\Drivers' /v Graphics /d "$QTV_WINE_GRAPHICS" /f >/dev/null 2>&1 8>&- 9>&-
     touch "$WINEPREFIX/.ready"
 )
 
-if [ ! -e "$WINEPREFIX/.ready" ]; then
-    mkdir -p "$wine_home"
-    make_prefix
-fi
+[ -e "$WINEPREFIX/.ready" ] || make_prefix
 exec "${run[@]}" "$@"
