@@ -34,7 +34,7 @@ needs() { "$root/scripts/bootstrap.sh" "$@"; }
 absolute() { (cd "$caller" && realpath -m -- "$1"); }
 
 # build PRESET [TARGET...]: configures the preset's build folder if it is new, and builds the targets, or everything. It starts as
-# many compilers as there are processors, or QTV_JOBS: with more, all take longer.
+# many compilers as there are processors: with more, all take longer.
 build() {
     local preset=$1 folder=$root/build/$1
     shift
@@ -43,7 +43,7 @@ build() {
         windows) folder=$windows_build ;;
     esac
     [ -e "$folder/build.ninja" ] || (cd "$root" && cmake --preset "$preset" -B "$folder" >/dev/null) || return
-    cmake --build "$folder" -j "${QTV_JOBS:-$(nproc)}" ${1+--target "$@"} -- --quiet
+    cmake --build "$folder" -j "$(nproc)" ${1+--target "$@"} -- --quiet
 }
 
 # Whether the Windows target can be built and run here.
@@ -68,3 +68,15 @@ make_work() {
 
 # on_one_processor COMMAND...: Wine's programs and its server work in turn. On one processor, neither must wake another each time.
 on_one_processor() { taskset -c "${QTV_PROCESSOR:-$(taskset -cp $$ | sed 's/.*[ ,-]//')}" "$@"; }
+
+# on_the_others COMMAND...: on all processors but that one, if there are others.
+on_the_others() {
+    local all last
+    all=$(taskset -cp $$ | sed 's/.*: //')
+    last=${all##*[,-]}
+    case $all in
+        *-*$last) taskset -c "${all%-*}-$((last - 1))" "$@" ;;
+        *,$last) taskset -c "${all%,*}" "$@" ;;
+        *) "$@" ;;
+    esac
+}

@@ -3,8 +3,8 @@
 # example: scripts/test.sh host
 #
 # Installs what is needed, checks the sources, and builds and tests both targets or the named one. The tests of the host run with
-# sanitizers, those of the Windows target under Wine, side by side. A minute of planted faults tests the tests, and a few random
-# runs compare the targets. The exit code is 1 if anything fails or can't be built or run. The output of each stage is in build/test.
+# sanitizers, those of the Windows target under Wine, side by side. A minute of planted faults tests the tests, a few random runs
+# compare the targets, and the list of running copies is used by many processes at once. The exit code is 1 if anything fails or can't be built or run. The output of each stage is in build/test.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 cd "$root"
@@ -44,33 +44,32 @@ build_host() {
 build_windows() {
     stage windows-build build windows && touch "$logs/windows-built"
 }
-test_host() {
-    stage host-tests ctest --preset host-asan --no-tests=error --output-junit "$logs/host.xml" -j "$(nproc)" || true
-    stage faults scripts/plant_faults.sh --sample --preset host-asan || true
+# host_tests and faults take all processors, or those that Wine leaves. Some tests only wait, so that there is one more at a time.
+host_tests() {
+    "$lane" ctest --preset host-asan --no-tests=error --output-junit "$logs/host.xml" -j $(($("$lane" nproc) + 1))
 }
-# Wine's programs and its server work in turn. On one processor, neither must wake another processor each time.
+test_host() {
+    stage host-tests host_tests || true
+    stage faults "$lane" scripts/plant_faults.sh --sample --preset host-asan || true
+}
 test_windows() {
     stage windows-tests on_one_processor ctest --preset windows --no-tests=error --output-junit "$logs/windows.xml" || true
 }
-# side_by_side JOB TARGET...
-side_by_side() {
-    local target
-    for target in "${@:2}"; do
-        "$1_$target" &
-    done
-    wait
-}
-
-stage check scripts/check.sh &
-QTV_JOBS=$((($(nproc) + ${#targets[@]} - 1) / ${#targets[@]})) side_by_side build "${targets[@]}"
+stage check scripts/check.sh || true
 built=()
 for target in "${targets[@]}"; do
+    "build_$target" || true
     [ ! -e "$logs/$target-built" ] || built+=("$target")
 done
 # What needs programs of the host takes those with sanitizers.
 [ ! -e "$logs/host-built" ] || export QTV_HOST_BUILD=$root/build/host-asan
-side_by_side test "${built[@]}"
-[ ${#built[@]} -lt 2 ] || stage both scripts/prove.sh --quick both || true
+lane=env
+[ ${#built[@]} -lt 2 ] || lane=on_the_others
+for target in "${built[@]}"; do
+    "test_$target" &
+done
+wait
+[ ${#built[@]} -lt 2 ] || stage both scripts/prove.sh --quick both list || true
 
 # Counts the tests with this result: passed and failed tests, as CTest numbers them.
 count() { cat "$logs"/*.xml 2>/dev/null | grep -o "<testcase .* status=\"$1\"" | wc -l; }

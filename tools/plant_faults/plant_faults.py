@@ -38,7 +38,7 @@ SAMPLE_S, SAMPLE_LEAST, SAMPLE_MAY_SURVIVE = 60, 5, 3
 HANGS_AFTER_S = 600  # and six times as long as without the fault
 # What stands for a test when a whole program fails.
 WHOLE = ("hangs", "crashes", "fails")
-WORKERS = os.cpu_count() or 1
+WORKERS = len(os.sched_getaffinity(0))
 
 
 class CantPlant(Exception):

@@ -4,7 +4,7 @@ import random
 from exceptions import AT_ONCE, FOR_GOOD, LASTING, RUN, report
 from judge import odd_items
 from lab import UNINSTALL, Unusable
-from scenarios import INSTALL, SCENARIOS, run_again, run_in_use
+from scenarios import INSTALL, SCENARIOS, WIZARD, run_again, run_in_use
 
 # In a quick run: all uses of a call together, and one of this many single uses.
 QUICK_STEP = 11
@@ -140,7 +140,7 @@ PAIRS = [('two fresh installations', 'install', 'install', True, False),
          ('a wizard, then an installation', 'wizard', 'install', False, True),
          ('a wizard, then a removal', 'wizard', 'uninstall', False, True),
          ('a removal, then a wizard', 'uninstall', 'wizard', False, True)]
-LINES = {'install': INSTALL, 'wizard': r'C:\Package\setup.exe', 'uninstall': UNINSTALL}
+LINES = {'install': INSTALL, 'wizard': WIZARD, 'uninstall': UNINSTALL}
 
 
 def scenario_of(run):

@@ -4,7 +4,9 @@ from dataclasses import dataclass
 
 from lab import HOST, PRODUCT, UNINSTALL, Unusable
 
-INSTALL = r'C:\Package\setup.exe -s -runafter -sfxname=C:\Download\package.exe'
+WIZARD = r'C:\Package\setup.exe'
+DOWNLOADED = r' -sfxname=C:\Download\package.exe'  # where the settings lie that setup takes over
+INSTALL = rf'{WIZARD} -s -runafter{DOWNLOADED}'
 COPY = 'uni*.tmp'
 MANIFEST = ['File Copy: QtvApp8.exe', 'File Copy: QtvApp8Man.chm', 'File Copy: QtvUnInst.exe', 'File Copy: ThumbQvi32.dll',
             'File Copy: engine.dll', 'File Copy: presets.dat', 'File Copy: readme-en.txt > readme.txt',
@@ -30,7 +32,7 @@ class Scenario:
 
 SCENARIOS = {each.name: each for each in (
     Scenario('install', INSTALL, ('setup.exe',)), Scenario('update', INSTALL, ('setup.exe',)),
-    Scenario('install-wizard', r'C:\Package\setup.exe', ('setup.exe',)),
+    Scenario('install-wizard', WIZARD, ('setup.exe',)),
     Scenario('uninstall', UNINSTALL, ('QtvUnInst.exe', COPY), installs=False))}
 
 
@@ -115,7 +117,7 @@ def run_again(lab, scenario):
     """Once more, undisturbed, as a user would. If the program of an uninstall no longer exists or is not whole, a copy of the
     uninstaller from the package does the work. A silent run asks nothing, so it also repairs what the wizard left."""
     if scenario.installs:
-        return run(lab, INSTALL, 'setup.exe')
+        return run(lab, INSTALL if scenario.command == INSTALL else INSTALL.removesuffix(DOWNLOADED), 'setup.exe')
     program, source = lab.path(rf'{PRODUCT}\QtvUnInst.exe'), lab.path(r'C:\Package\QtvUnInst.exe')
     if program.exists() and program.stat().st_size == source.stat().st_size:
         return run(lab, UNINSTALL, COPY)
