@@ -44,13 +44,13 @@ build_host() {
 build_windows() {
     stage windows-build build windows && touch "$logs/windows-built"
 }
-# host_tests and faults take all processors, or those that Wine leaves. Some tests only wait, so that there is one more at a time.
+# host_tests takes all processors, or those that Wine leaves. Some tests only wait, so that there is one more at a time.
 host_tests() {
     "$lane" ctest --preset host-asan --no-tests=error --output-junit "$logs/host.xml" -j $(($("$lane" nproc) + 1))
 }
 test_host() {
     stage host-tests host_tests || true
-    stage faults "$lane" scripts/plant_faults.sh --sample --preset host-asan || true
+    stage faults scripts/plant_faults.sh --sample --preset host-asan || true
 }
 test_windows() {
     stage windows-tests on_one_processor ctest --preset windows --no-tests=error --output-junit "$logs/windows.xml" || true

@@ -146,7 +146,7 @@ TEST_F(PackageCheckTest, EveryTrapOfARecordIsFound) {
          "blank-or-dot-end:4 blank-or-dot-end:5 blank-or-dot-end:6 blank-or-dot-end:7 unnamed-file(a) "
          "unnamed-file(s\\b)",
          {"a", "s\\b"}},
-        {"File Copy: a > nul\nMake Dir: Com1.x\\t\nFile Del: LPT9 .x\nFile Del: com10\nFile Del: lpt0\n"
+        {"File Copy: a > nul\nMake Dir: Com1.x\\t\nFile Del: LPT9 .x.y\nFile Del: com10\nFile Del: lpt0\n"
          "File Del: cons",
          "device-name:4 device-name:5 device-name:6 unnamed-file(a)"},
         {"File Overwrite: pag*.htm\nFile Copy: pag*.html\nFile Copy: a > Abcdefghi\nFile Del: abcdef~?\n"
