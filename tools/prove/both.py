@@ -57,8 +57,11 @@ def rehearse(build, earlier, arguments):
 
 def rehearsals():
     good = True
-    for name, earlier, arguments in REHEARSALS:
-        ours, theirs = rehearse(HOST, earlier, arguments), rehearse(WINDOWS, earlier, arguments)
+    jobs = [(build, earlier, arguments) for _, earlier, arguments in REHEARSALS for build in (HOST, WINDOWS)]
+    with ThreadPoolExecutor(len(os.sched_getaffinity(0))) as pool:
+        reports = pool.map(lambda job: rehearse(*job), jobs)
+    for name, _, _ in REHEARSALS:
+        ours, theirs = next(reports), next(reports)
         print(f'both: a rehearsal reports {"the same" if ours == theirs else "ANOTHER THING"} on both targets: {name}', flush=True)
         if ours != theirs:
             print(f'  {json.dumps(ours)}\n  {json.dumps(theirs)}')
