@@ -5,8 +5,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstdlib>
+#include <fstream>
+#include <stdexcept>
 #include <system_error>
 
 namespace fs = std::filesystem;
@@ -14,6 +18,9 @@ namespace fs = std::filesystem;
 namespace tools {
 
 namespace {
+
+constexpr char kMark[] = ".throwaway";
+constexpr int kRandomChars = 6;
 
 // Opens and locks the folder. Returns -1 when somebody uses it, or when it isn't this user's. The kernel drops the lock
 // with the process, so a folder that can be locked is in use by nobody.
@@ -32,10 +39,19 @@ void Remove(const fs::path& folder) {
     fs::remove_all(folder, error);
 }
 
-void RemoveStale(const fs::path& parent, const std::string& start) {
+// Whether a tool made the folder: it has the name that mkdtemp chooses, and the mark of this class.
+bool IsOurs(const fs::path& folder, const std::string& tool) {
+    const std::string name = folder.filename().string();
+    return name.size() == tool.size() + 1 + kRandomChars && name.starts_with(tool + ".") &&
+           std::all_of(name.end() - kRandomChars, name.end(),
+                       [](unsigned char c) { return std::isalnum(c); }) &&
+           fs::is_regular_file(fs::symlink_status(folder / kMark));
+}
+
+void RemoveStale(const fs::path& parent, const std::string& tool) {
     std::error_code error;
     for (const auto& entry : fs::directory_iterator(parent, error)) {
-        if (!entry.path().filename().string().starts_with(start)) continue;
+        if (!IsOurs(entry.path(), tool)) continue;
         const int lock = LockFolder(entry.path());
         if (lock < 0) continue;
         Remove(entry.path());
@@ -46,15 +62,16 @@ void RemoveStale(const fs::path& parent, const std::string& start) {
 }  // namespace
 
 ThrowawayFolder::ThrowawayFolder(const std::string& tool, const fs::path& parent) : m_owner(getpid()) {
-    RemoveStale(parent, tool + ".");
-    // Another run may take the new folder for an old one before it is locked.
-    while (m_lock < 0 || !fs::exists(m_path)) {
-        if (m_lock >= 0) close(m_lock);
-        std::string name = (parent / (tool + ".XXXXXX")).string();
-        if (!mkdtemp(name.data()))
-            throw std::system_error(errno, std::generic_category(), "no temporary folder");
-        m_path = name;
-        m_lock = LockFolder(m_path);
+    RemoveStale(parent, tool);
+    std::string name = (parent / (tool + "." + std::string(kRandomChars, 'X'))).string();
+    if (!mkdtemp(name.data())) throw std::system_error(errno, std::generic_category(), "no temporary folder");
+    m_path = name;
+    // No other run touches a folder without the mark, so the mark comes after the lock.
+    m_lock = LockFolder(m_path);
+    std::ofstream mark(m_path / kMark);
+    if (m_lock < 0 || !mark) {
+        Remove(m_path);
+        throw std::runtime_error(name + " can't be used");
     }
 }
 

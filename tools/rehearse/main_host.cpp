@@ -215,11 +215,15 @@ int RehearseUnderWine(const Request& request, const fs::path& folder) {
 }  // namespace
 
 int main(int count, char** values) {
-    const auto request = ReadArguments({values, values + count});
+    auto request = ReadArguments({values, values + count});
     if (!request) return kMisused;
     try {
-        if (!request->html.empty() && !fs::is_directory(fs::absolute(request->html).parent_path()))
-            throw Unusable(request->html + " can't be written: its folder is missing");
+        if (!request->html.empty()) {
+            if (!fs::is_directory(fs::absolute(request->html).parent_path()))
+                throw Unusable(request->html + " can't be written: its folder is missing");
+            // A machine has a current folder of its own.
+            request->html = fs::absolute(request->html);
+        }
         const tools::ThrowawayFolder folder("rehearse");
         const rehearse::Children children;
         return request->wine ? RehearseUnderWine(*request, folder.Path())
