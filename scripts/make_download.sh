@@ -18,7 +18,7 @@ done
 needs windows download
 build host download_make
 build windows download
-trap 'rm -f "$output.unfinished"' EXIT
-"$host_build/download_make" "$windows_build/download.exe" "$package" "$output.unfinished"
-mv "$output.unfinished" "$output"
+make_work "$(dirname "$output")"
+"$host_build/download_make" "$windows_build/download.exe" "$package" "$work/download.exe"
+mv "$work/download.exe" "$output"
 echo "$output: $(stat -c %s "$output") bytes"

@@ -64,7 +64,8 @@ needs windows download
 build host package_make package_check rehearse rehearse_stand_in download_make
 build windows setup rehearse
 
-make_work
+# Beside the release, so that it appears whole or not at all.
+make_work "$(dirname "$out")"
 new=$work/new
 mkdir -p "$new/report"
 
@@ -192,7 +193,6 @@ END
 report 'for winget' "$identifier $version"
 (cd "$new" && find . -type f ! -path './package/*' ! -name SHA256SUMS -printf '%P\n' | LC_ALL=C sort | xargs -d '\n' sha256sum >SHA256SUMS)
 [ ! -e "$out" ] || rmdir "$out"
-cp -r "$new" "$out.unfinished"
-mv "$out.unfinished" "$out"
+mv -T "$new" "$out"
 echo "$out:"
 (cd "$out" && find . -type f ! -path './package/*' -printf '%10s  %P\n' | LC_ALL=C sort -k 2)

@@ -29,7 +29,7 @@ cmake --build "$build" --target sample_package -- --quiet || exit 1
 # ---- wrong input ----
 mkdir app
 info=$root/sample/release-info.txt
-release 2 'use: release.sh' app
+release 2 'usage: ' app
 release 2 'there is no option' app out --none
 release 2 'needs a value' app out --recipe
 release 2 '--release-info FILE is missing' app out
@@ -69,8 +69,11 @@ cp "$root/sample/recipe.txt" recipe
 printf 'Make Dir: gone\n' >>recipe
 echo 'File Copy: none.dat' >bad
 release 1 'stopped: the package has findings' app out --release-info "$info" --recipe bad --own Samples
+mkdir out.unfinished
+touch out.unfinished/stale
 release 0 'right' app out --release-info "$info" --recipe recipe --own Samples --earlier last
 cat said
+[ -e out.unfinished/stale ] && [ -z "$(find out -name stale)" ] || fail "a user's folder: $(find . -name stale)"
 download=$(ls out/*.exe)
 [ "$download" = out/Qantivo-8-8.5.2.0.exe ] || fail "the download is $download"
 for file in "$download" out/package/setup.exe out/package/QtvUnInst.exe; do

@@ -19,6 +19,8 @@ int Check(const package_check::Request& request, const std::vector<std::string>&
     if (request.recipe)
         fs::create_symlink(fs::absolute(arguments[request.recipe]), machine.Path() / "C/recipe");
     winhost::EnterMachine(machine.Path());
+    // It would store them with the files of the package.
+    winhost::SetHasShortNames(false);
     return package_check::RunTool(request, arguments, TEXT("C:\\Package"),
                                   request.recipe ? TEXT("C:\\recipe") : nullptr);
 }

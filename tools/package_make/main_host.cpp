@@ -20,6 +20,8 @@ int main(int count, char** values) {
         const tools::ThrowawayFolder machine("package_make");
         winhost::CreateMachine(machine.Path());
         winhost::EnterMachine(machine.Path());
+        // It would store them with the files of the packages.
+        winhost::SetHasShortNames(false);
         return package_make::RunTool(*request, [&](const fs::path& path, const char* name) {
             fs::create_symlink(path, machine.Path() / "C" / name);
             const std::string shown = std::string("C:\\") + name;
