@@ -1,9 +1,12 @@
 // The program package_check itself, run from the host's shell.
+#include <sys/stat.h>
+#include <sys/wait.h>
 #include <sys/xattr.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 
 #include "common/throwaway_folder.h"
 #include "harness/scratch.h"
@@ -12,22 +15,57 @@ namespace fs = std::filesystem;
 
 namespace {
 
+class PackageCheckProgram : public ::testing::Test {
+  protected:
+    PackageCheckProgram() { fs::copy(QTV_BUILD_FOLDER "/package", m_package, fs::copy_options::recursive); }
+
+    // Returns the exit code. What the program says is stored in m_said.
+    int Run() {
+        const char* const tools = std::getenv("QTV_TOOLS");
+        const std::string said = m_folder.Path() / "said";
+        const int status = std::system((std::string(tools ? tools : QTV_BUILD_FOLDER) + "/package_check " +
+                                        m_package.string() + " >" + said + " 2>&1")
+                                           .c_str());
+        m_said = BuildBytes(said);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+    const tools::ThrowawayFolder m_folder{"checks", QTV_BUILD_FOLDER};
+    const fs::path m_package = m_folder.Path() / "package";
+    std::string m_said;
+};
+
 // A drive of Windows has its short names already. The check must not store any with the files of a maker.
-TEST(PackageCheckProgram, WritesNothingToThePackage) {
-    const tools::ThrowawayFolder folder("checks", QTV_BUILD_FOLDER);
-    const fs::path package = folder.Path() / "package", outside = folder.Path() / "a long name outside.txt";
-    fs::copy(QTV_BUILD_FOLDER "/package", package, fs::copy_options::recursive);
+TEST_F(PackageCheckProgram, WritesNothingToThePackage) {
+    const fs::path outside = m_folder.Path() / "a long name outside.txt";
     std::ofstream(outside) << "content";
-    fs::create_symlink(outside, package / "a long name inside.txt");
-    std::ofstream(package / "QtvUnInst.log", std::ios::app)
-        << "File Copy: a long name inside.txt\r\nFile Copy: alongn~1.txt > b.txt\r\n";
-    const char* const tools = std::getenv("QTV_TOOLS");
-    (void)std::system((std::string(tools ? tools : QTV_BUILD_FOLDER) + "/package_check " + package.string() +
-                       " >" + (folder.Path() / "said").string())
-                          .c_str());
-    EXPECT_NE(BuildBytes((folder.Path() / "said").string()), "");
-    for (const auto& entry : fs::recursive_directory_iterator(folder.Path()))
+    fs::create_symlink(outside, m_package / "a long name inside.txt");
+    std::ofstream(m_package / "QtvUnInst.log", std::ios::app) << "File Copy: a long name inside.txt\r\n";
+    EXPECT_EQ(Run(), 0) << m_said;
+    for (const auto& entry : fs::recursive_directory_iterator(m_folder.Path()))
         EXPECT_EQ(listxattr(entry.path().c_str(), nullptr, 0), 0) << entry.path();
+}
+
+TEST_F(PackageCheckProgram, RefusesWhatHasNoEnd) {
+    const std::pair<std::function<void(const fs::path&)>, const char*> rows[] = {
+        {[](const fs::path& place) { (void)mkfifo(place.c_str(), 0666); }, "QtvUnInst.log"},
+        {[](const fs::path& place) { (void)mkfifo(place.c_str(), 0666); }, "Samples/pipe"},
+        {[](const fs::path& place) { fs::create_symlink("/dev/zero", place); }, "agreement.txt"},
+        {[](const fs::path& place) { fs::create_symlink(".", place); }, "self"},
+    };
+    for (const auto& [make, name] : rows) {
+        const fs::path place = m_package / name, kept = m_folder.Path() / "kept";
+        if (fs::exists(place)) fs::rename(place, kept);
+        make(place);
+        EXPECT_EQ(Run(), 2) << name;
+        EXPECT_EQ(m_said, "package_check: " + place.string() + " is no plain file or folder\n");
+        fs::remove(place);
+        if (fs::exists(kept)) fs::rename(kept, place);
+    }
+    std::ofstream(m_package / "QtvUnInst.log", std::ios::app)
+        << "File Copy: " + std::string(200, '\xE4') + "\r\n";
+    EXPECT_EQ(Run(), 2);
+    EXPECT_NE(m_said.find("a name that the host can't store"), m_said.npos) << m_said;
 }
 
 }  // namespace
