@@ -75,8 +75,8 @@ on_the_others() {
     all=$(taskset -cp $$ | sed 's/.*: //')
     last=${all##*[,-]}
     case $all in
-        *-*$last) taskset -c "${all%-*}-$((last - 1))" "$@" ;;
-        *,$last) taskset -c "${all%,*}" "$@" ;;
+        *-"$last") taskset -c "${all%-*}-$((last - 1))" "$@" ;;
+        *,"$last") taskset -c "${all%,*}" "$@" ;;
         *) "$@" ;;
     esac
 }

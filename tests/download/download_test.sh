@@ -137,6 +137,7 @@ touched() {
     grep -qx "ended $2" seen || fail "touched by $1: $(<seen)"
 }
 touched cancel 6
+! grep -q box seen || fail "after Cancel it shows $(<seen)"
 is_clean cancel
 touched kill 9
 marks | grep -qF '.dl\large' || fail "a killed run has no marks: $(marks)"
