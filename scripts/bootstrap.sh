@@ -11,7 +11,7 @@ set -euo pipefail
 
 # Both targets need windres to compile the resources; windres needs the cross compiler's preprocessor and headers.
 host=(g++ mold cmake ninja-build libgtest-dev liblzma-dev libc-bin binutils-mingw-w64-x86-64 gcc-mingw-w64-x86-64-posix)
-windows=("${host[@]}" g++-mingw-w64-x86-64-posix wine64 wine xvfb xauth)
+windows=("${host[@]}" g++-mingw-w64-x86-64-posix lld wine64 wine xvfb xauth)
 faults=("${host[@]}" python3)
 fuzz=("${host[@]}" clang libclang-rt-14-dev)
 # For a package's download: what its library is built with, and its signature. make_liblzma builds the library.
