@@ -60,8 +60,9 @@ TEST_F(RehearseProgram, SaysWhatItCantRehearse) {
         {kWork + "/none", "is no folder"},
         {kSample + " --earlier " + kTemporary, "is no package: it has no setup.exe"},
         {package, "package/pipe is no plain file or folder"},
+        {kSample + " --wine --trace x", "usage: rehearse"},
         {kSample + " --wine", "its setup.exe is no Windows program"},
-        {kSample + " --html " + kWork + "/none/page", "its folder is missing"},
+        {kSample + " --trace " + kWork + "/none/text", "its folder is missing"},
         {kSample + " --html /dev/full", "/dev/full can't be written"},
     };
     for (const auto& [arguments, says] : rows) {
@@ -124,12 +125,29 @@ TEST_F(RehearseProgram, RemovesItsMachineWhenItIsBrokenOff) {
     EXPECT_EQ(Run(kSample), 0);
 }
 
-TEST_F(RehearseProgram, WritesItsPageWhereItIsStarted) {
-    EXPECT_EQ(
-        std::system(
-            ("cd " + kTemporary + " && " + kProgram + " " + kSample + " --html x.html >../output").c_str()),
-        0);
+TEST_F(RehearseProgram, WritesItsFilesWhereItIsStarted) {
+    EXPECT_EQ(std::system(("cd " + kTemporary + " && " + kProgram + " " + kSample +
+                           " --html x.html --trace x.txt >../output")
+                              .c_str()),
+              0);
     EXPECT_NE(BuildBytes(kTemporary + "/x.html").find("nothing that should have gone"), std::string::npos);
+    const std::string trace = BuildBytes(kTemporary + "/x.txt");
+    std::size_t at = 0;
+    for (const char* const line : {
+             "==== setup ====\nsetup.exe\tmade folder C:\\Program Files\\Qantivo 8\n",
+             "setup.exe\tcopied C:\\Package\\readme-en.txt to C:\\Program Files\\Qantivo 8\\readme.txt\n",
+             "setup.exe\tmade shortcut <CommonPrograms>\\",
+             "setup.exe\tregistered HKEY_LOCAL_MACHINE\\SOFTWARE\\Lorvanta\\Qantivo 8 : AllUsers = B\n",
+             "setup.exe\tstarted \"C:\\Program Files\\Qantivo 8\\QtvApp8.exe\" -regonly\n",
+             "==== uninstall ====\nQtvUnInst.exe\tcopied ",
+             "\tkept for the next start: delete <Temp>\\uni*.tmp\n",
+             "\tdeleted C:\\Program Files\\Qantivo 8\\readme.txt\n",
+             "==== restart ====\n",
+         }) {
+        const auto found = trace.find(line, at);
+        EXPECT_NE(found, trace.npos) << line << "\nis missing or comes too early in\n" << trace;
+        at = std::min(found, trace.size());
+    }
 }
 
 TEST(ThrowawayFolder, RemovesOnlyWhatAnEndedRunLeft) {

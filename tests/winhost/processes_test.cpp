@@ -74,6 +74,79 @@ TEST_F(HostProcesses, EndWithTheCodeThatWindowsWouldGive) {
         EXPECT_EQ(RunChild("EndAsTold", kScratch + TEXT("\\child.exe"), how), exitCode) << winhost::Utf8(how);
 }
 
+CHILD_PROGRAM(MakesCalls) {
+    HKEY key = nullptr;
+    constexpr DWORD kNumber = 70000;
+    constexpr BYTE kBytes[33] = {1, 0xAB};
+    const auto* const number = reinterpret_cast<const BYTE*>(&kNumber);
+    (void)SetEnvironmentVariableW(TEXT("x"), TEXT("a\tb\n"));
+    (void)RegCreateKeyW(HKEY_CURRENT_USER, TEXT("Software\\\u00E9"), &key);
+    (void)RegSetValueExW(key, nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(TEXT("text")), 10);
+    (void)RegSetValueExW(key, TEXT("n"), 0, REG_DWORD, number, sizeof kNumber);
+    (void)RegSetValueExW(key, TEXT("b"), 0, REG_BINARY, kBytes, sizeof kBytes);
+    (void)RegDeleteKeyW(key, TEXT("none"));
+    (void)DeleteFileW(TEXT("C:\\none"));
+    SetLastError(77);
+    (void)GetFileAttributesW(TEXT("C:\\Windows"));
+    const HANDLE file = CreateFileW(TEXT("\\Windows"), GENERIC_READ, 7, nullptr, OPEN_EXISTING,
+                                    FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    WCHAR text[9];
+    (void)CloseHandle(file);
+    (void)GetEnvironmentVariableW(TEXT("x"), text, 4);
+    (void)GetEnvironmentVariableW(TEXT("x"), text, 9);
+    SetLastError(77);
+    (void)GetKeyState(VK_SHIFT);
+    TerminateProcess(GetCurrentProcess(), GetLastError());
+    return 0;
+}
+
+TEST_F(HostProcesses, WriteTheirCallsToATrace) {
+    const fs::path trace = winhost::StateFolder() / "trace";
+    winhost::SetProgramTrace(trace);
+    (void)IsWindow(nullptr);
+    EXPECT_EQ(RunChild("MakesCalls", kScratch + TEXT("\\child.exe")), 77u)
+        << "a call that sets no error leaves the last one";
+    winhost::ClearProgramTrace();
+    std::ifstream file(trace);
+    std::string lines;
+    for (std::string line; std::getline(file, line);) {
+        EXPECT_TRUE(line.starts_with("child.exe\t")) << "another process is traced: " << line;
+        lines += line.substr(line.find('\t', 10) + 1) + '\n';
+    }
+    const std::string user = "HKEY_USERS\\S-1-5-21-1000-1000-1000-1001\\Software\\\u00E9";
+    const std::string expected =
+        "SetEnvironmentVariableW\tname=x\tvalue=a b \t= 1\n"
+        "RegCreateKeyW\tparent=HKEY_CURRENT_USER\tname=Software\\\u00E9\t= 0\n"
+        "RegSetValueExW\tkey=" +
+        user +
+        "\tname=null\ttype=1\tdata=text\t= 0\n"
+        "RegSetValueExW\tkey=" +
+        user +
+        "\tname=n\ttype=4\tdata=70000\t= 0\n"
+        "RegSetValueExW\tkey=" +
+        user + "\tname=b\ttype=3\tdata=1 ab" +
+        [&] {
+            std::string s;
+            for (int i = 0; i < 30; ++i)
+                s += " 0";
+            return s;
+        }() +
+        " and more\t= 0\n"
+        "RegDeleteKeyW\tkey=" +
+        user +
+        "\tname=none\t= 2\terror 2\n"
+        "DeleteFileW\tpath=C:\\none\t= 0\terror 2\n"
+        "GetFileAttributesW\tpath=C:\\Windows\t= 16\n"
+        "CreateFileW\tpath=\\Windows\taccess=0x80000000\tshare=7\tdisposition=3\tflags="
+        "0x2000000\ttemplateFile=0x0\t= 0x8\n"
+        "CloseHandle\thandle=C:\\Windows\t= 1\n"
+        "GetEnvironmentVariableW\tname=x\t= 5\n"
+        "GetEnvironmentVariableW\tname=x\tbuffer=a b \t= 4\n"
+        "GetKeyState\tkey=16\t= 0\n";
+    EXPECT_NE(lines.find(expected), lines.npos) << lines;
+    EXPECT_TRUE(lines.ends_with("ends\t= 77\n")) << lines;
+}
+
 TEST_F(HostProcesses, OfTwoRunsFromTheShellEndWithTheirPrograms) {
     const fs::path root = winhost::StateFolder() / "two_runs";
     winhost::CreateMachine(root);

@@ -1,9 +1,10 @@
-// rehearse PACKAGE [--earlier PACKAGE] [--wine] [--json] [--html FILE] [-- OPTION...]
+// rehearse PACKAGE [--earlier PACKAGE] [--wine] [--json] [--html FILE] [--trace FILE] [-- OPTION...]
 //
 // Installs a package on a throwaway machine, uninstalls it and restarts the machine. Shows what each step changed, and
 // what is left at the end. OPTIONs are those of the setup program, -s if none are given. The earlier package is
 // installed first, with the same options. With --wine, the package's own Windows program runs in a throwaway Wine
-// prefix. With --html, a page for a browser shows the same.
+// prefix. With --html, a page for a browser shows the same. With --trace, a text lists what the programs did, in order;
+// Wine can't tell it.
 // Exits with 0, with 1 if something is left that should not be, and with 2 if there is nothing to rehearse,
 // or if a step hangs.
 #include <unistd.h>
@@ -17,6 +18,7 @@
 #include "rehearse/child.h"
 #include "rehearse/packages.h"
 #include "rehearse/report.h"
+#include "rehearse/trace.h"
 #include "common/throwaway_folder.h"
 #include <winhost.h>
 
@@ -36,6 +38,7 @@ struct Request {
     bool wine = false;
     bool json = false;
     std::string html;
+    std::string trace;
     std::vector<std::string> options = {"-s"};
 };
 
@@ -56,15 +59,18 @@ std::optional<Request> ReadArguments(const std::vector<std::string>& arguments) 
             request.earlier = arguments[++i];
         else if (argument == "--html" && i + 1 < arguments.size() && request.html.empty())
             request.html = arguments[++i];
+        else if (argument == "--trace" && i + 1 < arguments.size() && request.trace.empty())
+            request.trace = arguments[++i];
         else if (argument.starts_with("-") || !request.package.empty())
             misused = true;
         else
             request.package = argument;
     }
+    misused = misused || (request.wine && !request.trace.empty());
     if (!misused && !request.package.empty()) return request;
     std::fputs(
-        "usage: rehearse PACKAGE [--earlier PACKAGE] [--wine] [--json] [--html FILE] [-- OPTION OF "
-        "SETUP...]\n",
+        "usage: rehearse PACKAGE [--earlier PACKAGE] [--wine | --trace FILE] [--json] [--html FILE] [-- "
+        "OPTION OF SETUP...]\n",
         stderr);
     return std::nullopt;
 }
@@ -95,20 +101,29 @@ std::vector<std::pair<PackageFolder, std::string>> Packages(const Request& reque
 
 // ---- an embedded machine ----
 
+void Write(const std::string& path, const std::string& text) {
+    std::ofstream file(path, std::ios::binary);
+    file << text;
+    file.close();
+    if (!file) throw Unusable(path + " can't be written");
+}
+
 int RehearseHere(const Request& request, const fs::path& machine) {
     winhost::EnterMachine(machine);
+    const fs::path calls = machine / "trace";
+    if (!request.trace.empty()) winhost::SetProgramTrace(calls);
+    std::string told;
     const rehearse::Rehearsal rehearsal =
         rehearse::Rehearse(request.options, [&](const rehearse::Step& step) {
             if (!request.json) Print(rehearse::ToText(step, IsColoured()));
+            told += "==== " + step.name + " ====\n" + rehearse::ToldByCalls(calls);
+            fs::remove(calls);
         });
     Print(request.json ? rehearse::ToJson(rehearsal, request.package, "embedded machine")
                        : rehearse::LeftToText(rehearsal, IsColoured()));
-    if (!request.html.empty()) {
-        std::ofstream page(request.html, std::ios::binary);
-        page << rehearse::ToHtml(rehearsal, request.package, "an embedded machine");
-        page.close();
-        if (!page) throw Unusable(request.html + " can't be written");
-    }
+    if (!request.html.empty())
+        Write(request.html, rehearse::ToHtml(rehearsal, request.package, "an embedded machine"));
+    if (!request.trace.empty()) Write(request.trace, told);
     return rehearsal.ExitCode();
 }
 
@@ -218,11 +233,12 @@ int main(int count, char** values) {
     auto request = ReadArguments({values, values + count});
     if (!request) return kMisused;
     try {
-        if (!request->html.empty()) {
-            if (!fs::is_directory(fs::absolute(request->html).parent_path()))
-                throw Unusable(request->html + " can't be written: its folder is missing");
+        for (std::string* const file : {&request->html, &request->trace}) {
+            if (file->empty()) continue;
+            if (!fs::is_directory(fs::absolute(*file).parent_path()))
+                throw Unusable(*file + " can't be written: its folder is missing");
             // A machine has a current folder of its own.
-            request->html = fs::absolute(request->html);
+            *file = fs::absolute(*file);
         }
         const tools::ThrowawayFolder folder("rehearse");
         const rehearse::Children children;

@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <memory>
+#include <string>
 
 namespace winhost {
 
@@ -12,6 +13,8 @@ class KernelObject {
     virtual ~KernelObject() = default;
     // Waits as WaitForSingleObject does. The base class can't be waited for.
     virtual DWORD Wait(DWORD milliseconds);
+    // Returns the path of a file, folder or key; empty for everything else.
+    virtual std::u16string Name() const { return {}; }
 };
 // Returns a new handle for the object. Never null.
 HANDLE AddHandle(std::shared_ptr<KernelObject> object);

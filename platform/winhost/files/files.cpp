@@ -29,9 +29,12 @@ constexpr DWORD kCreationAttributes = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_H
 constexpr std::size_t kMaxFolderPath = MAX_PATH - 12;
 
 struct FileObject : KernelObject {
-    FileObject(std::unique_ptr<OpenFile> opened, unsigned rights) : file(std::move(opened)), access(rights) {}
+    FileObject(std::unique_ptr<OpenFile> opened, unsigned rights, std::u16string path)
+        : file(std::move(opened)), access(rights), name(std::move(path)) {}
+    std::u16string Name() const override { return name; }
     std::unique_ptr<OpenFile> file;
     unsigned access;
+    std::u16string name;
 };
 
 bool FailWith(DWORD error) {
@@ -188,7 +191,7 @@ HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTE
                          : OpenPlace(place, rights, share, disposition, flags & kCreationAttributes);
     if (file) {
         const DWORD outcome = GetLastError();
-        const HANDLE handle = AddHandle(std::make_shared<FileObject>(std::move(file), rights));
+        const HANDLE handle = AddHandle(std::make_shared<FileObject>(std::move(file), rights, place.windows));
         SetLastError(outcome);
         return handle;
     }

@@ -95,6 +95,11 @@ std::vector<std::string> EventFields(std::string_view event);
 void SetBoxAnswers(const std::vector<int>& buttons);
 void EndBoxAnswers();
 
+// Programs that this process starts from now on, and all that they start, add a line for each of their platform calls to
+// a file of the host. core/trace.h describes the line. This process is not traced.
+void SetProgramTrace(const std::filesystem::path& file);
+void ClearProgramTrace();
+
 // ---- faults: any platform call can be told to fail, and every call is counted by name ----
 
 struct Fault {

@@ -22,6 +22,7 @@ extern "C" {
 #include "core/faults.h"
 #include "core/host_io.h"
 #include "core/machine.h"
+#include "core/trace.h"
 #include "files/paths.h"
 #include "files/sharing.h"
 
@@ -165,6 +166,7 @@ void BeginProcess() {
         [](int exitCode, void*) {
             RecordOwnExit(static_cast<DWORD>(exitCode));
             WriteCounts();
+            TraceEnd(static_cast<DWORD>(exitCode));
         },
         nullptr);
     OnEnter(EnterOtherMachine);

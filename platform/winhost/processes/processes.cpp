@@ -19,6 +19,7 @@ extern "C" {
 #include "core/faults.h"
 #include "core/handles.h"
 #include "core/machine.h"
+#include "core/trace.h"
 #include "processes/clock.h"
 #include "processes/process_table.h"
 #include "processes/start.h"
@@ -147,6 +148,7 @@ bool IsOwnPseudoHandle(HANDLE handle) {
     std::fflush(nullptr);
     RecordOwnExit(exitCode);
     WriteCounts();
+    TraceEnd(exitCode);
     // The host keeps only eight bits of the exit code. A failure must not become 0.
     _exit(exitCode != 0 && (exitCode & 0xFF) == 0 ? 1 : static_cast<int>(exitCode & 0xFF));
 }
@@ -203,7 +205,15 @@ INT_PTR _wexecl(const char16_t* program, const char16_t* argument0, ...) {
     const auto separator = name.find_last_of(u"\\/");
     if (name.find(u'.', separator == name.npos ? 0 : separator) == name.npos)
         winhost::NotModelled("_wexecl", "a program without an extension");
-    if (!winhost::StartProgram(program, commandLine, nullptr)) {
+    std::optional<winhost::TracedCall> traced;
+    if (winhost::Tracing()) {
+        traced.emplace("_wexecl");
+        traced->Show("program", program);
+        traced->Show("commandLine", commandLine.c_str());
+    }
+    const bool started = winhost::StartProgram(program, commandLine, nullptr).has_value();
+    if (traced) traced->End(started ? 0 : -1);
+    if (!started) {
         errno = GetLastError() == ERROR_BAD_EXE_FORMAT ? ENOEXEC : ENOENT;
         return -1;
     }

@@ -1,8 +1,10 @@
 // winmachine: works on an embedded machine from the host.
 //
 //   winmachine create DIR              makes a new machine in an empty or missing folder
-//   winmachine run DIR PROGRAM ARG...  runs a program of the machine (a full Windows path) in its own folder, waits
-//                                      for it and all that it started, and exits with its exit code
+//   winmachine run [--trace FILE] DIR PROGRAM ARG...
+//                                      runs a program of the machine (a full Windows path) in its own folder, waits
+//                                      for it and all that it started, and exits with its exit code. Their platform
+//                                      calls are written to FILE, a line each (core/trace.h)
 //   winmachine restart DIR             restarts the machine and carries out the delayed moves and deletes
 //   winmachine events DIR              prints what the machine saw besides files and registry
 #include <cstring>
@@ -23,7 +25,7 @@ constexpr int kMisused = 2;
 int Misused() {
     std::fprintf(stderr,
                  "usage: winmachine create DIR\n"
-                 "       winmachine run DIR 'C:\\path\\program.exe' [ARGUMENT...]\n"
+                 "       winmachine run [--trace FILE] DIR 'C:\\path\\program.exe' [ARGUMENT...]\n"
                  "       winmachine restart DIR\n"
                  "       winmachine events DIR\n");
     return kMisused;
@@ -77,9 +79,17 @@ int RunCommand(const char* command, const char* folder, Arguments rest) {
 }  // namespace
 
 int main(int count, char** values) {
+    Arguments arguments(values, static_cast<std::size_t>(count));
     if (count < 3) return Misused();
+    const char* command = arguments[1];
+    arguments = arguments.subspan(2);
     try {
-        return RunCommand(values[1], values[2], Arguments(values + 3, static_cast<std::size_t>(count - 3)));
+        if (std::strcmp(command, "run") == 0 && std::strcmp(arguments[0], "--trace") == 0) {
+            if (arguments.size() < 3) return Misused();
+            winhost::SetProgramTrace(arguments[1]);
+            arguments = arguments.subspan(2);
+        }
+        return RunCommand(command, arguments[0], arguments.subspan(1));
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "winmachine: %s\n", failure.what());
         return kFailed;

@@ -35,6 +35,12 @@ class OpenKey : public KernelObject {
     OpenKey& operator=(const OpenKey&) = delete;
 
     const KeyPath& path() const { return m_path; }
+    std::u16string Name() const override {
+        std::u16string name = m_path.classes ? u"HKEY_CLASSES_ROOT" : u"";
+        for (const auto part : KeyNames(m_path.path))
+            name += (name.empty() ? u"" : u"\\") + std::u16string(part);
+        return name;
+    }
     REGSAM access() const { return m_access; }
     bool deleted() const { return m_deleted; }
 

@@ -12,6 +12,7 @@
 #include "core/limits.h"
 #include "core/machine.h"
 #include "core/text.h"
+#include "core/trace.h"
 #include "files/files.h"
 #include "files/find.h"
 #include "files/paths.h"
@@ -32,9 +33,23 @@ const IID kPersist = {0x0000010C, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 // The largest link file that is read, in bytes. A link has only a few texts.
 constexpr std::size_t kMaxLinkFile = 1u << 20;
 
-HRESULT Fault(const char* call) {
-    const DWORD fault = FaultOf(call);
-    return HRESULT_FROM_WIN32(fault);
+// Each method of a link is a platform call: it can be told to fail, and it is traced with the text that it takes.
+template <class Run>
+HRESULT Call(const char* call, LPCWSTR text, Run run) {
+    const auto made = [&]() -> HRESULT {
+        const DWORD fault = FaultOf(call);
+        return fault ? HRESULT_FROM_WIN32(fault) : run();
+    };
+    if (!Tracing()) return made();
+    TracedCall traced(call);
+    if (text) traced.Show("text", text);
+    const HRESULT result = made();
+    traced.EndCom(result);
+    return result;
+}
+template <class Run>
+HRESULT Call(const char* call, Run run) {
+    return Call(call, nullptr, run);
 }
 
 HRESULT GiveText(const std::u16string& text, LPWSTR buffer, int cchBuffer) {
@@ -76,53 +91,57 @@ class ShellLink final : public IShellLinkW, public IPersistFile {
     }
 
     HRESULT GetPath(LPWSTR path, int cchPath, WIN32_FIND_DATAW* data, DWORD flags) override {
-        if (const HRESULT fault = Fault("IShellLinkW::GetPath")) return fault;
-        if (data || (flags & ~SLGP_RAWPATH) != 0) NotModelled("IShellLinkW::GetPath", "find data or flags");
-        const HRESULT given = GiveText(m_link.path, path, cchPath);
-        return given == S_OK && m_link.path.empty() ? S_FALSE : given;
+        return Call("IShellLinkW::GetPath", [&] {
+            if (data || (flags & ~SLGP_RAWPATH) != 0)
+                NotModelled("IShellLinkW::GetPath", "find data or flags");
+            const HRESULT given = GiveText(m_link.path, path, cchPath);
+            return given == S_OK && m_link.path.empty() ? S_FALSE : given;
+        });
     }
-    HRESULT SetPath(LPCWSTR path) override;
+    HRESULT SetPath(LPCWSTR path) override {
+        return Call("IShellLinkW::SetPath", path, [&] { return PointTo(path); });
+    }
 
     HRESULT GetDescription(LPWSTR text, int cchText) override {
-        if (const HRESULT fault = Fault("IShellLinkW::GetDescription")) return fault;
-        return GiveText(m_link.description, text, cchText);
+        return Get("IShellLinkW::GetDescription", m_link.description, text, cchText);
     }
     HRESULT SetDescription(LPCWSTR text) override {
         return Set("IShellLinkW::SetDescription", text, m_link.description);
     }
 
     HRESULT GetWorkingDirectory(LPWSTR path, int cchPath) override {
-        if (const HRESULT fault = Fault("IShellLinkW::GetWorkingDirectory")) return fault;
-        return GiveText(m_link.workingFolder, path, cchPath);
+        return Get("IShellLinkW::GetWorkingDirectory", m_link.workingFolder, path, cchPath);
     }
     HRESULT SetWorkingDirectory(LPCWSTR path) override {
         return Set("IShellLinkW::SetWorkingDirectory", path, m_link.workingFolder);
     }
 
     HRESULT GetArguments(LPWSTR text, int cchText) override {
-        if (const HRESULT fault = Fault("IShellLinkW::GetArguments")) return fault;
-        return GiveText(m_link.arguments, text, cchText);
+        return Get("IShellLinkW::GetArguments", m_link.arguments, text, cchText);
     }
     HRESULT SetArguments(LPCWSTR text) override {
         return Set("IShellLinkW::SetArguments", text, m_link.arguments);
     }
 
     HRESULT GetShowCmd(int* showCommand) override {
-        if (const HRESULT fault = Fault("IShellLinkW::GetShowCmd")) return fault;
-        *showCommand = m_link.showCommand;
-        return S_OK;
+        return Call("IShellLinkW::GetShowCmd", [&] {
+            *showCommand = m_link.showCommand;
+            return S_OK;
+        });
     }
     HRESULT SetShowCmd(int showCommand) override {
-        if (const HRESULT fault = Fault("IShellLinkW::SetShowCmd")) return fault;
-        m_link.showCommand = showCommand;
-        m_dirty = true;
-        return S_OK;
+        return Call("IShellLinkW::SetShowCmd", [&] {
+            m_link.showCommand = showCommand;
+            m_dirty = true;
+            return S_OK;
+        });
     }
 
     HRESULT GetIconLocation(LPWSTR path, int cchPath, int* icon) override {
-        if (const HRESULT fault = Fault("IShellLinkW::GetIconLocation")) return fault;
-        *icon = m_link.icon;
-        return GiveText(m_link.iconPath, path, cchPath);
+        return Call("IShellLinkW::GetIconLocation", [&] {
+            *icon = m_link.icon;
+            return GiveText(m_link.iconPath, path, cchPath);
+        });
     }
     HRESULT SetIconLocation(LPCWSTR path, int icon) override {
         const HRESULT set = Set("IShellLinkW::SetIconLocation", path, m_link.iconPath);
@@ -144,18 +163,29 @@ class ShellLink final : public IShellLinkW, public IPersistFile {
         return S_OK;
     }
     HRESULT IsDirty() override { return m_dirty ? S_OK : S_FALSE; }
-    HRESULT Load(LPCOLESTR path, DWORD mode) override;
-    HRESULT Save(LPCOLESTR path, BOOL remember) override;
+    HRESULT Load(LPCOLESTR path, DWORD) override {
+        return Call("IPersistFile::Load", path, [&] { return LoadFrom(path); });
+    }
+    HRESULT Save(LPCOLESTR path, BOOL remember) override {
+        return Call("IPersistFile::Save", path, [&] { return SaveTo(path, remember); });
+    }
     HRESULT SaveCompleted(LPCOLESTR) override { return S_OK; }
     HRESULT GetCurFile(LPOLESTR*) override {
         NotModelled("IPersistFile::GetCurFile", "memory that the caller frees");
     }
 
   private:
+    HRESULT PointTo(LPCWSTR path);
+    HRESULT LoadFrom(LPCWSTR path);
+    HRESULT SaveTo(LPCWSTR path, BOOL remember);
+    static HRESULT Get(const char* call, const std::u16string& text, LPWSTR buffer, int cchBuffer) {
+        return Call(call, [&] { return GiveText(text, buffer, cchBuffer); });
+    }
     HRESULT Set(const char* call, LPCWSTR text, std::u16string& target) {
-        if (const HRESULT fault = Fault(call)) return fault;
-        m_dirty = true;
-        return TakeText(text, target);
+        return Call(call, text, [&] {
+            m_dirty = true;
+            return TakeText(text, target);
+        });
     }
 
     ULONG m_references = 1;
@@ -175,8 +205,7 @@ Place TargetOf(std::u16string_view path) {
 }
 
 // A target that doesn't exist is stored too; the result is then S_FALSE.
-HRESULT ShellLink::SetPath(LPCWSTR path) {
-    if (const HRESULT fault = Fault("IShellLinkW::SetPath")) return fault;
+HRESULT ShellLink::PointTo(LPCWSTR path) {
     if (!path) return E_INVALIDARG;
     m_dirty = true;
     if (!*path) {
@@ -199,8 +228,7 @@ HRESULT ShellLink::SetPath(LPCWSTR path) {
     return target.exists() ? S_OK : S_FALSE;
 }
 
-HRESULT ShellLink::Load(LPCOLESTR path, DWORD) {
-    if (const HRESULT fault = Fault("IPersistFile::Load")) return fault;
+HRESULT ShellLink::LoadFrom(LPCWSTR path) {
     if (!path) return E_INVALIDARG;
     const auto file = OpenPlace(Locate(path), kReading, FILE_SHARE_READ, OPEN_EXISTING, 0);
     if (!file) return HRESULT_FROM_WIN32(GetLastError());
@@ -216,8 +244,7 @@ HRESULT ShellLink::Load(LPCOLESTR path, DWORD) {
     return S_OK;
 }
 
-HRESULT ShellLink::Save(LPCOLESTR path, BOOL remember) {
-    if (const HRESULT fault = Fault("IPersistFile::Save")) return fault;
+HRESULT ShellLink::SaveTo(LPCWSTR path, BOOL remember) {
     if (!path) NotModelled("IPersistFile::Save", "saving under the file's former name");
     const auto file = OpenPlace(Locate(path), kWriting, 0, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL);
     if (!file) return HRESULT_FROM_WIN32(GetLastError());
