@@ -33,9 +33,11 @@ class Unpacking {
             m_filePlaces.push_back(place);
             place += entry.cbFile;
         }
+        m_cbAll = place;
     }
 
     Outcome Run() {
+        if (!HasRoom()) return Outcome::NoRoom;
         Prepare();
         std::vector<std::thread> threads;
         SYSTEM_INFO system;
@@ -73,6 +75,12 @@ class Unpacking {
     }
     Outcome State() const { return m_progress.IsCancelled() ? Outcome::Cancelled : m_outcome.load(); }
 
+    // False only if the drive surely has too little. Others may take what it has now, so each write is checked too.
+    bool HasRoom() const {
+        ULARGE_INTEGER available;
+        return !GetDiskFreeSpaceExW(m_folder, &available, nullptr, nullptr) || available.QuadPart >= m_cbAll;
+    }
+
     // Makes the folders, and the files that no single block makes.
     void Prepare() {
         for (std::size_t i = 0; i < m_filePlaces.size() && State() == Outcome::Right; ++i) {
@@ -96,11 +104,14 @@ class Unpacking {
 
     Outcome UnpackBlock(HANDLE file, std::size_t block);
 
-    // A time that is set before the last thread has written wouldn't stay.
+    // A time that is set before the last thread has written wouldn't stay. What was whole may have been deleted meanwhile.
     void Finish() {
         for (std::size_t i = 0; i < m_filePlaces.size() && State() == Outcome::Right; ++i) {
             const Entry& entry = m_archive.table.entries[i];
-            if (entry.IsFolder() || (entry.cbFile != 0 && !IsDivided(i))) continue;
+            if (entry.IsFolder() || (entry.cbFile != 0 && !IsDivided(i))) {
+                if (GetFileAttributesW(PathOf(entry)) == INVALID_FILE_ATTRIBUTES) Note(Outcome::Failed);
+                continue;
+            }
             const FILETIME written = TimeOf(entry);
             const KernelHandle file = OpenHandle(PathOf(entry), GENERIC_WRITE, kShareAll, OPEN_EXISTING, 0);
             if (!file || !SetFileTime(file.get(), nullptr, nullptr, &written) ||
@@ -116,6 +127,7 @@ class Unpacking {
     std::vector<std::uint64_t> m_blockOffsets;  // of the packed bytes in the download
     std::vector<std::uint64_t> m_blockPlaces;   // of the first byte in the sequence of all files
     std::vector<std::uint64_t> m_filePlaces;
+    std::uint64_t m_cbAll = 0;
     std::atomic<std::size_t> m_nextBlock = 0;
     std::atomic<Outcome> m_outcome = Outcome::Right;
 };

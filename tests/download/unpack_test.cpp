@@ -1,13 +1,13 @@
 #include "unpack.h"
 
-#include <lzma.h>
-
 #include <commctrl.h>
+
+#include <mutex>
 
 #include "boot_marks.h"
 #include "command_line.h"
+#include "download/made_download.h"
 #include "harness/driver.h"
-#include "harness/machine_view.h"
 #include "ids.h"
 #include "private_folder.h"
 #include "progress_dlg.h"
@@ -16,57 +16,23 @@ using namespace download;
 
 namespace {
 
-std::string Packed(const std::string& bytes) {
-    std::string packed(lzma_stream_buffer_bound(bytes.size()), 0);
-    std::size_t cb = 0;
-    EXPECT_EQ(lzma_easy_buffer_encode(0, LZMA_CHECK_SHA256, nullptr,
-                                      reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size(),
-                                      reinterpret_cast<std::uint8_t*>(packed.data()), &cb, packed.size()),
-              LZMA_OK);
-    return packed.substr(0, cb);
-}
-
-constexpr std::uint64_t kTime = 132'000'000'000'000'000;
-
-// A download with these files, in blocks of `cbBlock` bytes. NAME\ is a folder, and NAME! a read-only file.
-std::string Download(const std::string& list, std::size_t cbBlock) {
-    Table table;
-    std::string all, blocks;
-    for (const std::string& item : Items(list)) {
-        const std::size_t split = std::min(item.find(':'), item.size());
-        std::string name = item.substr(0, split);
-        const std::string bytes = item.substr(std::min(split + 1, item.size()));
-        const DWORD attributes = name.back() == '\\'  ? FILE_ATTRIBUTE_DIRECTORY
-                                 : name.back() == '!' ? FILE_ATTRIBUTE_READONLY
-                                                      : 0;
-        if (attributes) name.pop_back();
-        table.entries.push_back({Wide(name), bytes.size(), kTime, attributes});
-        all += bytes;
-    }
-    for (std::size_t at = 0; at < all.size(); at += cbBlock) {
-        const std::string packed = Packed(all.substr(at, cbBlock));
-        table.blocks.push_back({packed.size(), std::min(cbBlock, all.size() - at)});
-        blocks += packed;
-    }
-    const std::string program = "a program", bytes = WriteTable(table);
-    const std::string packed = Packed(bytes);
-    return program + blocks + packed +
-           WriteTrailer({program.size(), blocks.size(), packed.size(), bytes.size(), SumOfProgram(program)});
-}
-
 const std::string kFiles = "d\\ d\\e\\ empty: a:first d\\e\\long:0123456789abcdefghij d\\fixed!:x last:y";
 
 class DownloadTest : public ScratchTest {
   protected:
     // Unpacks the download into C:\Scratch\new.
     static Outcome UnpackBytes(const std::string& download) {
-        DeleteTree(At("new"));
         MakeFile(At("download.exe"), download);
-        MakeFolder(At("new"));
         Archive archive;
         const Outcome outcome = OpenArchive(CString(At("download.exe")), archive);
-        if (outcome != Outcome::Right) return outcome;
+        return outcome == Outcome::Right ? UnpackArchive(archive) : outcome;
+    }
+
+    static Outcome UnpackArchive(const Archive& archive, const std::function<void()>& onShare = {}) {
+        DeleteTree(At("new"));
+        MakeFolder(At("new"));
         Progress progress(archive.table);
+        progress.onShare = onShare;
         return Unpack(archive, CString(At("new")), progress);
     }
 };
@@ -92,7 +58,7 @@ TEST_F(DownloadTest, FilesAreUnpackedFromAnyBlocks) {
 }
 
 TEST_F(DownloadTest, EachChangedBitAndEachCutIsNoticed) {
-    const std::string whole = Download(kFiles, 16);
+    const std::string whole = Download("d\\ a:first d\\long:0123456789", 8);
     for (std::size_t at = 0; at < whole.size(); ++at) {
         std::string changed = whole;
         changed[at] = static_cast<char>(changed[at] ^ 1 << at % 8);
@@ -101,6 +67,29 @@ TEST_F(DownloadTest, EachChangedBitAndEachCutIsNoticed) {
     for (std::size_t at = 0; at < whole.size(); at += 8)
         EXPECT_EQ(UnpackBytes(whole.substr(0, at)), Outcome::Damaged) << "cut at " << at;
     EXPECT_EQ(UnpackBytes(whole + "more"), Outcome::Damaged);
+}
+
+TEST_F(DownloadTest, WithoutRoomNothingIsMade) {
+    constexpr std::uint64_t kTooLarge = std::uint64_t{1} << 47;
+    EXPECT_EQ(
+        UnpackArchive({CString(At("download.exe")), 0, {{{8, kTooLarge}}, {{TEXT("a"), kTooLarge, 0, 0}}}}),
+        Outcome::NoRoom);
+    EXPECT_EQ(Look(At("new")), Files());
+}
+
+// What is deleted was whole, or will be written later.
+TEST_F(DownloadTest, WhatIsDeletedUnderItIsNoticed) {
+    for (const char* const name : {"new\\a", "new\\d"})
+        for (const std::size_t cbBlock : {7, 100}) {
+            MakeFile(At("download.exe"),
+                     Download("d\\ d\\e\\ a:first d\\e\\long:0123456789abcdefghij last:y", cbBlock));
+            Archive archive;
+            ASSERT_EQ(OpenArchive(CString(At("download.exe")), archive), Outcome::Right);
+            std::once_flag once;
+            EXPECT_EQ(UnpackArchive(archive, [&] { std::call_once(once, [&] { DeleteTree(At(name)); }); }),
+                      Outcome::Failed)
+                << name << cbBlock;
+        }
 }
 
 TEST_F(DownloadTest, ACancelledUnpackingEnds) {
@@ -195,6 +184,22 @@ TEST_F(PrivateFolderTest, ItsMarksAreThereBeforeItAndGoWithIt) {
     }
     EXPECT_FALSE(Exists(path));
     EXPECT_EQ(BootMarks(), (std::vector<Mark>{{At("other"), {}}}));
+}
+
+CHILD_PROGRAM(KilledDownload) {
+    PrivateFolder folder;
+    if (folder.Make({{}, {{TEXT("f"), 0, 0, 0}}}) != Outcome::Right) return 1;
+    MakeFile(folder.Path().Text() + TEXT("\\f"));
+    MakeFile(At("path"), Narrow(folder.Path().Text()));
+    ExitProcess(9);
+}
+
+TEST_F(PrivateFolderTest, TheNextStartRemovesThatOfAKilledRun) {
+    ASSERT_EQ(RunChild("KilledDownload"), 9u);
+    const Text path = Wide(FileBytes(At("path")).value_or(""));
+    EXPECT_TRUE(Exists(path + TEXT("\\f")));
+    RestartMachine();
+    EXPECT_FALSE(Exists(path));
 }
 
 TEST_F(PrivateFolderTest, ThoseOfKilledRunsAreRemovedAndThoseInUseStay) {

@@ -68,9 +68,8 @@ Resource NameString(const tools::WideText& product, std::uint16_t language) {
     return {kStrings, {{}, kNameBlock}, language, block};
 }
 
-std::string ProgramFor(const fs::path& stub, const fs::path& application) {
+std::string WithTextsOf(const fs::path& application, std::string program) {
     const std::vector<Resource> theirs = ReadResources(ReadFile(application));
-    std::string program = ReadFile(stub);
     std::vector<Resource> resources = ReadResources(program);
     VersionBlock version = VersionOf(theirs);
     const tools::WideText product = TextsOf(version).product;
@@ -85,18 +84,18 @@ std::string ProgramFor(const fs::path& stub, const fs::path& application) {
         return isName;
     });
     resources.push_back(NameString(product, language));
-    program = WithResources(std::move(program), std::move(resources));
-    program.resize((program.size() + 7) / 8 * 8);
-    return program;
+    return WithResources(std::move(program), std::move(resources));
 }
 
 void MakeDownload(const fs::path& stub, const fs::path& package, const fs::path& target) {
-    std::string program;
-    try {
-        program = ProgramFor(stub, package / "QtvApp8.exe");
-    } catch (const std::runtime_error& error) {
-        throw std::runtime_error((package / "QtvApp8.exe").string() + " " + error.what());
-    }
+    std::string program = ReadFile(stub);
+    // A program of the embedded machine stays as it is.
+    if (program.starts_with("MZ")) try {
+            program = WithTextsOf(package / "QtvApp8.exe", std::move(program));
+        } catch (const std::runtime_error& error) {
+            throw std::runtime_error((package / "QtvApp8.exe").string() + " " + error.what());
+        }
+    program.resize((program.size() + 7) / 8 * 8);
     std::ofstream file(target, std::ios::binary);
     std::uint64_t cbFile = 0;
     const auto write = [&](std::string_view bytes) {

@@ -192,6 +192,37 @@ class TreeWriter {
     std::string m_folders, m_data, m_texts, m_bytes;
 };
 
+// Writes the last sections of a program anew, one behind the other.
+class SectionWriter {
+  public:
+    // Cuts the program where the bytes of the section begin.
+    SectionWriter(std::string& program, const Headers& headers, std::size_t section)
+        : m_program(program),
+          m_address(At<uint32_t>(program, section + 12)),
+          m_sectionAlignment(At<uint32_t>(program, headers.optional + 32)),
+          m_fileAlignment(At<uint32_t>(program, headers.optional + 36)) {
+        m_program.resize(At<uint32_t>(program, section + 20));
+    }
+
+    // Where the next section is loaded.
+    uint32_t Address() const { return m_address; }
+
+    // Puts bytes at the end of the program, as the content of the section with this header.
+    void Place(std::size_t header, const std::string& bytes, std::size_t cbUsed) {
+        Set(m_program, header + 8, static_cast<uint32_t>(cbUsed));
+        Set(m_program, header + 12, m_address);
+        Set(m_program, header + 16, static_cast<uint32_t>(Aligned(bytes.size(), m_fileAlignment)));
+        Set(m_program, header + 20, static_cast<uint32_t>(m_program.size()));
+        m_program += bytes;
+        m_program.resize(Aligned(m_program.size(), m_fileAlignment));
+        m_address = static_cast<uint32_t>(Aligned(m_address + cbUsed, m_sectionAlignment));
+    }
+
+  private:
+    std::string& m_program;
+    uint32_t m_address, m_sectionAlignment, m_fileAlignment;
+};
+
 }  // namespace
 
 bool ResourceName::operator<(const ResourceName& other) const {
@@ -219,15 +250,11 @@ std::vector<Resource> ReadResources(std::string_view program) {
 std::string WithResources(std::string program, std::vector<Resource> resources) {
     const Headers headers(program);
     const auto address = At<uint32_t>(program, headers.Directory(kResourceDirectory));
-    const std::size_t section = headers.SectionOf(program, address);
-    const auto sectionAlignment = At<uint32_t>(program, headers.optional + 32);
-    const auto fileAlignment = At<uint32_t>(program, headers.optional + 36);
+    const std::size_t section = headers.SectionOf(program, address), after = section + cbSection;
     const std::size_t end = headers.sections + headers.count * cbSection;
-    const std::size_t after = section + cbSection;
     const auto relocations = At<uint32_t>(program, headers.Directory(kRelocationDirectory));
     if (after + cbSection < end || (after < end && At<uint32_t>(program, after + 12) != relocations))
         throw std::runtime_error("has more than relocations after its resources");
-
     Types types;
     for (const Resource& each : resources)
         types[each.type][each.name][each.language] = &each.bytes;
@@ -235,25 +262,14 @@ std::string WithResources(std::string program, std::vector<Resource> resources) 
     std::string moved;
     if (after < end) moved = headers.Bytes(program, relocations);
 
-    program.resize(At<uint32_t>(program, section + 20));
-    std::size_t next = address;
-    // Puts bytes at the end of the program, as the content of a section.
-    const auto place = [&](std::size_t header, const std::string& bytes, std::size_t cbUsed) {
-        Set(program, header + 8, static_cast<uint32_t>(cbUsed));
-        Set(program, header + 12, static_cast<uint32_t>(next));
-        Set(program, header + 16, static_cast<uint32_t>(Aligned(bytes.size(), fileAlignment)));
-        Set(program, header + 20, static_cast<uint32_t>(program.size()));
-        program += bytes;
-        program.resize(Aligned(program.size(), fileAlignment));
-        next = Aligned(next + cbUsed, sectionAlignment);
-    };
-    place(section, tree, tree.size());
+    SectionWriter writer(program, headers, section);
+    writer.Place(section, tree, tree.size());
     Set(program, headers.Directory(kResourceDirectory) + 4, static_cast<uint32_t>(tree.size()));
     if (after < end) {
-        Set(program, headers.Directory(kRelocationDirectory), static_cast<uint32_t>(next));
-        place(after, moved, At<uint32_t>(program, after + 8));
+        Set(program, headers.Directory(kRelocationDirectory), writer.Address());
+        writer.Place(after, moved, At<uint32_t>(program, after + 8));
     }
-    Set(program, headers.optional + 56, static_cast<uint32_t>(next));
+    Set(program, headers.optional + 56, writer.Address());
     Set(program, headers.optional + 64, 0);
     return program;
 }

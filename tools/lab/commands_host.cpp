@@ -36,8 +36,10 @@ void Copy(const fs::path& from, const fs::path& to) {
     for (auto entry = fs::recursive_directory_iterator(from); entry != fs::recursive_directory_iterator();
          ++entry) {
         const fs::path name = entry->path().lexically_relative(from);
-        // Programs of the package are shared by hard links.
-        if (!entry->is_directory() && name.native().starts_with("C/Package/") && name.extension() == ".exe")
+        // Programs of the package are shared by hard links, and so is its download.
+        const bool isOfPackage =
+            name.native().starts_with("C/Package/") || name.native().starts_with("C/Download/");
+        if (!entry->is_directory() && isOfPackage && name.extension() == ".exe")
             fs::create_hard_link(entry->path(), to / name);
         else
             winhost::CopyStored(entry->path(), to / name);

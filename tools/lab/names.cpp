@@ -81,6 +81,14 @@ std::string Neutral(std::string text) {
             if (end != at && end <= at + 4 && text.compare(end, 4, ".tmp") == 0)
                 text.replace(at, end - at, "*");
         }
+    // A download's folder has a name of 26 characters by chance.
+    constexpr std::size_t kDigits = 26;
+    for (std::size_t at = 0; (at = text.find(".dl", at)) != text.npos; ++at) {
+        const std::size_t begin = text.rfind('\\', at) + 1;
+        if (at - begin != kDigits) continue;
+        text.replace(begin, kDigits, "*");
+        at = begin;
+    }
     return text;
 }
 

@@ -111,7 +111,7 @@ def full(benches, options):
 def power(benches, options):
     """The power goes at every step of an installation, an update and an uninstall, and of the restart after them."""
     def plan(scenario):
-        if scenario.name == 'install-wizard':
+        if scenario.name in ('install-wizard', 'download'):
             return
         steps = run_within(benches, scenario, room=UNLIMITED)['steps']
         count = QUICK_CUTS if options.quick else max(steps, CUTS)

@@ -22,6 +22,7 @@ LINKS = f'{GROUP}*|{DESKTOP}*|log: Made Dir: *|log: Shell Link: *'
 HIDDEN_LIBRARY = 'C:\\Package\\runtime9.dll*'
 HANDLER = 'HKLM\\SOFTWARE\\Classes\\CLSID\\*'
 ASIDE = f'{TARGET}*.old: file *|{TARGET}*.new: file *'
+DOWNLOADED = 'C:\\Program Files\\[*].dl\\*|mark: delete C:\\Program Files\\[*].dl*'
 WININIT = 'C:\\Windows\\WININIT.INI: '
 # Everything that differs between an installation for all users and one for the current user.
 OTHER_SCOPE = (f'{GROUP}*: gone|{DESKTOP}gone|<Desktop>\\Qantivo 8.lnk: *|<Programs>\\Qantivo 8\\*|log: *|'
@@ -49,6 +50,7 @@ EXCEPTIONS = [
     ('1.9', AT_ONCE, 'uninstall', 'DeleteFileW|RemoveDirectoryW|_wfopen|ReadFile', 'mark: delete <CommonPrograms>*'),
     ('1.10', AT_ONCE, 'update|uninstall', 'GetFileAttributesW', f'{TARGET}*: file S *'),
     ('1.11', AT_ONCE, 'uninstall', 'GetEnvironmentVariableW', '*C:\\Windows\\uni[*].tmp: *'),
+    ('1.12', AT_ONCE, 'download', '*|kill:*|full:*', DOWNLOADED),
     # ---- repaired by a restart, another run and a restart ----
     ('2.1', SECOND, 'update', 'CopyFileW|MoveFileExW|kill:CopyFileW|kill:DeleteFileW|kill:MoveFileExW',
      f'{TARGET}presets.dat: gone'),
@@ -116,7 +118,10 @@ def prefix_of(call):
 
 def exception_of(scenario, call, problem):
     stage, item, what = problem
-    return next((row for row in EXCEPTIONS if row[1] == stage and matches(row[2], scenario) and matches(row[3], call)
+    # A download starts an install, which meets the same.
+    names = (scenario, 'install') if scenario == 'download' else (scenario,)
+    return next((row for row in EXCEPTIONS if row[1] == stage and any(matches(row[2], name) for name in names)
+                 and matches(row[3], call)
                  and matches(row[4], f'{item}: {what}')), None)
 
 

@@ -63,7 +63,7 @@ def on_benches():
     parts = [part for part in options.parts if part in ('calls', 'kills', 'power', 'full', 'two')]
     if not parts:
         return
-    build(ASAN, 'host-asan', 'setup')
+    build(ASAN, 'host-asan', 'setup', 'download')
     benches = Benches(options.setup or ASAN / 'setup.exe')
     for part in parts:
         yield part, lambda part=part: getattr(disturbed, part)(benches, options)
@@ -72,7 +72,7 @@ def on_benches():
 def jobs():
     """Yields each part with what it does."""
     if set(options.parts) - {'rounds', 'space'}:
-        build(HOST, 'host', 'lab', 'setup', 'list_watch', 'list_worker', 'bare_copy', 'peak_memory', 'sample_package_earlier',
+        build(HOST, 'host', 'lab', 'setup', 'download', 'download_make', 'list_watch', 'list_worker', 'bare_copy', 'peak_memory', 'sample_package_earlier',
               'regsvr32', *(['random_runs', 'rehearse'] if 'both' in options.parts else []))
     yield from on_benches()
     if 'list' in options.parts:

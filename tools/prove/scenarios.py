@@ -1,4 +1,5 @@
-"""What is disturbed: a fresh install, an update, an install in the wizard, and an uninstall, each with a small package."""
+"""What is disturbed: a fresh install, an update, an install in the wizard, a download, and an uninstall, each with a small
+package."""
 import subprocess
 from dataclasses import dataclass
 
@@ -7,6 +8,7 @@ from lab import HOST, PRODUCT, UNINSTALL, Unusable
 WIZARD = r'C:\Package\setup.exe'
 DOWNLOADED = r' -sfxname=C:\Download\package.exe'  # where the settings lie that setup takes over
 INSTALL = rf'{WIZARD} -s -runafter{DOWNLOADED}'
+DOWNLOAD = r'C:\Download\package.exe -s -runafter'
 COPY = 'uni*.tmp'
 MANIFEST = ['File Copy: QtvApp8.exe', 'File Copy: QtvApp8Man.chm', 'File Copy: QtvUnInst.exe', 'File Copy: ThumbQvi32.dll',
             'File Copy: engine.dll', 'File Copy: presets.dat', 'File Copy: readme-en.txt > readme.txt',
@@ -32,7 +34,7 @@ class Scenario:
 
 SCENARIOS = {each.name: each for each in (
     Scenario('install', INSTALL, ('setup.exe',)), Scenario('update', INSTALL, ('setup.exe',)),
-    Scenario('install-wizard', WIZARD, ('setup.exe',)),
+    Scenario('install-wizard', WIZARD, ('setup.exe',)), Scenario('download', DOWNLOAD, ('package.exe',)),
     Scenario('uninstall', UNINSTALL, ('QtvUnInst.exe', COPY), installs=False))}
 
 
@@ -74,6 +76,15 @@ def make_package(lab, version):
     lab.write(r'C:\Download\QtvApp8.ini', f'[settings]\r\nversion={version}\r\n')
 
 
+def make_download(lab, setup):
+    """The download is beside the setup program in its build."""
+    stub, package = copy_program(lab, setup.parent / 'download.exe', r'C:\stub.exe'), lab.path('C:\\Package')
+    target = lab.path(r'C:\Download\package.exe')
+    subprocess.run([HOST / 'download_make', stub, package, target], check=True)
+    target.chmod(0o755)
+    stub.unlink()
+
+
 def install(lab):
     if complaint := run(lab, INSTALL, 'setup.exe')['complaint']:
         raise Unusable(f'no installation to start from: {complaint}')
@@ -98,9 +109,11 @@ def prepare(lab, scenario, root, setup):
         install(lab)
         lab.path(r'C:\Package\QtvApp8Man.hlp').unlink()
     make_package(lab, 'late')
+    if scenario.name == 'download':
+        make_download(lab, setup)
     if scenario.name == 'uninstall':
         install(lab)
-    if not scenario.name.startswith('install'):
+    if scenario.name in ('update', 'uninstall'):
         lab.write(rf'{PRODUCT}\my notes.txt', "the user's\n")
         lab.value(key=EXTENSIONS + r'\.jpg\UserChoice', name='Progid', text=r'Applications\QtvApp8.exe')
 
@@ -117,7 +130,7 @@ def run_again(lab, scenario):
     """Once more, undisturbed, as a user would. If the program of an uninstall no longer exists or is not whole, a copy of the
     uninstaller from the package does the work. A silent run asks nothing, so it also repairs what the wizard left."""
     if scenario.installs:
-        return run(lab, INSTALL if scenario.command == INSTALL else INSTALL.removesuffix(DOWNLOADED), 'setup.exe')
+        return run(lab, INSTALL.removesuffix(DOWNLOADED) if scenario.command == WIZARD else scenario.command, 'setup.exe')
     program, source = lab.path(rf'{PRODUCT}\QtvUnInst.exe'), lab.path(r'C:\Package\QtvUnInst.exe')
     if program.exists() and program.stat().st_size == source.stat().st_size:
         return run(lab, UNINSTALL, COPY)

@@ -1,5 +1,10 @@
-// The class "Static": texts, lines and pictures.
+// The class "Static": texts, lines and pictures. The class "msctls_progress32": a share of 100.
 #include "controls/statics.h"
+
+#include <commctrl.h>
+
+#include <algorithm>
+#include <utility>
 
 #include "core/bytes.h"
 #include "core/machine.h"
@@ -20,6 +25,10 @@ constexpr UINT kLastStaticMessage = 0x174;
 
 struct StaticState : ControlState {
     LRESULT image = 0;
+};
+
+struct ProgressState : ControlState {
+    LRESULT share = 0;
 };
 
 // A picture sets the size of its control.
@@ -58,6 +67,18 @@ LRESULT StaticProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
     }
     if (message >= STM_GETIMAGE - 3 && message <= kLastStaticMessage)
         NotModelled("Static", "message " + std::to_string(message));
+    return DefaultOf(window, message, wParam, lParam);
+}
+
+LRESULT ProgressProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == WM_NCCREATE) FindOwnWindow(window)->state = std::make_unique<ProgressState>();
+    if (message == WM_GETDLGCODE) return DLGC_STATIC;
+    ProgressState* const state = StateOf<ProgressState>(window);
+    if (message == PBM_GETPOS && state) return state->share;
+    if (message == PBM_SETPOS && state)
+        return std::exchange(state->share, std::min<LRESULT>(100, static_cast<LRESULT>(wParam)));
+    if (message > WM_USER && message < WM_APP)
+        NotModelled("msctls_progress32", "message " + std::to_string(message));
     return DefaultOf(window, message, wParam, lParam);
 }
 

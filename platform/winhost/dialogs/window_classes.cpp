@@ -26,6 +26,7 @@ struct Classes {
     std::map<std::u16string, WindowClass> byName = {
         {u"BUTTON", {u"Button", ButtonProcedure}},
         {u"EDIT", {u"Edit", EditProcedure}},
+        {u"MSCTLS_PROGRESS32", {u"msctls_progress32", ProgressProcedure}},
         {u"STATIC", {u"Static", StaticProcedure}},
         {kDialogClass, {kDialogClass, DialogProcedure}},
     };

@@ -27,6 +27,8 @@ constexpr DWORD kCreationAttributes = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_H
                                       FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_NORMAL;
 // A folder must leave room for a name of 8.3 characters, so its path must be shorter than that of a file.
 constexpr std::size_t kMaxFolderPath = MAX_PATH - 12;
+// Of 100 nanoseconds.
+constexpr std::int64_t kTicksOfSecond = 10'000'000, kTicksTo1970 = 11'644'473'600 * kTicksOfSecond;
 
 struct FileObject : KernelObject {
     FileObject(std::unique_ptr<OpenFile> opened, unsigned rights, std::u16string path)
@@ -172,9 +174,10 @@ HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTE
                    DWORD flags, HANDLE templateFile) {
     if (Fails("CreateFileW")) return INVALID_HANDLE_VALUE;
     if (security || templateFile) NotModelled("CreateFileW", "security attributes, template files");
-    if (access & ~(GENERIC_READ | GENERIC_WRITE | DELETE))
+    if (access & ~(GENERIC_READ | GENERIC_WRITE | DELETE | READ_CONTROL))
         NotModelled("CreateFileW", "access " + std::to_string(access));
-    if (flags & ~(kCreationAttributes | FILE_FLAG_BACKUP_SEMANTICS))
+    // A machine has no links of its own, so a link is never opened.
+    if (flags & ~(kCreationAttributes | FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT))
         NotModelled("CreateFileW", "flags " + std::to_string(flags));
     const bool isDisposition = disposition >= CREATE_NEW && disposition <= TRUNCATE_EXISTING;
     if (!isDisposition || share & ~kShareAll ||
@@ -239,6 +242,28 @@ DWORD GetFileSize(HANDLE handle, LPDWORD high) {
     // The low half of a size can look like the failure. The last error then shows that it is none.
     if (static_cast<DWORD>(size) == INVALID_FILE_SIZE) SetLastError(ERROR_SUCCESS);
     return static_cast<DWORD>(size);
+}
+
+BOOL SetFilePointerEx(HANDLE handle, LARGE_INTEGER distance, LARGE_INTEGER* place, DWORD method) {
+    if (Fails("SetFilePointerEx")) return FALSE;
+    if (method != FILE_BEGIN || place)
+        NotModelled("SetFilePointerEx", "a place that isn't counted from the start");
+    const auto file = FileWith(handle, 0);
+    if (!file) return FALSE;
+    return lseek(file->file->descriptor(), distance.QuadPart, SEEK_SET) >= 0 || FailWith(ErrorOf(errno));
+}
+
+BOOL SetFileTime(HANDLE handle, const FILETIME* created, const FILETIME* accessed, const FILETIME* written) {
+    if (Fails("SetFileTime")) return FALSE;
+    if (created || accessed || !written)
+        NotModelled("SetFileTime", "another time than that of the last write");
+    const auto file = FileWith(handle, kWriting);
+    if (!file) return FALSE;
+    const std::int64_t ticks =
+        static_cast<std::int64_t>(std::uint64_t{written->dwHighDateTime} << 32 | written->dwLowDateTime) -
+        kTicksTo1970;
+    const timespec times[2] = {{0, UTIME_OMIT}, {ticks / kTicksOfSecond, ticks % kTicksOfSecond * 100}};
+    return futimens(file->file->descriptor(), times) == 0 || FailWith(ErrorOf(errno));
 }
 
 BOOL DeleteFileW(LPCWSTR path) {

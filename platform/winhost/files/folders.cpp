@@ -1,6 +1,7 @@
 // The current folder, and the folders of the system.
 #include "files/folders.h"
 
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -163,4 +164,23 @@ UINT GetDriveTypeW(LPCWSTR root) {
     const Place place = Locate(text);
     const bool isRoot = place.exists() && place.windows.size() == 3;
     return isRoot ? DRIVE_FIXED : DRIVE_NO_ROOT_DIR;
+}
+
+// The host's own room: a limit of the machine stands for room that other programs use meanwhile.
+BOOL GetDiskFreeSpaceExW(LPCWSTR folder, ULARGE_INTEGER* available, ULARGE_INTEGER* all,
+                         ULARGE_INTEGER* free) {
+    if (Fails("GetDiskFreeSpaceExW")) return FALSE;
+    if (!folder || all || free) NotModelled("GetDiskFreeSpaceExW", "other sizes than what is available");
+    const Place place = Locate(folder);
+    struct statvfs drive = {};
+    const DWORD error = !place.exists()                            ? place.error
+                        : !place.isFolder                          ? ERROR_DIRECTORY
+                        : statvfs(place.host.c_str(), &drive) != 0 ? ErrorOf(errno)
+                                                                   : 0;
+    if (error != 0) {
+        SetLastError(error);
+        return FALSE;
+    }
+    available->QuadPart = std::uint64_t{drive.f_bavail} * drive.f_frsize;
+    return TRUE;
 }

@@ -117,6 +117,12 @@ struct FILETIME {
     DWORD dwLowDateTime;
     DWORD dwHighDateTime;
 };
+union LARGE_INTEGER {
+    LONGLONG QuadPart;
+};
+union ULARGE_INTEGER {
+    ULONGLONG QuadPart;
+};
 struct POINT {
     LONG x;
     LONG y;
@@ -144,6 +150,7 @@ using LPSECURITY_ATTRIBUTES = SECURITY_ATTRIBUTES*;
 #define ERROR_INVALID_DATA 13L
 #define ERROR_NO_MORE_FILES 18L
 #define ERROR_SHARING_VIOLATION 32L
+#define ERROR_HANDLE_DISK_FULL 39L
 #define ERROR_FILE_EXISTS 80L
 #define ERROR_INVALID_PARAMETER 87L
 #define ERROR_BUFFER_OVERFLOW 111L
@@ -164,6 +171,7 @@ using LPSECURITY_ATTRIBUTES = SECURITY_ATTRIBUTES*;
 #define ERROR_ELEVATION_REQUIRED 740L
 #define ERROR_NOACCESS 998L
 #define ERROR_KEY_DELETED 1018L
+#define ERROR_INVALID_OWNER 1307L
 #define ERROR_PRIVILEGE_NOT_HELD 1314L
 #define ERROR_NO_SUCH_PRIVILEGE 1313L
 #define ERROR_NOT_ALL_ASSIGNED 1300L
@@ -248,6 +256,7 @@ std::tm* _localtime64(const __time64_t* time);
 #define GENERIC_READ 0x80000000u
 #define GENERIC_WRITE 0x40000000u
 #define DELETE 0x00010000u
+#define READ_CONTROL 0x00020000u
 #define FILE_SHARE_READ 1u
 #define FILE_SHARE_WRITE 2u
 #define FILE_SHARE_DELETE 4u
@@ -262,7 +271,10 @@ std::tm* _localtime64(const __time64_t* time);
 #define FILE_ATTRIBUTE_DIRECTORY 0x10u
 #define FILE_ATTRIBUTE_ARCHIVE 0x20u
 #define FILE_ATTRIBUTE_NORMAL 0x80u
+#define FILE_ATTRIBUTE_REPARSE_POINT 0x400u
 #define FILE_FLAG_BACKUP_SEMANTICS 0x02000000u
+#define FILE_FLAG_OPEN_REPARSE_POINT 0x00200000u
+#define FILE_BEGIN 0u
 #define INVALID_FILE_ATTRIBUTES 0xFFFFFFFFu
 #define INVALID_FILE_SIZE 0xFFFFFFFFu
 #define MOVEFILE_REPLACE_EXISTING 1u
@@ -293,6 +305,8 @@ HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTE
 BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD cbBuffer, LPDWORD cbRead, void* overlapped);
 BOOL WriteFile(HANDLE file, LPCVOID data, DWORD cbData, LPDWORD cbWritten, void* overlapped);
 DWORD GetFileSize(HANDLE file, LPDWORD high);
+BOOL SetFilePointerEx(HANDLE file, LARGE_INTEGER distance, LARGE_INTEGER* place, DWORD method);
+BOOL SetFileTime(HANDLE file, const FILETIME* created, const FILETIME* accessed, const FILETIME* written);
 BOOL CloseHandle(HANDLE handle);
 BOOL CopyFileW(LPCWSTR source, LPCWSTR target, BOOL failIfExists);
 BOOL MoveFileW(LPCWSTR source, LPCWSTR target);
@@ -313,6 +327,8 @@ DWORD GetCurrentDirectoryW(DWORD cchBuffer, LPWSTR buffer);
 BOOL SetCurrentDirectoryW(LPCWSTR path);
 DWORD GetFullPathNameW(LPCWSTR path, DWORD cchBuffer, LPWSTR buffer, LPWSTR* filePart);
 UINT GetDriveTypeW(LPCWSTR root);
+BOOL GetDiskFreeSpaceExW(LPCWSTR folder, ULARGE_INTEGER* available, ULARGE_INTEGER* all,
+                         ULARGE_INTEGER* free);
 
 // ---- profile files ----------------------------------------------------------------------------------------------
 

@@ -1,0 +1,82 @@
+// What a download reads of its own file: headers, trailer and table. No name of a table that is accepted leads out of the
+// folder, and the sizes agree.
+#include "format.h"
+
+#include "machine.h"
+
+namespace {
+
+using namespace download;
+
+// Eight bytes from the front; missing ones are 0.
+std::uint64_t TakeNumber(std::string_view& bytes) {
+    std::uint64_t number = 0;
+    for (std::size_t i = 0; i < std::min<std::size_t>(8, bytes.size()); ++i)
+        number |= std::uint64_t{static_cast<unsigned char>(bytes[i])} << (8 * i);
+    bytes.remove_prefix(std::min<std::size_t>(8, bytes.size()));
+    return number;
+}
+
+// The numbers of a trailer with a right sum.
+void ReadNumbers(std::string_view bytes) {
+    Trailer numbers;
+    std::uint64_t cbDownload = TakeNumber(bytes);
+    for (std::uint64_t* const number :
+         {&numbers.cbProgram, &numbers.cbBlocks, &numbers.cbTable, &numbers.cbTableUnpacked})
+        *number = TakeNumber(bytes);
+    const std::optional<Trailer> read = ReadTrailer(WriteTrailer(numbers), cbDownload);
+    for (const std::uint64_t part :
+         {std::uint64_t{cbTrailer}, numbers.cbProgram, numbers.cbBlocks, numbers.cbTable}) {
+        Require(!read || part <= cbDownload, "each part fits into what is left of the file");
+        cbDownload -= part;
+    }
+    Require(!read || (cbDownload == 0 && read->cbTableUnpacked <= cbMostTable),
+            "nothing is left, and the table is no bomb");
+}
+
+void ReadHeaders(const std::string& bytes) {
+    const SignaturePlace place = FindSignature(bytes);
+    Require(
+        place.directory == 0 || (place.checksum + 4 <= bytes.size() && place.directory + 8 <= bytes.size()),
+        "what a signature changes is a part of the program");
+    (void)SumOfProgram(bytes);
+    (void)ReadTrailer(bytes.substr(bytes.size() - std::min(bytes.size(), cbTrailer)), bytes.size());
+}
+
+// A name that is accepted means what it spells, below the folder: it is no device, no stream, and no other place.
+void TryName(const WideText& name) {
+    if (!IsPlainName(name)) return;
+    const WideText path = TEXT("C:\\Windows\\") + name;
+    WCHAR full[MAX_PATH], *part;
+    const DWORD cch = GetFullPathNameW(path.c_str(), MAX_PATH, full, &part);
+    Require(cch >= MAX_PATH || path == WideText(full, cch), "Windows takes the name as it is spelled");
+    const bool isThere = GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+    Require(isThere || GetLastError() != ERROR_INVALID_NAME, "a file can have the name");
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string bytes(Bytes(data, size));
+    ReadHeaders(bytes);
+    ReadNumbers(bytes);
+    WideText name;
+    for (std::string_view rest = bytes; rest.size() > 1; rest.remove_prefix(2))
+        name += static_cast<WCHAR>(static_cast<unsigned char>(rest[0]) | static_cast<unsigned char>(rest[1])
+                                                                             << 8);
+    TryName(name);
+    // The first byte is the size of all blocks, so that most tables are refused for another reason.
+    const std::optional<Table> table =
+        size > 0 ? ReadTable(std::string_view(bytes).substr(1), data[0]) : std::optional<Table>();
+    if (!table) return 0;
+    std::uint64_t cbFiles = 0, cbUnpacked = 0;
+    for (const Block& block : table->blocks)
+        cbUnpacked += block.cbUnpacked;
+    for (const Entry& entry : table->entries) {
+        cbFiles += entry.cbFile;
+        TryName(entry.name);
+        Require(entry.name.size() <= cchMostName, "the path is short enough");
+    }
+    Require(cbFiles == cbUnpacked, "the files are as large as the blocks");
+    return 0;
+}
