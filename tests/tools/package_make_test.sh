@@ -22,7 +22,7 @@ run() {
     shift
     "${make[@]}" "$@" 2>&1 | tr -d '\r' >said || result=$?
     [ "$result" = "$expected" ] || fail "$* ended with $result: $(<said)"
-    [ ! -e out.unfinished ] || fail "$* leaves something unfinished"
+    [ -z "$(compgen -G 'out.*')" ] || fail "$* leaves something unfinished"
 }
 says() { grep -qF -- "$1" said || fail "\"$1\" is missing in: $(<said)"; }
 # Compares the package's manifest with the standard input.
@@ -212,6 +212,15 @@ refused_text() {
 refused_text 'text:2: a byte 0' '\nFile Copy: \0'
 refused_text 'text:2: a byte 1A' '\n\x1AFile Copy: b.dat'
 refused_text 'text:1: more than 511 characters' "#$(printf '%0512d' 0)"
+printf 'File Copy: %0200d' 0 | sed 's/0/\xE4/g' >text
+refused "a name that the host can't store" app out --recipe text
+mkfifo endless
+for option in --recipe --setup; do refused 'endless is no plain file' app out "$option" endless; done
+mkdir looped
+cp -r second/. looped
+ln -s . looped/again
+refused 'looped/again is no plain file or folder' app out --earlier looped
+checked 2 'endless is no plain file' --recipe endless second
 # refused_file SAYS NAME [TARGET]
 refused_file() {
     rm -rf odd
@@ -258,17 +267,24 @@ says 'is there already'
 rm out/file
 run 0 app out
 rm -r out
-mkdir out.unfinished
-"${make[@]}" app out >said 2>&1
-says 'out.unfinished is in the way'
-rm -r out.unfinished
+
+# ---- two at once ----
+"${make[@]}" app out >said 2>&1 &
+first=0 second=0
+"${make[@]}" app out >said2 2>&1 || second=$?
+wait $! || first=$?
+[ $((first + second)) = 2 ] && [ "$first" != 1 ] || fail "two at once ended with $first and $second: $(<said) $(<said2)"
+cat said2 >>said
+grep -qE "is there already|out can't be made" said || fail "the loser says $(<said)"
+[ -z "$(compgen -G 'out.*')" ] && "${check[@]}" out >said || fail "two at once leave $(ls -d out*) $(<said)"
+rm -r out
 
 # ---- no room, but for the programs of the machine ----
 printf '\x7FELF' >tiny
 limit=$(($(stat -c %s "$build/system32/regsvr32.exe") / 1024 + 100))
 no_room() {
     (trap '' XFSZ && ulimit -f "$limit" && "${make[@]}" app out --setup tiny "$@") >said 2>&1
-    [ $? = 2 ] && [ ! -e out ] && [ ! -e out.unfinished ] || fail "without room it makes something: $(<said)"
+    [ $? = 2 ] && [ -z "$(compgen -G 'out*')" ] || fail "without room it makes something: $(<said)"
 }
 truncate -s $((limit + 1))K app/large
 no_room
@@ -283,9 +299,9 @@ says "QtvUnInst.log can't be written"
 mkdir app/long
 (cd app/long && seq 3000 | xargs touch)
 "${make[@]}" app out >said 2>&1 &
-while [ ! -e out.unfinished ] && kill -0 $!; do :; done
+while ! compgen -G 'out.*' >/dev/null && kill -0 $!; do :; done
 kill -TERM $!
 wait $!
 [ $? = 2 ] || fail 'an interrupted run has another exit code'
 says stopped
-[ ! -e out ] && [ ! -e out.unfinished ] || fail 'an interrupted run leaves something'
+[ -z "$(compgen -G 'out*')" ] || fail 'an interrupted run leaves something'

@@ -1,13 +1,10 @@
 // The package is in a plain folder of the host. So the check makes a machine for this run, with that folder in it.
-#include <unistd.h>
-
-#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
-#include <stdexcept>
 
 #include "package_check/tool.h"
+#include "common/plain_files.h"
 #include "common/throwaway_folder.h"
 #include <winhost.h>
 
@@ -15,17 +12,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Pipes and devices have no end, and neither has a folder with links to itself.
-void RefuseWhatIsNotPlain(const fs::path& folder) {
-    // The check itself tells of a folder that it can't read.
-    for (const auto& entry :
-         fs::recursive_directory_iterator(folder, fs::directory_options::skip_permission_denied))
-        if (!entry.is_regular_file() && (entry.is_symlink() || !entry.is_directory()))
-            throw std::runtime_error(entry.path().string() + " is no plain file or folder");
-}
-
 int Check(const package_check::Request& request, const std::vector<std::string>& arguments) {
-    if (fs::is_directory(arguments[request.folder])) RefuseWhatIsNotPlain(arguments[request.folder]);
+    tools::RequirePlainFiles(arguments[request.folder]);
+    if (request.recipe) tools::RequirePlainFile(arguments[request.recipe]);
     const tools::ThrowawayFolder machine("package_check");
     winhost::CreateMachine(machine.Path());
     // These are links: package and recipe are read where they are.
@@ -45,8 +34,6 @@ int main(int count, char** values) {
     const std::vector<std::string> arguments(values, values + count);
     const auto request = package_check::ReadArguments(arguments);
     if (!request) return package_check::kMisused;
-    // The machine aborts at what it can't do, such as a name that the host can't store, after it has said so in a line.
-    (void)std::signal(SIGABRT, [](int) { _exit(package_check::kMisused); });
     try {
         return Check(*request, arguments);
     } catch (const std::exception& error) {

@@ -1,3 +1,6 @@
+#include <cstdio>
+#include <exception>
+
 #include "package_check/text.h"
 #include "package_check/tool.h"
 
@@ -11,6 +14,11 @@ int wmain(int count, wchar_t** values) {
         arguments.push_back(package_check::Utf8(values[i]));
     const auto request = package_check::ReadArguments(arguments);
     if (!request) return package_check::kMisused;
-    return package_check::RunTool(*request, arguments, values[request->folder],
-                                  request->recipe ? values[request->recipe] : nullptr);
+    try {
+        return package_check::RunTool(*request, arguments, values[request->folder],
+                                      request->recipe ? values[request->recipe] : nullptr);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "package_check: %s\n", error.what());
+        return package_check::kMisused;
+    }
 }

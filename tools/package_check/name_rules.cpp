@@ -36,6 +36,11 @@ bool IsDevice(const Wide& level) {
            name[3] <= '9';
 }
 
+bool IsTooLong(const Wide& level) {
+    constexpr std::size_t kMostBytes = 255;
+    return tools::Utf8(level).size() > kMostBytes;
+}
+
 }  // namespace
 
 bool HasForbidden(const CString& name) {
@@ -51,6 +56,10 @@ bool HasBlankOrDotEnd(const CString& path) {
 
 bool HasDevice(const CString& path) {
     return AnyLevel(path, IsDevice);
+}
+
+bool HasTooLong(const CString& path) {
+    return AnyLevel(path, IsTooLong);
 }
 
 bool MatchesByShortName(const names::Text& expression, const Wide& name) {

@@ -16,6 +16,9 @@ bool HasBlankOrDotEnd(const CString& path);
 // Whether a level of the path is the name of a device, with or without an extension.
 bool HasDevice(const CString& path);
 
+// Whether a level of the path is too long for the file systems on which packages are made: they count the bytes of UTF-8.
+bool HasTooLong(const CString& path);
+
 // Whether a search finds an entry of that name, in upper case, by its short name only.
 bool MatchesByShortName(const names::Text& expression, const Wide& name);
 

@@ -1,9 +1,11 @@
 #include "package_check/package_files.h"
 
 #include <algorithm>
+#include <stdexcept>
 
 #include "engine/file_steps.h"
 #include "name_patterns.h"
+#include "package_check/name_rules.h"
 #include "run/product.h"
 #include "support/handles.h"
 
@@ -100,6 +102,7 @@ std::vector<PackageFiles::Match> PackageFiles::Find(const CString& pattern) cons
                 matches.push_back({NameOf(entry.name), entry.isFolder});
         return matches;
     }
+    if (HasTooLong(pattern)) throw std::runtime_error("a name that the host can't store: " + Utf8(pattern));
     WIN32_FIND_DATAW data;
     if (const FindHandle find(FindFirstFileW(search, &data)); find)
         matches.push_back({data.cFileName, (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0});

@@ -20,7 +20,8 @@ class PackageFiles {
         bool isFolder;
     };
     // Returns what the name or pattern of a record, relative to the package, finds by long names only, on any drive.
-    // "." and ".." are left out.
+    // "." and ".." are left out. Throws std::runtime_error for a name that only the system could find and whose level has
+    // more than 255 bytes.
     std::vector<Match> Find(const CString& pattern) const;
     // Returns the names in a folder of the package, in upper case. Empty if there is no such folder.
     std::vector<Wide> NamesIn(const CString& folder) const;

@@ -3,8 +3,10 @@
 #include <csignal>
 #include <cstdio>
 #include <fstream>
+#include <random>
 #include <string_view>
 
+#include "common/plain_files.h"
 #include "engine/file_steps.h"
 #include "install/file_version.h"
 #include "package_check/package_check.h"
@@ -27,18 +29,19 @@ void Stop(int signal) {
     stopped = signal;
 }
 
-// The package while it is made, next to its final place. The destructor removes it unless it was put there.
+// The package while it is made, in a new folder next to its final place. The destructor removes it unless it was put
+// there.
 class NewPackage {
   public:
-    explicit NewPackage(const fs::path& place) : m_place(place), m_folder(place) {
-        m_folder += ".unfinished";
-        if (fs::exists(fs::symlink_status(m_folder)))
-            throw BadInput(Shown(m_folder) +
-                           " is in the way: a run that is still busy, or that was killed, made it");
+    explicit NewPackage(const fs::path& place) : m_place(place) {
         if (fs::exists(fs::symlink_status(place)) && !(fs::is_directory(place) && fs::is_empty(place)))
             throw BadInput(Shown(place) + " is there already and is not an empty folder");
+        std::random_device random;
         std::error_code error;
-        fs::create_directory(m_folder, error);
+        do {
+            m_folder = place;
+            m_folder += "." + tools::Hex(random(), 8) + ".unfinished";
+        } while (!fs::create_directory(m_folder, error) && !error);
         if (error) throw BadInput(Shown(m_folder) + " can't be made: " + error.message());
         m_isOpen = true;
     }
@@ -168,6 +171,9 @@ int Make(const Request& request, const Reach& reach) {
     input.entries = ReadSourceFolder(request.folder);
     for (const fs::path& folder : request.own)
         input.own.push_back(RecordName(folder));
+    for (const fs::path& file : {request.recipe, request.setup})
+        tools::RequirePlainFile(file);
+    tools::RequirePlainFiles(request.earlier);
     if (!request.recipe.empty())
         input.recipe = ReadRecipe(reach(request.recipe, "recipe"), Shown(request.recipe));
     CheckPrograms(request, input.entries, reach);
