@@ -62,6 +62,9 @@ TEST_F(PackageCheckProgram, RefusesWhatHasNoEnd) {
         fs::remove(place);
         if (fs::exists(kept)) fs::rename(kept, place);
     }
+    std::ofstream(m_package / "conin$") << "content";
+    EXPECT_EQ(Run(), 1);
+    EXPECT_NE(m_said.find("Another name: this one is kept for a device."), m_said.npos) << m_said;
     std::ofstream(m_package / "QtvUnInst.log", std::ios::app)
         << "File Copy: " + std::string(200, '\xE4') + "\r\n";
     EXPECT_EQ(Run(), 2);

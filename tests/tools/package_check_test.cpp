@@ -140,7 +140,7 @@ TEST_F(PackageCheckTest, EveryTrapOfARecordIsFound) {
          {}},
         {"File Copy: ..\\pkg\\a\nMake Dir: s\\..\\..\\t",
          "outside-folder:4 outside-folder:5 unnamed-file(a)"},
-        {deepRecords.c_str(), "long-path:6", {deep.c_str(), deeper.c_str()}},
+        {deepRecords.c_str(), "long-for-download:5 long-path:6", {deep.c_str(), deeper.c_str()}},
         {longRemovals.c_str(), "long-path:5 long-path:7", {}},
         {"File Copy: s \\*.*\nFile Copy: a > b.\nMake Dir: s.\\t\nFile Del: ...\nFile Overwrite: abc*.",
          "blank-or-dot-end:4 blank-or-dot-end:5 blank-or-dot-end:6 blank-or-dot-end:7 unnamed-file(a) "
@@ -149,6 +149,15 @@ TEST_F(PackageCheckTest, EveryTrapOfARecordIsFound) {
         {"File Copy: a > nul\nMake Dir: Com1.x\\t\nFile Del: LPT9 .x.y\nFile Del: com10\nFile Del: lpt0\n"
          "File Del: cons",
          "device-name:4 device-name:5 device-name:6 unnamed-file(a)"},
+        {"File Del: com\xB9\nFile Del: lpt\xB2.x\nFile Del: s\\COM\xB3\nFile Del: com\xB4\nFile Del: "
+         "conin$.x\n"
+         "Make Dir: conout$",
+         "device-name:4 device-name:5 device-name:6 device-name:8 device-name:9",
+         {}},
+        {"File Copy: Abcdefghi.text\nFile Copy: ABCDEF~2.TEX\nFile Copy: ABCDEF~2\nFile Copy: ABCDEF~9.TEX",
+         "short-name-taken:5",
+         {"Abcdefghi.text", "ABCDEF~2.TEX", "ABCDEF~2", "ABCDEF~9.TEX"}},
+        {"File Copy: a > ABCDEF~1\nMake Dir: s\nFile Copy: s\\abcdefghi", "", {"a", "s\\abcdefghi"}},
         {"File Overwrite: pag*.htm\nFile Copy: pag*.html\nFile Copy: a > Abcdefghi\nFile Del: abcdef~?\n"
          "File Del: abcdefghi~1*\nFile Del: abc*.",
          "short-name-match:4 short-name-match:7",
@@ -269,6 +278,26 @@ TEST_F(PackageCheckTest, ManyRecordsForOneFolderAreANote) {
         EXPECT_EQ(ExitCode(), 0);
         DeleteTree(kPackage + TEXT("\\s"));
     }
+}
+
+TEST_F(PackageCheckTest, NamesTooLongForADownloadAreANote) {
+    const std::string folder = "Make Dir: " + std::string(100, 'd') + "\n",
+                      name = folder.substr(10, 100) + "\\";
+    for (const auto& [cchFile, expected] : {std::pair(99u, ""), {100u, "long-for-download:5"}}) {
+        const std::string file = name + std::string(cchFile, 'f');
+        Write(file, "content");
+        Write("QtvUnInst.log", kStart + folder + "File Copy: " + file + " > a\n");
+        EXPECT_EQ(Check(), expected);
+        EXPECT_EQ(ExitCode(), 0);
+        DeleteTree(kPackage + TEXT("\\") + Wide(file));
+    }
+}
+
+TEST_F(PackageCheckTest, ACommentThatMakesTheRemovalDeleteIsTold) {
+    Write("QtvUnInst.log", kStart + "File Copy: a | remark\nMake Dir: s | remark");
+    EXPECT_EQ(Check(), "comment:4 no-match:4 comment:5");
+    EXPECT_NE(m_findings[0].happens.find("it deletes a file"), std::string::npos);
+    EXPECT_EQ(m_findings[2].happens.find("deletes"), std::string::npos);
 }
 
 TEST_F(PackageCheckTest, WhatCanNotBeReadIsTold) {

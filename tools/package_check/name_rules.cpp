@@ -29,11 +29,12 @@ bool EndsInBlankOrDot(const Wide& level) {
 bool IsDevice(const Wide& level) {
     CString name = level.substr(0, level.find('.')).c_str();
     name = name.TrimRight().MakeUpper();
-    for (const LPCWSTR device : {TEXT("CON"), TEXT("PRN"), TEXT("AUX"), TEXT("NUL")})
+    for (const LPCWSTR device :
+         {TEXT("CON"), TEXT("PRN"), TEXT("AUX"), TEXT("NUL"), TEXT("CONIN$"), TEXT("CONOUT$")})
         if (name == device) return true;
     const CString port = name.Left(3);
-    return name.GetLength() == 4 && (port == TEXT("COM") || port == TEXT("LPT")) && name[3] >= '1' &&
-           name[3] <= '9';
+    return name.GetLength() == 4 && (port == TEXT("COM") || port == TEXT("LPT")) &&
+           wcschr(TEXT("123456789\xB9\xB2\xB3"), name[3]) != nullptr;
 }
 
 bool IsTooLong(const Wide& level) {
@@ -62,12 +63,20 @@ bool HasTooLong(const CString& path) {
     return AnyLevel(path, IsTooLong);
 }
 
-bool MatchesByShortName(const names::Text& expression, const Wide& name) {
-    if (names::IsShort(name) || names::Matches(expression, name)) return false;
+std::vector<Wide> ShortNamesOf(const Wide& name) {
+    std::vector<Wide> candidates;
+    if (names::IsShort(name)) return candidates;
     const names::ShortNames shortNames(name, name);
     for (unsigned number = 1; number <= shortNames.firstSummed(); ++number)
-        if (names::Matches(expression, shortNames.Candidate(number))) return true;
-    return false;
+        candidates.push_back(shortNames.Candidate(number));
+    return candidates;
+}
+
+bool MatchesByShortName(const names::Text& expression, const Wide& name) {
+    if (names::Matches(expression, name)) return false;
+    const std::vector<Wide> candidates = ShortNamesOf(name);
+    return std::any_of(candidates.begin(), candidates.end(),
+                       [&](const Wide& candidate) { return names::Matches(expression, candidate); });
 }
 
 }  // namespace package_check

@@ -1,6 +1,8 @@
 // What Windows does with the names in records, by rules that are the same on every system that checks a package.
 #pragma once
 
+#include <vector>
+
 #include "name_patterns.h"
 #include "package_check/text.h"
 
@@ -18,6 +20,10 @@ bool HasDevice(const CString& path);
 
 // Whether a level of the path is too long for the file systems on which packages are made: they count the bytes of UTF-8.
 bool HasTooLong(const CString& path);
+
+// Returns the short names, 8 characters and an extension of 3, that a drive tries first for a name in upper case. None
+// if the name is short itself.
+std::vector<Wide> ShortNamesOf(const Wide& name);
 
 // Whether a search finds an entry of that name, in upper case, by its short name only.
 bool MatchesByShortName(const names::Text& expression, const Wide& name);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "engine/file_steps.h"
+#include "format.h"
 #include "package_check/name_rules.h"
 #include "run/product.h"
 
@@ -229,9 +230,23 @@ void RecordChecks::CheckLength(const CString& path, int cchMost, const char* eff
            "Shorter names, or fewer folders.");
 }
 
+void RecordChecks::CheckDownload(const CString& name) {
+    constexpr int kMost = static_cast<int>(download::cchMostName);
+    if (name.GetLength() <= kMost) return;
+    const std::size_t before = m_findings.size();
+    Report("long-for-download",
+           "The name has " + std::to_string(name.GetLength()) + " characters. A download takes up to " +
+               std::to_string(kMost) +
+               ", because it unpacks into a folder whose own name is longer than that of the installation "
+               "folder.",
+           "A shorter name, unless the package is never made into a download.");
+    if (m_findings.size() > before) m_findings.back().isNote = true;
+}
+
 void RecordChecks::AddFile(const CString& source, const CString& target) {
     m_files.MarkNamed(source);
     CheckLength(target, MAX_PATH - 1, "the file isn't copied");
+    if (target.GetLength() < MAX_PATH) CheckDownload(source.Mid(WithSeparator(m_package).GetLength()));
     const Wide key = Key(target);
     if (key == m_logKey)
         Report("log-record",

@@ -53,6 +53,7 @@ class RecordChecks {
 
     bool NameWorks(const CString& name, const CString& folder, bool wildcards);
     void CheckLength(const CString& path, int cchMost, const char* effect);
+    void CheckDownload(const CString& name);
     void AddFile(const CString& source, const CString& target);
     void MakeFolders(const CString& target);
     bool IsMade(const CString& folder) const;
@@ -61,6 +62,7 @@ class RecordChecks {
     void FinishFolders();
     void FinishRemovals();
     void FinishShortNames();
+    void FinishShortNamesOfOthers();
     void FinishSingles();
     void RequireInstalled(LPCWSTR file, const char* id, const char* happens);
 

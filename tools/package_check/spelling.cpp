@@ -95,7 +95,9 @@ void MendComment(Record& record) {
     record.mendings.push_back(
         {"comment",
          JobOf(*record.kind) == Job::Copy
-             ? "The comment becomes part of the name, so nothing is found and nothing is copied."
+             ? "The comment becomes part of the name, so nothing is found and nothing is copied. But the "
+               "removal "
+               "leaves the comment out: it deletes a file of that name that was never installed."
              : "The comment becomes part of the name of the folder, and Windows does not allow such a name: "
                "the "
                "folder is neither made nor removed.",

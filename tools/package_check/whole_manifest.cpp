@@ -19,6 +19,7 @@ void RecordChecks::Finish() {
     FinishFolders();
     FinishRemovals();
     FinishShortNames();
+    FinishShortNamesOfOthers();
     FinishSingles();
     RequireInstalled(kApplicationFile, "application-not-installed",
                      "The shortcuts and the registry name a program that is not installed.");
@@ -28,8 +29,9 @@ void RecordChecks::Finish() {
         "installed.");
     RequireInstalled(kHelpFile, "help-not-installed", "The shortcut to the help opens nothing.");
     for (const CString& name : m_files.Unnamed())
-        m_findings.push_back({"unnamed-file", Utf8(name), 0, "no record names this file",
-                              "It isn't installed.", "File Copy: " + Utf8(name)});
+        m_findings.push_back(
+            {"unnamed-file", Utf8(name), 0, "no record names this file", "It isn't installed.",
+             HasDevice(name) ? "Another name: this one is kept for a device." : "File Copy: " + Utf8(name)});
 }
 
 void RecordChecks::FinishFolders() {
@@ -105,6 +107,23 @@ void RecordChecks::FinishShortNames() {
             "name the pattern also finds " +
                 Utf8(more->c_str()) + ", and files of the user with such names.",
             "The files by name, or a pattern that is meant for both.");
+    }
+}
+
+// The drive gives the file that comes first such a name, and takes the other one for the same file.
+void RecordChecks::FinishShortNamesOfOthers() {
+    for (const auto& [key, target] : m_targets) {
+        const CString folder = WithSeparator(FolderOf(key.c_str()));
+        for (const Wide& candidate : ShortNamesOf(NameOf(key.c_str()).Text())) {
+            const auto other = m_targets.find((folder + candidate.c_str()).Text());
+            if (other == m_targets.end()) continue;
+            Add("short-name-taken", std::max(target.line, other->second.line), candidate.c_str(),
+                "Most drives store a second, short name for each file, and may choose " +
+                    Utf8(candidate.c_str()) + " for " + Utf8(NameOf(key.c_str())) + " (" + Line(target.line) +
+                    "). Then one of the two files replaces the other.",
+                "A name for " + Utf8(candidate.c_str()) + " (" + Line(other->second.line) +
+                    ") without a ~ and a number.");
+        }
     }
 }
 
