@@ -1,6 +1,7 @@
 #include "rehearse/rehearsal.h"
 
 #include "harness/scratch.h"
+#include "rehearse/expected.h"
 #include "rehearse/report.h"
 
 namespace {
@@ -30,6 +31,13 @@ std::string LeftFiles(const rehearse::Rehearsal& rehearsal) {
     for (const auto& left : rehearsal.left)
         if (left.change.name.starts_with("C:\\Scratch"))
             text += left.change.name.substr(11) + " (" + left.reason + ")\n";
+    return text;
+}
+
+std::string FaultsOf(const rehearse::Rehearsal& rehearsal) {
+    std::string text;
+    for (const auto& [step, what] : rehearsal.faults)
+        text += step + ": " + what + "\n";
     return text;
 }
 
@@ -95,20 +103,26 @@ TEST_F(Rehearsed, TellsWhatMayStayFromWhatShouldHaveGone) {
         const char* option;
         std::string left;
         const char* before = "";  // a file that is there already
+        const char* faults = "";
     } rows[] = {
         // The next start removes the outer folder. Then nothing removes that of the installation.
         {"portable, with folders named from the outside",
-         uninstaller + "File Copy prt: StartQV8.exe\r\nMake Dir: a\r\nMake Dir: a\\b\r\n", "-instport",
+         uninstaller + "File Copy prt: StartQV8.exe\r\nFile Copy prt: presets.dat > n\\x\r\nMake Dir: "
+                       "a\r\nMake Dir: a\\b\r\n",
+         "-instport",
          "Apps\\ (on the way to the installation folder)\nApps\\Qantivo\\ ()\n"
-         "Apps\\StartQV8.exe (a portable installation's, in the parent folder)\n"},
+         "Apps\\StartQV8.exe (a portable installation's, in the parent folder)\n",
+         "", "setup: C:\\Scratch\\Apps\\n\\x isn't there\n"},
         {"no uninstaller", "", "-instdir",
-         "Apps\\ ()\nApps\\Qantivo\\ ()\nApps\\Qantivo\\QtvApp8.exe ()\nApps\\Qantivo\\QtvUnInst.log ()\n"},
+         "Apps\\ ()\nApps\\Qantivo\\ ()\nApps\\Qantivo\\QtvApp8.exe ()\nApps\\Qantivo\\QtvUnInst.log ()\n",
+         "", "uninstall: showed: the machine has no uninstaller of the product  ->  nothing to run\n"},
         {"a file of the user's goes", uninstaller + "File Del: ..\\u.dat\r\n", "-instdir", "Apps\\u.dat ()\n",
          "\\u.dat"},
-        {"a file in the installation's folder goes", uninstaller + "File Del: u.dat\r\n", "-instdir",
+        {"a file in the installation's folder goes",
+         uninstaller + "File Del: u.dat\r\nFile Copy: presets.dat > n\\x\r\n", "-instdir",
          "Apps\\Qantivo\\ (the installation folder is the package's own)\n"
          "Apps\\Qantivo\\u.dat (the installation folder is the package's own)\n",
-         "\\Qantivo\\u.dat"},
+         "\\Qantivo\\u.dat", "setup: C:\\Scratch\\Apps\\Qantivo\\n\\x isn't there\n"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -116,10 +130,65 @@ TEST_F(Rehearsed, TellsWhatMayStayFromWhatShouldHaveGone) {
         if (*row.before) MakeFile(kScratch + TEXT("\\Apps") + Wide(row.before), "");
         const auto rehearsal =
             rehearse::Rehearse({"-s", row.option, "C:\\Scratch\\Apps\\Qantivo"}, [](const auto&) {});
-        EXPECT_EQ(rehearsal.ExitCode(), row.left.find("()") != std::string::npos);
+        EXPECT_EQ(rehearsal.ExitCode(), row.left.find("()") != std::string::npos || *row.faults);
+        EXPECT_EQ(FaultsOf(rehearsal), row.faults);
         EXPECT_EQ(LeftFiles(rehearsal), row.left);
         Clear();
     }
+}
+
+TEST_F(Rehearsed, KnowsWhatTheManifestInstalls) {
+    MakeFile(kRehearsed + TEXT("\\QtvUnInst.log"),
+             "File Copy: a.dat > P\r\nFile Copy: b*.DAT\r\nFile Copy: s\\*\r\nFile Copy: none\r\nFile Copy: "
+             "b*.dat > w\r\n"
+             "File Copy: A.DAT\r\nFile Copy: b1.dat > p\r\nFile Copy x64: a.dat > x\r\nFile Copy ind: a.dat "
+             "> i\r\n"
+             "File Copy prt: a.dat\r\nMake Dir: d\r\nFile Del: a.dat\r\n");
+    lab::State machine = {
+        {"C:\\Package\\a.dat", "file RHS 1 bytes a"}, {"C:\\Package\\b1.dat", "file 1 bytes b"},
+        {"C:\\Package\\b2.dat", "file 1 bytes b"},    {"C:\\Package\\s\\", "folder"},
+        {"C:\\Package\\s\\b3.dat", "file 1 bytes b"}, {"C:\\Packages\\b4.dat", "file 1 bytes b"}};
+    const auto told = [&](bool isPortable) {
+        std::string text;
+        for (const std::string& what :
+             rehearse::WronglyInstalled(machine, "C:\\Package\\", "C:\\A\\Q\\", isPortable))
+            text += what.substr(what.find('Q') == 5 ? 7 : 3) + "\n";
+        return text;
+    };
+    EXPECT_EQ(
+        told(false),
+        "a.dat isn't there\nb1.dat isn't there\nb2.dat isn't there\np isn't there\ns\\b3.dat isn't there\n");
+    for (const char* file : {"A.dat", "b1.dat", "b2.dat", "p", "s\\b3.dat", "i"})
+        machine[std::string("C:\\A\\Q\\") + file] = "file 1 bytes b";
+    EXPECT_EQ(told(false), "a.dat has other bytes than in the package\n");
+    machine["C:\\A\\Q\\A.dat"] = "file R 1 bytes a";
+    EXPECT_EQ(told(false), "");
+    EXPECT_EQ(told(true), "A\\a.dat isn't there\ni has other bytes than in the package\nx isn't there\n");
+}
+
+// The time must not grow with the product of files and records: it would be minutes.
+TEST_F(Rehearsed, JudgesTwelveThousandFilesAtOnce) {
+    const std::string folder = "C:\\Scratch\\Q\\";
+    std::string log;
+    rehearse::Changes left = {{'+', folder, "", "folder"}};
+    for (int i = 0; i < 12'000; ++i) {
+        const std::string below = "d" + std::to_string(i % 100) + "\\";
+        if (i < 100) left.push_back({'+', folder + below, "", "folder"});
+        left.push_back({'+', folder + below + "F" + std::to_string(i), "", "1 bytes"});
+        if (i % 2) log += "File Copy: " + below + "f" + std::to_string(i) + "\r\n";
+    }
+    MakeFile(kScratch + TEXT("\\Q\\d0\\F0 long name"), "");
+    left.push_back({'+', folder + "d0\\F0 long name", "", "0 bytes"});
+    MakeFile(kScratch + TEXT("\\Q\\QtvUnInst.log"), log + "File Del: d0\\*long*\r\n");
+    const auto judged = rehearse::Judge(left, {rehearse::Installation(folder + "QtvUnInst.exe", {})});
+    ASSERT_EQ(judged.size(), left.size());
+    const auto count = [&](const std::string& reason) {
+        return std::count_if(judged.begin(), judged.end(),
+                             [&](const rehearse::Leftover& item) { return item.reason == reason; });
+    };
+    EXPECT_EQ(count("it holds what stays"), 51);
+    EXPECT_EQ(count(""), 6000 + 50 + 1);
+    EXPECT_EQ(count("the log doesn't name it, so nothing takes it"), 6000);
 }
 
 // One of each thing that a report can show.
@@ -151,6 +220,7 @@ rehearse::Rehearsal Everything() {
     uninstall.remains = {{'+', "C:\\Apps\\", "", "folder"}};
     rehearse::Rehearsal rehearsal;
     rehearsal.steps = {setup, uninstall, rehearse::Step{"restart", "", {}, {}, {}, {}, {}}};
+    rehearsal.faults = {{"setup", "ended with 3"}, {"setup", "<i>  isn't there"}};
     rehearsal.left = {{{'+', "C:\\stays", "", "5 bytes"}, "why"}, {{'+', "HKCU\\<k>\\", "", "key"}, ""}};
     return rehearsal;
 }
@@ -209,12 +279,15 @@ until the next start, of files
     nothing changed
 
 ==== what is left ====
+what went wrong
+    setup: ended with 3
+    setup: <i>  isn't there
 and may stay
     C:\
     + stays                                     why
 and should have gone: registry
   + HKCU\<k>\
-1 thing is left that should have gone
+1 thing is left that should have gone, but 2 things went wrong
 )");
     EXPECT_EQ(rehearse::ToText(rehearsal.steps[2], true),
               "\n\x1B[1m==== restart ====\x1B[0m\n    nothing changed\n");
@@ -222,6 +295,10 @@ and should have gone: registry
                   {"\x1B[1mand may stay\x1B[0m\n    C:\\\n\x1B[32m    + stays  ", " \x1B[0mwhy\n\x1B[1mand",
                    "\x1B[31m1 thing is left"});
     rehearsal.left.pop_back();
+    rehearsal.faults.pop_back();
+    ExpectInOrder(rehearse::LeftToText(rehearsal, true),
+                  {"\x1B[31mnothing that should have gone, but 1 thing went wrong"});
+    rehearsal.faults.clear();
     ExpectInOrder(rehearse::LeftToText(rehearsal, true), {"\x1B[32mnothing that should have gone"});
     rehearsal.left.assign(2, {{'-', "C:\\x", "", ""}, ""});
     ExpectInOrder(rehearse::LeftToText(rehearsal, true), {"\x1B[31m    - x", "2 things are left"});
@@ -238,17 +315,32 @@ TEST(RehearsalReport, ShowsAllToAProgram) {
          "\"after\": \"folder\"},\n",
          "\"log\": [\n\"Made Dir: x\"],\n\"atNextStart\": [\n\"delete y\"],\n\"remains\": []},\n",
          R"("started": false, "exitCode": 2,)", "\"remains\": [\n{\"change\": \"+\"",
-         "{\"step\": \"restart\",\n\"programs\": [],\n\"messages\"", "\"left\": [\n",
+         "{\"step\": \"restart\",\n\"programs\": [],\n\"messages\"",
+         "\"faults\": [\n{\"step\": \"setup\", \"what\": \"ended with 3\"},\n", "\"left\": [\n",
          R"("after": "5 bytes", "mayStay": "why"},)", "\"mayStay\": \"\"}]}\n"});
+}
+
+TEST(RehearsalReport, IsHarmlessAndReadableWhateverTheNames) {
+    const std::string odd =
+        "a\x1B[\x7F\xC2\x9B"
+        "b\xE2\x80\xAE\xFF\xED\xA0\x80\xC3\xA4  c";
+    EXPECT_EQ(tools::Shown(odd), "a\\x1b[\\x7f\\x9bb\\u202e\\xff\\xed\\xa0\\x80\xC3\xA4  c");
+    const std::string json = rehearse::ToJson(Everything(), odd, "");
+    EXPECT_TRUE(tools::IsUtf8(json));
+    ExpectInOrder(json, {"\"a\\u001b[\x7F\xC2\x9B"
+                         "b\xE2\x80\xAE\\u00ff\\ud800\xC3\xA4  c\""});
 }
 
 TEST(RehearsalReport, IsAPageThatHoldsAllThatItNeeds) {
     rehearse::Rehearsal rehearsal = Everything();
     const std::string page = rehearse::ToHtml(rehearsal, "<p>", "Wine");
+    EXPECT_NE(page.find("code, h1, li { white-space: pre-wrap; }"), page.npos);
     ExpectInOrder(page, {"<title>&lt;p&gt;, rehearsed</title>",
                          "<body>\n<h1>&lt;p&gt;</h1>\n<p>Rehearsed on Wine.</p>",
                          "<details open class=\"wrong\"><summary>What is left</summary>",
                          "<div class=\"verdict went\">1 thing is left",
+                         "<div class=\"bad\"><h3>what went wrong</h3>",
+                         "setup: &lt;i&gt;  isn't there</li>",
                          "<div class=\"bad\"><h3>and should have gone: registry</h3>",
                          "<ul>\n<li data-depth=\"0\" style=\"--depth:0\"><span class=\"came\">+ "
                          "HKCU\\&lt;k&gt;\\</span></li>\n</ul>",
@@ -272,6 +364,7 @@ TEST(RehearsalReport, IsAPageThatHoldsAllThatItNeeds) {
     for (const char* part : {"<img", "http:", "https:"})
         EXPECT_EQ(page.find(part), page.npos) << part;
     rehearsal.left.pop_back();
+    rehearsal.faults.clear();
     ExpectInOrder(rehearse::ToHtml(rehearsal, "p", ""),
                   {"class=\"right\"><summary>", "verdict came\">nothing"});
 }

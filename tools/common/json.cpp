@@ -1,5 +1,7 @@
 #include "common/json.h"
 
+#include <algorithm>
+
 #include "common/text.h"
 
 namespace tools {
@@ -22,6 +24,10 @@ std::string JsonString(const std::string& text) {
         } else if (IsHalfAt(text, at)) {
             out += "\\u" + Hex(static_cast<std::uint16_t>(Wide(text.substr(at, 3))[0]), 4);
             at += 2;
+        } else if (const std::size_t length = CharacterAt(text, at); length != 1) {
+            // A byte that belongs to no character counts as the character with its number.
+            out += length == 0 ? "\\u" + Hex(code, 4) : text.substr(at, length);
+            at += std::max<std::size_t>(length, 1) - 1;
         } else {
             if (code == '"' || code == '\\') out += '\\';
             out += text[at];

@@ -1,5 +1,6 @@
 #include "common/text.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 
@@ -29,6 +30,16 @@ Character Decode(const std::string& bytes, std::size_t at) {
         code = code << 6 | (byte & 0x3F);
     }
     return {code, static_cast<std::size_t>(trailing) + 1};
+}
+
+constexpr bool IsHalf(std::uint32_t code) {
+    return code >= 0xD800 && code < 0xE000;
+}
+
+// Characters that change the direction of a text, and those that end a line or a paragraph.
+constexpr bool ActsOnText(std::uint32_t code) {
+    return code == 0x61C || code == 0x200E || code == 0x200F || (code >= 0x2028 && code <= 0x202E) ||
+           (code >= 0x2066 && code <= 0x2069);
 }
 
 void Append(std::string& out, std::uint32_t code) {
@@ -78,14 +89,24 @@ bool IsUtf8(const std::string& bytes) {
     return true;
 }
 
+std::size_t CharacterAt(const std::string& bytes, std::size_t at) {
+    const auto [code, length] = Decode(bytes, at);
+    return IsHalf(code) ? 0 : length;
+}
+
 std::string Shown(const std::string& text) {
     std::string out;
-    for (const char byte : text) {
-        const auto code = static_cast<unsigned char>(byte);
-        if (code >= 0x20 && code != 0x7F)
-            out += byte;
-        else
+    for (std::size_t at = 0, length; at < text.size(); at += std::max<std::size_t>(length, 1)) {
+        length = CharacterAt(text, at);
+        const std::uint32_t code = Decode(text, at).code;
+        if (length == 0)
+            out += "\\x" + Hex(static_cast<unsigned char>(text[at]), 2);
+        else if (code < 0x20 || (code >= 0x7F && code < 0xA0))
             out += "\\x" + Hex(code, 2);
+        else if (ActsOnText(code))
+            out += "\\u" + Hex(code, 4);
+        else
+            out.append(text, at, length);
     }
     return out;
 }

@@ -20,7 +20,11 @@ WideText Wide(const std::string& bytes);
 // Whether all bytes belong to UTF-8 characters.
 bool IsUtf8(const std::string& bytes);
 
-// Returns the text as it is shown in a terminal or a file: each control character becomes \x and two digits.
+// Returns how many bytes of the UTF-8 character there are at `at`. 0 if there is none.
+std::size_t CharacterAt(const std::string& bytes, std::size_t at);
+
+// Returns the text as it is shown in a terminal or a file, in UTF-8. A control character and a byte that belongs to no
+// character become \x and two digits, one that changes the direction of the text or ends a line \u and four.
 std::string Shown(const std::string& text);
 
 // Returns the text with every `from` replaced by `to`. `from` is not empty.

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "rehearse/outcomes.h"
+
 namespace rehearse {
 
 namespace {
@@ -38,20 +40,10 @@ std::string Note(const lab::Change& change) {
                               : after;
 }
 
-std::vector<std::string> MessageLines(const std::vector<lab::Message>& messages) {
-    std::vector<std::string> lines;
-    for (const lab::Message& message : messages) {
-        std::string text = message.text;
-        std::replace(text.begin(), text.end(), '\n', ' ');
-        const std::string caption = message.caption.empty() ? "" : "[" + message.caption + "] ";
-        lines.push_back(caption + text + "  ->  " + message.answer);
-    }
-    return lines;
-}
-
-void AddList(std::vector<Block>& blocks, const char* title, const std::vector<std::string>& texts) {
+void AddList(std::vector<Block>& blocks, const char* title, const std::vector<std::string>& texts,
+             bool isWrong = false) {
     if (texts.empty()) return;
-    Block block = {title, {}, false};
+    Block block = {title, {}, isWrong};
     for (const std::string& text : texts)
         block.lines.push_back({0, kPlain, text, ""});
     blocks.push_back(block);
@@ -76,7 +68,7 @@ std::vector<Block> BlocksOf(const Step& step) {
     AddList(blocks, "in the log, after the manifest", step.logLines);
     AddList(blocks, "at the next start", step.marks);
     AddList(blocks, "programs started", step.outcome.programs);
-    AddList(blocks, "messages", MessageLines(step.outcome.messages));
+    AddList(blocks, "messages", LinesOf(step.outcome.messages));
     AddTrees(blocks, "until the next start, of ", step.remains);
     return blocks;
 }
@@ -91,6 +83,10 @@ std::vector<Block> BlocksOfLeft(const Rehearsal& rehearsal) {
             mayStay.Add(left.change, left.reason);
     }
     std::vector<Block> blocks;
+    std::vector<std::string> faults;
+    for (const Fault& fault : rehearsal.faults)
+        faults.push_back(fault.step + ": " + fault.what);
+    AddList(blocks, "what went wrong", faults, true);
     if (!mayStay.IsEmpty()) blocks.push_back({"and may stay", mayStay.Lines(), false});
     AddTrees(blocks, "and should have gone: ", wrong, true);
     return blocks;
@@ -100,15 +96,14 @@ std::string VerdictOf(const Rehearsal& rehearsal) {
     if (!rehearsal.finished) return "not finished: the last step hung and was ended";
     const auto count = std::count_if(rehearsal.left.begin(), rehearsal.left.end(),
                                      [](const Leftover& left) { return left.reason.empty(); });
-    return count == 0 ? "nothing that should have gone"
-                      : std::to_string(count) + (count == 1 ? " thing is" : " things are") +
-                            " left that should have gone";
-}
-
-std::string EndOf(const Step& step) {
-    if (step.command.empty()) return {};
-    const std::string number = std::to_string(step.outcome.exitCode);
-    return (step.outcome.started ? "ended with " : "can't be started: error ") + number;
+    const auto things = [](std::size_t number) {
+        return std::to_string(number) + (number == 1 ? " thing" : " things");
+    };
+    std::string verdict = count == 0 ? "nothing that should have gone"
+                                     : things(static_cast<std::size_t>(count)) +
+                                           (count == 1 ? " is" : " are") + " left that should have gone";
+    if (!rehearsal.faults.empty()) verdict += ", but " + things(rehearsal.faults.size()) + " went wrong";
+    return verdict;
 }
 
 }  // namespace rehearse

@@ -17,11 +17,8 @@ struct Block {
 
 // What a step did.
 std::vector<Block> BlocksOf(const Step& step);
-// What is left at the end, whether it may stay or not.
+// What went wrong, and what is left at the end, whether it may stay or not.
 std::vector<Block> BlocksOfLeft(const Rehearsal& rehearsal);
 std::string VerdictOf(const Rehearsal& rehearsal);
-
-// How the step's program ended; empty for a step without one.
-std::string EndOf(const Step& step);
 
 }  // namespace rehearse

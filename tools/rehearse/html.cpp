@@ -2,6 +2,7 @@
 
 #include "common/text.h"
 #include "rehearse/blocks.h"
+#include "rehearse/outcomes.h"
 #include "rehearse/report.h"
 
 namespace rehearse {
@@ -26,6 +27,7 @@ h1 { font-size: 1.4rem; overflow-wrap: anywhere; }
 h3 { font-size: 1rem; margin: .8rem 0 .2rem; }
 p, .note { color: var(--weak); }
 code, ul { font: 13px/1.6 ui-monospace, monospace; }
+code, h1, li { white-space: pre-wrap; }
 code { overflow-wrap: anywhere; }
 details { border: 1px solid var(--line); border-radius: 6px; margin: .8rem 0; padding: 0 1rem .6rem; }
 details:not([open]) { padding-bottom: 0; }
@@ -121,8 +123,8 @@ std::string BlocksToHtml(const std::vector<Block>& blocks) {
 std::string StepToHtml(const Step& step) {
     std::string text = "<details open><summary>" + Escaped(step.name) + "</summary>\n";
     if (!step.command.empty())
-        text += "<code>" + Escaped(step.command) + "</code> <span class=\"note\">" + Escaped(EndOf(step)) +
-                "</span>\n";
+        text += "<code>" + Escaped(step.command) + "</code> <span class=\"note\">" +
+                Escaped(EndOf(step.outcome)) + "</span>\n";
     return text + BlocksToHtml(BlocksOf(step)) + "</details>\n";
 }
 
@@ -137,7 +139,7 @@ std::string ToHtml(const Rehearsal& rehearsal, const std::string& package, const
             (isRight ? "came" : "went") + "\">" + Escaped(VerdictOf(rehearsal)) + "</div>\n";
     std::vector<Block> left = BlocksOfLeft(rehearsal);
     // What should not be there comes first.
-    std::reverse(left.begin(), left.end());
+    std::stable_partition(left.begin(), left.end(), [](const Block& block) { return block.isWrong; });
     text += BlocksToHtml(left) + "</details>\n";
     text +=
         "<input id=\"filter\" type=\"search\" placeholder=\"Show lines with ...\" aria-label=\"Show lines "

@@ -5,8 +5,9 @@
 // installed first, with the same options. With --wine, the package's own Windows program runs in a throwaway Wine
 // prefix. With --html, a page for a browser shows the same. With --trace, a text lists what the programs did, in order;
 // Wine can't tell it.
-// Exits with 0, with 1 if something is left that should not be, and with 2 if there is nothing to rehearse,
-// or if a step hangs.
+// Exits with 0, with 1 if something is left that should not be, if a program ended otherwise than with 0 or showed
+// something, or if a file isn't installed as the manifest says, and with 2 if there is nothing to rehearse, or if a step
+// hangs.
 #include <unistd.h>
 
 #include <algorithm>
@@ -19,6 +20,7 @@
 #include "rehearse/packages.h"
 #include "rehearse/report.h"
 #include "rehearse/trace.h"
+#include "common/text.h"
 #include "common/throwaway_folder.h"
 #include <winhost.h>
 
@@ -85,7 +87,7 @@ void Print(const std::string& text) {
 }
 
 void Introduce(const Request& request, const std::string& machine) {
-    if (!request.json) Print(request.package + ", rehearsed on " + machine + "\n");
+    if (!request.json) Print(tools::Shown(request.package) + ", rehearsed on " + machine + "\n");
 }
 
 // Returns the packages with their folders on the machine.
@@ -245,7 +247,7 @@ int main(int count, char** values) {
         return request->wine ? RehearseUnderWine(*request, folder.Path())
                              : RehearseEmbedded(*request, folder.Path());
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "rehearse: %s\n", error.what());
+        std::fprintf(stderr, "rehearse: %s\n", tools::Shown(error.what()).c_str());
         return kMisused;
     }
 }

@@ -5,6 +5,9 @@
 #include <sstream>
 
 #include "common/text.h"
+#include "rehearse/expected.h"
+#include "rehearse/outcomes.h"
+#include "rehearse/paths.h"
 
 namespace rehearse {
 
@@ -78,6 +81,30 @@ bool ByName(const lab::Change& left, const lab::Change& right) {
     return left.name < right.name;
 }
 
+bool IsEarlier(const std::string& name) {
+    return name.starts_with(kEarlierPackage);
+}
+
+// The files of the packages that have one content. The file of the same name counts first, because setup program and
+// uninstaller have the same bytes, then that of the package.
+class Origins {
+  public:
+    // The names come sorted: those of the earlier package first.
+    void Add(const std::string& name) {
+        for (const std::string& key : {FileName(name), std::string()}) {
+            const auto [first, isNew] = m_first.try_emplace(key, name);
+            if (!isNew && IsEarlier(first->second) && !IsEarlier(name)) first->second = name;
+        }
+    }
+    const std::string& For(const std::string& fileName) const {
+        const auto same = m_first.find(fileName);
+        return same == m_first.end() ? m_first.at({}) : same->second;
+    }
+
+  private:
+    std::map<std::string, std::string> m_first;  // by the name of the file, and for any name
+};
+
 struct Hangs {};
 
 class Stage {
@@ -86,7 +113,7 @@ class Stage {
         (void)Neutral({});  // makes the folders of the shell before the first snapshot
         m_before = m_last = Look();
         for (const auto& [name, what] : m_before)
-            if (IsInPackage(name)) m_origins[what].push_back(name);
+            if (IsInPackage(name)) m_origins[what].Add(name);
     }
 
     bool Has(const std::string& name) const { return m_last.contains(name); }
@@ -96,6 +123,11 @@ class Stage {
         for (const std::string& option : options)
             command += " " + Quoted(option);
         Run({name, command, {}, {}, {}, {}, {}}, folder);
+        const bool isPortable = std::find(options.begin(), options.end(), "-instport") != options.end();
+        for (const std::string& uninstaller : Uninstallers())
+            for (const std::string& what :
+                 WronglyInstalled(m_last, folder, FolderOf(uninstaller), isPortable))
+                m_rehearsal.faults.push_back({name, Neutral(what)});
     }
 
     // Returns the programs that Windows' list of programs would start. An installation that is not in the list is found
@@ -186,6 +218,8 @@ class Stage {
                 !(m_last.contains(name) && m_last[name] == what))
                 step.logLines = ReadLog(name).lines;
         m_last = now;
+        for (const std::string& what : FaultsOf(step.outcome, !step.command.empty()))
+            m_rehearsal.faults.push_back({step.name, what});
         m_seen(step);
         m_rehearsal.steps.push_back(step);
     }
@@ -205,7 +239,6 @@ class Stage {
         return {change.kind, Neutral(change.name), describe(change.before), describe(change.after)};
     }
 
-    // The file of the same name comes first, because setup program and uninstaller have the same bytes.
     std::string DescribedFile(const std::string& name, const std::string& what) const {
         const auto origins = m_origins.find(what);
         if (origins == m_origins.end()) {
@@ -213,15 +246,10 @@ class Stage {
             const std::string kind = "file ";
             return what.substr(kind.size(), digest == what.npos ? digest : digest + 6 - kind.size());
         }
-        const auto rank = [&](const std::string& origin) {
-            return (FileName(origin) == FileName(name) ? 0 : 2) + (origin.starts_with(kPackage) ? 0 : 1);
-        };
-        const std::string& origin =
-            *std::min_element(origins->second.begin(), origins->second.end(),
-                              [&](const auto& left, const auto& right) { return rank(left) < rank(right); });
-        const bool isEarlier = rank(origin) % 2 == 1;
+        const std::string& origin = origins->second.For(FileName(name));
+        const bool isEarlier = IsEarlier(origin);
         const std::string package = isEarlier ? "the earlier package" : "the package";
-        if (rank(origin) < 2) return "as in " + package;
+        if (FileName(origin) == FileName(name)) return "as in " + package;
         const std::string folder = isEarlier ? kEarlierPackage : kPackage;
         return origin.substr(folder.size()) + " of " + package;
     }
@@ -229,8 +257,7 @@ class Stage {
     const std::function<void(const Step&)>& m_seen;
     State m_before;
     State m_last;
-    std::map<std::string, std::vector<std::string>>
-        m_origins;  // names of files of the packages, by their content
+    std::map<std::string, Origins> m_origins;  // by the content
     Rehearsal m_rehearsal;
 };
 
@@ -238,7 +265,8 @@ class Stage {
 
 int Rehearsal::ExitCode() const {
     if (!finished) return 2;
-    return std::any_of(left.begin(), left.end(), [](const Leftover& item) { return item.reason.empty(); });
+    return !faults.empty() ||
+           std::any_of(left.begin(), left.end(), [](const Leftover& item) { return item.reason.empty(); });
 }
 
 Rehearsal Rehearse(const std::vector<std::string>& options, const std::function<void(const Step&)>& seen) {

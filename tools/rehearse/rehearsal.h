@@ -24,11 +24,19 @@ struct Step {
     Changes remains;                    // after an uninstall: compared with the machine before all steps
 };
 
+// A program that ended otherwise than with 0 or showed something to a person, or a file that isn't installed.
+struct Fault {
+    std::string step;
+    std::string what;
+};
+
 struct Rehearsal {
     std::vector<Step> steps;
+    std::vector<Fault> faults;  // in the order of the steps; those of files sorted
     std::vector<Leftover> left;
     bool finished = true;
-    // 0, or 1 if something is left that should not be. 2 if it was not finished: then nobody knows.
+    // 0, or 1 if there is a fault, or if something is left that should not be. 2 if it was not finished: then nobody
+    // knows.
     int ExitCode() const;
 };
 

@@ -5,6 +5,7 @@
 #include "common/json.h"
 #include "common/text.h"
 #include "rehearse/blocks.h"
+#include "rehearse/outcomes.h"
 
 namespace rehearse {
 
@@ -88,7 +89,7 @@ std::string StepToJson(const Step& step) {
 
 std::string ToText(const Step& step, bool coloured) {
     std::string text = '\n' + Title("==== " + step.name + " ====", coloured);
-    if (!step.command.empty()) text += tools::Shown(step.command) + "   " + EndOf(step) + '\n';
+    if (!step.command.empty()) text += tools::Shown(step.command) + "   " + EndOf(step.outcome) + '\n';
     return text + BlocksToText(BlocksOf(step), coloured);
 }
 
@@ -100,13 +101,16 @@ std::string LeftToText(const Rehearsal& rehearsal, bool coloured) {
 }
 
 std::string ToJson(const Rehearsal& rehearsal, const std::string& package, const std::string& machine) {
+    const auto fault = [](const Fault& each) {
+        return "{" + Field("step", each.step) + ", " + Field("what", each.what) + "}";
+    };
     const auto leftover = [](const Leftover& left) {
         return "{" + ChangeToJson(left.change) + ", " + Field("mayStay", left.reason) + "}";
     };
     return "{" + Field("package", package) + ", " + Field("machine", machine) + ",\n" +
            "\"exitCode\": " + std::to_string(rehearsal.ExitCode()) + ",\n" +
-           Array("steps", rehearsal.steps, StepToJson) + ",\n" + Array("left", rehearsal.left, leftover) +
-           "}\n";
+           Array("steps", rehearsal.steps, StepToJson) + ",\n" + Array("faults", rehearsal.faults, fault) +
+           ",\n" + Array("left", rehearsal.left, leftover) + "}\n";
 }
 
 }  // namespace rehearse

@@ -4,15 +4,12 @@
 
 #include "engine/manifest.h"
 #include "common/text.h"
+#include "rehearse/paths.h"
 #include "support/handles.h"
 
 namespace rehearse {
 
 namespace {
-
-std::string FolderOf(const std::string& path) {
-    return path.substr(0, path.rfind('\\') + 1);
-}
 
 bool IsFolder(const std::string& name) {
     return name.ends_with('\\');
@@ -30,20 +27,31 @@ bool NamesProduct(std::string name) {
     return false;
 }
 
-// Whether the system finds the file by one of the patterns, as the removal does.
-bool IsNamed(const std::string& file, const std::string& folder, const std::vector<CString>& patterns) {
-    const tools::WideText wanted = tools::Wide(file);
+// Whether the system finds a file by this name only if the file has it, but for the case of its letters.
+bool NamesItself(const CString& name) {
+    return std::all_of(
+               name.Text().begin(), name.Text().end(),
+               [](WCHAR unit) { return unit >= 0x20 && unit < 0x7F && !wcschr(TEXT("*?<>\"~/"), unit); }) &&
+           name.Last() != '.';
+}
+
+// Adds the files that the system finds by the patterns, as the removal does.
+void AddNamed(const std::string& folder, const std::vector<CString>& patterns,
+              std::unordered_set<std::string>& named) {
     for (const CString& pattern : patterns) {
         const CString path = CString(tools::Wide(folder).c_str()) + pattern;
+        if (NamesItself(pattern)) {
+            named.insert(Folded(tools::Utf8(path.Text())));
+            continue;
+        }
         const CString found = path.Left(path.ReverseFind('\\') + 1);
         WIN32_FIND_DATAW data;
         const FindHandle find(FindFirstFileW(path, &data));
         if (!find) continue;
         do {
-            if (_wcsicmp(found + data.cFileName, wanted.c_str()) == 0) return true;
+            named.insert(Folded(tools::Utf8((found + data.cFileName).Text())));
         } while (FindNextFileW(find.get(), &data));
     }
-    return false;
 }
 
 }  // namespace
@@ -68,6 +76,11 @@ void Installation::ReadLog(const char* name) {
     }
 }
 
+void Installation::FindNamed() {
+    AddNamed(m_folder, m_patterns, m_named);
+    AddNamed(m_parent, m_portablePatterns, m_namedInParent);
+}
+
 std::string Installation::WhyLeft(const lab::Change& change) const {
     const std::string& name = change.name;
     if (change.kind == '-' && name.starts_with(m_folder))
@@ -80,8 +93,8 @@ std::string Installation::WhyLeft(const lab::Change& change) const {
 
 std::string Installation::WhyFileLeft(const std::string& name) const {
     if (name.starts_with(m_folder))
-        return IsNamed(name, m_folder, m_patterns) ? "" : "the log doesn't name it, so nothing takes it";
-    return FolderOf(name) == m_parent && IsNamed(name, m_parent, m_portablePatterns)
+        return m_named.contains(Folded(name)) ? "" : "the log doesn't name it, so nothing takes it";
+    return FolderOf(name) == m_parent && m_namedInParent.contains(Folded(name))
                ? "a portable installation's, in the parent folder"
                : "";
 }
@@ -94,22 +107,24 @@ std::string Installation::WhyKeyLeft(const std::string& name) const {
     return {};
 }
 
-std::vector<Leftover> Judge(const Changes& left, const std::vector<Installation>& installations) {
+std::vector<Leftover> Judge(const Changes& left, std::vector<Installation> installations) {
+    for (Installation& installation : installations)
+        installation.FindNamed();
     std::vector<Leftover> judged;
+    std::unordered_set<std::string> held;  // folders with something in them that may stay
     for (const auto& change : left) {
         std::string reason;
         for (const Installation& installation : installations)
             if (reason.empty()) reason = installation.WhyLeft(change);
+        std::size_t end = reason.empty() ? 0 : change.name.size() - 1;
+        while (end != 0 && (end = change.name.rfind('\\', end - 1)) != change.name.npos)
+            if (!held.insert(change.name.substr(0, end + 1)).second) break;
         judged.push_back({change, reason});
     }
     // A folder is deleted only if it is empty.
-    for (Leftover& folder : judged) {
-        const std::string& name = folder.change.name;
-        if (!folder.reason.empty() || !IsFolder(name) || IsInRegistry(name)) continue;
-        for (const Leftover& other : judged)
-            if (other.change.name != name && other.change.name.starts_with(name) && !other.reason.empty())
-                folder.reason = "it holds what stays";
-    }
+    for (Leftover& folder : judged)
+        if (folder.reason.empty() && !IsInRegistry(folder.change.name) && held.contains(folder.change.name))
+            folder.reason = "it holds what stays";
     return judged;
 }
 

@@ -4,6 +4,7 @@
 #include <framework.h>
 
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "lab/lab.h"
@@ -26,6 +27,8 @@ class Installation {
     Installation(const std::string& uninstaller, const lab::State& machine);
 
     const std::string& Folder() const { return m_folder; }
+    // Finds what the log names now. Before that it names nothing.
+    void FindNamed();
     // Returns why something may be left after the uninstall; empty if it may not. The name is that of the machine.
     std::string WhyLeft(const lab::Change& change) const;
 
@@ -39,9 +42,12 @@ class Installation {
     const lab::State m_machine;
     std::vector<CString> m_patterns;          // of files that the log names
     std::vector<CString> m_portablePatterns;  // of files that a portable installation puts into the parent
+    std::unordered_set<std::string> m_named;  // what the patterns find, by their paths without case
+    std::unordered_set<std::string> m_namedInParent;
 };
 
-// Says for everything that is left of the installations whether it may be there.
-std::vector<Leftover> Judge(const Changes& left, const std::vector<Installation>& installations);
+// Says for everything that is left of the installations whether it may be there. The time grows with the number of
+// things that are left, and with that of the records.
+std::vector<Leftover> Judge(const Changes& left, std::vector<Installation> installations);
 
 }  // namespace rehearse
