@@ -218,6 +218,7 @@ TEST_F(PackageCheckTest, EveryFileThatSetupReadsIsChecked) {
         {"QtvUnInst.log", "File Copy ind: QtvUnInst.exe\nFile Copy prt: QtvApp8.exe\nFile Copy: HomePage.url",
          "application-not-installed(QtvUnInst.log) uninstaller-not-installed(QtvUnInst.log) "
          "help-not-installed(QtvUnInst.log) unnamed-file(QtvApp8Man.chm)"},
+        {"QtvApp8Man.chm", std::nullopt, "no-match:2"},
         {"QtvUnInst.log", std::nullopt, "no-manifest(QtvUnInst.log)", 2},
         {"setup.exe", std::nullopt, "setup-missing()"},
         {"QtvApp8.exe", std::nullopt,

@@ -41,7 +41,8 @@ files() {
 # ---- a manifest ----
 files app b.dat A.dat deep/er/x.dat deep/y.dat many/1 many/2 x64/ThumbQvi64.dll pat/p1 pat/p2 rare/r.dll start.exe two.txt
 mkdir -p app/empty/inside
-mv app/agreement.txt app/Agreement.TXT
+iconv -f UTF-16LE -t UTF-8 app/agreement.txt | tr -d '\r' >app/Agreement.TXT
+rm app/agreement.txt
 touch -d 2001-02-03 app/b.dat
 cat >recipe <<'END'
 # What the files don't tell.
@@ -87,6 +88,7 @@ Make Dir: many
 Make Dir: empty
 Make Dir: deep
 END
+cmp out/Agreement.TXT "$build/package/agreement.txt" || fail 'the agreement is not in the form that setup shows'
 run 0 app second --recipe recipe --own many
 diff -r out second || fail 'the same input results in other bytes'
 
@@ -123,13 +125,18 @@ File Copy x64: x64\ThumbQvi64.dll
 File Copy prt: start.exe
 File Copy prt: start2.exe
 Make Dir: made
+Make Dir: made more
+Make Dir: Made\in
+Make Dir: kept.dat
 File Overwrite: cache.dat
 File Del: older?.dat | of version 7
 File Del: back.dat | it was away for a while
 File Del: rar?.dll
 File Del: gone.dat
 END
-run 0 new update --recipe recipe --earlier old
+run 2 new update --recipe recipe --earlier old
+says 'its version 8.5.2.0 is not higher than 8.5.2.0, that of'
+run 0 new update --recipe recipe --earlier old --same-version
 diff - <(sed -n '/recipe/,$p' update/QtvUnInst.log | tr -d '\r') <<'END' || fail 'the update deletes other files'
 File Del: named.dat | by the recipe
 File Del: 2.txt
@@ -142,12 +149,33 @@ END
 diff - <(sed -n 's/^after an update stays //p' said) <<'END' || fail 'the update leaves other things'
 what the earlier record "File Del: rar?.dll" names, since the pattern matches Rare.dll as well: name the files one by one in the recipe
 rare.dll, of the earlier version, where this one's record isn't carried out
+the folder kept.dat, whose name is that of a file now
 the empty folder made, unless the recipe names it: Make Dir: made
+the empty folder made more, unless the recipe names it: Make Dir: made more
+the empty folder Made\in, unless the recipe names it: Make Dir: Made\in
 the empty folder pat, unless the recipe names it: Make Dir: pat
 the empty folder x64, unless the recipe names it: Make Dir: x64
 cache.dat, which the application of the earlier version made, unless the recipe names it: File Overwrite: cache.dat
 start.exe, in the parent folder of a portable installation
 END
+
+# version NUMBER FROM TO: copies an application with another first number.
+version() { LC_ALL=C sed "s/\(\xBD\x04\xEF\xFE......\)\x08/\1\x0$1/" "$2" >"$3"; }
+version 7 "$build/package/QtvApp8.exe" old/QtvApp8.exe
+run 0 new dirs --recipe recipe --earlier old --make-dirs
+diff - <(sed -n '/older/,$p' dirs/QtvUnInst.log | tr -d '\r') <<'END' || fail 'other folders are removed'
+File Del: older?.dat | of version 7
+Make Dir: made
+Make Dir: made more
+Make Dir: Made\in
+Make Dir: pat
+Make Dir: x64
+Make Dir: made
+END
+if grep 'empty folder' said; then fail 'folders stay that have records'; fi
+says 'the folder kept.dat, whose'
+version 9 "$build/package/QtvApp8.exe" old/QtvApp8.exe
+run 2 new older --earlier old
 
 # ---- findings, one of them in the recipe ----
 printf '# remark\nFile Copy x64: same.dat\nFile  Copy: back.dat\n' >recipe
@@ -253,8 +281,11 @@ mkfifo odd/pipe
 refused 'odd/pipe: neither a file nor a folder' odd out
 echo 'no version' >new/QtvApp8.exe
 refused "its version can't be read" new out
-LC_ALL=C sed 's/\(\xBD\x04\xEF\xFE......\)\x08/\1\x00/' "$build/package/QtvApp8.exe" >new/QtvApp8.exe
+version 0 "$build/package/QtvApp8.exe" new/QtvApp8.exe
 refused 'its first number is 0' new out
+printf '\xFF' >odd/agreement.txt
+rm odd/pipe
+refused 'odd/agreement.txt is neither UTF-8 nor UTF-16' odd out
 rm new/QtvApp8.exe
 refused 'has no QtvApp8.exe' new out
 printf MZ >program

@@ -1,6 +1,10 @@
-// Makes a download: download_make STUB PACKAGE FILE.exe
-// Prints what its version says: download_make --texts PROGRAM
-// STUB is the download without a package. Exits with 2 if the download can't be made.
+// Makes a download: download_make STUB PACKAGE FILE.exe [--icon FILE.ico]
+// Prints what its version says: download_make --texts PROGRAM [--icon FILE.ico]
+// Says whether a program is signed (0) or not (1): download_make --is-signed PROGRAM
+// Compares two programs, but for their signatures (0 or 1): download_make --same-but-signature PROGRAM PROGRAM
+// STUB is the download without a package. Without --icon, the icon is that of the application. Exits with 2 if the download
+// can't be made, or if a file is no program.
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
@@ -53,6 +57,37 @@ void AddIcon(const std::vector<Resource>& application, std::vector<Resource>& re
                 resources.push_back(resource);
 }
 
+// Returns the resources of a file of icons. Throws std::runtime_error if it is none.
+std::vector<Resource> ReadIcon(const fs::path& path) {
+    const std::string file = ReadFile(path);
+    const auto number = [&](std::size_t at, std::size_t cb) {
+        std::size_t value = 0;
+        for (std::size_t i = cb; i-- > 0;)
+            value = value << 8 | static_cast<unsigned char>(file.at(at + i));
+        return value;
+    };
+    constexpr std::size_t cbHead = 6, cbEntry = 16;
+    constexpr std::uint16_t kNeutral = 0;
+    try {
+        if (number(0, 4) != 0x10000 || number(4, 2) == 0) throw std::out_of_range("");
+        Resource group{kIconGroup, {{}, 1}, kNeutral, file.substr(0, cbHead)};
+        std::vector<Resource> resources;
+        for (std::size_t i = 0; i < number(4, 2); ++i) {
+            const std::size_t entry = cbHead + i * cbEntry, size = number(entry + 8, 4),
+                              at = number(entry + 12, 4);
+            if (size == 0 || at > file.size() || size > file.size() - at) throw std::out_of_range("");
+            const auto id = static_cast<std::uint16_t>(i + 1);
+            group.bytes += file.substr(entry, cbEntry - 4);
+            group.bytes += {static_cast<char>(id & 0xFF), static_cast<char>(id >> 8)};
+            resources.push_back({kIcon, {{}, id}, kNeutral, file.substr(at, size)});
+        }
+        resources.push_back(group);
+        return resources;
+    } catch (const std::out_of_range&) {
+        throw std::runtime_error(path.string() + " is no file of icons");
+    }
+}
+
 Resource NameString(const tools::WideText& product, std::uint16_t language) {
     std::string block;
     const auto put = [&](std::size_t unit) {
@@ -68,15 +103,35 @@ Resource NameString(const tools::WideText& product, std::uint16_t language) {
     return {kStrings, {{}, kNameBlock}, language, block};
 }
 
-std::string WithTextsOf(const fs::path& application, std::string program) {
-    const std::vector<Resource> theirs = ReadResources(ReadFile(application));
+// What the download needs to know of the application.
+struct Application {
+    std::vector<Resource> resources;
+    VersionBlock version;
+    std::vector<Resource> icon;
+};
+Application ReadApplication(const fs::path& path, const fs::path& icon) {
+    Application application;
+    try {
+        application.resources = ReadResources(ReadFile(path));
+        application.version = VersionOf(application.resources);
+        if (TextsOf(application.version).product.empty())
+            throw std::runtime_error("has no product name in its version");
+        if (icon.empty()) AddIcon(application.resources, application.icon);
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error(path.string() + " " + error.what());
+    }
+    if (!icon.empty()) application.icon = ReadIcon(icon);
+    return application;
+}
+
+std::string WithTextsOf(const Application& application, std::string program) {
     std::vector<Resource> resources = ReadResources(program);
-    VersionBlock version = VersionOf(theirs);
+    VersionBlock version = application.version;
     const tools::WideText product = TextsOf(version).product;
-    if (product.empty()) throw std::runtime_error("has no product name in its version");
     DescribeSetup(version);
-    AddIcon(theirs, resources);
-    resources.push_back({kVersion, {{}, 1}, FirstOf(theirs, kVersion)->language, WriteVersion(version)});
+    resources.insert(resources.end(), application.icon.begin(), application.icon.end());
+    resources.push_back(
+        {kVersion, {{}, 1}, FirstOf(application.resources, kVersion)->language, WriteVersion(version)});
     std::uint16_t language = 0;
     std::erase_if(resources, [&](const Resource& each) {
         const bool isName = each.type == kStrings && each.name.number == kNameBlock;
@@ -87,14 +142,12 @@ std::string WithTextsOf(const fs::path& application, std::string program) {
     return WithResources(std::move(program), std::move(resources));
 }
 
-void MakeDownload(const fs::path& stub, const fs::path& package, const fs::path& target) {
+void MakeDownload(const fs::path& stub, const fs::path& package, const fs::path& target,
+                  const fs::path& icon) {
     std::string program = ReadFile(stub);
     // A program of the embedded machine stays as it is.
-    if (program.starts_with("MZ")) try {
-            program = WithTextsOf(package / "QtvApp8.exe", std::move(program));
-        } catch (const std::runtime_error& error) {
-            throw std::runtime_error((package / "QtvApp8.exe").string() + " " + error.what());
-        }
+    if (program.starts_with("MZ"))
+        program = WithTextsOf(ReadApplication(package / "QtvApp8.exe", icon), std::move(program));
     program.resize((program.size() + 7) / 8 * 8);
     std::ofstream file(target, std::ios::binary);
     std::uint64_t cbFile = 0;
@@ -122,24 +175,61 @@ void MakeDownload(const fs::path& stub, const fs::path& package, const fs::path&
     if (!file) throw std::runtime_error(target.string() + " can't be written");
 }
 
-void PrintTexts(const fs::path& program) {
-    const VersionTexts texts = TextsOf(VersionOf(ReadResources(ReadFile(program))));
+void PrintTexts(const fs::path& program, const fs::path& icon) {
+    const VersionTexts texts = TextsOf(ReadApplication(program, icon).version);
     std::printf("Version %s\nProductName %s\nCompanyName %s\n", texts.version.c_str(),
                 tools::Utf8(texts.product).c_str(), tools::Utf8(texts.company).c_str());
+}
+
+// A signature stands at the end, after up to seven bytes 0 that fill the program up.
+std::string WithoutSignature(const fs::path& path) {
+    std::string program = ReadFile(path);
+    const download::SignaturePlace place = download::FindSignature(program);
+    if (place.directory == 0) throw std::runtime_error(path.string() + " is no program");
+    if (place.cbSignature != 0) program.resize(std::min<std::uint64_t>(place.offset, program.size()));
+    program.replace(place.checksum, 4, 4, 0);
+    program.replace(place.directory, 8, 8, 0);
+    program.resize((program.size() + 7) / 8 * 8);
+    return program;
+}
+
+bool IsSigned(const fs::path& path) {
+    const download::SignaturePlace place = download::FindSignature(ReadFile(path));
+    if (place.directory == 0) throw std::runtime_error(path.string() + " is no program");
+    return place.cbSignature != 0;
+}
+
+int Run(std::vector<std::string> arguments) {
+    fs::path icon;
+    if (const auto option = std::find(arguments.begin(), arguments.end(), "--icon");
+        arguments.end() - option > 1) {
+        icon = option[1];
+        arguments.erase(option, option + 2);
+    }
+    const std::string first = arguments.empty() ? "" : arguments[0];
+    if (arguments.size() == 2 && first == "--texts") {
+        PrintTexts(arguments[1], icon);
+    } else if (arguments.size() == 2 && first == "--is-signed") {
+        return IsSigned(arguments[1]) ? 0 : 1;
+    } else if (arguments.size() == 3 && first == "--same-but-signature") {
+        return WithoutSignature(arguments[1]) == WithoutSignature(arguments[2]) ? 0 : 1;
+    } else if (arguments.size() == 3 && !first.starts_with("-")) {
+        MakeDownload(arguments[0], arguments[1], arguments[2], icon);
+    } else {
+        std::fputs(
+            "usage: download_make STUB PACKAGE FILE.exe [--icon FILE.ico] | --texts PROGRAM [--icon "
+            "FILE.ico] | "
+            "--is-signed PROGRAM | --same-but-signature PROGRAM PROGRAM\n",
+            stderr);
+        return 2;
+    }
+    return 0;
 }
 
 }  // namespace
 
 int main(int count, char** values) try {
-    if (count == 3 && std::string_view(values[1]) == "--texts") {
-        PrintTexts(values[2]);
-    } else if (count == 4) {
-        MakeDownload(values[1], values[2], values[3]);
-    } else {
-        std::fputs("usage: download_make STUB PACKAGE FILE.exe | --texts PROGRAM\n", stderr);
-        return 2;
-    }
-    return 0;
+    return Run({values + 1, values + count});
 } catch (const std::exception& error) {
     std::fprintf(stderr, "download_make: %s\n", error.what());
     return 2;

@@ -27,7 +27,9 @@ void RecordChecks::Finish() {
         kUninstallerFile, "uninstaller-not-installed",
         "The application can't be removed: its entry in the list of programs starts a program that is not "
         "installed.");
-    RequireInstalled(kHelpFile, "help-not-installed", "The shortcut to the help opens nothing.");
+    // A product may have no help.
+    if (!m_files.Find(kHelpFile).empty())
+        RequireInstalled(kHelpFile, "help-not-installed", "The shortcut to the help opens nothing.");
     for (const CString& name : m_files.Unnamed())
         m_findings.push_back(
             {"unnamed-file", Utf8(name), 0, "no record names this file", "It isn't installed.",

@@ -1,10 +1,12 @@
 #include "package_make/installed.h"
 
+#include <algorithm>
 #include <set>
 
 #include "engine/file_steps.h"
 #include "engine/manifest.h"
 #include "package_check/name_rules.h"
+#include "package_make/manifest_text.h"
 #include "package_make/source_folder.h"
 
 namespace package_make {
@@ -102,6 +104,28 @@ CString BackAgain(const CString& pattern, const Installed& present) {
     return {};
 }
 
+// A record makes one level, and the removal takes folders in the order of their last records: so a folder comes before those
+// in it, and once more after them.
+void AddEmptyFolders(Update& update, const Installed& earlier, const Installed& present, bool makeDirs) {
+    std::vector<CString> records;
+    for (const auto& [key, name] : earlier.folders) {
+        if (present.folders.contains(key)) continue;
+        if (present.Has(key))
+            update.stays.push_back(Sentence("the folder ", name, ", whose name is that of a file now"));
+        else if (makeDirs)
+            records.push_back(Prefix(AtInstall::MakeFolder) + name);
+        else
+            update.stays.push_back(
+                Sentence("the empty folder ", name, ", unless the recipe names it: Make Dir: " + Utf8(name)));
+    }
+    update.records.insert(update.records.end(), records.begin(), records.end());
+    for (auto record = records.rbegin(); record != records.rend(); ++record)
+        if (std::any_of(records.begin(), records.end(), [&](const CString& other) {
+                return Folded(other).starts_with(Folded(*record + TEXT("\\")));
+            }))
+            update.records.push_back(*record);
+}
+
 }  // namespace
 
 Installed ReadInstalled(const package_check::PackageFiles& files, const std::vector<CString>& lines) {
@@ -111,7 +135,7 @@ Installed ReadInstalled(const package_check::PackageFiles& files, const std::vec
     return reader.Result();
 }
 
-Update UpdateFrom(const Installed& earlier, const Installed& present) {
+Update UpdateFrom(const Installed& earlier, const Installed& present, bool makeDirs) {
     Update update;
     std::set<Wide> named;
     for (const CString& line : present.removals)
@@ -135,10 +159,7 @@ Update UpdateFrom(const Installed& earlier, const Installed& present) {
         if (!present.always.contains(key) && present.sometimes.contains(key))
             update.stays.push_back(
                 Sentence("", name, ", of the earlier version, where this one's record isn't carried out"));
-    for (const auto& [key, name] : earlier.folders)
-        if (!present.folders.contains(key))
-            update.stays.push_back(
-                Sentence("the empty folder ", name, ", unless the recipe names it: Make Dir: " + Utf8(name)));
+    AddEmptyFolders(update, earlier, present, makeDirs);
     for (const auto& [key, name] : earlier.overwritten)
         if (!present.overwritten.contains(key) && !present.Has(key))
             update.stays.push_back(Sentence("", name,

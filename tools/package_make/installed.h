@@ -34,7 +34,8 @@ struct Update {
     std::vector<CString> records;    // lines for the manifest
     std::vector<std::string> stays;  // sentences about what an update doesn't remove
 };
-// Compares what the two packages install.
-Update UpdateFrom(const Installed& earlier, const Installed& present);
+// Compares what the two packages install. With `makeDirs`, folders that become empty get records instead of a sentence, unless
+// their name is that of a file now.
+Update UpdateFrom(const Installed& earlier, const Installed& present, bool makeDirs);
 
 }  // namespace package_make

@@ -15,14 +15,7 @@ namespace {
 using package_check::FolderOf;
 using package_check::Key;
 
-constexpr WCHAR kAgreement[] = TEXT("agreement.txt");
 constexpr WCHAR kAllFiles[] = TEXT("\\*.*");
-
-CString Prefix(AtInstall install) {
-    const auto kind = std::find_if(std::begin(kRecordKinds), std::end(kRecordKinds),
-                                   [&](const RecordKind& candidate) { return candidate.install == install; });
-    return kind->prefix;
-}
 
 std::string Text(const CString& name) {
     return package_check::Utf8(name);
@@ -181,6 +174,12 @@ class Manifest {
 };
 
 }  // namespace
+
+CString Prefix(AtInstall install) {
+    const auto kind = std::find_if(std::begin(kRecordKinds), std::end(kRecordKinds),
+                                   [&](const RecordKind& candidate) { return candidate.install == install; });
+    return kind->prefix;
+}
 
 std::vector<CString> DeriveManifest(const ManifestInput& input, const CString& package,
                                     const package_check::PackageFiles& files) {

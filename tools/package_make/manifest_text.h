@@ -3,6 +3,7 @@
 
 #include <vector>
 
+#include "engine/manifest.h"
 #include "package_check/package_files.h"
 #include "package_make/source_folder.h"
 
@@ -13,6 +14,9 @@ struct ManifestInput {
     std::vector<CString> own;     // folders to which only the product writes
     std::vector<CString> recipe;  // lines, which go into the manifest as they are
 };
+
+// Returns the prefix of the first kind of record that does this at the installation.
+CString Prefix(AtInstall install);
 
 // Returns the lines of the manifest, without those for an earlier version. First come the application, the uninstaller
 // and the other files, each in its own record unless a record of the recipe copies it. Then come the folders that no

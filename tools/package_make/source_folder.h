@@ -13,6 +13,8 @@ namespace package_make {
 
 using package_check::Wide;
 
+inline constexpr WCHAR kAgreement[] = TEXT("agreement.txt");
+
 // The input can't be made into a package. The text says why, with a line for each reason.
 struct BadInput : std::runtime_error {
     using std::runtime_error::runtime_error;

@@ -1,5 +1,6 @@
 #include "package_make/tool.h"
 
+#include <array>
 #include <csignal>
 #include <cstdio>
 #include <fstream>
@@ -11,6 +12,7 @@
 #include "install/file_version.h"
 #include "package_check/package_check.h"
 #include "package_check/recipe_lines.h"
+#include "package_make/agreement.h"
 #include "package_make/installed.h"
 #include "package_make/manifest_text.h"
 #include "package_make/recipe.h"
@@ -99,14 +101,37 @@ Kind KindOf(const fs::path& program) {
                : Kind::Other;
 }
 
-void CheckPrograms(const Request& request, const std::vector<Entry>& entries, const Reach& reach) {
-    const Entry* application = nullptr;
+const Entry* FileNamed(const std::vector<Entry>& entries, LPCWSTR name) {
     for (const Entry& entry : entries)
-        if (!entry.isFolder && entry.name.CompareNoCase(kApplicationFile) == 0) application = &entry;
+        if (!entry.isFolder && entry.name.CompareNoCase(name) == 0) return &entry;
+    return nullptr;
+}
+
+std::array<DWORD, 4> VersionOf(const CString& program) {
+    ReadFileVersion(program);
+    return {g_version.major, g_version.minor, g_version.release, g_version.build};
+}
+
+std::string Text(const std::array<DWORD, 4>& version) {
+    std::string text;
+    for (const DWORD number : version)
+        text += (text.empty() ? "" : ".") + std::to_string(number);
+    return text;
+}
+
+// Setup and package managers take a package for an update only if its version is higher.
+void CheckVersion(const Request& request, const CString& application, const CString& earlier) {
+    const auto before = VersionOf(WithSeparator(earlier) + kApplicationFile), now = VersionOf(application);
+    if (now <= before && !request.sameVersion)
+        throw BadInput("its version " + Text(now) + " is not higher than " + Text(before) + ", that of " +
+                       Shown(request.earlier) + "; --same-version takes it nevertheless");
+}
+
+void CheckPrograms(const Request& request, const std::vector<Entry>& entries, const CString& reached) {
+    const Entry* application = FileNamed(entries, kApplicationFile);
     if (!application)
         throw BadInput(Shown(request.folder) + " has no QtvApp8.exe: there is no application to install");
-    ReadFileVersion(reach(application->path, "QtvApp8.exe"));
-    if (g_version.major == 0)
+    if (VersionOf(reached)[0] == 0)
         throw BadInput(
             Shown(application->path) +
             ": its version can't be read, or its first number is 0; setup would call its files damaged");
@@ -138,13 +163,23 @@ std::string Bytes(const std::vector<CString>& lines) {
     return bytes;
 }
 
-Installed ReadEarlier(const fs::path& folder, const Reach& reach) {
+Installed ReadEarlier(const fs::path& folder, const CString& package) {
     std::vector<package_check::Finding> findings;
-    const CString package = reach(folder, "Earlier");
     std::vector<CString> lines;
     if (!package_check::ReadLines(WithSeparator(package) + kLogFile, lines))
         throw BadInput(Shown(folder) + " is no package: its QtvUnInst.log can't be read");
     return ReadInstalled(package_check::PackageFiles(package, findings), lines);
+}
+
+// Returns the bytes that setup shows. None without an agreement, and if the file has them already.
+std::optional<std::string> ReadAgreement(const std::vector<Entry>& entries, const Reach& reach) {
+    const Entry* const entry = FileNamed(entries, kAgreement);
+    if (!entry) return std::nullopt;
+    const auto bytes = tools::ReadWhole(reach(entry->path, "agreement.txt").Text());
+    if (!bytes) throw BadInput(Shown(entry->path) + " can't be read");
+    auto agreement = AgreementFor(*bytes);
+    if (!agreement) throw BadInput(Shown(entry->path) + " is neither UTF-8 nor UTF-16");
+    return *agreement == *bytes ? std::nullopt : agreement;
 }
 
 std::string Name(const fs::path& path) {
@@ -176,18 +211,26 @@ int Make(const Request& request, const Reach& reach) {
     tools::RequirePlainFiles(request.earlier);
     if (!request.recipe.empty())
         input.recipe = ReadRecipe(reach(request.recipe, "recipe"), Shown(request.recipe));
-    CheckPrograms(request, input.entries, reach);
+    const Entry* const application = FileNamed(input.entries, kApplicationFile);
+    const CString reached = application ? reach(application->path, "QtvApp8.exe") : CString();
+    CheckPrograms(request, input.entries, reached);
     std::optional<Installed> earlier;
-    if (!request.earlier.empty()) earlier = ReadEarlier(request.earlier, reach);
+    if (!request.earlier.empty()) {
+        const CString place = reach(request.earlier, "Earlier");
+        earlier = ReadEarlier(request.earlier, place);
+        CheckVersion(request, reached, place);
+    }
+    const std::optional<std::string> agreement = ReadAgreement(input.entries, reach);
 
     NewPackage package(request.package);
     CopyFiles(package, input.entries, request);
+    if (agreement) package.Write(FileNamed(input.entries, kAgreement)->path.filename(), *agreement);
     const CString folder = reach(package.Folder(), "Package");
     std::vector<package_check::Finding> findings;
     const package_check::PackageFiles files(folder, findings);
     std::vector<CString> lines = DeriveManifest(input, folder, files);
     Update update;
-    if (earlier) update = UpdateFrom(*earlier, ReadInstalled(files, lines));
+    if (earlier) update = UpdateFrom(*earlier, ReadInstalled(files, lines), request.makeDirs);
     lines.insert(lines.end(), update.records.begin(), update.records.end());
     package.Write("QtvUnInst.log", Bytes(lines));
     findings = package_check::CheckPackage(folder);
@@ -220,6 +263,13 @@ std::optional<Request> ReadArguments(const std::vector<fs::path>& arguments, con
             return at < arguments.size() && !arguments[at].empty() &&
                    *arguments[at].u8string().begin() != u8'-';
         };
+        bool* const flag = argument == "--same-version" ? &request.sameVersion
+                           : argument == "--make-dirs"  ? &request.makeDirs
+                                                        : nullptr;
+        if (flag) {
+            *flag = true;
+            continue;
+        }
         misused = misused || ((value || argument == "--own") && !isValue(i + 1));
         if (misused) break;
         if (value)
@@ -233,8 +283,8 @@ std::optional<Request> ReadArguments(const std::vector<fs::path>& arguments, con
     }
     if (misused || places.size() != 2) {
         std::fputs(
-            "usage: package_make FOLDER PACKAGE [--recipe FILE] [--earlier PACKAGE] [--setup FILE] [--own "
-            "FOLDER]...\n",
+            "usage: package_make FOLDER PACKAGE [--recipe FILE] [--earlier PACKAGE] [--same-version] "
+            "[--make-dirs] [--setup FILE] [--own FOLDER]...\n",
             stderr);
         return std::nullopt;
     }

@@ -1,4 +1,5 @@
-// package_make FOLDER PACKAGE [--recipe FILE] [--earlier PACKAGE] [--setup FILE] [--own FOLDER]...
+// package_make FOLDER PACKAGE [--recipe FILE] [--earlier PACKAGE] [--same-version] [--make-dirs] [--setup FILE]
+//     [--own FOLDER]...
 //
 // Makes a package in the folder PACKAGE that installs what FOLDER contains, and checks it. Exits with 0, with 1 if the
 // check has findings, or with 2 if no package can be made: PACKAGE then stays as it was. docs/releasing.md says more.
@@ -22,6 +23,8 @@ struct Request {
     std::filesystem::path earlier;
     std::filesystem::path setup;
     std::vector<std::filesystem::path> own;
+    bool sameVersion = false;  // a version that isn't higher than the earlier one is taken
+    bool makeDirs = false;     // folders that an update leaves empty get records
 };
 // Reads the arguments; the first is the program's name. If they are wrong, prints how to use the program and returns
 // none. Without --setup, the setup program is setup.exe next to `self`.
