@@ -2,14 +2,15 @@
 # usage: scripts/screenshots.sh [FOLDER]
 # example: scripts/screenshots.sh /tmp/pages
 #
-# Takes a picture of every page of the wizard, at 96 and at 144 dpi, into the folder; build/screenshots if none is named.
+# Takes a picture of every page of the wizard and of the download, at 96 and at 144 dpi, into the folder; build/screenshots if none
+# is named.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 cd "$root"
 pictures=$(absolute "${1:-$root/build/screenshots}")
 package=$(absolute "${QTV_PACKAGE:-$windows_build/package}")
 
-needs screenshots
+needs screenshots download
 [ -e "$package/setup.exe" ] || build windows sample_package
 mkdir -p "$pictures"
 make_work
@@ -21,6 +22,12 @@ trap 'end_wine "$QTV_WINE_HOME"; kill "$server"; rm -rf "$work"' EXIT
 until [ -s "$work/display" ]; do sleep 0.1; done
 DISPLAY=:$(<"$work/display")
 export DISPLAY QTV_WINE_GRAPHICS=x11 QTV_WINE_HOME=$work
+# A download with many files, so that its page stays for a while, and a damaged one.
+cp -r "$package" "$work/package"
+mkdir "$work/package/many"
+for ((i = 0; i < 5000; ++i)); do echo "$i" >"$work/package/many/$i"; done
+scripts/make_download.sh "$work/package" "$work/whole.exe" >/dev/null
+(cat "$work/whole.exe"; echo more) >"$work/damaged.exe"
 wine() { "$root/scripts/wine.sh" "$@" >/dev/null 2>&1; }
 
 cd "$package"
@@ -39,6 +46,15 @@ for dpi in 96 144; do
         xdotool key Return
     done
     wait $! || true
+    for file in damaged whole; do
+        wine "$work/$file.exe" &
+        window=$(timeout 60 xdotool search --sync --onlyvisible --name '^Qantivo 8$' | head -n 1)
+        [ "$file" = whole ] || sleep 3
+        import -window "$window" "$pictures/download-$file-$dpi.png"
+        # It cancels, or answers the message.
+        xdotool key Escape
+        wait $! || true
+    done
     end_wine "$QTV_WINE_HOME"
 done
 echo "The pictures are in $pictures"

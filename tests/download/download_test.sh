@@ -54,6 +54,19 @@ echo MZ >package/QtvApp8.exe
 refused 'is no whole Windows program' pack package out.exe
 cp "$build/stand_in.exe" package/QtvApp8.exe
 refused 'has no version' pack package out.exe
+
+# Texts in any language arrive as they are. stand_in.exe shows what Windows reads of them.
+sed -e 's/"Qantivo 8"/"Müller Foto™ «Größe» $%PATH%"/' -e 's/VALUE "FileDescription".*/&\nVALUE "LegalCopyright", "© 2026 Müller"/' \
+    "$root/sample/app.rc" >app.rc
+x86_64-w64-mingw32-windres -c 65001 -DQTV_APP_VERSION=8,5,2,0 -I "$root/res" app.rc app.o
+echo 'int main(void) { return 0; }' >app.c
+x86_64-w64-mingw32-gcc-posix -o package/QtvApp8.exe app.c app.o
+pack package foto.exe >made 2>&1 || fail "no download: $(<made)"
+QTV_TEXTS=$here\\foto.exe wine "$build/stand_in.exe" >seen
+for text in 'ProductName Müller Foto™ «Größe» $%PATH%' 'FileDescription Müller Foto™ «Größe» $%PATH% Setup' \
+    'LegalCopyright © 2026 Müller' 'FileVersion 8,5,2,0' 'OriginalFilename '; do
+    grep -qxF "$text" seen || fail "no text \"$text\" in $(<seen)"
+done
 cp "$build/package/QtvApp8.exe" package
 
 # ---- how setup is started, and how it isn't ----

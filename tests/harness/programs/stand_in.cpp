@@ -2,6 +2,7 @@
 //   setup.exe      writes what it sees to the file QTV_RECORD, and exits with QTV_EXIT. With QTV_HOLD it leaves a program
 //                  running whose current folder is that of the package
 //   another name   starts the command line QTV_LINE, answers each message box with OK, prints the boxes and the exit code.
+//                  With QTV_TEXTS it prints the texts of the version of that program instead, in UTF-8.
 //                  With QTV_PAGE it cancels or kills the program as soon as that shows its page: "cancel", "kill"
 #include <windows.h>
 #include <commctrl.h>
@@ -114,12 +115,35 @@ int Launch(const std::wstring& line) {
     return 0;
 }
 
+// Prints what the file properties show.
+int ShowTexts(const std::wstring& program) {
+    std::string block(GetFileVersionInfoSizeW(program.c_str(), nullptr), 0);
+    void* value = nullptr;
+    UINT size = 0;
+    if (!GetFileVersionInfoW(program.c_str(), 0, static_cast<DWORD>(block.size()), block.data()) ||
+        !VerQueryValueW(block.data(), L"\\VarFileInfo\\Translation", &value, &size))
+        return 96;
+    wchar_t table[64];
+    const WORD* const translation = static_cast<const WORD*>(value);
+    (void)std::swprintf(table, 64, L"\\StringFileInfo\\%04x%04x\\", translation[0], translation[1]);
+    for (const std::wstring name :
+         {L"ProductName", L"FileDescription", L"LegalCopyright", L"FileVersion", L"OriginalFilename"}) {
+        const bool isThere = VerQueryValueW(block.data(), (table + name).c_str(), &value, &size);
+        char text[1024] = {};
+        (void)WideCharToMultiByte(CP_UTF8, 0, isThere ? static_cast<const wchar_t*>(value) : L"", -1, text,
+                                  sizeof text, nullptr, nullptr);
+        std::printf("%ls %s\n", name.c_str(), text);
+    }
+    return 0;
+}
+
 }  // namespace
 
 int wmain(int, wchar_t** values);
 
 int wmain(int, wchar_t** values) {
     if (std::wstring(values[0]).ends_with(L"setup.exe")) return Record();
+    if (!Variable(L"QTV_TEXTS").empty()) return ShowTexts(Variable(L"QTV_TEXTS"));
     const std::wstring line = Variable(L"QTV_LINE");
     if (!line.empty()) return Launch(line);
     // Holds its current folder until the download has ended.
