@@ -37,8 +37,8 @@ DWORD EndToEndTest::Setup(const Text& arguments, const Person& person, const Tex
     });
 }
 
-void EndToEndTest::Uninstall(const Text& folder) {
-    (void)RunProgram(TEXT("\"") + folder + TEXT("\\QtvUnInst.exe\""));
+DWORD EndToEndTest::Uninstall(const Text& folder) {
+    return RunProgram(TEXT("\"") + folder + TEXT("\\QtvUnInst.exe\""));
 }
 
 State EndToEndTest::Changes() const {

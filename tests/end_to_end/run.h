@@ -20,8 +20,8 @@ class EndToEndTest : public ScratchTest {
     // Meanwhile a person uses its wizard.
     using Person = std::function<void(const Driver& wizard)>;
     DWORD Setup(const Text& arguments, const Person& person = {}, const Text& folder = package);
-    // Runs the uninstaller of the folder, with its temporary copy, until both have ended.
-    void Uninstall(const Text& folder);
+    // Runs the uninstaller of the folder, with its temporary copy, until both have ended. Returns the exit code of the first.
+    DWORD Uninstall(const Text& folder);
     // The present state of the machine becomes the state before.
     void Rebase();
     // Returns what is new, gone ("gone") or different since the state before.

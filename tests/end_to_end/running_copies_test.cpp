@@ -49,7 +49,10 @@ TEST_F(RunningCopies, AreAskedAboutBeforeAnInstall) {
         const bool declined = row.buttons[0] == IDNO;
         for (const RunningProgram& copy : copies)
             EXPECT_TRUE(declined ? copy.Runs() : HasEnded(copy));
-        EXPECT_TRUE(!declined || Same({}, Changes()));
+        EXPECT_TRUE(
+            !declined ||
+            Same({{"shared memory Local\\COXInstanceManager_FileMap_Lorvanta.Qantivo-ZR.v4", "there"}},
+                 Changes()));
     }
     EXPECT_TRUE(Exists(target + TEXT("\\QtvUnInst.log")));
 }
@@ -60,6 +63,21 @@ TEST_F(RunningCopies, AreEndedWhenTheyRefuseToClose) {
     EXPECT_EQ(refuses.ExitCode(), 0u);
     EXPECT_TRUE(HasEnded(closes));
     EXPECT_TRUE(Same(With(Installed({.desktopIcon = false}), FolderMarks("<Scratch>\\Qantivo")), Changes()));
+}
+
+// If the list becomes too short after it was counted, setup ends at once.
+TEST_F(RunningCopies, EndSetupByLeavingTheListDuringTheQuestion) {
+    const RunningProgram copies[] = {StartCopy(package), StartCopy(package)};
+    const BoxAnswers answers({kLeftOpen});
+    const auto closeThemAndAgree = [&](const Driver& question) {
+        for (const RunningProgram& copy : copies) {
+            EXPECT_EQ(COXInstanceManager::CloseInstance(copy.Id()), 1);
+            (void)copy.ExitCode();
+        }
+        EXPECT_TRUE(PostMessageW(question.Window(), WM_COMMAND, IDYES, 0));
+    };
+    EXPECT_EQ(Setup(TEXT("-install"), closeThemAndAgree), 0xC0000409u);
+    EXPECT_TRUE(Same({}, Changes()));
 }
 
 }  // namespace

@@ -65,7 +65,7 @@ TEST_F(BootMarksTest, ASectionThatWouldReachItsLimitEndsTheProcess) {
         const std::string full = "[rename]\r\nNUL=" + std::string(cch - 5, 'x') + "\r\n";
         MakeFile(kInitFile, full);
         const DWORD exitCode = RunChild("MarkTenChars");
-        EXPECT_TRUE(cch == cchLongest ? exitCode == 1 : exitCode > 2) << cch;
+        EXPECT_EQ(exitCode, cch == cchLongest ? 1u : 0xC0000409u) << cch;
         EXPECT_EQ(FileBytes(kInitFile), cch == cchLongest ? full + entry : full) << cch;
     }
 }

@@ -42,8 +42,11 @@ TEST_F(InstallOnHost, ALinkIsSavedWithoutWhatTheShellRefuses) {
 
 // Without the shell's links, nothing is shown and nothing is logged.
 TEST_F(InstallOnHost, NoLinkIsMadeWithoutCom) {
-    for (const char* call : {"CoCreateInstance", "IUnknown::QueryInterface", "IPersistFile::Save"}) {
-        winhost::SetFaults({{.call = call}});
+    // The first question for an interface is that of CoCreateInstance.
+    for (const auto& [call, nth] :
+         {std::pair{"CoCreateInstance", 1u}, std::pair{"IUnknown::QueryInterface", 1u},
+          std::pair{"IUnknown::QueryInterface", 2u}, std::pair{"IPersistFile::Save", 1u}}) {
+        winhost::SetFaults({{.call = call, .nth = nth}});
         EXPECT_LT(MakeShellLink(TEXT("C:\\x.exe"), TEXT("C:\\Scratch\\x.lnk"), TEXT(""), kDefaultShowCommand,
                                 nullptr, nullptr),
                   0)

@@ -10,6 +10,7 @@
 
 #include "common/throwaway_folder.h"
 #include "harness/scratch.h"
+#include <winhost.h>
 
 namespace fs = std::filesystem;
 
@@ -84,6 +85,18 @@ TEST_F(RehearseProgram, ShowsRunsThatComeToNothing) {
     std::ofstream(package + "/setup.exe") << "MZ no program";
     EXPECT_EQ(Run("--json " + kSample + " --earlier " + package), 1);
     ExpectSaid("setup.exe runs instead");
+}
+
+// A machine that can't be read is no machine without differences.
+TEST_F(ScratchTest, StatesAreWholeOrNone) {
+    for (const char* call : {"FindFirstFileW", "FindNextFileW", "CreateFileW", "ReadFile", "RegOpenKeyExW",
+                             "RegEnumKeyW", "RegEnumValueW", "RegQueryValueExW"}) {
+        MakeFile(kScratch + TEXT("\\file"));
+        EXPECT_TRUE(MoveFileExW((kScratch + TEXT("\\file")).c_str(), nullptr, MOVEFILE_DELAY_UNTIL_REBOOT));
+        winhost::SetFaults({{.call = call, .nth = 2}});
+        EXPECT_THROW((void)lab::Take(), std::runtime_error) << call;
+        winhost::SetFaults({});
+    }
 }
 
 TEST_F(RehearseProgram, TellsNoVerdictOfARunThatHangs) {

@@ -6,14 +6,16 @@
 
 namespace {
 
-const Text kRehearsed = TEXT("C:\\Package"), kEarlier = TEXT("C:\\Earlier package");
+const Text kRehearsed = TEXT("C:\\Package"), kEarlier = TEXT("C:\\Earlier package"),
+           kPlanted = TEXT("C:\\Windows\\System32\\planted.dll");
 
 class Rehearsed : public ScratchTest {
   protected:
     ~Rehearsed() override { Clear(); }
     static void Clear() {
-        for (const Text& folder : {kRehearsed, kEarlier, kScratch + TEXT("\\Apps"), kScratch + TEXT("\\Q")})
-            DeleteTree(folder);
+        for (const Text& item :
+             {kRehearsed, kEarlier, kScratch + TEXT("\\Apps"), kScratch + TEXT("\\Q"), kPlanted})
+            DeleteTree(item);
     }
     // A package of a few files, one for each name.
     static void MakePackage(const Text& folder, const std::string& records) {
@@ -25,12 +27,14 @@ class Rehearsed : public ScratchTest {
     }
 };
 
-// Which files are left in the installation's own folders, and why.
+// Which files are left in the installation's own folders and in that of the system, and why.
 std::string LeftFiles(const rehearse::Rehearsal& rehearsal) {
     std::string text;
     for (const auto& left : rehearsal.left)
         if (left.change.name.starts_with("C:\\Scratch"))
             text += left.change.name.substr(11) + " (" + left.reason + ")\n";
+        else if (left.change.name.ends_with("planted.dll"))
+            text += "planted.dll (" + left.reason + ")\n";
     return text;
 }
 
@@ -113,6 +117,10 @@ TEST_F(Rehearsed, TellsWhatMayStayFromWhatShouldHaveGone) {
          "Apps\\ (on the way to the installation folder)\nApps\\Qantivo\\ ()\n"
          "Apps\\StartQV8.exe (a portable installation's, in the parent folder)\n",
          "", "setup: C:\\Scratch\\Apps\\n\\x isn't there\n"},
+        {"a file in the system's folder",
+         uninstaller + "File Copy prt: presets.dat > ..\\..\\Windows\\System32\\planted.dll\r\n", "-instport",
+         "Apps\\ (on the way to the installation folder)\nplanted.dll ()\n", "",
+         "setup: C:\\Scratch\\Apps\\..\\..\\Windows\\System32\\planted.dll isn't there\n"},
         {"no uninstaller", "", "-instdir",
          "Apps\\ ()\nApps\\Qantivo\\ ()\nApps\\Qantivo\\QtvApp8.exe ()\nApps\\Qantivo\\QtvUnInst.log ()\n",
          "", "uninstall: showed: the machine has no uninstaller of the product  ->  nothing to run\n"},

@@ -4,11 +4,11 @@
 //   copy from= to=   copies a machine that no process runs in, in place of what is there, and enters the copy
 //   value key= name= text=    writes a value of HKCU or HKLM
 //   hold runs= read=     keeps these files in use, as a loaded library or for reading, until the next hold
-//   run command= watched= call= nth= kills=1 room= steps= yes=1 second= delay= presses=
+//   run command= watched= call= nth= kills=1 room= steps= yes=1 second= delay= presses= trace=1
 //       runs a program with a virtual clock and with a person. The calls of the watched programs (a pattern) are counted. A
 //       call of these fails or kills; the disc has room for so many bytes; the power goes after so many steps. Boxes get Yes
 //       instead of their safest answer. A second program starts after a delay in ms. `presses` is the seed of random moments
-//       at which Next is pressed.
+//       at which Next is pressed. With `trace` the answer has the calls of all programs, with neutral names.
 //   restart steps=   the next start, in which the power goes after so many steps
 //   used             bytes on the drives and in the registry
 //   wait             waits until no program runs
@@ -17,6 +17,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <random>
 #include <stdexcept>
 #include <thread>
@@ -105,6 +106,14 @@ void Wait(std::uint64_t milliseconds) {
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
 }
 
+std::vector<std::string> Lines(const fs::path& file) {
+    std::vector<std::string> lines;
+    std::ifstream text(file);
+    for (std::string line; std::getline(text, line);)
+        lines.push_back(Neutral(line));
+    return lines;
+}
+
 Answer RunDisturbed(const Fields& fields) {
     std::vector<winhost::Fault> faults;
     if (fields.Has("call"))
@@ -113,6 +122,8 @@ Answer RunDisturbed(const Fields& fields) {
                           .kill = fields.Has("kills")});
     winhost::SetVirtualClock(true);
     winhost::SetProgramFaults(fields.Text("watched"), faults);
+    const fs::path trace = winhost::StateFolder() / "trace";
+    if (fields.Has("trace")) winhost::SetProgramTrace(trace);
     Conditions conditions = {.isAttended = true};
     if (fields.Has("yes")) conditions.answers.assign(64, IDYES);
     Program second;
@@ -133,6 +144,8 @@ Answer RunDisturbed(const Fields& fields) {
         winhost::SetLimits(
             {.room = fields.Number("room", UINT64_MAX), .steps = fields.Number("steps", UINT64_MAX)});
     Answer answer = AnswerOf(Run(fields.Text("command"), conditions));
+    winhost::ClearProgramTrace();
+    if (fields.Has("trace")) answer["trace"] = Json(Lines(trace));
     answer["secondExitCode"] = Json(second.ExitCode());
     answer["calls"] = Json(winhost::ProgramCallCounts());
     if (limited) answer.merge(AnswerOf(winhost::LiftLimits()));

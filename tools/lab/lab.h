@@ -20,15 +20,17 @@ namespace lab {
 
 // The name of an item, and what it is:
 //   "C:\Folder\"               "folder"
-//   "C:\Folder\file.txt"       "file RHS 123 bytes 0123456789abcdef" (attributes that are set, size, digest)
+//   "C:\Folder\file.txt"       "file RHS 123 bytes 0123456789abcdef" (attributes that are set, size, digest; without a
+//                              digest for a program of the system under Windows; "held" for a file that is not shared)
 //   "C:\Folder\link.lnk"       "shortcut to C:\target.exe in C:\working folder"
 //   "HKLM\SOFTWARE\Key\"       "key"
 //   "HKLM\SOFTWARE\Key\ : name"    "REG_SZ "text"" (the default value is named (default))
 //   "mark 001"                 "delete C:\path" or "move C:\a to C:\b"
+//   "shared memory NAME"       "there" (the list of running copies, when no program that uses it runs any more)
 using State = std::map<std::string, std::string>;
 
-// Reads drives C and D except for the folders of the system, the software keys of the machine and of every user, and the
-// marks. Leaves out what can't be read, and what IsLeftOut names.
+// Reads drives C and D, all keys of the machine and of every user, and the marks, except for what IsLeftOut names. Throws
+// std::runtime_error if anything else can't be read.
 State Take();
 
 // The machine as the proof compares it. Names are neutral, and in addition:
@@ -69,7 +71,7 @@ bool UnderWine();
 // Returns what the running system must answer to a fact. This is `windows`, or under Wine the answer for the fact in the
 // table in deviations.cpp.
 std::string Expected(const std::string& fact, const std::string& windows);
-// Whether the item is one that Wine or 64-bit Windows changes by itself. On an embedded machine there is none.
+// Whether the item is in the table of what no state holds, in deviations.cpp.
 bool IsLeftOut(const std::string& name);
 
 // ---- what a machine does ----
@@ -88,7 +90,7 @@ bool PressDefault();
 enum class End {
     ByItself,
     NobodyThere,  // a program showed a page and nobody used it
-    GivenUp,      // a page did not end, however often its default button was pressed
+    GivenUp,      // a page did not end, however often its default button was pressed, and then Cancel
     Late,         // it still ran when the time was over
 };
 

@@ -16,11 +16,16 @@ namespace lab {
 
 Answer AnswerOf(const Outcome& outcome) {
     static constexpr const char* kEnds[] = {"by itself", "nobody there", "given up", "late"};
+    const auto neutral = [](std::vector<std::string> texts) {
+        for (std::string& text : texts)
+            text = Neutral(std::move(text));
+        return texts;
+    };
     return {{"started", Json(outcome.started)},
             {"exitCode", Json(outcome.exitCode)},
             {"end", Json(std::string(kEnds[static_cast<int>(outcome.end)]))},
-            {"programs", Json(outcome.programs)},
-            {"pages", Json(outcome.pages)},
+            {"programs", Json(neutral(outcome.programs))},
+            {"pages", Json(neutral(outcome.pages))},
             {"messages", Json(outcome.messages)},
             {"errors", Json(outcome.errors)}};
 }

@@ -18,6 +18,7 @@ namespace lab {
 namespace {
 
 constexpr DWORD kPollMs = 20;
+// A wizard that refuses so often is cancelled, and given up if that is refused as often.
 constexpr int kMostPresses = 50;
 
 // What the programs of the machine write to standard error.
@@ -53,13 +54,30 @@ void TakeErrors(Outcome& outcome) {
         if (line.starts_with("winhost: ")) outcome.messages.push_back({"", line, "the program was ended"});
 }
 
-// Waits until `ends` says so. Meanwhile the person presses the buttons of pages. Sets the end if it doesn't come.
+// Presses a button of a dialog. Returns false if there is no dialog to see.
+bool Press(int button) {
+    HWND dialog = nullptr;
+    do {
+        dialog = FindWindowExW(nullptr, dialog, u"#32770", nullptr);
+        if (!dialog) return false;
+    } while (!IsWindowVisible(dialog));
+    DWORD_PTR result = 0;
+    (void)SendMessageTimeoutW(GetDlgItem(dialog, button), BM_CLICK, 0, 0, SMTO_NORMAL, tools::kHangMs,
+                              &result);
+    return true;
+}
+
+// Waits until `ends` says so. Meanwhile the person presses the buttons of pages: Next, and if that doesn't help, Cancel and
+// Yes. Sets the end if it doesn't come.
 bool Await(const Conditions& conditions, const std::function<bool(DWORD)>& ends, End& end) {
     int presses = 0;
     const DWORD step = conditions.isAttended ? kPollMs : tools::kHangMs;
     for (DWORD waited = 0; waited < tools::kHangMs; waited += step) {
         if (ends(step)) return true;
-        if (!conditions.isAttended || !conditions.press() || ++presses < kMostPresses) continue;
+        if (!conditions.isAttended) continue;
+        if (presses == kMostPresses) winhost::SetBoxAnswers(std::vector<int>(kMostPresses, IDYES));
+        if (!(presses < kMostPresses ? conditions.press() : Press(IDCANCEL)) || ++presses < 2 * kMostPresses)
+            continue;
         end = End::GivenUp;
         return false;
     }
@@ -70,14 +88,7 @@ bool Await(const Conditions& conditions, const std::function<bool(DWORD)>& ends,
 }  // namespace
 
 bool PressDefault() {
-    HWND dialog = nullptr;
-    do {
-        dialog = FindWindowExW(nullptr, dialog, u"#32770", nullptr);
-        if (!dialog) return false;
-    } while (!IsWindowVisible(dialog));
-    DWORD_PTR result = 0;
-    (void)SendMessageTimeoutW(GetDlgItem(dialog, IDOK), BM_CLICK, 0, 0, SMTO_NORMAL, tools::kHangMs, &result);
-    return true;
+    return Press(IDOK);
 }
 
 Outcome Run(const std::string& commandLine, const Conditions& conditions) {

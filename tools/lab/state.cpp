@@ -6,9 +6,12 @@
 #include <cstring>
 #include <memory>
 #include <sstream>
+#include <stdexcept>
+#include <type_traits>
 
 #include "common/text.h"
 #include "lab/lab.h"
+#include "run/product.h"
 
 namespace lab {
 
@@ -24,26 +27,50 @@ constexpr std::uint64_t kDigestStart = 0xcbf29ce484222325u;
 constexpr std::uint64_t kDigestPrime = 0x100000001b3u;
 constexpr std::size_t kWordsRead = 1 << 13;
 
+// The application counts its starts, so a second run adds one.
+constexpr char kStarts[] = "HKCU\\Software\\Lorvanta\\Qantivo 8\\ : Starts";
 constexpr char kProductLog[] = "C:\\Program Files\\Qantivo 8\\QtvUnInst.log";
-// The application itself counts its starts.
-constexpr char kStarts[] = " : Starts";
 
-std::string FileWhat(const WideText& path, DWORD attributes) {
-    std::string what = "file ";
+constexpr char kMachineKeys[] = "HKLM\\";
+
+[[noreturn]] void CantRead(const std::string& what, DWORD error) {
+    throw std::runtime_error(what + " can't be read: error " + std::to_string(error));
+}
+
+// Under Windows, the programs of the system are hundreds of megabytes, so they count by name and size.
+bool CountsBySize(const WideText& path) {
+    constexpr bool isEmbedded = std::is_same_v<WCHAR, char16_t>;
+    const auto liesIn = [&](const WideText& folder) {
+        return _wcsnicmp(path.c_str(), folder.c_str(), folder.size()) == 0;
+    };
+    const WideText windows = TEXT("C:\\Windows\\");
+    return !isEmbedded && liesIn(windows) && !liesIn(TEXT("C:\\Windows\\Temp\\")) &&
+           path.find('\\', windows.size()) != path.npos;
+}
+
+std::string Attributes(DWORD attributes) {
+    std::string what;
     if (attributes & FILE_ATTRIBUTE_READONLY) what += 'R';
     if (attributes & FILE_ATTRIBUTE_HIDDEN) what += 'H';
     if (attributes & FILE_ATTRIBUTE_SYSTEM) what += 'S';
-    if (what.back() != ' ') what += ' ';
+    return what.empty() ? what : what + ' ';
+}
+
+std::string ContentWhat(const WideText& path) {
     const HANDLE file =
         CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                     nullptr, OPEN_EXISTING, 0, nullptr);
-    if (file == INVALID_HANDLE_VALUE) return what + "held";
+    if (file == INVALID_HANDLE_VALUE) {
+        if (GetLastError() == ERROR_SHARING_VIOLATION) return "held";
+        CantRead(Utf8(path), GetLastError());
+    }
     std::uint64_t digest = kDigestStart;
     std::uint64_t size = 0;
     const auto words = std::make_unique<std::uint64_t[]>(kWordsRead);
     constexpr DWORD cbWord = sizeof(std::uint64_t);
     DWORD cbRead = 0;
-    while (ReadFile(file, words.get(), kWordsRead * cbWord, &cbRead, nullptr) && cbRead > 0) {
+    BOOL isRead;
+    while ((isRead = ReadFile(file, words.get(), kWordsRead * cbWord, &cbRead, nullptr)) && cbRead > 0) {
         const DWORD count = (cbRead + cbWord - 1) / cbWord;
         // The last word of the file may be incomplete.
         std::memset(reinterpret_cast<BYTE*>(words.get()) + cbRead, 0, count * cbWord - cbRead);
@@ -51,8 +78,16 @@ std::string FileWhat(const WideText& path, DWORD attributes) {
             digest = (digest ^ *word) * kDigestPrime;
         size += cbRead;
     }
+    const DWORD error = GetLastError();
     CloseHandle(file);
-    return what + std::to_string(size) + " bytes " + Hex(digest, 16);
+    if (!isRead) CantRead(Utf8(path), error);
+    return std::to_string(size) + " bytes " + Hex(digest, 16);
+}
+
+std::string FileWhat(const WideText& path, const WIN32_FIND_DATAW& found) {
+    const std::uint64_t size = std::uint64_t{found.nFileSizeHigh} << 32 | found.nFileSizeLow;
+    return "file " + Attributes(found.dwFileAttributes) +
+           (CountsBySize(path) ? std::to_string(size) + " bytes" : ContentWhat(path));
 }
 
 // What the link contains; empty if the shell can't read the file as a shortcut.
@@ -86,30 +121,31 @@ bool EndsIn(const WideText& text, const WideText& end) {
     return text.size() >= end.size() && _wcsicmp(text.c_str() + text.size() - end.size(), end.c_str()) == 0;
 }
 
-// The folders of the system are not read: setup does nothing there, and they are large.
-bool IsSystemFolder(const WideText& parent, const WCHAR* name) {
-    if (_wcsicmp(parent.c_str(), TEXT("C:\\")) == 0) return false;
-    return _wcsicmp(parent.c_str(), TEXT("C:\\Windows\\")) == 0 && _wcsicmp(name, TEXT("Temp")) != 0;
-}
-
 void TakeFolder(State& state, const WideText& folder) {
     WIN32_FIND_DATAW data;
     const HANDLE find = FindFirstFileW((folder + TEXT("*")).c_str(), &data);
-    if (find == INVALID_HANDLE_VALUE) return;
+    if (find == INVALID_HANDLE_VALUE) {
+        // The root of an empty drive has no entry at all.
+        if (GetLastError() == ERROR_FILE_NOT_FOUND) return;
+        CantRead(Utf8(folder), GetLastError());
+    }
     do {
         if (wcscmp(data.cFileName, TEXT(".")) == 0 || wcscmp(data.cFileName, TEXT("..")) == 0) continue;
         const WideText path = folder + data.cFileName;
         if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
-            if (IsSystemFolder(folder, data.cFileName)) continue;
-            state[Utf8(path) + "\\"] = "folder";
+            if (IsLeftOut(Utf8(path) + "\\")) continue;
+            const std::string attributes = Attributes(data.dwFileAttributes);
+            state[Utf8(path) + "\\"] = attributes.empty() ? "folder" : "folder " + attributes;
             TakeFolder(state, path + TEXT("\\"));
             continue;
         }
         std::string what;
         if (EndsIn(path, TEXT(".lnk"))) what = ShortcutWhat(path);
-        state[Utf8(path)] = what.empty() ? FileWhat(path, data.dwFileAttributes) : what;
+        state[Utf8(path)] = what.empty() ? FileWhat(path, data) : what;
     } while (FindNextFileW(find, &data));
+    const DWORD error = GetLastError();
     FindClose(find);
+    if (error != ERROR_NO_MORE_FILES) CantRead(Utf8(folder), error);
 }
 
 std::string ValueWhat(DWORD type, const std::vector<BYTE>& data) {
@@ -141,51 +177,54 @@ std::string ValueWhat(DWORD type, const std::vector<BYTE>& data) {
     }
 }
 
-void TakeKey(State& state, HKEY key, const std::string& name) {
+void TakeValues(State& state, HKEY key, const std::string& name) {
     static constexpr DWORD kNameChars = 16384;
     // Made once: to make them for each key takes as long as to read it.
     static std::vector<WCHAR> valueName(kNameChars);
     static std::vector<BYTE> data(1 << 16);
-    for (DWORD index = 0;; ++index) {
+    for (DWORD index = 0;;) {
         DWORD cchName = kNameChars;
         DWORD cbData = static_cast<DWORD>(data.size());
         DWORD type = 0;
         const LSTATUS status =
             RegEnumValueW(key, index, valueName.data(), &cchName, nullptr, &type, data.data(), &cbData);
-        if (status == ERROR_MORE_DATA) continue;
-        if (status != ERROR_SUCCESS) break;
-        const std::string shown = cchName ? Shown(Utf8(valueName.data())) : "(default)";
-        state[name + " : " + shown] =
-            ValueWhat(type, {data.begin(), data.begin() + static_cast<std::ptrdiff_t>(cbData)});
-    }
-    WCHAR subName[512];
-    for (DWORD index = 0; RegEnumKeyW(key, index, subName, 512) == ERROR_SUCCESS; ++index) {
-        HKEY subKey = nullptr;
-        if (RegOpenKeyExW(key, subName, 0, KEY_READ, &subKey) != ERROR_SUCCESS) continue;
-        const std::string below = name + Shown(Utf8(subName)) + "\\";
-        state[below] = "key";
-        TakeKey(state, subKey, below);
-        RegCloseKey(subKey);
+        if (status == ERROR_NO_MORE_ITEMS) return;
+        if (status == ERROR_MORE_DATA) {
+            data.resize(2 * data.size());
+            continue;
+        }
+        if (status != ERROR_SUCCESS) CantRead(name, static_cast<DWORD>(status));
+        const std::string item = name + " : " + (cchName ? Shown(Utf8(valueName.data())) : "(default)");
+        if (!IsLeftOut(item))
+            state[item] = ValueWhat(type, {data.begin(), data.begin() + static_cast<std::ptrdiff_t>(cbData)});
+        ++index;
     }
 }
 
-void TakeTree(State& state, HKEY hive, LPCWSTR path, const std::string& name) {
+// Wine writes HKLM\Software, and Windows HKLM\SOFTWARE.
+WideText Upper(WideText name) {
+    for (WCHAR& character : name)
+        character =
+            character >= 'a' && character <= 'z' ? static_cast<WCHAR>(character - ('a' - 'A')) : character;
+    return name;
+}
+
+void TakeKey(State& state, HKEY parent, LPCWSTR subName, const std::string& name) {
+    if (IsLeftOut(name)) return;
     HKEY key = nullptr;
-    if (RegOpenKeyExW(hive, path, 0, KEY_READ, &key) != ERROR_SUCCESS) return;
-    state[name] = "key";
-    TakeKey(state, key, name);
-    RegCloseKey(key);
-}
-
-void TakeUsers(State& state) {
-    WCHAR user[512];
-    for (DWORD index = 0; RegEnumKeyW(HKEY_USERS, index, user, 512) == ERROR_SUCCESS; ++index) {
-        const WideText name = user;
-        // The classes of a user are in their own hive, with the classes at its root.
-        const bool classes = EndsIn(name, TEXT("_Classes"));
-        TakeTree(state, HKEY_USERS, (classes ? name : name + TEXT("\\Software")).c_str(),
-                 "HKU\\" + Utf8(name) + (classes ? "\\" : "\\Software\\"));
+    LSTATUS status = RegOpenKeyExW(parent, subName, 0, KEY_READ, &key);
+    if (status == ERROR_FILE_NOT_FOUND) {
+        state[name] = "link to a missing key";
+        return;
     }
+    if (status != ERROR_SUCCESS) CantRead(name, static_cast<DWORD>(status));
+    state[name] = "key";
+    TakeValues(state, key, name);
+    WCHAR below[512];
+    for (DWORD index = 0; (status = RegEnumKeyW(key, index, below, 512)) == ERROR_SUCCESS; ++index)
+        TakeKey(state, key, below, name + Shown(Utf8(name == kMachineKeys ? Upper(below) : below)) + "\\");
+    RegCloseKey(key);
+    if (status != ERROR_NO_MORE_ITEMS) CantRead(name, static_cast<DWORD>(status));
 }
 
 void TakeMarks(State& state) {
@@ -195,6 +234,15 @@ void TakeMarks(State& state) {
         state["mark " + std::string(3 - std::min<std::size_t>(3, count.size()), '0') + count] =
             target.empty() ? "delete " + Utf8(source) : "move " + Utf8(source) + " to " + Utf8(target);
     }
+}
+
+// The list of running copies. It must end with the last process that uses it.
+void TakeSharedMemory(State& state) {
+    const WideText name = TEXT("Local\\COXInstanceManager_FileMap_") + WideText(kInstanceListName);
+    const HANDLE mapping = OpenFileMappingW(FILE_MAP_READ, FALSE, name.c_str());
+    if (!mapping) return;
+    CloseHandle(mapping);
+    state["shared memory " + Utf8(name)] = "there";
 }
 
 // Renames a mark by what it does.
@@ -228,11 +276,11 @@ State Take() {
     // The shell reads shortcuts through COM. If the caller uses COM already, this only counts one more use.
     (void)CoInitialize(nullptr);
     for (const WideText drive : {TEXT("C:\\"), TEXT("D:\\")})
-        TakeFolder(state, drive);
-    TakeTree(state, HKEY_LOCAL_MACHINE, TEXT("SOFTWARE"), "HKLM\\SOFTWARE\\");
-    TakeUsers(state);
+        if (GetFileAttributesW(drive.c_str()) != INVALID_FILE_ATTRIBUTES) TakeFolder(state, drive);
+    TakeKey(state, HKEY_LOCAL_MACHINE, nullptr, kMachineKeys);
+    TakeKey(state, HKEY_USERS, nullptr, "HKU\\");
     TakeMarks(state);
-    std::erase_if(state, [](const auto& item) { return IsLeftOut(item.first); });
+    TakeSharedMemory(state);
     return state;
 }
 
@@ -243,8 +291,8 @@ State Look() {
             AddMark(state, name, what);
         else if (name == kProductLog)
             AddLog(state, name);
-        else if (!name.ends_with(kStarts))
-            state[Neutral(name)] = Neutral(what);
+        else if (const std::string item = Neutral(name); item != kStarts)
+            state[item] = Neutral(what);
     }
     return state;
 }
@@ -253,15 +301,17 @@ std::vector<Mark> Marks() {
     HKEY opened = nullptr;
     DWORD cbData = 0;
     const LPCWSTR value = TEXT("PendingFileRenameOperations");
-    (void)RegOpenKeyExW(HKEY_LOCAL_MACHINE, TEXT("SYSTEM\\CurrentControlSet\\Control\\Session Manager"), 0,
-                        KEY_READ, &opened);
+    LSTATUS status =
+        RegOpenKeyExW(HKEY_LOCAL_MACHINE, TEXT("SYSTEM\\CurrentControlSet\\Control\\Session Manager"), 0,
+                      KEY_READ, &opened);
     const std::unique_ptr<HKEY__, LSTATUS(WINAPI*)(HKEY)> key(opened, RegCloseKey);
-    if (!key || RegQueryValueExW(opened, value, nullptr, nullptr, nullptr, &cbData) != ERROR_SUCCESS)
-        return {};
+    if (status == ERROR_SUCCESS) status = RegQueryValueExW(opened, value, nullptr, nullptr, nullptr, &cbData);
+    if (status == ERROR_FILE_NOT_FOUND) return {};
     WideText data(cbData / sizeof(WCHAR), 0);
-    if (RegQueryValueExW(opened, value, nullptr, nullptr, reinterpret_cast<LPBYTE>(data.data()), &cbData) !=
-        ERROR_SUCCESS)
-        return {};
+    if (status == ERROR_SUCCESS)
+        status =
+            RegQueryValueExW(opened, value, nullptr, nullptr, reinterpret_cast<LPBYTE>(data.data()), &cbData);
+    if (status != ERROR_SUCCESS) CantRead("the list of marks", static_cast<DWORD>(status));
     std::size_t at = 0;
     const auto next = [&] {
         WideText path = data.c_str() + std::min(at, data.size());

@@ -9,8 +9,9 @@ import tempfile
 from pathlib import Path
 
 import lab as laboratory
-from exceptions import AT_ONCE, FOR_GOOD, LASTING, RUN, SECOND
+from exceptions import AT_ONCE, FOR_GOOD, LASTING, LOST, RUN, SECOND
 from lab import Unusable
+from own_items import Trace
 from scenarios import SCENARIOS, install, prepare, run_again, run_in_use
 
 ROOM_NEEDED = 1 << 30
@@ -60,22 +61,33 @@ class Benches:
         lab.copy(**{'from': self.folder / name, 'to': machine})
 
     def make_reference(self, scenario):
-        calls = {}
+        calls, traces = {}, {}
         for program in scenario.programs:
             self.enter(self.lab, scenario.name, self.folder / 'reference')
             before = self.lab.state()
-            answer = run_in_use(self.lab, scenario, program)
+            answer = run_in_use(self.lab, scenario, program, {'trace': 1})
             if answer['complaint']:
                 raise Unusable(f'{scenario.name}, undisturbed: {answer["complaint"]}')
-            calls[program] = answer['calls']
-            after = self.lab.state()
+            calls[program], traces[program] = answer['calls'], Trace(answer['trace'])
+            after = {**self.lab.state(), **answer['shown']}
             self.lab.restart()
-        return {'before': before, 'after': after, 'restarted': self.lab.state(), 'calls': calls}
+        return {'before': before, 'after': after, 'restarted': self.lab.state(), 'calls': calls, 'traces': traces}
 
-    def odd_now(self, state, scenario):
-        """Each item must be as before, or as an undisturbed run leaves it, now or after the restart."""
+    def odd_now(self, state, scenario, disturbance=None):
+        """Each item must be as before, or as an undisturbed run leaves it, now or after the restart. If a call fails and the program
+        lives on, all but the call's own items must be as the undisturbed run leaves them."""
         reference = self.references[scenario.name]
-        return odd_items(AT_ONCE, state, *(reference[name] for name in ('before', 'after', 'restarted')))
+        odd = odd_items(AT_ONCE, state, *(reference[name] for name in ('before', 'after', 'restarted')))
+        if not self.is_strict(scenario, disturbance or {}):
+            return odd
+        program, call = disturbance['watched'], disturbance['call']
+        is_own = reference['traces'][program].own(program, call, disturbance['nth'], reference['calls'][program][call])
+        return odd + [problem for problem in odd_items(LOST, state, reference['after']) if is_own and not is_own(problem[1])]
+
+    @staticmethod
+    def is_strict(scenario, disturbance):
+        """Whether a call fails in a run of which all is compared: also what a person sees, and what is not the call's own."""
+        return scenario.name == 'install' and 'call' in disturbance and 'kills' not in disturbance
 
     def remedied(self, lab, scenario, stage):
         """What differs from the undisturbed machine after one more run and a restart."""
@@ -111,7 +123,8 @@ class Benches:
         answer = run_in_use(lab, scenario, disturbance.get('watched', scenario.programs[0]), disturbance)
         problems = [(RUN, 'the run', answer['complaint'])] if answer['complaint'] else []
         left, cut = lab.state(), 'steps' in disturbance
-        problems += self.odd_now(left, scenario)
+        seen = answer['shown'] if self.is_strict(scenario, disturbance) else {}
+        problems += self.odd_now({**left, **seen}, scenario, disturbance)
         digest = hashlib.sha1(json.dumps([left, scenario.name, cut, cut_restart], sort_keys=True).encode()).hexdigest()
         record = self.folder / 'known' / digest
         if not record.exists():

@@ -1,6 +1,7 @@
 """What is disturbed: a fresh install, an update, an install in the wizard, a download, and an uninstall, each with a small
 package."""
 import subprocess
+from collections import Counter
 from dataclasses import dataclass
 
 from lab import HOST, PRODUCT, UNINSTALL, Unusable
@@ -13,6 +14,7 @@ COPY = 'uni*.tmp'
 MANIFEST = ['File Copy: QtvApp8.exe', 'File Copy: QtvApp8Man.chm', 'File Copy: QtvUnInst.exe', 'File Copy: ThumbQvi32.dll',
             'File Copy: engine.dll', 'File Copy: presets.dat', 'File Copy: readme-en.txt > readme.txt',
             'File Copy ind: runtime9.dll', 'Make Dir: Samples', r'File Copy: Samples\*.*', 'File Overwrite: QtvApp8.ini']
+NO_END = 'no button ends the wizard'
 # Things that don't belong to the product. Some of their names are very similar to its own.
 OTHER_FILES = [r'C:\Users\Ann\Documents\letter.txt', r'C:\Users\Ann\Desktop\notes.txt',
                r'C:\Users\Ann\Desktop\Qantivo 8 notes.txt', r'C:\Apps\Other\other.exe', r'D:\picture.qvi',
@@ -40,17 +42,21 @@ SCENARIOS = {each.name: each for each in (
 
 def run(lab, command, watched, disturbance=None):
     """Runs a command, disturbed or not. Returns the answer with `complaint`: a crash, a finding of the sanitizers or a hang,
-    in one line, or empty."""
+    in one line, or empty. `shown` has what else a person sees, as items of the machine: the exit code, boxes, programs, pages."""
     disturbance = disturbance or {}
     answer = lab.run(command=command, **{'watched': watched, **disturbance})
-    complaint = 'the program does not start' if not answer['started'] else 'hangs' if answer['end'] == 'late' else ''
-    complaint = ' '.join(answer['errors'].split()) or complaint
-    kills = 'kills' in disturbance
-    if 'steps' in disturbance:
+    complaint = '' if answer['started'] else 'the program does not start'
+    complaint = ' '.join(answer['errors'].split()) or {'late': 'hangs', 'given up': NO_END}.get(answer['end'], complaint)
+    kills, cut = 'kills' in disturbance, 'steps' in disturbance
+    if cut:
         complaint += '' if answer['powerWent'] else 'the power did not go'
-    elif not complaint and answer['end'] != 'given up' and (not answer['calls']) != kills:
+    elif not complaint and (not answer['calls']) != kills:
         complaint = 'the call to be killed at was not reached' if kills else 'the program crashed'
-    return {**answer, 'complaint': complaint}
+    events = Counter(f'{kind}: {text}' for kind in ('messages', 'programs', 'pages') for text in answer[kind])
+    shown = {name: f'{count} times' for name, count in events.items()}
+    if not kills and not cut:
+        shown['exit code'] = str(answer['exitCode'])
+    return {**answer, 'complaint': complaint, 'shown': shown}
 
 
 def copy_program(lab, source, name):

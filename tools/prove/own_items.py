@@ -1,0 +1,79 @@
+"""Which items of the machine a failing call may leave otherwise: its own, which follow from the trace of the undisturbed run."""
+import re
+from fnmatch import fnmatchcase
+
+# These settle the whole run: where the package, the product and the folders of the shell are, and what the user chose. The library
+# with the version of the package is probed and read by these too. Texts of the program name shortcuts and values.
+SETTLING = {'CoInitialize', 'CreateDialogParamW', 'CreateFileMappingW', 'CreateMutexW', 'DestroyWindow', 'DialogBoxParamW', 'EndDialog', 'EnumWindows',
+            'FindResourceW', 'GetCommandLineW', 'GetDlgItem', 'GetEnvironmentVariableW', 'GetModuleFileNameW', 'GetModuleHandleA',
+            'GetModuleHandleW', 'GetProcAddress', 'GetSystemDirectoryW', 'GetTempFileNameW', 'GetTempPathW', 'GetWindow', 'GetWindowsDirectoryW',
+            'LoadLibraryW', 'LoadResource', 'LoadStringW', 'LockResource', 'MapViewOfFile', 'RegEnumKeyW', 'RegOpenKeyExW',
+            'RegQueryValueExW', 'RtlGetVersion', 'GetFileVersionInfoSizeW', 'GetFileVersionInfoW', 'VerQueryValueW', 'SHGetFolderPathW', 'SendMessageW', 'SizeofResource', '_wexecl', 'WaitForSingleObject'}
+MANIFEST = 'C:\\Package\\QtvUnInst.log'
+TARGET = 'C:\\Program Files\\Qantivo 8\\'
+# What the failure of a file means for others: the application isn't started and doesn't register itself, and so on.
+FOLLOWS = {'QtvApp8.exe': ('programs: *QtvApp8.exe*', 'HKCU\\Software\\Lorvanta\\*'),
+           'ThumbQvi32.dll': ('programs: regsvr32*', 'HKLM\\SOFTWARE\\Classes\\CLSID\\*'),
+           'QtvUnInst.log': ('log: *',)}
+HIVES = {'HKEY_LOCAL_MACHINE': 'HKLM', 'HKEY_CURRENT_USER': 'HKCU', 'HKEY_CLASSES_ROOT': 'HKLM\\SOFTWARE\\Classes',
+         'HKEY_USERS': 'HKU'}
+
+
+class Call:
+    def __init__(self, line):
+        self.program, self.process, self.name, *fields = line.split('\t')
+        self.fields = dict(field.split('=', 1) for field in fields if re.match(r'\w+=', field))
+
+    def named(self):
+        """The beginnings of the names of the items that the arguments name."""
+        fields = self.fields
+        if key := fields.get('parent') or fields.get('key'):
+            hive, _, below = key.partition('\\')
+            key = HIVES.get(hive, hive) + ('\\' + below if below else '')
+            name = fields.get('name', 'null').replace('null', '(default)')
+            return [f'{key}\\ : {name}'] if 'key' in fields else [f'{key}\\{name}']
+        paths = [text for name, text in fields.items() if re.match(r'[A-Z]:|<', text) and name != 'folder']
+        if self.name == 'FindFirstFileW':
+            return [paths[0].rpartition('\\')[0] + '\\' + fields.get('name', '')]
+        return paths
+
+
+class Trace:
+    def __init__(self, lines):
+        self.calls = [Call(line) for line in lines]
+
+    def window(self, at):
+        """The calls whose steps a failure of this one leaves out: the rest of the search that it is in, the link that it makes, or what a
+        text says that it opens."""
+        call = self.calls[at]
+        later = [each for each in self.calls[at:] if each.process == call.process]
+        if call.name.startswith(('Co', 'I')) and '::' in call.name or call.name == 'CoCreateInstance':
+            end = next((n for n, each in enumerate(later) if each.name == 'IPersistFile::Save'), 0)
+        elif call.name == '_wfopen' and call.fields.get('mode') == 'r':
+            end = next((n for n, each in enumerate(later) if n and each.name == '_wfopen'), len(later))
+        else:
+            opened = [each for each in self.calls[:at] if each.process == call.process and each.name in ('FindFirstFileW', 'FindClose')]
+            inside = call.name.startswith('Find') or opened and opened[-1].name == 'FindFirstFileW'
+            end = next((n for n, each in enumerate(later) if each.name == 'FindClose'), 0) if inside else 0
+        return later[:end + 1]
+
+    def own(self, watched, name, nth, count):
+        """Returns a test of an item for whether it is the call's own; None if the trace doesn't tell. `count` is how often it was made."""
+        uses = [at for at, call in enumerate(self.calls) if call.name == name and fnmatchcase(call.program, watched)]
+        if name in SETTLING or len(uses) != count:
+            return None
+        uses = uses[nth - 1:nth] if nth else uses
+        # Without the manifest, the files of setup are damaged.
+        if name == '_waccess' and any(self.calls[at].fields['path'] == MANIFEST for at in uses):
+            return None
+        named = {text for at in uses for call in self.window(at) for text in call.named()}
+        files = {text.rpartition('\\')[2] for text in named if not text.startswith('HK')} - {''}
+        lines = ' '.join(self.calls[at].fields.get('commandLine', '') for at in uses)
+        patterns = [pattern for file, patterns in FOLLOWS.items() for pattern in patterns
+                    if file in files or file in lines or name == 'CreateDirectoryW' and any((TARGET + file).startswith(text) for text in named)]
+
+        def is_own(item):
+            return (any(item.startswith(text) or item.endswith('\\') and text.startswith(item) for text in named) or any(fnmatchcase(item, pattern) for pattern in patterns)
+                    or item.partition(': ')[0] in ('log', 'mark', 'programs') and any(text in item for text in named)
+                    or any(item.rpartition('\\')[2].startswith(file) for file in files))
+        return is_own
