@@ -97,10 +97,11 @@ void Driver::Type(HWND edit, const Text& text) const {
     (void)Send(edit, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text.c_str()));
 }
 
-void Driver::Key(UINT message, WPARAM key, bool shift) const {
+void Driver::Key(UINT message, WPARAM key, bool shift, bool control) const {
     OnDialogThread([&] {
         BYTE keys[256] = {};
         keys[VK_SHIFT] = shift ? 0x80 : 0;
+        keys[VK_CONTROL] = control ? 0x80 : 0;
         EXPECT_TRUE(SetKeyboardState(keys));
         EXPECT_TRUE(PostMessageW(GetFocus(), message, key, 0));
     });

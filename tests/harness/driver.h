@@ -34,7 +34,7 @@ class Driver {
     void Await(const std::string& what, const std::function<bool()>& condition) const;
     // Presses a key in the focused control of a dialog that RunDriven shows, and waits for its effects. The message is
     // that of a key or of a character.
-    void Key(UINT message, WPARAM key, bool shift = false) const;
+    void Key(UINT message, WPARAM key, bool shift = false, bool control = false) const;
     // Returns the id of the focused control of such a dialog.
     int Focus() const;
     // Waits until the thread of a dialog that RunDriven shows has dispatched all that was posted to it, or until

@@ -187,6 +187,112 @@ TEST_F(Dialogs, AnswerAsWindowsDoes) {
     EXPECT_TRUE(DestroyWindow(dialog));
 }
 
+TEST_F(Dialogs, HaveEditsThatKeysChange) {
+    const HWND dialog = MakeDialog({kFrame,
+                                    {{kEdit, kTab | ES_AUTOHSCROLL, 11, TEXT("")},
+                                     {kEdit, kTab | ES_AUTOHSCROLL | ES_READONLY, 12, TEXT("")},
+                                     {kEdit, kTab | ES_MULTILINE | ES_AUTOVSCROLL, 13, TEXT("")},
+                                     {kButton, kTab | BS_DEFPUSHBUTTON, IDOK, TEXT("OK")}}});
+    enum { Plain, Shift, Control };
+    const struct {
+        int edit, start, end;
+        UINT message;
+        WPARAM value;
+        int with;
+        const char* windows;  // the text and the selection
+    } rows[] = {
+        {11, 1, 3, WM_KEYDOWN, VK_DELETE, Plain, "ad ef 1-1"},
+        {11, 0, 0, WM_KEYDOWN, VK_DELETE, Plain, "bcd ef 0-0"},
+        {11, 7, 7, WM_KEYDOWN, VK_DELETE, Plain, "abcd ef 7-7"},
+        {11, 2, 2, WM_KEYDOWN, VK_DELETE, Shift, "acd ef 1-1"},
+        {11, 2, 2, WM_KEYDOWN, VK_DELETE, Control, "ab 2-2"},
+        {12, 1, 3, WM_KEYDOWN, VK_DELETE, Plain, "abcd ef 1-3"},
+        {13, 2, 2, WM_KEYDOWN, VK_DELETE, Plain, "abef 2-2"},
+        {13, 4, 4, WM_CHAR, VK_BACK, Plain, "abef 2-2"},
+        {13, 2, 2, WM_KEYDOWN, VK_RIGHT, Plain, "ab|ef 4-4"},
+        {13, 4, 4, WM_KEYDOWN, VK_LEFT, Plain, "ab|ef 2-2"},
+        {13, 1, 1, WM_KEYDOWN, VK_END, Control, "ab|ef 6-6"},
+        {11, 2, 2, WM_KEYDOWN, VK_END, Plain, "abcd ef 7-7"},
+        {11, 2, 3, WM_KEYDOWN, VK_END, Shift, "abcd ef 2-7"},
+        {11, 2, 3, WM_KEYDOWN, VK_HOME, Plain, "abcd ef 0-0"},
+        {11, 2, 3, WM_KEYDOWN, VK_HOME, Shift, "abcd ef 0-2"},
+        {11, 2, 2, WM_KEYDOWN, VK_LEFT, Plain, "abcd ef 1-1"},
+        {11, 0, 0, WM_KEYDOWN, VK_LEFT, Plain, "abcd ef 0-0"},
+        {11, 2, 2, WM_KEYDOWN, VK_UP, Plain, "abcd ef 1-1"},
+        {11, 7, 7, WM_KEYDOWN, VK_LEFT, Control, "abcd ef 5-5"},
+        {11, 5, 5, WM_KEYDOWN, VK_LEFT, Control, "abcd ef 0-0"},
+        {11, 2, 2, WM_KEYDOWN, VK_RIGHT, Plain, "abcd ef 3-3"},
+        {11, 7, 7, WM_KEYDOWN, VK_RIGHT, Plain, "abcd ef 7-7"},
+        {11, 2, 3, WM_KEYDOWN, VK_RIGHT, Shift, "abcd ef 2-4"},
+        {11, 1, 1, WM_KEYDOWN, VK_RIGHT, Control, "abcd ef 5-5"},
+        {11, 2, 2, WM_KEYDOWN, VK_DOWN, Plain, "abcd ef 3-3"},
+        {11, 2, 2, WM_KEYDOWN, VK_PRIOR, Plain, "abcd ef 2-2"},
+        {11, 1, 3, WM_CLEAR, 0, Plain, "ad ef 1-1"},
+        {12, 1, 3, WM_CUT, 0, Plain, "abcd ef 1-3"},
+        {11, 1, 3, WM_COPY, 0, Plain, "abcd ef 1-3"},
+        {11, 4, 5, WM_PASTE, 0, Plain, "abcdbcef 6-6"},
+        {12, 0, 0, WM_PASTE, 0, Plain, "abcd ef 0-0"},
+        {11, 3, 7, WM_CHAR, 24, Plain, "abc 3-3"},
+        {11, 0, 0, WM_CHAR, 22, Plain, "d efabcd ef 4-4"},
+        {12, 0, 1, WM_CHAR, 3, Plain, "abcd ef 0-1"},
+        {11, 0, 0, WM_KEYDOWN, VK_INSERT, Shift, "aabcd ef 1-1"},
+        {11, 1, 2, WM_KEYDOWN, VK_INSERT, Control, "abcd ef 1-2"},
+        {11, 1, 3, WM_KEYDOWN, VK_DELETE, Shift, "ad ef 1-1"},
+        {11, 0, 0, WM_PASTE, 0, Plain, "bcabcd ef 2-2"},
+        {11, 0, 0, WM_CHAR, 127, Plain, "abcd ef 0-0"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(::testing::Message() << &row - rows << ": " << row.message << " " << row.value);
+        const HWND edit = GetDlgItem(dialog, row.edit);
+        const Text text = row.edit == 13 ? TEXT("ab\r\nef") : TEXT("abcd ef");
+        BYTE keys[256] = {};
+        keys[VK_SHIFT] = row.with == Shift ? 0x80 : 0;
+        keys[VK_CONTROL] = row.with == Control ? 0x80 : 0;
+        EXPECT_TRUE(SetKeyboardState(keys));
+        (void)SendMessageW(edit, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text.c_str()));
+        (void)SendMessageW(edit, EM_SETSEL, static_cast<WPARAM>(row.start), row.end);
+        const bool isKey = row.message == WM_KEYDOWN || row.message == WM_CHAR;
+        EXPECT_EQ(SendMessageW(edit, row.message, row.value, 0), isKey);
+        const auto selection = static_cast<DWORD>(SendMessageW(edit, EM_GETSEL, 0, 0));
+        std::string now = Narrow(TextOf(edit)) + " " + std::to_string(LOWORD(selection)) + "-" +
+                          std::to_string(HIWORD(selection));
+        if (const auto at = now.find("\r\n"); at != now.npos) now.replace(at, 2, "|");
+        EXPECT_EQ(now, row.windows);
+    }
+    BYTE keys[256] = {};
+    EXPECT_TRUE(SetKeyboardState(keys));
+    EXPECT_TRUE(DestroyWindow(dialog));
+}
+
+TEST_F(Dialogs, HaveEditsThatTakeBackTheLastChange) {
+    const HWND dialog = MakeDialog({kFrame, {{kEdit, kTab | ES_AUTOHSCROLL, 11, TEXT("abcdef")}}});
+    const HWND edit = GetDlgItem(dialog, 11);
+    const auto type = [&](std::initializer_list<WPARAM> units) {
+        for (const WPARAM unit : units)
+            (void)SendMessageW(edit, WM_CHAR, unit, 0);
+        return TextOf(edit);
+    };
+    constexpr WPARAM kUndo = 26;
+    EXPECT_FALSE(SendMessageW(edit, EM_CANUNDO, 0, 0));
+    (void)SendMessageW(edit, EM_SETSEL, 1, 3);
+    EXPECT_EQ(type({'x', 'y'}), TEXT("axydef"));
+    EXPECT_EQ(type({kUndo}), TEXT("abcdef")) << "what is typed in a row is one change";
+    EXPECT_EQ(type({kUndo}), TEXT("axydef")) << "a second time it takes back the first";
+    EXPECT_EQ(type({VK_BACK, VK_BACK}), TEXT("def"));
+    EXPECT_EQ(type({kUndo}), TEXT("axydef")) << "so is what is deleted in a row";
+    (void)SendMessageW(edit, EM_SETSEL, 0, 0);
+    for (int i = 0; i < 2; ++i)
+        (void)SendMessageW(edit, WM_KEYDOWN, VK_DELETE, 0);
+    EXPECT_EQ(TextOf(edit), TEXT("ydef"));
+    EXPECT_TRUE(SendMessageW(edit, EM_CANUNDO, 0, 0));
+    EXPECT_EQ(SendMessageW(edit, WM_UNDO, 0, 0), 1);
+    EXPECT_EQ(TextOf(edit), TEXT("axydef"));
+    (void)SendMessageW(edit, EM_SETSEL, 0, 1);
+    (void)SendMessageW(edit, EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>(TEXT("z")));
+    EXPECT_FALSE(SendMessageW(edit, EM_CANUNDO, 0, 0));
+    EXPECT_TRUE(DestroyWindow(dialog));
+}
+
 const std::vector<Item> kModalItems = {{kEdit, kTab | ES_MULTILINE | ES_AUTOHSCROLL, 11, TEXT("")},
                                        {kButton, kTab, 50, TEXT("End")}};
 

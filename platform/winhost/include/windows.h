@@ -599,6 +599,11 @@ BOOL VerQueryValueW(LPCVOID block, LPCWSTR query, LPVOID* value, PUINT cbValue);
 #define WM_KEYLAST 0x109u
 #define WM_INITDIALOG 0x110u
 #define WM_COMMAND 0x111u
+#define WM_CUT 0x300u
+#define WM_COPY 0x301u
+#define WM_PASTE 0x302u
+#define WM_CLEAR 0x303u
+#define WM_UNDO 0x304u
 #define WM_MOUSEFIRST 0x200u
 #define WM_MOUSELAST 0x20Eu
 #define WM_USER 0x400u
@@ -650,12 +655,20 @@ BOOL VerQueryValueW(LPCVOID block, LPCWSTR query, LPVOID* value, PUINT cbValue);
 #define VK_TAB 0x09
 #define VK_RETURN 0x0D
 #define VK_SHIFT 0x10
+#define VK_CONTROL 0x11
+#define VK_CAPITAL 0x14
 #define VK_ESCAPE 0x1B
 #define VK_SPACE 0x20
+#define VK_PRIOR 0x21
+#define VK_NEXT 0x22
+#define VK_END 0x23
+#define VK_HOME 0x24
 #define VK_LEFT 0x25
 #define VK_UP 0x26
 #define VK_RIGHT 0x27
 #define VK_DOWN 0x28
+#define VK_INSERT 0x2D
+#define VK_DELETE 0x2E
 #define SMTO_NORMAL 0x0u
 #define PM_NOREMOVE 0u
 #define PM_REMOVE 1u
@@ -828,6 +841,9 @@ void PostQuitMessage(int exitCode);
 #define EM_REPLACESEL 0xC2u
 #define EM_SETLIMITTEXT 0xC5u
 #define EM_LIMITTEXT EM_SETLIMITTEXT
+#define EM_CANUNDO 0xC6u
+#define EM_UNDO 0xC7u
+#define EM_EMPTYUNDOBUFFER 0xCDu
 #define EM_SETREADONLY 0xCFu
 #define EM_GETLIMITTEXT 0xD5u
 

@@ -104,11 +104,21 @@ bool Post(const std::string& inbox, const MSG& message) {
 
 // Returns the character of a key on this machine's keyboard, or 0.
 char16_t CharacterOf(WPARAM key) {
+    constexpr WPARAM kFirstOfPad = 0x60, kLastOfPad = 0x6F, kFirstOfLayout = 0xBA, kLastOfLayout = 0xE2;
+    constexpr char16_t kControlBack = 0x7F, kControlReturn = 0x0A;
+    const bool shift = GetKeyState(VK_SHIFT) < 0, control = GetKeyState(VK_CONTROL) < 0;
+    if ((key >= kFirstOfPad && key <= kLastOfPad) || (key >= kFirstOfLayout && key <= kLastOfLayout))
+        NotModelled("TranslateMessage", "key " + std::to_string(key) + ", which depends on the keyboard");
+    if (control && key == VK_BACK) return kControlBack;
+    if (control && key == VK_RETURN) return kControlReturn;
     if (key == VK_BACK || key == VK_TAB || key == VK_RETURN || key == VK_ESCAPE || key == VK_SPACE)
         return static_cast<char16_t>(key);
-    if (key >= '0' && key <= '9') return static_cast<char16_t>(key);
+    if (key >= '0' && key <= '9')
+        return control ? 0 : shift ? u")!@#$%^&*("[key - '0'] : static_cast<char16_t>(key);
     if (key < 'A' || key > 'Z') return 0;
-    return static_cast<char16_t>(GetKeyState(VK_SHIFT) < 0 ? key : key + ('a' - 'A'));
+    if (control) return static_cast<char16_t>(key - 'A' + 1);
+    const bool isCapital = shift != ((GetKeyState(VK_CAPITAL) & 1) != 0);
+    return static_cast<char16_t>(isCapital ? key : key + ('a' - 'A'));
 }
 
 }  // namespace
@@ -241,8 +251,9 @@ void PostQuitMessage(int exitCode) {
 
 SHORT GetKeyState(int key) {
     (void)winhost::FaultOf("GetKeyState");
-    const bool known = key >= 0 && key < winhost::kKeyCount;
-    return known && (winhost::ThreadQueue().keys[key] & winhost::kKeyDown) ? SHORT{-0x8000} : SHORT{0};
+    if (key < 0 || key >= winhost::kKeyCount) return 0;
+    const BYTE state = winhost::ThreadQueue().keys[key];
+    return static_cast<SHORT>((state & winhost::kKeyDown ? -0x8000 : 0) | (state & 1));
 }
 
 BOOL SetKeyboardState(LPBYTE keys) {
