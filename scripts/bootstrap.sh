@@ -16,7 +16,7 @@ faults=("${host[@]}" python3)
 fuzz=("${host[@]}" clang libclang-rt-14-dev)
 # For a package's download: what its library is built with, and its signature. make_liblzma builds the library.
 download=("${host[@]}" dpkg-dev osslsigncode openssl)
-release=("${windows[@]}" "${download[@]}" chromium)
+release=("${windows[@]}" "${download[@]}" chromium yamllint)
 bench=("${windows[@]}" "${download[@]}" nsis)
 screenshots=("${windows[@]}" xdotool imagemagick)
 format=(clang-format)

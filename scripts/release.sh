@@ -1,30 +1,34 @@
 #!/usr/bin/env bash
-# usage: scripts/release.sh FOLDER OUT --release-info FILE [--recipe FILE] [--earlier PACKAGE] [--own FOLDER]...
+# usage: scripts/release.sh FOLDER OUT --release-info FILE [--recipe FILE] [--earlier PACKAGE] [--same-version] [--own FOLDER]... [--icon FILE] [--sign-all]
 # example: scripts/release.sh app release --release-info info.txt --earlier last-release/package
 #
 # Makes a signed download with proof from the folder that a build leaves.
 # Makes the package, checks it, rehearses it, makes the download, signs it, runs it, and writes checksums, the manifest
-# for winget and the report. Exits with 1 at the first step that fails, and with 2 if the input is not usable. OUT is
-# written only if everything is right. docs/releasing.md says what each step proves, and names the variables for the
-# signature.
+# for winget and the report. Exits with 1 at the first step that fails, and leaves the reports so far in OUT.failed; exits with 2
+# if the input is not usable. OUT is written only if everything is right. docs/releasing.md says what each step proves, and names
+# the variables for the signature.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+. "$root/scripts/signing.sh"
 cd "$root"
-export QTV_WINDOWS_BUILD=$windows_build
+export QTV_WINDOWS_BUILD=$windows_build LC_ALL=C.UTF-8
 
-places=() recipe='' earlier='' info='' own=()
+places=() recipe='' earlier='' info='' icon='' sign_all='' options=()
 while [ $# -gt 0 ]; do
     case $1 in
-        --recipe | --earlier | --release-info | --own)
+        --recipe | --earlier | --release-info | --own | --icon)
             [ $# -ge 2 ] || bad_usage "$1 needs a value"
             case $1 in
                 --recipe) recipe=$(absolute "$2") ;;
                 --earlier) earlier=$(absolute "$2") ;;
                 --release-info) info=$(absolute "$2") ;;
-                --own) own+=(--own "$2") ;;
+                --own) options+=(--own "$2") ;;
+                --icon) icon=$(absolute "$2") ;;
             esac
             shift
             ;;
+        --same-version) options+=(--same-version) ;;
+        --sign-all) sign_all=yes ;;
         -*) bad_usage "there is no option \"$1\"" ;;
         *) places+=("$(absolute "$1")") ;;
     esac
@@ -37,32 +41,53 @@ folder=${places[0]} out=${places[1]}
 
 # ---- what winget needs ----
 [ -n "$info" ] || refuse '--release-info FILE is missing: winget asks for identifier, address, licence and description'
-[ -r "$info" ] || refuse "$info can't be read"
-info() { sed -n "s/^$1: *//p" "$info" | tr -d '\r' | head -n 1; }
-for entry in PackageIdentifier InstallerUrl License ShortDescription; do
+[ -f "$info" ] && [ -r "$info" ] || refuse "$info can't be read"
+info() { sed -n "s/^$1: *//p" "$info" | sed 's/\r$//' | head -n 1; }
+# check_text PLACE NAME LEAST MOST VALUE: refuses what the schema of winget's files doesn't take; the lengths are in characters.
+check_text() {
+    printf %s "$5" | iconv -f UTF-8 -t UTF-16 >/dev/null 2>&1 || refuse "$1: $2 is no UTF-8"
+    [[ $5 != *[[:cntrl:]]* ]] || refuse "$1: $2 has a control character"
+    [ ${#5} -ge "$3" ] && [ ${#5} -le "$4" ] || refuse "$1: $2 has ${#5} characters instead of $3 to $4"
+}
+while read -r entry least most; do
     [ -n "$(info "$entry")" ] || refuse "$info has no line \"$entry: ...\""
-done
-[[ $(info PackageIdentifier) =~ ^[A-Za-z0-9_+-]+(\.[A-Za-z0-9_+-]+)+$ ]] ||
-    refuse "$info: the identifier is not a maker and a product with a dot between them"
+    check_text "$info" "$entry" "$least" "$most" "$(info "$entry")"
+done <<END
+PackageIdentifier 3 128
+InstallerUrl 10 2048
+License 3 512
+ShortDescription 3 256
+END
+[[ $(info PackageIdentifier) =~ ^[A-Za-z0-9_+-]{1,32}(\.[A-Za-z0-9_+-]{1,32}){1,7}$ ]] ||
+    refuse "$info: the identifier is not 2 to 8 parts, such as a maker and a product, with dots between them and 32 characters each at most"
 [[ $(info InstallerUrl) =~ ^https://[^[:space:]]+$ ]] || refuse "$info: the address doesn't begin with https://"
 
-# ---- the signature ----
-certificate=${QTV_SIGN_CERTIFICATE-} key=${QTV_SIGN_KEY-} password=${QTV_SIGN_PASSWORD_FILE-} stamp=${QTV_SIGN_TIMESTAMP-}
-for file in "$certificate" "$key" "$password"; do
-    [ -z "$file" ] || [ -r "$file" ] || refuse "$file, for the signature, can't be read"
-done
-[ -z "$certificate" ] || [ -n "$key" ] || refuse 'QTV_SIGN_CERTIFICATE is set, and QTV_SIGN_KEY is not'
-# sign PROGRAM: signs the file itself if there is a certificate.
-sign() {
-    [ -n "$certificate" ] || return 0
-    osslsigncode sign -h sha256 -certs "$certificate" -key "$key" ${password:+-readpass "$password"} ${stamp:+-ts "$stamp"} \
-        -in "$1" -out "$1.signed" >/dev/null
-    mv "$1.signed" "$1"
-}
+# ---- what can be seen before anything is made ----
+check_signing
+[ -z "$sign_all" ] || [ -n "$signs" ] || refuse '--sign-all needs one of the variables for the signature'
+application=$folder/QtvApp8.exe
+[ "$(head -c 2 -- "$application" 2>/dev/null)" = MZ ] || refuse "$folder has no QtvApp8.exe that is a Windows program"
+[ -z "$icon" ] || [ -r "$icon" ] || refuse "$icon can't be read"
+long=$(find "$folder" -mindepth 1 -printf '%P\n' | grep -E '^.{201}' | head -n 1) || true
+[ -z "$long" ] || refuse "$long: a name of more than 200 characters, which no download takes"
+# The package, a copy of it in each rehearsal, and the download.
+kib=$(($(du -sk --apparent-size "$folder" | cut -f 1) * 5))
+[ "$(df -k --output=avail "$(dirname "$out")" | tail -n 1)" -gt "$kib" ] ||
+    refuse "$(dirname "$out") has too little free space: a release of $folder takes $((kib / 1024)) MiB while it is made"
 
 needs windows download
 build host package_make package_check rehearse rehearse_stand_in download_make
-build windows setup rehearse
+build windows setup rehearse download
+
+texts=$("$host_build/download_make" --texts "$application" ${icon:+--icon "$icon"}) || exit 2
+text() { sed -n "s/^$1 //p" <<<"$texts"; }
+version=$(text Version) product=$(text ProductName)
+check_text "$application" 'the name of the product' 2 256 "$product"
+check_text "$application" 'the name of the company' 2 256 "$(text CompanyName)"
+name=${product//[^A-Za-z0-9._-]/-}
+file=$name-$version.exe
+url=$(info InstallerUrl)
+[ "${url##*/}" = "$file" ] || refuse "$info: the address ends in \"${url##*/}\", and the file will be $file"
 
 # Beside the release, so that it appears whole or not at all.
 make_work "$(dirname "$out")"
@@ -70,9 +95,17 @@ new=$work/new
 mkdir -p "$new/report"
 
 report() { printf '%-44s %s\n' "$1" "$2" | tee -a "$new/report/report.txt"; }
+# The reports so far stay, beside those of earlier runs that failed.
 stop() {
-    [ ! -s "$work/said" ] || cat "$work/said" >&2
-    echo "release.sh: stopped: $*" >&2
+    local place=$out.failed number=1
+    report 'stopped' "$*" >/dev/null
+    if [ -s "$work/said" ]; then
+        cat "$work/said" >&2
+        cp "$work/said" "$new/report/stopped.txt"
+    fi
+    while [ -e "$place" ]; do place=$out.failed.$((++number)); done
+    mv -T "$new/report" "$place"
+    echo "release.sh: stopped: $*; the reports so far are in $place" >&2
     exit 1
 }
 # step NAME COMMAND...: shows the output of the command only if it fails.
@@ -84,17 +117,30 @@ step() {
 }
 
 # ---- the package ----
-# Setup's own signature is inside the download, so it comes before that of the download.
+# Signatures inside the download come before its own.
 cp "$windows_build/setup.exe" "$work/setup.exe"
-sign "$work/setup.exe" || stop 'setup.exe is not signed'
+step 'the signature of setup.exe' sign_once "$work/setup.exe" "${earlier:+$earlier/setup.exe}"
+sign_files() {
+    local program rc
+    while IFS= read -r -d '' program; do
+        rc=0
+        is_signed "$work/files/$program" || rc=$?
+        [ "$rc" != 1 ] || sign_once "$work/files/$program" "${earlier:+$earlier/$program}" || return
+    done < <(find "$work/files" -type f -printf '%P\0')
+}
+if [ -n "$sign_all" ]; then
+    cp -a "$folder" "$work/files"
+    folder=$work/files
+    step "the signatures of the application's programs" sign_files
+fi
 package=$new/package
 made=0
 "$host_build/package_make" "$folder" "$package" --setup "$work/setup.exe" ${recipe:+--recipe "$recipe"} \
-    ${earlier:+--earlier "$earlier"} "${own[@]}" >"$work/said" 2>&1 || made=$?
+    ${earlier:+--earlier "$earlier" --make-dirs} "${options[@]}" >"$work/said" 2>&1 || made=$?
 cat "$work/said"
 cp "$work/said" "$new/report/package.txt"
-: >"$work/said"
-[ "$made" = 0 ] || { [ "$made" = 1 ] && stop 'the package has findings' || exit 2; }
+[ "$made" != 2 ] || exit 2
+[ "$made" = 0 ] || stop 'the package has findings'
 report 'the package' "$(find "$package" -type f | wc -l) files, $(($(find "$package" -type f -printf '%s+')0)) bytes"
 step 'checked' "$host_build/package_check" --sarif --sarif-base "$new" ${recipe:+--recipe "$recipe"} "$package"
 cp "$work/said" "$new/report/check.sarif"
@@ -107,6 +153,10 @@ rehearse() {
     step "rehearsed under Wine, $name" "$host_build/rehearse" --wine --html "$new/report/$page.html" "$@"
 }
 rehearse fresh fresh "$package" -- -s
+# What setup registers is what winget finds on a machine.
+registered() { sed -n "s/^ *+ $1  *\"\(.*\)\"\$/\1/p" "$work/said" | head -n 1; }
+shown_name=$(registered DisplayName) shown_version=$(registered DisplayVersion) shown_publisher=$(registered Publisher)
+[ -n "$shown_name" ] && [ -n "$shown_version" ] || stop 'setup registers no name or no version in the list of programs'
 [ -z "$earlier" ] || rehearse 'an update' update --earlier "$earlier" "$package" -- -s
 rehearse portable portable "$package" -- -s -instport 'C:\Stick\Qantivo'
 
@@ -122,26 +172,23 @@ while IFS= read -r -d '' program; do
     elif [ "$(head -c 2 "$program")" = MZ ]; then
         x86_64-w64-mingw32-windres -i "$program" -O res -o "$work/resources" 2>/dev/null || : >"$work/resources"
         objcopy --add-section winres="$work/resources" "$host_build/rehearse_stand_in" "$program"
-        stand_ins+=("$name")
+        stand_ins+=("${name//\//\\}")
     fi
     chmod +x "$program"
 done < <(find "$work/embedded/package" -type f -iname '*.exe' -print0 | sort -z)
 step 'rehearsed on an embedded machine' "$host_build/rehearse" --html "$new/report/embedded.html" "$work/embedded/package" -- -s
 report '  stand-ins there for' "${stand_ins[*]}"
-starts=$(grep -iE "$(printf '%s|' "${stand_ins[@]//./\\.}")"'^$' "$work/said" | sed -n 's/^ \{4\}\("\{0,1\}[A-Z]:.*\)/\1/p' | sort | uniq -c)
+starts=$(grep -iF -f <(printf '%s\n' "${stand_ins[@]}") "$work/said" | sed -n 's/^ \{4\}\("\{0,1\}[A-Z]:.*\)/\1/p' | sort | uniq -c)
 [ -n "$starts" ] || stop 'setup starts none of the package'"'"'s programs on the embedded machine'
 while read -r count line; do report '  started there' "$count x $line"; done <<<"$starts"
 
 # ---- the download ----
-texts=$("$host_build/download_make" --texts "$package/QtvApp8.exe") || stop 'the application has no version'
-text() { sed -n "s/^$1 //p" <<<"$texts"; }
-version=$(text Version) product=$(text ProductName)
-file=${product// /-}-$version.exe
-step 'the download is made' scripts/make_download.sh "$package" "$new/$file"
-sign "$new/$file" || stop 'the download is not signed'
-signed='no: QTV_SIGN_CERTIFICATE names no certificate'
-[ -z "$certificate" ] || signed=$(openssl x509 -in "$certificate" -noout -subject)
-report 'signed' "$signed"
+step 'the download is made' scripts/make_download.sh "$package" "$new/$file" ${icon:+--icon "$icon"}
+step 'the signature of the download' sign "$new/$file"
+signer='nobody: no variable for the signature is set'
+# Whether this machine trusts the signer doesn't matter here.
+[ -z "$signs" ] || signer=$({ osslsigncode verify -in "$new/$file" 2>/dev/null || true; } | sed -n 's/^[[:space:]]*Subject: //p' | sed -n 1p)
+report 'signed by' "$signer"
 report 'it unpacks with' "liblzma $(<build/liblzma/version)"
 run_download() {
     export QTV_WINE_HOME=$work/wine
@@ -185,10 +232,15 @@ InstallerSwitches:
   Silent: -s
   SilentWithProgress: -s
 ProductCode: 'Qantivo 8'
+AppsAndFeaturesEntries:
+  - DisplayName: $(yaml "$shown_name")
+    Publisher: $(yaml "$shown_publisher")
+    DisplayVersion: $(yaml "$shown_version")
+    ProductCode: 'Qantivo 8'
 Installers:
-- Architecture: x64
-  InstallerUrl: $(yaml "$(info InstallerUrl)")
-  InstallerSha256: ${sum^^}
+  - Architecture: x64
+    InstallerUrl: $(yaml "$url")
+    InstallerSha256: ${sum^^}
 END
 report 'for winget' "$identifier $version"
 (cd "$new" && find . -type f ! -path './package/*' ! -name SHA256SUMS -printf '%P\n' | LC_ALL=C sort | xargs -d '\n' sha256sum >SHA256SUMS)

@@ -20,9 +20,12 @@ release() {
     "$root/scripts/release.sh" "$@" >said 2>&1 || result=$?
     [ "$result" = "$expected" ] && grep -qF -- "$text" said || fail "release.sh $* ended with $result: $(<said)"
     [ "$result" = 0 ] || [ ! -e out ] || fail "release.sh $* leaves something"
+    [ -e out.failed/report.txt ] && grep -qF "$text" <(sed 's/^stopped */stopped: /' out.failed/report.txt) && rm -r out.failed || [ "$result" != 1 ] ||
+        fail "release.sh $* leaves no report"
+    [ "$result" != 2 ] || [ ! -e out.failed ] || fail "release.sh $* leaves a report"
 }
 
-"$root/scripts/bootstrap.sh" windows download
+"$root/scripts/bootstrap.sh" release
 [ -e "$build/CMakeCache.txt" ] || (cd "$root" && cmake --preset windows -B "$build") >/dev/null
 cmake --build "$build" --target sample_package -- --quiet || exit 1
 
@@ -42,16 +45,35 @@ sed 's/Lorvanta\./Lorvanta /' "$info" >partly
 release 2 'the identifier' app out --release-info partly
 sed 's/https/http/' "$info" >partly
 release 2 'the address' app out --release-info partly
+sed "s/^License: /&$(printf '%0506d' 0)/" "$info" >partly
+release 2 'License has 517 characters instead of 3 to 512' app out --release-info partly
+sed $'s/^License: /&\x07/' "$info" >partly
+release 2 'License has a control character' app out --release-info partly
+sed $'s/^License: /&\xFF/' "$info" >partly
+release 2 'License is no UTF-8' app out --release-info partly
+sed 's/Lorvanta\./Lorvanta.this-part-has-more-than-32-characters./' "$info" >partly
+release 2 'the identifier' app out --release-info partly
 release 2 'is no folder' app none/out --release-info "$info"
 release 2 'is there already' app "$root/docs" --release-info "$info"
 QTV_SIGN_CERTIFICATE=none release 2 "for the signature, can't be read" app out --release-info "$info"
 QTV_SIGN_CERTIFICATE=$info release 2 'QTV_SIGN_KEY is not' app out --release-info "$info"
+release 2 '--sign-all needs' app out --release-info "$info" --sign-all
 release 2 'has no QtvApp8.exe' app out --release-info "$info"
 
 # ---- an earlier release, and the present one without some files ----
 cp -r "$build/package/." app
 rm app/{setup.exe,QtvUnInst.exe,QtvUnInst.log}
 "${QTV_HOST_BUILD:-$root/build/host}/package_check" "$build/package" >/dev/null || fail 'the sample is not clean'
+mkdir -p "app/$(printf '%0100d' 0)"
+touch "app/$(printf '%0100d' 0)/$(printf '%0100d' 0)"
+release 2 'a name of more than 200 characters' app out --release-info "$info"
+rm -r app/0*
+release 2 "none can't be read" app out --release-info "$info" --icon none
+release 2 'is no file of icons' app out --release-info "$info" --icon "$info"
+sed 's/-8.5.2.0.exe/-8.5.2.1.exe/' "$info" >partly
+release 2 'the address ends in "Qantivo-8-8.5.2.1.exe", and the file will be Qantivo-8-8.5.2.0.exe' app out --release-info partly
+# A name that is no pattern.
+cp app/QtvApp8.exe 'app/a(b.exe'
 cp -r app earlier
 mkdir earlier/gone
 echo a | tee earlier/gone/a.dat earlier/presets.dat >earlier/Samples/old.jpg
@@ -61,35 +83,39 @@ echo a | tee earlier/gone/a.dat earlier/presets.dat >earlier/Samples/old.jpg
 printf secret >password
 openssl req -x509 -newkey rsa:2048 -keyout key.pem -out certificate.pem -passout file:password -days 2 \
     -subj "/CN=The maker's own" -addext extendedKeyUsage=codeSigning 2>/dev/null
-export QTV_SIGN_CERTIFICATE=$work/certificate.pem QTV_SIGN_KEY=$work/key.pem QTV_SIGN_PASSWORD_FILE=$work/password
-printf wrong >wrong
-QTV_SIGN_PASSWORD_FILE=$work/wrong release 1 'stopped: setup.exe is not signed' app out --release-info "$info"
-# A folder that becomes empty and isn't in the recipe stays. The rehearsal of the update says so.
-cp "$root/sample/recipe.txt" recipe
-printf 'Make Dir: gone\n' >>recipe
+QTV_SIGN_COMMAND='false {}' release 1 'stopped: the signature of setup.exe' app out --release-info "$info"
+export QTV_SIGN_COMMAND="osslsigncode sign -h sha256 -certs $work/certificate.pem -key $work/key.pem -readpass $work/password -in {} -out {}.s && mv {}.s {}"
+# As a release with --sign-all has left it.
+bash -c "${QTV_SIGN_COMMAND//\{\}/last/StartQV8.exe}" >said 2>&1 || fail "$(<said)"
 echo 'File Copy: none.dat' >bad
 release 1 'stopped: the package has findings' app out --release-info "$info" --recipe bad --own Samples
 mkdir out.unfinished
 touch out.unfinished/stale
-release 0 'right' app out --release-info "$info" --recipe recipe --own Samples --earlier last
+release 2 'is not higher than' app out --release-info "$info" --recipe "$root/sample/recipe.txt" --own Samples --earlier last
+release 0 'right' app out --release-info "$info" --recipe "$root/sample/recipe.txt" --own Samples --earlier last --same-version \
+    --sign-all --icon "$root/res/setup.ico"
 cat said
 [ -e out.unfinished/stale ] && [ -z "$(find out -name stale)" ] || fail "a user's folder: $(find . -name stale)"
 download=$(ls out/*.exe)
 [ "$download" = out/Qantivo-8-8.5.2.0.exe ] || fail "the download is $download"
-for file in "$download" out/package/setup.exe out/package/QtvUnInst.exe; do
+cmp last/StartQV8.exe out/package/StartQV8.exe || fail 'a signed program of the earlier release is not kept'
+cmp "$build/package/QtvApp8.exe" app/QtvApp8.exe || fail "the maker's own file is signed"
+for file in "$download" out/package/{setup,QtvUnInst,QtvApp8,StartQV8}.exe; do
     osslsigncode verify -CAfile certificate.pem -in "$file" >verified 2>&1 || fail "$file: $(<verified)"
 done
 (cd out && sha256sum --quiet -c SHA256SUMS) || fail 'the checksums are wrong'
 sum=$(sha256sum "$download" | cut -d ' ' -f 1)
 installer=out/winget/Lorvanta.Qantivo.installer.yaml
 for line in 'InstallerType: exe' 'Scope: machine' 'ElevationRequirement: elevatesSelf' '  Silent: -s' "ProductCode: 'Qantivo 8'" \
-    "  InstallerSha256: ${sum^^}" "PackageVersion: '8.5.2.0'"; do
+    "    InstallerSha256: ${sum^^}" "PackageVersion: '8.5.2.0'" "    DisplayVersion: '8.05.02'" "  - DisplayName: 'Qantivo 8'"; do
     grep -qxF -- "$line" "$installer" || fail "no line \"$line\" in $(<$installer)"
 done
+yamllint -s -d '{extends: default, rules: {line-length: disable, document-start: disable}}' out/winget || fail 'the files for winget are no clean YAML'
 [ "$(find out/winget -name '*.yaml' | wc -l)" = 3 ] || fail 'there are not three files for winget'
 for name in 'gone\a.dat' presets.dat 'Samples\old.jpg'; do
     grep -qF "File Del: $name" out/package/QtvUnInst.log || fail "an update leaves $name"
 done
+grep -qx $'Make Dir: gone\r' out/package/QtvUnInst.log || fail 'an update leaves an empty folder'
 grep -q 'stand-ins there for.*QtvApp8.exe' out/report/report.txt || fail 'the report does not name the stand-ins'
 grep -q 'started there *[0-9]* x "C:.*QtvApp8.exe" -regonly' out/report/report.txt || fail 'the report does not list the started programs'
 [ "$(find out/report -name '*.html' | wc -l)" = 4 ] || fail 'the report does not have four rehearsals'

@@ -1,0 +1,100 @@
+#!/usr/bin/env bash
+# Tests how a release signs: signing_test.sh BUILD-FOLDER, where download_make of the host and the sample package of Windows are.
+set -uo pipefail
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+program=$(realpath "$1/package/QtvApp8.exe")
+set --
+. "$root/scripts/lib.sh"
+make_work
+cd "$work" || exit 1
+failed=
+fail() {
+    echo "signing_test: $*" >&2
+    failed=yes
+}
+# signing COMMAND...: runs it with the functions of signing.sh, and stores what is said.
+signing() {
+    (
+        . "$root/scripts/signing.sh"
+        "$@"
+    ) >said 2>&1
+}
+# signed NAME: makes an unsigned program of that name and signs it.
+signed() {
+    cp "$program" "$1"
+    signing sign_once "$1"
+}
+verified() { osslsigncode verify -CAfile "${2:-certificate.pem}" -TSA-CAfile certificate.pem -in "$1" >said 2>&1; }
+
+printf secret >password
+openssl req -x509 -newkey rsa:2048 -keyout key.pem -out certificate.pem -passout file:password -days 2 -subj '/CN=maker' \
+    -addext extendedKeyUsage=codeSigning 2>/dev/null
+openssl pkcs12 -export -inkey key.pem -in certificate.pem -passin file:password -passout pass:secret -out 'key and.p12' 2>/dev/null
+export QTV_SIGN_PASSWORD_FILE=$work/password QTV_SIGN_PAUSE=0
+
+# ---- nobody, PEM, PKCS#12, a command ----
+signed unsigned.exe && cmp unsigned.exe "$program" || fail "signed without a variable: $(<said)"
+QTV_SIGN_CERTIFICATE=certificate.pem QTV_SIGN_KEY=key.pem signed pem.exe && verified pem.exe || fail "PEM: $(<said)"
+QTV_SIGN_PKCS12='key and.p12' signed p12.exe && verified p12.exe || fail "PKCS#12: $(<said)"
+cat >signer <<'END'
+#!/bin/sh
+echo "$#:$1" >>asked
+cp pem.exe "$1"
+END
+chmod +x signer
+export QTV_SIGN_COMMAND='./signer {}'
+signed "a \$(touch injected)'b.exe" && verified "a \$(touch injected)'b.exe" || fail "a command: $(<said)"
+[ "$(<asked)" = "1:a \$(touch injected)'b.exe" ] && [ ! -e injected ] || fail "the command gets $(<asked)"
+QTV_SIGN_COMMAND='true {}' signed x.exe && fail 'a command that signs nothing is right'
+QTV_SIGN_COMMAND='false {}' signed x.exe && fail 'a command that fails is right'
+
+# ---- what is signed already ----
+: >asked
+cp p12.exe kept.exe
+signing sign_once kept.exe && cmp p12.exe kept.exe && [ ! -s asked ] || fail 'a signed program is signed again'
+cp "$program" new.exe
+signing sign_once new.exe p12.exe && cmp p12.exe new.exe && [ ! -s asked ] || fail "the earlier program isn't kept: $(<said)"
+for other in unsigned.exe none.exe password changed.exe; do
+    cp p12.exe changed.exe
+    printf x | dd of=changed.exe bs=1 seek=5000 conv=notrunc 2>/dev/null
+    cp "$program" new.exe
+    signing sign_once new.exe "$other" && [ -s asked ] || fail "$other is taken for the earlier program"
+    : >asked
+done
+unset QTV_SIGN_COMMAND
+
+# ---- a time stamp: the service is busy twice ----
+mkdir bin
+cat >bin/osslsigncode <<'END'
+#!/bin/sh
+[ "$1" = add ] || exec /usr/bin/osslsigncode "$@"
+echo "$3" >>tries
+[ "$(wc -l <tries)" -ge "$right" ] && cp p12.exe "${7:-$6}" 2>/dev/null && for last; do :; done && cp p12.exe "$last"
+END
+chmod +x bin/osslsigncode
+export QTV_SIGN_TIMESTAMP=https://stamp.example QTV_SIGN_PKCS12='key and.p12'
+PATH=$work/bin:$PATH right=3 signed stamped.exe && [ "$(wc -l <tries)" = 3 ] || fail "the service is not asked again: $(<said)"
+rm tries
+PATH=$work/bin:$PATH right=9 signed stamped.exe && fail 'without a time stamp all is right'
+[ "$(wc -l <tries)" = 5 ] && [ "$(uniq tries)" = https://stamp.example ] || fail "the service is asked for $(<tries)"
+
+# ---- wrong variables ----
+# refused SAYS VARIABLE...
+refused() {
+    local text=$1 rc=0
+    shift
+    (
+        export "$@"
+        signing check_signing
+    ) || rc=$?
+    [ "$rc" = 2 ] && grep -qF -- "$text" said || fail "$* is taken: $rc $(<said)"
+}
+refused "none, for the signature, can't be read" QTV_SIGN_PKCS12=none
+refused "none, for the signature, can't be read" QTV_SIGN_PKCS11_MODULE=none
+refused 'only one of' QTV_SIGN_COMMAND='x {}'
+refused 'only one of' QTV_SIGN_CERTIFICATE=certificate.pem QTV_SIGN_KEY=key.pem
+unset QTV_SIGN_PKCS12
+refused 'has no {}' QTV_SIGN_COMMAND=x
+refused 'QTV_SIGN_KEY is not' QTV_SIGN_CERTIFICATE=certificate.pem
+QTV_SIGN_CERTIFICATE=pkcs11:object=c QTV_SIGN_KEY=pkcs11:object=k signing check_signing || fail "a token: $(<said)"
+[ -z "$failed" ]
