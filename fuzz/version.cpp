@@ -17,10 +17,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         for (const LPCWSTR query : {TEXT("\\"), TEXT("\\VarFileInfo\\Translation"),
                                     TEXT("\\StringFileInfo\\040904B0\\FileVersion")}) {
             void* value;
-            UINT size;
-            if (!VerQueryValueW(block.data(), query, &value, &size)) continue;
+            UINT cbValue;
+            if (!VerQueryValueW(block.data(), query, &value, &cbValue)) continue;
             const auto offset = static_cast<std::size_t>(static_cast<BYTE*>(value) - block.data());
-            Require(offset <= cbBlock && size <= cbBlock - offset, "the value lies inside its block");
+            Require(offset <= cbBlock && cbValue <= cbBlock - offset, "the value lies inside its block");
         }
     }
     return 0;

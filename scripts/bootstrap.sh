@@ -10,18 +10,18 @@ set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
 # Both targets need windres to compile the resources; windres needs the cross compiler's preprocessor and headers.
-host=(g++ mold cmake ninja-build libgtest-dev liblzma-dev libc-bin binutils-mingw-w64-x86-64 gcc-mingw-w64-x86-64-posix)
+host=(g++ clang libclang-rt-14-dev mold cmake ninja-build libgtest-dev liblzma-dev libc-bin binutils-mingw-w64-x86-64 gcc-mingw-w64-x86-64-posix)
 windows=("${host[@]}" g++-mingw-w64-x86-64-posix lld wine64 wine xvfb xauth)
 faults=("${host[@]}" python3)
-fuzz=("${host[@]}" clang libclang-rt-14-dev)
+fuzz=("${host[@]}")
 # For a package's download: what its library is built with, and its signature. make_liblzma builds the library.
 download=("${host[@]}" dpkg-dev osslsigncode openssl)
 release=("${windows[@]}" "${download[@]}" chromium yamllint)
 bench=("${windows[@]}" "${download[@]}" nsis)
 screenshots=("${windows[@]}" xdotool imagemagick)
 format=(clang-format)
-tidy=("${host[@]}" clang clang-tidy)
-clang=("${windows[@]}" clang)
+tidy=("${host[@]}" clang-tidy)
+clang=("${windows[@]}")
 
 missing() {
     comm -23 <(printf '%s\n' "$@" | sort -u) \
@@ -65,6 +65,7 @@ make_liblzma() (
         (cd "$folder/source" && apt-get "${apt[@]}" source --only-source "xz-utils=$version" >/dev/null)
         source=$(find "$folder/source" -mindepth 1 -maxdepth 1 -type d)
         cmake -S "$source" -B "$folder/build" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-w64.cmake" \
+            -DCMAKE_PROJECT_xz_INCLUDE="$root/cmake/liblzma_headers.cmake" \
             -DCMAKE_BUILD_TYPE=Release -DCMAKE_C_FLAGS='-w -DWIN32_LEAN_AND_MEAN -ffunction-sections -fdata-sections' >/dev/null
         cmake --build "$folder/build" --target liblzma -j "$(nproc)" -- --quiet
         cp "$folder/build/liblzma.a" "$folder/lib"

@@ -43,6 +43,8 @@ build() {
         windows) folder=$windows_build ;;
     esac
     [ -e "$folder/build.ninja" ] || (cd "$root" && cmake --preset "$preset" -B "$folder" >/dev/null) || return
+    # Large pages save clang an eighth of its time; they cost GCC as much.
+    [ "$preset" != host-asan ] || local -x GLIBC_TUNABLES=glibc.malloc.hugetlb=1
     cmake --build "$folder" -j "$(nproc)" ${1+--target "$@"} -- --quiet
 }
 

@@ -4,7 +4,7 @@
 
 namespace {
 
-CWinApp* application;
+CWinApp* current;
 HINSTANCE instanceModule;
 HINSTANCE resourceModule;
 
@@ -25,15 +25,15 @@ int CWinThread::Run() {
 }
 
 CWinApp::CWinApp() {
-    application = this;
+    current = this;
 }
 
 CWinApp::~CWinApp() {
-    if (application == this) application = nullptr;
+    if (current == this) current = nullptr;
 }
 
 CWinApp* AfxGetApp() {
-    return application;
+    return current;
 }
 
 HINSTANCE AfxGetInstanceHandle() {
@@ -56,6 +56,6 @@ void AfxFailFast() {
 }
 
 int AfxWinMain() {
-    if (!application || !application->InitInstance()) return 0;
-    return application->Run();
+    if (!current || !current->InitInstance()) return 0;
+    return current->Run();
 }

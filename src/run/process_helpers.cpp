@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t kCommandLineChars = 520;
 
-using RtlGetVersionFn = NTSTATUS(WINAPI*)(RTL_OSVERSIONINFOW*);
+using RtlGetVersionFn = LONG(WINAPI*)(RTL_OSVERSIONINFOW*);
 
 static_assert(sizeof(STARTUPINFOW) == 104);
 static_assert(sizeof(TOKEN_PRIVILEGES) == 16);

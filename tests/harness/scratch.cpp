@@ -194,8 +194,11 @@ void ImportFile(const std::string& buildPath, const Text& target) {
 }
 
 std::string BuildBytes(const std::string& buildPath) {
-    std::ifstream file(buildPath, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::ifstream file(buildPath, std::ios::binary | std::ios::ate);
+    if (!file) return {};
+    std::string bytes(static_cast<std::size_t>(file.tellg()), '\0');
+    file.seekg(0).read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    return bytes;
 }
 
 std::string Utf16(const std::string& ascii) {

@@ -43,7 +43,6 @@ using LPARAM = LONG_PTR;
 using LRESULT = LONG_PTR;
 using HRESULT = LONG;
 using LSTATUS = LONG;
-using NTSTATUS = LONG;
 using ATOM = WORD;
 using LCID = DWORD;
 using COLORREF = DWORD;

@@ -4,14 +4,6 @@
 #include "processes/arguments.h"
 #include "processes/modules.h"
 
-#ifdef __SANITIZE_ADDRESS__
-// Test programs look for leaks in the same code. Here the look takes half the time of a short run.
-extern "C" const char* __asan_default_options();
-extern "C" const char* __asan_default_options() {
-    return "detect_leaks=0";
-}
-#endif
-
 int main() {
     // Ends a program outside any machine here, even if it makes no call that needs a machine.
     (void)winhost::Root();
