@@ -49,7 +49,7 @@ void MakeFiles(std::string_view manifest) {
 }
 
 void RunBothPasses() {
-    RunCopyPass(TEXT("C:\\Package\\QtvUnInst.log"));
+    RunCopyPass(TEXT("C:\\Package\\QtvUnInst.log"), TEXT("C:\\Package"), g_targetDir);
     constexpr WCHAR kLog[] = TEXT("C:\\Apps\\Q8\\QtvUnInst.log");
     AdoptGroup();
     RemoveLoggedLinks(kLog);
@@ -64,7 +64,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const unsigned flags = data[0];
     std::string manifest(Bytes(data + 1, size - 1));
     MakeFiles(manifest);
-    g_sourceDir = TEXT("C:\\Package");
     g_targetDir = TEXT("C:\\Apps\\Q8");
     g_installType = static_cast<int>(flags & kInstallType) % 3;
     g_isWow64Process = flags & kWow64 ? SayWow64 : nullptr;

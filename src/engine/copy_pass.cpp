@@ -78,8 +78,8 @@ bool IsDotName(LPCWSTR name) {
 
 }  // namespace
 
-void RunCopyPass(LPCWSTR manifestPath) {
-    const CopyJob job = {g_sourceDir, g_targetDir, IsWow64() != 0, g_installType == kPortable};
+void RunCopyPass(LPCWSTR manifestPath, LPCWSTR fromFolder, LPCWSTR toFolder) {
+    const CopyJob job = {fromFolder, toFolder, IsWow64() != 0, g_installType == kPortable};
     const FileStream manifest(_wfopen(manifestPath, TEXT("r")));
     if (!manifest) return;
     ForEachRecord(manifest.get(), [&](const LogRecord& record) { CarryOutRecord(record, job); });

@@ -27,9 +27,9 @@ int ScheduleBootReplace(LPCWSTR source, LPCWSTR target);
 // MAX_PATH characters or more matches nothing.
 int DeleteMatching(LPCWSTR folder, LPCWSTR pattern);
 
-// Carries out the manifest from top to bottom, from g_sourceDir into g_targetDir. A record that fails doesn't
-// stop it. Nothing happens when the manifest can't be opened.
-void RunCopyPass(LPCWSTR manifestPath);
+// Carries out the manifest from top to bottom, from the package's folder into the target folder. A record that fails
+// doesn't stop it. Nothing happens when the manifest can't be opened.
+void RunCopyPass(LPCWSTR manifestPath, LPCWSTR fromFolder, LPCWSTR toFolder);
 
 // Copies what the pattern matches, and makes the target folders. Stops at the first file for which
 // ReplaceFile returns 0. Returns the number of files done.

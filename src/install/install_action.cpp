@@ -88,7 +88,7 @@ void StartSelfRegistration() {
 
 void PerformInstall() {
     if (!g_freshInstall) ClearEarlierInstallation();
-    RunCopyPass(ManifestPath());
+    RunCopyPass(ManifestPath(), g_sourceDir, g_targetDir);
     (void)CopyMatching(kLogFile, g_sourceDir, g_targetDir);
     // An empty line separates the manifest's text from the records that follow.
     AppendLogLine(LogPath(), TEXT(""));

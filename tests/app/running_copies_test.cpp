@@ -136,7 +136,7 @@ TEST_F(RunningCopies, BoxesAreNotAnsweredByOthers) {
 }
 
 // Ended processes stay in the list, and the count may be larger than the list. Each entry gets 10 ms to end.
-TEST_F(RunningCopies, EndedProcessesArePassedOverToTheEndOfTheList) {
+TEST_F(RunningCopies, EndedProcessesAreSkipped) {
     const RunningProgram copy(kCopy);
     std::vector<DWORD> ids(11, 0xFFFFFFF0);
     ids.back() = copy.Id();

@@ -112,7 +112,8 @@ TEST_F(DownloadTest, ThePageShowsTheShareAndCancels) {
         while (!progress.IsCancelled())
             Sleep(1);
         progress.onStarted();
-        wasHidden = ComesTrue([] { return !IsWindowVisible(FindWindowW(nullptr, TEXT("Product"))); });
+        wasHidden = ComesTrue(
+            [] { return !IsWindowVisible(FindWindowExW(nullptr, nullptr, nullptr, TEXT("Product"))); });
     };
     (void)RunDriven(
         TEXT("Product"), [&] { return CProgressDlg(job, progress).DoModal(); },

@@ -17,7 +17,7 @@ class CopyPassTest : public ScratchTest {
     }
     static void Run(const std::string& manifest) {
         MakeFile(At("manifest"), manifest);
-        RunCopyPass(At("manifest").c_str());
+        RunCopyPass(At("manifest").c_str(), g_sourceDir, g_targetDir);
     }
 };
 
@@ -61,7 +61,7 @@ TEST_F(CopyPassTest, EachKindGoesWhereTheMachineAndTheInstallTypeSay) {
     EXPECT_TRUE(BootMarks().empty());
 }
 
-TEST_F(CopyPassTest, TwoNamesAreTakenLiterallyEvenWithoutTheSecond) {
+TEST_F(CopyPassTest, TwoNamesAreNoPatterns) {
     Make("c:1 sub\\d:2 e:3", kPackage);
     MakeFile(kPackage + TEXT("\\a b"), "4");
     Run("File Copy: a b \t> \t new\r\n"
@@ -82,7 +82,7 @@ TEST_F(CopyPassTest, TwoNamesAreTakenLiterallyEvenWithoutTheSecond) {
     EXPECT_EQ(FileBytes(At("rooted")), "1");
 }
 
-TEST_F(CopyPassTest, TheProbeLooksForALibraryOtherThanThePackagesOwn) {
+TEST_F(CopyPassTest, ProbeIgnoresThePackagesOwnLibrary) {
     // The current folder is one of the places where the system looks.
     g_sourceDir = kScratch.c_str();
     const Text library = At("runtime9.dll");
@@ -143,7 +143,7 @@ TEST_F(CopyPassTest, CopyMatchingMakesTheFolderThatItNeeds) {
     }
 }
 
-TEST_F(CopyPassTest, TheWalkStopsAtTheFirstFailureAndThePassGoesOn) {
+TEST_F(CopyPassTest, FirstFailureEndsOnlyItsPattern) {
     Make("a.dll:new b.dll:new z.txt:new", kPackage);
     Make("a.dll:old b.dll:old", kTarget);
     const HeldFile a(kTarget + TEXT("\\a.dll"), Hold::NoDelete), b(kTarget + TEXT("\\b.dll"), Hold::NoDelete);

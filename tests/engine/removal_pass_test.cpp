@@ -52,7 +52,7 @@ TEST_F(RemovalPassTest, FilesGoFirstAndThenTheFolders) {
     EXPECT_EQ(g_rebootNeeded, 0);
 }
 
-TEST_F(RemovalPassTest, LinksGoAndThenTheGroupWithItsEmptyParents) {
+TEST_F(RemovalPassTest, LinksAreDeletedBeforeTheirGroup) {
     Make(
         "menu\\tools\\group\\one.lnk:1 menu\\tools\\group\\sub\\two.lnk:1 menu\\shared\\group\\three.lnk:1 "
         "menu\\shared\\users.lnk:1 menu\\full\\group\\users.lnk:1 menu\\empty\\ fixed.lnk:1 a.lnk:1");

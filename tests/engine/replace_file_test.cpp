@@ -70,7 +70,7 @@ TEST_F(ReplaceFileTest, ComparesFoldersAsTextAndTakesAnotherName) {
 }
 
 // The contents of a running program are not compared.
-TEST_F(ReplaceFileTest, PutsTheFileInPlaceWhateverStandsThere) {
+TEST_F(ReplaceFileTest, ReplacesWhateverHasTheName) {
     const struct {
         const char *name, *before, *after, *marks;
     } rows[] = {
@@ -111,7 +111,7 @@ TEST_F(ReplaceFileTest, PutsTheFileInPlaceWhateverStandsThere) {
     }
 }
 
-TEST_F(ReplaceFileTest, ReadOnlyAndHiddenGoAndOtherAttributesStay) {
+TEST_F(ReplaceFileTest, OnlyReadOnlyAndHiddenAreCleared) {
     const auto protect = [](const Text& path) {
         ASSERT_TRUE(SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN |
                                                          FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_ARCHIVE));

@@ -70,7 +70,7 @@ TEST_F(InstallDriver, OptionsSettleTheInstall) {
     }
 }
 
-TEST_F(InstallDriver, ReadsVersionsOfWholeFilesAlone) {
+TEST_F(InstallDriver, ReadsVersionsOnlyOfWholeFiles) {
     MakePackage();
     const Text application = kPackage + kApplication;
     SetFileVersion(application, 8, 65535, 0, 7);
@@ -123,7 +123,7 @@ TEST_F(InstallDriver, TakesTheDriveOfWindowsWithoutAProgramFilesFolder) {
     PutValue(HKEY_LOCAL_MACHINE, key, TEXT("ProgramFilesDir"), before);
 }
 
-TEST_F(InstallDriver, TakesUpTheInstallType) {
+TEST_F(InstallDriver, AdoptsTheInstallType) {
     const struct {
         int before;
         LPCWSTR stored;
@@ -200,7 +200,7 @@ TEST_F(InstallDriver, EndsWhereTheUserStopsIt) {
     }
 }
 
-TEST_F(InstallDriver, TakesUpTheGroupOfTheLastLoggedLink) {
+TEST_F(InstallDriver, AdoptsTheGroupOfTheLastLoggedLink) {
     const std::string tag = "Shell Link: ", user = Narrow(GetShellFolder(CSIDL_PROGRAMS).Text());
     const auto link = [&](int folder, const std::string& path) {
         return tag + Narrow(GetShellFolder(folder).Text()) + path + "\n";

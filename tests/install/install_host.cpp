@@ -104,7 +104,7 @@ TEST_F(InstallOnHost, LooksIntoStartupFolders) {
     }
 }
 
-TEST_F(InstallOnHost, RegistersNoHandlerWhereThereIsNone) {
+TEST_F(InstallOnHost, WithoutAHandlerRegistersNone) {
     g_isWow64Process = [](HANDLE, PBOOL answer) -> BOOL { return *answer = TRUE; };
     g_osVersion.dwMajorVersion = 5;
     winhost::ClearEvents();

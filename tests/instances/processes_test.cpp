@@ -21,7 +21,7 @@ CHILD_PROGRAM(EntersAndLeaves) {
     return 0;
 }
 
-TEST_F(InstanceProcesses, ComeAndGoWithoutLosingAnEntry) {
+TEST_F(InstanceProcesses, StartAndEndWithoutLosingAnEntry) {
     COXInstanceManager holder(kListName, 1024, true);
     std::vector<RunningProgram> workers;
     for (int index = 0; index < kProcesses; ++index)

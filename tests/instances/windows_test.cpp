@@ -36,7 +36,7 @@ TEST_F(InstanceWindows, MainWindowIsFoundByItsTitleAndKind) {
     }
 }
 
-TEST_F(InstanceWindows, ListedProcessesAreToldWhoComesAndGoes) {
+TEST_F(InstanceWindows, ListedProcessesLearnOfStartsAndEnds) {
     const DWORD own = GetCurrentProcessId();
     Frame frame(TEXT("Qantivo - test"));
     COXInstanceManager manager(kListName, 1024, true);

@@ -114,7 +114,7 @@ TEST_F(Dialogs, HoldTheControlsOfTheirTemplates) {
     EXPECT_EQ(DialogBoxParamW(nullptr, MAKEINTRESOURCEW(999), nullptr, Procedure, 0), -1);
 }
 
-TEST_F(Dialogs, GoByKeys) {
+TEST_F(Dialogs, FollowTheKeyboard) {
     const HWND dialog =
         MakeDialog({kFrame,
                     {{kStatic, WS_VISIBLE, 10, TEXT("&Name")},
@@ -187,7 +187,7 @@ TEST_F(Dialogs, AnswerAsWindowsDoes) {
     EXPECT_TRUE(DestroyWindow(dialog));
 }
 
-TEST_F(Dialogs, HaveEditsThatKeysChange) {
+TEST_F(Dialogs, EditsFollowTheKeyboard) {
     const HWND dialog = MakeDialog({kFrame,
                                     {{kEdit, kTab | ES_AUTOHSCROLL, 11, TEXT("")},
                                      {kEdit, kTab | ES_AUTOHSCROLL | ES_READONLY, 12, TEXT("")},
@@ -264,7 +264,7 @@ TEST_F(Dialogs, HaveEditsThatKeysChange) {
     EXPECT_TRUE(DestroyWindow(dialog));
 }
 
-TEST_F(Dialogs, HaveEditsThatTakeBackTheLastChange) {
+TEST_F(Dialogs, EditsUndoTheLastChange) {
     const HWND dialog = MakeDialog({kFrame, {{kEdit, kTab | ES_AUTOHSCROLL, 11, TEXT("abcdef")}}});
     const HWND edit = GetDlgItem(dialog, 11);
     const auto type = [&](std::initializer_list<WPARAM> units) {
@@ -336,7 +336,7 @@ CHILD_PROGRAM(ShowsADialog) {
     return static_cast<int>(DialogBoxIndirectParamW(nullptr, modal.get(), nullptr, procedure, 0));
 }
 
-TEST_F(Dialogs, OfOtherProcessesAreDriven) {
+TEST_F(Dialogs, AreDrivenFromOtherProcesses) {
     for (const bool dies : {false, true}) {
         const RunningProgram program = StartChild("ShowsADialog");
         const Driver driver(program.Id(), kTitle);

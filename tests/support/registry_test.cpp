@@ -13,7 +13,7 @@ const Text kKey = TEXT("SOFTWARE\\Lorvanta\\Test\\Two levels");
 
 using Registry = ScratchTest;
 
-TEST_F(Registry, TextsAreReadUpToTheLimitWhateverTheirType) {
+TEST_F(Registry, TextsOfAnyTypeAreReadUpToTheLimit) {
     const struct {
         StoredValue stored;
         Text read;

@@ -10,7 +10,7 @@ namespace {
 
 class HostFiles : public ScratchTest {};
 
-TEST_F(HostFiles, AreSharedAcrossProcessesAsBothSidesAllow) {
+TEST_F(HostFiles, AreSharedAsBothProcessesAllow) {
     constexpr DWORD kAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
     MakeFile(TEXT("C:\\Scratch\\a"));
     const struct {
@@ -37,7 +37,7 @@ TEST_F(HostFiles, AreSharedAcrossProcessesAsBothSidesAllow) {
         << "a claim ends with its process";
 }
 
-TEST_F(HostFiles, StayWhereAnotherProcessNeedsThem) {
+TEST_F(HostFiles, AreKeptWhileAnotherProcessUsesThem) {
     MakeFiles({"top\\deep\\image"});
     MakeFolder(TEXT("C:\\Scratch\\top\\current"));
     {
@@ -203,7 +203,7 @@ TEST_F(HostFiles, RuntimeRefusesWrongParameters) {
         EXPECT_DEATH((void)ErrnoOfOpen(TEXT("a"), mode), "not modelled: mode");
 }
 
-TEST_F(HostFiles, FullDiscRefusesAWholeCopyAndAWholeText) {
+TEST_F(HostFiles, FullDiskRefusesWholeCopiesAndTexts) {
     constexpr LPCWSTR kProfile = TEXT("C:\\Scratch\\marks.ini");
     MakeFiles({"source"}, std::string(1000, 's'));
     EXPECT_TRUE(WritePrivateProfileSectionW(TEXT("rename"), TEXT("NUL=a\0"), kProfile));
@@ -222,7 +222,7 @@ TEST_F(HostFiles, FullDiscRefusesAWholeCopyAndAWholeText) {
     EXPECT_EQ(winhost::LiftLimits().leastRefused, UINT64_MAX);
 }
 
-TEST_F(HostFiles, PowerGoesInTheMidstOfACopy) {
+TEST_F(HostFiles, PowerIsCutDuringACopy) {
     MakeFiles({"source"}, std::string(1000, 's'));
     // Twelve steps: the file is made, it gets its size, and ten parts of 32 bytes are written.
     winhost::SetLimits({.steps = 12});

@@ -29,7 +29,7 @@ void ReadAndFormat(const std::string& bytes) {
     EXPECT_EQ(again->description, link->description);
 }
 
-TEST_F(HostLinks, ThatAreDamagedDoNoHarm) {
+TEST_F(HostLinks, DamagedFilesAreHarmless) {
     ASSERT_FALSE(kForeignLink.empty());
     for (std::size_t at = 0; at < kForeignLink.size(); ++at) {
         ReadAndFormat(kForeignLink.substr(0, at));

@@ -29,7 +29,7 @@ TEST_F(HostProcesses, AreInvisible) {
     EXPECT_EQ(waitpid(stranger.Id(), nullptr, WNOHANG), 0) << "the stranger runs on";
 }
 
-TEST_F(HostProcesses, AreFoundByIdAndEndedThroughAHandleThatMay) {
+TEST_F(HostProcesses, AreEndedOnlyWithTheRightToDoSo) {
     ImportFile(kSleeper, TEXT("C:\\Scratch\\sleeper.exe"));
     const RunningProgram sleeper(TEXT("C:\\Scratch\\sleeper.exe"));
     const HANDLE weak = OpenProcess(SYNCHRONIZE, FALSE, sleeper.Id());
@@ -65,7 +65,7 @@ CHILD_PROGRAM(EndAsTold) {
     return 300;
 }
 
-TEST_F(HostProcesses, EndWithTheCodeThatWindowsWouldGive) {
+TEST_F(HostProcesses, ExitCodesAreThoseOfWindows) {
     const std::pair<LPCWSTR, DWORD> rows[] = {
         {TEXT("abort"), 0xC0000409}, {TEXT("crash"), 0xC0000005}, {TEXT("ExitProcess"), 0x10000},
         {TEXT("_wexecl"), 0},        {TEXT("exit"), 300},
@@ -147,7 +147,7 @@ TEST_F(HostProcesses, WriteTheirCallsToATrace) {
     EXPECT_TRUE(lines.ends_with("ends\t= 77\n")) << lines;
 }
 
-TEST_F(HostProcesses, OfTwoRunsFromTheShellEndWithTheirPrograms) {
+TEST_F(HostProcesses, TwoShellRunsEndIndependently) {
     const fs::path root = winhost::StateFolder() / "two_runs";
     winhost::CreateMachine(root);
     const fs::path program = root / "C/sleeper.exe";
@@ -171,7 +171,7 @@ TEST_F(HostProcesses, OfTwoRunsFromTheShellEndWithTheirPrograms) {
     fs::remove_all(root);
 }
 
-TEST_F(HostProcesses, EndWithOneLineOutsideAnyMachine) {
+TEST_F(HostProcesses, OutsideAnyMachineEndWithOneLine) {
     FILE* output = popen((kSleeper + " 2>&1").c_str(), "r");
     ASSERT_TRUE(output);
     char text[512] = {};

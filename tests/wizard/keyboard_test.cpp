@@ -42,7 +42,7 @@ TEST_F(Keyboard, TabGoesAroundThroughPageAndFrame) {
     });
 }
 
-TEST_F(Keyboard, EnterEscapeAndAccessKeysAreThoseOfTheFrame) {
+TEST_F(Keyboard, FrameHandlesEnterEscapeAndAccessKeys) {
     enum Result { Nothing, Next, Back, Asks, Browses };
     constexpr WPARAM kEnter = VK_RETURN, kEscape = VK_ESCAPE;
     const struct {
@@ -97,6 +97,46 @@ TEST_F(Keyboard, EnterEscapeAndAccessKeysAreThoseOfTheFrame) {
             }
             if (row.result == Next) wizard.Press(IDC_BACK);
             if (row.result == Back) wizard.Press(IDOK);
+        }
+    });
+}
+
+TEST_F(Keyboard, EditsTheGroupAndOnlyMovesInTheAgreement) {
+    MakeFile(TEXT("agreement.txt"), std::string("T\0e\0x\0t\0", 8));
+    RunAt(1, [&](const Driver& wizard) {
+        const HWND agreement = wizard.PageControl(IDC_AGREEMENT);
+        const Text text = TextOf(agreement);
+        FocusOn(wizard, IDC_AGREEMENT);
+        for (const WPARAM key : {VK_DOWN, VK_NEXT, VK_END, VK_UP, VK_PRIOR, VK_HOME, VK_DELETE})
+            wizard.Key(WM_KEYDOWN, key);
+        wizard.Key(WM_KEYDOWN, VK_HOME, false, true);
+        wizard.Key(WM_KEYDOWN, VK_RIGHT, true);
+        wizard.Key(WM_KEYDOWN, 'C', false, true);
+        EXPECT_EQ(TextOf(agreement), text);
+        for (int page = 0; page < 2; ++page)
+            wizard.Press(IDOK);
+
+        FocusOn(wizard, IDC_GROUP);
+        const HWND group = wizard.PageControl(IDC_GROUP);
+        const Text name = TextOf(group), all = name.substr(0, name.size() - 1);
+        const struct {
+            WPARAM key;
+            bool shift, control;
+            Text after;
+        } rows[] = {
+            {VK_END, false, false, name},
+            {VK_BACK, false, false, all},
+            {'V', false, true, all + text[0]},
+            {VK_LEFT, true, false, all + text[0]},
+            {'X', false, true, all},
+            {'Z', false, true, all + text[0]},
+            {VK_HOME, false, false, all + text[0]},
+            {VK_DELETE, false, false, all.substr(1) + text[0]},
+            {'Q', true, false, TEXT("Q") + all.substr(1) + text[0]},
+        };
+        for (const auto& row : rows) {
+            wizard.Key(WM_KEYDOWN, row.key, row.shift, row.control);
+            EXPECT_EQ(TextOf(group), row.after) << &row - rows;
         }
     });
 }

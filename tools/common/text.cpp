@@ -4,89 +4,38 @@
 #include <cstdio>
 #include <memory>
 
+#include "utf8.h"
+
 namespace tools {
 
 namespace {
 
-struct Character {
-    std::uint32_t code;
-    std::size_t length;  // in bytes; 0 if the bytes are not UTF-8
-};
-
-constexpr int TrailingBytes(unsigned lead) {
-    return lead < 0x80 ? 0 : lead < 0xC2 ? -1 : lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : lead < 0xF5 ? 3 : -1;
-}
-
-Character Decode(const std::string& bytes, std::size_t at) {
-    const unsigned lead = static_cast<unsigned char>(bytes[at]);
-    const int trailing = TrailingBytes(lead);
-    if (trailing < 0) return {lead, 0};
-    if (trailing == 0) return {lead, 1};
-    std::uint32_t code = lead & (0x3Fu >> trailing);
-    for (int i = 1; i <= trailing; ++i) {
-        // A null follows the last byte. It is no trailing byte.
-        const unsigned byte = static_cast<unsigned char>(bytes.c_str()[at + static_cast<std::size_t>(i)]);
-        if ((byte & 0xC0) != 0x80) return {lead, 0};
-        code = code << 6 | (byte & 0x3F);
-    }
-    return {code, static_cast<std::size_t>(trailing) + 1};
-}
-
-constexpr bool IsHalf(std::uint32_t code) {
+constexpr bool IsHalf(char32_t code) {
     return code >= 0xD800 && code < 0xE000;
 }
 
 // Characters that change the direction of a text, and those that end a line or a paragraph.
-constexpr bool ActsOnText(std::uint32_t code) {
+constexpr bool ActsOnText(char32_t code) {
     return code == 0x61C || code == 0x200E || code == 0x200F || (code >= 0x2028 && code <= 0x202E) ||
            (code >= 0x2066 && code <= 0x2069);
 }
 
-void Append(std::string& out, std::uint32_t code) {
-    const int trailing = code < 0x80 ? 0 : code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
-    static constexpr unsigned char kLead[] = {0, 0xC0, 0xE0, 0xF0};
-    out += static_cast<char>(kLead[trailing] | (code >> (6 * trailing)));
-    for (int shift = 6 * (trailing - 1); shift >= 0; shift -= 6)
-        out += static_cast<char>(0x80 | ((code >> shift) & 0x3F));
+names::Character Decode(const std::string& bytes, std::size_t at) {
+    return names::Decode(std::string_view(bytes).substr(at));
 }
 
 }  // namespace
 
 std::string Utf8(const WideText& text) {
-    std::string out;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        std::uint32_t code = static_cast<std::uint16_t>(text[i]);
-        const std::uint32_t next = i + 1 < text.size() ? static_cast<std::uint16_t>(text[i + 1]) : 0;
-        if (code >= 0xD800 && code < 0xDC00 && next >= 0xDC00 && next < 0xE000) {
-            code = 0x10000 + ((code - 0xD800) << 10) + (next - 0xDC00);
-            ++i;
-        }
-        Append(out, code);
-    }
-    return out;
+    return names::Utf8(text);
 }
 
 WideText Wide(const std::string& bytes) {
-    WideText out;
-    for (std::size_t at = 0; at < bytes.size();) {
-        auto [code, length] = Decode(bytes, at);
-        at += length ? length : 1;
-        if (code >= 0x10000) {
-            out += static_cast<WCHAR>(0xD7C0 + (code >> 10));
-            code = 0xDC00 | (code & 0x3FF);
-        }
-        out += static_cast<WCHAR>(code);
-    }
-    return out;
+    return names::Utf16(bytes, [](unsigned char byte) { return static_cast<WCHAR>(byte); });
 }
 
 bool IsUtf8(const std::string& bytes) {
-    for (std::size_t at = 0; at < bytes.size();) {
-        const std::size_t length = Decode(bytes, at).length;
-        if (length == 0) return false;
-        at += length;
-    }
-    return true;
+    return names::IsUtf8(bytes);
 }
 
 std::size_t CharacterAt(const std::string& bytes, std::size_t at) {
@@ -98,7 +47,7 @@ std::string Shown(const std::string& text) {
     std::string out;
     for (std::size_t at = 0, length; at < text.size(); at += std::max<std::size_t>(length, 1)) {
         length = CharacterAt(text, at);
-        const std::uint32_t code = Decode(text, at).code;
+        const char32_t code = Decode(text, at).code;
         if (length == 0)
             out += "\\x" + Hex(static_cast<unsigned char>(text[at]), 2);
         else if (code < 0x20 || (code >= 0x7F && code < 0xA0))

@@ -78,7 +78,11 @@ void Click(HWND window, ButtonState& state) {
 }
 
 void BeginButton(HWND window) {
+    constexpr DWORD kUnknownStyles =
+        0xFFF0 & ~BS_MULTILINE;  // how it is drawn, and notifications of the focus
     const DWORD type = TypeOf(window);
+    if (HasStyle(window, kUnknownStyles))
+        NotModelled("CreateWindowExW", "a style of buttons: they are drawn otherwise or tell of the focus");
     if (type > BS_DEFPUSHBUTTON && type != BS_GROUPBOX && !IsCheckable(type))
         NotModelled("CreateWindowExW", "a button of type " + std::to_string(type));
     FindOwnWindow(window)->state = std::make_unique<ButtonState>();

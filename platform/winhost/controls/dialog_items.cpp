@@ -42,13 +42,6 @@ BOOL SetDlgItemTextW(HWND dialog, int id, LPCWSTR text) {
     return control && SetWindowTextW(control, text);
 }
 
-BOOL CheckDlgButton(HWND dialog, int id, UINT check) {
-    if (winhost::Fails("CheckDlgButton")) return FALSE;
-    const HWND control = GetDlgItem(dialog, id);
-    if (control) (void)winhost::Send(control, BM_SETCHECK, check, 0);
-    return control != nullptr;
-}
-
 UINT IsDlgButtonChecked(HWND dialog, int id) {
     if (winhost::Fails("IsDlgButtonChecked")) return BST_UNCHECKED;
     const HWND control = GetDlgItem(dialog, id);

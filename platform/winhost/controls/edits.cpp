@@ -236,7 +236,8 @@ LRESULT DialogCode(HWND window, EditState& state, bool hasMessage) {
 }
 
 void BeginEdit(HWND window, const CREATESTRUCTW& creation) {
-    if (HasStyle(window, kOtherStyles)) NotModelled("CreateWindowExW", "such an edit");
+    if (HasStyle(window, kOtherStyles))
+        NotModelled("CreateWindowExW", "an edit for passwords, numbers, one case or OEM characters");
     auto state = std::make_unique<EditState>();
     state->text.Set(creation.lpszName ? creation.lpszName : u"");
     FindOwnWindow(window)->state = std::move(state);

@@ -46,9 +46,12 @@ void LoadPicture(HWND window, const WindowRecord& record, LPCWSTR name) {
 void BeginStatic(HWND window, const CREATESTRUCTW& creation) {
     FindOwnWindow(window)->state = std::make_unique<StaticState>();
     const auto record = Look(window);
+    constexpr DWORD kUnknownStyles = 0xFFFF & ~(SS_TYPEMASK | SS_REALSIZECONTROL | SS_NOPREFIX | SS_SUNKEN);
+    if (record->style & kUnknownStyles)
+        NotModelled("CreateWindowExW", "the style of a static: " + std::to_string(record->style));
     const DWORD type = record->style & SS_TYPEMASK;
     if (type > SS_CENTER + 1 && type != SS_BITMAP && type != SS_ETCHEDHORZ)
-        NotModelled("CreateWindowExW", "a static of type " + std::to_string(type));
+        NotModelled("CreateWindowExW", "the type of a static: " + std::to_string(type));
     if (record->style & SS_SUNKEN) {
         WindowTable table;
         table.Find(window)->exStyle |= WS_EX_STATICEDGE;

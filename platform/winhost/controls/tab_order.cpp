@@ -45,11 +45,6 @@ std::vector<HWND> InOrderAfter(std::vector<HWND> controls, HWND control, bool pr
 
 }  // namespace
 
-bool HasStyle(HWND window, DWORD style) {
-    const auto record = Look(window);
-    return record && (record->style & style);
-}
-
 std::vector<HWND> ControlsAfter(HWND dialog, HWND control) {
     std::vector<HWND> controls;
     AddControls(dialog, controls);

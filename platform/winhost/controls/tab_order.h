@@ -7,8 +7,6 @@
 
 namespace winhost {
 
-// Whether the window exists and has one of the styles.
-bool HasStyle(HWND window, DWORD style);
 // Returns which keys a control wants: DLGC_ flags.
 LRESULT CodeOf(HWND control);
 // Returns the controls that are shown and enabled, from the one after `control` on. After the last one the first one

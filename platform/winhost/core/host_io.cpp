@@ -3,6 +3,10 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
+#include <string>
+
+#include "core/machine.h"
 
 namespace winhost {
 
@@ -49,6 +53,8 @@ DWORD ErrorOf(int hostError) {
         case ENOTEMPTY:
             return ERROR_DIR_NOT_EMPTY;
         case ENOSPC:
+        case EDQUOT:
+        case EFBIG:
             return ERROR_DISK_FULL;
         case ENAMETOOLONG:
             return ERROR_INVALID_NAME;
@@ -56,8 +62,19 @@ DWORD ErrorOf(int hostError) {
             return ERROR_SHARING_VIOLATION;
         case ENOMEM:
             return ERROR_NOT_ENOUGH_MEMORY;
-        default:
+        case EMFILE:
+        case ENFILE:
+            return ERROR_TOO_MANY_OPEN_FILES;
+        case EACCES:
+        case EPERM:
+        case EROFS:
+        case EISDIR:
+        case EBUSY:
+        case EINVAL:
+        case ELOOP:
             return ERROR_ACCESS_DENIED;
+        default:
+            NotModelled("the host", std::string("its error: ") + std::strerror(hostError));
     }
 }
 

@@ -9,71 +9,16 @@
 #include <algorithm>
 
 #include "core/machine.h"
+#include "utf8.h"
 
 namespace winhost {
 
-namespace {
-
-bool IsHigh(char32_t unit) {
-    return unit >= 0xD800 && unit < 0xDC00;
-}
-bool IsLow(char32_t unit) {
-    return unit >= 0xDC00 && unit < 0xE000;
-}
-
-void AppendUtf8(std::string& out, char32_t code) {
-    if (code < 0x80) {
-        out += static_cast<char>(code);
-        return;
-    }
-    const int trailing = code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
-    static constexpr unsigned char kLead[] = {0, 0xC0, 0xE0, 0xF0};
-    out += static_cast<char>(kLead[trailing] | (code >> (6 * trailing)));
-    for (int shift = 6 * (trailing - 1); shift >= 0; shift -= 6)
-        out += static_cast<char>(0x80 | ((code >> shift) & 0x3F));
-}
-
-}  // namespace
-
 std::string Utf8(std::u16string_view text) {
-    std::string out;
-    out.reserve(text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        char32_t code = text[i];
-        if (IsHigh(code) && i + 1 < text.size() && IsLow(text[i + 1]))
-            code = 0x10000 + ((code - 0xD800) << 10) + (text[++i] - 0xDC00u);
-        AppendUtf8(out, code);
-    }
-    return out;
+    return names::Utf8(text);
 }
 
 std::u16string Utf16(std::string_view text) {
-    std::u16string out;
-    out.reserve(text.size());
-    for (std::size_t i = 0; i < text.size();) {
-        const auto lead = static_cast<unsigned char>(text[i]);
-        const int trailing = lead < 0x80 ? 0 : lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : lead >= 0xC0 ? 1 : -1;
-        bool whole = trailing >= 0 && i + static_cast<std::size_t>(trailing) < text.size();
-        char32_t code = trailing <= 0 ? lead : lead & (0x3F >> trailing);
-        for (int k = 1; whole && k <= trailing; ++k) {
-            const auto next = static_cast<unsigned char>(text[i + static_cast<std::size_t>(k)]);
-            whole = (next & 0xC0) == 0x80;
-            code = (code << 6) | (next & 0x3F);
-        }
-        if (!whole) {
-            out += u'\uFFFD';
-            ++i;
-            continue;
-        }
-        i += 1 + static_cast<std::size_t>(trailing);
-        if (code >= 0x10000) {
-            out += static_cast<char16_t>(0xD800 + ((code - 0x10000) >> 10));
-            out += static_cast<char16_t>(0xDC00 + ((code - 0x10000) & 0x3FF));
-        } else {
-            out += static_cast<char16_t>(code);
-        }
-    }
-    return out;
+    return names::Utf16(text, [](unsigned char) { return u'\uFFFD'; });
 }
 
 char16_t UpperUnit(char16_t unit) {
@@ -101,10 +46,6 @@ bool SameName(std::u16string_view left, std::u16string_view right) {
 
 std::size_t wcslen(const char16_t* text) {
     return std::char_traits<char16_t>::length(text);
-}
-
-std::size_t wcsnlen(const char16_t* text, std::size_t limit) {
-    return static_cast<std::size_t>(std::find(text, text + limit, u'\0') - text);
 }
 
 char16_t* wcscpy(char16_t* target, const char16_t* source) {
@@ -137,10 +78,6 @@ char16_t Same(char16_t unit) {
 char16_t towlower(char16_t unit) {
     return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
 }
-char16_t towupper(char16_t unit) {
-    return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - 32) : unit;
-}
-
 int wcscmp(const char16_t* left, const char16_t* right) {
     return CompareUnits(left, right, SIZE_MAX, Same);
 }
@@ -190,11 +127,6 @@ char16_t* wcsstr(char16_t* text, const char16_t* part) {
     return const_cast<char16_t*>(wcsstr(static_cast<const char16_t*>(text), part));
 }
 
-char16_t* _wcslwr(char16_t* text) {
-    std::transform(text, text + wcslen(text), text, [](char16_t unit) { return towlower(unit); });
-    return text;
-}
-
 int iswspace(char16_t unit) {
     return (unit >= 0x09 && unit <= 0x0D) || unit == 0x20 || unit == 0xA0 || unit == 0x1680 ||
            (unit >= 0x2000 && unit <= 0x200A) || unit == 0x2028 || unit == 0x2029 || unit == 0x202F ||
@@ -235,6 +167,36 @@ class WideOutput {
     std::size_t m_length = 0;
 };
 
+struct Field {
+    int width = 0;
+    char16_t pad = u' ';
+};
+
+// Takes the width of a conversion, and whether it is filled with zeros.
+Field TakeField(const char16_t*& format) {
+    Field field;
+    if (*format == u'0') {
+        field.pad = u'0';
+        ++format;
+    }
+    for (; *format >= u'0' && *format <= u'9' && field.width < 1000; ++format)
+        field.width = field.width * 10 + (*format - u'0');
+    return field;
+}
+
+void PutNumber(WideOutput& out, char16_t conversion, int number, Field field) {
+    char digits[32];
+    const char pattern[] = {'%', static_cast<char>(conversion), 0};
+    // The three format patterns are made here, and each takes one 32-bit number.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    (void)std::snprintf(digits, sizeof digits, pattern, number);
+#pragma GCC diagnostic pop
+    const bool sign = field.pad == u'0' && digits[0] == '-';
+    if (sign) out.Put(u'-');
+    out.PutField(winhost::Utf16(digits + sign), field.width - sign, field.pad);
+}
+
 }  // namespace
 
 int _vsnwprintf(char16_t* buffer, std::size_t count, const char16_t* format, va_list arguments) {
@@ -245,40 +207,26 @@ int _vsnwprintf(char16_t* buffer, std::size_t count, const char16_t* format, va_
             continue;
         }
         ++format;
-        bool zeros = false;
-        int width = 0;
-        if (*format == u'0') zeros = true, ++format;
-        for (; *format >= u'0' && *format <= u'9' && width < 1000; ++format)
-            width = width * 10 + (*format - u'0');
+        const Field field = TakeField(format);
         switch (*format) {
             case u'%':
                 out.Put(u'%');
                 break;
             case u'c': {
                 const auto unit = static_cast<char16_t>(va_arg(arguments, int));
-                out.PutField({&unit, 1}, width, zeros ? u'0' : u' ');
+                out.PutField({&unit, 1}, field.width, field.pad);
                 break;
             }
             case u's': {
                 const char16_t* text = va_arg(arguments, const char16_t*);
-                out.PutField(text ? text : u"(null)", width, zeros ? u'0' : u' ');
+                out.PutField(text ? text : u"(null)", field.width, field.pad);
                 break;
             }
             case u'd':
             case u'u':
-            case u'x': {
-                char digits[32];
-                const char pattern[] = {'%', static_cast<char>(*format), 0};
-                // The three format patterns are made here, and each takes one 32-bit number.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-                (void)std::snprintf(digits, sizeof digits, pattern, va_arg(arguments, int));
-#pragma GCC diagnostic pop
-                const bool sign = zeros && digits[0] == '-';
-                if (sign) out.Put(u'-');
-                out.PutField(winhost::Utf16(digits + sign), width - sign, zeros ? u'0' : u' ');
+            case u'x':
+                PutNumber(out, *format, va_arg(arguments, int), field);
                 break;
-            }
             default:
                 winhost::NotModelled("_vsnwprintf",
                                      "conversion " + winhost::Utf8(std::u16string_view(format, 1)));

@@ -103,7 +103,7 @@ void EndModal(HWND dialog, INT_PTR result) {
     if (!state) return;
     state->ended = true;
     state->result = result;
-    if (state->disabledOwner) ChangeStyle(state->disabledOwner, WS_DISABLED, 0);
+    if (state->disabledOwner) Enable(state->disabledOwner, true);
     Hide(dialog);
     // The loop may be waiting while this call is made for another thread, so it is woken.
     (void)PostToSelf({dialog, WM_NULL, 0, 0, GetTickCount(), {}});

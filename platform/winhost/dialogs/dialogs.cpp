@@ -75,6 +75,10 @@ RECT RectOf(const DialogTemplate& dialog, HWND owner) {
 }
 
 HWND MakeFrame(DialogTemplate& dialog, HINSTANCE module, HWND owner) {
+    // They change its place, what may fail, what its owner is told, or what is on top.
+    constexpr DWORD kOtherStyles = 0x1 | 0x2 | 0x10 | 0x20 | 0x100 | 0x200 | 0x1000 | 0x2000;
+    if (dialog.style & kOtherStyles)
+        NotModelled("CreateDialogParamW", "the style of a dialog: " + std::to_string(dialog.style));
     if (dialog.style & DS_MODALFRAME) dialog.exStyle |= WS_EX_DLGMODALFRAME;
     if ((dialog.style & DS_CONTROL) || !(dialog.style & WS_CHILD)) dialog.exStyle |= WS_EX_CONTROLPARENT;
     if (dialog.style & DS_CONTROL) dialog.style &= ~(WS_CAPTION | WS_SYSMENU);
@@ -168,13 +172,13 @@ INT_PTR RunModal(std::optional<DialogTemplate> dialog, HINSTANCE module, HWND ow
     const auto ownerRecord = root ? Look(root) : std::nullopt;
     if (owner && !ownerRecord) return 0;
     const HWND disabled = ownerRecord && !(ownerRecord->style & WS_DISABLED) ? root : nullptr;
-    if (disabled) ChangeStyle(disabled, 0, WS_DISABLED);
+    if (disabled) Enable(disabled, false);
     const HWND window = Make(std::move(dialog), module, owner, procedure, parameter);
     if (DialogState* const state = StateOf<DialogState>(window)) {
         state->disabledOwner = state->ended ? nullptr : disabled;
         RunLoop(window, answer);
     }
-    if (disabled) ChangeStyle(disabled, WS_DISABLED, 0);
+    if (disabled) Enable(disabled, true);
     const DialogState* const state = StateOf<DialogState>(window);
     const INT_PTR result = state ? state->result : window ? 0 : -1;
     if (state) Destroy(window);
@@ -205,17 +209,4 @@ INT_PTR DialogBoxIndirectParamW(HINSTANCE module, LPCDLGTEMPLATEW dialog, HWND o
     if (winhost::Fails("DialogBoxIndirectParamW")) return -1;
     return winhost::RunModal(winhost::TemplateInMemory(dialog), module, owner, procedure, parameter,
                              winhost::AskPerson);
-}
-
-BOOL MapDialogRect(HWND dialog, LPRECT rectangle) {
-    if (winhost::Fails("MapDialogRect")) return FALSE;
-    const auto* const state = winhost::StateOf<winhost::DialogState>(dialog);
-    if (!state) {
-        SetLastError(ERROR_INVALID_WINDOW_HANDLE);
-        return FALSE;
-    }
-    *rectangle = {
-        winhost::ScaleX(rectangle->left, state->baseX), winhost::ScaleY(rectangle->top, state->baseY),
-        winhost::ScaleX(rectangle->right, state->baseX), winhost::ScaleY(rectangle->bottom, state->baseY)};
-    return TRUE;
 }

@@ -157,15 +157,6 @@ DWORD GetFullPathNameW(LPCWSTR path, DWORD cchBuffer, LPWSTR buffer, LPWSTR* fil
     return length;
 }
 
-UINT GetDriveTypeW(LPCWSTR root) {
-    if (Fails("GetDriveTypeW")) return DRIVE_NO_ROOT_DIR;
-    std::u16string text = root ? root : u"\\";
-    if (text.size() == 2 && text[1] == u':') text += u'\\';
-    const Place place = Locate(text);
-    const bool isRoot = place.exists() && place.windows.size() == 3;
-    return isRoot ? DRIVE_FIXED : DRIVE_NO_ROOT_DIR;
-}
-
 // The host's own room: a limit of the machine stands for room that other programs use meanwhile.
 BOOL GetDiskFreeSpaceExW(LPCWSTR folder, ULARGE_INTEGER* available, ULARGE_INTEGER* all,
                          ULARGE_INTEGER* free) {

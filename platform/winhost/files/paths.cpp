@@ -124,6 +124,55 @@ bool AreValidNames(std::u16string_view names) {
     return true;
 }
 
+// Devices are in each folder that exists.
+void LocateDevice(std::u16string_view path, Place& place) {
+    const std::u16string folder(path.substr(0, path.find_last_of(u"\\/") + 1));
+    place.isDevice = folder.empty() || Locate(folder).exists();
+    if (place.isDevice) place.error = ERROR_FILE_NOT_FOUND;
+}
+
+// Follows the names below a folder without regard to case. Returns 0 or the error, and what is there.
+DWORD FollowNames(std::string& host, std::u16string_view names, struct stat& info) {
+    while (!names.empty()) {
+        const auto end = std::min(names.find(u'\\'), names.size());
+        const auto name = names.substr(0, end);
+        names.remove_prefix(std::min(end + 1, names.size()));
+        bool found = false;
+        const std::string stored = StoredName(host, name, found);
+        host += "/" + stored;
+        if (!found) return names.empty() ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND;
+        if (stat(host.c_str(), &info) != 0 || (!names.empty() && !S_ISDIR(info.st_mode)))
+            return ERROR_PATH_NOT_FOUND;
+    }
+    return 0;
+}
+
+void LocateOnDrive(Place& place) {
+    place.isClosed = place.windows.ends_with(u'\\');
+    if (place.isClosed && place.windows.size() > 3) place.windows.pop_back();
+    place.host = Root().native() + "/" + static_cast<char>(UpperUnit(place.windows[0]));
+    const std::u16string_view names = std::u16string_view(place.windows).substr(3);
+    if (!AreValidNames(names)) {
+        place.error = ERROR_INVALID_NAME;
+        return;
+    }
+    // Names are mostly spelled as they are stored. Then one look is enough.
+    struct stat info;
+    std::string spelled = Utf8(names);
+    std::replace(spelled.begin(), spelled.end(), '\\', '/');
+    if (stat((place.host + "/" + spelled).c_str(), &info) == 0) {
+        if (!spelled.empty()) place.host += "/" + spelled;
+    } else {
+        if (stat(place.host.c_str(), &info) != 0) return;
+        place.error = FollowNames(place.host, names, info);
+        if (place.error) return;
+    }
+    place.isFolder = S_ISDIR(info.st_mode);
+    // A closing separator means a folder, so a file there counts as missing.
+    place.isFileForFolder = place.isClosed && !place.isFolder;
+    place.error = place.isFileForFolder ? ERROR_INVALID_NAME : 0;
+}
+
 }  // namespace
 
 bool IsSeparator(char16_t unit) {
@@ -175,57 +224,11 @@ Place Locate(LPCWSTR path) {
     place.windows = FullPath(path);
     SetLastError(before);
     place.error = ERROR_PATH_NOT_FOUND;
-    // The machine has no network.
-    const bool isDevice = place.windows.starts_with(kDevicePrefix);
-    if (place.windows.empty() || place.windows.size() >= MAX_PATH || (place.windows[0] == u'\\' && !isDevice))
-        return place;
-    if (isDevice) {
-        const std::u16string_view text = path;
-        const std::u16string folder(text.substr(0, text.find_last_of(u"\\/") + 1));
-        place.isDevice = folder.empty() || Locate(folder).exists();
-        if (place.isDevice) place.error = ERROR_FILE_NOT_FOUND;
-        return place;
-    }
-    place.error = 0;
-    place.isClosed = place.windows.ends_with(u'\\');
-    if (place.isClosed && place.windows.size() > 3) place.windows.pop_back();
-    place.host = Root().native() + "/" + static_cast<char>(UpperUnit(place.windows[0]));
-    std::u16string_view rest = std::u16string_view(place.windows).substr(3);
-    if (!AreValidNames(rest)) {
-        place.error = ERROR_INVALID_NAME;
-        return place;
-    }
-    // Names are mostly spelled as they are stored. Then one look is enough.
-    struct stat info;
-    std::string spelled = Utf8(rest);
-    std::replace(spelled.begin(), spelled.end(), '\\', '/');
-    if (stat((place.host + "/" + spelled).c_str(), &info) == 0) {
-        if (!spelled.empty()) place.host += "/" + spelled;
-        rest = {};
-    } else if (stat(place.host.c_str(), &info) != 0) {
-        place.error = ERROR_PATH_NOT_FOUND;
-        return place;
-    }
-    while (!rest.empty()) {
-        const auto end = std::min(rest.find(u'\\'), rest.size());
-        const auto name = rest.substr(0, end);
-        rest.remove_prefix(std::min(end + 1, rest.size()));
-        bool found = false;
-        const std::string stored = StoredName(place.host, name, found);
-        place.host += "/" + stored;
-        if (!found) {
-            place.error = rest.empty() ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND;
-            return place;
-        }
-        if (stat(place.host.c_str(), &info) != 0 || (!rest.empty() && !S_ISDIR(info.st_mode))) {
-            place.error = ERROR_PATH_NOT_FOUND;
-            return place;
-        }
-    }
-    place.isFolder = S_ISDIR(info.st_mode);
-    // A closing separator means a folder, so a file there counts as missing.
-    place.isFileForFolder = place.isClosed && !place.isFolder;
-    if (place.isFileForFolder) place.error = ERROR_INVALID_NAME;
+    if (place.windows.empty() || place.windows.size() >= MAX_PATH) return place;
+    if (place.windows.starts_with(kDevicePrefix))
+        LocateDevice(path, place);
+    else if (place.windows[0] != u'\\')  // the machine has no network
+        LocateOnDrive(place);
     return place;
 }
 

@@ -20,7 +20,6 @@ inline bool operator==(const GUID& left, const GUID& right) {
 }
 
 #define CLSCTX_INPROC_SERVER 1u
-#define COINIT_APARTMENTTHREADED 2u
 #define STDMETHODCALLTYPE
 
 struct IUnknown {

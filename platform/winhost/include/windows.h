@@ -17,16 +17,13 @@
 // ---- types and constants ----------------------------------------------------------------------------------------
 
 using WCHAR = char16_t;
-using CHAR = char;
 using BYTE = std::uint8_t;
 using WORD = std::uint16_t;
 using DWORD = std::uint32_t;
 using UINT = std::uint32_t;
 using ULONG = std::uint32_t;
 using LONG = std::int32_t;
-using INT = std::int32_t;
 using BOOL = std::int32_t;
-using BOOLEAN = std::uint8_t;
 using USHORT = std::uint16_t;
 using UCHAR = std::uint8_t;
 using SHORT = std::int16_t;
@@ -44,26 +41,17 @@ using LRESULT = LONG_PTR;
 using HRESULT = LONG;
 using LSTATUS = LONG;
 using ATOM = WORD;
-using LCID = DWORD;
-using COLORREF = DWORD;
 
-using PVOID = void*;
 using LPVOID = void*;
 using LPCVOID = const void*;
 using LPWSTR = WCHAR*;
-using PWSTR = WCHAR*;
 using LPCWSTR = const WCHAR*;
-using PCWSTR = const WCHAR*;
-using LPSTR = char*;
 using LPCSTR = const char*;
 using LPBYTE = BYTE*;
-using PBYTE = BYTE*;
 using LPDWORD = DWORD*;
 using PDWORD = DWORD*;
 using PBOOL = BOOL*;
-using LPBOOL = BOOL*;
 using PUINT = UINT*;
-using PULONG = ULONG*;
 
 using HANDLE = void*;
 using PHANDLE = HANDLE*;
@@ -83,19 +71,14 @@ DECLARE_HANDLE(HFONT);
 DECLARE_HANDLE(HDC);
 DECLARE_HANDLE(HBRUSH);
 using HMODULE = HINSTANCE;
-using HGLOBAL = HANDLE;
-using HLOCAL = HANDLE;
 using HCURSOR = HICON;
-using HGDIOBJ = void*;
 using PHKEY = HKEY*;
 using FARPROC = INT_PTR (*)();
 using WNDPROC = LRESULT (*)(HWND, UINT, WPARAM, LPARAM);
 using DLGPROC = INT_PTR (*)(HWND, UINT, WPARAM, LPARAM);
 
 #define WINAPI
-#define APIENTRY
 #define CALLBACK
-#define CONST const
 #define TEXT(quote) u##quote
 #define FALSE 0
 #define TRUE 1
@@ -109,7 +92,6 @@ using DLGPROC = INT_PTR (*)(HWND, UINT, WPARAM, LPARAM);
 #define MAKEWPARAM(l, h) (static_cast<WPARAM>(static_cast<DWORD>(MAKELONG(l, h))))
 #define MAKELPARAM(l, h) (static_cast<LPARAM>(static_cast<DWORD>(MAKELONG(l, h))))
 #define MAKEINTRESOURCEW(i) (reinterpret_cast<LPCWSTR>(static_cast<ULONG_PTR>(static_cast<WORD>(i))))
-#define MAKEINTRESOURCE MAKEINTRESOURCEW
 #define IS_INTRESOURCE(p) ((reinterpret_cast<ULONG_PTR>(p) >> 16) == 0)
 
 struct FILETIME {
@@ -138,10 +120,9 @@ struct SECURITY_ATTRIBUTES;
 using LPSECURITY_ATTRIBUTES = SECURITY_ATTRIBUTES*;
 
 #define ERROR_SUCCESS 0L
-#define NO_ERROR 0L
-#define ERROR_INVALID_FUNCTION 1L
 #define ERROR_FILE_NOT_FOUND 2L
 #define ERROR_PATH_NOT_FOUND 3L
+#define ERROR_TOO_MANY_OPEN_FILES 4L
 #define ERROR_ACCESS_DENIED 5L
 #define ERROR_INVALID_HANDLE 6L
 #define ERROR_NOT_ENOUGH_MEMORY 8L
@@ -167,7 +148,6 @@ using LPSECURITY_ATTRIBUTES = SECURITY_ATTRIBUTES*;
 #define ERROR_MORE_DATA 234L
 #define ERROR_NO_MORE_ITEMS 259L
 #define ERROR_DIRECTORY 267L
-#define ERROR_ELEVATION_REQUIRED 740L
 #define ERROR_NOACCESS 998L
 #define ERROR_KEY_DELETED 1018L
 #define ERROR_INVALID_OWNER 1307L
@@ -187,11 +167,9 @@ using LPSECURITY_ATTRIBUTES = SECURITY_ATTRIBUTES*;
 
 #define S_OK 0
 #define S_FALSE 1
-#define E_NOTIMPL (static_cast<HRESULT>(0x80004001u))
 #define E_NOINTERFACE (static_cast<HRESULT>(0x80004002u))
 #define E_POINTER (static_cast<HRESULT>(0x80004003u))
 #define E_FAIL (static_cast<HRESULT>(0x80004005u))
-#define E_OUTOFMEMORY (static_cast<HRESULT>(0x8007000Eu))
 #define E_INVALIDARG (static_cast<HRESULT>(0x80070057u))
 #define REGDB_E_CLASSNOTREG (static_cast<HRESULT>(0x80040154u))
 #define CO_E_NOTINITIALIZED (static_cast<HRESULT>(0x800401F0u))
@@ -209,7 +187,6 @@ void SetLastError(DWORD code);
 // space counts.
 
 std::size_t wcslen(const char16_t* text);
-std::size_t wcsnlen(const char16_t* text, std::size_t limit);
 char16_t* wcscpy(char16_t* target, const char16_t* source);
 char16_t* wcscat(char16_t* target, const char16_t* source);
 int wcscmp(const char16_t* left, const char16_t* right);
@@ -222,9 +199,7 @@ const char16_t* wcsstr(const char16_t* text, const char16_t* part);
 char16_t* wcsstr(char16_t* text, const char16_t* part);
 int _wcsicmp(const char16_t* left, const char16_t* right);
 int _wcsnicmp(const char16_t* left, const char16_t* right, std::size_t count);
-char16_t* _wcslwr(char16_t* text);
 int iswspace(char16_t unit);
-char16_t towupper(char16_t unit);
 char16_t towlower(char16_t unit);
 int _wtoi(const char16_t* text);
 int _vsnwprintf(char16_t* buffer, std::size_t count, const char16_t* format, va_list arguments);
@@ -279,12 +254,7 @@ std::tm* _localtime64(const __time64_t* time);
 #define MOVEFILE_REPLACE_EXISTING 1u
 #define MOVEFILE_COPY_ALLOWED 2u
 #define MOVEFILE_DELAY_UNTIL_REBOOT 4u
-#define DRIVE_UNKNOWN 0u
-#define DRIVE_NO_ROOT_DIR 1u
-#define DRIVE_REMOVABLE 2u
 #define DRIVE_FIXED 3u
-#define DRIVE_REMOTE 4u
-#define DRIVE_CDROM 5u
 
 struct WIN32_FIND_DATAW {
     DWORD dwFileAttributes;
@@ -325,7 +295,6 @@ UINT GetSystemDirectoryW(LPWSTR buffer, UINT cchBuffer);
 DWORD GetCurrentDirectoryW(DWORD cchBuffer, LPWSTR buffer);
 BOOL SetCurrentDirectoryW(LPCWSTR path);
 DWORD GetFullPathNameW(LPCWSTR path, DWORD cchBuffer, LPWSTR buffer, LPWSTR* filePart);
-UINT GetDriveTypeW(LPCWSTR root);
 BOOL GetDiskFreeSpaceExW(LPCWSTR folder, ULARGE_INTEGER* available, ULARGE_INTEGER* all,
                          ULARGE_INTEGER* free);
 
@@ -346,7 +315,6 @@ BOOL WritePrivateProfileSectionW(LPCWSTR section, LPCWSTR entries, LPCWSTR file)
 #define WAIT_TIMEOUT 258u
 #define WAIT_FAILED 0xFFFFFFFFu
 #define STARTF_USESHOWWINDOW 1u
-#define STARTF_USESTDHANDLES 0x100u
 
 struct STARTUPINFOW {
     DWORD cb;
@@ -421,7 +389,6 @@ BOOL ReleaseMutex(HANDLE mutex);
 #define TOKEN_QUERY 0x8u
 #define SE_PRIVILEGE_ENABLED 2u
 #define ANYSIZE_ARRAY 1
-#define SE_SHUTDOWN_NAME TEXT("SeShutdownPrivilege")
 
 struct LUID {
     DWORD LowPart;
@@ -488,17 +455,14 @@ BOOL ExitWindowsEx(UINT flags, DWORD reason);
 #define KEY_SET_VALUE 0x2u
 #define KEY_ENUMERATE_SUB_KEYS 0x8u
 #define KEY_READ 0x20019u
-#define KEY_WRITE 0x20006u
 #define KEY_ALL_ACCESS 0xF003Fu
 #define KEY_WOW64_64KEY 0x100u
-#define KEY_WOW64_32KEY 0x200u
 #define REG_NONE 0u
 #define REG_SZ 1u
 #define REG_EXPAND_SZ 2u
 #define REG_BINARY 3u
 #define REG_DWORD 4u
 #define REG_MULTI_SZ 7u
-#define REG_QWORD 11u
 using REGSAM = DWORD;
 
 LSTATUS RegOpenKeyExW(HKEY parent, LPCWSTR name, DWORD options, REGSAM access, PHKEY key);
@@ -545,13 +509,9 @@ BOOL VerQueryValueW(LPCVOID block, LPCWSTR query, LPVOID* value, PUINT cbValue);
 #define MB_ICONQUESTION 0x20u
 #define MB_ICONWARNING 0x30u
 #define MB_ICONINFORMATION 0x40u
-#define MB_DEFBUTTON1 0x0u
 #define MB_DEFBUTTON2 0x100u
 #define IDOK 1
 #define IDCANCEL 2
-#define IDABORT 3
-#define IDRETRY 4
-#define IDIGNORE 5
 #define IDYES 6
 #define IDNO 7
 #define SW_HIDE 0
@@ -572,21 +532,28 @@ BOOL VerQueryValueW(LPCVOID block, LPCWSTR query, LPVOID* value, PUINT cbValue);
 #define WM_NULL 0x0u
 #define WM_CREATE 0x1u
 #define WM_DESTROY 0x2u
+#define WM_MOVE 0x3u
+#define WM_SIZE 0x5u
 #define WM_ACTIVATE 0x6u
 #define WM_SETFOCUS 0x7u
 #define WM_KILLFOCUS 0x8u
 #define WM_SETTEXT 0xCu
 #define WM_GETTEXT 0xDu
 #define WM_GETTEXTLENGTH 0xEu
+#define WM_ENABLE 0xAu
 #define WM_CLOSE 0x10u
 #define WM_QUERYENDSESSION 0x11u
 #define WM_ENDSESSION 0x16u
 #define WM_QUIT 0x12u
+#define WM_SHOWWINDOW 0x18u
+#define WM_CANCELMODE 0x1Fu
 #define WM_NEXTDLGCTL 0x28u
 #define WM_SETFONT 0x30u
 #define WM_GETFONT 0x31u
 #define WM_NCCREATE 0x81u
 #define WM_NCDESTROY 0x82u
+#define WM_NCCALCSIZE 0x83u
+#define WM_NCACTIVATE 0x86u
 #define WM_GETDLGCODE 0x87u
 #define WM_KEYFIRST 0x100u
 #define WM_KEYDOWN 0x100u
@@ -598,6 +565,7 @@ BOOL VerQueryValueW(LPCVOID block, LPCWSTR query, LPVOID* value, PUINT cbValue);
 #define WM_KEYLAST 0x109u
 #define WM_INITDIALOG 0x110u
 #define WM_COMMAND 0x111u
+#define WM_SYSCOMMAND 0x112u
 #define WM_CUT 0x300u
 #define WM_COPY 0x301u
 #define WM_PASTE 0x302u
@@ -605,8 +573,10 @@ BOOL VerQueryValueW(LPCVOID block, LPCWSTR query, LPVOID* value, PUINT cbValue);
 #define WM_UNDO 0x304u
 #define WM_MOUSEFIRST 0x200u
 #define WM_MOUSELAST 0x20Eu
+#define WM_PARENTNOTIFY 0x210u
 #define WM_USER 0x400u
 #define WM_APP 0x8000u
+#define SC_CLOSE 0xF060u
 #define DM_GETDEFID (WM_USER + 0)
 #define DM_SETDEFID (WM_USER + 1)
 #define DC_HASDEFID 0x534B
@@ -624,7 +594,6 @@ BOOL VerQueryValueW(LPCVOID block, LPCWSTR query, LPVOID* value, PUINT cbValue);
 #define WS_BORDER 0x00800000u
 #define WS_DLGFRAME 0x00400000u
 #define WS_VSCROLL 0x00200000u
-#define WS_HSCROLL 0x00100000u
 #define WS_SYSMENU 0x00080000u
 #define WS_THICKFRAME 0x00040000u
 #define WS_MINIMIZEBOX 0x00020000u
@@ -668,6 +637,7 @@ BOOL VerQueryValueW(LPCVOID block, LPCWSTR query, LPVOID* value, PUINT cbValue);
 #define VK_DOWN 0x28
 #define VK_INSERT 0x2D
 #define VK_DELETE 0x2E
+#define VK_F4 0x73
 #define SMTO_NORMAL 0x0u
 #define PM_NOREMOVE 0u
 #define PM_REMOVE 1u
@@ -711,17 +681,6 @@ struct MSG {
     POINT pt;
 };
 using LPMSG = MSG*;
-struct GUITHREADINFO {
-    DWORD cbSize;
-    DWORD flags;
-    HWND hwndActive;
-    HWND hwndFocus;
-    HWND hwndCapture;
-    HWND hwndMenuOwner;
-    HWND hwndMoveSize;
-    HWND hwndCaret;
-    RECT rcCaret;
-};
 using WNDENUMPROC = BOOL (*)(HWND, LPARAM);
 
 ATOM RegisterClassExW(const WNDCLASSEXW* windowClass);
@@ -730,12 +689,10 @@ HWND CreateWindowExW(DWORD exStyle, LPCWSTR className, LPCWSTR title, DWORD styl
 BOOL DestroyWindow(HWND window);
 LRESULT DefWindowProcW(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 BOOL EnumWindows(WNDENUMPROC callback, LPARAM context);
-HWND FindWindowW(LPCWSTR className, LPCWSTR title);
 HWND FindWindowExW(HWND parent, HWND after, LPCWSTR className, LPCWSTR title);
 DWORD GetWindowThreadProcessId(HWND window, LPDWORD process);
 HWND GetWindow(HWND window, UINT relation);
 HWND GetParent(HWND window);
-BOOL IsChild(HWND parent, HWND window);
 int GetClassNameW(HWND window, LPWSTR name, int cchName);
 LONG GetWindowLongW(HWND window, int index);
 LONG_PTR GetWindowLongPtrW(HWND window, int index);
@@ -751,18 +708,14 @@ BOOL ShowWindow(HWND window, int command);
 BOOL UpdateWindow(HWND window);
 BOOL SetWindowPos(HWND window, HWND after, int x, int y, int width, int height, UINT flags);
 BOOL GetWindowRect(HWND window, LPRECT rectangle);
-BOOL GetClientRect(HWND window, LPRECT rectangle);
 BOOL ClientToScreen(HWND window, LPPOINT point);
 BOOL ScreenToClient(HWND window, LPPOINT point);
 HWND GetForegroundWindow();
 BOOL SetForegroundWindow(HWND window);
 HWND GetActiveWindow();
-HWND SetActiveWindow(HWND window);
 HWND GetLastActivePopup(HWND window);
 HWND GetFocus();
 HWND SetFocus(HWND window);
-// Returns the active window and the focus of any thread.
-BOOL GetGUIThreadInfo(DWORD thread, GUITHREADINFO* information);
 SHORT GetKeyState(int key);
 BOOL SetKeyboardState(LPBYTE keys);
 HCURSOR LoadCursorW(HINSTANCE module, LPCWSTR name);
@@ -788,7 +741,6 @@ void PostQuitMessage(int exitCode);
 #define DLGC_WANTARROWS 0x1
 #define DLGC_WANTTAB 0x2
 #define DLGC_WANTALLKEYS 0x4
-#define DLGC_WANTMESSAGE 0x4
 #define DLGC_HASSETSEL 0x8
 #define DLGC_DEFPUSHBUTTON 0x10
 #define DLGC_UNDEFPUSHBUTTON 0x20
@@ -815,11 +767,11 @@ void PostQuitMessage(int exitCode);
 #define BM_GETSTATE 0xF2u
 #define BM_SETSTYLE 0xF4u
 #define BM_CLICK 0xF5u
-#define SS_LEFT 0x0u
 #define SS_CENTER 0x1u
 #define SS_BITMAP 0xEu
 #define SS_ETCHEDHORZ 0x10u
 #define SS_TYPEMASK 0x1Fu
+#define SS_REALSIZECONTROL 0x40u
 #define SS_NOPREFIX 0x80u
 #define SS_SUNKEN 0x1000u
 #define STM_GETIMAGE 0x173u
@@ -839,7 +791,6 @@ void PostQuitMessage(int exitCode);
 #define EM_SCROLLCARET 0xB7u
 #define EM_REPLACESEL 0xC2u
 #define EM_SETLIMITTEXT 0xC5u
-#define EM_LIMITTEXT EM_SETLIMITTEXT
 #define EM_CANUNDO 0xC6u
 #define EM_UNDO 0xC7u
 #define EM_EMPTYUNDOBUFFER 0xCDu
@@ -876,13 +827,11 @@ INT_PTR DialogBoxIndirectParamW(HINSTANCE module, LPCDLGTEMPLATEW dialog, HWND o
                                 LPARAM parameter);
 BOOL EndDialog(HWND dialog, INT_PTR result);
 BOOL IsDialogMessageW(HWND dialog, LPMSG message);
-BOOL MapDialogRect(HWND dialog, LPRECT rectangle);
 HWND GetDlgItem(HWND dialog, int id);
 int GetDlgCtrlID(HWND window);
 HWND GetNextDlgTabItem(HWND dialog, HWND control, BOOL previous);
 UINT GetDlgItemTextW(HWND dialog, int id, LPWSTR text, int cchText);
 BOOL SetDlgItemTextW(HWND dialog, int id, LPCWSTR text);
-BOOL CheckDlgButton(HWND dialog, int id, UINT check);
 BOOL CheckRadioButton(HWND dialog, int first, int last, int checked);
 UINT IsDlgButtonChecked(HWND dialog, int id);
 

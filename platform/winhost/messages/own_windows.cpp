@@ -33,7 +33,7 @@ LONG_PTR* ControlState::Long(int) {
 void AddOwnWindow(HWND window, WNDPROC procedure) {
     OwnWindows& own = TheOwnWindows();
     const std::lock_guard lock(own.threads);
-    own.windows[window] = {procedure, GetCurrentThreadId(), 0, nullptr};
+    own.windows[window] = {.procedure = procedure, .thread = GetCurrentThreadId(), .state = nullptr};
 }
 
 void ForgetOwnWindow(HWND window) {

@@ -19,6 +19,8 @@ struct OwnWindow {
     WNDPROC procedure;
     DWORD thread;
     LONG_PTR userData = 0;
+    LRESULT font = 0;
+    bool isPlaceTold = false;  // it has got WM_SIZE and WM_MOVE
     std::unique_ptr<ControlState> state;
 };
 

@@ -42,7 +42,7 @@ class SharedText {
         if (cchText == 0) return;
         m_file = Descriptor(memfd_create("text", MFD_CLOEXEC));
         if (!m_file || ftruncate(m_file.get(), static_cast<off_t>(cchText * sizeof(char16_t))) != 0)
-            NotModelled("SendMessageW", "a host without memory");
+            NotModelled("SendMessageW", "the host has no memory left");
         Map();
     }
     explicit SharedText(Descriptor file) : m_file(std::move(file)) {
@@ -62,7 +62,7 @@ class SharedText {
         (void)fstat(m_file.get(), &status);
         m_size = static_cast<std::size_t>(status.st_size);
         void* const memory = mmap(nullptr, m_size, PROT_READ | PROT_WRITE, MAP_SHARED, m_file.get(), 0);
-        if (memory == MAP_FAILED) NotModelled("SendMessageW", "a host without memory");
+        if (memory == MAP_FAILED) NotModelled("SendMessageW", "the host has no memory left");
         m_text = static_cast<char16_t*>(memory);
     }
 
@@ -133,6 +133,9 @@ bool CarriesNumbers(UINT message, LPARAM lParam) {
         case EM_SETLIMITTEXT:
         case EM_SETREADONLY:
         case EM_GETLIMITTEXT:
+        case EM_CANUNDO:
+        case EM_UNDO:
+        case EM_EMPTYUNDOBUFFER:
         case STM_GETIMAGE:
             return true;
         case WM_GETDLGCODE:
@@ -140,7 +143,8 @@ bool CarriesNumbers(UINT message, LPARAM lParam) {
             return lParam == 0;
         default:
             return (message >= BM_GETCHECK && message <= BM_CLICK) ||
-                   (message >= WM_KEYDOWN && message <= WM_SYSCHAR) || message >= WM_USER;
+                   (message >= WM_KEYDOWN && message <= WM_SYSCHAR) ||
+                   (message >= WM_CUT && message <= WM_UNDO) || message >= WM_USER;
     }
 }
 

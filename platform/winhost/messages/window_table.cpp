@@ -71,7 +71,7 @@ void Open(OpenTable& table) {
         NotModelled("WindowTable", "a machine whose windows can't be written");
     void* contents =
         mmap(nullptr, sizeof(WindowTableContents), PROT_READ | PROT_WRITE, MAP_SHARED, table.file.get(), 0);
-    if (contents == MAP_FAILED) NotModelled("WindowTable", "a host without memory");
+    if (contents == MAP_FAILED) NotModelled("WindowTable", "the host has no memory left");
     table.contents = static_cast<WindowTableContents*>(contents);
     table.process = getpid();
 }
@@ -219,6 +219,11 @@ std::vector<HWND> ChildWindows(HWND parent) {
          table.Where([parent](const WindowRecord& window) { return window.parent == parent; }))
         children.push_back(child->handle);
     return children;
+}
+
+bool HasStyle(HWND window, DWORD style) {
+    const auto record = Look(window);
+    return record && (record->style & style);
 }
 
 void ChangeStyle(HWND window, DWORD taken, DWORD given) {

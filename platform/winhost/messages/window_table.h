@@ -90,6 +90,8 @@ std::optional<WindowRecord> Look(HWND window);
 std::vector<HWND> ChildWindows(HWND parent);
 // Returns the top-level window that contains the window, or is the window itself.
 HWND RootOf(HWND window);
+// Whether the window exists and has one of the styles.
+bool HasStyle(HWND window, DWORD style);
 // Removes the bits `taken` from a window's style and adds the bits `given`.
 void ChangeStyle(HWND window, DWORD taken, DWORD given);
 

@@ -254,7 +254,7 @@ DWORD GetModuleFileNameW(HMODULE handle, LPWSTR buffer, DWORD cchBuffer) {
 
 FARPROC GetProcAddress(HMODULE handle, LPCSTR name) {
     if (winhost::Fails("GetProcAddress", ERROR_PROC_NOT_FOUND)) return nullptr;
-    if (IS_INTRESOURCE(name)) winhost::NotModelled("GetProcAddress", "a function's number");
+    if (IS_INTRESOURCE(name)) winhost::NotModelled("GetProcAddress", "a function named by its number");
     const winhost::Module* module = winhost::FindByHandle(handle);
     if (!module) return nullptr;
     const auto hidden = winhost::HiddenNames();

@@ -137,7 +137,7 @@ BOOL AdjustTokenPrivileges(HANDLE handle, BOOL disableAll, PTOKEN_PRIVILEGES sta
                            PTOKEN_PRIVILEGES previous, PDWORD) {
     if (winhost::Fails("AdjustTokenPrivileges")) return FALSE;
     if (disableAll || previous || !state)
-        winhost::NotModelled("AdjustTokenPrivileges", "but given privileges");
+        winhost::NotModelled("AdjustTokenPrivileges", "anything but enabling privileges");
     const auto token = winhost::HandleAs<winhost::Token>(handle);
     if (!token) return FALSE;
     if ((token->access() & TOKEN_ADJUST_PRIVILEGES) == 0) {

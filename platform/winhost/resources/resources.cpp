@@ -62,7 +62,7 @@ std::string_view OwnResources() {
 int LoadStringW(HINSTANCE, UINT id, LPWSTR buffer, int cchBuffer) {
     using namespace winhost;
     if (Fails("LoadStringW", ERROR_RESOURCE_NAME_NOT_FOUND)) return 0;
-    if (!buffer || cchBuffer <= 0) NotModelled("LoadStringW", "a buffer of no size");
+    if (!buffer || cchBuffer <= 0) NotModelled("LoadStringW", "a buffer of size 0");
     *buffer = 0;
     const auto block = FindResource(OwnResources(), kStringTable, static_cast<WORD>((id >> 4) + 1));
     if (!block.found) {

@@ -20,9 +20,10 @@ HINSTANCE ShellExecuteW(HWND owner, LPCWSTR verb, LPCWSTR file, LPCWSTR paramete
     const std::u16string address = file ? file : u"";
     if (owner || parameters || folder)
         winhost::NotModelled("ShellExecuteW", "an owner, parameters or a folder");
-    if (!verb || !winhost::SameName(verb, u"open")) winhost::NotModelled("ShellExecuteW", "a verb but open");
+    if (!verb || !winhost::SameName(verb, u"open"))
+        winhost::NotModelled("ShellExecuteW", "another verb than open");
     if (!address.starts_with(u"http://") && !address.starts_with(u"https://"))
-        winhost::NotModelled("ShellExecuteW", "what is no web address: " + winhost::Utf8(address));
+        winhost::NotModelled("ShellExecuteW", "a file that is no web address: " + winhost::Utf8(address));
     winhost::Record("shell-execute", {verb, address, winhost::Utf16(std::to_string(showCommand))});
     return reinterpret_cast<HINSTANCE>(kStarted);
 }

@@ -7,6 +7,7 @@
 #include "messages/own_windows.h"
 #include "messages/window_table.h"
 #include "windows/focus.h"
+#include "windows/geometry.h"
 
 namespace winhost {
 
@@ -86,6 +87,15 @@ bool Relate(WindowRecord& record, const CREATESTRUCTW& wanted) {
     return true;
 }
 
+// A child tells its parent, and what that lies in, that it is made or destroyed.
+void TellParents(HWND window, UINT message) {
+    const auto child = Look(window);
+    for (auto record = child; record && record->isChild() && !(record->exStyle & WS_EX_NOPARENTNOTIFY);
+         record = Look(record->parent))
+        (void)CallProcedure(record->parent, WM_PARENTNOTIFY, MAKEWPARAM(message, child->id),
+                            reinterpret_cast<LPARAM>(window));
+}
+
 void SendDestroy(HWND window) {
     (void)CallProcedure(window, WM_DESTROY, 0, 0);
     for (const HWND child : ChildWindows(window))
@@ -130,14 +140,20 @@ HWND Create(const WindowClass& kind, const CREATESTRUCTW& wanted) {
         if (FindOwnWindow(window)) Remove(window);
         return nullptr;
     }
+    RECT place = record.rect;
+    (void)CallProcedure(window, WM_NCCALCSIZE, FALSE, reinterpret_cast<LPARAM>(&place));
     if (CallProcedure(window, WM_CREATE, 0, parameter) == -1 && FindOwnWindow(window)) Destroy(window);
     if (!FindOwnWindow(window)) return nullptr;
+    // Other windows are told when they are shown.
+    if (record.style & (WS_CHILD | WS_POPUP)) TellFirstPlace(window);
+    TellParents(window, WM_CREATE);
     if (static_cast<DWORD>(wanted.style) & WS_VISIBLE) Reveal(window);
     return FindOwnWindow(window) ? window : nullptr;
 }
 
 // The procedure may already destroy the window during these messages.
 void Destroy(HWND window) {
+    TellParents(window, WM_DESTROY);
     Hide(window);
     for (const HWND owned : OwnedBy(window))
         if (FindOwnWindow(owned)) Destroy(owned);

@@ -4,6 +4,7 @@
 #include "core/machine.h"
 #include "messages/own_windows.h"
 #include "messages/window_table.h"
+#include "windows/geometry.h"
 
 namespace winhost {
 
@@ -85,7 +86,9 @@ void Activate(HWND window) {
     }
     const HWND before = Mark(thread, &WindowRecord::active, window);
     if (before == window) return;
+    if (before) (void)CallProcedure(before, WM_NCACTIVATE, FALSE, 0);
     if (before) (void)CallProcedure(before, WM_ACTIVATE, WA_INACTIVE, reinterpret_cast<LPARAM>(window));
+    if (window) (void)CallProcedure(window, WM_NCACTIVATE, TRUE, 0);
     if (window) (void)CallProcedure(window, WM_ACTIVATE, WA_ACTIVE, reinterpret_cast<LPARAM>(before));
     // A window procedure may have made another window active.
     if (MarkedOf(thread, &WindowRecord::active) != window) return;
@@ -109,9 +112,19 @@ bool GiveFocus(HWND window) {
 }
 
 void Reveal(HWND window) {
+    if (!HasStyle(window, WS_VISIBLE)) (void)CallProcedure(window, WM_SHOWWINDOW, TRUE, 0);
     ChangeStyle(window, 0, WS_VISIBLE);
     const auto record = Look(window);
     if (record && !record->isChild() && !(record->style & WS_MINIMIZE)) Activate(window);
+    TellFirstPlace(window);
+}
+
+void Enable(HWND window, bool enable) {
+    if (!enable) (void)CallProcedure(window, WM_CANCELMODE, 0, 0);
+    if (enable == !HasStyle(window, WS_DISABLED)) return;
+    ChangeStyle(window, enable ? WS_DISABLED : 0, enable ? 0 : WS_DISABLED);
+    if (!enable && Focus() == window) (void)GiveFocus(nullptr);
+    (void)CallProcedure(window, WM_ENABLE, enable, 0);
 }
 
 void Hide(HWND window) {
@@ -135,6 +148,7 @@ BOOL ShowWindow(HWND window, int command) {
     if (!record) return FALSE;
     switch (command) {
         case SW_HIDE:
+            if (record->style & WS_VISIBLE) (void)winhost::CallProcedure(window, WM_SHOWWINDOW, FALSE, 0);
             winhost::Hide(window);
             break;
         case SW_SHOWMINIMIZED:
@@ -159,8 +173,7 @@ BOOL EnableWindow(HWND window, BOOL enable) {
     if (winhost::Fails("EnableWindow")) return FALSE;
     const auto record = winhost::Look(window);
     if (!record) return FALSE;
-    winhost::ChangeStyle(window, enable ? WS_DISABLED : 0, enable ? 0 : WS_DISABLED);
-    if (!enable && winhost::Focus() == window) (void)winhost::GiveFocus(nullptr);
+    winhost::Enable(window, enable != FALSE);
     return (record->style & WS_DISABLED) != 0;
 }
 
@@ -181,15 +194,6 @@ BOOL SetForegroundWindow(HWND window) {
 HWND GetActiveWindow() {
     if (winhost::Fails("GetActiveWindow")) return nullptr;
     return winhost::MarkedOf(GetCurrentThreadId(), &winhost::WindowRecord::active);
-}
-
-HWND SetActiveWindow(HWND window) {
-    if (winhost::Fails("SetActiveWindow")) return nullptr;
-    const HWND before = winhost::MarkedOf(GetCurrentThreadId(), &winhost::WindowRecord::active);
-    const auto record = winhost::Look(window);
-    if (!record || record->isChild() || !winhost::FindOwnWindow(window)) return nullptr;
-    winhost::Activate(window);
-    return before;
 }
 
 HWND GetLastActivePopup(HWND window) {
@@ -213,18 +217,4 @@ HWND SetFocus(HWND window) {
     }
     const HWND before = winhost::Focus();
     return winhost::GiveFocus(window) ? before : nullptr;
-}
-
-BOOL GetGUIThreadInfo(DWORD thread, GUITHREADINFO* information) {
-    if (winhost::Fails("GetGUIThreadInfo")) return FALSE;
-    if (thread == 0) winhost::NotModelled("GetGUIThreadInfo", "the foreground's thread");
-    if (information->cbSize != sizeof *information) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return FALSE;
-    }
-    *information = {};
-    information->cbSize = sizeof *information;
-    information->hwndActive = winhost::MarkedOf(thread, &winhost::WindowRecord::active);
-    information->hwndFocus = winhost::MarkedOf(thread, &winhost::WindowRecord::focused);
-    return TRUE;
 }

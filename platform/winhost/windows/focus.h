@@ -8,6 +8,8 @@ namespace winhost {
 
 // Shows a window. A top-level window also becomes active.
 void Reveal(HWND window);
+// Allows a window to take input, or not. Tells it so.
+void Enable(HWND window, bool enable);
 // Hides a window. If a child of it has the focus, the parent
 // gets it. If the window is active, another one becomes active.
 void Hide(HWND window);

@@ -1,10 +1,11 @@
 // Positions and sizes of windows. The frame around a client area is as wide as Windows draws it at 96 dots per inch.
 #include "windows/geometry.h"
 
+#include <utility>
+
 #include "core/faults.h"
-#include "core/machine.h"
+#include "messages/own_windows.h"
 #include "messages/window_table.h"
-#include "windows/focus.h"
 
 namespace winhost {
 
@@ -15,8 +16,6 @@ constexpr LONG kDialogFrame = 3;
 constexpr LONG kSizingFrame = 4;
 constexpr LONG kBorder = 1;
 constexpr LONG kClientEdge = 2;
-constexpr UINT kKnownFlags =
-    SWP_NOSIZE | SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE | SWP_SHOWWINDOW | SWP_HIDEWINDOW;
 
 void Shift(RECT& rectangle, LONG x, LONG y) {
     rectangle.left += x;
@@ -36,11 +35,20 @@ std::optional<RECT> ClientRectOnScreen(HWND window) {
                 rect->bottom - frame.bottom};
 }
 
-bool Reorder(WindowTable& table, WindowRecord& window, HWND after) {
-    if (after != HWND_TOP && after != HWND_BOTTOM)
-        return after == window.handle || table.PutBelow(window, after);
-    after == HWND_TOP ? table.Raise(window) : table.Lower(window);
-    return true;
+void TellSize(HWND window) {
+    if (const auto rect = ClientRectOnScreen(window))
+        (void)CallProcedure(window, WM_SIZE, 0,
+                            MAKELPARAM(rect->right - rect->left, rect->bottom - rect->top));
+}
+
+// The place of the client area is relative to that of the parent.
+void TellMove(HWND window) {
+    const auto rect = ClientRectOnScreen(window);
+    const auto record = Look(window);
+    if (!rect || !record) return;
+    const auto around = record->parent ? ClientRectOnScreen(record->parent) : RECT{};
+    if (!around) return;
+    (void)CallProcedure(window, WM_MOVE, 0, MAKELPARAM(rect->left - around->left, rect->top - around->top));
 }
 
 }  // namespace
@@ -72,6 +80,22 @@ std::optional<RECT> ScreenRect(HWND window) {
     return rect;
 }
 
+void TellChange(HWND window, const RECT& before, const RECT& after) {
+    const bool isSized = before.right - before.left != after.right - after.left ||
+                         before.bottom - before.top != after.bottom - after.top;
+    RECT place = after;
+    if (isSized) (void)CallProcedure(window, WM_NCCALCSIZE, FALSE, reinterpret_cast<LPARAM>(&place));
+    if (before.left != after.left || before.top != after.top) TellMove(window);
+    if (isSized) TellSize(window);
+}
+
+void TellFirstPlace(HWND window) {
+    OwnWindow* const own = FindOwnWindow(window);
+    if (!own || std::exchange(own->isPlaceTold, true)) return;
+    TellSize(window);
+    TellMove(window);
+}
+
 void Resize(HWND window, LONG width, LONG height) {
     WindowTable table;
     WindowRecord* const record = table.Find(window);
@@ -89,13 +113,6 @@ BOOL GetWindowRect(HWND window, LPRECT rectangle) {
     return rect.has_value();
 }
 
-BOOL GetClientRect(HWND window, LPRECT rectangle) {
-    if (winhost::Fails("GetClientRect", ERROR_INVALID_WINDOW_HANDLE)) return FALSE;
-    const auto rect = winhost::ClientRectOnScreen(window);
-    if (rect) *rectangle = {0, 0, rect->right - rect->left, rect->bottom - rect->top};
-    return rect.has_value();
-}
-
 BOOL ClientToScreen(HWND window, LPPOINT point) {
     if (winhost::Fails("ClientToScreen", ERROR_INVALID_WINDOW_HANDLE)) return FALSE;
     const auto rect = winhost::ClientRectOnScreen(window);
@@ -108,33 +125,4 @@ BOOL ScreenToClient(HWND window, LPPOINT point) {
     const auto rect = winhost::ClientRectOnScreen(window);
     if (rect) *point = {point->x - rect->left, point->y - rect->top};
     return rect.has_value();
-}
-
-BOOL SetWindowPos(HWND window, HWND after, int x, int y, int width, int height, UINT flags) {
-    if (winhost::Fails("SetWindowPos")) return FALSE;
-    const auto before = winhost::Look(window);
-    if (!before) return FALSE;
-    if ((flags & ~winhost::kKnownFlags) ||
-        (after != HWND_TOP && !(flags & SWP_NOZORDER) && !before->isChild()))
-        winhost::NotModelled("SetWindowPos", "flags " + std::to_string(flags) +
-                                                 " or a top-level window elsewhere than on top");
-    {
-        winhost::WindowTable table;
-        winhost::WindowRecord* const record = table.Find(window);
-        if (!record) return FALSE;
-        if (!(flags & SWP_NOMOVE)) winhost::Shift(record->rect, x - record->rect.left, y - record->rect.top);
-        if (!(flags & SWP_NOSIZE)) {
-            record->rect.right = record->rect.left + width;
-            record->rect.bottom = record->rect.top + height;
-        }
-        if (!(flags & SWP_NOZORDER) && !winhost::Reorder(table, *record, after)) return FALSE;
-    }
-    if (flags & SWP_HIDEWINDOW)
-        winhost::Hide(window);
-    else if (flags & SWP_SHOWWINDOW)
-        winhost::ChangeStyle(window, 0, WS_VISIBLE);
-    const bool activates =
-        !(flags & (SWP_NOACTIVATE | SWP_HIDEWINDOW)) && (!(flags & SWP_NOZORDER) || (flags & SWP_SHOWWINDOW));
-    if (activates && !before->isChild()) winhost::Activate(window);
-    return TRUE;
 }

@@ -61,11 +61,6 @@ BOOL EnumWindows(WNDENUMPROC callback, LPARAM context) {
     return TRUE;
 }
 
-HWND FindWindowW(LPCWSTR className, LPCWSTR title) {
-    if (winhost::Fails("FindWindowW")) return nullptr;
-    return winhost::FindWindowAfter(nullptr, nullptr, className, title);
-}
-
 HWND FindWindowExW(HWND parent, HWND after, LPCWSTR className, LPCWSTR title) {
     if (winhost::Fails("FindWindowExW")) return nullptr;
     if ((parent && !winhost::Look(parent)) || (after && !winhost::Look(after))) return nullptr;
@@ -94,12 +89,4 @@ HWND GetParent(HWND window) {
     if (!record) return nullptr;
     if (record->isChild()) return record->parent;
     return record->style & WS_POPUP ? record->owner : nullptr;
-}
-
-BOOL IsChild(HWND parent, HWND window) {
-    if (winhost::Fails("IsChild")) return FALSE;
-    for (auto record = winhost::Look(window); record && record->parent;
-         record = winhost::Look(record->parent))
-        if (record->parent == parent) return TRUE;
-    return FALSE;
 }

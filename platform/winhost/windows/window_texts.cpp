@@ -52,6 +52,48 @@ LONG_PTR LongOf(const char* call, HWND window, int index) {
     }
 }
 
+// Whether a window that nobody tells otherwise really does nothing with the message.
+bool HasNoEffect(UINT message) {
+    constexpr UINT kMessages[] = {WM_NULL,       WM_CREATE,     WM_DESTROY,     WM_MOVE,       WM_SIZE,
+                                  WM_SETFOCUS,   WM_KILLFOCUS,  WM_ENABLE,      WM_ENDSESSION, WM_SHOWWINDOW,
+                                  WM_CANCELMODE, WM_NEXTDLGCTL, WM_NCDESTROY,   WM_NCCALCSIZE, WM_GETDLGCODE,
+                                  WM_KEYDOWN,    WM_KEYUP,      WM_CHAR,        WM_SYSKEYUP,   WM_SYSCHAR,
+                                  WM_INITDIALOG, WM_COMMAND,    WM_PARENTNOTIFY};
+    constexpr UINT kFirstOfControls = EM_GETSEL, kLastOfControls = BM_CLICK, kFirstOfClipboard = WM_CUT;
+    return message >= WM_USER || (message >= kFirstOfControls && message <= kLastOfControls) ||
+           (message >= kFirstOfClipboard && message <= WM_UNDO) ||
+           std::find(std::begin(kMessages), std::end(kMessages), message) != std::end(kMessages);
+}
+
+// Commands of the window's own menu, and the key for one of them.
+LRESULT CloseByCommand(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    constexpr WORD kAltDown = 0x2000;
+    constexpr WPARAM kCommandBits = 0xFFF0;
+    if (message == WM_SYSKEYDOWN) {
+        const bool closes = wParam == VK_F4 && (HIWORD(lParam) & kAltDown);
+        return closes ? CallProcedure(RootOf(window), WM_SYSCOMMAND, SC_CLOSE, 0) : 0;
+    }
+    if ((wParam & kCommandBits) != SC_CLOSE)
+        NotModelled("DefWindowProcW", "the command " + std::to_string(wParam) + " of a window's menu");
+    return CallProcedure(window, WM_CLOSE, 0, 0);
+}
+
+// Only controls and dialogs keep a font.
+LRESULT KeepFont(HWND window, UINT message, WPARAM wParam) {
+    OwnWindow* const own = FindOwnWindow(window);
+    if (!own || !own->state) return 0;
+    if (message == WM_GETFONT) return own->font;
+    own->font = static_cast<LRESULT>(wParam);
+    return 0;
+}
+
+LRESULT TextAnswer(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    const auto record = Look(window);
+    if (!record) return 0;
+    if (message == WM_GETTEXTLENGTH) return static_cast<LRESULT>(wcslen(record->title));
+    return CopyText(record->title, reinterpret_cast<LPWSTR>(lParam), static_cast<int>(wParam));
+}
+
 }  // namespace
 
 int CopyText(std::u16string_view text, LPWSTR buffer, int cchBuffer) {
@@ -80,14 +122,19 @@ LRESULT DefaultOf(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
             return TRUE;
         case WM_GETTEXT:
         case WM_GETTEXTLENGTH:
-            break;
+            return TextAnswer(window, message, wParam, lParam);
+        case WM_NCACTIVATE:
+            return TRUE;
+        case WM_SETFONT:
+        case WM_GETFONT:
+            return KeepFont(window, message, wParam);
+        case WM_SYSKEYDOWN:
+        case WM_SYSCOMMAND:
+            return CloseByCommand(window, message, wParam, lParam);
         default:
+            if (!HasNoEffect(message)) NotModelled("DefWindowProcW", "message " + std::to_string(message));
             return 0;
     }
-    const auto record = Look(window);
-    if (!record) return 0;
-    if (message == WM_GETTEXTLENGTH) return static_cast<LRESULT>(wcslen(record->title));
-    return CopyText(record->title, reinterpret_cast<LPWSTR>(lParam), static_cast<int>(wParam));
 }
 
 }  // namespace winhost
