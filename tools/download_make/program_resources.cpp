@@ -20,7 +20,7 @@ constexpr std::size_t cbFolder = 16, cbFolderEntry = 8, cbData = 16, cbSection =
     throw std::runtime_error("is no whole Windows program");
 }
 
-std::string_view Part(std::string_view bytes, std::size_t offset, std::size_t cb) {
+std::string_view Cut(std::string_view bytes, std::size_t offset, std::size_t cb) {
     if (offset > bytes.size() || cb > bytes.size() - offset) Damaged();
     return bytes.substr(offset, cb);
 }
@@ -28,12 +28,12 @@ std::string_view Part(std::string_view bytes, std::size_t offset, std::size_t cb
 template <class Number>
 Number At(std::string_view bytes, std::size_t offset) {
     Number number;
-    std::memcpy(&number, Part(bytes, offset, sizeof number).data(), sizeof number);
+    std::memcpy(&number, Cut(bytes, offset, sizeof number).data(), sizeof number);
     return number;
 }
 
 void Set(std::string& bytes, std::size_t offset, uint32_t number) {
-    (void)Part(bytes, offset, sizeof number);
+    (void)Cut(bytes, offset, sizeof number);
     std::memcpy(bytes.data() + offset, &number, sizeof number);
 }
 
@@ -74,7 +74,7 @@ struct Headers {
     std::string_view Bytes(std::string_view program, uint32_t address) const {
         const std::size_t section = SectionOf(program, address);
         const std::string_view raw =
-            Part(program, At<uint32_t>(program, section + 20), At<uint32_t>(program, section + 16));
+            Cut(program, At<uint32_t>(program, section + 20), At<uint32_t>(program, section + 16));
         return raw.substr(address - At<uint32_t>(program, section + 12));
     }
 };
@@ -240,7 +240,7 @@ std::vector<Resource> ReadResources(std::string_view program) {
             ForEachEntry(tree, languages, [&](const ResourceName& language, uint32_t data) {
                 const std::string_view bytes = headers.Bytes(program, At<uint32_t>(tree, data));
                 resources.push_back(
-                    {type, name, language.number, std::string(Part(bytes, 0, At<uint32_t>(tree, data + 4)))});
+                    {type, name, language.number, std::string(Cut(bytes, 0, At<uint32_t>(tree, data + 4)))});
             });
         });
     });

@@ -40,6 +40,7 @@ using LPARAM = LONG_PTR;
 using LRESULT = LONG_PTR;
 using HRESULT = LONG;
 using LSTATUS = LONG;
+using NTSTATUS = LONG;
 using ATOM = WORD;
 
 using LPVOID = void*;
