@@ -4,11 +4,11 @@
 #
 # Proves what docs/reliability.md promises, without a part all of it. On embedded machines:
 #   calls: each call of the system fails     kills: the process is killed at each call, and under Wine at random moments
-#   power: it goes at each step              full: a disc with more and more room
+#   power: it is cut at each step           full: a disk with more and more room
 #   two: two runs at once                    list: the shared list of running copies with eight processes
 #   large: packages and logs that grow, paths that are too long, and a download of 5 GB
 # Under Wine:
-#   rounds: install, update, uninstall and restart, a hundred times      space: a small disc
+#   rounds: install, update, uninstall and restart, a hundred times      space: a small disk
 # On both targets:
 #   both: random runs and rehearsals have the same results
 # --quick is a short form of each part. --seed names one run of two and both, and the moments of kills; --call one call for calls and

@@ -231,7 +231,7 @@ TEST_F(HostFiles, PowerIsCutDuringACopy) {
     int status = 0;
     EXPECT_EQ(waitpid(id, &status, 0), id);
     EXPECT_TRUE(WIFSIGNALED(status));
-    EXPECT_TRUE(winhost::LiftLimits().powerWent);
+    EXPECT_TRUE(winhost::LiftLimits().powerCut);
     EXPECT_EQ(FileBytes(TEXT("copy")), std::string(320, 's') + std::string(680, 0));
 }
 

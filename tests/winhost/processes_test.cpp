@@ -1,6 +1,7 @@
 // Processes of the embedded machine: who counts as one, how they are found and how they end.
 #include <fstream>
 
+#include "core/events.h"
 #include "processes/process_table.h"
 #include "harness/scratch.h"
 #include <winhost.h>
@@ -10,6 +11,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
+class HostEvents : public ScratchTest {};
 class HostProcesses : public ScratchTest {};
 
 const std::string kSleeper = QTV_BUILD_FOLDER "/sleeper.exe";
@@ -178,6 +180,12 @@ TEST_F(HostProcesses, OutsideAnyMachineEndWithOneLine) {
     const std::string said(text, std::fread(text, 1, sizeof text, output));
     EXPECT_EQ(WEXITSTATUS(pclose(output)), 2);
     EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
+}
+
+TEST_F(HostEvents, KeepTheirFields) {
+    winhost::Record("start-process", {u"C:\\new\nfolder", u""});
+    EXPECT_EQ(winhost::EventFields(winhost::Events().back()),
+              (std::vector<std::string>{"start-process", "C:\\new\nfolder", ""}));
 }
 
 }  // namespace

@@ -6,10 +6,10 @@
 //   hold runs= read=     keeps these files in use, as a loaded library or for reading, until the next hold
 //   run command= watched= call= nth= kills=1 room= steps= yes=1 second= delay= presses= trace=1
 //       runs a program with a virtual clock and with a person. The calls of the watched programs (a pattern) are counted. A
-//       call of these fails or kills; the disc has room for so many bytes; the power goes after so many steps. Boxes get Yes
+//       call of these fails or kills; the disk has room for so many bytes; the power is cut after so many steps. Boxes get Yes
 //       instead of their safest answer. A second program starts after a delay in ms. `presses` is the seed of random moments
 //       at which Next is pressed. With `trace` the answer has the calls of all programs, with neutral names.
-//   restart steps=   the next start, in which the power goes after so many steps
+//   restart steps=   the next start, in which the power is cut after so many steps
 //   used             bytes on the drives and in the registry
 //   wait             waits until no program runs
 #include <sys/wait.h>
@@ -89,7 +89,7 @@ Answer Hold(const Fields& fields) {
 Answer AnswerOf(const winhost::LimitsMet& met) {
     return {{"steps", Json(met.steps)},
             {"leastRefused", Json(met.leastRefused)},
-            {"powerWent", Json(met.powerWent)},
+            {"powerCut", Json(met.powerCut)},
             {"met", Json(met.call)}};
 }
 
@@ -153,7 +153,7 @@ Answer RunDisturbed(const Fields& fields) {
 }
 
 Answer CutRestart(const Fields& fields) {
-    // Where the power goes, the process ends.
+    // Where the power is cut, the process ends.
     const pid_t id = fork();
     if (id == 0) {
         winhost::SetLimits({.steps = fields.Number("steps", UINT64_MAX)});

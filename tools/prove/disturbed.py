@@ -1,4 +1,4 @@
-"""One disturbance in each run: a call fails, the process is killed, the power goes, the disc is full, or another run goes on."""
+"""One disturbance in each run: a call fails, the process is killed, the power is cut, the disk is full, or another run goes on."""
 import random
 
 from exceptions import AT_ONCE, FOR_GOOD, LASTING, RUN, report
@@ -36,10 +36,10 @@ def disturb(benches, lab, own, scenario, disturbance, cut_restart=None, restart_
         problems, answer = benches.attempt(lab, own, scenario, disturbance, cut_restart)
         group = name
         if 'steps' in disturbance:
-            call, text = f'power:{answer["met"]}', f'the power goes after step {disturbance["steps"]}'
+            call, text = f'power:{answer["met"]}', f'the power is cut after step {disturbance["steps"]}'
             text += f', and in the restart after {cut_restart}' if cut_restart else ''
         elif 'room' in disturbance:
-            call, text = f'full:{answer["met"]}', f'a disc for {disturbance["room"]} bytes'
+            call, text = f'full:{answer["met"]}', f'a disk for {disturbance["room"]} bytes'
         else:
             kills, use = 'kills' in disturbance, f'#{disturbance["nth"]}' if disturbance['nth'] else ', every use,'
             group += '' if kills else ', a call fails'
@@ -92,11 +92,11 @@ def run_within(benches, scenario, **limits):
 
 
 def full(benches, options):
-    """A disc with more and more room: every limit at which something changes."""
+    """A disk with more and more room: every limit at which something changes."""
     def plan(scenario):
         if scenario.name == 'install-wizard':
             return  # It uses the same calls to change the machine as the silent one.
-        # A disc may have less room than a deletion frees, because other programs use that room at once.
+        # A disk may have less room than a deletion frees, because other programs use that room at once.
         least = run_within(benches, scenario, room=0)['leastRefused']
         without = benches.lab.used()['bytes']
         run_within(benches, scenario, room=UNLIMITED)
@@ -109,7 +109,7 @@ def full(benches, options):
 
 
 def power(benches, options):
-    """The power goes at every step of an installation, an update and an uninstall, and of the restart after them."""
+    """The power is cut at every step of an installation, an update and an uninstall, and of the restart after them."""
     def plan(scenario):
         if scenario.name in ('install-wizard', 'download'):
             return

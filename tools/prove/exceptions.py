@@ -29,7 +29,7 @@ OTHER_SCOPE = (f'{GROUP}*: gone|{DESKTOP}gone|<Desktop>\\Qantivo 8.lnk: *|<Progr
                '* : AllUsers: REG_SZ "A"')
 
 # The row in the document, the stage, and patterns with * and ?, separated by |: the scenarios, the disturbed calls, and the items
-# with their states. Before a call, "kill:" means that the process ended at it, "power:" that the power went during it, "full:"
+# with their states. Before a call, "kill:" means that the process ended at it, "power:" that the power was cut during it, "full:"
 # that it was the first one without room, and "two:" that another run went on.
 EXCEPTIONS = [
     # ---- repaired by another run and a restart ----
@@ -74,7 +74,7 @@ EXCEPTIONS = [
     ('4.5', AT_ONCE, 'uninstall', 'GetModuleFileNameW|CopyFileW|kill:CopyFileW|kill:GetModuleFileNameW', COPY),
     ('4.6', FOR_GOOD, 'update|uninstall', 'MoveFileExW', f'{WININIT}*'),
     ('4.6', AT_ONCE, 'update|uninstall', 'MoveFileExW', f'{WININIT}*'),
-    # ---- the power goes during a call ----
+    # ---- the power is cut during a call ----
     ('5.1', AT_ONCE, 'install|update', 'power:CopyFileW', f'{TARGET}*: file *|{LOG}: *|log: *'),
     ('5.1', AT_ONCE, 'install|update', 'power:WriteFile', 'log: *: once'),
     ('5.1', AT_ONCE, 'install|update', 'power:IPersistFile::Save', LINKS),
@@ -87,7 +87,7 @@ EXCEPTIONS = [
     ('6.1', FOR_GOOD, 'update', 'power:WriteFile', '<CommonPrograms>*|log: *'),
     ('6.2', AT_ONCE, 'uninstall', 'power:CopyFileW', COPY),
     ('6.2', FOR_GOOD, 'uninstall', 'power:*', COPY),
-    # ---- the disc is full ----
+    # ---- the disk is full ----
     ('5.3', AT_ONCE, 'install|update', 'full:*', f'{TARGET}*: gone|{LOG}: *|log: *|{LINKS}'),
     ('5.3', AT_ONCE, 'update|uninstall', 'full:*', f'{TARGET}*.old: *|{TARGET}*.new: *|{WININIT}*'),
     ('6.2', FOR_GOOD, 'update|uninstall', 'full:*', f'{ASIDE}|{WININIT}file *|{COPY}'),
@@ -135,11 +135,11 @@ TABLES = {
     '4.4': 'Update: `q8t*.tmp` in the Startup folder of all users | the test whether a file can be created there fails half-way | nothing looks for it again',
     '4.5': "Uninstall: `uni*.tmp` in the temporary folder | the copy can't be made, started or marked, or the process is killed before the copy has marked itself | the copy is deleted by a mark that it places first",
     '4.6': '`WININIT.INI` in the Windows folder | a mark is refused | the mark is added to this older list, which only Windows 95, 98 and Me carry out',
-    '5.1': 'A product file or the log of the right size with zeros at its end, a cut shortcut, a cut record in the log | the power goes while it is written | a copy has its whole size from the start; nothing is written twice',
-    '5.2': 'Update: a file that was held is missing | the power goes in the update, or in the restart after it | the list of marks is carried out again from its start: the old delete mark deletes the new file, which is already in place',
+    '5.1': 'A product file or the log of the right size with zeros at its end, a cut shortcut, a cut record in the log | the power is cut while it is written | a copy has its whole size from the start; nothing is written twice',
+    '5.2': 'Update: a file that was held is missing | the power is cut in the update, or in the restart after it | the list of marks is carried out again from its start: the old delete mark deletes the new file, which is already in place',
     '5.3': 'Files, shortcuts and records are missing; a file `.old`; an empty or incomplete `WININIT.INI` | the disk is full | each step that finds no room leaves out its own item',
-    '6.1': 'Update: the shortcuts are in a group with another name, or in the Programs folder | the power goes while the record of the group is written to the log | an update reads the name of the group from that record; the uninstall finds the shortcuts in the log',
-    '6.2': 'The cases of `AllUsers`, `.old`, `.new`, `q8t*.tmp`, `uni*.tmp` and `WININIT.INI` above | the power goes at that step, the disk is full, or one of two runs ends the other one there | as above',
+    '6.1': 'Update: the shortcuts are in a group with another name, or in the Programs folder | the power is cut while the record of the group is written to the log | an update reads the name of the group from that record; the uninstall finds the shortcuts in the log',
+    '6.2': 'The cases of `AllUsers`, `.old`, `.new`, `q8t*.tmp`, `uni*.tmp` and `WININIT.INI` above | the power is cut at that step, the disk is full, or one of two runs ends the other one there | as above',
     '6.3': 'The Startup shortcut is missing | the disk is full, or the process is killed, in a run with `-autostart` | an update takes over the choice from the shortcut that it finds; see "Under Wine"',
     '7.1': 'No button ends the wizard | the call that ends dialogs fails | nothing else ends it; end the process',
     '7.2': "The message about damaged files, the home page, and the exit code 1 | the setup files or the version of the package can't be read | what can't be read counts as damaged; nothing is installed",

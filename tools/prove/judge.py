@@ -98,7 +98,7 @@ class Benches:
 
     def try_remedies(self, lab, scenario, spare, cut_restart):
         """Tries one remedy after the other, each stronger than the last one. A problem counts for the last remedy that left it.
-        Without the spare machine, the power went, and the machine was restarted before everything else."""
+        Without the spare machine, the power was cut, and the machine was restarted before everything else."""
         tries = []
         if spare:
             tries.append(self.remedied(lab, scenario, SECOND))

@@ -49,7 +49,7 @@ def run(lab, command, watched, disturbance=None):
     complaint = ' '.join(answer['errors'].split()) or {'late': 'hangs', 'given up': NO_END}.get(answer['end'], complaint)
     kills, cut = 'kills' in disturbance, 'steps' in disturbance
     if cut:
-        complaint += '' if answer['powerWent'] else 'the power did not go'
+        complaint += '' if answer['powerCut'] else 'the power was not cut'
     elif not complaint and (not answer['calls']) != kills:
         complaint = 'the call to be killed at was not reached' if kills else 'the program crashed'
     events = Counter(f'{kind}: {text}' for kind in ('messages', 'programs', 'pages') for text in answer[kind])

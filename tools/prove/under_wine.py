@@ -1,4 +1,4 @@
-"""The parts that need Wine, each in a prefix of its own: many rounds, kills at random moments, and a small disc."""
+"""The parts that need Wine, each in a prefix of its own: many rounds, kills at random moments, and a small disk."""
 import os
 import random
 import resource
@@ -191,7 +191,7 @@ def mount(*arguments):
 
 
 def make_disc(machine):
-    """The disc holds the prefix without the folder of Windows, which stays where it is."""
+    """The disk holds the prefix without the folder of Windows, which stays where it is."""
     windows, kept, new = machine.drive / 'windows', machine.home.parent / 'windows', machine.home.parent / 'new'
     machine.save(new)
     kept.mkdir()
@@ -254,7 +254,7 @@ def try_job(machine, name, saved, command, rooms):
 def space(machine, quick, _):
     """Where the namespace is refused, nothing is tested."""
     if INSIDE not in os.environ:
-        print('space: *** The full disc was NOT tested: a mount namespace is refused. ***')
+        print('space: *** The full disk was NOT tested: a mount namespace is refused. ***')
         return True
     make_disc(machine)
     work = machine.home.parent

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
 
 #include "core/host_io.h"
@@ -14,6 +15,9 @@ namespace winhost {
 
 namespace {
 
+// A line feed inside a field. Neither paths nor texts have this character.
+constexpr char kLineFeed = '\x1E';
+
 std::filesystem::path EventFile() {
     return StateFolder() / "events";
 }
@@ -23,13 +27,9 @@ std::filesystem::path EventFile() {
 void Record(const char* kind, std::initializer_list<std::u16string> fields) {
     std::string line = kind;
     for (const auto& field : fields) {
-        line += '\t';
-        for (const char byte : Utf8(field)) {
-            if (byte == '\n')
-                line += "\\n";
-            else
-                line += byte;
-        }
+        std::string text = Utf8(field);
+        std::replace(text.begin(), text.end(), '\n', kLineFeed);
+        line += '\t' + text;
     }
     line += '\n';
     // One write in append mode, so that the lines of several processes don't mix.
@@ -48,14 +48,11 @@ std::vector<std::string> Events() {
 
 std::vector<std::string> EventFields(std::string_view event) {
     std::vector<std::string> fields(1);
-    for (std::size_t i = 0; i < event.size(); ++i) {
-        if (event[i] == '\t') {
+    for (const char byte : event) {
+        if (byte == '\t')
             fields.emplace_back();
-        } else {
-            const bool lineFeed = event.substr(i, 2) == "\\n";
-            fields.back() += lineFeed ? '\n' : event[i];
-            i += lineFeed;
-        }
+        else
+            fields.back() += byte == kLineFeed ? '\n' : byte;
     }
     return fields;
 }

@@ -1,4 +1,4 @@
-// Limits of the machine: the room on its drives, and the steps until its power goes. Everything that changes files,
+// Limits of the machine: the room on its drives, and the steps until its power is cut. Everything that changes files,
 // folders or the registry asks here first.
 #pragma once
 

@@ -75,7 +75,7 @@ bool WaitForProcesses(DWORD milliseconds);
 void HideFunction(const std::string& name, bool hidden);
 
 // Returns what the machine saw besides files and registry, in order. Each event is a line: its kind, a tab, and its
-// fields with tabs between them. A line feed inside a field is written as \n, and numbers are decimal. Kinds:
+// fields with tabs between them. A line feed inside a field is written as the character 1E, and numbers are decimal. Kinds:
 //   message-box     caption, text, style, answer (0 for a box that is left open)
 //   unanswered-box  the same
 //   shell-execute   verb, file, show command
@@ -127,7 +127,7 @@ void SetVirtualClock(bool on);
 
 struct Limits {
     std::uint64_t room = UINT64_MAX;  // bytes that the drives and the registry may hold together
-    // Steps of change on them, such as making a file or writing a part of it. After so many steps the power goes:
+    // Steps of change on them, such as making a file or writing a part of it. After so many steps the power is cut:
     // from then on each process ends at its next step.
     std::uint64_t steps = UINT64_MAX;
 };
@@ -137,7 +137,7 @@ struct LimitsMet {
     std::uint64_t steps = 0;  // taken
     // The smallest room, in bytes, at which one more write would have succeeded. UINT64_MAX if none was refused.
     std::uint64_t leastRefused = UINT64_MAX;
-    bool powerWent = false;
+    bool powerCut = false;
     std::string call;  // the first platform call that met a limit; empty for none
 };
 // Removes the limits and returns what was counted since SetLimits.
