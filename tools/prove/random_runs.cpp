@@ -58,27 +58,27 @@ class RandomRun : public EndToEndTest {
     }
     std::string Result() {
         MakePackage(Random() % 3 + 1);
-        std::string arguments = "-s" + std::string(Any(kTargets)) + Options();
+        std::string arguments = Arguments();
         if (Random() % 2 == 0) {
-            Note("earlier", arguments);
-            Setup(Wide(arguments));
+            const DWORD exitCode = Setup(Wide(arguments));
+            Note("earlier", arguments + " ended with " + std::to_string(exitCode));
             if (MayRestart(arguments) || Random() % 3 == 0) RestartMachine();
             MakePackage(Random() % 3 + 1);
-            if (Random() % 3 == 0) arguments = "-s" + std::string(Any(kTargets)) + Options();
+            if (Random() % 3 == 0) arguments = Arguments();
             Spoil();
         }
         {
             std::list<HeldFile> held;
             if (!MayRestart(arguments)) held = Hold();
-            Setup(Wide(arguments));
+            const DWORD exitCode = Setup(Wide(arguments));
             if (MayRestart(arguments)) RestartMachine();
-            Note("setup", arguments);
+            Note("setup", arguments + " ended with " + std::to_string(exitCode));
         }
         const Text folder = Wide(Folder());
         if (Random() % 4 != 0 && Exists(folder + TEXT("\\QtvUnInst.exe"))) {
             const std::list<HeldFile> held = Hold();
-            Uninstall(folder);
-            Note("uninstall", "");
+            const DWORD exitCode = Uninstall(folder);
+            Note("uninstall", "ended with " + std::to_string(exitCode));
         }
         RestartMachine();
         Note("restart", "");
@@ -98,20 +98,24 @@ class RandomRun : public EndToEndTest {
     void MakePackage(unsigned generation) {
         std::string manifest = "File Copy: QtvApp8.exe\r\nFile Copy: QtvUnInst.exe\r\n";
         if (Random() % 2) manifest += std::string("File Copy: ") + kRunning + "\r\n";
-        for (unsigned count = Random() % 12; count > 0; --count)
-            manifest += std::string(Any(kPrefixes)) + Any(Random() % 2 ? kNames : kValues) +
-                        (Random() % 5 ? "\r\n" : " \n");
+        // One draw a statement: compilers evaluate the parts of an expression in different orders.
+        for (unsigned count = Random() % 12; count > 0; --count) {
+            manifest += Any(kPrefixes);
+            manifest += Any(Random() % 2 ? kNames : kValues);
+            manifest += Random() % 5 ? "\r\n" : " \n";
+        }
         MakeFile(package + TEXT("\\QtvUnInst.log"), manifest);
         for (const char* name : kNames)
             if (Random() % 4 != 0)
                 Put(package + TEXT("\\") + Wide(name), name + std::string(generation, '!'));
     }
 
-    std::string Options() {
-        std::string options;
+    std::string Arguments() {
+        std::string arguments = "-s";
+        arguments += Any(kTargets);
         for (unsigned count = Random() % 3; count > 0; --count)
-            options += std::string(" ") + Any(kOptions);
-        return options;
+            arguments += std::string(" ") + Any(kOptions);
+        return arguments;
     }
 
     // A missing file has all attribute bits set.

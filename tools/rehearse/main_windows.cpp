@@ -5,6 +5,7 @@
 #include <io.h>
 
 #include <cstdio>
+#include <exception>
 
 #include "rehearse/report.h"
 #include "support/handles.h"
@@ -37,7 +38,7 @@ void MakeListOfApplications() {
 
 int wmain(int count, wchar_t** values);
 
-int wmain(int count, wchar_t** values) {
+int wmain(int count, wchar_t** values) try {
     // It installs and uninstalls on the running system, so that system must exist only for this purpose.
     if (!GetEnvironmentVariableW(L"QTV_REHEARSAL", nullptr, 0) || count < 3) {
         Print(
@@ -62,4 +63,7 @@ int wmain(int count, wchar_t** values) {
         page && !WritePage(page, rehearse::ToHtml(rehearsal, arguments[0], "Wine")))
         return 2;
     return rehearsal.ExitCode();
+} catch (const std::exception& error) {
+    std::fprintf(stderr, "rehearse: %s\n", error.what());
+    return 2;
 }
