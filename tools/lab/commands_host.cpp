@@ -140,6 +140,8 @@ Answer RunDisturbed(const Fields& fields) {
             return false;
         };
     const bool limited = fields.Has("room") || fields.Has("steps");
+    // They are found by writing to the machine, for which a limit may leave no room.
+    (void)Names();
     if (limited)
         winhost::SetLimits(
             {.room = fields.Number("room", UINT64_MAX), .steps = fields.Number("steps", UINT64_MAX)});

@@ -52,6 +52,8 @@ constexpr struct {
      "Wine gives the graphics cards new names at each start"},
     {"HKLM\\SYSTEM\\CurrentControlSet\\Control\\Class\\{4D36E968-E325-11CE-BFC1-08002BE10318}\\",
      "Wine dates the driver of a graphics card by its own start"},
+    {"HKLM\\SYSTEM\\CurrentControlSet\\Control\\ServiceCurrent\\",
+     "the system counts there the services that it started"},
     {"HKU\\*\\Software\\Wine\\", "Wine's windows leave keys of Wine"},
 };
 

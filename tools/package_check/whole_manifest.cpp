@@ -112,7 +112,7 @@ void RecordChecks::FinishShortNames() {
     }
 }
 
-// The drive gives the file that comes first such a name, and takes the other one for the same file.
+// The drive gives such a name to the file that is copied first. The other record then writes to that same file.
 void RecordChecks::FinishShortNamesOfOthers() {
     for (const auto& [key, target] : m_targets) {
         const CString folder = WithSeparator(FolderOf(key.c_str()));

@@ -223,7 +223,7 @@ class Worker:
         command = command.replace(f" -c {source}", f" -w -g0 -c {own}").replace(f" -o {output}", f" -o {made}")
         if fault.file.endswith(".h"):
             # The precompiled header holds the file as it was.
-            command = re.sub(r" -include (\S+)/cmake_pch\.hxx", " ", command)
+            command = re.sub(r" (-Xclang )?-include(-pch)? (-Xclang )?\S+/cmake_pch\.hxx(\.pch)?(?= )", "", command)
         include = " ".join(f"-I{self.over / folder}" for folder in ("src", "tools", "platform/framework"))
         command = command.replace(" -I", f" {include} -I", 1)
         return self.run(["/bin/sh", "-c", f"cd {BUILD} && {command}"])[1] == 0

@@ -1,5 +1,5 @@
 // The program's entry: runs the application object.
-#include "../app.h"
+#include "app.h"
 
 // An exception that nobody catches ends the process. The runtime library's own handler would also write a
 // text about it. It needs 46 KB of code to decode names, and nobody sees the text of a program with windows.
