@@ -35,6 +35,8 @@ struct Result {
     std::optional<DWORD> exitCode;  // of setup, when it was started
 };
 
+constexpr DWORD kPollMs = 100;
+
 // Returns false when setup can't be started.
 bool RunSetup(const CString& own, const CString& folder, const Progress& progress, Result& result) {
     CString line = TEXT("\"") + folder + TEXT("\\setup.exe\" \"-sfxname=") + own + TEXT("\" ") +
@@ -48,8 +50,11 @@ bool RunSetup(const CString& own, const CString& folder, const Progress& progres
         return false;
     const KernelHandle thread(process.hThread), setup(process.hProcess);
     if (progress.onStarted) progress.onStarted();
-    (void)WaitForSingleObject(setup.get(), INFINITE);
     DWORD exitCode = static_cast<DWORD>(Outcome::Failed);
+    // The folder stays while setup runs, even if the system refuses to wait.
+    while (WaitForSingleObject(setup.get(), INFINITE) != WAIT_OBJECT_0 &&
+           GetExitCodeProcess(setup.get(), &exitCode) && exitCode == STILL_ACTIVE)
+        Sleep(kPollMs);
     (void)GetExitCodeProcess(setup.get(), &exitCode);
     result.exitCode = exitCode;
     return true;

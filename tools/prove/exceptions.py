@@ -28,6 +28,8 @@ WININIT = 'C:\\Windows\\WININIT.INI: '
 OTHER_SCOPE = (f'{GROUP}*: gone|{DESKTOP}gone|<Desktop>\\Qantivo 8.lnk: *|<Programs>\\Qantivo 8\\*|log: *|'
                '* : AllUsers: REG_SZ "A"')
 
+NO_END = 'EndDialog|GetWindowLongPtrW|SetWindowLongPtrW|IsWindowEnabled'
+
 # The row in the document, the stage, and patterns with * and ?, separated by |: the scenarios, the disturbed calls, and the items
 # with their states. Before a call, "kill:" means that the process ended at it, "power:" that the power was cut during it, "full:"
 # that it was the first one without room, and "two:" that another run went on.
@@ -49,7 +51,7 @@ EXCEPTIONS = [
     ('1.9', AT_ONCE, 'uninstall', 'DeleteFileW|WaitForSingleObject', f'mark: delete {TARGET}*'),
     ('1.9', AT_ONCE, 'uninstall', 'DeleteFileW|RemoveDirectoryW|_wfopen|ReadFile', 'mark: delete <CommonPrograms>*'),
     ('1.10', AT_ONCE, 'update|uninstall', 'GetFileAttributesW', f'{TARGET}*: file S *'),
-    ('1.11', AT_ONCE, 'uninstall', 'GetEnvironmentVariableW', '*C:\\Windows\\uni[*].tmp: *'),
+    ('1.11', AT_ONCE, 'uninstall', 'GetEnvironmentVariableW', '*C:\\Windows\\uni[*].tmp*'),
     ('1.12', AT_ONCE, 'download', '*|kill:*|full:*', DOWNLOADED),
     # ---- repaired by a restart, another run and a restart ----
     ('2.1', SECOND, 'update', 'CopyFileW|MoveFileExW|kill:CopyFileW|kill:DeleteFileW|kill:MoveFileExW',
@@ -101,11 +103,15 @@ EXCEPTIONS = [
     ('6.3', FOR_GOOD, '*', 'wine:*', '<CommonStartup>\\Qantivo 8.lnk: gone|<Startup>\\Qantivo 8.lnk: gone'),
     ('6.2', FOR_GOOD, '*', 'wine:*', COPY),
     # ---- what a person sees ----
-    ('7.1', RUN, 'install-wizard', 'EndDialog|GetWindowLongPtrW|SetWindowLongPtrW|IsWindowEnabled', 'the run: no button ends the wizard'),
-    ('7.2', AT_ONCE, 'install', 'GetFileVersionInfo*|GetProcAddress|GetSystemDirectoryW|LoadLibraryW|VerQueryValueW|_waccess',
+    ('7.1', RUN, 'install-wizard', NO_END, 'the run: no button ends the wizard'),
+    ('7.1', AT_ONCE, 'install-wizard', NO_END, 'exit code: 1|messages: * programs were still running *'),
+    ('7.2', AT_ONCE, 'install*|update', 'GetFileVersionInfo*|GetProcAddress|GetSystemDirectoryW|LoadLibraryW|VerQueryValueW|_waccess',
      'exit code: 1|messages: *This setup files are damaged*|pages: *'),
-    ('7.3', AT_ONCE, 'install', 'IShellLinkW::SetPath|IShellLinkW::SetDescription', 'messages: *failed!*'),
-    ('7.4', AT_ONCE, 'install', 'GetModuleHandleW|GetProcAddress|RtlGetVersion', 'programs: regsvr32.exe *'),
+    ('7.3', AT_ONCE, 'install*|update|uninstall', 'GetModuleHandleW|GetProcAddress|RtlGetVersion', 'programs: regsvr32.exe *'),
+    ('7.4', AT_ONCE, 'update', 'ReadFile', 'programs: *QtvApp8.exe"*'),
+    ('7.5', AT_ONCE, 'install-wizard', 'CreateDialogParamW|DestroyWindow|GetDlgItem|GetWindowText*|SetWindowTextW',
+     'messages: *really want to cancel*|messages: *click BROWSE button*|messages: *valid group name*'),
+    ('7.6', AT_ONCE, 'download', 'GetExitCodeProcess', 'exit code: *'),
     # ---- not about the machine: how often the copy makes these calls is a matter of chance. If the first process still runs, the
     # copy sends it a message. If not, the copy makes the list anew, which is one more access. ----
     (None, RUN, 'uninstall', 'kill:EnumWindows|kill:PostMessageW|kill:MapViewOfFile|kill:WaitForSingleObject|kill:ReleaseMutex|'
@@ -146,8 +152,10 @@ TABLES = {
     '6.3': 'The Startup shortcut is missing | the disk is full, or the process is killed, in a run with `-autostart` | an update takes over the choice from the shortcut that it finds; see "Under Wine"',
     '7.1': 'No button ends the wizard | the call that ends dialogs fails at each use, or those that tell the page of a window and whether a button is enabled | no button has an effect; end the process',
     '7.2': "The message about damaged files, the home page, and the exit code 1 | the setup files or the version of the package can't be read | what can't be read counts as damaged; nothing is installed",
-    '7.3': 'The message "SetPath failed!" or "SetDescription failed!" | the shell refuses it | the shortcut is saved without it',
-    '7.4': "`regsvr32.exe` is started with the thumbnail handler of an older system | the version of the system can't be read | as in 1.3",
+    '7.3': "`regsvr32.exe` is started with the thumbnail handler of an older system | the version of the system can't be read | as in 1.3",
+    '7.4': "Update: `-runafter` starts the application, though files of it are in use | the manifest can't be read | nothing is copied, so nothing is to wait for a restart",
+    '7.5': "A page of the wizard isn't shown or isn't left; Cancel ends the wizard | it can't be made or closed, or its fields can't be filled or read | an empty field is refused, as if a person had left it empty",
+    '7.6': "Download: the exit code says that it failed, though setup did its work | setup's exit code can't be read | what can't be read counts as a failure",
 }
 used, whole_runs = set(), set()
 

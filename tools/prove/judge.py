@@ -40,6 +40,11 @@ def what(state, item):
     return 'marked' if item.startswith('mark: ') and found != GONE else found
 
 
+def is_seen(item):
+    """Whether a person sees it, in contrast to what the machine holds."""
+    return item.partition(':')[0] in ('exit code', 'messages', 'programs', 'pages')
+
+
 def odd_items(stage, now, *allowed):
     """A problem for each item whose present state is in none of the allowed machines."""
     return [(stage, item, what(now, item)) for item in sorted(set(now).union(*allowed))
@@ -73,21 +78,23 @@ class Benches:
             self.lab.restart()
         return {'before': before, 'after': after, 'restarted': self.lab.state(), 'calls': calls, 'traces': traces}
 
-    def odd_now(self, state, scenario, disturbance=None):
+    def odd_now(self, state, scenario, disturbance=None, shown=None):
         """Each item must be as before, or as an undisturbed run leaves it, now or after the restart. If a call fails and the program
-        lives on, all but the call's own items must be as the undisturbed run leaves them."""
+        lives on, all but the call's own items must be as the undisturbed run leaves them, and so must what a person sees (`shown`).
+        A download does all of it or nothing."""
         reference = self.references[scenario.name]
-        odd = odd_items(AT_ONCE, state, *(reference[name] for name in ('before', 'after', 'restarted')))
-        if not self.is_strict(scenario, disturbance or {}):
-            return odd
+        machines = [reference[name] for name in ('before', 'after', 'restarted')]
+        if shown is None:
+            return odd_items(AT_ONCE, state, *machines)
+        before, after = machines[:2]
+        state = {**state, **shown}
+        if scenario.name == 'download':
+            started = any(item.startswith('programs: ') for item in shown)
+            return odd_items(LOST, state, after if started else {**before, 'exit code': shown['exit code']})
         program, call = disturbance['watched'], disturbance['call']
         is_own = reference['traces'][program].own(program, call, disturbance['nth'], reference['calls'][program][call])
-        return odd + [problem for problem in odd_items(LOST, state, reference['after']) if is_own and not is_own(problem[1])]
-
-    @staticmethod
-    def is_strict(scenario, disturbance):
-        """Whether a call fails in a run of which all is compared: also what a person sees, and what is not the call's own."""
-        return scenario.name == 'install' and 'call' in disturbance and 'kills' not in disturbance
+        odd = odd_items(AT_ONCE, state, *machines) + (odd_items(LOST, state, after) if is_own else [])
+        return [problem for problem in odd if not (is_own and is_own(problem[1])) or problem[0] == AT_ONCE and not is_seen(problem[1])]
 
     def remedied(self, lab, scenario, stage):
         """What differs from the undisturbed machine after one more run and a restart."""
@@ -123,8 +130,8 @@ class Benches:
         answer = run_in_use(lab, scenario, disturbance.get('watched', scenario.programs[0]), disturbance)
         problems = [(RUN, 'the run', answer['complaint'])] if answer['complaint'] else []
         left, cut = lab.state(), 'steps' in disturbance
-        seen = answer['shown'] if self.is_strict(scenario, disturbance) else {}
-        problems += self.odd_now({**left, **seen}, scenario, disturbance)
+        fails = 'call' in disturbance and 'kills' not in disturbance
+        problems += self.odd_now(left, scenario, disturbance, answer['shown'] if fails else None)
         digest = hashlib.sha1(json.dumps([left, scenario.name, cut, cut_restart], sort_keys=True).encode()).hexdigest()
         record = self.folder / 'known' / digest
         if not record.exists():

@@ -6,16 +6,20 @@ from fnmatch import fnmatchcase
 # with the version of the package is probed and read by these too. Texts of the program name shortcuts and values.
 SETTLING = {'CoInitialize', 'CreateDialogParamW', 'CreateFileMappingW', 'CreateMutexW', 'DestroyWindow', 'DialogBoxParamW', 'EndDialog', 'EnumWindows',
             'FindResourceW', 'GetCommandLineW', 'GetDlgItem', 'GetEnvironmentVariableW', 'GetModuleFileNameW', 'GetModuleHandleA',
-            'GetModuleHandleW', 'GetProcAddress', 'GetSystemDirectoryW', 'GetTempFileNameW', 'GetTempPathW', 'GetWindow', 'GetWindowsDirectoryW',
-            'LoadLibraryW', 'LoadResource', 'LoadStringW', 'LockResource', 'MapViewOfFile', 'RegEnumKeyW', 'RegOpenKeyExW',
-            'RegQueryValueExW', 'RtlGetVersion', 'GetFileVersionInfoSizeW', 'GetFileVersionInfoW', 'VerQueryValueW', 'SHGetFolderPathW', 'SendMessageW', 'SizeofResource', '_wexecl', 'WaitForSingleObject'}
+            'GetModuleHandleW', 'GetProcAddress', 'GetSystemDirectoryW', 'GetTempFileNameW', 'GetTempPathW', 'GetWindow', 'GetWindowLongPtrW', 'GetWindowTextLengthW', 'GetWindowTextW', 'GetWindowsDirectoryW',
+            'IsWindowEnabled', 'LoadLibraryW', 'LoadResource', 'LoadStringW', 'LockResource', 'MapViewOfFile', 'RegEnumKeyW', 'RegOpenKeyExW',
+            'RegQueryValueExW', 'RtlGetVersion', 'GetFileVersionInfoSizeW', 'GetFileVersionInfoW', 'VerQueryValueW', 'SHGetFolderPathW', 'SendMessageW', 'SetWindowLongPtrW', 'SetWindowTextW', 'SizeofResource', '_wexecl', 'WaitForSingleObject'}
 MANIFEST = 'C:\\Package\\QtvUnInst.log'
 TARGET = 'C:\\Program Files\\Qantivo 8\\'
 # What the failure of a file means for others: the application isn't started and doesn't register itself, and so on.
 FOLLOWS = {'QtvApp8.exe': ('programs: *QtvApp8.exe*', 'HKCU\\Software\\Lorvanta\\*'),
            'ThumbQvi32.dll': ('programs: regsvr32*', 'HKLM\\SOFTWARE\\Classes\\CLSID\\*'),
            'QtvUnInst.log': ('log: *',)}
-HIVES = {'HKEY_LOCAL_MACHINE': 'HKLM', 'HKEY_CURRENT_USER': 'HKCU', 'HKEY_CLASSES_ROOT': 'HKLM\\SOFTWARE\\Classes',
+# After a file in use the machine is to be restarted, and the application is not started before.
+RESTART = ('messages: * the machine is to be restarted *', 'programs: *QtvApp8.exe"')
+TELLS_OF_USE = {'CopyFileW', 'DeleteFileW', 'ExitWindowsEx', 'FindFirstFileW', 'FindNextFileW', 'MoveFileExW', 'MoveFileW', '_wfopen'}
+REFUSED = 'messages: *failed!*'  # what the shell refuses of a shortcut
+HIVES = {'HKEY_USERS\\S-1-5-21-1000-1000-1000-1001': 'HKCU', 'HKEY_LOCAL_MACHINE': 'HKLM', 'HKEY_CURRENT_USER': 'HKCU', 'HKEY_CLASSES_ROOT': 'HKLM\\SOFTWARE\\Classes',
          'HKEY_USERS': 'HKU'}
 
 
@@ -28,11 +32,13 @@ class Call:
         """The beginnings of the names of the items that the arguments name."""
         fields = self.fields
         if key := fields.get('parent') or fields.get('key'):
-            hive, _, below = key.partition('\\')
-            key = HIVES.get(hive, hive) + ('\\' + below if below else '')
+            hive = max((hive for hive in HIVES if key.startswith(hive)), key=len)
+            key = HIVES[hive] + key[len(hive):]
             name = fields.get('name', 'null').replace('null', '(default)')
-            return [f'{key}\\ : {name}'] if 'key' in fields else [f'{key}\\{name}']
-        paths = [text for name, text in fields.items() if re.match(r'[A-Z]:|<', text) and name != 'folder']
+            return [f'{key}\\ : {name}'] if 'key' in fields and self.name != 'RegDeleteKeyW' else [f'{key}\\{name}']
+        # The folder itself is also named by its entries . and .. of a search.
+        paths = [re.sub(r'\\[^\\]+\\\.\.$|\\\.?$', '', re.sub(r'\\+', r'\\', text))
+                 for name, text in fields.items() if re.match(r'[A-Za-z]+:|<', text) and name != 'folder']
         if self.name == 'FindFirstFileW':
             return [paths[0].rpartition('\\')[0] + '\\' + fields.get('name', '')]
         return paths
@@ -60,20 +66,38 @@ class Trace:
     def own(self, watched, name, nth, count):
         """Returns a test of an item for whether it is the call's own; None if the trace doesn't tell. `count` is how often it was made."""
         uses = [at for at, call in enumerate(self.calls) if call.name == name and fnmatchcase(call.program, watched)]
-        if name in SETTLING or len(uses) != count:
+        if name in SETTLING or len(uses) != count or watched == 'QtvUnInst.exe' and name == 'CopyFileW':
             return None
         uses = uses[nth - 1:nth] if nth else uses
         # Without the manifest, the files of setup are damaged.
         if name == '_waccess' and any(self.calls[at].fields['path'] == MANIFEST for at in uses):
             return None
-        named = {text for at in uses for call in self.window(at) for text in call.named()}
+        named = {text for at in uses for call in self.window(at) for text in call.named() if text}
         files = {text.rpartition('\\')[2] for text in named if not text.startswith('HK')} - {''}
+        lower = {text.lower() for text in named}
         lines = ' '.join(self.calls[at].fields.get('commandLine', '') for at in uses)
         patterns = [pattern for file, patterns in FOLLOWS.items() for pattern in patterns
                     if file in files or file in lines or name == 'CreateDirectoryW' and any((TARGET + file).startswith(text) for text in named)]
 
+        # What can't be deleted also keeps the folders and keys above it, with their values.
+        keeps = re.match('(Reg|Delete|Remove|Move|Find)', name)
+        restarts = RESTART if name in TELLS_OF_USE else ()
+        patterns += [*restarts, *([REFUSED] if name.startswith('IShellLinkW') else [])]
+
+        # If a search never finds anything, nothing makes the folder of what it finds.
+        made = {text.lower() for at in uses for call in self.window(at) for text in call.named()
+                if call.name == 'CreateDirectoryW' and (name == call.name or not nth)}
+
+        def is_named(item, text):
+            rest = item[len(text):] if item.startswith(text) else None
+            above = item.partition(' : ')[0] if text.startswith('hk') else item
+            return (rest in ('', '\\', '.old', '.new') or rest and (text in made or text.startswith('hk'))
+                    or keeps and above.endswith('\\') and text.startswith(above))
+
         def is_own(item):
-            return (any(item.startswith(text) or item.endswith('\\') and text.startswith(item) for text in named) or any(fnmatchcase(item, pattern) for pattern in patterns)
-                    or item.partition(': ')[0] in ('log', 'mark', 'programs') and any(text in item for text in named)
+            small = item.lower()
+            return (any(is_named(small, text) for text in lower) or any(fnmatchcase(item, pattern) for pattern in patterns)
+                    or item.partition(': ')[0] in ('log', 'pages', 'programs') and any(text in item for text in named)
+                    or item.startswith('mark: ') and any(item.endswith(text) or f'{text} ' in item for text in named)
                     or any(item.rpartition('\\')[2].startswith(file) for file in files))
         return is_own
