@@ -1,4 +1,5 @@
 #include "end_to_end/run.h"
+#include "support/handles.h"
 
 namespace {
 
@@ -53,6 +54,30 @@ TEST_F(Install, FromInsideTheTargetFolder) {
     expected["<Scratch>\\package\\QtvUnInst.log"] = "the log";
     EXPECT_TRUE(Same(With(expected, FolderMarks("<Scratch>\\package")), Changes()));
     EXPECT_TRUE(FileBytes(package + TEXT("\\QtvUnInst.log"))->starts_with(manifest + "\r\nMade Dir: "));
+}
+
+// Nobody is told of these. The manual of deployment warns of them.
+TEST_F(Install, LosesItsRecordsAndLibrariesWhereItCantWriteOrRename) {
+    const Text manifest = package + TEXT("\\QtvUnInst.log"), log = target + TEXT("\\QtvUnInst.log");
+    const auto records = [&] { return FileBytes(log)->substr(FileBytes(manifest)->size()); };
+    const HeldFile library(package + TEXT("\\runtime9.dll"), Hold::NoDelete);
+    EXPECT_EQ(Setup(TEXT("-s -instdir C:\\Scratch\\Qantivo")), 0u);
+    EXPECT_FALSE(Exists(target + TEXT("\\runtime9.dll")));
+    EXPECT_NE(records().find("Shell Link: "), std::string::npos);
+    {
+        const KernelHandle held(
+            CreateFileW(log.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+        EXPECT_EQ(Setup(TEXT("-s -instdir C:\\Scratch\\Qantivo")), 0u);
+    }
+    EXPECT_NE(records().find("Shell Link: "), std::string::npos);
+    RestartMachine();
+    EXPECT_EQ(records(), "");
+    ASSERT_TRUE(SetFileAttributesW(manifest.c_str(), FILE_ATTRIBUTE_READONLY));
+    EXPECT_EQ(Setup(TEXT("-s -instdir C:\\Scratch\\Qantivo")), 0u);
+    EXPECT_TRUE(records().empty() || UnderWine()) << records();  // Root may write there what is read-only.
+    ASSERT_TRUE(SetFileAttributesW(manifest.c_str(), FILE_ATTRIBUTE_NORMAL));
+    EXPECT_EQ(Setup(TEXT("-s -instdir C:\\Scratch\\Qantivo")), 0u);
+    EXPECT_NE(records().find("Shell Link: "), std::string::npos);
 }
 
 // The registrar is named without a folder, so the search begins in the folder of the program. This behaviour is kept on

@@ -42,6 +42,9 @@ TEST_F(PackageCheckProgram, WritesNothingToThePackage) {
     fs::create_symlink(outside, m_package / "a long name inside.txt");
     std::ofstream(m_package / "QtvUnInst.log", std::ios::app) << "File Copy: a long name inside.txt\r\n";
     EXPECT_EQ(Run(), 0) << m_said;
+    fs::permissions(m_package / "QtvUnInst.log", fs::perms::owner_read);
+    EXPECT_EQ(Run(), 1);
+    EXPECT_NE(m_said.find("manifest-read-only"), std::string::npos) << m_said;
     for (const auto& entry : fs::recursive_directory_iterator(m_folder.Path()))
         EXPECT_EQ(listxattr(entry.path().c_str(), nullptr, 0), 0) << entry.path();
 }

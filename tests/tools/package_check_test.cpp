@@ -301,7 +301,11 @@ TEST_F(PackageCheckTest, ACommentThatMakesTheRemovalDeleteIsTold) {
     EXPECT_EQ(m_findings[2].happens.find("deletes"), std::string::npos);
 }
 
-TEST_F(PackageCheckTest, WhatCanNotBeReadIsTold) {
+TEST_F(PackageCheckTest, WhatCanNotBeReadOrWrittenIsTold) {
+    const Text manifest = kPackage + TEXT("\\QtvUnInst.log");
+    ASSERT_TRUE(SetFileAttributesW(manifest.c_str(), FILE_ATTRIBUTE_READONLY));
+    EXPECT_EQ(Check(), "manifest-read-only(QtvUnInst.log)");
+    ASSERT_TRUE(SetFileAttributesW(manifest.c_str(), FILE_ATTRIBUTE_NORMAL));
     EXPECT_EQ(Check(kScratch + TEXT("\\none")), "no-package()");
     EXPECT_EQ(ExitCode(), 2);
     EXPECT_EQ(Check(kPackage + TEXT("\\setup.exe")), "no-package()");

@@ -121,6 +121,11 @@ std::vector<Finding> CheckPackage(LPCWSTR folder) {
                            "A file that the check may read, and that no program has open.");
         return findings;
     }
+    if (GetFileAttributesW(manifestPath) & FILE_ATTRIBUTE_READONLY)
+        AddManifestFinding(findings, "manifest-read-only", 0, "a read-only file",
+                           "Its copy, the log, is read-only too: setup can't add the program group and the "
+                           "shortcuts, and an uninstall leaves those of a group that the user named.",
+                           "A manifest that can be written.");
     PackageFiles files(package, findings);
     RecordChecks records(package, files, findings);
     CheckManifest(*bytes, manifest.get(), records, findings);

@@ -1,6 +1,7 @@
 // Attributes of files and folders, and the extended attributes of the host that hold them.
 #include "files/attributes.h"
 
+#include <sys/stat.h>
 #include <sys/xattr.h>
 
 #include <algorithm>
@@ -18,9 +19,13 @@ namespace {
 constexpr DWORD kSettable =
     FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_ARCHIVE;
 
-// The attributes of a file or folder without a stored value. A new one needs no stored value.
-DWORD Default(bool isFolder) {
-    return isFolder ? 0 : FILE_ATTRIBUTE_ARCHIVE;
+// The attributes of a file or folder without a stored value. A new one needs no stored value. A file that came from the host is
+// read-only if its owner may not write it.
+DWORD Default(const std::string& host, bool isFolder) {
+    if (isFolder) return 0;
+    struct stat status = {};
+    const bool isReadOnly = stat(host.c_str(), &status) == 0 && !(status.st_mode & S_IWUSR);
+    return isReadOnly ? FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_READONLY : FILE_ATTRIBUTE_ARCHIVE;
 }
 
 void EndWithoutAttributes(const std::string& host) {
@@ -55,8 +60,8 @@ void DropText(const std::string& host, const char* name) {
 }
 
 DWORD StoredAttributes(const std::string& host, bool isFolder) {
-    DWORD attributes = Default(isFolder);
     const std::string digits = KeptText(host, kAttributesText);
+    DWORD attributes = digits.empty() ? Default(host, isFolder) : 0;
     std::from_chars(digits.data(), digits.data() + digits.size(), attributes);
     attributes = (attributes & kSettable) | (isFolder ? FILE_ATTRIBUTE_DIRECTORY : 0);
     return attributes ? attributes : FILE_ATTRIBUTE_NORMAL;
