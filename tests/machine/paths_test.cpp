@@ -84,6 +84,7 @@ TEST_F(Paths, OddNames) {
         {"folder aux", Make("App\\aux"), "e267"},
         {"current folder NUL", CurrentAfter("NUL"), "e267"},
         {"find nul", Find("App\\nul.x"), "nul"},
+        {"find the second port", Find("App\\COM\xC2\xB2.x"), "COM\xC2\xB2"},
         {"find nul nowhere", Find("none\\nul"), "e3"},
         // A file where a folder is expected, and the other way round.
         {"search in a file", Find("a\\*"), "e267"},

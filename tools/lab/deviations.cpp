@@ -17,6 +17,7 @@ constexpr struct {
     {"remove NUL", "e6"},
     {"folder aux", "e183"},
     {"current folder NUL", "NUL"},
+    {"find the second port", "e2"},
     {"search in a file", "e123"},
     {"find 'none\\'", "e2"},
     {"find 'a\\'", "e2"},

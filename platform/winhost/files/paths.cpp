@@ -50,7 +50,8 @@ bool IsDeviceName(std::u16string_view name) {
     if (upper == u"CONIN$" || upper == u"CONOUT$") return true;
     const std::u16string kind = upper.substr(0, 3);
     if (upper.size() == 3) return kind == u"CON" || kind == u"AUX" || kind == u"NUL" || kind == u"PRN";
-    return upper.size() == 4 && (kind == u"COM" || kind == u"LPT") && upper[3] >= u'1' && upper[3] <= u'9';
+    return upper.size() == 4 && (kind == u"COM" || kind == u"LPT") &&
+           std::u16string_view(u"123456789\u00B9\u00B2\u00B3").find(upper[3]) != std::u16string_view::npos;
 }
 
 // Returns the device that the last name of a path means, in any folder and with any extension. Empty if it means none.
