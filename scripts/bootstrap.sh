@@ -14,9 +14,9 @@ host=(g++ clang libclang-rt-14-dev mold cmake ninja-build libgtest-dev liblzma-d
 windows=("${host[@]}" g++-mingw-w64-x86-64-posix lld wine64 wine xvfb xauth)
 faults=("${host[@]}" python3)
 fuzz=("${host[@]}")
-# For a package's download: what its library is built with, and its signature. make_liblzma builds the library.
-download=("${host[@]}" dpkg-dev osslsigncode openssl)
-release=("${windows[@]}" "${download[@]}" chromium yamllint)
+# For a package's download: what its library is built with, its signature with a token, and the files for winget. make_liblzma builds the library.
+download=("${host[@]}" dpkg-dev osslsigncode openssl softhsm2 opensc libengine-pkcs11-openssl yamllint)
+release=("${windows[@]}" "${download[@]}" chromium)
 bench=("${windows[@]}" "${download[@]}" nsis)
 screenshots=("${windows[@]}" xdotool imagemagick)
 format=(clang-format)
@@ -28,13 +28,15 @@ missing() {
         <(dpkg-query -W -f '${db:Status-Status} ${Package}\n' "$@" 2>/dev/null | sed -n 's/^installed //p' | sort -u)
 }
 
+# Other work on this system may use the package manager now.
+wait_for_lock=(-o DPkg::Lock::Timeout=300)
 as_root=()
 [ "$(id -u)" -eq 0 ] || as_root=(sudo)
 install() {
     echo "bootstrap.sh: installing $*"
-    "${as_root[@]}" apt-get update -q >/dev/null || return
+    "${as_root[@]}" apt-get "${wait_for_lock[@]}" update -q >/dev/null || return
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-        apt-get install -q -y --no-install-recommends "$@" >/dev/null
+        apt-get "${wait_for_lock[@]}" install -q -y --no-install-recommends "$@" >/dev/null
 }
 
 # Builds liblzma for Windows in build/liblzma, from Debian's source package with its security updates. The names of the sources
@@ -52,7 +54,7 @@ make_liblzma() (
         sed 's/^Types:.*/Types: deb-src/' >"$folder/sources.d/debian.sources"
     find /etc/apt -name '*.list' -exec cat {} + |
         sed -n 's|^deb \(.*/debian.*\)|deb-src \1|p' >"$folder/sources.d/debian.list"
-    apt=(-q -o Dir::Etc::sourcelist=/dev/null -o "Dir::Etc::sourceparts=$folder/sources.d" -o "Dir::State::lists=$folder/lists"
+    apt=(-q "${wait_for_lock[@]}" -o Dir::Etc::sourcelist=/dev/null -o "Dir::Etc::sourceparts=$folder/sources.d" -o "Dir::State::lists=$folder/lists"
         -o "Dir::Cache=$folder/cache" -o APT::Sandbox::User=)
     if ! apt-get "${apt[@]}" update >/dev/null; then
         [ -e "$folder/version" ] && exit 0 || exit 1

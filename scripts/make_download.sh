@@ -6,7 +6,7 @@
 # Its version and icon are those of the package's application, unless --icon names another icon. docs/releasing.md says what it does
 # when it is started.
 set -euo pipefail
-. "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+. "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/lib.sh"
 [ $# -eq 2 ] || { [ $# -eq 4 ] && [ "$3" = --icon ]; } || bad_usage
 [[ $1 != -* ]] && [[ $2 != -* ]] || bad_usage
 icon=${4+$(absolute "$4")}

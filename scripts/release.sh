@@ -8,8 +8,9 @@
 # if the input is not usable. OUT is written only if everything is right. docs/releasing.md says what each step proves, and names
 # the variables for the signature.
 set -euo pipefail
-. "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+. "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/lib.sh"
 . "$root/scripts/signing.sh"
+. "$root/scripts/winget.sh"
 cd "$root"
 export QTV_WINDOWS_BUILD=$windows_build LC_ALL=C.UTF-8
 
@@ -42,25 +43,7 @@ folder=${places[0]} out=${places[1]}
 # ---- what winget needs ----
 [ -n "$info" ] || refuse '--release-info FILE is missing: winget asks for identifier, address, licence and description'
 [ -f "$info" ] && [ -r "$info" ] || refuse "$info can't be read"
-info() { sed -n "s/^$1: *//p" "$info" | sed 's/\r$//' | head -n 1; }
-# check_text PLACE NAME LEAST MOST VALUE: refuses what the schema of winget's files doesn't take; the lengths are in characters.
-check_text() {
-    printf %s "$5" | iconv -f UTF-8 -t UTF-16 >/dev/null 2>&1 || refuse "$1: $2 is no UTF-8"
-    [[ $5 != *[[:cntrl:]]* ]] || refuse "$1: $2 has a control character"
-    [ ${#5} -ge "$3" ] && [ ${#5} -le "$4" ] || refuse "$1: $2 has ${#5} characters instead of $3 to $4"
-}
-while read -r entry least most; do
-    [ -n "$(info "$entry")" ] || refuse "$info has no line \"$entry: ...\""
-    check_text "$info" "$entry" "$least" "$most" "$(info "$entry")"
-done <<END
-PackageIdentifier 3 128
-InstallerUrl 10 2048
-License 3 512
-ShortDescription 3 256
-END
-[[ $(info PackageIdentifier) =~ ^[A-Za-z0-9_+-]{1,32}(\.[A-Za-z0-9_+-]{1,32}){1,7}$ ]] ||
-    refuse "$info: the identifier is not 2 to 8 parts, such as a maker and a product, with dots between them and 32 characters each at most"
-[[ $(info InstallerUrl) =~ ^https://[^[:space:]]+$ ]] || refuse "$info: the address doesn't begin with https://"
+check_info
 
 # ---- what can be seen before anything is made ----
 check_signing
@@ -76,14 +59,15 @@ kib=$(($(du -sk --apparent-size "$folder" | cut -f 1) * 5))
     refuse "$(dirname "$out") has too little free space: a release of $folder takes $((kib / 1024)) MiB while it is made"
 
 needs windows download
+needs_commands objcopy=binutils x86_64-w64-mingw32-windres=binutils-mingw-w64-x86-64 wine=wine64
 build host package_make package_check rehearse rehearse_stand_in download_make
 build windows setup rehearse download
 
 texts=$("$host_build/download_make" --texts "$application" ${icon:+--icon "$icon"}) || exit 2
 text() { sed -n "s/^$1 //p" <<<"$texts"; }
-version=$(text Version) product=$(text ProductName)
+version=$(text Version) product=$(text ProductName) company=$(text CompanyName)
 check_text "$application" 'the name of the product' 2 256 "$product"
-check_text "$application" 'the name of the company' 2 256 "$(text CompanyName)"
+check_text "$application" 'the name of the company' 2 256 "$company"
 name=${product//[^A-Za-z0-9._-]/-}
 file=$name-$version.exe
 url=$(info InstallerUrl)
@@ -105,7 +89,7 @@ stop() {
     fi
     while [ -e "$place" ]; do place=$out.failed.$((++number)); done
     mv -T "$new/report" "$place"
-    echo "release.sh: stopped: $*; the reports so far are in $place" >&2
+    echo "$self: stopped: $*; the reports so far are in $place" >&2
     exit 1
 }
 # step NAME COMMAND...: shows the output of the command only if it fails.
@@ -145,6 +129,9 @@ report 'the package' "$(find "$package" -type f | wc -l) files, $(($(find "$pack
 step 'checked' "$host_build/package_check" --sarif --sarif-base "$new" ${recipe:+--recipe "$recipe"} "$package"
 cp "$work/said" "$new/report/check.sarif"
 
+# Before the rehearsals: it tells whether the package fits.
+step 'the download is made' scripts/make_download.sh "$package" "$new/$file" ${icon:+--icon "$icon"}
+
 # ---- the rehearsals ----
 # rehearse NAME FILE OPTION...
 rehearse() {
@@ -183,13 +170,12 @@ starts=$(grep -iF -f <(printf '%s\n' "${stand_ins[@]}") "$work/said" | sed -n 's
 while read -r count line; do report '  started there' "$count x $line"; done <<<"$starts"
 
 # ---- the download ----
-step 'the download is made' scripts/make_download.sh "$package" "$new/$file" ${icon:+--icon "$icon"}
 step 'the signature of the download' sign "$new/$file"
 signer='nobody: no variable for the signature is set'
 # Whether this machine trusts the signer doesn't matter here.
 [ -z "$signs" ] || signer=$({ osslsigncode verify -in "$new/$file" 2>/dev/null || true; } | sed -n 's/^[[:space:]]*Subject: //p' | sed -n 1p)
 report 'signed by' "$signer"
-report 'it unpacks with' "liblzma $(<build/liblzma/version)"
+report 'it unpacks with' "liblzma $(<"$liblzma")"
 run_download() {
     export QTV_WINE_HOME=$work/wine
     scripts/wine.sh "$new/$file" -install -s -instdir 'C:\Apps\Qantivo' || return
@@ -202,47 +188,8 @@ step 'the download installs under Wine' run_download
 
 # ---- the files next to it ----
 sum=$(sha256sum "$new/$file" | cut -d ' ' -f 1)
-# Writes a text of YAML.
-yaml() { printf "'%s'" "${1//\'/\'\'}"; }
-identifier=$(info PackageIdentifier)
-mkdir "$new/winget"
-# winget_file NAME TYPE: writes a file. The standard input is its middle part.
-winget_file() {
-    {
-        printf '# yaml-language-server: $schema=https://aka.ms/winget-manifest.%s.1.6.0.schema.json\n' "$2"
-        printf 'PackageIdentifier: %s\nPackageVersion: %s\n' "$(yaml "$identifier")" "$(yaml "$version")"
-        cat
-        printf 'ManifestType: %s\nManifestVersion: 1.6.0\n' "$2"
-    } >"$new/winget/$1.yaml"
-}
-winget_file "$identifier" version <<<'DefaultLocale: en-US'
-winget_file "$identifier.locale.en-US" defaultLocale <<END
-PackageLocale: en-US
-Publisher: $(yaml "$(text CompanyName)")
-PackageName: $(yaml "$product")
-License: $(yaml "$(info License)")
-ShortDescription: $(yaml "$(info ShortDescription)")
-END
-winget_file "$identifier.installer" installer <<END
-InstallerType: exe
-Scope: machine
-ElevationRequirement: elevatesSelf
-InstallModes: [interactive, silent]
-InstallerSwitches:
-  Silent: -s
-  SilentWithProgress: -s
-ProductCode: 'Qantivo 8'
-AppsAndFeaturesEntries:
-  - DisplayName: $(yaml "$shown_name")
-    Publisher: $(yaml "$shown_publisher")
-    DisplayVersion: $(yaml "$shown_version")
-    ProductCode: 'Qantivo 8'
-Installers:
-  - Architecture: x64
-    InstallerUrl: $(yaml "$url")
-    InstallerSha256: ${sum^^}
-END
-report 'for winget' "$identifier $version"
+write_winget "$new/winget"
+report 'for winget' "$(info PackageIdentifier) $version"
 (cd "$new" && find . -type f ! -path './package/*' ! -name SHA256SUMS -printf '%P\n' | LC_ALL=C sort | xargs -d '\n' sha256sum >SHA256SUMS)
 [ ! -e "$out" ] || rmdir "$out"
 mv -T "$new" "$out"

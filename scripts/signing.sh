@@ -14,6 +14,7 @@ check_signing() {
         refuse 'only one of QTV_SIGN_COMMAND, QTV_SIGN_PKCS12 and QTV_SIGN_CERTIFICATE can sign'
     [[ -z ${QTV_SIGN_COMMAND-} || $QTV_SIGN_COMMAND == *'{}'* ]] || refuse 'QTV_SIGN_COMMAND has no {} for the name of the file'
     [ -z "${QTV_SIGN_CERTIFICATE-}" ] || [ -n "${QTV_SIGN_KEY-}" ] || refuse 'QTV_SIGN_CERTIFICATE is set, and QTV_SIGN_KEY is not'
+    [ -z "${QTV_SIGN_CERTIFICATE-}${QTV_SIGN_PKCS12-}${QTV_SIGN_TIMESTAMP-}" ] || needs_commands osslsigncode=osslsigncode
 }
 
 # is_signed PROGRAM

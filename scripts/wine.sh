@@ -2,24 +2,17 @@
 # usage: scripts/wine.sh PROGRAM [ARGUMENT...]
 # example: scripts/wine.sh build/windows/engine_tests.exe
 #
-# Runs a Windows program under Wine, in a prefix in build/. The script installs Wine and makes the prefix if they are missing.
-# HOME is in build/ too, because a prefix links its Desktop and Documents to the home folder.
+# Runs a Windows program under Wine, in a prefix in build/, or in the user's cache if the script is installed. The script installs Wine and makes the prefix if they are missing.
+# HOME is there too, because a prefix links its Desktop and Documents to the home folder.
 # With --begin instead of a program, the machine runs on until --end, which ends all that runs in the prefix.
 # QTV_WINE_HOME names another home folder, QTV_WINE_GRAPHICS a graphics driver that shows windows (x11).
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 [ $# -gt 0 ] || bad_usage
-wine_home=${QTV_WINE_HOME:-$root/build/wine}
+wine_home=${QTV_WINE_HOME:-$store/wine}
 export HOME=$wine_home WINEPREFIX=$wine_home/prefix WINEARCH=win64
 export WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES='winemenubuilder.exe,winedbg.exe=d;mscoree,mshtml=d'
 
-# Debian's loader is not in PATH, and its /usr/bin/wine is a script that asks for 32-bit Wine.
-find_wine() {
-    for wine in /usr/lib/wine/wine64 "$(command -v wine64)" "$(command -v wine)"; do
-        [ ! -x "$wine" ] || return 0
-    done
-    return 1
-}
 find_wine || { needs windows >&2 && find_wine; } || { echo 'wine.sh: 64-bit Wine is not installed' >&2; exit 127; }
 
 server=$(dirname "$(readlink -f "$wine")")/wineserver
@@ -34,7 +27,7 @@ esac
 run=("$wine")
 ! setarch -R true 2>/dev/null || run=(setarch -R "$wine")
 
-# Makes the prefix in build/wine-new, of which the others are copies: Wine takes 20 s for its own files and keys.
+# Makes the prefix in $store/wine-new, of which the others are copies: Wine takes 20 s for its own files and keys.
 make_new() (
     export HOME=$new_home WINEPREFIX=$new_home/prefix DISPLAY=''
     # After an interrupted attempt its server may still run. It would write into the new prefix.
@@ -69,7 +62,7 @@ make_new() (
 # because the server still runs after this script has ended.
 make_prefix() (
     trap 'echo "wine.sh: making the prefix failed" >&2' ERR
-    new_home=$root/build/wine-new
+    new_home=$store/wine-new
     mkdir -p "$new_home" "$wine_home"
     exec 8>"$new_home/.lock" 9>"$wine_home/.lock"
     flock 8

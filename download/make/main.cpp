@@ -1,9 +1,4 @@
-// Makes a download: download_make STUB PACKAGE FILE.exe [--icon FILE.ico]
-// Prints what its version says: download_make --texts PROGRAM [--icon FILE.ico]
-// Says whether a program is signed (0) or not (1): download_make --is-signed PROGRAM
-// Compares two programs, but for their signatures (0 or 1): download_make --same-but-signature PROGRAM PROGRAM
-// STUB is the download without a package. Without --icon, the icon is that of the application. Exits with 2 if the download
-// can't be made, or if a file is no program.
+// Makes a download from a package and the program in download/.
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -14,13 +9,28 @@
 #include "package.h"
 #include "program_resources.h"
 #include "version_block.h"
+#include "common/help.h"
 
 using namespace download_make;
 namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::uint64_t kMostBytes = (std::uint64_t{1} << 32) - 1;
+constexpr char kHelp[] =
+    R"(usage: download_make STUB PACKAGE FILE.exe [--icon FILE.ico]
+       download_make --texts PROGRAM [--icon FILE.ico]
+       download_make --is-signed PROGRAM
+       download_make --same-but-signature PROGRAM PROGRAM
+
+Makes a download of a package. STUB is the download without a package. Without --icon, the icon is that of the application.
+
+  --texts               prints what the version of a program says
+  --is-signed           says whether a program is signed: 0, or 1 if it isn't
+  --same-but-signature  compares two programs, but for their signatures: 0, or 1 if they differ
+
+The exit code is 2 if the download can't be made, or if a file is no program.
+)";
+
 // Of the string with the name of the product: the first block of 16 strings.
 constexpr std::uint16_t kNameBlock = 1, kNameIndex = 1;
 
@@ -153,7 +163,7 @@ void MakeDownload(const fs::path& stub, const fs::path& package, const fs::path&
     std::uint64_t cbFile = 0;
     const auto write = [&](std::string_view bytes) {
         cbFile += bytes.size();
-        if (cbFile > kMostBytes)
+        if (cbFile > cbMostDownload)
             throw std::runtime_error("the download is larger than 4 GiB, which Windows doesn't start");
         if (!file.write(bytes.data(), static_cast<std::streamsize>(bytes.size())))
             throw std::runtime_error(target.string() + " can't be written");
@@ -216,11 +226,7 @@ int Run(std::vector<std::string> arguments) {
     } else if (arguments.size() == 3 && !first.starts_with("-")) {
         MakeDownload(arguments[0], arguments[1], arguments[2], icon);
     } else {
-        std::fputs(
-            "usage: download_make STUB PACKAGE FILE.exe [--icon FILE.ico] | --texts PROGRAM [--icon "
-            "FILE.ico] | "
-            "--is-signed PROGRAM | --same-but-signature PROGRAM PROGRAM\n",
-            stderr);
+        tools::PrintUsage(kHelp);
         return 2;
     }
     return 0;
@@ -229,6 +235,7 @@ int Run(std::vector<std::string> arguments) {
 }  // namespace
 
 int main(int count, char** values) try {
+    if (tools::TellsOfItself({values, values + count}, kHelp)) return 0;
     return Run({values + 1, values + count});
 } catch (const std::exception& error) {
     std::fprintf(stderr, "download_make: %s\n", error.what());

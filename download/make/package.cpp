@@ -26,6 +26,7 @@ constexpr std::uint64_t kBlocks = 4, cbLeastBlock = 4 * MiB, cbMostBlock = 128 *
 constexpr std::uint64_t cbMostDictionary = 64 * MiB;
 constexpr std::size_t kPackers = 2;
 constexpr std::size_t cbPiece = MiB;
+constexpr std::uint64_t cbSample = MiB / 4;
 constexpr std::uint16_t kX86 = 0x14C, kX64 = 0x8664, kArm64 = 0xAA64;
 
 // Which code a file holds. Blocks hold files of one kind, because each kind of code has a filter of its own.
@@ -182,6 +183,25 @@ std::vector<Part> PartsOf(const Package& package) {
     return parts;
 }
 
+// Packing some GiB takes hours. So a package that is clearly too large is refused before: the beginning of each part tells how
+// well it packs. Whoever writes the file has the last word.
+void RequireRoom(const Package& package, const std::vector<Part>& parts) {
+    constexpr std::uint64_t cbClearly = cbMostDownload + cbMostDownload / 4;
+    std::uint64_t cbAll = 0, cbPacked = 0;
+    for (const Part& part : parts)
+        cbAll += part.cbPart;
+    if (cbAll <= cbClearly) return;
+    for (Part part : parts) {
+        const std::uint64_t times = part.cbPart / cbSample;
+        part.cbPart = std::min(part.cbPart, cbSample);
+        cbPacked += times * static_cast<std::uint64_t>(std::ftell(PackPart(package, part).get()));
+    }
+    if (cbPacked > cbClearly)
+        throw std::runtime_error("the package has " + std::to_string(cbAll / MiB) +
+                                 " MiB, which pack to about " + std::to_string(cbPacked / MiB) +
+                                 ", but a download is smaller than 4 GiB");
+}
+
 }  // namespace
 
 Package ReadPackage(const fs::path& folder) {
@@ -214,6 +234,7 @@ Package ReadPackage(const fs::path& folder) {
 
 std::vector<Block> PackBlocks(const Package& package, const Write& write) {
     const std::vector<Part> parts = PartsOf(package);
+    RequireRoom(package, parts);
     std::vector<std::future<PackedFile>> packers(parts.size());
     const auto start = [&](std::size_t part) {
         packers[part] = std::async(std::launch::async, [&, part] { return PackPart(package, parts[part]); });

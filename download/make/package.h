@@ -9,6 +9,9 @@
 
 namespace download_make {
 
+// Windows starts no larger program.
+inline constexpr std::uint64_t cbMostDownload = (std::uint64_t{1} << 32) - 1;
+
 struct Package {
     std::vector<download::Entry> entries;
     std::vector<std::filesystem::path> paths;  // of the entries
@@ -19,7 +22,8 @@ struct Package {
 Package ReadPackage(const std::filesystem::path& folder);
 
 // Packs the files in blocks, on two processors. Calls `write` with the packed bytes, in the order of the blocks. Throws
-// std::runtime_error when a file can't be read or isn't as it was.
+// std::runtime_error when a file can't be read or isn't as it was, and before it packs if a sample shows that the blocks would
+// exceed cbMostDownload by a quarter.
 using Write = std::function<void(std::string_view bytes)>;
 std::vector<download::Block> PackBlocks(const Package& package, const Write& write);
 

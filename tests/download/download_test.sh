@@ -50,6 +50,19 @@ done
 ln -s readme-en.txt package/link
 refused 'neither a file nor a folder' pack package out.exe
 rm package/link
+# What is clearly too large is refused before it is packed: the beginnings of its parts tell. The rest of this file takes no room.
+python3 - <<'END'
+import os
+with open('package/large', 'wb') as file:
+    file.truncate(6 << 30)
+    for part in range(48):
+        file.seek(part << 27)
+        file.write(os.urandom(1 << 19))
+END
+started=$SECONDS
+refused 'but a download is smaller than 4 GiB' pack package out.exe
+[ $((SECONDS - started)) -lt 300 ] || fail 'a package that is too large is packed'
+rm package/large
 echo MZ >package/QtvApp8.exe
 refused 'is no whole Windows program' pack package out.exe
 cp "$build/stand_in.exe" package/QtvApp8.exe

@@ -32,10 +32,25 @@ openssl req -x509 -newkey rsa:2048 -keyout key.pem -out certificate.pem -passout
 openssl pkcs12 -export -inkey key.pem -in certificate.pem -passin file:password -passout pass:secret -out 'key and.p12' 2>/dev/null
 export QTV_SIGN_PASSWORD_FILE=$work/password QTV_SIGN_PAUSE=0
 
-# ---- nobody, PEM, PKCS#12, a command ----
+# ---- nobody, PEM, PKCS#12, a token, a command ----
 signed unsigned.exe && cmp unsigned.exe "$program" || fail "signed without a variable: $(<said)"
 QTV_SIGN_CERTIFICATE=certificate.pem QTV_SIGN_KEY=key.pem signed pem.exe && verified pem.exe || fail "PEM: $(<said)"
 QTV_SIGN_PKCS12='key and.p12' signed p12.exe && verified p12.exe || fail "PKCS#12: $(<said)"
+mkdir tokens
+echo "directories.tokendir = $work/tokens" >softhsm2.conf
+export SOFTHSM2_CONF=$work/softhsm2.conf
+module=/usr/lib/softhsm/libsofthsm2.so
+{
+    openssl rsa -in key.pem -passin file:password -out plain.pem
+    openssl x509 -in certificate.pem -outform DER -out certificate.der
+    softhsm2-util --init-token --free --label maker --pin secret --so-pin other
+    softhsm2-util --import plain.pem --token maker --label key --id 01 --pin secret
+    pkcs11-tool --module "$module" --login --pin secret --write-object certificate.der --type cert --id 01 --label both
+} >said 2>&1 || fail "no token: $(<said)"
+for certificate in certificate.pem 'pkcs11:token=maker;object=both'; do
+    QTV_SIGN_CERTIFICATE=$certificate QTV_SIGN_KEY='pkcs11:token=maker;object=key' QTV_SIGN_PKCS11_MODULE=$module \
+        signed token.exe && verified token.exe || fail "a token, with $certificate: $(<said)"
+done
 cat >signer <<'END'
 #!/bin/sh
 echo "$#:$1" >>asked

@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "package_check/tool.h"
+#include "common/help.h"
 #include "common/plain_files.h"
 #include "common/throwaway_folder.h"
 #include <winhost.h>
@@ -32,6 +33,7 @@ int Check(const package_check::Request& request, const std::vector<std::string>&
 
 int main(int count, char** values) {
     const std::vector<std::string> arguments(values, values + count);
+    if (tools::TellsOfItself({arguments.begin(), arguments.end()}, package_check::kHelp)) return 0;
     const auto request = package_check::ReadArguments(arguments);
     if (!request) return package_check::kMisused;
     try {

@@ -3,6 +3,7 @@
 
 #include "package_check/text.h"
 #include "package_check/tool.h"
+#include "common/help.h"
 
 int wmain(int count, wchar_t** values);
 
@@ -12,6 +13,7 @@ int wmain(int count, wchar_t** values) {
     std::vector<std::string> arguments;
     for (int i = 0; i < count; ++i)
         arguments.push_back(package_check::Utf8(values[i]));
+    if (tools::TellsOfItself({arguments.begin(), arguments.end()}, package_check::kHelp)) return 0;
     const auto request = package_check::ReadArguments(arguments);
     if (!request) return package_check::kMisused;
     try {

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "common/help.h"
 #include "engine/file_steps.h"
 #include "package_check/recipe_lines.h"
 #include "package_check/sarif.h"
@@ -47,8 +48,7 @@ std::optional<Request> ReadArguments(const std::vector<std::string>& arguments) 
     }
     if (request.folder != 0 && !misused && (request.base == 0 || request.format == Format::Sarif))
         return request;
-    std::fputs("usage: package_check [--json | --sarif [--sarif-base FOLDER]] [--recipe FILE] PACKAGE\n",
-               stderr);
+    tools::PrintUsage(kHelp);
     return std::nullopt;
 }
 

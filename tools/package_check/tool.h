@@ -1,8 +1,4 @@
-// package_check [--json | --sarif [--sarif-base FOLDER]] [--recipe FILE] PACKAGE
-//
-// Checks a package folder, prints the findings, and exits with 0 if there are
-// none, 1 if there are some, or 2 if something couldn't be read. With the recipe
-// that package_make used, findings about its records name the line of the recipe.
+// Checks a package folder. docs/manifest.md explains the findings.
 #pragma once
 
 #include <windows.h>
@@ -32,5 +28,18 @@ int RunTool(const Request& request, const std::vector<std::string>& arguments, L
             LPCWSTR recipe);
 
 inline constexpr int kMisused = 2;
+
+inline constexpr char kHelp[] =
+    R"(usage: package_check [--json | --sarif [--sarif-base FOLDER]] [--recipe FILE] PACKAGE
+
+Checks the package in a folder, and prints for each finding the line, what would happen, and what to write instead.
+
+  --json               prints the findings as JSON
+  --sarif              prints them as SARIF, for build servers
+  --sarif-base FOLDER  the folder to which the paths in SARIF are relative
+  --recipe FILE        the recipe that package_make used: findings about its records name the line of the recipe
+
+The exit code is 0 if there are no findings, 1 if there are some, and 2 if something can't be read.
+)";
 
 }  // namespace package_check

@@ -3,6 +3,8 @@
 #include <exception>
 
 #include "package_make/tool.h"
+#include "common/help.h"
+#include "common/installed.h"
 #include "common/throwaway_folder.h"
 #include <winhost.h>
 
@@ -13,10 +15,13 @@ bool package_make::IsLink(const fs::path& path) {
 }
 
 int main(int count, char** values) {
-    const auto request =
-        package_make::ReadArguments({values, values + count}, fs::read_symlink("/proc/self/exe"));
-    if (!request) return package_make::kMisused;
+    const std::vector<fs::path> arguments(values, values + count);
+    if (tools::TellsOfItself(arguments, package_make::kHelp)) return 0;
     try {
+        const auto home = tools::InstalledHome();
+        const auto request = package_make::ReadArguments(
+            arguments, (home ? *home / "windows" : tools::OwnFolder()) / "setup.exe");
+        if (!request) return package_make::kMisused;
         const tools::ThrowawayFolder machine("package_make");
         winhost::CreateMachine(machine.Path());
         winhost::EnterMachine(machine.Path());

@@ -4,9 +4,11 @@
 #include <csignal>
 #include <cstdio>
 #include <fstream>
+#include <map>
 #include <random>
 #include <string_view>
 
+#include "common/help.h"
 #include "common/plain_files.h"
 #include "engine/file_steps.h"
 #include "install/file_version.h"
@@ -194,7 +196,7 @@ CString RecordName(const fs::path& folder) {
     return name;
 }
 
-int Make(const Request& request, const Reach& reach) {
+void CheckPlaces(const Request& request) {
     if (!fs::is_directory(request.folder)) throw BadInput(Shown(request.folder) + " is no folder");
     if (!fs::is_directory(request.package.parent_path()))
         throw BadInput(Shown(request.package.parent_path()) + ", where the package is to be, is no folder");
@@ -202,90 +204,108 @@ int Make(const Request& request, const Reach& reach) {
             fs::weakly_canonical(request.package).lexically_relative(fs::canonical(request.folder));
         !inside.empty() && *inside.begin() != "..")
         throw BadInput(Shown(request.package) + " lies in the folder of the files");
-    ManifestInput input;
-    input.entries = ReadSourceFolder(request.folder);
-    for (const fs::path& folder : request.own)
-        input.own.push_back(RecordName(folder));
     for (const fs::path& file : {request.recipe, request.setup})
         tools::RequirePlainFile(file);
     tools::RequirePlainFiles(request.earlier);
+}
+
+// All that is read before anything is made.
+struct Sources {
+    ManifestInput input;
+    std::optional<Installed> earlier;
+    std::optional<std::string> agreement;  // if it isn't in the encoding that setup shows
+};
+Sources ReadSources(const Request& request, const Reach& reach) {
+    Sources sources;
+    ManifestInput& input = sources.input;
+    input.entries = ReadSourceFolder(request.folder);
+    for (const fs::path& folder : request.own)
+        input.own.push_back(RecordName(folder));
     if (!request.recipe.empty())
         input.recipe = ReadRecipe(reach(request.recipe, "recipe"), Shown(request.recipe));
     const Entry* const application = FileNamed(input.entries, kApplicationFile);
     const CString reached = application ? reach(application->path, "QtvApp8.exe") : CString();
     CheckPrograms(request, input.entries, reached);
-    std::optional<Installed> earlier;
     if (!request.earlier.empty()) {
         const CString place = reach(request.earlier, "Earlier");
-        earlier = ReadEarlier(request.earlier, place);
+        sources.earlier = ReadEarlier(request.earlier, place);
         CheckVersion(request, reached, place);
     }
-    const std::optional<std::string> agreement = ReadAgreement(input.entries, reach);
+    sources.agreement = ReadAgreement(input.entries, reach);
+    return sources;
+}
+
+void PrintResult(const Request& request, const std::vector<package_check::Finding>& findings,
+                 const Update& update, const std::string& size) {
+    std::string text = package_check::ToText(findings, Name(request.package));
+    for (const std::string& sentence : update.stays)
+        text += "after an update stays " + sentence + "\n";
+    text += Name(request.package) + ": " + size + "\n";
+    (void)std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
+int Make(const Request& request, const Reach& reach) {
+    CheckPlaces(request);
+    const Sources sources = ReadSources(request, reach);
+    const ManifestInput& input = sources.input;
 
     NewPackage package(request.package);
     CopyFiles(package, input.entries, request);
-    if (agreement) package.Write(FileNamed(input.entries, kAgreement)->path.filename(), *agreement);
+    if (sources.agreement)
+        package.Write(FileNamed(input.entries, kAgreement)->path.filename(), *sources.agreement);
     const CString folder = reach(package.Folder(), "Package");
     std::vector<package_check::Finding> findings;
     const package_check::PackageFiles files(folder, findings);
     std::vector<CString> lines = DeriveManifest(input, folder, files);
     Update update;
-    if (earlier) update = UpdateFrom(*earlier, ReadInstalled(files, lines), request.makeDirs);
+    if (sources.earlier) update = UpdateFrom(*sources.earlier, ReadInstalled(files, lines), request.makeDirs);
     lines.insert(lines.end(), update.records.begin(), update.records.end());
     package.Write("QtvUnInst.log", Bytes(lines));
     findings = package_check::CheckPackage(folder);
     package_check::NameRecipe(findings, lines, input.recipe, Name(request.recipe));
     package.PutInPlace();
 
-    std::string text = package_check::ToText(findings, Name(request.package));
-    for (const std::string& sentence : update.stays)
-        text += "after an update stays " + sentence + "\n";
-    text += Name(request.package) + ": " + std::to_string(input.entries.size()) + " files and folders, " +
-            std::to_string(lines.size()) + " lines\n";
-    (void)std::fwrite(text.data(), 1, text.size(), stdout);
+    PrintResult(request, findings, update,
+                std::to_string(input.entries.size()) + " files and folders, " + std::to_string(lines.size()) +
+                    " lines");
     return package_check::ExitCode(findings);
+}
+
+// Reads the options into the request and all other arguments into `places`. Returns whether they are right.
+bool ReadOptions(const std::vector<fs::path>& arguments, Request& request, std::vector<fs::path>& places) {
+    const std::map<fs::path, fs::path*> values = {
+        {"--recipe", &request.recipe}, {"--earlier", &request.earlier}, {"--setup", &request.setup}};
+    const std::map<fs::path, bool*> flags = {{"--same-version", &request.sameVersion},
+                                             {"--make-dirs", &request.makeDirs}};
+    const auto isValue = [&](std::size_t at) {
+        return at < arguments.size() && !arguments[at].empty() && *arguments[at].u8string().begin() != u8'-';
+    };
+    for (std::size_t i = 1; i < arguments.size(); ++i) {
+        const auto flag = flags.find(arguments[i]);
+        const auto value = values.find(arguments[i]);
+        const bool isOwn = arguments[i] == "--own";
+        if (flag != flags.end()) {
+            *flag->second = true;
+            continue;
+        }
+        if (value != values.end() || isOwn) ++i;
+        if (!isValue(i)) return false;
+        if (value != values.end())
+            *value->second = fs::absolute(arguments[i]);
+        else
+            (isOwn ? request.own : places).push_back(arguments[i]);
+    }
+    return true;
 }
 
 }  // namespace
 
-std::optional<Request> ReadArguments(const std::vector<fs::path>& arguments, const fs::path& self) {
+std::optional<Request> ReadArguments(const std::vector<fs::path>& arguments, const fs::path& setup) {
     Request request;
-    request.setup = self.parent_path() / "setup.exe";
+    request.setup = setup;
     std::vector<fs::path> places;
-    bool misused = false;
-    for (std::size_t i = 1; i < arguments.size(); ++i) {
-        const fs::path& argument = arguments[i];
-        fs::path* const value = argument == "--recipe"    ? &request.recipe
-                                : argument == "--earlier" ? &request.earlier
-                                : argument == "--setup"   ? &request.setup
-                                                          : nullptr;
-        const auto isValue = [&](std::size_t at) {
-            return at < arguments.size() && !arguments[at].empty() &&
-                   *arguments[at].u8string().begin() != u8'-';
-        };
-        bool* const flag = argument == "--same-version" ? &request.sameVersion
-                           : argument == "--make-dirs"  ? &request.makeDirs
-                                                        : nullptr;
-        if (flag) {
-            *flag = true;
-            continue;
-        }
-        misused = misused || ((value || argument == "--own") && !isValue(i + 1));
-        if (misused) break;
-        if (value)
-            *value = fs::absolute(arguments[++i]);
-        else if (argument == "--own")
-            request.own.push_back(arguments[++i]);
-        else if (isValue(i))
-            places.push_back(argument);
-        else
-            misused = true;
-    }
-    if (misused || places.size() != 2) {
-        std::fputs(
-            "usage: package_make FOLDER PACKAGE [--recipe FILE] [--earlier PACKAGE] [--same-version] "
-            "[--make-dirs] [--setup FILE] [--own FOLDER]...\n",
-            stderr);
+    if (!ReadOptions(arguments, request, places) || places.size() != 2) {
+        tools::PrintUsage(kHelp);
         return std::nullopt;
     }
     const auto plain = [](const fs::path& place) {

@@ -1,13 +1,4 @@
-// rehearse PACKAGE [--earlier PACKAGE] [--wine] [--json] [--html FILE] [--trace FILE] [-- OPTION...]
-//
-// Installs a package on a throwaway machine, uninstalls it and restarts the machine. Shows what each step changed, and
-// what is left at the end. OPTIONs are those of the setup program, -s if none are given. The earlier package is
-// installed first, with the same options. With --wine, the package's own Windows program runs in a throwaway Wine
-// prefix. With --html, a page for a browser shows the same. With --trace, a text lists what the programs did, in order;
-// Wine can't tell it.
-// Exits with 0, with 1 if something is left that should not be, if a program ended otherwise than with 0 or showed
-// something, or if a file isn't installed as the manifest says, and with 2 if there is nothing to rehearse, or if a step
-// hangs.
+// Rehearses a package on an embedded machine, or in a throwaway Wine prefix by the Windows program.
 #include <unistd.h>
 
 #include <algorithm>
@@ -20,6 +11,8 @@
 #include "rehearse/packages.h"
 #include "rehearse/report.h"
 #include "rehearse/trace.h"
+#include "common/help.h"
+#include "common/installed.h"
 #include "common/text.h"
 #include "common/throwaway_folder.h"
 #include <winhost.h>
@@ -33,6 +26,22 @@ using rehearse::ProgramKind;
 using rehearse::Unusable;
 
 constexpr int kMisused = 2;
+
+constexpr char kHelp[] =
+    R"(usage: rehearse PACKAGE [--earlier PACKAGE] [--wine | --trace FILE] [--json] [--html FILE] [-- OPTION OF SETUP...]
+
+Installs a package on a throwaway machine, uninstalls it and restarts the machine. Shows what each step changed, and what is left
+at the end. The options of setup are -s if none are given.
+
+  --earlier PACKAGE  installs this package first, with the same options
+  --wine             runs the package's own Windows program in a throwaway Wine prefix
+  --trace FILE       writes what the programs did, in order; Wine can't tell it
+  --json             prints the result as JSON
+  --html FILE        also writes a page for a browser
+
+The exit code is 0; 1 if something is left that should not be, if a program ended otherwise than with 0 or showed something, or if a
+file isn't installed as the manifest says; 2 if there is nothing to rehearse, or if a step hangs.
+)";
 
 struct Request {
     std::string package;
@@ -70,10 +79,7 @@ std::optional<Request> ReadArguments(const std::vector<std::string>& arguments) 
     }
     misused = misused || (request.wine && !request.trace.empty());
     if (!misused && !request.package.empty()) return request;
-    std::fputs(
-        "usage: rehearse PACKAGE [--earlier PACKAGE] [--wine | --trace FILE] [--json] [--html FILE] [-- "
-        "OPTION OF SETUP...]\n",
-        stderr);
+    tools::PrintUsage(kHelp);
     return std::nullopt;
 }
 
@@ -139,7 +145,7 @@ int RehearseEmbedded(const Request& request, const fs::path& folder) {
             package.CopyTo(machine / "C" / name);
             continue;
         }
-        const fs::path own = fs::read_symlink("/proc/self/exe").parent_path() / "setup.exe";
+        const fs::path own = tools::OwnFolder() / "setup.exe";
         package.CopyTo(machine / "C" / name, own);
         std::fprintf(stderr,
                      "C:\\%s: its setup.exe is no program of this host, so %s runs instead; other Windows "
@@ -198,27 +204,28 @@ int RehearseUnderWine(const Request& request, const fs::path& folder) {
         if (package.SetupKind() != ProgramKind::Windows)
             throw Unusable((name == "Package" ? request.package : request.earlier) +
                            ": its setup.exe is no Windows program");
-    const std::string wine = QTV_SOURCE_FOLDER "/scripts/wine.sh";
-    const std::string program =
-        Variable("QTV_WINDOWS_BUILD", QTV_SOURCE_FOLDER "/build/windows") + "/rehearse.exe";
+    const auto home = tools::InstalledHome();
+    const std::string wine = home.value_or(QTV_SOURCE_FOLDER) / "scripts/wine.sh";
+    const std::string programs = home ? *home / "windows" : QTV_SOURCE_FOLDER "/build/windows";
+    const std::string program = Variable("QTV_WINDOWS_BUILD", programs.c_str()) + "/rehearse.exe";
     if (!fs::exists(program))
         throw Unusable(
             program +
             " is missing; cmake --preset windows && cmake --build --preset windows --target rehearse "
             "makes it");
-    const fs::path home = folder / "wine";
-    setenv("QTV_WINE_HOME", home.c_str(), 1);
+    const fs::path wineHome = folder / "wine";
+    setenv("QTV_WINE_HOME", wineHome.c_str(), 1);
     setenv("QTV_REHEARSAL", "1", 1);
     if (!request.html.empty()) setenv("QTV_HTML", WinePath(request.html).c_str(), 1);
     // Wine decodes the arguments by this setting.
     setenv("LC_ALL", "C.UTF-8", 1);
     Introduce(request, "Wine");
-    const WineServer server(home);
+    const WineServer server(wineHome);
     // The first program that runs makes the prefix.
     const int made = rehearse::RunChild([&]() -> int { Become({wine, "cmd.exe", "/c", "exit"}); });
     if (made != 0) return made > 128 ? made : kMisused;
     for (const auto& [package, name] : packages)
-        package.CopyTo(home / "prefix/drive_c" / name);
+        package.CopyTo(wineHome / "prefix/drive_c" / name);
     return rehearse::RunChild([&]() -> int {
         std::vector<std::string> command = {wine, program, request.package,
                                             request.json   ? "json"
@@ -232,7 +239,9 @@ int RehearseUnderWine(const Request& request, const fs::path& folder) {
 }  // namespace
 
 int main(int count, char** values) {
-    auto request = ReadArguments({values, values + count});
+    const std::vector<std::string> arguments(values, values + count);
+    if (tools::TellsOfItself({arguments.begin(), arguments.end()}, kHelp)) return 0;
+    auto request = ReadArguments(arguments);
     if (!request) return kMisused;
     try {
         for (std::string* const file : {&request->html, &request->trace}) {

@@ -19,7 +19,8 @@ void CreateMachine(const fs::path& root) {
         fs::create_directories(root / folder);
     std::ofstream(MarkerFile(root)) << kNewVersion;
     CreateRegistry(root);
-    const fs::path system = WINHOST_SYSTEM_FOLDER;
+    // Every build and every installation has them beside its programs.
+    const fs::path system = fs::read_symlink("/proc/self/exe").parent_path() / "system32";
     if (fs::exists(system))
         for (const auto& file : fs::directory_iterator(system))
             fs::copy_file(file.path(), root / "C/Windows/System32" / file.path().filename());

@@ -1,15 +1,8 @@
 // winmachine: works on an embedded machine from the host.
-//
-//   winmachine create DIR              makes a new machine in an empty or missing folder
-//   winmachine run [--trace FILE] DIR PROGRAM ARG...
-//                                      runs a program of the machine (a full Windows path) in its own folder, waits
-//                                      for it and all that it started, and exits with its exit code. Their platform
-//                                      calls are written to FILE, a line each (core/trace.h)
-//   winmachine restart DIR             restarts the machine and carries out the delayed moves and deletes
-//   winmachine events DIR              prints what the machine saw besides files and registry
 #include <cstring>
 #include <exception>
 #include <span>
+#include <string_view>
 
 #include "processes/arguments.h"
 #include "processes/process_table.h"
@@ -22,12 +15,28 @@ using Arguments = std::span<char*>;
 constexpr int kFailed = 1;
 constexpr int kMisused = 2;
 
+// The lines before the empty one say how to use the program.
+constexpr std::string_view kHelp =
+    R"(usage: winmachine create DIR
+       winmachine run [--trace FILE] DIR 'C:\path\program.exe' [ARGUMENT...]
+       winmachine restart DIR
+       winmachine events DIR
+
+Works on an embedded machine, which is a folder.
+
+  create   makes a new machine in an empty or missing folder
+  run      runs a program of the machine in its own folder, waits for it and all that it started, and ends with its exit code.
+           --trace writes their platform calls to FILE, a line each
+  restart  restarts the machine and carries out the delayed moves and deletes
+  events   prints what the machine saw besides files and registry
+)";
+
+void Print(std::string_view text, std::FILE* file) {
+    (void)std::fwrite(text.data(), 1, text.size(), file);
+}
+
 int Misused() {
-    std::fprintf(stderr,
-                 "usage: winmachine create DIR\n"
-                 "       winmachine run [--trace FILE] DIR 'C:\\path\\program.exe' [ARGUMENT...]\n"
-                 "       winmachine restart DIR\n"
-                 "       winmachine events DIR\n");
+    Print(kHelp.substr(0, kHelp.find("\n\n") + 1), stderr);
     return kMisused;
 }
 
@@ -80,6 +89,11 @@ int RunCommand(const char* command, const char* folder, Arguments rest) {
 
 int main(int count, char** values) {
     Arguments arguments(values, static_cast<std::size_t>(count));
+    const std::string_view only = count == 2 ? values[1] : "";
+    if (only == "--help" || only == "--version") {
+        Print(only == "--help" ? kHelp : "winmachine " QTV_VERSION "\n", stdout);
+        return 0;
+    }
     if (count < 3) return Misused();
     const char* command = arguments[1];
     arguments = arguments.subspan(2);
