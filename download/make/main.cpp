@@ -238,6 +238,6 @@ int main(int count, char** values) try {
     if (tools::TellsOfItself({values, values + count}, kHelp)) return 0;
     return Run({values + 1, values + count});
 } catch (const std::exception& error) {
-    std::fprintf(stderr, "download_make: %s\n", error.what());
+    tools::PrintFailure("download_make", error);
     return 2;
 }

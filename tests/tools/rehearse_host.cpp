@@ -70,6 +70,10 @@ TEST_F(RehearseProgram, SaysWhatItCantRehearse) {
         EXPECT_EQ(Run(arguments), 2) << arguments;
         ExpectSaid(says);
     }
+    fs::rename(package + "/pipe", kWork + "/pipe");
+    (void)std::ofstream(package + "/a\x1B[31mb");
+    EXPECT_EQ(Run(package), 2);
+    ExpectSaid("C:\\Package\\a\\x1b[31mb can't be read");
 }
 
 TEST_F(RehearseProgram, ShowsRunsThatComeToNothing) {

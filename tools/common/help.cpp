@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+#include "common/text.h"
+
 namespace tools {
 
 namespace {
@@ -27,6 +29,10 @@ bool TellsOfItself(const std::vector<std::filesystem::path>& arguments, std::str
 
 void PrintUsage(std::string_view help) {
     Print(help.substr(0, help.find("\n\n") + 1), stderr);
+}
+
+void PrintFailure(const char* tool, const std::exception& failure) {
+    std::fprintf(stderr, "%s: %s\n", tool, Shown(failure.what()).c_str());
 }
 
 }  // namespace tools

@@ -1,6 +1,7 @@
-// What a tool says about itself.
+// What a tool says about itself, and why it can't do its work.
 #pragma once
 
+#include <exception>
 #include <filesystem>
 #include <string_view>
 #include <vector>
@@ -16,5 +17,8 @@ bool TellsOfItself(const std::vector<std::filesystem::path>& arguments, std::str
 
 // Prints how to use the tool to the standard error output.
 void PrintUsage(std::string_view help);
+
+// Prints the failure as a line of the tool to the standard error output, in which no name does harm to a terminal.
+void PrintFailure(const char* tool, const std::exception& failure);
 
 }  // namespace tools

@@ -39,7 +39,7 @@ int main(int count, char** values) {
     try {
         return Check(*request, arguments);
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "package_check: %s\n", error.what());
+        tools::PrintFailure("package_check", error);
         return package_check::kMisused;
     }
 }

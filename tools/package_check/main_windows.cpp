@@ -20,7 +20,7 @@ int wmain(int count, wchar_t** values) {
         return package_check::RunTool(*request, arguments, values[request->folder],
                                       request->recipe ? values[request->recipe] : nullptr);
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "package_check: %s\n", error.what());
+        tools::PrintFailure("package_check", error);
         return package_check::kMisused;
     }
 }

@@ -33,7 +33,7 @@ int main(int count, char** values) {
             return CString(winhost::Utf16(shown));
         });
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "package_make: %s\n", error.what());
+        tools::PrintFailure("package_make", error);
         return package_make::kMisused;
     }
 }

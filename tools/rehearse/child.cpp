@@ -12,6 +12,7 @@
 #include <exception>
 
 #include "common/hang.h"
+#include "common/help.h"
 
 namespace rehearse {
 
@@ -33,7 +34,7 @@ sigset_t heldSignals, earlierSignals;
     try {
         result = work();
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "rehearse: %s\n", error.what());
+        tools::PrintFailure("rehearse", error);
     }
     std::fflush(nullptr);
     std::_Exit(result);

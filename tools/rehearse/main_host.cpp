@@ -256,7 +256,7 @@ int main(int count, char** values) {
         return request->wine ? RehearseUnderWine(*request, folder.Path())
                              : RehearseEmbedded(*request, folder.Path());
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "rehearse: %s\n", tools::Shown(error.what()).c_str());
+        tools::PrintFailure("rehearse", error);
         return kMisused;
     }
 }

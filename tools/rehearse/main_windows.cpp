@@ -9,6 +9,7 @@
 
 #include "rehearse/report.h"
 #include "support/handles.h"
+#include "common/help.h"
 #include "common/text.h"
 
 namespace {
@@ -64,6 +65,6 @@ int wmain(int count, wchar_t** values) try {
         return 2;
     return rehearsal.ExitCode();
 } catch (const std::exception& error) {
-    std::fprintf(stderr, "rehearse: %s\n", error.what());
+    tools::PrintFailure("rehearse", error);
     return 2;
 }
