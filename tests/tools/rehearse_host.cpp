@@ -84,6 +84,7 @@ TEST_F(RehearseProgram, ShowsRunsThatComeToNothing) {
     EXPECT_EQ(Run(package), 1);
     fs::remove(package + "/QtvApp8.exe");
     EXPECT_EQ(Run(package), 1);
+    ExpectSaid("setup: ended with 1\n");
     ExpectSaid("setup: showed: [Qantivo 8] This setup files are damaged, installation aborted.");
     ExpectSaid("[Qantivo 8] This setup files are damaged, installation aborted.");
     std::ofstream(package + "/setup.exe") << "MZ no program";
