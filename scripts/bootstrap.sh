@@ -3,7 +3,7 @@
 # example: scripts/bootstrap.sh host bench
 #
 # Installs the packages for these kinds of work with apt-get; without a kind, those for the tests: host and windows.
-# Kinds: host windows faults fuzz bench screenshots format tidy clang download release. It is quick if nothing is missing.
+# Kinds: host windows faults fuzz bench screenshots format tidy clang download release kit. It is quick if nothing is missing.
 # The kind download also builds the library that unpacks a download, in build/liblzma.
 # The exit code is 1 if something can't be installed.
 set -euo pipefail
@@ -19,9 +19,10 @@ download=("${host[@]}" dpkg-dev osslsigncode openssl softhsm2 opensc libengine-p
 release=("${windows[@]}" "${download[@]}" chromium)
 bench=("${windows[@]}" "${download[@]}" nsis)
 screenshots=("${windows[@]}" xdotool imagemagick)
-format=(clang-format)
+format=(clang-format yamllint)
 tidy=("${host[@]}" clang-tidy)
 clang=("${windows[@]}")
+kit=(zip unzip)
 
 missing() {
     comm -23 <(printf '%s\n' "$@" | sort -u) \
@@ -81,7 +82,7 @@ make_liblzma() (
 wanted=()
 for kind in "$@"; do
     case $kind in
-        host | windows | faults | fuzz | bench | screenshots | format | tidy | clang | download | release) ;;
+        host | windows | faults | fuzz | bench | screenshots | format | tidy | clang | download | release | kit) ;;
         *) bad_usage "there is no kind \"$kind\"; scripts/bootstrap.sh --help lists them" ;;
     esac
     declare -n packages=$kind

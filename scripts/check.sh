@@ -2,7 +2,7 @@
 # usage: scripts/check.sh [--tidy]
 # example: scripts/check.sh
 #
-# Checks the sources without building them: format, layers, words, the share of proof, and that the planted faults still apply.
+# Checks the sources without building them: format, layers, words, the share of proof, the workflow, and that the planted faults still apply.
 # --tidy also runs the checks of .clang-tidy, which takes several minutes.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
@@ -75,6 +75,7 @@ check format format
 check layers scripts/check_layers.sh
 check words words
 check share share
+check workflow yamllint -s .github
 check faults python3 tools/plant_faults/plant_faults.py --check
 [ "${1-}" != --tidy ] || check tidy tidy
 [ -z "$failed" ]

@@ -10,9 +10,9 @@ set -euo pipefail
 cd "$root"
 
 case "${1-}" in
-    '') targets=(host windows) needed=(format host faults windows download) ;;
+    '') targets=(host windows) needed=(format host faults windows download kit) ;;
     host) targets=(host) needed=(format host faults) ;;
-    windows) targets=(windows) needed=(format windows download) ;;
+    windows) targets=(windows) needed=(format windows download kit) ;;
     *) bad_usage "there is no target \"$1\"" ;;
 esac
 needs "${needed[@]}" || exit 1

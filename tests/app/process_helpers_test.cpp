@@ -44,7 +44,7 @@ TEST_F(ScratchTest, ExecAndWaitStartsInTheNamedOrTheTargetFolderAndWaitsOnlyWhen
 }
 
 TEST_F(ScratchTest, ExecAndWaitTakesACommandLineOf519Characters) {
-    ImportFile(QTV_BUILD_FOLDER "/sleeper.exe", kSleeper);
+    ImportFile("sleeper.exe", kSleeper);
     g_targetDir = kScratch.c_str();
     for (const std::size_t cch : {519, 520})
         EXPECT_EQ(

@@ -32,7 +32,7 @@ void SetList(DWORD count, const std::vector<DWORD>& ids) {
 
 class RunningCopies : public ScratchTest {
   protected:
-    RunningCopies() { ImportFile(QTV_BUILD_FOLDER "/sleeper.exe", kCopy); }
+    RunningCopies() { ImportFile("sleeper.exe", kCopy); }
     ~RunningCopies() override { SetList(0, {}); }
 };
 

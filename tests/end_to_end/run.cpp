@@ -1,11 +1,27 @@
 #include "end_to_end/run.h"
 
 #include <cstdlib>
+#include <sstream>
 
 namespace {
 
 std::string FileName(const std::string& path) {
     return path.substr(path.rfind('\\') + 1);
+}
+
+// Where the kit keeps the state before while the machine restarts; empty without a kit.
+Text KitFile() {
+    WCHAR folder[MAX_PATH] = {};
+    const bool isKit = GetEnvironmentVariableW(TEXT("QTV_KIT"), folder, MAX_PATH) != 0;
+    return isKit ? folder + Text(TEXT("\\before.txt")) : Text();
+}
+
+lab::State StateBefore() {
+    std::istringstream lines(FileBytes(KitFile()).value_or(""));
+    lab::State state;
+    for (std::string name, what; std::getline(lines, name, '\t') && std::getline(lines, what);)
+        state[name] = what;
+    return state;
 }
 
 }  // namespace
@@ -14,9 +30,13 @@ const Text EndToEndTest::package = kScratch + TEXT("\\package");
 const Text EndToEndTest::target = kScratch + TEXT("\\Qantivo");
 
 EndToEndTest::EndToEndTest() {
+    if (!IsBeforeRestart(1)) {
+        m_before = StateBefore();
+        return;
+    }
     // A planted fault may be in another package than the build's.
     const char* const other = std::getenv("QTV_PACKAGE");
-    ImportFile(other ? other : QTV_BUILD_FOLDER "/package", package);
+    ImportFile(other ? other : "package", package);
     // These parents of setup's keys stay. Every Windows has them, but not every new Wine prefix.
     for (const LPCWSTR name :
          {TEXT("SOFTWARE\\RegisteredApplications"), TEXT("SOFTWARE\\Classes\\Applications")}) {
@@ -29,6 +49,11 @@ EndToEndTest::EndToEndTest() {
 
 void EndToEndTest::Rebase() {
     m_before = lab::Take();
+    if (KitFile().empty()) return;
+    std::string lines;
+    for (const auto& [name, what] : m_before)
+        lines += name + "\t" + what + "\n";
+    MakeFile(KitFile(), lines);
 }
 
 DWORD EndToEndTest::Setup(const Text& arguments, const Person& person, const Text& folder) {

@@ -5,7 +5,7 @@
 
 namespace {
 
-const std::string kDefault = "C:\\Program Files\\Qantivo 8";
+const std::string kDefault = "C:\\Program Files\\Qantivo 8", kOwn = "<Scratch>\\Qantivo";
 
 // The marks of every uninstall. The copy comes first. A pattern that matches "." and ".." marks these. The x64 folder
 // comes next; it is marked even if it is missing.
@@ -40,74 +40,93 @@ std::shared_ptr<void> RunCopyAndHoldReadme(const Text& folder) {
 class Uninstalled : public EndToEndTest {
   protected:
     Uninstalled() {
+        if (!IsBeforeRestart(1)) return;
         for (const LPCWSTR name : {TEXT("\\dl\\QtvApp8.ini"), TEXT("\\dl\\QtvApp8.reg")})
             MakeFile(kScratch + name, "settings");
         Rebase();
     }
 };
 
-TEST_F(Uninstalled, LeavesNothingButItsCopyAndThenNothing) {
-    const std::string own = "<Scratch>\\Qantivo", stick = "<Scratch>\\a b\\Qantivo";
-    const struct {
-        LPCWSTR options;
-        std::string folder;
-        // What it returns lasts until the uninstall has ended.
-        std::shared_ptr<void> (*meanwhile)(const Text& folder) = nullptr;
-        std::string waits = {};  // a file that the next start deletes
-        State stays = {};
-    } rows[] = {
-        // The search through Samples marks the folder, so its mark comes after that of the file.
-        {.options = TEXT("-s -autostart -sfxname=C:\\Scratch\\dl\\pkg.exe"),
-         .folder = kDefault,
-         .meanwhile = RunCopyAndHoldReadme,
-         .waits = "readme.txt"},
-        {.options = TEXT("-s -instdir C:\\Scratch\\Qantivo"),
-         .folder = own,
-         .meanwhile = TakeItUpAndAddAFile,
-         .waits = "install.log",
-         .stays = {{own + "\\", "folder"}, {own + "\\my notes.txt", "= readme-en.txt"}}},
-        // What a portable install copied into the parent folder stays.
-        {.options = TEXT("-s -instport \"C:\\Scratch\\a b\\Qantivo\""),
-         .folder = stick,
-         .stays = {{"<Scratch>\\a b\\", "folder"}, {"<Scratch>\\a b\\StartQV8.exe", "= StartQV8.exe"}}},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.folder);
-        const Text folder = Where(row.folder);
-        if (row.waits == "install.log") LeaveOlderVersion(folder);
-        Setup(row.options);
-        RestartMachine();
-        auto held = row.meanwhile ? row.meanwhile(folder) : nullptr;
-        Uninstall(folder);
+struct Way {
+    LPCWSTR options;
+    std::string folder;
+    // What it returns lasts until the uninstall has ended.
+    std::shared_ptr<void> (*meanwhile)(const Text& folder) = nullptr;
+    std::string waits = {};  // a file that the next start deletes
+    State stays = {};
+};
 
-        std::vector<std::string> marks = UsualMarks(row.folder);
+void PrintTo(const Way& way, std::ostream* stream) {
+    *stream << way.folder;
+}
+
+class UninstalledIn : public Uninstalled, public ::testing::WithParamInterface<Way> {
+  protected:
+    // What is there until the next start, with the marks.
+    static State Left() {
+        const Way& way = GetParam();
+        std::vector<std::string> marks = UsualMarks(way.folder);
         // The restart removed the empty folder. The install had marked it before it existed.
-        if (row.folder == own) marks.push_back(marks.back());
-        State left = With(row.stays, {{"<Temp>\\uni*.tmp", "= QtvUnInst.exe"}});
-        if (!row.waits.empty()) {
-            const std::string file = row.folder + "\\" + row.waits;
+        if (way.folder == kOwn) marks.push_back(marks.back());
+        State left = With(way.stays, {{"<Temp>\\uni*.tmp", "= QtvUnInst.exe"}});
+        if (!way.waits.empty()) {
+            const std::string file = way.folder + "\\" + way.waits;
             marks.insert(marks.begin() + 1, "delete " + file);
-            left = With(left, {{row.folder + "\\", "folder"},
-                               {file, row.waits == "readme.txt" ? "= readme-en.txt" : "the log"}});
+            left = With(left, {{way.folder + "\\", "folder"},
+                               {file, way.waits == "readme.txt" ? "= readme-en.txt" : "the log"}});
         }
-        EXPECT_TRUE(Same(With(left, Marks(marks)), Changes()));
+        return With(left, Marks(marks));
+    }
+};
+
+TEST_P(UninstalledIn, LeavesNothingButItsCopyAndThenNothing) {
+    const Way& way = GetParam();
+    const Text folder = Where(way.folder);
+    if (IsBeforeRestart(1)) {
+        if (way.waits == "install.log") LeaveOlderVersion(folder);
+        Setup(way.options);
+        RestartMachine();
+    }
+    if (IsBeforeRestart(2)) {
+        auto held = way.meanwhile ? way.meanwhile(folder) : nullptr;
+        Uninstall(folder);
+        EXPECT_TRUE(Same(Left(), Changes()));
         held.reset();
         RestartMachine();
-        EXPECT_TRUE(Same(row.stays, Changes()));
-        DeleteTree(folder);
     }
+    EXPECT_TRUE(Same(way.stays, Changes()));
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Ways, UninstalledIn,
+    ::testing::Values(
+        // The search through Samples marks the folder, so its mark comes after that of the file.
+        Way{.options = TEXT("-s -autostart -sfxname=C:\\Scratch\\dl\\pkg.exe"),
+            .folder = kDefault,
+            .meanwhile = RunCopyAndHoldReadme,
+            .waits = "readme.txt"},
+        Way{.options = TEXT("-s -instdir C:\\Scratch\\Qantivo"),
+            .folder = kOwn,
+            .meanwhile = TakeItUpAndAddAFile,
+            .waits = "install.log",
+            .stays = {{kOwn + "\\", "folder"}, {kOwn + "\\my notes.txt", "= readme-en.txt"}}},
+        // What a portable install copied into the parent folder stays.
+        Way{.options = TEXT("-s -instport \"C:\\Scratch\\a b\\Qantivo\""),
+            .folder = "<Scratch>\\a b\\Qantivo",
+            .stays = {{"<Scratch>\\a b\\", "folder"}, {"<Scratch>\\a b\\StartQV8.exe", "= StartQV8.exe"}}}));
 
 // Marks of an uninstall stay when the product is installed again. The next start then deletes the new files.
 TEST_F(Uninstalled, OldMarksTakeFromANewInstallation) {
     const Text folder = Wide(kDefault);
-    Setup(TEXT("-s"));
-    {
-        const HeldFile held(folder + TEXT("\\readme.txt"), Hold::NoDelete);
-        Uninstall(folder);
+    if (IsBeforeRestart(1)) {
+        Setup(TEXT("-s"));
+        {
+            const HeldFile held(folder + TEXT("\\readme.txt"), Hold::NoDelete);
+            Uninstall(folder);
+        }
+        Setup(TEXT("-s"));
+        RestartMachine();
     }
-    Setup(TEXT("-s"));
-    RestartMachine();
     State expected = Installed({.target = kDefault, .allUsers = true});
     for (const char* name : {"\\readme.txt", "\\x64\\"})
         expected.erase(kDefault + name);

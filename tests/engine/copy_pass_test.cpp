@@ -86,7 +86,7 @@ TEST_F(CopyPassTest, ProbeIgnoresThePackagesOwnLibrary) {
     // The current folder is one of the places where the system looks.
     g_sourceDir = kScratch.c_str();
     const Text library = At("runtime9.dll");
-    ImportFile(QTV_BUILD_FOLDER "/package/runtime9.dll", library);
+    ImportFile("package/runtime9.dll", library);
     const auto copied = [&](const char* record) {
         DeleteTree(kTarget);
         MakeFolder(kTarget);
@@ -97,11 +97,11 @@ TEST_F(CopyPassTest, ProbeIgnoresThePackagesOwnLibrary) {
     EXPECT_EQ(copied("File Copy ind: runtime9.dll"), Names("runtime9.dll"));
     EXPECT_EQ(copied("File Copy ind: runtime9.dll > r.dll"), Names("r.dll"));
     // The system adds ".dll" to a name without an extension, and must not find the hidden file.
-    ImportFile(QTV_BUILD_FOLDER "/package/runtime9.dll", At("bare9"));
+    ImportFile("package/runtime9.dll", At("bare9"));
     EXPECT_EQ(copied("File Copy ind: bare9"), Names("bare9"));
     // A library from elsewhere counts only if it can be loaded.
     g_sourceDir = kPackage.c_str();
-    ImportFile(QTV_BUILD_FOLDER "/package/runtime9.dll", kPackage + TEXT("\\runtime9.dll"));
+    ImportFile("package/runtime9.dll", kPackage + TEXT("\\runtime9.dll"));
     EXPECT_EQ(copied("File Copy ind: runtime9.dll"), Names(""));
     MakeFile(library, "broken");
     EXPECT_EQ(copied("File Copy ind: runtime9.dll"), Names("runtime9.dll"));

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstring>
 #include <fstream>
+#include <iostream>
 #include <iterator>
 #include <map>
 #include <set>
@@ -59,7 +60,7 @@ void EndStartedPrograms() {
 }
 
 void CleanRegistry() {
-    DeleteValue(HKEY_LOCAL_MACHINE, kSessionManager, kPendingMoves);
+    ForgetMarks();
     DeleteValue(HKEY_LOCAL_MACHINE, TEXT("SOFTWARE\\RegisteredApplications"), TEXT("Qantivo.8"));
     const auto clean = [](HKEY hive, const Text& software) {
         for (const LPCWSTR key : {TEXT("Lorvanta"), TEXT("Classes\\Applications\\QtvApp8.exe"),
@@ -92,6 +93,25 @@ void CleanFiles() {
                          [&](const Text& name, bool) { DeleteTree(path + Text(TEXT("\\")) + name); });
 }
 
+// What QTV_RESTART says: nothing, "never", or how often the machine has restarted for the only test of this run.
+Text Restarts() {
+    WCHAR value[MAX_PATH] = {};
+    (void)GetEnvironmentVariableW(TEXT("QTV_RESTART"), value, MAX_PATH);
+    return *value || lab::CanRestart() ? value : TEXT("never");
+}
+
+[[noreturn]] void EndAsSkipped(const char* why) {
+    [why] { GTEST_SKIP() << why; }();
+    throw ::testing::AssertionException({::testing::TestPartResult::kSkip, __FILE__, __LINE__, why});
+}
+
+void ShowMachineOfSomebody() {
+    if (!lab::IsSomebodys()) return;
+    std::cout << "the machine:\n";
+    for (const auto& [name, what] : lab::Look())
+        std::cout << "  " << name << "    " << what << "\n";
+}
+
 void ExpectAllAnswered() {
     for (const ShownBox& box : BoxesSoFar().unanswered)
         ADD_FAILURE() << "no answer for the message box " << ::testing::PrintToString(box.text);
@@ -113,17 +133,19 @@ void Await(const std::string& what, const std::function<bool()>& condition) {
 }
 
 ScratchTest::ScratchTest() {
+    StartBoxes({});
+    if (!IsBeforeRestart(1)) return;
     (void)SetCurrentDirectoryW(TEXT("C:\\"));
     EndStartedPrograms();
     CleanFiles();
     CleanRegistry();
     MakeFolder(kScratch);
     EXPECT_TRUE(SetCurrentDirectoryW(kScratch.c_str()));
-    StartBoxes({});
 }
 
 ScratchTest::~ScratchTest() {
     ExpectAllAnswered();
+    if (HasFailure()) ShowMachineOfSomebody();
     (void)SetCurrentDirectoryW(TEXT("C:\\"));
     EndStartedPrograms();
 }
@@ -185,16 +207,16 @@ std::vector<Text> Tree(const Text& folder) {
     return names;
 }
 
-void ImportFile(const std::string& buildPath, const Text& target) {
+void ImportFile(const fs::path& buildPath, const Text& target) {
     MakeFolder(target.substr(0, target.rfind(TEXT('\\'))));
     std::error_code error;
-    fs::copy(buildPath, MachinePath(target),
+    fs::copy(OwnProgram().parent_path() / buildPath, MachinePath(target),
              fs::copy_options::recursive | fs::copy_options::overwrite_existing, error);
     ASSERT_FALSE(error) << buildPath << ": " << error.message();
 }
 
-std::string BuildBytes(const std::string& buildPath) {
-    std::ifstream file(buildPath, std::ios::binary | std::ios::ate);
+std::string BuildBytes(const fs::path& buildPath) {
+    std::ifstream file(OwnProgram().parent_path() / buildPath, std::ios::binary | std::ios::ate);
     if (!file) return {};
     std::string bytes(static_cast<std::size_t>(file.tellg()), '\0');
     file.seekg(0).read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
@@ -230,7 +252,7 @@ HeldFile::HeldFile(const Text& path, Hold how) {
         EXPECT_NE(m_file.get(), INVALID_HANDLE_VALUE) << GetLastError();
         return;
     }
-    ImportFile(QTV_BUILD_FOLDER "/sleeper.exe", path);
+    ImportFile("sleeper.exe", path);
     m_program.emplace(TEXT("\"") + path + TEXT("\""), TEXT("C:\\"));
 }
 
@@ -249,8 +271,25 @@ void DeleteKeyTree(HKEY parent, const Text& key) {
     EXPECT_EQ(RegDeleteKeyW(parent, key.c_str()), ERROR_SUCCESS) << ::testing::PrintToString(key);
 }
 
+void ForgetMarks() {
+    DeleteValue(HKEY_LOCAL_MACHINE, kSessionManager, kPendingMoves);
+}
+
+bool IsBeforeRestart(int n) {
+    // The kit counts to less than ten.
+    const Text restarts = Restarts();
+    return restarts.empty() || restarts[0] < '0' + n || restarts == TEXT("never");
+}
+
+void RequireRestarts() {
+    if (!Restarts().empty()) EndAsSkipped("it needs a machine that restarts beneath a program");
+}
+
 void RestartMachine() {
     EndStartedPrograms();
+    if (const Text restarts = Restarts(); !restarts.empty())
+        EndAsSkipped(restarts == TEXT("never") ? "it needs a restart of the machine"
+                                               : "it goes on after a restart");
     EXPECT_TRUE(lab::Restart());
     Await("the end of the restart", [] { return StartedPrograms().empty(); });
 }
@@ -302,7 +341,7 @@ static void NameChild(const char* name) {
 }
 
 DWORD RunChild(const char* name, const Text& program, const Text& arguments) {
-    ImportFile(OwnProgram().string(), program);
+    ImportFile(OwnProgram(), program);
     NameChild(name);
     return RunProgram(TEXT("\"") + program + TEXT("\" ") + arguments);
 }
@@ -310,7 +349,7 @@ DWORD RunChild(const char* name, const Text& program, const Text& arguments) {
 RunningProgram StartChild(const char* name, const Text& arguments) {
     const Text program = kScratch + TEXT("\\running.exe");
     // Another program may be running from the file.
-    if (!Exists(program)) ImportFile(OwnProgram().string(), program);
+    if (!Exists(program)) ImportFile(OwnProgram(), program);
     NameChild(name);
     return RunningProgram(program + TEXT(" ") + arguments);
 }

@@ -5,6 +5,7 @@
 #include <framework.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -63,11 +64,11 @@ void MakeFolder(const Text& path);  // also makes missing parents
 void DeleteTree(const Text& path);
 // Returns every file and folder below, sorted, relative to the folder. Folders end with a backslash.
 std::vector<Text> Tree(const Text& folder = kScratch);
-// Copies a file of the build, or a folder with all that is in it, onto the machine. `buildPath` is an absolute path of
-// the build machine, such as QTV_BUILD_FOLDER "/package". Programs stay programs.
-void ImportFile(const std::string& buildPath, const Text& target);
-// Returns the bytes of a file of the build. A missing file has none.
-std::string BuildBytes(const std::string& buildPath);
+// Copies a file of the build, or a folder with all that is in it, onto the machine. `buildPath` is one of the build
+// machine; a relative one, such as "package", begins beside the test program. Programs stay programs.
+void ImportFile(const std::filesystem::path& buildPath, const Text& target);
+// Returns the bytes of a file of the build, which is named in the same way. A missing file has none.
+std::string BuildBytes(const std::filesystem::path& buildPath);
 // Overwrites the four numbers of the version block in a program file.
 void SetFileVersion(const Text& path, unsigned major, unsigned minor, unsigned release, unsigned build);
 
@@ -82,8 +83,15 @@ using lab::Mark;
 inline std::vector<Mark> BootMarks() {
     return lab::Marks();
 }
+void ForgetMarks();
 // Does what the next start of the machine does: ends the programs that the test left running and carries out the marks.
+// Where a machine can't restart beneath a running program, the test ends here as skipped. Its program is started anew
+// after a real restart, and then the test goes on from here (tools/kit).
 void RestartMachine();
+// Whether this run of the test carries out what comes before its n-th restart.
+bool IsBeforeRestart(int n);
+// Ends a test as skipped that needs restarts within one call, where there are none.
+void RequireRestarts();
 
 // ---- programs ----
 // Runs a program, waits until it and all that it started have ended, and returns its exit code. A hang ends the

@@ -18,7 +18,7 @@ const Text kPackage = kScratch + TEXT("\\a package");
 using InstallDriver = ScratchTest;
 
 void MakePackage() {
-    ImportFile(QTV_BUILD_FOLDER "/package/QtvApp8.exe", kPackage + kApplication);
+    ImportFile("package/QtvApp8.exe", kPackage + kApplication);
     MakeFile(kPackage + TEXT("\\QtvUnInst.log"), "File Copy: QtvApp8.exe\n");
 }
 
@@ -140,7 +140,7 @@ TEST_F(InstallDriver, AdoptsTheInstallType) {
 TEST_F(InstallDriver, AsksBeforeReplacingTheSameOrANewerVersion) {
     MakePackage();
     const Text target = kScratch + TEXT("\\in");
-    ImportFile(QTV_BUILD_FOLDER "/package/QtvApp8.exe", target + kApplication);
+    ImportFile("package/QtvApp8.exe", target + kApplication);
     g_sourceDir = kPackage.c_str();
     g_targetDir = target.c_str();
     SetFileVersion(kPackage + kApplication, 8, 1, 5, 0);
@@ -189,8 +189,8 @@ TEST_F(InstallDriver, EndsWhereTheUserStopsIt) {
     const Text product = kScratch + TEXT("\\in") + kApplication;
     MakeFile(kScratch + TEXT("\\QtvUnInst.log"));
     for (const bool asked : {true, false}) {
-        ImportFile(QTV_BUILD_FOLDER "/sleeper.exe", product);
-        if (!asked) ImportFile(QTV_BUILD_FOLDER "/package/QtvApp8.exe", kScratch + kApplication);
+        ImportFile("sleeper.exe", product);
+        if (!asked) ImportFile("package/QtvApp8.exe", kScratch + kApplication);
         const BoxAnswers boxes({asked ? IDNO : IDYES});
         const RunningProgram setup = StartChild("Installs", TEXT("-v -runafter -instdir C:\\Scratch\\in"));
         if (!asked) Driver(setup.Id(), TEXT("Qantivo Setup")).Press(IDCANCEL);

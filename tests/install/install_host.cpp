@@ -68,7 +68,7 @@ TEST_F(InstallOnHost, HasNoSourceFolderWhenItsOwnPathIsTooLong) {
 
 // Files in the root of the drive are not taken for the package.
 TEST_F(InstallOnHost, IsDamagedWithoutItsOwnPath) {
-    ImportFile(QTV_BUILD_FOLDER "/package/QtvApp8.exe", TEXT("C:\\QtvApp8.exe"));
+    ImportFile("package/QtvApp8.exe", TEXT("C:\\QtvApp8.exe"));
     MakeFile(TEXT("C:\\QtvUnInst.log"));
     winhost::SetProgramFaults("setup.exe", {{.call = "GetModuleFileNameW"}});
     const BoxAnswers answers({IDOK});
@@ -116,7 +116,7 @@ TEST_F(InstallOnHost, WithoutAHandlerRegistersNone) {
 // Setup doesn't wait for the registrar and the application, and closes its handles to them.
 TEST_F(InstallOnHost, StartsProgramsThatGoOnByThemselves) {
     for (const Text& program : {Text(TEXT("C:\\Windows\\regsvr32.exe")), kScratch + TEXT("\\QtvApp8.exe")})
-        ImportFile(QTV_BUILD_FOLDER "/sleeper.exe", program);
+        ImportFile("sleeper.exe", program);
     g_installType = kForCurrentUser;
     const unsigned handles = winhost::OpenHandles();
     (void)SetVirtualClock(true);

@@ -109,7 +109,7 @@ TEST_F(Paths, OddNames) {
     });
     EXPECT_EQ(BootMarks().back(), Mark(TEXT("UNC\\server\\share\\a"), TEXT("")));
     CloseHandle(shared);
-    EXPECT_EQ(Listed(Tree()), Expected("names left", "App\\ App\\b App\\x a file\\ name.TXT"));
+    ExpectAnswers({{"names left", Listed(Tree()), "App\\ App\\b App\\x a file\\ name.TXT"}});
 }
 
 }  // namespace

@@ -20,9 +20,9 @@ class System : public ScratchTest {
         WCHAR path[MAX_PATH] = {};
         GetWindowsDirectoryW(path, MAX_PATH);
         m_windows = path;
-        ImportFile(QTV_BUILD_FOLDER "/machine_tests.exe", m_windows + TEXT("\\qtvprobe.exe"));
+        ImportFile("machine_tests.exe", m_windows + TEXT("\\qtvprobe.exe"));
         MakeFile(m_windows + TEXT("\\qtvprobe\\a.dll"), "no library");
-        ImportFile(QTV_BUILD_FOLDER "/sleeper.exe", TEXT("C:\\Scratch\\program.exe"));
+        ImportFile("sleeper.exe", TEXT("C:\\Scratch\\program.exe"));
     }
     ~System() override {
         DeleteTree(m_windows + TEXT("\\qtvprobe.exe"));

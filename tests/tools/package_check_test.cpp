@@ -23,7 +23,7 @@ const std::string kPage = "[InternetShortcut]\r\nURL=http://h/?a\r\nIconIndex=0\
 class PackageCheckTest : public ScratchTest {
   protected:
     PackageCheckTest() {
-        ImportFile(QTV_BUILD_FOLDER "/package/QtvApp8.exe", kPackage + TEXT("\\QtvApp8.exe"));
+        ImportFile("package/QtvApp8.exe", kPackage + TEXT("\\QtvApp8.exe"));
         for (const char* name : {"setup.exe", "QtvUnInst.exe", "QtvApp8Man.chm"})
             Write(name, "content");
         Write("QtvUnInst.log", kStart);
@@ -64,7 +64,7 @@ class PackageCheckTest : public ScratchTest {
     }
     int ExitCode() const { return package_check::ExitCode(m_findings); }
 
-    const std::string m_manual = BuildBytes(QTV_SOURCE_FOLDER "/docs/manifest.md");
+    const std::string m_manual = BuildBytes("manifest.md");
     std::vector<Finding> m_findings;
 };
 

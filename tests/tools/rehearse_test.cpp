@@ -20,7 +20,7 @@ class Rehearsed : public ScratchTest {
     // A package of a few files, one for each name.
     static void MakePackage(const Text& folder, const std::string& records) {
         for (const std::string name : {"setup.exe", "QtvUnInst.exe", "QtvApp8.exe"})
-            ImportFile(QTV_BUILD_FOLDER "/package/" + name, folder + TEXT("\\") + Wide(name));
+            ImportFile("package/" + name, folder + TEXT("\\") + Wide(name));
         for (const std::string name : {"presets.dat", "StartQV8.exe"})
             MakeFile(folder + TEXT("\\") + Wide(name), std::string(folder.size(), 'x') + name);
         MakeFile(folder + TEXT("\\QtvUnInst.log"), "File Copy: QtvApp8.exe\r\n" + records);
@@ -60,6 +60,7 @@ std::string AllSteps(const rehearse::Rehearsal& rehearsal) {
 }
 
 TEST_F(Rehearsed, TellsEachStep) {
+    RequireRestarts();
     MakePackage(kEarlier,
                 "File Copy: QtvUnInst.exe\r\nFile Copy: presets.dat > p.dat\r\nFile Copy: StartQV8.exe\r\n");
     MakePackage(kRehearsed, "File Copy: QtvUnInst.exe\r\nFile Copy: presets.dat\r\nFile Del: p.dat\r\n");
@@ -100,6 +101,7 @@ TEST_F(Rehearsed, TellsEachStep) {
 }
 
 TEST_F(Rehearsed, TellsWhatMayStayFromWhatShouldHaveGone) {
+    RequireRestarts();
     const std::string uninstaller = "File Copy: QtvUnInst.exe\r\n";
     const struct {
         const char* name;

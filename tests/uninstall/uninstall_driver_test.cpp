@@ -86,7 +86,7 @@ TEST_F(Uninstall, MarksFoldersThatStay) {
         EXPECT_EQ(MarkedPaths(), row.marked);
         EXPECT_EQ(Exists(kFolder), row.items.ends_with(":1"));
         DeleteTree(kFolder);
-        RestartMachine();
+        ForgetMarks();
     }
 }
 
@@ -152,7 +152,7 @@ TEST_F(Uninstall, CopyStartedByHand) {
         EXPECT_TRUE(Exists(kMarked + TEXT("QtvUnInst.log")));
         // The copy marks itself for the next start, whatever folder it was told.
         EXPECT_EQ(MarkedPaths().at(0), kScratch + TEXT("\\copy.exe"));
-        RestartMachine();
+        ForgetMarks();
     }
 }
 

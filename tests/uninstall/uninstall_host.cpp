@@ -20,7 +20,7 @@ using UninstallFaults = ScratchTest;
 
 // Nothing of a program that was started stays open.
 TEST_F(UninstallFaults, ApplicationIsToldToUnregisterItself) {
-    ImportFile(QTV_BUILD_FOLDER "/package/QtvApp8.exe", kScratch + TEXT("\\QtvApp8.exe"));
+    ImportFile("package/QtvApp8.exe", kScratch + TEXT("\\QtvApp8.exe"));
     MakeFile(kScratch + TEXT("\\QtvUnInst.log"));
     winhost::ClearEvents();
     const unsigned handles = winhost::OpenHandles();

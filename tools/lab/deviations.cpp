@@ -68,16 +68,19 @@ bool UnderWine() {
     return is;
 }
 
-std::string Expected(const std::string& fact, const std::string& windows) {
+std::string WinesAnswer(const std::string& fact, const std::string& windows) {
     const auto found = std::find_if(std::begin(kFacts), std::end(kFacts),
                                     [&](const auto& deviation) { return fact == deviation.fact; });
-    return found != std::end(kFacts) && UnderWine() ? found->answer : windows;
+    return found != std::end(kFacts) ? found->answer : windows;
+}
+
+std::string Expected(const std::string& fact, const std::string& windows) {
+    return UnderWine() ? WinesAnswer(fact, windows) : windows;
 }
 
 bool IsLeftOut(const std::string& name) {
-    std::string item = name;
-    if (const auto end = name.find('\\', 4); name.starts_with("HKU\\") && end != name.npos)
-        item.replace(4, end - 4, "*");
+    if (IsSomebodys() && !IsTouched(name) && !LeadsToTouched(name)) return true;
+    const std::string item = OfEveryUser(name);
     constexpr bool isEmbedded = std::is_same_v<WCHAR, char16_t>;
     return std::any_of(std::begin(kLeftOut), isEmbedded ? std::begin(kLeftOut) + 1 : std::end(kLeftOut),
                        [&](const auto& row) { return item.starts_with(row.item); });

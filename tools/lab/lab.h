@@ -71,8 +71,21 @@ bool UnderWine();
 // Returns what the running system must answer to a fact. This is `windows`, or under Wine the answer for the fact in the
 // table in deviations.cpp.
 std::string Expected(const std::string& fact, const std::string& windows);
+std::string WinesAnswer(const std::string& fact, const std::string& windows);
 // Whether the item is in the table of what no state holds, in deviations.cpp.
 bool IsLeftOut(const std::string& name);
+
+// ---- a machine that is somebody's ----
+
+// Whether the machine also holds what isn't the tests' concern: where the kit runs, which sets QTV_KIT. Others change a
+// Windows at any time, and their names are nobody's business. States then hold only what is touched.
+bool IsSomebodys();
+// Whether setup or the tests may change this item of Take: the table in touched.cpp.
+bool IsTouched(const std::string& name);
+// Whether such items may lie below this folder or key.
+bool LeadsToTouched(const std::string& name);
+// The name of an item with HKU\* for a user.
+std::string OfEveryUser(std::string name);
 
 // ---- what a machine does ----
 
@@ -119,8 +132,10 @@ struct Conditions {
 // it started as long after its end. A message box gets its safest answer (No, else Cancel, else OK).
 Outcome Run(const std::string& commandLine, const Conditions& conditions);
 
-// The next start of the machine: carries out the boot-time marks. Returns false if it failed.
+// The next start of the machine: carries out the boot-time marks. Returns false if it failed. A Windows that isn't Wine
+// can't do it beneath a running program.
 bool Restart();
+bool CanRestart();
 
 // The exit code with which Windows ends the programs of a user who logs off.
 inline constexpr DWORD kSessionEnded = 0x40010004;

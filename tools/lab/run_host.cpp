@@ -119,6 +119,10 @@ Outcome Run(const std::string& commandLine, const Conditions& conditions) {
     return outcome;
 }
 
+bool CanRestart() {
+    return true;
+}
+
 bool Restart() {
     winhost::RestartMachine();
     return true;

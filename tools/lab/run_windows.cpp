@@ -148,6 +148,10 @@ bool PressDefault() {
     return false;
 }
 
+bool CanRestart() {
+    return UnderWine();
+}
+
 bool Restart() {
     const Program program(L"C:\\windows\\system32\\wineboot.exe -r");
     return program && program.EndsWithin(tools::kHangMs) && program.ExitCode() == 0;

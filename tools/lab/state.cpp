@@ -139,6 +139,7 @@ void TakeFolder(State& state, const WideText& folder) {
             TakeFolder(state, path + TEXT("\\"));
             continue;
         }
+        if (IsLeftOut(Utf8(path))) continue;
         std::string what;
         if (EndsIn(path, TEXT(".lnk"))) what = ShortcutWhat(path);
         state[Utf8(path)] = what.empty() ? FileWhat(path, data) : what;
@@ -245,6 +246,12 @@ void TakeSharedMemory(State& state) {
     state["shared memory " + Utf8(name)] = "there";
 }
 
+bool IsOthers(const State::value_type& item) {
+    const auto& [name, what] = item;
+    if (name.starts_with("shared memory ")) return false;
+    return !IsTouched(name.starts_with("mark ") ? what.substr(what.find(' ') + 1) : name);
+}
+
 // Renames a mark by what it does.
 void AddMark(State& state, const std::string& name, const std::string& what) {
     std::string& places = state["mark: " + Neutral(what)];
@@ -281,6 +288,7 @@ State Take() {
     TakeKey(state, HKEY_USERS, nullptr, "HKU\\");
     TakeMarks(state);
     TakeSharedMemory(state);
+    if (IsSomebodys()) std::erase_if(state, IsOthers);
     return state;
 }
 

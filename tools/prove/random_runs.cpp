@@ -53,7 +53,7 @@ const std::vector<const char*> kTargets = {
 class RandomRun : public EndToEndTest {
   public:
     explicit RandomRun(unsigned number) : m_random(number) {
-        ImportFile(QTV_BUILD_FOLDER "/sleeper.exe", package + TEXT("\\") + Wide(kRunning));
+        ImportFile("sleeper.exe", package + TEXT("\\") + Wide(kRunning));
         Rebase();
     }
     std::string Result() {

@@ -1,0 +1,173 @@
+#include "kit/machine.h"
+
+#include <windows.h>
+
+#include <functional>
+#include <vector>
+
+#include "lab/lab.h"
+#include "support/handles.h"
+
+extern "C" NTSYSAPI LONG NTAPI RtlGetVersion(OSVERSIONINFOW* version);
+
+namespace kit {
+
+namespace {
+
+constexpr wchar_t kRestartedKey[] = L"SOFTWARE\\QtvKit";
+constexpr wchar_t kVersionKey[] = L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion";
+
+std::string Variable(const wchar_t* name) {
+    wchar_t value[MAX_PATH] = {};
+    (void)GetEnvironmentVariableW(name, value, MAX_PATH);
+    return tools::Utf8(value);
+}
+
+std::string VersionText(const wchar_t* name) {
+    wchar_t text[MAX_PATH] = {};
+    DWORD cbText = sizeof text;
+    (void)RegGetValueW(HKEY_LOCAL_MACHINE, kVersionKey, name, RRF_RT_REG_SZ, nullptr, text, &cbText);
+    return tools::Utf8(text);
+}
+
+std::uint64_t Digest(const std::string& text) {
+    return std::hash<std::string>()(text);
+}
+
+void LookAtFolder(Others& others, const std::wstring& folder) {
+    WIN32_FIND_DATAW found;
+    const HANDLE find = FindFirstFileW((folder + L"*").c_str(), &found);
+    if (find == INVALID_HANDLE_VALUE) return;
+    do {
+        const std::wstring name = found.cFileName;
+        const std::string path = tools::Utf8(folder + name);
+        if (name == L"." || name == L".." || lab::IsTouched(path)) continue;
+        const bool isFolder = found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY;
+        // A folder's time changes with what is in it.
+        others[Digest(path)] = isFolder ? 0
+                                        : found.nFileSizeLow ^
+                                              std::uint64_t{found.ftLastWriteTime.dwHighDateTime} << 32 ^
+                                              found.ftLastWriteTime.dwLowDateTime;
+        if (isFolder && !(found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT))
+            LookAtFolder(others, folder + name + L"\\");
+    } while (FindNextFileW(find, &found));
+    (void)FindClose(find);
+}
+
+void LookAtKey(Others& others, HKEY parent, const wchar_t* subName, const std::string& name) {
+    HKEY opened = nullptr;
+    if (lab::IsTouched(name) ||
+        RegOpenKeyExW(parent, subName, REG_OPTION_OPEN_LINK, KEY_READ, &opened) != ERROR_SUCCESS)
+        return;
+    const RegistryKey key(opened);
+    FILETIME time = {};
+    (void)RegQueryInfoKeyW(opened, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                           nullptr, nullptr, &time);
+    // The time of a key changes with the keys in it, which may be touched.
+    others[Digest(name)] =
+        lab::LeadsToTouched(name) ? 0 : std::uint64_t{time.dwHighDateTime} << 32 ^ time.dwLowDateTime;
+    wchar_t below[MAX_PATH];
+    for (DWORD index = 0; RegEnumKeyW(opened, index, below, MAX_PATH) == ERROR_SUCCESS; ++index)
+        LookAtKey(others, opened, below, name + tools::Utf8(below) + "\\");
+}
+
+void RemoveItem(const std::string& name) {
+    if (name.starts_with("mark ") || name.starts_with("shared memory ")) return;
+    if (!name.starts_with("HK")) {
+        const std::wstring path = tools::Wide(name);
+        (void)SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+        (void)(name.ends_with("\\") ? RemoveDirectoryW(path.c_str()) : DeleteFileW(path.c_str()));
+        return;
+    }
+    const HKEY hive = name.starts_with("HKLM") ? HKEY_LOCAL_MACHINE : HKEY_USERS;
+    const std::string path = name.substr(name.find('\\') + 1);
+    const auto end = path.find("\\ : ");
+    const std::wstring key = tools::Wide(path.substr(0, end == path.npos ? path.size() - 1 : end));
+    if (end == path.npos)
+        (void)RegDeleteTreeW(hive, key.c_str());
+    else
+        (void)RegDeleteKeyValueW(hive, key.c_str(), tools::Wide(path.substr(end + 4)).c_str());
+}
+
+std::string WinesVersion() {
+    const auto version = reinterpret_cast<const char* (*)()>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version")));
+    return version ? std::string("Wine ") + version() + " as " : std::string();
+}
+
+}  // namespace
+
+std::string NameOfSystem() {
+    OSVERSIONINFOW version = {};
+    version.dwOSVersionInfoSize = sizeof version;
+    (void)RtlGetVersion(&version);
+    DWORD revision = 0, cbRevision = sizeof revision;
+    (void)RegGetValueW(HKEY_LOCAL_MACHINE, kVersionKey, L"UBR", RRF_RT_REG_DWORD, nullptr, &revision,
+                       &cbRevision);
+    return WinesVersion() + "Windows " + std::to_string(version.dwMajorVersion) + "." +
+           std::to_string(version.dwMinorVersion) + ", build " + std::to_string(version.dwBuildNumber) + "." +
+           std::to_string(revision) + " " + VersionText(L"DisplayVersion") + ", " +
+           Variable(L"PROCESSOR_ARCHITECTURE") + " (" + Variable(L"PROCESSOR_IDENTIFIER") + ")";
+}
+
+bool IsSandbox() {
+    return Variable(L"USERNAME") == "WDAGUtilityAccount";
+}
+
+Others LookAtOthers() {
+    Others others;
+    LookAtFolder(others, L"C:\\");
+    LookAtKey(others, HKEY_LOCAL_MACHINE, nullptr, "HKLM\\");
+    LookAtKey(others, HKEY_USERS, nullptr, "HKU\\");
+    return others;
+}
+
+int CountChanges(const Others& before, const Others& after) {
+    int count = 0;
+    for (const auto& [name, what] : before)
+        count += !after.contains(name) || after.at(name) != what;
+    for (const auto& [name, what] : after)
+        count += !before.contains(name);
+    return count;
+}
+
+void RemoveTouched() {
+    const lab::State state = lab::Take();
+    for (auto item = state.rbegin(); item != state.rend(); ++item)
+        RemoveItem(item->first);
+}
+
+std::string Nobodys(std::string text) {
+    text = lab::Neutral(std::move(text));
+    for (const auto& [name, instead] :
+         {std::pair(L"USERPROFILE", "<Profile>"), {L"COMPUTERNAME", "<Machine>"}})
+        if (const std::string value = Variable(name); !value.empty())
+            text = tools::Replaced(std::move(text), value, instead);
+    for (const char* const before : {"\\Users\\", "\\users\\"})
+        text = tools::Replaced(std::move(text), before + Variable(L"USERNAME"), "\\Users\\<User>");
+    return text;
+}
+
+bool HasRestarted() {
+    return RegGetValueW(HKEY_LOCAL_MACHINE, kRestartedKey, L"QtvKit", RRF_RT_REG_SZ, nullptr, nullptr,
+                        nullptr) == ERROR_SUCCESS;
+}
+
+void ForgetRestart() {
+    (void)RegDeleteTreeW(HKEY_LOCAL_MACHINE, kRestartedKey);
+}
+
+bool Restart(const std::wstring& command) {
+    const auto cbCommand = static_cast<DWORD>((command.size() + 1) * sizeof(wchar_t));
+    for (const wchar_t* const key : {kRestartedKey, L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\RunOnce"})
+        (void)RegSetKeyValueW(HKEY_LOCAL_MACHINE, key, L"QtvKit", REG_SZ, command.c_str(), cbCommand);
+    HANDLE token = nullptr;
+    TOKEN_PRIVILEGES rights = {1, {{{}, SE_PRIVILEGE_ENABLED}}};
+    (void)OpenProcessToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES, &token);
+    const KernelHandle owner(token);
+    (void)LookupPrivilegeValueW(nullptr, SE_SHUTDOWN_NAME, &rights.Privileges[0].Luid);
+    (void)AdjustTokenPrivileges(token, FALSE, &rights, 0, nullptr, nullptr);
+    return ExitWindowsEx(EWX_REBOOT | EWX_FORCEIFHUNG, SHTDN_REASON_FLAG_PLANNED);
+}
+
+}  // namespace kit

@@ -1,0 +1,36 @@
+// The running Windows, as the kit sees it.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+namespace kit {
+
+// What the system calls itself: name, version with build, processor. Under Wine also Wine's version.
+std::string NameOfSystem();
+
+// Whether Windows itself throws this machine away: Windows Sandbox.
+bool IsSandbox();
+
+// All that setup and the tests don't touch: files of drive C by size and time of change, and keys of the registry. Names
+// and contents are digests, so that they tell nobody anything.
+using Others = std::map<std::uint64_t, std::uint64_t>;
+Others LookAtOthers();
+// How many of them are new, gone or changed.
+int CountChanges(const Others& before, const Others& after);
+
+// Removes what setup and the tests have left of themselves: the table in lab/touched.cpp.
+void RemoveTouched();
+
+// The text without what tells whose machine it is: folders and names of the user and of the machine.
+std::string Nobodys(std::string text);
+
+// Restarts the machine, which runs the command once at its next start. Returns false if the restart is refused. Windows
+// soon ends this program, Wine doesn't.
+bool Restart(const std::wstring& command);
+// Whether the run on this machine has restarted it, until ForgetRestart.
+bool HasRestarted();
+void ForgetRestart();
+
+}  // namespace kit

@@ -1,0 +1,177 @@
+#include "kit/report.h"
+
+#include <algorithm>
+#include <map>
+#include <sstream>
+
+#include "common/text.h"
+
+namespace kit {
+
+namespace {
+
+constexpr char kBegins[] = "[ RUN      ] ";
+const std::pair<const char*, End> kEnds[] = {
+    {"[       OK ] ", End::Right}, {"[  FAILED  ] ", End::Failed}, {"[  SKIPPED ] ", End::NotRun}};
+
+void Add(Results& results, Row row) {
+    const auto same = std::find_if(results.rows.begin(), results.rows.end(), [&](const Row& other) {
+        return other.program == row.program && other.name == row.name;
+    });
+    if (same != results.rows.end())
+        *same = std::move(row);
+    else
+        results.rows.push_back(std::move(row));
+}
+
+bool AddFact(Results& results, const std::string& line) {
+    std::istringstream fields(line);
+    std::string kind;
+    Fact fact;
+    if (!line.starts_with("fact\t") || !std::getline(fields, kind, '\t')) return false;
+    for (std::string* const field : {&fact.name, &fact.here, &fact.wine, &fact.embedded})
+        std::getline(fields, *field, '\t');
+    results.facts.push_back(std::move(fact));
+    return true;
+}
+
+// Whether the line ends the test of the row. Something without a line end may come before.
+bool Ends(const std::string& line, Row& row) {
+    for (const auto& [mark, end] : kEnds) {
+        const std::string start = mark + row.name;
+        const auto at = line.find(start), time = line.rfind(" (");
+        if (at == line.npos || !line.ends_with(" ms)") || time < at) continue;
+        row.said += line.substr(0, at);
+        row.end = end;
+        row.milliseconds = line.substr(time + 2, line.size() - time - 6);
+        return true;
+    }
+    return false;
+}
+
+std::string Xml(const std::string& text) {
+    std::string out;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);)
+        out += (out.empty() ? "" : "\n") + tools::Shown(line);
+    for (const auto& [from, to] : {std::pair("&", "&amp;"), {"<", "&lt;"}, {"\"", "&quot;"}, {"\n", "&#10;"}})
+        out = tools::Replaced(std::move(out), from, to);
+    return out;
+}
+
+std::string Counts(const Results& results) {
+    return std::to_string(results.Count(End::Right)) + " right, " +
+           std::to_string(results.Count(End::Failed)) + " failed, " +
+           std::to_string(results.Count(End::NotRun)) + " not run";
+}
+
+// The last line that says something: why it wasn't run.
+std::string Reason(const Row& row) {
+    const auto end = row.said.find_last_not_of('\n');
+    const auto begin = row.said.rfind('\n', end);
+    return row.said.substr(begin + 1, end - begin);
+}
+
+}  // namespace
+
+int Results::Count(End end) const {
+    return static_cast<int>(
+        std::count_if(rows.begin(), rows.end(), [=](const Row& row) { return row.end == end; }));
+}
+
+void AddOutput(Results& results, const std::string& program, unsigned long exitCode,
+               const std::string& output) {
+    const int failed = results.Count(End::Failed);
+    std::istringstream lines(output);
+    Row row;
+    std::string outside;
+    bool isInTest = false, hasTests = false;
+    for (std::string line; std::getline(lines, line);) {
+        if (line.ends_with('\r')) line.pop_back();
+        if (AddFact(results, line)) continue;
+        if (line.starts_with(kBegins)) {
+            row = {program, line.substr(sizeof kBegins - 1), End::Failed, "0", {}};
+            isInTest = hasTests = true;
+        } else if (isInTest && Ends(line, row)) {
+            Add(results, row);
+            isInTest = false;
+        } else {
+            (isInTest ? row.said : outside) += line + "\n";
+        }
+    }
+    const std::string ended =
+        "the program ended with " + std::to_string(exitCode) + " (0x" + tools::Hex(exitCode, 8) + ")\n";
+    if (isInTest)
+        Add(results, {program, row.name, End::Failed, "0", row.said + ended});
+    else if (!hasTests || (exitCode != 0 && results.Count(End::Failed) == failed))
+        Add(results, {program, "the whole program", End::Failed, "0", outside + ended});
+}
+
+std::string ToJUnit(const Results& results, const std::string& about) {
+    std::map<std::string, std::vector<const Row*>> programs;
+    for (const Row& row : results.rows)
+        programs[row.program].push_back(&row);
+    std::ostringstream xml;
+    const auto counts = [&](const std::vector<const Row*>& rows) {
+        const auto count = [&](End end) {
+            return std::count_if(rows.begin(), rows.end(), [=](const Row* row) { return row->end == end; });
+        };
+        xml << " tests=\"" << rows.size() << "\" failures=\"" << count(End::Failed)
+            << "\" errors=\"0\" skipped=\"" << count(End::NotRun) << "\">\n";
+    };
+    xml << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites>\n";
+    for (const auto& [program, rows] : programs) {
+        xml << "<testsuite name=\"" << program << "\"";
+        counts(rows);
+        xml << "<properties><property name=\"system\" value=\"" << Xml(about) << "\"/></properties>\n";
+        for (const Row* const row : rows) {
+            xml << "<testcase classname=\"" << program << "\" name=\"" << Xml(row->name) << "\" time=\""
+                << std::stod(row->milliseconds) / 1000 << "\"";
+            if (row->end == End::Right)
+                xml << "/>\n";
+            else if (row->end == End::NotRun)
+                xml << "><skipped message=\"" << Xml(Reason(*row)) << "\"/></testcase>\n";
+            else
+                xml << "><failure message=\"" << Xml(row->said.substr(0, row->said.find("the machine:\n")))
+                    << "\">" << Xml(row->said) << "</failure></testcase>\n";
+        }
+        xml << "</testsuite>\n";
+    }
+    xml << "</testsuites>\n";
+    return xml.str();
+}
+
+std::string ToText(const Results& results, const std::string& about) {
+    std::string text = about + Counts(results) + "\n";
+    for (const Row& row : results.rows)
+        if (row.end == End::Failed) text += "\nFAILED " + row.program + " " + row.name + "\n" + row.said;
+    if (results.Count(End::NotRun) > 0) text += "\nnot run:\n";
+    for (const Row& row : results.rows)
+        if (row.end == End::NotRun) text += "    " + row.program + " " + row.name + ": " + Reason(row) + "\n";
+    return text;
+}
+
+std::string ToFacts(const Results& results, const std::string& about) {
+    std::string text, rows;
+    std::istringstream lines(about);
+    for (std::string line; std::getline(lines, line);)
+        text += "- " + line + "\n";
+    int same = 0;
+    std::map<std::string, const Fact*> facts;
+    for (const Fact& fact : results.facts)
+        facts[fact.name] = &fact;
+    for (const auto& [name, fact] : facts) {
+        if (fact->here == fact->wine && fact->wine == fact->embedded) {
+            ++same;
+            continue;
+        }
+        rows += "| " + name;
+        for (const std::string& answer : {fact->here, fact->wine, fact->embedded})
+            rows += " | `" + tools::Replaced(answer.empty() ? " " : answer, "|", "\\|") + "`";
+        rows += " |\n";
+    }
+    return text + "- " + std::to_string(same) + " facts are the same on all three\n\n" +
+           "| fact | this system | Wine 8.0 | embedded machine |\n|---|---|---|---|\n" + rows;
+}
+
+}  // namespace kit

@@ -1,0 +1,44 @@
+// What the programs of a kit said, and the reports made of it. All texts are UTF-8.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace kit {
+
+enum class End { Right, Failed, NotRun };
+
+// A test, or a program that isn't one.
+struct Row {
+    std::string program;
+    std::string name;
+    End end = End::Failed;
+    std::string milliseconds = "0";
+    std::string said;  // all that it wrote
+};
+
+// A fact of the system, as three systems answer it.
+struct Fact {
+    std::string name, here, wine, embedded;
+};
+
+struct Results {
+    std::vector<Row> rows;
+    std::vector<Fact> facts;
+    int Count(End end) const;
+    // 1 if a row failed, otherwise 0.
+    int ExitCode() const { return Count(End::Failed) > 0; }
+};
+
+// Reads what a program of tests wrote. A test that began and didn't end has failed, and so has a program that ended with
+// `exitCode` other than 0 without a failed test, or without any test. What is told again replaces what was told before.
+void AddOutput(Results& results, const std::string& program, unsigned long exitCode,
+               const std::string& output);
+
+// The reports. `about` has a line for each thing to know about the machine and the run.
+std::string ToJUnit(const Results& results, const std::string& about);
+std::string ToText(const Results& results, const std::string& about);
+// The facts in which the systems differ, as a table in Markdown.
+std::string ToFacts(const Results& results, const std::string& about);
+
+}  // namespace kit

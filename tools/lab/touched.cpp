@@ -1,0 +1,92 @@
+#include <algorithm>
+#include <iterator>
+
+#include "lab/lab.h"
+
+namespace lab {
+
+namespace {
+
+// What setup, the sample package and the tests may change. All that begins so is compared. HKU\* are the keys of every
+// user; on Windows the classes of a user are a key of their own there.
+constexpr const char* kTouched[] = {
+    "C:\\Scratch",
+    "C:\\Package",
+    "C:\\Earlier package",
+    "C:\\Program Files\\Qantivo 8",
+    "C:\\Windows\\WININIT.INI",
+    "C:\\Windows\\System32\\planted.dll",
+    "<Temp>\\uni",
+    "<CommonStartup>\\Qantivo",
+    "<CommonStartup>\\q8t",
+    "<Startup>\\Qantivo",
+    "<Startup>\\q8t",
+    "<CommonPrograms>\\Qantivo",
+    "<Programs>\\Qantivo",
+    "<CommonDesktop>\\Qantivo",
+    "<Desktop>\\Qantivo",
+    "HKLM\\SOFTWARE\\Lorvanta\\",
+    "HKLM\\SOFTWARE\\RegisteredApplications\\ : Qantivo.8",
+    "HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\QtvApp8.exe\\",
+    "HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Qantivo 8\\",
+    "HKLM\\SOFTWARE\\Mozilla\\NativeMessagingHosts\\qtvff\\",
+    "HKLM\\SOFTWARE\\Classes\\Applications\\QtvApp8.exe\\",
+    "HKLM\\SOFTWARE\\Classes\\CLSID\\{5E0C2B7A-8D41-4F69-9C3B-71A6D2E48F15}\\",
+    "HKLM\\SOFTWARE\\Classes\\Qantivo.8\\",
+    "HKLM\\SOFTWARE\\Classes\\QV8.Document\\",
+    "HKU\\*\\Software\\Lorvanta\\",
+    "HKU\\*\\Software\\Mozilla\\NativeMessagingHosts\\qtvff\\",
+    "HKU\\*\\Software\\Classes\\Applications\\QtvApp8.exe\\",
+    "HKU\\*\\Software\\Classes\\Qantivo.8\\",
+    "HKU\\*\\Software\\Classes\\QV8.Document\\",
+    "HKU\\*\\Applications\\QtvApp8.exe\\",
+    "HKU\\*\\Qantivo.8\\",
+    "HKU\\*\\QV8.Document\\",
+};
+
+const std::vector<std::string>& Touched() {
+    static const auto touched = [] {
+        std::vector<std::string> all(std::begin(kTouched), std::end(kTouched));
+        for (std::string& start : all)
+            for (const auto& [path, name] : Names())
+                if (name.starts_with("<")) start = tools::Replaced(std::move(start), name, path);
+        return all;
+    }();
+    return touched;
+}
+
+char Lower(char letter) {
+    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+}
+
+// Windows doesn't tell upper from lower case, and not each one writes its folders and keys alike.
+bool Begins(const std::string& text, const std::string& start) {
+    return text.size() >= start.size() &&
+           std::equal(start.begin(), start.end(), text.begin(),
+                      [](char left, char right) { return Lower(left) == Lower(right); });
+}
+
+}  // namespace
+
+std::string OfEveryUser(std::string name) {
+    if (const auto end = name.find('\\', 4); name.starts_with("HKU\\") && end != name.npos)
+        name.replace(4, end - 4, "*");
+    return name;
+}
+
+bool IsSomebodys() {
+    static const bool is = GetEnvironmentVariableW(TEXT("QTV_KIT"), nullptr, 0) != 0;
+    return is;
+}
+
+bool IsTouched(const std::string& name) {
+    return std::any_of(Touched().begin(), Touched().end(),
+                       [item = OfEveryUser(name)](const auto& start) { return Begins(item, start); });
+}
+
+bool LeadsToTouched(const std::string& name) {
+    return std::any_of(Touched().begin(), Touched().end(),
+                       [item = OfEveryUser(name)](const auto& start) { return Begins(start, item); });
+}
+
+}  // namespace lab
