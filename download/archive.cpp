@@ -28,18 +28,6 @@ class Decoder {
     bool m_ready;
 };
 
-std::uint64_t SizeOf(HANDLE file) {
-    DWORD high = 0;
-    const DWORD low = GetFileSize(file, &high);
-    return std::uint64_t{high} << 32 | low;
-}
-
-Outcome ReadExactly(HANDLE file, void* bytes, std::size_t cb) {
-    DWORD cbRead = 0;
-    if (!ReadFile(file, bytes, static_cast<DWORD>(cb), &cbRead, nullptr)) return OutcomeOf(GetLastError());
-    return cbRead == cb ? Outcome::Right : Outcome::Damaged;
-}
-
 Outcome ReadAt(HANDLE file, std::uint64_t offset, std::string& bytes) {
     if (!Seek(file, offset)) return Outcome::Failed;
     return ReadExactly(file, bytes.data(), bytes.size());
@@ -101,10 +89,41 @@ bool Seek(HANDLE file, std::uint64_t offset) {
     return SetFilePointerEx(file, place, nullptr, FILE_BEGIN) != FALSE;
 }
 
+std::uint64_t SizeOf(HANDLE file) {
+    DWORD high = 0;
+    const DWORD low = GetFileSize(file, &high);
+    return std::uint64_t{high} << 32 | low;
+}
+
+Outcome ReadExactly(HANDLE file, void* bytes, std::size_t cb) {
+    DWORD cbRead = 0;
+    if (!ReadFile(file, bytes, static_cast<DWORD>(cb), &cbRead, nullptr)) return OutcomeOf(GetLastError());
+    return cbRead == cb ? Outcome::Right : Outcome::Damaged;
+}
+
+Outcome WriteExactly(HANDLE file, const char* bytes, std::size_t cb) {
+    DWORD cbWritten = 0;
+    if (!WriteFile(file, bytes, static_cast<DWORD>(cb), &cbWritten, nullptr))
+        return OutcomeOf(GetLastError());
+    return cbWritten == cb ? Outcome::Right : Outcome::NoRoom;
+}
+
+bool HasRoom(const CString& folder, std::uint64_t cb) {
+    ULARGE_INTEGER available;
+    return !GetDiskFreeSpaceExW(folder, &available, nullptr, nullptr) || available.QuadPart >= cb;
+}
+
+FILETIME TimeOf(const Entry& entry) {
+    return {static_cast<DWORD>(entry.written), static_cast<DWORD>(entry.written >> 32)};
+}
+
+KernelHandle OpenArchiveFile(const CString& path) {
+    return OpenHandle(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, OPEN_EXISTING, 0);
+}
+
 Outcome OpenArchive(const CString& path, Archive& archive) {
     archive.path = path;
-    const KernelHandle file =
-        OpenHandle(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, OPEN_EXISTING, 0);
+    const KernelHandle file = OpenArchiveFile(path);
     if (!file) return Outcome::Failed;
     std::uint64_t cbDownload = SizeOf(file.get());
     std::string head(static_cast<std::size_t>(std::min<std::uint64_t>(cbDownload, 4096)), 0);

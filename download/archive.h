@@ -14,13 +14,29 @@ namespace download {
 // Opens a file or, with FILE_FLAG_BACKUP_SEMANTICS in `flags`, a folder. Null, with the last error set, on failure.
 KernelHandle OpenHandle(LPCWSTR path, DWORD access, DWORD share, DWORD disposition, DWORD flags);
 
+// A scanner may look at a file that is being written.
+inline constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
 bool Seek(HANDLE file, std::uint64_t offset);
+std::uint64_t SizeOf(HANDLE file);
+// Damaged if the file ends before.
+Outcome ReadExactly(HANDLE file, void* bytes, std::size_t cb);
+// NoRoom if not all bytes can be written.
+Outcome WriteExactly(HANDLE file, const char* bytes, std::size_t cb);
+
+// False only if the drive surely has too little. Others may take what it has now, so each write is checked too.
+bool HasRoom(const CString& folder, std::uint64_t cb);
+
+FILETIME TimeOf(const Entry& entry);
 
 struct Archive {
     CString path;
     std::uint64_t cbProgram;
     Table table;
 };
+
+// Opens the download for reading. It may be renamed or deleted meanwhile.
+KernelHandle OpenArchiveFile(const CString& path);
 
 // Checks program and trailer of the download at `path`, and reads its table.
 Outcome OpenArchive(const CString& path, Archive& archive);

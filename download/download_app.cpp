@@ -4,6 +4,8 @@
 #include "private_folder.h"
 #include "progress_dlg.h"
 #include "ids.h"
+#include "rebuild.h"
+#include "refusal_dlg.h"
 #include "support/path_text.h"
 
 namespace {
@@ -11,6 +13,8 @@ namespace {
 using namespace download;
 
 constexpr DWORD kMostPathChars = 32767;
+// Two sentences, a version, and a path in the installation folder.
+constexpr std::size_t kRefusalChars = 3000;
 constexpr DWORD kSearchSystemFolder = 0x800;  // LOAD_LIBRARY_SEARCH_SYSTEM32
 
 // A library that the system loads later comes from the system's folder only. Systems that are too old for this don't
@@ -60,28 +64,40 @@ bool RunSetup(const CString& own, const CString& folder, const Progress& progres
     return true;
 }
 
-Result Carry(const Archive& archive, Progress& progress) {
+Result Carry(const Archive& archive, Installation& installation, Progress& progress) {
     Result result;
     PrivateFolder folder;
     result.outcome = folder.Make(archive.table);
     if (result.outcome != Outcome::Right) return result;
     folder.RemoveOthers();
     result.outcome = Unpack(archive, folder.Path(), progress);
+    if (result.outcome == Outcome::Right)
+        result.outcome = Rebuild(archive, installation, folder.Path(), progress);
     if (result.outcome == Outcome::Right && !RunSetup(archive.path, folder.Path(), progress, result))
         result.outcome = Outcome::Failed;
     return result;
 }
 
-Result RunJob(bool isSilent) {
-    Archive archive;
+Result RunJob(bool isSilent, const Archive& archive, Installation& installation) {
     Result result;
-    result.outcome = OpenArchive(OwnPath(), archive);
-    if (result.outcome != Outcome::Right) return result;
     Progress progress(archive.table);
-    const auto carry = [&] { result = Carry(archive, progress); };
+    const auto carry = [&] { result = Carry(archive, installation, progress); };
     // Without a window the job runs all the same.
     if (isSilent || CProgressDlg(carry, progress).DoModal() == -1) carry();
     return result;
+}
+
+// Says why an update can't be installed.
+void ShowRefusal(const Table& table, const Installation& installation) {
+    const CString version(table.earlierVersion), address(table.fullUrl);
+    WCHAR text[kRefusalChars];
+    if (installation.IsThere())
+        (void)FormatBounded(text, kRefusalChars, LoadResString(IDS_OTHER_FILE), LPCWSTR(version),
+                            LPCWSTR(installation.PathOf(installation.Differing())));
+    else
+        (void)FormatBounded(text, kRefusalChars, LoadResString(IDS_NOT_INSTALLED), LPCWSTR(version));
+    if (address.IsEmpty() || CRefusalDlg(text, address).DoModal() == -1)
+        (void)AfxMessageBox(text, MB_OK | MB_ICONSTOP);
 }
 
 UINT TextOf(Outcome outcome) {
@@ -107,9 +123,15 @@ int CDownloadApp::Run() {
     m_name = LoadResString(IDS_PRODUCT_NAME);
     m_pszAppName = m_name;
     const bool isSilent = IsSilentRun();
-    const Result result = RunJob(isSilent);
+    Archive archive;
+    Result result{OpenArchive(OwnPath(), archive), {}};
+    Installation installation(FindInstallation());
+    if (result.outcome == Outcome::Right) result = RunJob(isSilent, archive, installation);
     if (result.exitCode) return static_cast<int>(*result.exitCode);
-    if (!isSilent && result.outcome != Outcome::Cancelled)
+    if (isSilent || result.outcome == Outcome::Cancelled) return static_cast<int>(result.outcome);
+    if (result.outcome == Outcome::OtherInstallation)
+        ShowRefusal(archive.table, installation);
+    else
         (void)AfxMessageBox(LoadResString(TextOf(result.outcome)), MB_OK | MB_ICONSTOP);
     return static_cast<int>(result.outcome);
 }

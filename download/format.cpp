@@ -9,21 +9,8 @@ namespace download {
 
 namespace {
 
-constexpr std::string_view kMagic = "QtvDown1";
 constexpr std::size_t cbSum = 8;
-// A table with more would be larger than cbMostTable.
-constexpr std::uint32_t kMostRows = 1u << 22;
 constexpr std::uint64_t cbMostPackage = std::uint64_t{1} << 48;
-
-std::uint64_t Sum(std::string_view bytes) {
-    return lzma_crc64(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size(), 0);
-}
-
-template <class Number>
-void Put(std::string& bytes, Number number) {
-    for (std::size_t i = 0; i < sizeof number; ++i)
-        bytes += static_cast<char>(number >> (8 * i) & 0xFF);
-}
 
 // Takes numbers and texts from the front of some bytes. After a step that fails nothing more is taken.
 class Reader {
@@ -39,11 +26,20 @@ class Reader {
         return number;
     }
 
-    WideText TakeText(std::size_t cchText) {
-        const std::string_view bytes = TakeBytes(2 * cchText);
+    WideText TakeText() {
+        const auto cchText = Take<std::uint32_t>();
+        m_good = m_good && cchText <= cchMostText;
+        const std::string_view bytes = TakeBytes(2 * std::size_t{cchText});
         WideText text(bytes.size() / 2, 0);
         if (!text.empty()) std::memcpy(text.data(), bytes.data(), bytes.size());
         return text;
+    }
+
+    Digest TakeDigest() {
+        Digest digest = {};
+        const std::string_view bytes = TakeBytes(digest.size());
+        std::copy(bytes.begin(), bytes.end(), digest.begin());
+        return digest;
     }
 
     bool AtEnd() const { return m_good && m_rest.empty(); }
@@ -89,8 +85,53 @@ bool IsPlainLevel(WideView level) {
 }
 
 bool IsRightEntry(const Entry& entry) {
-    return IsPlainName(entry.name) && (entry.attributes & ~kKnownAttributes) == 0 &&
-           entry.cbFile <= cbMostPackage && (!entry.IsFolder() || entry.cbFile == 0);
+    return IsPlainName(entry.name) && entry.name.size() <= cchMostName &&
+           (entry.attributes & ~kKnownAttributes) == 0 && entry.cbFile <= cbMostPackage &&
+           (!entry.IsFolder() || entry.cbFile == 0);
+}
+
+bool IsRightRebuilt(const Rebuilt& rebuilt) {
+    if (!IsRightEntry(rebuilt.file) || rebuilt.file.IsFolder() || !IsPlainName(rebuilt.earlier) ||
+        rebuilt.earlier.size() > cchMostName)
+        return false;
+    return rebuilt.IsCopy() ? rebuilt.difference.cbPacked == 0 && rebuilt.cbEarlier == rebuilt.file.cbFile
+                            : rebuilt.cbEarlier <= cbMostEarlier;
+}
+
+// Adds up what a table says, so that no sum is larger than a number.
+struct Sizes {
+    std::uint64_t cbBlocks;
+    std::uint64_t cbPacked = 0, cbUnpacked = 0, cbFiles = 0;
+
+    bool AddBlock(const Block& block) {
+        if (block.cbPacked > cbBlocks || block.cbUnpacked > cbMostPackage) return false;
+        cbPacked += block.cbPacked;
+        cbUnpacked += block.cbUnpacked;
+        return cbPacked <= cbBlocks && cbUnpacked <= cbMostPackage;
+    }
+    bool AddFile(const Entry& entry) {
+        cbFiles += entry.cbFile;
+        return cbFiles <= cbMostPackage;
+    }
+};
+
+Block TakeBlock(Reader& reader) {
+    const auto cbPacked = reader.Take<std::uint64_t>();
+    return {cbPacked, reader.Take<std::uint64_t>()};
+}
+
+Entry TakeEntry(Reader& reader) {
+    Entry entry{{}, reader.Take<std::uint64_t>(), reader.Take<std::uint64_t>(), reader.Take<DWORD>()};
+    entry.name = reader.TakeText();
+    return entry;
+}
+
+Rebuilt TakeRebuilt(Reader& reader) {
+    Rebuilt rebuilt{
+        TakeEntry(reader), reader.TakeText(), reader.Take<std::uint64_t>(), reader.TakeDigest(), {},
+        TakeBlock(reader)};
+    rebuilt.sum = rebuilt.IsCopy() ? rebuilt.earlierSum : reader.TakeDigest();
+    return rebuilt;
 }
 
 }  // namespace
@@ -108,6 +149,10 @@ SignaturePlace FindSignature(std::string_view program) {
             At<std::uint32_t>(program, directory + 4)};
 }
 
+std::uint64_t Sum(std::string_view bytes) {
+    return lzma_crc64(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size(), 0);
+}
+
 std::uint64_t SumOfProgram(std::string program) {
     const SignaturePlace place = FindSignature(program);
     if (place.directory != 0) {
@@ -115,15 +160,6 @@ std::uint64_t SumOfProgram(std::string program) {
         std::memset(program.data() + place.directory, 0, 8);
     }
     return Sum(program);
-}
-
-std::string WriteTrailer(const Trailer& trailer) {
-    std::string bytes(kMagic);
-    for (const std::uint64_t number :
-         {trailer.cbProgram, trailer.cbBlocks, trailer.cbTable, trailer.cbTableUnpacked, trailer.programSum})
-        Put(bytes, number);
-    Put(bytes, Sum(bytes));
-    return bytes;
 }
 
 std::optional<Trailer> ReadTrailer(std::string_view bytes, std::uint64_t cbDownload) {
@@ -143,51 +179,47 @@ std::optional<Trailer> ReadTrailer(std::string_view bytes, std::uint64_t cbDownl
     return trailer;
 }
 
-std::string WriteTable(const Table& table) {
-    std::string bytes;
-    Put(bytes, static_cast<std::uint32_t>(table.blocks.size()));
-    Put(bytes, static_cast<std::uint32_t>(table.entries.size()));
-    for (const Block& block : table.blocks) {
-        Put(bytes, block.cbPacked);
-        Put(bytes, block.cbUnpacked);
-    }
-    for (const Entry& entry : table.entries) {
-        Put(bytes, entry.cbFile);
-        Put(bytes, entry.written);
-        Put(bytes, entry.attributes);
-        Put(bytes, static_cast<std::uint32_t>(entry.name.size()));
-        for (const WCHAR character : entry.name)
-            Put(bytes, static_cast<std::uint16_t>(character));
-    }
-    return bytes;
-}
-
 std::optional<Table> ReadTable(std::string_view bytes, std::uint64_t cbBlocks) {
     Reader reader(bytes);
     Table table;
-    const auto blocks = reader.Take<std::uint32_t>(), entries = reader.Take<std::uint32_t>();
-    if (blocks > kMostRows || entries > kMostRows) return {};
-    std::uint64_t cbPacked = 0, cbUnpacked = 0, cbFiles = 0;
+    const auto blocks = reader.Take<std::uint32_t>(), entries = reader.Take<std::uint32_t>(),
+               rebuilt = reader.Take<std::uint32_t>();
+    Sizes sizes{cbBlocks};
     for (std::uint32_t i = 0; i < blocks && reader.IsGood(); ++i) {
-        const Block block{reader.Take<std::uint64_t>(), reader.Take<std::uint64_t>()};
-        if (block.cbPacked > cbBlocks || block.cbUnpacked == 0 || block.cbUnpacked > cbMostPackage) return {};
-        cbPacked += block.cbPacked;
-        cbUnpacked += block.cbUnpacked;
-        // So no sum is larger than a number.
-        if (cbPacked > cbBlocks || cbUnpacked > cbMostPackage) return {};
-        table.blocks.push_back(block);
+        table.blocks.push_back(TakeBlock(reader));
+        if (table.blocks.back().cbUnpacked == 0 || !sizes.AddBlock(table.blocks.back())) return {};
     }
     for (std::uint32_t i = 0; i < entries && reader.IsGood(); ++i) {
-        Entry entry{{}, reader.Take<std::uint64_t>(), reader.Take<std::uint64_t>(), reader.Take<DWORD>()};
-        const auto cchName = reader.Take<std::uint32_t>();
-        if (cchName > cchMostName) return {};
-        entry.name = reader.TakeText(cchName);
-        cbFiles += entry.cbFile;
-        if (!IsRightEntry(entry) || cbFiles > cbMostPackage) return {};
-        table.entries.push_back(std::move(entry));
+        table.entries.push_back(TakeEntry(reader));
+        if (!IsRightEntry(table.entries.back()) || !sizes.AddFile(table.entries.back())) return {};
     }
-    if (!reader.AtEnd() || cbPacked != cbBlocks || cbUnpacked != cbFiles) return {};
+    if (sizes.cbUnpacked != sizes.cbFiles) return {};
+    for (std::uint32_t i = 0; i < rebuilt && reader.IsGood(); ++i) {
+        table.rebuilt.push_back(TakeRebuilt(reader));
+        const Rebuilt& last = table.rebuilt.back();
+        if (!IsRightRebuilt(last) || !sizes.AddBlock(last.difference) || !sizes.AddFile(last.file)) return {};
+    }
+    table.earlierVersion = reader.TakeText();
+    table.fullUrl = reader.TakeText();
+    if (!reader.AtEnd() || sizes.cbPacked != cbBlocks) return {};
+    if (!table.fullUrl.empty() && !IsWebAddress(table.fullUrl)) return {};
     return table;
+}
+
+std::uint64_t TotalBytes(const Table& table) {
+    std::uint64_t cb = 0;
+    for (const Entry& entry : table.entries)
+        cb += entry.cbFile;
+    for (const Rebuilt& rebuilt : table.rebuilt)
+        cb += rebuilt.file.cbFile;
+    return cb;
+}
+
+bool IsWebAddress(WideView text) {
+    constexpr WideView kScheme = TEXT("https://");
+    return text.starts_with(kScheme) && text.size() > kScheme.size() && text.size() <= cchMostText &&
+           std::all_of(text.begin(), text.end(),
+                       [](WCHAR each) { return each > ' ' && each < 0x7F && each != '"' && each != '\\'; });
 }
 
 bool IsPlainName(WideView name) {

@@ -9,7 +9,12 @@
 #define IDS_NO_ROOM 20
 #define IDS_NO_RIGHTS 21
 #define IDS_SHARE 22
+#define IDS_NOT_INSTALLED 23
+#define IDS_OTHER_FILE 24
 
 #define IDD_PROGRESS 101
 #define IDC_TEXT 1000
 #define IDC_BAR 1001
+
+#define IDD_REFUSAL 102
+#define IDC_ADDRESS 1002

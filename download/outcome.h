@@ -10,6 +10,8 @@ enum class Outcome {
     NoRoom = 4,
     NoRights = 5,
     Cancelled = 6,
+    // An update doesn't find the installation that it builds on.
+    OtherInstallation = 7,
 };
 
 // Returns what an error code of Windows means for a download.

@@ -51,6 +51,8 @@ void ForEachEntry(const CString& folder, Visit visit) {
 // What is in the folder first, the deepest part first.
 std::vector<CString> PathsOf(const CString& folder, const Table& table) {
     std::vector<CString> paths;
+    for (const Rebuilt& rebuilt : table.rebuilt)
+        paths.push_back(folder + TEXT("\\") + CString(rebuilt.file.name));
     for (auto entry = table.entries.rbegin(); entry != table.entries.rend(); ++entry)
         if (!entry->IsFolder()) paths.push_back(folder + TEXT("\\") + CString(entry->name));
     for (auto entry = table.entries.rbegin(); entry != table.entries.rend(); ++entry)

@@ -1,20 +1,12 @@
 #include "unpack.h"
 
 #include <algorithm>
-#include <system_error>
-#include <thread>
+
+#include "processors.h"
 
 namespace download {
 
 namespace {
-
-constexpr std::size_t kMostThreads = 4;
-// A scanner may look at a file that is being written.
-constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-
-FILETIME TimeOf(const Entry& entry) {
-    return {static_cast<DWORD>(entry.written), static_cast<DWORD>(entry.written >> 32)};
-}
 
 // All that the threads of one unpacking share.
 class Unpacking {
@@ -37,21 +29,9 @@ class Unpacking {
     }
 
     Outcome Run() {
-        if (!HasRoom()) return Outcome::NoRoom;
+        if (!HasRoom(m_folder, m_cbAll)) return Outcome::NoRoom;
         Prepare();
-        std::vector<std::thread> threads;
-        SYSTEM_INFO system;
-        GetSystemInfo(&system);
-        const std::size_t wanted =
-            std::min({kMostThreads, m_blockPlaces.size(), std::size_t{system.dwNumberOfProcessors}});
-        try {
-            while (threads.size() + 1 < wanted)
-                threads.emplace_back([this] { UnpackBlocks(); });
-        } catch (const std::system_error&) {  // this thread does their work
-        }
-        UnpackBlocks();
-        for (std::thread& thread : threads)
-            thread.join();
+        OnProcessors(m_blockPlaces.size(), [this] { UnpackBlocks(); });
         Finish();
         return m_outcome;
     }
@@ -75,12 +55,6 @@ class Unpacking {
     }
     Outcome State() const { return m_progress.IsCancelled() ? Outcome::Cancelled : m_outcome.load(); }
 
-    // False only if the drive surely has too little. Others may take what it has now, so each write is checked too.
-    bool HasRoom() const {
-        ULARGE_INTEGER available;
-        return !GetDiskFreeSpaceExW(m_folder, &available, nullptr, nullptr) || available.QuadPart >= m_cbAll;
-    }
-
     // Makes the folders, and the files that no single block makes.
     void Prepare() {
         for (std::size_t i = 0; i < m_filePlaces.size() && State() == Outcome::Right; ++i) {
@@ -95,8 +69,7 @@ class Unpacking {
     }
 
     void UnpackBlocks() {
-        const KernelHandle file =
-            OpenHandle(m_archive.path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, OPEN_EXISTING, 0);
+        const KernelHandle file = OpenArchiveFile(m_archive.path);
         if (!file) return Note(Outcome::Failed);
         for (std::size_t block; State() == Outcome::Right && (block = m_nextBlock++) < m_blockPlaces.size();)
             Note(UnpackBlock(file.get(), block));
@@ -149,10 +122,9 @@ class BlockWriter {
                 continue;
             }
             if (!m_file && !Open()) return OutcomeOf(GetLastError());
-            const auto piece = static_cast<DWORD>(std::min<std::uint64_t>(cb, end - m_place));
-            DWORD cbWritten = 0;
-            if (!WriteFile(m_file.get(), bytes, piece, &cbWritten, nullptr)) return OutcomeOf(GetLastError());
-            if (cbWritten != piece) return Outcome::NoRoom;
+            const auto piece = static_cast<std::size_t>(std::min<std::uint64_t>(cb, end - m_place));
+            if (const Outcome outcome = WriteExactly(m_file.get(), bytes, piece); outcome != Outcome::Right)
+                return outcome;
             bytes += piece;
             cb -= piece;
             m_place += piece;
@@ -195,11 +167,7 @@ Outcome Unpacking::UnpackBlock(HANDLE file, std::size_t block) {
 
 }  // namespace
 
-Progress::Progress(const Table& table) {
-    for (const Entry& entry : table.entries)
-        m_all += entry.cbFile;
-    m_all = std::max<std::uint64_t>(m_all, 1);
-}
+Progress::Progress(const Table& table) : m_all(std::max<std::uint64_t>(TotalBytes(table), 1)) {}
 
 void Progress::Add(std::uint64_t cb) {
     const std::uint64_t before = m_done.fetch_add(cb);

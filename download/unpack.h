@@ -24,13 +24,14 @@ class Progress {
   private:
     unsigned ShareAt(std::uint64_t cb) const { return static_cast<unsigned>(cb * 100 / m_all); }
 
-    std::uint64_t m_all = 0;
+    const std::uint64_t m_all;
     std::atomic<std::uint64_t> m_done = 0;
     std::atomic<bool> m_isCancelled = false;
 };
 
-// Looks for room first, and writes nothing when there is too little. Unpacks on up to four processors, each with at most cbMostDecoder bytes. Everything is checked. If the outcome isn't
-// Right, the folder may hold a part of the package.
+// Makes the folders, and the files whose bytes the download carries. Looks for room first, and writes nothing when there is
+// too little. Unpacks on up to four processors, each with at most cbMostDecoder bytes. Everything is checked. If the outcome
+// isn't Right, the folder may hold a part of the package.
 Outcome Unpack(const Archive& archive, const CString& folder, Progress& progress);
 
 }  // namespace download

@@ -3,6 +3,7 @@
 #include "install/earlier_install.h"
 #include "install/install_driver.h"
 #include "machine.h"
+#include "run/earlier_folder.h"
 #include "support/registry.h"
 #include "uninstall/file_associations.h"
 #include "uninstall/registry_purge.h"

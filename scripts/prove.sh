@@ -6,6 +6,7 @@
 #   calls: each call of the system fails     kills: the process is killed at each call, and under Wine at random moments
 #   power: it is cut at each step           full: a disk with more and more room
 #   two: two runs at once                    list: the shared list of running copies with eight processes
+#   updates: an update ends as the whole download does
 #   large: packages and logs that grow, paths that are too long, and a download of 5 GB
 # Under Wine:
 #   rounds: install, update, uninstall and restart, a hundred times      space: a small disk

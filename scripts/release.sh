@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# usage: scripts/release.sh FOLDER OUT --release-info FILE [--recipe FILE] [--earlier PACKAGE] [--same-version] [--own FOLDER]... [--icon FILE] [--sign-all]
+# usage: scripts/release.sh FOLDER OUT --release-info FILE [--recipe FILE] [--earlier PACKAGE] [--same-version] [--own FOLDER]... [--icon FILE] [--sign-all] [--always PATTERN]...
 # example: scripts/release.sh app release --release-info info.txt --earlier last-release/package
 #
-# Makes a signed download with proof from the folder that a build leaves.
+# Makes a signed download, and with --earlier an update, with proof from the folder that a build leaves.
 # Makes the package, checks it, rehearses it, makes the download, signs it, runs it, and writes checksums, the manifest
 # for winget and the report. Exits with 1 at the first step that fails, and leaves the reports so far in OUT.failed; exits with 2
 # if the input is not usable. OUT is written only if everything is right. docs/releasing.md says what each step proves, and names
@@ -14,10 +14,10 @@ set -euo pipefail
 cd "$root"
 export QTV_WINDOWS_BUILD=$windows_build LC_ALL=C.UTF-8
 
-places=() recipe='' earlier='' info='' icon='' sign_all='' options=()
+places=() recipe='' earlier='' info='' icon='' sign_all='' options=() always=()
 while [ $# -gt 0 ]; do
     case $1 in
-        --recipe | --earlier | --release-info | --own | --icon)
+        --recipe | --earlier | --release-info | --own | --icon | --always)
             [ $# -ge 2 ] || bad_usage "$1 needs a value"
             case $1 in
                 --recipe) recipe=$(absolute "$2") ;;
@@ -25,6 +25,7 @@ while [ $# -gt 0 ]; do
                 --release-info) info=$(absolute "$2") ;;
                 --own) options+=(--own "$2") ;;
                 --icon) icon=$(absolute "$2") ;;
+                --always) always+=(--always "$2") ;;
             esac
             shift
             ;;
@@ -36,6 +37,7 @@ while [ $# -gt 0 ]; do
     shift
 done
 [ ${#places[@]} -eq 2 ] || bad_usage
+[ -n "$earlier" ] || [ ${#always[@]} -eq 0 ] || bad_usage '--always needs --earlier'
 folder=${places[0]} out=${places[1]}
 [ ! -e "$out" ] || { [ -d "$out" ] && [ -z "$(ls -A "$out")" ]; } || refuse "$out is there already and is not an empty folder"
 [ -d "$(dirname "$out")" ] || refuse "$(dirname "$out") is no folder"
@@ -130,7 +132,9 @@ step 'checked' "$host_build/package_check" --sarif --sarif-base "$new" ${recipe:
 cp "$work/said" "$new/report/check.sarif"
 
 # Before the rehearsals: it tells whether the package fits.
-step 'the download is made' scripts/make_download.sh "$package" "$new/$file" ${icon:+--icon "$icon"}
+update=${file%.exe}-update.exe
+step 'the download is made' scripts/make_download.sh "$package" "$new/$file" ${icon:+--icon "$icon"} \
+    ${earlier:+--earlier "$earlier" --full-url "$url" "${always[@]}"}
 
 # ---- the rehearsals ----
 # rehearse NAME FILE OPTION...
@@ -171,6 +175,11 @@ while read -r count line; do report '  started there' "$count x $line"; done <<<
 
 # ---- the download ----
 step 'the signature of the download' sign "$new/$file"
+if [ -n "$earlier" ]; then
+    step 'the signature of the update' sign "$new/$update"
+    rehearse 'by the update file' update-file --earlier "$earlier" --update "$new/$update" "$package" -- -s
+    report '  it has' "$(($(stat -c %s "$new/$update") * 100 / $(stat -c %s "$new/$file"))) percent of the download's bytes"
+fi
 signer='nobody: no variable for the signature is set'
 # Whether this machine trusts the signer doesn't matter here.
 [ -z "$signs" ] || signer=$({ osslsigncode verify -in "$new/$file" 2>/dev/null || true; } | sed -n 's/^[[:space:]]*Subject: //p' | sed -n 1p)

@@ -1,4 +1,4 @@
-// Makes a download from a package and the program in download/.
+// Makes a download, or an update, from a package and the program in download/.
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -8,6 +8,7 @@
 
 #include "package.h"
 #include "program_resources.h"
+#include "update.h"
 #include "version_block.h"
 #include "common/help.h"
 
@@ -17,13 +18,16 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr char kHelp[] =
-    R"(usage: download_make STUB PACKAGE FILE.exe [--icon FILE.ico]
+    R"(usage: download_make STUB PACKAGE FILE.exe [--icon FILE.ico] [--earlier PACKAGE [--always PATTERN]... [--full-url ADDRESS]]
        download_make --texts PROGRAM [--icon FILE.ico]
        download_make --is-signed PROGRAM
        download_make --same-but-signature PROGRAM PROGRAM
 
 Makes a download of a package. STUB is the download without a package. Without --icon, the icon is that of the application.
 
+  --earlier PACKAGE     makes an update, which carries only what changed since that package
+  --always PATTERN      files that an update carries in any case
+  --full-url ADDRESS    where people find the whole download, if an update can't be used
   --texts               prints what the version of a program says
   --is-signed           says whether a program is signed: 0, or 1 if it isn't
   --same-but-signature  compares two programs, but for their signatures: 0, or 1 if they differ
@@ -31,14 +35,9 @@ Makes a download of a package. STUB is the download without a package. Without -
 The exit code is 2 if the download can't be made, or if a file is no program.
 )";
 
+constexpr const char* kApplication = "QtvApp8.exe";
 // Of the string with the name of the product: the first block of 16 strings.
 constexpr std::uint16_t kNameBlock = 1, kNameIndex = 1;
-
-std::string ReadFile(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) throw std::runtime_error(path.string() + " can't be read");
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 const Resource* FirstOf(const std::vector<Resource>& resources, const ResourceName& type) {
     for (const Resource& resource : resources)
@@ -152,37 +151,84 @@ std::string WithTextsOf(const Application& application, std::string program) {
     return WithResources(std::move(program), std::move(resources));
 }
 
+struct Options {
+    fs::path icon, earlier;  // empty for none
+    std::vector<std::string> always;
+    std::string fullUrl;
+};
+
+// Writes the parts of a download, which together are smaller than 4 GiB.
+class Output {
+  public:
+    explicit Output(const fs::path& path) : m_path(path), m_file(path, std::ios::binary) {}
+
+    void Write(std::string_view bytes) {
+        m_cb += bytes.size();
+        if (m_cb > cbMostDownload)
+            throw std::runtime_error("the download is larger than 4 GiB, which Windows doesn't start");
+        if (!m_file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()))) Fail();
+    }
+    std::uint64_t Size() const { return m_cb; }
+    void Close() {
+        m_file.close();
+        if (!m_file) Fail();
+    }
+
+  private:
+    [[noreturn]] void Fail() const { throw std::runtime_error(m_path.string() + " can't be written"); }
+
+    fs::path m_path;
+    std::ofstream m_file;
+    std::uint64_t m_cb = 0;
+};
+
+// The version that people read. A program of the embedded machine has none.
+std::string VersionTextOf(const fs::path& program) {
+    const std::string bytes = ReadFile(program);
+    return bytes.starts_with("MZ") ? TextsOf(VersionOf(ReadResources(bytes))).version : std::string();
+}
+
+// Writes blocks and differences, and returns the table for them.
+download::Table WriteContent(const fs::path& package, const Options& options, Output& output) {
+    Update update;
+    const Package whole = ReadPackage(package);
+    download::Table table;
+    if (options.earlier.empty()) {
+        update.carried = whole;
+    } else {
+        update = PlanUpdate(whole, options.earlier, options.always);
+        table.earlierVersion = tools::Wide(VersionTextOf(options.earlier / kApplication));
+        table.fullUrl = tools::Wide(options.fullUrl);
+    }
+    table.blocks = PackBlocks(update.carried, [&](std::string_view bytes) { output.Write(bytes); });
+    for (const std::string& difference : update.differences)
+        output.Write(difference);
+    table.entries = std::move(update.carried.entries);
+    table.rebuilt = std::move(update.rebuilt);
+    return table;
+}
+
 void MakeDownload(const fs::path& stub, const fs::path& package, const fs::path& target,
-                  const fs::path& icon) {
+                  const Options& options) {
     std::string program = ReadFile(stub);
     // A program of the embedded machine stays as it is.
     if (program.starts_with("MZ"))
-        program = WithTextsOf(ReadApplication(package / "QtvApp8.exe", icon), std::move(program));
+        program = WithTextsOf(ReadApplication(package / kApplication, options.icon), std::move(program));
     program.resize((program.size() + 7) / 8 * 8);
-    std::ofstream file(target, std::ios::binary);
-    std::uint64_t cbFile = 0;
-    const auto write = [&](std::string_view bytes) {
-        cbFile += bytes.size();
-        if (cbFile > cbMostDownload)
-            throw std::runtime_error("the download is larger than 4 GiB, which Windows doesn't start");
-        if (!file.write(bytes.data(), static_cast<std::streamsize>(bytes.size())))
-            throw std::runtime_error(target.string() + " can't be written");
-    };
-    write(program);
-    const Package content = ReadPackage(package);
+    Output output(target);
+    output.Write(program);
     download::Trailer trailer{program.size(), 0, 0, 0, download::SumOfProgram(program)};
-    const download::Table table{PackBlocks(content, write), content.entries};
-    trailer.cbBlocks = cbFile - program.size();
+    const download::Table table = WriteContent(package, options, output);
+    trailer.cbBlocks = output.Size() - program.size();
     const std::string bytes = download::WriteTable(table);
     if (bytes.size() > download::cbMostTable) throw std::runtime_error("the package has too many files");
     trailer.cbTableUnpacked = bytes.size();
     std::string packed = Pack(bytes);
-    packed.resize(packed.size() + (8 - (cbFile + packed.size()) % 8) % 8);
+    packed.resize(packed.size() + (8 - (output.Size() + packed.size()) % 8) % 8);
     trailer.cbTable = packed.size();
-    write(packed);
-    write(download::WriteTrailer(trailer));
-    file.close();
-    if (!file) throw std::runtime_error(target.string() + " can't be written");
+    output.Write(packed);
+    output.Write(download::WriteTrailer(trailer));
+    output.Close();
 }
 
 void PrintTexts(const fs::path& program, const fs::path& icon) {
@@ -209,22 +255,47 @@ bool IsSigned(const fs::path& path) {
     return place.cbSignature != 0;
 }
 
-int Run(std::vector<std::string> arguments) {
-    fs::path icon;
-    if (const auto option = std::find(arguments.begin(), arguments.end(), "--icon");
-        arguments.end() - option > 1) {
-        icon = option[1];
-        arguments.erase(option, option + 2);
+// Takes the options out of the arguments. None when one has no value, or an update none of its own.
+std::optional<Options> TakeOptions(std::vector<std::string>& arguments) {
+    Options options;
+    std::vector<std::string> rest;
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        const std::string& argument = arguments[i];
+        const bool isOption = argument == "--icon" || argument == "--earlier" || argument == "--always" ||
+                              argument == "--full-url";
+        if (!isOption) {
+            rest.push_back(argument);
+            continue;
+        }
+        if (i + 1 == arguments.size()) return {};
+        const std::string& value = arguments[++i];
+        if (argument == "--icon")
+            options.icon = value;
+        else if (argument == "--earlier")
+            options.earlier = value;
+        else if (argument == "--always")
+            options.always.push_back(tools::Replaced(value, "/", "\\"));
+        else
+            options.fullUrl = value;
     }
+    arguments = std::move(rest);
+    if (options.earlier.empty() && (!options.always.empty() || !options.fullUrl.empty())) return {};
+    if (!options.fullUrl.empty() && !download::IsWebAddress(tools::Wide(options.fullUrl)))
+        throw std::runtime_error(options.fullUrl + " is no address that begins with https://");
+    return options;
+}
+
+int Run(std::vector<std::string> arguments) {
+    const std::optional<Options> options = TakeOptions(arguments);
     const std::string first = arguments.empty() ? "" : arguments[0];
-    if (arguments.size() == 2 && first == "--texts") {
-        PrintTexts(arguments[1], icon);
-    } else if (arguments.size() == 2 && first == "--is-signed") {
+    if (options && arguments.size() == 2 && first == "--texts") {
+        PrintTexts(arguments[1], options->icon);
+    } else if (options && arguments.size() == 2 && first == "--is-signed") {
         return IsSigned(arguments[1]) ? 0 : 1;
-    } else if (arguments.size() == 3 && first == "--same-but-signature") {
+    } else if (options && arguments.size() == 3 && first == "--same-but-signature") {
         return WithoutSignature(arguments[1]) == WithoutSignature(arguments[2]) ? 0 : 1;
-    } else if (arguments.size() == 3 && !first.starts_with("-")) {
-        MakeDownload(arguments[0], arguments[1], arguments[2], icon);
+    } else if (options && arguments.size() == 3 && !first.starts_with("-")) {
+        MakeDownload(arguments[0], arguments[1], arguments[2], *options);
     } else {
         tools::PrintUsage(kHelp);
         return 2;

@@ -11,6 +11,7 @@
 #include <tuple>
 
 #include "common/text.h"
+#include "support/handles.h"
 
 namespace download_make {
 
@@ -125,14 +126,9 @@ class Encoder {
     std::string m_output;
 };
 
-struct FileCloser {
-    void operator()(std::FILE* file) const { (void)std::fclose(file); }
-};
-using PackedFile = std::unique_ptr<std::FILE, FileCloser>;
-
 // Packs one part into a file without a name.
-PackedFile PackPart(const Package& package, const Part& part) {
-    PackedFile packed(std::tmpfile());
+FileStream PackPart(const Package& package, const Part& part) {
+    FileStream packed(std::tmpfile());
     const download_make::Write write = [&](std::string_view bytes) {
         if (!packed || std::fwrite(bytes.data(), 1, bytes.size(), packed.get()) != bytes.size())
             throw std::runtime_error("can't be packed: the temporary folder is full");
@@ -204,6 +200,12 @@ void RequireRoom(const Package& package, const std::vector<Part>& parts) {
 
 }  // namespace
 
+std::string ReadFile(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) throw std::runtime_error(path.string() + " can't be read");
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
 Package ReadPackage(const fs::path& folder) {
     struct Found {
         Entry entry;
@@ -235,7 +237,7 @@ Package ReadPackage(const fs::path& folder) {
 std::vector<Block> PackBlocks(const Package& package, const Write& write) {
     const std::vector<Part> parts = PartsOf(package);
     RequireRoom(package, parts);
-    std::vector<std::future<PackedFile>> packers(parts.size());
+    std::vector<std::future<FileStream>> packers(parts.size());
     const auto start = [&](std::size_t part) {
         packers[part] = std::async(std::launch::async, [&, part] { return PackPart(package, parts[part]); });
     };
@@ -243,7 +245,7 @@ std::vector<Block> PackBlocks(const Package& package, const Write& write) {
     for (std::size_t part = 0; part < parts.size(); ++part) {
         for (std::size_t next = part; next < std::min(parts.size(), part + kPackers); ++next)
             if (!packers[next].valid()) start(next);
-        const PackedFile packed = packers[part].get();
+        const FileStream packed = packers[part].get();
         Block block{0, parts[part].cbPart};
         std::string piece(cbPiece, 0);
         std::rewind(packed.get());

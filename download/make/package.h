@@ -12,6 +12,9 @@ namespace download_make {
 // Windows starts no larger program.
 inline constexpr std::uint64_t cbMostDownload = (std::uint64_t{1} << 32) - 1;
 
+// Returns all bytes of a file. Throws std::runtime_error when it can't be read.
+std::string ReadFile(const std::filesystem::path& path);
+
 struct Package {
     std::vector<download::Entry> entries;
     std::vector<std::filesystem::path> paths;  // of the entries

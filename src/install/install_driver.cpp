@@ -9,6 +9,7 @@
 #include "install/earlier_install.h"
 #include "install/file_version.h"
 #include "install/install_action.h"
+#include "run/earlier_folder.h"
 #include "run/process_helpers.h"
 #include "run/product.h"
 #include "run/run_paths.h"
@@ -27,28 +28,12 @@ constexpr DWORD kRestartReason = 0x80040002;
 constexpr int kFirstStep = -1;
 constexpr int kReadyStep = 4;
 
-CString WithoutClosingBackslash(const CString& path) {
-    return path.Last() == '\\' ? path.Left(path.GetLength() - 1) : path;
-}
-
-// `-instdir "C:\Apps\Qa\"` reaches the program as `C:\Apps\Qa"`, because a backslash escapes the quote that follows it.
-CString CleanFolderArgument(const CString& argument) {
-    const CString folder = argument.Last() == '"' ? argument.Left(argument.GetLength() - 1) : argument;
-    const WCHAR last = folder.Last();
-    return last == '\\' || last == '/' ? folder.Left(folder.GetLength() - 1) : folder;
-}
-
-// Reads the options of the install into the variables of the run. Returns the last folder on the command
-// line, or an empty text. A folder argument isn't skipped: it is read as an option, too.
-CString ReadInstallOptions() {
-    CString folderArg;
+// Reads the options of the install into the variables of the run.
+void ReadInstallOptions() {
     for (int i = 1; i < __argc; ++i) {
         const CString argument = __wargv[i];
         if (argument.Find(TEXT("-inst")) == 0) {
-            const bool portable = argument == TEXT("-instport");
-            if (portable) g_installType = kPortable;
-            if ((portable || argument == TEXT("-instdir")) && i + 1 < __argc)
-                folderArg = CleanFolderArgument(__wargv[i + 1]);
+            if (argument == TEXT("-instport")) g_installType = kPortable;
         } else if (argument.CompareNoCase(TEXT("-runafter")) == 0) {
             g_runAfter = 1;
         } else if (g_installType == kForCurrentUser && argument.CompareNoCase(TEXT("-allusers")) == 0) {
@@ -59,7 +44,6 @@ CString ReadInstallOptions() {
             g_desktopIcon = 0;
         }
     }
-    return folderArg;
 }
 
 void ChooseTargetFolder(const CString& folderArg) {
@@ -124,7 +108,8 @@ void RestartOrStartProduct() {
 int RunInstall() {
     g_targetDir = GetInstalledFolder();
     g_sourceDir = GetSourceFolder();
-    ChooseTargetFolder(ReadInstallOptions());
+    ReadInstallOptions();
+    ChooseTargetFolder(GetFolderOption());
     g_groupName = kProductName;
     if (!AdoptEarlierInstallation()) return 1;
     if (!SetupFilesAreWhole()) AbortDamaged();
@@ -135,15 +120,6 @@ int RunInstall() {
     (void)SetCurrentDirectoryW(g_targetDir);
     if (g_runAfter) RestartOrStartProduct();
     return 0;
-}
-
-CString GetInstalledFolder() {
-    CString folder = GetRegString(HKEY_LOCAL_MACHINE, kProductKey, TEXT("Path"));
-    if (folder.IsEmpty()) {
-        const CString application = GetRegString(HKEY_LOCAL_MACHINE, kAppPathsKey, nullptr);
-        folder = application.Left(application.Find(TEXT("\\") + CString(kApplicationFile)));
-    }
-    return WithoutClosingBackslash(folder);
 }
 
 CString GetSourceFolder() {
@@ -159,7 +135,7 @@ CString GetProgramFilesDir() {
         const CString path = windows;
         folder = path.Left(path.Find('\\') + 1) + TEXT("Program Files");
     }
-    return WithoutClosingBackslash(folder);
+    return folder.Last() == '\\' ? folder.Left(folder.GetLength() - 1) : folder;
 }
 
 void AbortDamaged() {

@@ -7,8 +7,6 @@
 // when the setup files are damaged.
 int RunInstall();
 
-// The folder of an earlier installation, without a closing separator; empty when there is none.
-CString GetInstalledFolder();
 // The folder of the running program, without a closing separator; empty when its path doesn't fit.
 CString GetSourceFolder();
 // The Program Files folder, without a closing separator.

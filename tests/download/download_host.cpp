@@ -1,7 +1,12 @@
 // How the program ends before setup starts: in a silent run by its exit code, otherwise also in words. Only the embedded
 // machine can make a call fail.
 #include "download/made_download.h"
+#include "harness/driver.h"
+#include "harness/registry_values.h"
+#include "ids.h"
+#include "lab/program.h"
 #include "outcome.h"
+#include "run/product.h"
 #include <winhost.h>
 
 namespace {
@@ -48,6 +53,48 @@ TEST_F(DownloadProgram, EachFailureHasItsCodeAndItsWords) {
         EXPECT_EQ(BootMarks(), std::vector<Mark>());
         EXPECT_EQ(Tree(TEXT("C:\\Program Files")), programs);
     }
+}
+
+// An update that doesn't find its installation: the page says what is missing, and a button opens the address.
+TEST_F(DownloadProgram, ARefusedUpdateNamesTheFileAndTheFullDownload) {
+    const std::vector<Text> programs = Tree(TEXT("C:\\Program Files"));
+    MakeFile(At("download.exe"),
+             Download("setup.exe:none a:bytes", 7, BuildBytes(QTV_BUILD_FOLDER "/download.exe"),
+                      {{"b", "old", "earlier", "", "earlier"}}));
+    const struct {
+        bool isInstalled;
+        int button;
+        const char* says;
+    } rows[] = {{false, IDCANCEL, "8.5.1.0, which isn't installed"},
+                {true, IDCANCEL, "\\app\\old"},
+                {true, IDOK, "\\app\\old"}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.says);
+        if (row.isInstalled) {
+            MakeFile(At("app\\QtvApp8.exe"));
+            PutValue(HKEY_LOCAL_MACHINE, kProductKey, TEXT("Path"), Sz(At("app")));
+        }
+        EXPECT_EQ(RunProgram(TEXT("download.exe -s")), static_cast<DWORD>(Outcome::OtherInstallation));
+        winhost::ClearEvents();
+        const lab::Program program(TEXT("download.exe"));
+        Driver page(program.Id(), TEXT("Setup"));
+        // The page of the unpacking has the same title.
+        while (!page.Control(IDC_ADDRESS))
+            page = Driver(program.Id(), TEXT("Setup"));
+        EXPECT_NE(Narrow(TextOf(page.Control(IDC_TEXT))).find(row.says), std::string::npos);
+        EXPECT_EQ(TextOf(page.Control(IDC_ADDRESS)), TEXT("https://example.com/full.exe"));
+        EXPECT_TRUE(PostMessageW(page.Window(), WM_COMMAND, static_cast<WPARAM>(row.button), 0));
+        EXPECT_TRUE(program.EndsWithin(60'000));
+        EXPECT_EQ(program.ExitCode(), static_cast<DWORD>(Outcome::OtherInstallation));
+        const std::vector<std::string> events = winhost::Events();
+        EXPECT_EQ(std::any_of(events.begin(), events.end(),
+                              [](const std::string& event) {
+                                  return event.find("https://example.com/full.exe") != std::string::npos;
+                              }),
+                  row.button == IDOK);
+    }
+    EXPECT_EQ(BootMarks(), std::vector<Mark>());
+    EXPECT_EQ(Tree(TEXT("C:\\Program Files")), programs);
 }
 
 }  // namespace

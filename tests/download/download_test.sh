@@ -39,6 +39,9 @@ refused usage "$script" package
 refused "doesn't end in .exe" "$script" package out
 refused 'is no folder' "$script" package none/out.exe
 refused 'has no setup.exe' "$script" . out.exe
+refused 'has no setup.exe' "$script" "$build/package" out.exe --earlier .
+refused 'need --earlier' "$script" package out.exe --full-url https://example.com
+refused 'needs a value' "$script" package out.exe --earlier
 refused 'no QtvUnInst.log' "$script" package out.exe
 cp "$build/package/QtvUnInst.log" package
 pack() { "${QTV_HOST_BUILD:-$root/build/host}/download_make" "$build/download.exe" "$@"; }
@@ -208,6 +211,28 @@ recipe pending 1
 for file in QtvApp8.ini "$build/package/QtvApp8.exe"; do
     cmp "$file" "$program_files/Qantivo 8/$(basename "$file")" || fail "$file is not installed"
 done
+# An update of the sample to one with another page and another version of a library; the whole download, where a file was changed.
+cp -r "$build/package/." package
+cp "$build/sleeper.exe" package/sleeper.exe
+echo more >>package/HomePage.url
+printf 'File Copy: sleeper.exe\r\n' >>package/QtvUnInst.log
+"$script" package new.exe --earlier "$build/package" --full-url https://example.com/new.exe >made || fail "no update: $(<made)"
+[ "$(sed -n 's/.*-update.exe: \([0-9]*\) bytes/\1/p' made)" -lt "$(stat -c %s new.exe)" ] || fail "the update is large: $(<made)"
+refused 'no address' "$script" package out.exe --earlier "$build/package" --full-url http://example.com
+mv new.exe Qantivo.exe
+mv new-update.exe Qantivo-update.exe
+installed() { for file in "$@"; do cmp "package/$file" "$program_files/Qantivo 8/$file" || fail "$file is not installed"; done; }
+recipe update 0
+installed sleeper.exe HomePage.url QtvApp8.exe
+recipe install 0
+echo changed >"$program_files/Qantivo 8/QtvApp8Man.chm"
+result=0
+"$root/scripts/wine.sh" Qantivo-update.exe -install -s >said 2>&1 || result=$?
+[ "$result" = 7 ] || fail "an update of a changed installation ends with $result"
+[ "$(<"$program_files/Qantivo 8/QtvApp8Man.chm")" = changed ] || fail 'a refused update changes a file'
+recipe update 0
+installed QtvApp8Man.chm
+is_clean 'after the updates'
 recipe remove 0
 ! ls "$program_files/Qantivo 8/"*.exe 2>/dev/null || fail 'the recipe did not wait for the removal'
 recipe detect 1

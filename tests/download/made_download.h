@@ -5,6 +5,7 @@
 
 #include "format.h"
 #include "harness/machine_view.h"
+#include "sha256.h"
 
 inline std::string Packed(const std::string& bytes) {
     std::string packed(lzma_stream_buffer_bound(bytes.size()), 0);
@@ -18,9 +19,31 @@ inline std::string Packed(const std::string& bytes) {
 
 inline constexpr std::uint64_t kTime = 132'000'000'000'000'000;
 
-// A download with these files, in blocks of `cbBlock` bytes. NAME\ is a folder, and NAME! a read-only file.
-inline std::string Download(const std::string& list, std::size_t cbBlock, std::string program = "a program") {
-    download::Table table;
+// A file that is made of the earlier one, as a copy or by these steps.
+struct MadeFile {
+    std::string name, earlier, earlierBytes, steps, bytes;
+};
+
+inline download::Digest SumOf(const std::string& bytes) {
+    download::Sha256 sum;
+    sum.Add(bytes.data(), bytes.size());
+    return sum.Finish();
+}
+
+// A step of a difference: a place, the run that is added to the bytes there, and the run after it.
+inline std::string Step(unsigned place, const std::string& added, const std::string& plain) {
+    std::string bytes;
+    for (const std::size_t number : {std::size_t{place}, added.size(), plain.size()})
+        for (int i = 0; i < 4; ++i)
+            bytes += static_cast<char>(number >> (8 * i) & 0xFF);
+    return bytes + added + plain;
+}
+
+// A download with these files, in blocks of `cbBlock` bytes, or an update with `made` too. NAME\ is a folder, and NAME! a
+// read-only file.
+inline std::string Download(const std::string& list, std::size_t cbBlock, std::string program = "a program",
+                            const std::vector<MadeFile>& made = {}) {
+    download::Table table{{}, {}, {}, TEXT("8.5.1.0"), TEXT("https://example.com/full.exe")};
     std::string all, blocks;
     for (const std::string& item : Items(list)) {
         const std::size_t split = std::min(item.find(':'), item.size());
@@ -36,6 +59,16 @@ inline std::string Download(const std::string& list, std::size_t cbBlock, std::s
     for (std::size_t at = 0; at < all.size(); at += cbBlock) {
         const std::string packed = Packed(all.substr(at, cbBlock));
         table.blocks.push_back({packed.size(), std::min(cbBlock, all.size() - at)});
+        blocks += packed;
+    }
+    for (const MadeFile& file : made) {
+        const std::string packed = file.steps.empty() ? "" : Packed(file.steps);
+        table.rebuilt.push_back({{Wide(file.name), file.bytes.size(), kTime, FILE_ATTRIBUTE_READONLY},
+                                 Wide(file.earlier),
+                                 file.earlierBytes.size(),
+                                 SumOf(file.earlierBytes),
+                                 SumOf(file.bytes),
+                                 {packed.size(), file.steps.size()}});
         blocks += packed;
     }
     program.resize((program.size() + 7) / 8 * 8);

@@ -2,6 +2,7 @@
 
 #include <shlobj.h>
 
+#include "run/earlier_folder.h"
 #include "run/process_helpers.h"
 #include "app/setup_state.h"
 #include "install/earlier_install.h"

@@ -19,10 +19,11 @@ from judge import Benches, new_folder
 from lab import HOST, ROOT, WINDOWS, Unusable
 from large import large
 from scenarios import SCENARIOS
+from updates import updates
 
 ASAN = ROOT / 'build/host-asan'
 LIST = {'quick': ('100', '5'), 'whole': ('10000', '100')}  # rounds of each process, and kills
-PARTS = ('calls', 'kills', 'power', 'full', 'two', 'list', 'large', 'rounds', 'space', 'both')
+PARTS = ('calls', 'kills', 'power', 'full', 'two', 'updates', 'list', 'large', 'rounds', 'space', 'both')
 
 
 class Parser(argparse.ArgumentParser):
@@ -82,6 +83,8 @@ def jobs():
         build(HOST, 'host', 'lab', 'setup', 'download', 'download_make', 'list_watch', 'list_worker', 'bare_copy', 'peak_memory', 'sample_package_earlier',
               'regsvr32', *(['random_runs', 'rehearse'] if 'both' in options.parts else []))
     yield from on_benches()
+    if 'updates' in options.parts:
+        yield 'updates', lambda: updates(options.setup or HOST / 'setup.exe', options.quick)
     if 'list' in options.parts:
         yield 'list', lambda: subprocess.run([HOST / 'list_watch', HOST, *LIST['quick' if options.quick else 'whole']],
                                              check=False).returncode == 0

@@ -28,12 +28,13 @@ using rehearse::Unusable;
 constexpr int kMisused = 2;
 
 constexpr char kHelp[] =
-    R"(usage: rehearse PACKAGE [--earlier PACKAGE] [--wine | --trace FILE] [--json] [--html FILE] [-- OPTION OF SETUP...]
+    R"(usage: rehearse PACKAGE [--earlier PACKAGE [--update FILE]] [--wine | --trace FILE] [--json] [--html FILE] [-- OPTION OF SETUP...]
 
 Installs a package on a throwaway machine, uninstalls it and restarts the machine. Shows what each step changed, and what is left
 at the end. The options of setup are -s if none are given.
 
   --earlier PACKAGE  installs this package first, with the same options
+  --update FILE      starts this update of the earlier package instead of the package's setup
   --wine             runs the package's own Windows program in a throwaway Wine prefix
   --trace FILE       writes what the programs did, in order; Wine can't tell it
   --json             prints the result as JSON
@@ -46,6 +47,7 @@ file isn't installed as the manifest says; 2 if there is nothing to rehearse, or
 struct Request {
     std::string package;
     std::string earlier;
+    std::string update;
     bool wine = false;
     bool json = false;
     std::string html;
@@ -68,6 +70,8 @@ std::optional<Request> ReadArguments(const std::vector<std::string>& arguments) 
             request.json = true;
         else if (argument == "--earlier" && i + 1 < arguments.size() && request.earlier.empty())
             request.earlier = arguments[++i];
+        else if (argument == "--update" && i + 1 < arguments.size() && request.update.empty())
+            request.update = arguments[++i];
         else if (argument == "--html" && i + 1 < arguments.size() && request.html.empty())
             request.html = arguments[++i];
         else if (argument == "--trace" && i + 1 < arguments.size() && request.trace.empty())
@@ -77,7 +81,8 @@ std::optional<Request> ReadArguments(const std::vector<std::string>& arguments) 
         else
             request.package = argument;
     }
-    misused = misused || (request.wine && !request.trace.empty());
+    misused = misused || (request.wine && !request.trace.empty()) ||
+              (request.earlier.empty() && !request.update.empty());
     if (!misused && !request.package.empty()) return request;
     tools::PrintUsage(kHelp);
     return std::nullopt;
@@ -105,6 +110,18 @@ std::vector<std::pair<PackageFolder, std::string>> Packages(const Request& reque
     if (!request.earlier.empty())
         packages.emplace_back(PackageFolder(request.earlier), name(rehearse::kEarlierPackage));
     return packages;
+}
+
+// Copies the update, if there is one, to the drive of the machine. `kind` is that of its programs.
+void CopyUpdate(const Request& request, const fs::path& drive, ProgramKind kind) {
+    if (request.update.empty()) return;
+    if (rehearse::KindOf(request.update) != kind)
+        throw Unusable(request.update + (kind == ProgramKind::Windows
+                                             ? " is no Windows program"
+                                             : " doesn't run on an embedded machine; --wine rehearses it"));
+    const fs::path target = drive / "Update/update.exe";
+    fs::create_directory(target.parent_path());
+    fs::copy_file(request.update, target);
 }
 
 // ---- an embedded machine ----
@@ -140,6 +157,7 @@ int RehearseEmbedded(const Request& request, const fs::path& folder) {
     const fs::path machine = folder / "machine";
     winhost::CreateMachine(machine);
     Introduce(request, "an embedded machine");
+    CopyUpdate(request, machine / "C", ProgramKind::Host);
     for (const auto& [package, name] : packages) {
         if (package.SetupKind() == ProgramKind::Host) {
             package.CopyTo(machine / "C" / name);
@@ -226,6 +244,7 @@ int RehearseUnderWine(const Request& request, const fs::path& folder) {
     if (made != 0) return made > 128 ? made : kMisused;
     for (const auto& [package, name] : packages)
         package.CopyTo(wineHome / "prefix/drive_c" / name);
+    CopyUpdate(request, wineHome / "prefix/drive_c", ProgramKind::Windows);
     return rehearse::RunChild([&]() -> int {
         std::vector<std::string> command = {wine, program, request.package,
                                             request.json   ? "json"

@@ -30,8 +30,12 @@ fs::path PackageFolder::Find(const std::string& name) const {
 }
 
 ProgramKind PackageFolder::SetupKind() const {
+    return KindOf(Find("setup.exe"));
+}
+
+ProgramKind KindOf(const fs::path& program) {
     char start[4] = {};
-    std::ifstream(Find("setup.exe"), std::ios::binary).read(start, sizeof start);
+    std::ifstream(program, std::ios::binary).read(start, sizeof start);
     const std::string_view bytes(start, sizeof start);
     return bytes == "\x7F"
                     "ELF"

@@ -14,6 +14,8 @@ struct Unusable : std::runtime_error {
 };
 
 enum class ProgramKind { Host, Windows, Other };
+// By the first bytes of the file. One that can't be read is another one.
+ProgramKind KindOf(const std::filesystem::path& program);
 
 class PackageFolder {
   public:

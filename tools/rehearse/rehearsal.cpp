@@ -7,7 +7,7 @@
 #include "common/text.h"
 #include "rehearse/expected.h"
 #include "rehearse/outcomes.h"
-#include "rehearse/paths.h"
+#include "common/copied_files.h"
 
 namespace rehearse {
 
@@ -118,15 +118,17 @@ class Stage {
 
     bool Has(const std::string& name) const { return m_last.contains(name); }
 
-    void Install(const char* name, const std::string& folder, const std::vector<std::string>& options) {
-        std::string command = Quoted(folder + "setup.exe");
+    // Starts the program, which is that of the package or one that carries it.
+    void Install(const char* name, const std::string& folder, const std::string& program,
+                 const std::vector<std::string>& options) {
+        std::string command = Quoted(program);
         for (const std::string& option : options)
             command += " " + Quoted(option);
-        Run({name, command, {}, {}, {}, {}, {}}, folder);
+        Run({name, command, {}, {}, {}, {}, {}}, tools::FolderOf(program));
         const bool isPortable = std::find(options.begin(), options.end(), "-instport") != options.end();
         for (const std::string& uninstaller : Uninstallers())
             for (const std::string& what :
-                 WronglyInstalled(m_last, folder, FolderOf(uninstaller), isPortable))
+                 WronglyInstalled(m_last, folder, tools::FolderOf(uninstaller), isPortable))
                 m_rehearsal.faults.push_back({name, Neutral(what)});
     }
 
@@ -271,10 +273,14 @@ int Rehearsal::ExitCode() const {
 
 Rehearsal Rehearse(const std::vector<std::string>& options, const std::function<void(const Step&)>& seen) {
     Stage stage(seen);
+    const std::string setup = "setup.exe";
     try {
         if (stage.Has(kEarlierPackage))
-            stage.Install("setup of the earlier package", kEarlierPackage, options);
-        stage.Install("setup", kPackage, options);
+            stage.Install("setup of the earlier package", kEarlierPackage, kEarlierPackage + setup, options);
+        if (stage.Has(kUpdate))
+            stage.Install("update", kPackage, kUpdate, options);
+        else
+            stage.Install("setup", kPackage, kPackage + setup, options);
         const std::vector<Installation> installations = stage.Installations();
         stage.Uninstall();
         stage.NextStart();

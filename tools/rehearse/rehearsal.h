@@ -13,6 +13,8 @@ namespace rehearse {
 // The folders of the packages on the machine. A folder that does not exist counts as no package.
 inline constexpr char kPackage[] = "C:\\Package\\";
 inline constexpr char kEarlierPackage[] = "C:\\Earlier package\\";
+// An update of the earlier package to the package. If it is there, it is started instead of the package's setup.
+inline constexpr char kUpdate[] = "C:\\Update\\update.exe";
 
 struct Step {
     std::string name;
@@ -40,8 +42,8 @@ struct Rehearsal {
     int ExitCode() const;
 };
 
-// Runs all steps on the machine: the earlier package, the package, the uninstaller, the next start. Both setup programs
-// get the options. `seen` is called after each step. A step that hangs is the last one.
+// Runs all steps on the machine: the earlier package, the package or its update, the uninstaller, the next start. Both setup
+// programs get the options. `seen` is called after each step. A step that hangs is the last one.
 Rehearsal Rehearse(const std::vector<std::string>& options, const std::function<void(const Step&)>& seen);
 
 }  // namespace rehearse

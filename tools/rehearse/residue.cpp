@@ -4,7 +4,7 @@
 
 #include "engine/manifest.h"
 #include "common/text.h"
-#include "rehearse/paths.h"
+#include "common/copied_files.h"
 #include "support/handles.h"
 
 namespace rehearse {
@@ -57,8 +57,8 @@ void AddNamed(const std::string& folder, const std::vector<CString>& patterns,
 }  // namespace
 
 Installation::Installation(const std::string& uninstaller, const lab::State& machine)
-    : m_folder(FolderOf(uninstaller)),
-      m_parent(FolderOf(m_folder.substr(0, m_folder.size() - 1))),
+    : m_folder(tools::FolderOf(uninstaller)),
+      m_parent(tools::FolderOf(m_folder.substr(0, m_folder.size() - 1))),
       m_machine(machine) {
     ReadLog("install.log");
     ReadLog("QtvUnInst.log");
@@ -93,8 +93,8 @@ std::string Installation::WhyLeft(const lab::Change& change) const {
 
 std::string Installation::WhyFileLeft(const std::string& name) const {
     if (name.starts_with(m_folder))
-        return m_named.contains(Folded(name)) ? "" : "the log doesn't name it, so nothing takes it";
-    return FolderOf(name) == m_parent && m_namedInParent.contains(Folded(name))
+        return m_named.contains(tools::Folded(name)) ? "" : "the log doesn't name it, so nothing takes it";
+    return tools::FolderOf(name) == m_parent && m_namedInParent.contains(tools::Folded(name))
                ? "a portable installation's, in the parent folder"
                : "";
 }

@@ -1,0 +1,156 @@
+#include "rebuild.h"
+
+#include <mutex>
+
+#include "difference.h"
+#include "processors.h"
+#include "run/earlier_folder.h"
+#include "run/product.h"
+#include "sha256.h"
+#include "support/path_text.h"
+
+namespace download {
+
+namespace {
+
+constexpr std::size_t cbReadPiece = 256 << 10;
+
+// Reads a file of the installation, of which others may write any part at any time.
+class EarlierFile {
+  public:
+    EarlierFile(const CString& path, const Rebuilt& rebuilt)
+        : m_file(OpenHandle(path, GENERIC_READ, kShareAll, OPEN_EXISTING, 0)), m_rebuilt(rebuilt) {}
+
+    // Gives all bytes to `take`. OtherInstallation if they aren't those that the update needs.
+    Outcome Read(const Take& take) {
+        if (!m_file || SizeOf(m_file.get()) != m_rebuilt.cbEarlier) return Outcome::OtherInstallation;
+        std::string piece(cbReadPiece, 0);
+        Sha256 sum;
+        for (std::uint64_t left = m_rebuilt.cbEarlier; left > 0;) {
+            const auto cb = static_cast<std::size_t>(std::min<std::uint64_t>(left, piece.size()));
+            if (ReadExactly(m_file.get(), piece.data(), cb) != Outcome::Right)
+                return Outcome::OtherInstallation;
+            sum.Add(piece.data(), cb);
+            if (const Outcome outcome = take(piece.data(), cb); outcome != Outcome::Right) return outcome;
+            left -= cb;
+        }
+        return sum.Finish() == m_rebuilt.earlierSum ? Outcome::Right : Outcome::OtherInstallation;
+    }
+
+  private:
+    KernelHandle m_file;
+    const Rebuilt& m_rebuilt;
+};
+
+// All that the threads of one rebuilding share.
+class Rebuilding {
+  public:
+    Rebuilding(const Archive& archive, Installation& installation, const CString& folder, Progress& progress)
+        : m_archive(archive), m_installation(installation), m_folder(folder), m_progress(progress) {
+        std::uint64_t offset = archive.cbProgram, cbAll = 0;
+        for (const Block& block : archive.table.blocks)
+            offset += block.cbPacked;
+        for (const Rebuilt& rebuilt : archive.table.rebuilt) {
+            m_offsets.push_back(offset);
+            offset += rebuilt.difference.cbPacked;
+            cbAll += rebuilt.file.cbFile;
+        }
+        if (!HasRoom(folder, cbAll)) m_outcome = Outcome::NoRoom;
+    }
+
+    Outcome Run() {
+        OnProcessors(m_offsets.size(), [this] {
+            for (std::size_t file; State() == Outcome::Right && (file = m_next++) < m_offsets.size();)
+                if (const Outcome outcome = Make(file);
+                    Note(outcome) && outcome == Outcome::OtherInstallation)
+                    m_installation.NoteDiffering(m_archive.table.rebuilt[file].earlier);
+        });
+        for (const Rebuilt& rebuilt : m_archive.table.rebuilt)
+            if (State() == Outcome::Right && !Exists(PathOf(rebuilt))) (void)Note(Outcome::Failed);
+        (void)Note(State());
+        return m_outcome;
+    }
+
+  private:
+    CString PathOf(const Rebuilt& rebuilt) const {
+        return m_folder + TEXT("\\") + CString(rebuilt.file.name);
+    }
+
+    // The first outcome that isn't Right ends all threads. Returns whether it is this one.
+    bool Note(Outcome outcome) {
+        Outcome right = Outcome::Right;
+        return outcome != Outcome::Right && m_outcome.compare_exchange_strong(right, outcome);
+    }
+    Outcome State() const { return m_progress.IsCancelled() ? Outcome::Cancelled : m_outcome.load(); }
+
+    Outcome Make(std::size_t index) {
+        const Rebuilt& rebuilt = m_archive.table.rebuilt[index];
+        const KernelHandle target =
+            OpenHandle(PathOf(rebuilt), GENERIC_WRITE, kShareAll, CREATE_NEW, rebuilt.file.attributes);
+        if (!target) return OutcomeOf(GetLastError());
+        const Take write = [&](const char* bytes, std::size_t cb) {
+            if (const Outcome state = State(); state != Outcome::Right) return state;
+            m_progress.Add(cb);
+            return WriteExactly(target.get(), bytes, cb);
+        };
+        EarlierFile earlier(m_installation.PathOf(rebuilt.earlier), rebuilt);
+        const Outcome outcome = rebuilt.IsCopy() ? earlier.Read(write) : Join(index, earlier, write);
+        if (outcome != Outcome::Right) return outcome;
+        const FILETIME written = TimeOf(rebuilt.file);
+        return SetFileTime(target.get(), nullptr, nullptr, &written) ? Outcome::Right
+                                                                     : OutcomeOf(GetLastError());
+    }
+
+    Outcome Join(std::size_t index, EarlierFile& earlier, const Take& write) {
+        const std::lock_guard<std::mutex> lock(m_oneDifference);
+        const Rebuilt& rebuilt = m_archive.table.rebuilt[index];
+        std::string bytes;
+        bytes.reserve(static_cast<std::size_t>(rebuilt.cbEarlier));
+        const Outcome read = earlier.Read([&](const char* piece, std::size_t cb) {
+            bytes.append(piece, cb);
+            return State();
+        });
+        if (read != Outcome::Right) return read;
+        const KernelHandle file = OpenArchiveFile(m_archive.path);
+        if (!file || !Seek(file.get(), m_offsets[index])) return Outcome::Failed;
+        Sha256 sum;
+        std::uint64_t cbMade = 0;
+        const Take take = [&](const char* piece, std::size_t cb) {
+            sum.Add(piece, cb);
+            cbMade += cb;
+            return cbMade <= rebuilt.file.cbFile ? write(piece, cb) : Outcome::Damaged;
+        };
+        Joiner joiner(bytes, take);
+        const Outcome outcome =
+            UnpackStream(file.get(), rebuilt.difference.cbPacked, rebuilt.difference.cbUnpacked,
+                         [&](const char* piece, std::size_t cb) { return joiner.Add(piece, cb); });
+        if (outcome != Outcome::Right) return outcome;
+        return joiner.IsAtEnd() && sum.Finish() == rebuilt.sum ? Outcome::Right : Outcome::Damaged;
+    }
+
+    const Archive& m_archive;
+    Installation& m_installation;
+    const CString& m_folder;
+    Progress& m_progress;
+    std::vector<std::uint64_t> m_offsets;  // of the differences in the download
+    std::mutex m_oneDifference;
+    std::atomic<std::size_t> m_next = 0;
+    std::atomic<Outcome> m_outcome = Outcome::Right;
+};
+
+}  // namespace
+
+CString FindInstallation() {
+    for (const CString& folder : {GetFolderOption(), GetInstalledFolder()})
+        if (!folder.IsEmpty() && Exists(folder + TEXT("\\") + kApplicationFile)) return folder;
+    return {};
+}
+
+Outcome Rebuild(const Archive& archive, Installation& installation, const CString& folder,
+                Progress& progress) {
+    if (archive.table.rebuilt.empty()) return Outcome::Right;
+    if (!installation.IsThere()) return Outcome::OtherInstallation;
+    return Rebuilding(archive, installation, folder, progress).Run();
+}
+
+}  // namespace download
