@@ -17,6 +17,6 @@ BOOL CRefusalDlg::OnInitDialog() {
 }
 
 void CRefusalDlg::OnOK() {
-    (void)ShellExecuteW(m_hWnd, TEXT("open"), m_address, nullptr, nullptr, SW_SHOW);
+    (void)ShellExecuteW(nullptr, TEXT("open"), m_address, nullptr, nullptr, SW_SHOW);
     CDialog::OnOK();
 }
