@@ -2,6 +2,7 @@
 // folder, and the sizes agree.
 #include "format.h"
 
+#include "difference.h"
 #include "machine.h"
 
 namespace {
@@ -54,12 +55,23 @@ void TryName(const WideText& name) {
     Require(isThere || GetLastError() != ERROR_INVALID_NAME, "a file can have the name");
 }
 
+// A difference reads nothing outside the earlier file.
+void TryDifference(std::string_view bytes) {
+    const std::string earlier(bytes.substr(0, bytes.size() / 2));
+    const Take take = [](const char*, std::size_t) { return Outcome::Right; };
+    Joiner joiner(earlier, take);
+    const std::size_t cbFirst = bytes.size() / 3;
+    if (joiner.Add(bytes.data(), cbFirst) == Outcome::Right)
+        (void)joiner.Add(bytes.data() + cbFirst, bytes.size() - cbFirst);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string bytes(Bytes(data, size));
     ReadHeaders(bytes);
     ReadNumbers(bytes);
+    TryDifference(bytes);
     WideText name;
     for (std::string_view rest = bytes; rest.size() > 1; rest.remove_prefix(2))
         name += static_cast<WCHAR>(static_cast<unsigned char>(rest[0]) | static_cast<unsigned char>(rest[1])
@@ -78,5 +90,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Require(entry.name.size() <= cchMostName, "the path is short enough");
     }
     Require(cbFiles == cbUnpacked, "the files are as large as the blocks");
+    for (const Rebuilt& rebuilt : table->rebuilt) {
+        TryName(rebuilt.file.name);
+        Require(IsPlainName(rebuilt.file.name) && IsPlainName(rebuilt.earlier),
+                "no file is read or made elsewhere");
+        Require(rebuilt.IsCopy() || rebuilt.cbEarlier <= cbMostEarlier, "the earlier file fits into memory");
+    }
+    Require(table->fullUrl.empty() || IsWebAddress(table->fullUrl), "a browser opens only a web address");
     return 0;
 }
