@@ -15,10 +15,10 @@ namespace download_make {
 namespace {
 
 // As many equal bytes begin a run. A shorter text is too often the same by chance.
-constexpr std::size_t cbSeed = 16;
+constexpr std::size_t cbSeed = 8;
 constexpr std::size_t cbMostCompared = 256;
 // So many places with the same hash are compared.
-constexpr int kMostPlaces = 8;
+constexpr int kMostPlaces = 16;
 // A place is better than the present run when so many more of its bytes are the same.
 constexpr std::size_t kLead = 8;
 // A run ends where its last bytes have so few in common.
@@ -27,10 +27,9 @@ constexpr int kHashBits = 24;
 constexpr std::uint32_t kNone = 0xFFFFFFFF;
 
 std::uint64_t Hash(const char* bytes) {
-    std::uint64_t low, high;
-    std::memcpy(&low, bytes, 8);
-    std::memcpy(&high, bytes + 8, 8);
-    std::uint64_t mixed = low * 0x9E3779B97F4A7C15u ^ high * 0xC2B2AE3D27D4EB4Fu;
+    std::uint64_t mixed;
+    std::memcpy(&mixed, bytes, cbSeed);
+    mixed *= 0x9E3779B97F4A7C15u;
     mixed = (mixed ^ mixed >> 29) * 0xBF58476D1CE4E5B9u;
     return mixed >> (64 - kHashBits);
 }
