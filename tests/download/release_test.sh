@@ -104,5 +104,5 @@ done
 grep -qx $'Make Dir: gone\r' out/package/QtvUnInst.log || fail 'an update leaves an empty folder'
 grep -q 'stand-ins there for.*QtvApp8.exe' out/report/report.txt || fail 'the report does not name the stand-ins'
 grep -q 'started there *[0-9]* x "C:.*QtvApp8.exe" -regonly' out/report/report.txt || fail 'the report does not list the started programs'
-[ "$(find out/report -name '*.html' | wc -l)" = 4 ] || fail 'the report does not have four rehearsals'
+[ "$(find out/report -name '*.html' | wc -l)" = 5 ] || fail 'the report does not have five rehearsals'
 [ -z "$failed" ]
