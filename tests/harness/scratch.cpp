@@ -209,9 +209,12 @@ std::vector<Text> Tree(const Text& folder) {
 
 void ImportFile(const fs::path& buildPath, const Text& target) {
     MakeFolder(target.substr(0, target.rfind(TEXT('\\'))));
+    const fs::path source = OwnProgram().parent_path() / buildPath;
     std::error_code error;
-    fs::copy(OwnProgram().parent_path() / buildPath, MachinePath(target),
-             fs::copy_options::recursive | fs::copy_options::overwrite_existing, error);
+    // Under Windows the library takes two files of one drive for the same one, and doesn't copy over the other.
+    if (fs::is_regular_file(source)) (void)fs::remove(MachinePath(target), error);
+    fs::copy(source, MachinePath(target), fs::copy_options::recursive | fs::copy_options::overwrite_existing,
+             error);
     ASSERT_FALSE(error) << buildPath << ": " << error.message();
 }
 

@@ -142,7 +142,7 @@ std::string AfterDeletion() {
 }
 
 TEST_F(System, AnswersAsWindowsDoes) {
-    ASSERT_EQ(CoInitialize(nullptr), S_OK);
+    ASSERT_TRUE(SUCCEEDED(CoInitialize(nullptr)));
     const auto pictures = GetValue(HKEY_CURRENT_USER, kUserFolders, TEXT("My Pictures"));
     PutValue(HKEY_CURRENT_USER, kUserFolders, TEXT("My Pictures"),
              Sz(TEXT("%SystemDrive%\\Scratch\\moved\\here"), REG_EXPAND_SZ));

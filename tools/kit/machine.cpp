@@ -139,12 +139,16 @@ void RemoveTouched() {
 
 std::string Nobodys(std::string text) {
     text = lab::Neutral(std::move(text));
-    for (const auto& [name, instead] :
-         {std::pair(L"USERPROFILE", "<Profile>"), {L"COMPUTERNAME", "<Machine>"}})
-        if (const std::string value = Variable(name); !value.empty())
-            text = tools::Replaced(std::move(text), value, instead);
-    for (const char* const before : {"\\Users\\", "\\users\\"})
-        text = tools::Replaced(std::move(text), before + Variable(L"USERNAME"), "\\Users\\<User>");
+    std::vector<std::pair<std::string, std::string>> names = lab::Names();
+    names.emplace_back(Variable(L"USERPROFILE"), "<Profile>");
+    names.emplace_back("\\Users\\" + Variable(L"USERNAME"), "\\Users\\<User>");
+    names.emplace_back(Variable(L"COMPUTERNAME"), "<Machine>");
+    for (const auto& [name, instead] : names) {
+        if (name.empty()) continue;
+        // Tests write some paths with two backslashes for each.
+        for (const std::string& written : {name, tools::Replaced(name, "\\", "\\\\")})
+            text = tools::Replaced(std::move(text), written, instead);
+    }
     return text;
 }
 
