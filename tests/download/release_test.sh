@@ -28,6 +28,9 @@ release() {
 "$root/scripts/bootstrap.sh" release
 [ -e "$build/CMakeCache.txt" ] || (cd "$root" && cmake --preset windows -B "$build") >/dev/null
 cmake --build "$build" --target sample_package -- --quiet || exit 1
+host=${QTV_HOST_BUILD:-$root/build/host}
+[ -e "$host/CMakeCache.txt" ] || (cd "$root" && cmake --preset host -B "$host") >/dev/null
+cmake --build "$host" --target package_check package_make -- --quiet || exit 1
 
 # ---- wrong input ----
 mkdir app
@@ -49,7 +52,7 @@ release 2 'has no QtvApp8.exe' app out --release-info "$info"
 # ---- an earlier release, and the present one without some files ----
 cp -r "$build/package/." app
 rm app/{setup.exe,QtvUnInst.exe,QtvUnInst.log}
-"${QTV_HOST_BUILD:-$root/build/host}/package_check" "$build/package" >/dev/null || fail 'the sample is not clean'
+"$host/package_check" "$build/package" >/dev/null || fail 'the sample is not clean'
 mkdir -p "app/$(printf '%0100d' 0)"
 touch "app/$(printf '%0100d' 0)/$(printf '%0100d' 0)"
 release 2 'a name of more than 200 characters' app out --release-info "$info"
@@ -63,7 +66,7 @@ cp app/QtvApp8.exe 'app/a(b.exe'
 cp -r app earlier
 mkdir earlier/gone
 echo a | tee earlier/gone/a.dat earlier/presets.dat >earlier/Samples/old.jpg
-"${QTV_HOST_BUILD:-$root/build/host}/package_make" earlier last --setup "$build/setup.exe" --recipe "$root/sample/recipe.txt" \
+"$host/package_make" earlier last --setup "$build/setup.exe" --recipe "$root/sample/recipe.txt" \
     --own Samples >/dev/null || fail 'no earlier package'
 
 printf secret >password
@@ -82,11 +85,11 @@ release 0 'right' app out --release-info "$info" --recipe "$root/sample/recipe.t
     --sign-all --icon "$root/res/setup.ico"
 cat said
 [ -e out.unfinished/stale ] && [ -z "$(find out -name stale)" ] || fail "a user's folder: $(find . -name stale)"
-download=$(ls out/*.exe)
-[ "$download" = out/Qantivo-8-8.5.2.0.exe ] || fail "the download is $download"
+download=out/Qantivo-8-8.5.2.0.exe update=out/Qantivo-8-8.5.2.0-update.exe
+[ "$(ls out/*.exe)" = "$update"$'\n'"$download" ] || fail "the programs are $(ls out/*.exe)"
 cmp last/StartQV8.exe out/package/StartQV8.exe || fail 'a signed program of the earlier release is not kept'
 cmp "$build/package/QtvApp8.exe" app/QtvApp8.exe || fail "the maker's own file is signed"
-for file in "$download" out/package/{setup,QtvUnInst,QtvApp8,StartQV8}.exe; do
+for file in "$download" "$update" out/package/{setup,QtvUnInst,QtvApp8,StartQV8}.exe; do
     osslsigncode verify -CAfile certificate.pem -in "$file" >verified 2>&1 || fail "$file: $(<verified)"
 done
 (cd out && sha256sum --quiet -c SHA256SUMS) || fail 'the checksums are wrong'
