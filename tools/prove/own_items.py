@@ -17,7 +17,7 @@ FOLLOWS = {'QtvApp8.exe': ('programs: *QtvApp8.exe*', 'HKCU\\Software\\Lorvanta\
            'QtvUnInst.log': ('log: *',)}
 # After a file in use the machine is to be restarted, and the application is not started before.
 RESTART = ('messages: * the machine is to be restarted *', 'programs: *QtvApp8.exe"')
-TELLS_OF_USE = {'CopyFileW', 'DeleteFileW', 'ExitWindowsEx', 'FindFirstFileW', 'FindNextFileW', 'MoveFileExW', 'MoveFileW', '_wfopen'}
+TELLS_OF_USE = {'CopyFileW', 'DeleteFileW', 'ExitWindowsEx', 'FindFirstFileW', 'FindNextFileW', 'MoveFileExW', 'MoveFileW', '_waccess', '_wfopen'}
 REFUSED = 'messages: *failed!*'  # what the shell refuses of a shortcut
 HIVES = {'HKEY_USERS\\S-1-5-21-1000-1000-1000-1001': 'HKCU', 'HKEY_LOCAL_MACHINE': 'HKLM', 'HKEY_CURRENT_USER': 'HKCU', 'HKEY_CLASSES_ROOT': 'HKLM\\SOFTWARE\\Classes',
          'HKEY_USERS': 'HKU'}
@@ -74,6 +74,8 @@ class Trace:
             return None
         named = {text for at in uses for call in self.window(at) for text in call.named() if text}
         files = {text.rpartition('\\')[2] for text in named if not text.startswith('HK')} - {''}
+        # What a file is copied to is its own too.
+        named |= {text for call in self.calls if call.fields.get('source') in named for text in call.named() if text}
         lower = {text.lower() for text in named}
         lines = ' '.join(self.calls[at].fields.get('commandLine', '') for at in uses)
         patterns = [pattern for file, patterns in FOLLOWS.items() for pattern in patterns
