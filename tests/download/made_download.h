@@ -19,6 +19,29 @@ inline std::string Packed(const std::string& bytes) {
 
 inline constexpr std::uint64_t kTime = 132'000'000'000'000'000;
 
+// While it exists, the process has the arguments of this line.
+class GivenArguments {
+  public:
+    explicit GivenArguments(const std::string& line) : m_texts(Names(line)) {
+        for (Text& text : m_texts)
+            m_values.push_back(text.data());
+        __argc = static_cast<int>(m_values.size());
+        __wargv = m_values.data();
+    }
+    ~GivenArguments() {
+        __argc = m_oldCount;
+        __wargv = m_oldValues;
+    }
+    GivenArguments(const GivenArguments&) = delete;
+    GivenArguments& operator=(const GivenArguments&) = delete;
+
+  private:
+    std::vector<Text> m_texts;
+    std::vector<WCHAR*> m_values;
+    int m_oldCount = __argc;
+    WCHAR** m_oldValues = __wargv;
+};
+
 // A file that is made of the earlier one, as a copy or by these steps.
 struct MadeFile {
     std::string name, earlier, earlierBytes, steps, bytes;

@@ -254,10 +254,6 @@ TEST(DownloadCommandLine, OwnArgumentsStayAsTheyAre) {
 }
 
 TEST(DownloadCommandLine, IsSilentBySetupsRules) {
-    int& count = __argc;
-    WCHAR**& values = __wargv;
-    const int oldCount = count;
-    WCHAR** const oldValues = values;
     for (const auto& [line, silent] :
          std::initializer_list<std::pair<const char*, bool>>{{"d", false},
                                                              {"-s", false},
@@ -268,16 +264,9 @@ TEST(DownloadCommandLine, IsSilentBySetupsRules) {
                                                              {"d -SConf -v", true},
                                                              {"d /s", false},
                                                              {"d -silent", false}}) {
-        std::vector<Text> arguments = Names(line);
-        std::vector<WCHAR*> pointers;
-        for (Text& argument : arguments)
-            pointers.push_back(argument.data());
-        count = static_cast<int>(pointers.size());
-        values = pointers.data();
+        const GivenArguments arguments(line);
         EXPECT_EQ(IsSilentRun(), silent) << line;
     }
-    count = oldCount;
-    values = oldValues;
 }
 
 }  // namespace

@@ -158,10 +158,6 @@ TEST_F(UpdateTest, TheInstallationIsFoundAsSetupFindsIt) {
     MakeFile(At("named\\QtvApp8.exe"));
     PutValue(HKEY_LOCAL_MACHINE, kProductKey, TEXT("Path"), Sz(At("known")));
     const std::string named = Narrow(At("named"));
-    int& count = __argc;
-    WCHAR**& values = __wargv;
-    const int oldCount = count;
-    WCHAR** const oldValues = values;
     for (const auto& [line, folder] : std::initializer_list<std::pair<std::string, Text>>{
              {"d -s", At("known")},
              {"d -s -instdir " + named + "\\", At("named")},
@@ -169,19 +165,12 @@ TEST_F(UpdateTest, TheInstallationIsFoundAsSetupFindsIt) {
              {"d -instdir " + named + " -instdir C:\\none", At("known")},
              {"d -s -instdir", At("known")},
              {"d -INSTDIR " + named, At("known")}}) {
-        std::vector<Text> arguments = Names(line);
-        std::vector<WCHAR*> pointers;
-        for (Text& argument : arguments)
-            pointers.push_back(argument.data());
-        count = static_cast<int>(pointers.size());
-        values = pointers.data();
+        const GivenArguments arguments(line);
         EXPECT_EQ(FindInstallation(), CString(folder)) << line;
     }
-    count = 0;
+    const GivenArguments none("d");
     DeleteTree(At("known"));
     EXPECT_TRUE(FindInstallation().IsEmpty());
-    count = oldCount;
-    values = oldValues;
 }
 
 TEST(Sha256Sum, IsThatOfTheStandard) {

@@ -211,7 +211,7 @@ void ImportFile(const fs::path& buildPath, const Text& target) {
     MakeFolder(target.substr(0, target.rfind(TEXT('\\'))));
     const fs::path source = OwnProgram().parent_path() / buildPath;
     std::error_code error;
-    // Under Windows the library takes two files of one drive for the same one, and doesn't copy over the other.
+    // Under Windows the library can't tell two files of one drive apart, and refuses to copy over an old one.
     if (fs::is_regular_file(source)) (void)fs::remove(MachinePath(target), error);
     fs::copy(source, MachinePath(target), fs::copy_options::recursive | fs::copy_options::overwrite_existing,
              error);
