@@ -92,7 +92,9 @@ rank = {}
 for table, rows in enumerate(tables):
     for row, paths in enumerate(rows):
         for path in paths:
-            rank.setdefault(path, (table, row))
+            # A file that a table lists by itself stays in the room of its folder.
+            if not pathlib.Path(path).is_file():
+                rank.setdefault(path, (table, row))
             if not pathlib.Path(path).exists():
                 complaints.append(f'docs/architecture.md lists {path}, which does not exist')
 graph = {}

@@ -10,7 +10,7 @@ class ShellLinks : public ScratchTest {
     ShellLinks() {
         g_targetDir = kScratch.c_str();
         MakeFile(kLog, "");
-        MakeFile(TEXT("C:\\Scratch\\a b.exe"));
+        MakeFile(TEXT("C:\\Scratch\\a b.exe"), "12345");
     }
     const Text kLog = kScratch + TEXT("\\QtvUnInst.log");
     const Text kLink = kScratch + TEXT("\\Some Link.lnk");
@@ -24,7 +24,8 @@ TEST_F(ShellLinks, HoldWhatTheyAreGivenAndAreLogged) {
             S_OK);
         const std::string link = FileBytes(kLink).value_or("");
         EXPECT_NE(link.find("C:\\Scratch\\a b.exe"), link.npos);
-        EXPECT_EQ(link.at(60), 7) << "the show command of the header";
+        EXPECT_EQ(std::to_string(link.at(52)), Expected("size of a link's target", "5")) << "in the header";
+        EXPECT_EQ(link.at(60), 7) << "the show command";
         for (const char* quoted : {"\"C:", "exe\""})
             EXPECT_EQ(link.find(quoted), link.npos);
         for (const Text text : {TEXT("Words"), TEXT("-x \"y\""), TEXT("C:\\windows")})

@@ -51,12 +51,22 @@ using Ends = std::vector<std::pair<HWND, UINT>>;
 
 std::vector<int> commands;  // ids of pressed buttons
 Ends ends;
+std::string heard;  // what the dialog procedure got, in order
 
 // Button 50 ends the dialog with 500.
 INT_PTR CALLBACK Procedure(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) {
     const int id = LOWORD(wParam), notification = HIWORD(wParam);
+    const std::pair<UINT, const char*> names[] = {
+        {WM_SETFONT, "font"},    {WM_INITDIALOG, "init"},     {WM_ACTIVATE, "activate"},
+        {WM_SHOWWINDOW, "show"}, {WM_NEXTDLGCTL, "next"},     {WM_CLOSE, "close"},
+        {WM_DESTROY, "destroy"}, {WM_NCDESTROY, "ncdestroy"},
+    };
+    for (const auto& [number, name] : names)
+        if (message == number) heard += std::string(name) + " ";
+    if (message == WM_COMMAND && notification >= EN_CHANGE) heard += std::to_string(notification) + " ";
     switch (message) {
         case WM_INITDIALOG:
+        case WM_CLOSE:
             return TRUE;
         case WM_COMMAND:
             if (notification == BN_CLICKED) commands.push_back(id);
@@ -175,6 +185,13 @@ TEST_F(Dialogs, AnswerAsWindowsDoes) {
     EXPECT_EQ(SendMessageW(line, WM_CHAR, 'x', 0), 1);
     (void)SendMessageW(lines, EM_SETLIMITTEXT, 0, 0);
     EXPECT_EQ(static_cast<DWORD>(SendMessageW(lines, EM_GETLIMITTEXT, 0, 0)), 0xFFFFFFFF);
+    for (const HWND edit : {line, lines}) {
+        (void)SendMessageW(edit, EM_SETSEL, 0, -1);
+        (void)SendMessageW(edit, EM_SETLIMITTEXT, 2, 0);
+        heard.clear();
+        (void)SendMessageW(edit, EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>(TEXT("abc")));
+        EXPECT_EQ(Narrow(TextOf(edit)) + " " + heard, "ab 1281 1024 768 ") << "the limit, update and change";
+    }
 
     const auto order = [&](HWND after) {
         EXPECT_TRUE(SetWindowPos(upper, after, 0, 0, 0, 0, SWP_NOSIZE | SWP_NOMOVE));
@@ -264,6 +281,36 @@ TEST_F(Dialogs, EditsFollowTheKeyboard) {
     EXPECT_TRUE(DestroyWindow(dialog));
 }
 
+TEST_F(Dialogs, EditsOfManyLinesActForTheirDialogOnceItAsksThem) {
+    const HWND dialog =
+        MakeDialog({kFrame,
+                    {{kEdit, kTab | ES_AUTOHSCROLL, 11, TEXT("")},
+                     {kEdit, kTab | ES_MULTILINE | ES_AUTOVSCROLL | ES_AUTOHSCROLL, 13, TEXT("")},
+                     {kButton, kTab | BS_DEFPUSHBUTTON, IDOK, TEXT("OK")}}});
+    const struct {
+        bool asks;
+        int edit;
+        WPARAM key;
+        const char* windows;
+    } rows[] = {{false, 13, VK_TAB, ""},     {false, 13, VK_RETURN, ""},     {false, 13, VK_ESCAPE, ""},
+                {true, 13, VK_TAB, "next "}, {true, 13, VK_RETURN, "next "}, {true, 13, VK_ESCAPE, "close "},
+                {true, 11, VK_TAB, ""},      {true, 11, VK_ESCAPE, ""}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(::testing::Message() << &row - rows);
+        const HWND edit = GetDlgItem(dialog, row.edit);
+        MSG message = {edit, WM_KEYDOWN, row.key, 0, 0, {}};
+        (void)SendMessageW(edit, WM_GETDLGCODE, row.key, row.asks ? reinterpret_cast<LPARAM>(&message) : 0);
+        heard.clear();
+        EXPECT_EQ(SendMessageW(edit, WM_KEYDOWN, row.key, 0), 1);
+        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE))
+            (void)DispatchMessageW(&message);
+        EXPECT_EQ(heard, row.windows);
+        EXPECT_TRUE(!row.asks || SendMessageW(edit, WM_CHAR, row.key, 0));
+        EXPECT_EQ(TextOf(edit), TEXT(""));
+    }
+    EXPECT_TRUE(DestroyWindow(dialog));
+}
+
 TEST_F(Dialogs, EditsUndoTheLastChange) {
     const HWND dialog = MakeDialog({kFrame, {{kEdit, kTab | ES_AUTOHSCROLL, 11, TEXT("abcdef")}}});
     const HWND edit = GetDlgItem(dialog, 11);
@@ -277,7 +324,8 @@ TEST_F(Dialogs, EditsUndoTheLastChange) {
     (void)SendMessageW(edit, EM_SETSEL, 1, 3);
     EXPECT_EQ(type({'x', 'y'}), TEXT("axydef"));
     EXPECT_EQ(type({kUndo}), TEXT("abcdef")) << "what is typed in a row is one change";
-    EXPECT_EQ(type({kUndo}), TEXT("axydef")) << "a second time it takes back the first";
+    for (const LPCWSTR then : {TEXT("axydef"), TEXT("abcdef"), TEXT("axydef")})
+        EXPECT_EQ(type({kUndo}), then) << "the next time it takes back the one before";
     EXPECT_EQ(type({VK_BACK, VK_BACK}), TEXT("def"));
     EXPECT_EQ(type({kUndo}), TEXT("axydef")) << "so is what is deleted in a row";
     (void)SendMessageW(edit, EM_SETSEL, 0, 0);
@@ -295,6 +343,24 @@ TEST_F(Dialogs, EditsUndoTheLastChange) {
 
 const std::vector<Item> kModalItems = {{kEdit, kTab | ES_MULTILINE | ES_AUTOHSCROLL, 11, TEXT("")},
                                        {kButton, kTab, 50, TEXT("End")}};
+
+TEST_F(Dialogs, GetMessagesInTheOrderOfWindows) {
+    const auto procedure = [](HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) -> INT_PTR {
+        const INT_PTR handled = Procedure(dialog, message, wParam, lParam);
+        if (message != WM_INITDIALOG) return handled;
+        const LRESULT font = SendMessageW(dialog, WM_GETFONT, 0, 0);
+        EXPECT_TRUE(font && SendMessageW(GetDlgItem(dialog, 50), WM_GETFONT, 0, 0) == font);
+        return PostMessageW(dialog, WM_COMMAND, 50, 0) && lParam;
+    };
+    const Template modal(kFrame, kModalItems);
+    for (const auto& [focusesFirst, windows] :
+         {std::pair(TRUE, "font init activate show activate destroy ncdestroy "),
+          std::pair(FALSE, "font init show activate activate destroy ncdestroy ")}) {
+        heard.clear();
+        EXPECT_EQ(DialogBoxIndirectParamW(nullptr, modal.get(), nullptr, procedure, focusesFirst), 500);
+        EXPECT_EQ(heard, windows);
+    }
+}
 
 TEST_F(Dialogs, RunUntilTheyEnd) {
     const HWND owner = MakeDialog({kFrame, {{kEdit, kTab, 60, TEXT("")}}});

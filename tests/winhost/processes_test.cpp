@@ -173,6 +173,17 @@ TEST_F(HostProcesses, TwoShellRunsEndIndependently) {
     fs::remove_all(root);
 }
 
+TEST_F(HostProcesses, EndTheRunAtAStartThatIsNotModelled) {
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process = {};
+    EXPECT_DEATH((void)CreateProcessW(TEXT("C:\\Scratch\\x.exe"), nullptr, nullptr, nullptr, FALSE, 0,
+                                      nullptr, nullptr, &startup, &process),
+                 "not modelled: an application name");
+    EXPECT_DEATH((void)ShellExecuteW(nullptr, TEXT("open"), TEXT("C:\\x.exe"), nullptr, nullptr, SW_SHOW),
+                 "not modelled: a file that is no web address");
+}
+
 TEST_F(HostProcesses, OutsideAnyMachineEndWithOneLine) {
     FILE* output = popen((kSleeper + " 2>&1").c_str(), "r");
     ASSERT_TRUE(output);

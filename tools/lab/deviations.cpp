@@ -26,6 +26,7 @@ constexpr struct {
     {"text that is missing from its block", "0 e0"},
     {"classes of a user, deleted", "0"},
     {"failed start", "is as before"},
+    {"size of a link's target", "0"},
     {"link to a path in quotes", "1 c:\\Scratch\\a b"},
     {"names left", "App\\ App\\b App\\x NAME.txt a file\\"},
 };
