@@ -3,6 +3,8 @@
 
 #include <vector>
 
+#include "common/descriptor.h"
+
 namespace tools {
 
 // Redirects standard input, output and errors of this process, and of what it starts, while the object lives.
@@ -16,7 +18,7 @@ class RedirectedStreams {
     RedirectedStreams& operator=(const RedirectedStreams&) = delete;
 
   private:
-    std::vector<int> m_saved;
+    std::vector<Descriptor> m_saved;
 };
 
 }  // namespace tools

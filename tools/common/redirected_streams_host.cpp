@@ -8,17 +8,14 @@ namespace tools {
 RedirectedStreams::RedirectedStreams(const std::vector<int>& descriptors) {
     for (const int descriptor : descriptors) {
         const int stream = static_cast<int>(m_saved.size());
-        m_saved.push_back(fcntl(stream, F_DUPFD_CLOEXEC, 3));
-        (void)dup2(descriptor, stream);
-        (void)close(descriptor);
+        m_saved.emplace_back(fcntl(stream, F_DUPFD_CLOEXEC, 3));
+        (void)dup2(Descriptor(descriptor).get(), stream);
     }
 }
 
 RedirectedStreams::~RedirectedStreams() {
-    for (int stream = 0; const int saved : m_saved) {
-        (void)dup2(saved, stream++);
-        (void)close(saved);
-    }
+    for (int stream = 0; const Descriptor& saved : m_saved)
+        (void)dup2(saved.get(), stream++);
 }
 
 }  // namespace tools

@@ -6,6 +6,8 @@
 #include <filesystem>
 #include <string>
 
+#include "common/descriptor.h"
+
 namespace tools {
 
 // Makes <parent>/<tool>.XXXXXX. The destructor removes it with everything in it; in a forked child it removes nothing.
@@ -23,7 +25,7 @@ class ThrowawayFolder {
 
   private:
     std::filesystem::path m_path;
-    int m_lock = -1;
+    Descriptor m_lock;
     const pid_t m_owner;
 };
 

@@ -22,16 +22,14 @@ namespace {
 constexpr char kMark[] = ".throwaway";
 constexpr int kRandomChars = 6;
 
-// Opens and locks the folder. Returns -1 when somebody uses it, or when it isn't this user's. The kernel drops the lock
+// Opens and locks the folder. Returns none when somebody uses it, or when it isn't this user's. The kernel drops the lock
 // with the process, so a folder that can be locked is in use by nobody.
-int LockFolder(const fs::path& folder) {
-    const int lock = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+Descriptor LockFolder(const fs::path& folder) {
+    Descriptor lock(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     struct stat info;
-    if (lock >= 0 && fstat(lock, &info) == 0 && info.st_uid == geteuid() &&
-        flock(lock, LOCK_EX | LOCK_NB) == 0)
-        return lock;
-    if (lock >= 0) close(lock);
-    return -1;
+    const bool isLocked = lock && fstat(lock.get(), &info) == 0 && info.st_uid == geteuid() &&
+                          flock(lock.get(), LOCK_EX | LOCK_NB) == 0;
+    return isLocked ? std::move(lock) : Descriptor();
 }
 
 void Remove(const fs::path& folder) {
@@ -52,10 +50,7 @@ void RemoveStale(const fs::path& parent, const std::string& tool) {
     std::error_code error;
     for (const auto& entry : fs::directory_iterator(parent, error)) {
         if (!IsOurs(entry.path(), tool)) continue;
-        const int lock = LockFolder(entry.path());
-        if (lock < 0) continue;
-        Remove(entry.path());
-        close(lock);
+        if (const Descriptor lock = LockFolder(entry.path())) Remove(entry.path());
     }
 }
 
@@ -69,7 +64,7 @@ ThrowawayFolder::ThrowawayFolder(const std::string& tool, const fs::path& parent
     // No other run touches a folder without the mark, so the mark comes after the lock.
     m_lock = LockFolder(m_path);
     std::ofstream mark(m_path / kMark);
-    if (m_lock < 0 || !mark) {
+    if (!m_lock || !mark) {
         Remove(m_path);
         throw std::runtime_error(name + " can't be used");
     }
@@ -77,7 +72,6 @@ ThrowawayFolder::ThrowawayFolder(const std::string& tool, const fs::path& parent
 
 ThrowawayFolder::~ThrowawayFolder() {
     if (m_owner == getpid()) Remove(m_path);
-    close(m_lock);
 }
 
 }  // namespace tools

@@ -12,6 +12,7 @@
 #include <exception>
 
 #include "common/hang.h"
+#include "common/descriptor.h"
 #include "common/help.h"
 
 namespace rehearse {
@@ -29,7 +30,7 @@ sigset_t heldSignals, earlierSignals;
     // The child has its own process group, so that it can be ended as a whole.
     (void)setpgid(0, 0);
     (void)sigprocmask(SIG_SETMASK, &earlierSignals, nullptr);
-    (void)dup2(open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
+    (void)dup2(tools::Descriptor(open("/dev/null", O_RDONLY | O_CLOEXEC)).get(), STDIN_FILENO);
     int result = kCrashed;
     try {
         result = work();
