@@ -76,7 +76,7 @@ TEST_F(RehearseProgram, SaysWhatItCantRehearse) {
     ExpectSaid("C:\\Package\\a\\x1b[31mb can't be read");
 }
 
-TEST_F(RehearseProgram, ShowsRunsThatComeToNothing) {
+TEST_F(RehearseProgram, TellsOfRunsThatInstallNothing) {
     const std::string package = CopyOfPackage();
     EXPECT_EQ(Run(package + " --"), 1);
     ExpectSaid("a page that waits for a person  ->  the program was ended");
@@ -93,7 +93,7 @@ TEST_F(RehearseProgram, ShowsRunsThatComeToNothing) {
 }
 
 // A machine that can't be read is no machine without differences.
-TEST_F(ScratchTest, StatesAreWholeOrNone) {
+TEST_F(ScratchTest, UnreadableMachineHasNoState) {
     for (const char* call : {"FindFirstFileW", "FindNextFileW", "CreateFileW", "ReadFile", "RegOpenKeyExW",
                              "RegEnumKeyW", "RegEnumValueW", "RegQueryValueExW"}) {
         MakeFile(kScratch + TEXT("\\file"));

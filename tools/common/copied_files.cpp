@@ -27,22 +27,26 @@ void CopiedFiles::AddFile(const std::string& name) {
     m_files[Folded(FolderOf(name))][Folded(name)] = name;
 }
 
-void CopiedFiles::Take(const CString& value, const std::string& folder) {
+bool CopiedFiles::Take(const CString& value, const std::string& folder) {
     CString name, newName;
     const bool isTwoNames = SplitNames(value, name, newName);
     const std::string source = Utf8((isTwoNames ? name : value).Text());
+    const names::Text expression = ExpressionOf(source);
+    const bool isPattern = names::IsPattern(expression);
     const auto files = m_files.find(Folded(FolderOf(source)));
-    if (files == m_files.end()) return;
+    if (files == m_files.end()) return isPattern;
     const auto add = [&](const std::string& target, const std::string& file) {
         m_copies.insert_or_assign(Folded(folder + target), Copy{folder + target, file});
     };
-    const names::Text expression = ExpressionOf(source);
-    if (names::IsPattern(expression)) {
+    if (isPattern) {
         for (const auto& [key, file] : files->second)
             if (!isTwoNames && names::Matches(expression, Wide(NameOf(key)))) add(file, file);
     } else if (const auto file = files->second.find(Folded(source)); file != files->second.end()) {
         add(isTwoNames ? Utf8(newName.Text()) : file->second, file->second);
+    } else {
+        return false;
     }
+    return true;
 }
 
 }  // namespace tools

@@ -35,8 +35,9 @@ class CopiedFiles {
     // Adds a file of the package, by its path below the package's folder.
     void AddFile(const std::string& name);
     // Carries out a copy record. `folder` is put before the names of the targets: empty, or with a backslash at its end.
-    // A later record replaces what an earlier one has copied.
-    void Take(const CString& value, const std::string& folder);
+    // A later record replaces what an earlier one has copied. Returns false if the record names one file, by no pattern,
+    // and the package doesn't have it.
+    bool Take(const CString& value, const std::string& folder);
 
     // By the folded target.
     const std::map<std::string, Copy>& All() const { return m_copies; }
