@@ -50,7 +50,7 @@ CHILD_PROGRAM(StartsAmongCopies) {
 }
 
 // The walk ends one entry before the end of the list. If setup isn't the last entry, the last copy stays.
-TEST_F(RunningCopies, LastEntryStaysRunningWhenSetupDoesNotStandThere) {
+TEST_F(RunningCopies, ClosingSparesTheLastEntryOfAForeignList) {
     const RunningProgram first(kCopy), last(kCopy);
     SetList(3, {first.Id(), 0, last.Id()});
     const BoxAnswers answers({IDOK});

@@ -116,7 +116,7 @@ INSTANTIATE_TEST_SUITE_P(
             .stays = {{"<Scratch>\\a b\\", "folder"}, {"<Scratch>\\a b\\StartQV8.exe", "= StartQV8.exe"}}}));
 
 // Marks of an uninstall stay when the product is installed again. The next start then deletes the new files.
-TEST_F(Uninstalled, OldMarksTakeFromANewInstallation) {
+TEST_F(Uninstalled, OldMarksDeleteNewFiles) {
     const Text folder = Wide(kDefault);
     if (IsBeforeRestart(1)) {
         Setup(TEXT("-s"));

@@ -30,7 +30,7 @@ TEST_F(BootMarksTest, MarksKeepTheOrderOfTheirCalls) {
     EXPECT_FALSE(Exists(kInitFile));
 }
 
-TEST_F(BootMarksTest, TheSectionTakesWhatTheSystemRefuses) {
+TEST_F(BootMarksTest, RefusedMarksAreWrittenToWininit) {
     RefuseMarks();
     // The shorter list is written second, so that no part of the longer one may follow it.
     for (const Text& path : {TEXT("C:\\") + Text(9000, TEXT('x')), Text(TEXT("C:\\first"))}) {
@@ -56,7 +56,7 @@ TEST_F(BootMarksTest, TheSectionTakesWhatTheSystemRefuses) {
     EXPECT_EQ(g_rebootNeeded, 0) << "the latest one decides";
 }
 
-TEST_F(BootMarksTest, ASectionThatWouldReachItsLimitEndsTheProcess) {
+TEST_F(BootMarksTest, FullSectionEndsTheProcess) {
     RefuseMarks();
     const std::string entry = "NUL=C:\\marked1\r\n";
     // In memory, each entry ends with one character.

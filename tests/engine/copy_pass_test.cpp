@@ -21,7 +21,7 @@ class CopyPassTest : public ScratchTest {
     }
 };
 
-TEST_F(CopyPassTest, EachKindGoesWhereTheMachineAndTheInstallTypeSay) {
+TEST_F(CopyPassTest, CopiesEachKindToItsFolder) {
     const std::string package = "plain:1 x64:2 prt:3 own9.dll:4 kernel32.dll:5 sub\\in:6 skipped:7 last:8";
     Make(package, kPackage);
     const std::string always = "Q8\\plain:1 Q8\\own9.dll:4 Q8\\made\\ Q8\\sub\\in:6 Q8\\last:8 ";

@@ -10,7 +10,7 @@ using RemovalPassTest = ScratchTest;
 const Text kFolder = At("app");
 const Text kLog = At("log");
 
-TEST_F(RemovalPassTest, FilesGoFirstAndThenTheFolders) {
+TEST_F(RemovalPassTest, DeletesFilesBeforeFolders) {
     Make(
         "plain:1 x64:1 ind:1 prt:1 overwrite:1 del:1 left:1 right1:1 right2:1 commented:1 keep:1 held:1 "
         "sub\\file:1 outer\\inner\\",

@@ -70,7 +70,7 @@ TEST_F(ReplaceFileTest, ComparesFoldersAsTextAndTakesAnotherName) {
 }
 
 // The contents of a running program are not compared.
-TEST_F(ReplaceFileTest, ReplacesWhateverHasTheName) {
+TEST_F(ReplaceFileTest, ReplacesMovesAsideOrParks) {
     const struct {
         const char *name, *before, *after, *marks;
     } rows[] = {

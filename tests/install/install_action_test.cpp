@@ -38,7 +38,7 @@ TEST_F(InstallAction, TrimsAndLevelsTheGroupName) {
 
 // A fresh install overwrites any log that it finds, and the links that the log names stay. An update removes the links
 // of both logs.
-TEST_F(InstallAction, OnlyAnUpdateClearsTheGround) {
+TEST_F(InstallAction, UpdateDeletesEarlierLinksAndHelp) {
     const Text links[] = {TEXT("C:\\Scratch\\x\\1.lnk"), TEXT("C:\\Scratch\\y\\2.lnk")};
     for (const bool fresh : {true, false}) {
         g_installType = 2;
@@ -56,7 +56,7 @@ TEST_F(InstallAction, OnlyAnUpdateClearsTheGround) {
 }
 
 // The group is recorded even if it couldn't be made. Without the group, only its own links are missing.
-TEST_F(InstallAction, RecordsTheGroupInAnyCase) {
+TEST_F(InstallAction, RecordsTheGroupEvenIfItCantBeMade) {
     const std::string root = Narrow(GetShellFolder(CSIDL_PROGRAMS).Text()) + "\\",
                       desktop = Narrow(GetShellFolder(CSIDL_DESKTOP).Text()) + "\\",
                       own = "Qantivo 8.lnk\r\n", help = "Qantivo 8 Help.lnk\r\n";
@@ -106,7 +106,7 @@ TEST_F(InstallAction, TakesEachSettingsFileByItself) {
     }
 }
 
-TEST_F(InstallAction, RegistersWhatProcessAndSystemTake) {
+TEST_F(InstallAction, RegistersTheHandlerOfTheSystem) {
     const struct {
         bool wow64;
         std::pair<DWORD, DWORD> system;

@@ -23,7 +23,7 @@ class InstallOnHost : public ScratchTest {
     ~InstallOnHost() override { winhost::SetFaults({}); }
 };
 
-TEST_F(InstallOnHost, ALinkIsSavedWithoutWhatTheShellRefuses) {
+TEST_F(InstallOnHost, SavesALinkWithoutRefusedFields) {
     winhost::SetFaults({{.call = "IShellLinkW::SetPath", .nth = 1, .error = 0, .kill = false},
                         {.call = "IShellLinkW::SetDescription", .nth = 2, .error = 0, .kill = false}});
     const BoxAnswers answers({IDOK, IDOK});
@@ -104,7 +104,7 @@ TEST_F(InstallOnHost, LooksIntoStartupFolders) {
     }
 }
 
-TEST_F(InstallOnHost, WithoutAHandlerRegistersNone) {
+TEST_F(InstallOnHost, RegistersNoHandlerOn64BitXp) {
     g_isWow64Process = [](HANDLE, PBOOL answer) -> BOOL { return *answer = TRUE; };
     g_osVersion.dwMajorVersion = 5;
     winhost::ClearEvents();

@@ -25,7 +25,7 @@ std::vector<Text> MarkedPaths() {
 }
 
 // Only the first item is named by a log. The others are found by the product's name, for the machine and for every user.
-TEST_F(Uninstall, SweepsUpWhatBearsTheProductsName) {
+TEST_F(Uninstall, DeletesLinksAndGroupsByTheProductsName) {
     std::vector<Text> paths = {kScratch + TEXT("\\old.lnk")};
     MakeFile(kMarked + TEXT("install.log"), "Shell Link: C:\\Scratch\\old.lnk\n");
     for (const int links :
@@ -105,7 +105,7 @@ CHILD_PROGRAM(Relaunches) {
     return 1;
 }
 
-TEST_F(Uninstall, CopyIsToldItsPathsWhole) {
+TEST_F(Uninstall, CopyGetsFullPaths) {
     for (const std::string folder : {"C:\\Scratch\\t m p\\", "C:\\Scratch\\tmp\\"}) {
         const bool silent = folder.ends_with("tmp\\");
         const std::string first = folder + "QtvUnInst.exe";

@@ -121,7 +121,7 @@ TEST_F(UninstallFaults, AFailureLosesOnlyItsOwnItem) {
 }
 
 // If the copy can't be made, nothing is started. A temporary file that was made stays.
-TEST_F(UninstallFaults, NoCopyNoUninstall) {
+TEST_F(UninstallFaults, MissingCopyEndsTheUninstall) {
     const auto files = [] { return Tree(TEXT("C:\\Users\\Ann\\AppData\\Local\\Temp")).size(); };
     for (const std::string call : {"GetTempPathW", "GetTempFileNameW", "GetModuleFileNameW", "CopyFileW"}) {
         const std::size_t before = files();

@@ -80,6 +80,8 @@ TEST_F(HostFiles, PathsFollowWindowsRules) {
         {"the moved file", Delete("D:\\moved"), "ok"},
         {"the file where it was", Attributes("dir\\file"), "e2"},
     });
+    for (const char* literal : {"\\\\?\\C:\\Scratch\\a/b", "\\\\?\\C:/Scratch"})
+        EXPECT_DEATH((void)Attributes(literal), "not modelled: a path of the system's own objects");
 }
 
 // The 8.3 names of the folder's entries, with blanks between, in the order of the long names.
@@ -126,7 +128,7 @@ TEST_F(HostFiles, ShortNamesAreFixedWhenAnEntryIsMadeOrNamed) {
 }
 
 // A process remembers the names in a large folder. Whatever others change there, it answers as if it had just looked.
-TEST_F(HostFiles, LargeFoldersAreAnsweredAsTheyAreNow) {
+TEST_F(HostFiles, LargeFoldersShowChangesOfOthers) {
     for (int i = 0; i < 100; ++i)
         MakeFile(TEXT("C:\\Scratch\\large\\Long name ") + Wide(std::to_string(i)));
     const auto folder = winhost::HostPath(u"large");

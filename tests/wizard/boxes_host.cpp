@@ -17,7 +17,7 @@ TEST_F(WizardBoxes, BrowserOfFoldersNeedsCom) {
 }
 
 // A shortcut that the shell refuses brings its box in the middle of the install.
-TEST_F(WizardBoxes, OfAShortcutStayTheOnlyBox) {
+TEST_F(WizardBoxes, BoxOfAShortcutAllowsNoSecondBox) {
     g_sourceDir = TEXT("C:\\Scratch\\package");
     winhost::ClearEvents();
     const auto person = [](const Driver& wizard) {

@@ -5,7 +5,7 @@ namespace {
 
 class OpenBoxes : public WizardTest {};
 
-TEST_F(OpenBoxes, StayTheOnlyBox) {
+TEST_F(OpenBoxes, AllowNoSecondBox) {
     const struct {
         int step, button, answer;
         std::vector<Text> messages;  // none for the browser

@@ -60,7 +60,7 @@ TEST_F(Frame, LeavesTheGroupOutOfAPortableInstall) {
 
 // When the page refuses Back, the step number is already lower. The next press continues from that number, but never
 // leads to a step before the first one.
-TEST_F(Frame, GoesOnFromTheLowerNumberAfterARefusedBack) {
+TEST_F(Frame, RefusedBackStillLowersTheStep) {
     RunAt(3, [](const Driver& wizard) {
         const auto refusedBacks = [&](const Text& group, int count) {
             wizard.Type(wizard.PageControl(IDC_GROUP), group);
