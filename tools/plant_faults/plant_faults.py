@@ -50,27 +50,26 @@ class CantPlant(Exception):
 
 def read_rows():
     """The rows of faults.txt by their names."""
-    rows, file, name = {}, "", ""
+    rows, file, name, breaks = {}, "", "", ""
     for line in (HERE / "faults.txt").read_text(encoding="utf-8").splitlines():
         if line.startswith("["):
             file = line.strip("[]")
-        elif line[:2] in ("- ", "+ ", "-", "+"):
-            rows[name][line[0]].append(line[2:].strip())
+        elif line.startswith(" "):
+            rows[name] = row_fault(file, name, line.strip(), breaks)
         elif line and not line.startswith("#"):
             name, _, breaks = line.partition(": ")
             if name in rows:
                 raise CantPlant(f"{name} is there twice")
-            rows[name] = {"file": file, "breaks": breaks, "-": [], "+": []}
-    return {name: row_fault(name, row) for name, row in rows.items()}
+    return rows
 
 
-def row_fault(name, row):
-    text = (ROOT / row["file"]).read_text(encoding="utf-8")
-    places = list(re.finditer(r"\s*\n\s*".join(map(re.escape, row["-"])), text))
-    if len(places) != 1 or not row["-"]:
-        raise CantPlant(f"{name}: its text is {len(places)} times in {row['file']}")
-    line = text.count("\n", 0, places[0].start()) + 1
-    return rules.Fault("row", row["file"], name, line, *places[0].span(), "\n".join(row["+"]), row["breaks"])
+def row_fault(file, name, shown, breaks):
+    old, new = re.sub(r"\{\+.*?\+\}|\[-|-\]", "", shown), re.sub(r"\[-.*?-\]|\{\+|\+\}", "", shown)
+    text = (ROOT / file).read_text(encoding="utf-8")
+    if text.count(old) != 1 or old == new:
+        raise CantPlant(f"{name}: its text is {text.count(old)} times in {file}")
+    start = text.index(old)
+    return rules.Fault("row", file, name, text.count("\n", 0, start) + 1, start, start + len(old), new, breaks)
 
 
 def read_unseen():

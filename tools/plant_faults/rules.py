@@ -28,7 +28,7 @@ ROOTS = ("HKEY_CURRENT_USER", "HKEY_LOCAL_MACHINE", "HKEY_CLASSES_ROOT", "HKEY_U
 ALIKE = {"wcscmp": "_wcsicmp", "_wcsicmp": "wcscmp", "wcsncmp": "_wcsnicmp", "_wcsnicmp": "wcsncmp", "wcschr": "wcsrchr", "Find": "ReverseFind",
          "ReverseFind": "Find", "break": "continue", "continue": "break", "min": "max", "max": "min", "PostMessageW": "SendMessageW",
          "starts_with": "ends_with", "begin": "end", "first": "second", "second": "first",
-         "find": "rfind", "rfind": "find", "TrimLeft": "TrimRight", "TrimRight": "TrimLeft"}
+         "find": "rfind", "rfind": "find", "TrimLeft": "TrimRight", "TrimRight": "TrimLeft", "CompareNoCase": "Compare"}
 NO_STATEMENT = {"if", "for", "while", "do", "else", "switch", "case", "default", "return", "using", "public", "private",
                 "protected", "template", "class", "struct", "enum", "namespace", "friend", "static_assert", "try", "catch",
                 "typedef", "extern", "throw", "virtual", "explicit"}
@@ -313,6 +313,8 @@ def body_faults(source, i, word):
         first = semicolons[-1] + 1 if semicolons else first
         if "=" not in words[first:last + 1]:
             yield source.tokens("condition", first, last, f"!({source.span(first, last)})")
+            if word == "if":
+                yield source.tokens("condition", first, last, "true")
     elif word == "!" and source.kinds[i] == "sign":
         yield source.tokens("operator", i, i, "")
     elif word in ("++", "--"):
@@ -359,7 +361,15 @@ def call_faults(source, i, word):
         elif len(parts) == 1 and before not in (".", "->", "::", "~", ";", "{", "}"):
             yield source.tokens("call", i, closing, source.span(*parts[0]))
     for left, right in zip(parts, parts[1:]):
-        one, other = words[left[0]], words[right[0]]
-        if (left[0] == left[1] and right[0] == right[1] and source.kinds[left[0]] == source.kinds[right[0]] == "name" and
-                one != other and one.isupper() == other.isupper() and "nullptr" not in (one, other)):
-            yield source.tokens("arguments", left[0], right[1], f"{words[right[0]]}, {words[left[0]]}")
+        if differ_in_one_name(source, left, right):
+            yield source.tokens("arguments", left[0], right[1], f"{source.span(*right)}, {source.span(*left)}")
+
+
+def differ_in_one_name(source, left, right):
+    """Whether two arguments are built alike, so that one may be taken for the other."""
+    pairs = [(i, j) for i, j in zip(range(left[0], left[1] + 1), range(right[0], right[1] + 1)) if source.words[i] != source.words[j]]
+    if left[1] - left[0] != right[1] - right[0] or len(pairs) != 1:
+        return False
+    words = [source.words[at] for at in pairs[0]]
+    return (all(source.kinds[at] == "name" for at in pairs[0]) and words[0].isupper() == words[1].isupper() and
+            "nullptr" not in words)
