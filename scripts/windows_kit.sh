@@ -22,9 +22,10 @@ done
 cp "$windows_build"/{setup,sleeper,kit,rehearse,package_check}.exe "$root/docs/manifest.md" "$programs"
 cp -r "$windows_build"/package{,-earlier} "$programs"
 "$root/scripts/make_download.sh" "$windows_build/package" "$programs/Qantivo.exe" >/dev/null
-for file in tools/kit/run.cmd tools/kit/sandbox.cmd docs/windows.md; do
+for file in tools/kit/{run.cmd,sandbox.cmd,sandbox.wsb} docs/windows.md; do
     sed 's/$/\r/' "$root/$file" >"$work/kit/$(basename "$file")"
 done
+mv "$work/kit/sandbox.wsb" "$programs"
 cd "$work/kit"
 (cd "$root" && git describe --always --dirty 2>/dev/null || echo unknown) >version.txt
 # Kit.exe looks whether all is there.

@@ -7,6 +7,11 @@ constexpr DWORD kDelayed = MOVEFILE_DELAY_UNTIL_REBOOT;
 
 class Restart : public ScratchTest {};
 
+// For the test of the kit.
+TEST_F(Restart, DISABLED_ComesAgainAndAgain) {
+    RestartMachine();
+}
+
 TEST_F(Restart, CarriesMarksOutInOrderAndTakesThemAway) {
     if (IsBeforeRestart(1)) {
         MakeFiles({"kept", "moves", "new", "old", "ini", "full\\file"}, "a");

@@ -18,7 +18,6 @@
 #include "kit/machine.h"
 #include "kit/report.h"
 #include "lab/lab.h"
-#include "lab/program.h"
 #include "support/handles.h"
 
 namespace fs = std::filesystem;
@@ -31,6 +30,7 @@ constexpr ULONGLONG kRoom = 300'000'000;  // in bytes: the tests' largest files 
 constexpr char kEnded[] = "\nkit: the program ended with ";
 constexpr char kGoesOn[] = "it goes on after a restart";
 constexpr char kNeedsRestart[] = "it needs a restart of the machine";
+constexpr int kMostRestarts = 3;  // of one test
 
 // What ends the run with kCantRun. The text says what to do.
 struct CantRun : std::runtime_error {
@@ -41,6 +41,13 @@ struct Options {
     bool mayChange = false, restarts = false, neverRestarts = false, goesOn = false, opensSandbox = false;
     fs::path results;
     std::vector<std::wstring> only;
+};
+constexpr std::pair<const wchar_t*, bool Options::*> kSwitches[] = {
+    {L"/this-machine-may-be-changed", &Options::mayChange},
+    {L"/restart", &Options::restarts},
+    {L"/no-restart", &Options::neverRestarts},
+    {L"/go-on", &Options::goesOn},
+    {L"/sandbox", &Options::opensSandbox},
 };
 
 // A test that goes on after a restart: its program, its name, and how often the machine has restarted for it.
@@ -103,13 +110,13 @@ class Kit {
     std::vector<std::string> TestPrograms() const;
     fs::path NextOutput(const std::string& program) const;
     DWORD RunProgram(const std::string& program, const std::wstring& arguments, const fs::path& output) const;
+    kit::Results Ended(const fs::path& output, DWORD exitCode, ULONGLONG start) const;
     kit::Results RunTests(const std::string& program, const std::wstring& arguments,
                           const std::string& restarts) const;
-    void RunCommand(const std::string& program, const std::string& name,
-                    kit::End (Kit::*command)(const fs::path&) const) const;
-    kit::End CheckPackages(const fs::path& output) const;
-    kit::End RehearsePackages(const fs::path& output) const;
-    kit::End InstallDownload(const fs::path& output) const;
+    void RunCommand(const std::string& program, DWORD (Kit::*command)(const fs::path&) const) const;
+    DWORD CheckPackages(const fs::path& output) const;
+    DWORD RehearsePackages(const fs::path& output) const;
+    DWORD InstallDownload(const fs::path& output) const;
     int Report() const;
     int AwaitReport() const;
 
@@ -214,11 +221,15 @@ void AddFile(kit::Results& results, const fs::path& output) {
     kit::AddOutput(results, name.substr(name.find(' ') + 1), exitCode, kit::Nobodys(text.substr(0, end)));
 }
 
-void SayRows(const kit::Results& rows, const std::string& program, ULONGLONG start) {
-    std::printf("%-20s %4d right, %d failed, %d not run, %llu s\n", program.c_str(),
-                rows.Count(kit::End::Right), rows.Count(kit::End::Failed), rows.Count(kit::End::NotRun),
+// Adds to the output of a program how it ended, and says what it has told.
+kit::Results Kit::Ended(const fs::path& output, DWORD exitCode, ULONGLONG start) const {
+    std::ofstream(output, std::ios::app | std::ios::binary) << kEnded << exitCode;
+    kit::Results rows;
+    AddFile(rows, output);
+    std::printf("%-20s %s, %llu s\n", Utf8(output.stem()).substr(4).c_str(), rows.Counts().c_str(),
                 (GetTickCount64() - start) / 1000);
     (void)std::fflush(stdout);
+    return rows;
 }
 
 // `restarts` is what QTV_RESTART says to the tests.
@@ -227,57 +238,40 @@ kit::Results Kit::RunTests(const std::string& program, const std::wstring& argum
     const ULONGLONG start = GetTickCount64();
     const fs::path output = NextOutput(program);
     (void)SetEnvironmentVariableW(L"QTV_RESTART", restarts.empty() ? nullptr : tools::Wide(restarts).c_str());
-    const DWORD exitCode = RunProgram(program, arguments, output);
-    std::ofstream(output, std::ios::app | std::ios::binary) << kEnded << exitCode;
-    kit::Results rows;
-    AddFile(rows, output);
-    SayRows(rows, program, start);
-    return rows;
+    return Ended(output, RunProgram(program, arguments, output), start);
 }
 
-// Reports what isn't a program of tests as one test of that name.
-void Kit::RunCommand(const std::string& program, const std::string& name,
-                     kit::End (Kit::*command)(const fs::path&) const) const {
+void Kit::RunCommand(const std::string& program, DWORD (Kit::*command)(const fs::path&) const) const {
     if (!IsWanted(program)) return;
-    static constexpr const char* kMarks[] = {"[       OK ] ", "[  FAILED  ] ", "[  SKIPPED ] "};
     const ULONGLONG start = GetTickCount64();
     const fs::path output = NextOutput(program);
-    const auto add = [&](const std::string& text) {
-        std::ofstream(output, std::ios::app | std::ios::binary) << text;
-    };
-    add("[ RUN      ] " + name + "\n");
-    const kit::End end = (this->*command)(output);
-    add("\n" + (kMarks[static_cast<int>(end)] + name) + " (" + std::to_string(GetTickCount64() - start) +
-        " ms)\n" + kEnded + (end == kit::End::Failed ? "1" : "0"));
-    kit::Results rows;
-    AddFile(rows, output);
-    SayRows(rows, program, start);
+    (void)Ended(output, (this->*command)(output), start);
 }
 
-kit::End Kit::CheckPackages(const fs::path& output) const {
-    bool isClean = true;
+DWORD Kit::CheckPackages(const fs::path& output) const {
+    DWORD worst = 0;
     for (const wchar_t* const package : {L"package", L"package-earlier"})
-        isClean = RunProgram("package_check", L"\"" + (m_folder / "programs" / package).native() + L"\"",
-                             output) == 0 &&
-                  isClean;
-    return isClean ? kit::End::Right : kit::End::Failed;
+        worst = std::max(
+            worst,
+            RunProgram("package_check", L"\"" + (m_folder / "programs" / package).native() + L"\"", output));
+    return worst;
 }
 
-kit::End Kit::RehearsePackages(const fs::path& output) const {
+DWORD Kit::RehearsePackages(const fs::path& output) const {
     if (m_options.neverRestarts || m_options.restarts || !lab::CanRestart()) {
         std::ofstream(output, std::ios::app) << "it needs a machine that restarts beneath a program\n";
-        return kit::End::NotRun;
+        return kit::kNotRun;
     }
     kit::RemoveTouched();
     fs::copy(m_folder / "programs" / "package", "C:\\Package", fs::copy_options::recursive);
     fs::copy(m_folder / "programs" / "package-earlier", "C:\\Earlier package", fs::copy_options::recursive);
     const DWORD exitCode = RunProgram("rehearse", L"package text -s", output);
     kit::RemoveTouched();
-    return exitCode == 0 ? kit::End::Right : kit::End::Failed;
+    return exitCode;
 }
 
 // The download installs the product, which then removes itself.
-kit::End Kit::InstallDownload(const fs::path& output) const {
+DWORD Kit::InstallDownload(const fs::path& output) const {
     kit::RemoveTouched();
     const lab::State before = lab::Look();
     const std::string uninstaller = "C:\\Program Files\\Qantivo 8\\QtvUnInst.exe";
@@ -297,7 +291,7 @@ kit::End Kit::InstallDownload(const fs::path& output) const {
     for (const lab::Change& change : lab::Differences(before, lab::Look()))
         told << change.kind << " " << change.name << "\n";
     kit::RemoveTouched();
-    return isRight ? kit::End::Right : kit::End::Failed;
+    return isRight ? 0 : 1;
 }
 
 // ---- the run ----
@@ -316,9 +310,9 @@ int Kit::Run() {
             if (row.end == kit::End::NotRun && row.said.find(kNeedsRestart) != row.said.npos)
                 waiting += program + " " + row.name + " 0\n";
     }
-    RunCommand("package_check", "FindsNothingInThePackages", &Kit::CheckPackages);
-    RunCommand("rehearse", "LeavesNothing", &Kit::RehearsePackages);
-    RunCommand("download", "InstallsAndIsRemoved", &Kit::InstallDownload);
+    RunCommand("package_check", &Kit::CheckPackages);
+    RunCommand("rehearse", &Kit::RehearsePackages);
+    RunCommand("download", &Kit::InstallDownload);
     kit::RemoveTouched();
     const int changes = kit::CountChanges(before, kit::LookAtOthers());
     Write(m_options.results / "about.txt",
@@ -342,8 +336,13 @@ int Kit::GoOn() {
         Waiting& next = waiting.front();
         const kit::Results rows = RunTests(next.program, L"--gtest_filter=" + tools::Wide(next.name),
                                            std::to_string(next.restarts));
-        const bool goesOn = rows.rows.size() == 1 && rows.rows[0].end == kit::End::NotRun &&
-                            rows.rows[0].said.find(kGoesOn) != std::string::npos;
+        bool goesOn = rows.rows.size() == 1 && rows.rows[0].end == kit::End::NotRun &&
+                      rows.rows[0].said.find(kGoesOn) != std::string::npos;
+        if (goesOn && next.restarts == kMostRestarts) {
+            goesOn = false;
+            Write(NextOutput(next.program),
+                  "[ RUN      ] " + next.name + "\nit restarts the machine again and again\n" + kEnded + "1");
+        }
         if (goesOn)
             ++next.restarts;
         else
@@ -396,23 +395,12 @@ int Kit::Report() const {
 // ---- Windows Sandbox ----
 
 int Kit::OpenSandbox() const {
-    std::string kitPath = Utf8(m_folder), restart = m_options.restarts ? " /restart" : "";
-    kitPath = tools::Replaced(std::move(kitPath), "&", "&amp;");
     const fs::path results = m_folder.native() + L"-results", file = m_folder / "kit.wsb";
     std::error_code error;
     fs::create_directories(results, error);
-    const auto mapped = [](const std::string& folder, const char* inside, const char* isReadOnly) {
-        return "    <MappedFolder>\r\n      <HostFolder>" + folder +
-               "</HostFolder>\r\n      <SandboxFolder>" + inside + "</SandboxFolder>\r\n      <ReadOnly>" +
-               isReadOnly + "</ReadOnly>\r\n    </MappedFolder>\r\n";
-    };
-    Write(file, "<Configuration>\r\n  <Networking>Disable</Networking>\r\n  <MappedFolders>\r\n" +
-                    mapped(kitPath, "C:\\QtvKit", "true") +
-                    mapped(kitPath + "-results", "C:\\QtvResults", "false") +
-                    "  </MappedFolders>\r\n  <LogonCommand>\r\n    <Command>cmd.exe /c start cmd.exe /k "
-                    "C:\\QtvKit\\run.cmd "
-                    "/results C:\\QtvResults" +
-                    restart + "</Command>\r\n  </LogonCommand>\r\n</Configuration>\r\n");
+    std::string text = Read(m_folder / "programs" / "sandbox.wsb");
+    text = tools::Replaced(std::move(text), "%KIT%", tools::Replaced(Utf8(m_folder), "&", "&amp;"));
+    Write(file, tools::Replaced(std::move(text), "%OPTION%", m_options.restarts ? " /restart" : ""));
     Say("the results will be in " + Utf8(results));
     if (reinterpret_cast<INT_PTR>(
             ShellExecuteW(nullptr, nullptr, file.c_str(), nullptr, nullptr, SW_SHOWNORMAL)) <= 32)
@@ -425,16 +413,10 @@ Options ReadOptions(int count, wchar_t** values) {
     Options options;
     for (int i = 1; i < count; ++i) {
         const std::wstring option = values[i];
-        if (option == L"/this-machine-may-be-changed")
-            options.mayChange = true;
-        else if (option == L"/restart")
-            options.restarts = true;
-        else if (option == L"/no-restart")
-            options.neverRestarts = true;
-        else if (option == L"/go-on")
-            options.goesOn = true;
-        else if (option == L"/sandbox")
-            options.opensSandbox = true;
+        const auto found = std::find_if(std::begin(kSwitches), std::end(kSwitches),
+                                        [&](const auto& each) { return option == each.first; });
+        if (found != std::end(kSwitches))
+            options.*found->second = true;
         else if (option == L"/results" && i + 1 < count)
             options.results = values[++i];
         else if (option == L"/only" && i + 1 < count)

@@ -59,12 +59,6 @@ std::string Xml(const std::string& text) {
     return out;
 }
 
-std::string Counts(const Results& results) {
-    return std::to_string(results.Count(End::Right)) + " right, " +
-           std::to_string(results.Count(End::Failed)) + " failed, " +
-           std::to_string(results.Count(End::NotRun)) + " not run";
-}
-
 // The last line that says something: why it wasn't run.
 std::string Reason(const Row& row) {
     const auto end = row.said.find_last_not_of('\n');
@@ -77,6 +71,11 @@ std::string Reason(const Row& row) {
 int Results::Count(End end) const {
     return static_cast<int>(
         std::count_if(rows.begin(), rows.end(), [=](const Row& row) { return row.end == end; }));
+}
+
+std::string Results::Counts() const {
+    return std::to_string(Count(End::Right)) + " right, " + std::to_string(Count(End::Failed)) + " failed, " +
+           std::to_string(Count(End::NotRun)) + " not run";
 }
 
 void AddOutput(Results& results, const std::string& program, unsigned long exitCode,
@@ -103,37 +102,34 @@ void AddOutput(Results& results, const std::string& program, unsigned long exitC
         "the program ended with " + std::to_string(exitCode) + " (0x" + tools::Hex(exitCode, 8) + ")\n";
     if (isInTest)
         Add(results, {program, row.name, End::Failed, "0", row.said + ended});
+    else if (!hasTests && exitCode == kNotRun)
+        Add(results, {program, "the whole program", End::NotRun, "0", outside});
+    else if (!hasTests && exitCode == 0 && !program.ends_with("_tests"))
+        Add(results, {program, "the whole program", End::Right, "0", outside});
     else if (!hasTests || (exitCode != 0 && results.Count(End::Failed) == failed))
         Add(results, {program, "the whole program", End::Failed, "0", outside + ended});
 }
 
 std::string ToJUnit(const Results& results, const std::string& about) {
-    std::map<std::string, std::vector<const Row*>> programs;
+    std::map<std::string, Results> programs;
     for (const Row& row : results.rows)
-        programs[row.program].push_back(&row);
+        programs[row.program].rows.push_back(row);
     std::ostringstream xml;
-    const auto counts = [&](const std::vector<const Row*>& rows) {
-        const auto count = [&](End end) {
-            return std::count_if(rows.begin(), rows.end(), [=](const Row* row) { return row->end == end; });
-        };
-        xml << " tests=\"" << rows.size() << "\" failures=\"" << count(End::Failed)
-            << "\" errors=\"0\" skipped=\"" << count(End::NotRun) << "\">\n";
-    };
     xml << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites>\n";
-    for (const auto& [program, rows] : programs) {
-        xml << "<testsuite name=\"" << program << "\"";
-        counts(rows);
-        xml << "<properties><property name=\"system\" value=\"" << Xml(about) << "\"/></properties>\n";
-        for (const Row* const row : rows) {
-            xml << "<testcase classname=\"" << program << "\" name=\"" << Xml(row->name) << "\" time=\""
-                << std::stod(row->milliseconds) / 1000 << "\"";
-            if (row->end == End::Right)
+    for (const auto& [program, own] : programs) {
+        xml << "<testsuite name=\"" << program << "\" tests=\"" << own.rows.size() << "\" failures=\""
+            << own.Count(End::Failed) << "\" errors=\"0\" skipped=\"" << own.Count(End::NotRun)
+            << "\">\n<properties><property name=\"system\" value=\"" << Xml(about) << "\"/></properties>\n";
+        for (const Row& row : own.rows) {
+            xml << "<testcase classname=\"" << program << "\" name=\"" << Xml(row.name) << "\" time=\""
+                << std::stod(row.milliseconds) / 1000 << "\"";
+            if (row.end == End::Right)
                 xml << "/>\n";
-            else if (row->end == End::NotRun)
-                xml << "><skipped message=\"" << Xml(Reason(*row)) << "\"/></testcase>\n";
+            else if (row.end == End::NotRun)
+                xml << "><skipped message=\"" << Xml(Reason(row)) << "\"/></testcase>\n";
             else
-                xml << "><failure message=\"" << Xml(row->said.substr(0, row->said.find("the machine:\n")))
-                    << "\">" << Xml(row->said) << "</failure></testcase>\n";
+                xml << "><failure message=\"" << Xml(row.said.substr(0, row.said.find("the machine:\n")))
+                    << "\">" << Xml(row.said) << "</failure></testcase>\n";
         }
         xml << "</testsuite>\n";
     }
@@ -142,7 +138,7 @@ std::string ToJUnit(const Results& results, const std::string& about) {
 }
 
 std::string ToText(const Results& results, const std::string& about) {
-    std::string text = about + Counts(results) + "\n";
+    std::string text = about + results.Counts() + "\n";
     for (const Row& row : results.rows)
         if (row.end == End::Failed) text += "\nFAILED " + row.program + " " + row.name + "\n" + row.said;
     if (results.Count(End::NotRun) > 0) text += "\nnot run:\n";

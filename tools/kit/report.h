@@ -26,12 +26,17 @@ struct Results {
     std::vector<Row> rows;
     std::vector<Fact> facts;
     int Count(End end) const;
+    std::string Counts() const;  // "5 right, 0 failed, 1 not run"
     // 1 if a row failed, otherwise 0.
     int ExitCode() const { return Count(End::Failed) > 0; }
 };
 
-// Reads what a program of tests wrote. A test that began and didn't end has failed, and so has a program that ended with
-// `exitCode` other than 0 without a failed test, or without any test. What is told again replaces what was told before.
+// The exit code of what had a reason not to run, which is the last line that it wrote.
+inline constexpr unsigned long kNotRun = 77;
+
+// Reads what a program wrote. A test that began and didn't end has failed, and so has a program that ended with `exitCode`
+// other than 0 without a failed test, or a program "..._tests" without any test. Another program without tests counts as one.
+// What is told again replaces what was told before.
 void AddOutput(Results& results, const std::string& program, unsigned long exitCode,
                const std::string& output);
 
