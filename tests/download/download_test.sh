@@ -1,21 +1,12 @@
 #!/usr/bin/env bash
 # Tests the download of a package under Wine: download_test.sh BUILD-FOLDER.
-set -uo pipefail
 build=$(realpath "$1")
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 export QTV_WINDOWS_BUILD=$build
-work=$(mktemp -d)
+. "$(dirname "${BASH_SOURCE[0]}")/../harness/shell_test.sh"
 # While a program runs, Wine doesn't start anew, which would carry out the marks.
 "$root/scripts/wine.sh" "$build/sleeper.exe" >/dev/null 2>&1 &
 awake=$!
 trap 'kill "$awake"; rm -rf "$work"' EXIT
-cd "$work" || exit 1
-
-failed=
-fail() {
-    echo "download_test: $*" >&2
-    failed=yes
-}
 wine() { "$root/scripts/wine.sh" "$@" 2>/dev/null | tr -d '\r'; }
 make() { pack "$@" >made 2>&1; }
 here=Z:${work//\//\\}
@@ -25,13 +16,6 @@ export QTV_RECORD=$here\\record
 echo mine >Qantivo.exe.unfinished
 "$root/scripts/make_download.sh" "$build/package" Qantivo.exe >/dev/null || fail 'no download of the sample'
 [ "$(ls -A)" = $'Qantivo.exe\nQantivo.exe.unfinished' ] && [ "$(<Qantivo.exe.unfinished)" = mine ] || fail "beside it is $(ls -A)"
-# refused SAYS COMMAND...
-refused() {
-    local text=$1 result=0
-    shift
-    "$@" >made 2>&1 || result=$?
-    [ "$result" = 2 ] && grep -qF -- "$text" made || fail "$* ended with $result: $(<made)"
-}
 cp -r "$build/package" package
 rm package/QtvUnInst.log
 script=$root/scripts/make_download.sh
@@ -195,11 +179,9 @@ done
 echo '[settings]' >QtvApp8.ini
 # recipe NAME EXIT-CODE
 recipe() {
-    local result=0
     sed -n "/^    rem $1.cmd/,/^[^ ]/s/^    //p" "$root/docs/deployment.md" | sed 's/$/\r/' >"$1.cmd"
     [ -s "$1.cmd" ] || fail "the manual has no recipe $1"
-    timeout 300 "$root/scripts/wine.sh" cmd.exe /c "$1.cmd" >said 2>&1 || result=$?
-    [ "$result" = "$2" ] || fail "the recipe $1 ends with $result: $(<said)"
+    run "$2" timeout 300 "$root/scripts/wine.sh" cmd.exe /c "$1.cmd"
 }
 program_files=${WINEPREFIX:-${QTV_WINE_HOME:-$root/build/wine}/prefix}/drive_c/Program\ Files
 recipe detect 1
@@ -226,9 +208,7 @@ recipe update 0
 installed sleeper.exe HomePage.url QtvApp8.exe
 recipe install 0
 echo changed >"$program_files/Qantivo 8/QtvApp8Man.chm"
-result=0
-"$root/scripts/wine.sh" Qantivo-update.exe -install -s >said 2>&1 || result=$?
-[ "$result" = 7 ] || fail "an update of a changed installation ends with $result"
+run 7 "$root/scripts/wine.sh" Qantivo-update.exe -install -s
 [ "$(<"$program_files/Qantivo 8/QtvApp8Man.chm")" = changed ] || fail 'a refused update changes a file'
 recipe update 0
 installed QtvApp8Man.chm
@@ -240,4 +220,3 @@ manager='HKLM\SYSTEM\CurrentControlSet\Control\Session Manager'
 wine reg.exe add "$manager" /v PendingFileRenameOperations /t REG_MULTI_SZ /f \
     /d '\??\C:\Qantivo 8\a.new\0!\??\C:\Qantivo 8\a' >/dev/null
 recipe pending 0
-[ -z "$failed" ]

@@ -1,36 +1,23 @@
 #!/usr/bin/env bash
 # Tests scripts/release.sh with two releases of the sample, signed with a certificate of its own: release_test.sh [BUILD-FOLDER]
 # It takes some minutes, so test.sh does not run it.
-set -uo pipefail
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
-build=$(realpath -m "${1:-$root/build/windows}")
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work" || exit 1
-
-failed=
-fail() {
-    echo "release_test: $*" >&2
-    failed=yes
-}
+[ -z "${1-}" ] || export QTV_WINDOWS_BUILD=$(realpath -m "$1")
+. "$(dirname "${BASH_SOURCE[0]}")/../harness/shell_test.sh"
+build=$windows_build host=$host_build
 # release EXIT-CODE SAYS ARGUMENT...
 release() {
-    local expected=$1 text=$2 result=0
+    local result=$1 text=$2
     shift 2
-    "$root/scripts/release.sh" "$@" >said 2>&1 || result=$?
-    [ "$result" = "$expected" ] && grep -qF -- "$text" said || fail "release.sh $* ended with $result: $(<said)"
+    run "$result" "$root/scripts/release.sh" "$@"
+    says "$text"
     [ "$result" = 0 ] || [ ! -e out ] || fail "release.sh $* leaves something"
     [ -e out.failed/report.txt ] && grep -qF "$text" <(sed 's/^stopped */stopped: /' out.failed/report.txt) && rm -r out.failed || [ "$result" != 1 ] ||
         fail "release.sh $* leaves no report"
     [ "$result" != 2 ] || [ ! -e out.failed ] || fail "release.sh $* leaves a report"
 }
 
-"$root/scripts/bootstrap.sh" release
-[ -e "$build/CMakeCache.txt" ] || (cd "$root" && cmake --preset windows -B "$build") >/dev/null
-cmake --build "$build" --target sample_package -- --quiet || exit 1
-host=${QTV_HOST_BUILD:-$root/build/host}
-[ -e "$host/CMakeCache.txt" ] || (cd "$root" && cmake --preset host -B "$host") >/dev/null
-cmake --build "$host" --target package_check package_make -- --quiet || exit 1
+needs release
+build windows sample_package && build host package_check package_make || exit 1
 
 # ---- wrong input ----
 mkdir app
@@ -108,4 +95,3 @@ grep -qx $'Make Dir: gone\r' out/package/QtvUnInst.log || fail 'an update leaves
 grep -q 'stand-ins there for.*QtvApp8.exe' out/report/report.txt || fail 'the report does not name the stand-ins'
 grep -q 'started there *[0-9]* x "C:.*QtvApp8.exe" -regonly' out/report/report.txt || fail 'the report does not list the started programs'
 [ "$(find out/report -name '*.html' | wc -l)" = 5 ] || fail 'the report does not have five rehearsals'
-[ -z "$failed" ]

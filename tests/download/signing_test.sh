@@ -1,17 +1,7 @@
 #!/usr/bin/env bash
 # Tests how a release signs: signing_test.sh BUILD-FOLDER, where download_make of the host and the sample package of Windows are.
-set -uo pipefail
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 program=$(realpath "$1/package/QtvApp8.exe")
-set --
-. "$root/scripts/lib.sh"
-make_work
-cd "$work" || exit 1
-failed=
-fail() {
-    echo "signing_test: $*" >&2
-    failed=yes
-}
+. "$(dirname "${BASH_SOURCE[0]}")/../harness/shell_test.sh"
 # signing COMMAND...: runs it with the functions of signing.sh, and stores what is said.
 signing() {
     (
@@ -94,22 +84,17 @@ PATH=$work/bin:$PATH right=9 signed stamped.exe && fail 'without a time stamp al
 [ "$(wc -l <tries)" = 5 ] && [ "$(uniq tries)" = https://stamp.example ] || fail "the service is asked for $(<tries)"
 
 # ---- wrong variables ----
-# refused SAYS VARIABLE...
-refused() {
-    local text=$1 rc=0
-    shift
-    (
-        export "$@"
-        signing check_signing
-    ) || rc=$?
-    [ "$rc" = 2 ] && grep -qF -- "$text" said || fail "$* is taken: $rc $(<said)"
-}
-refused "none, for the signature, can't be read" QTV_SIGN_PKCS12=none
-refused "none, for the signature, can't be read" QTV_SIGN_PKCS11_MODULE=none
-refused 'only one of' QTV_SIGN_COMMAND='x {}'
-refused 'only one of' QTV_SIGN_CERTIFICATE=certificate.pem QTV_SIGN_KEY=key.pem
+# with VARIABLE...: looks whether a release can sign so.
+with() (
+    export "$@"
+    . "$root/scripts/signing.sh"
+    check_signing
+)
+refused "none, for the signature, can't be read" with QTV_SIGN_PKCS12=none
+refused "none, for the signature, can't be read" with QTV_SIGN_PKCS11_MODULE=none
+refused 'only one of' with QTV_SIGN_COMMAND='x {}'
+refused 'only one of' with QTV_SIGN_CERTIFICATE=certificate.pem QTV_SIGN_KEY=key.pem
 unset QTV_SIGN_PKCS12
-refused 'has no {}' QTV_SIGN_COMMAND=x
-refused 'QTV_SIGN_KEY is not' QTV_SIGN_CERTIFICATE=certificate.pem
+refused 'has no {}' with QTV_SIGN_COMMAND=x
+refused 'QTV_SIGN_KEY is not' with QTV_SIGN_CERTIFICATE=certificate.pem
 QTV_SIGN_CERTIFICATE=pkcs11:object=c QTV_SIGN_KEY=pkcs11:object=k signing check_signing || fail "a token: $(<said)"
-[ -z "$failed" ]

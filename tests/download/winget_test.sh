@@ -1,17 +1,8 @@
 #!/usr/bin/env bash
 # Tests the files for winget: what the file of --release-info may say, and what a YAML reader makes of the files. winget_test.sh
-set -uo pipefail
-set --
-. "$(dirname "${BASH_SOURCE[0]}")/../../scripts/lib.sh"
+. "$(dirname "${BASH_SOURCE[0]}")/../harness/shell_test.sh"
 . "$root/scripts/winget.sh"
 export LC_ALL=C.UTF-8
-make_work
-cd "$work" || exit 1
-failed=
-fail() {
-    echo "winget_test: $*" >&2
-    failed=yes
-}
 
 # ---- what is refused: NAME, value, what is said; nothing is said of a right one ----
 info=$work/info
@@ -19,12 +10,11 @@ many() { printf "%0$1d" 0; }
 while IFS='|' read -r name value says; do
     grep -v "^$name:" "$root/sample/release-info.txt" >info
     [ "$value" = - ] || printf '%s: %b\n' "$name" "$value" >>info
-    rc=0
-    (check_info) >said 2>&1 || rc=$?
     if [ -z "$says" ]; then
-        [ "$rc" = 0 ] && [ ! -s said ] || fail "$name: $value is refused: $(<said)"
+        run 0 check_info "of $name: $value"
+        [ ! -s said ] || fail "$name: $value: $(<said)"
     else
-        [ "$rc" = 2 ] && grep -qF "$says" said || fail "$name: $value: $rc, \"$(<said)\" instead of \"$says\""
+        refused "$says" check_info "of $name: $value"
     fi
 done <<END
 PackageIdentifier|-|has no line "PackageIdentifier: ..."
@@ -83,4 +73,3 @@ expected = {
 wrong = [name for name in expected if files.pop(name, None) != expected[name]] + list(files)
 sys.exit(f'not as expected: {", ".join(wrong)}' if wrong else 0)
 END
-[ -z "$failed" ]

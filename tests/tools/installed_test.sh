@@ -1,18 +1,9 @@
 #!/usr/bin/env bash
 # Tests the Debian package and the archive of the tools: installed_test.sh BUILD-FOLDER, that of Windows. They are unpacked in a
 # throwaway folder, and used where neither the checkout nor a build can be seen.
-set -uo pipefail
 export QTV_WINDOWS_BUILD
 QTV_WINDOWS_BUILD=$(realpath "$1")
-set --
-. "$(dirname "${BASH_SOURCE[0]}")/../../scripts/lib.sh"
-make_work
-cd "$work" || exit 1
-failed=
-fail() {
-    echo "installed_test: $*" >&2
-    failed=yes
-}
+. "$(dirname "${BASH_SOURCE[0]}")/../harness/shell_test.sh"
 
 (cd "$host_build" && cpack -B "$work/made") >said 2>&1 || { cat said >&2; exit 1; }
 mkdir deb archive app
@@ -48,4 +39,3 @@ ln -s "$(command -v basename)" "$(command -v dirname)" "$(command -v readlink)" 
 hidden=hidden
 unshare -rm true 2>said || { hidden=; echo "installed_test: the build stays visible: $(<said)"; }
 [ -z "$(${hidden:+unshare -rm} bash use "$hidden" "$root" "$sum" 2>&1 | tee problems)" ] || fail "$(<problems)"
-[ -z "$failed" ]

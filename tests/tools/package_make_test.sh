@@ -1,30 +1,18 @@
 #!/usr/bin/env bash
 # Tests package_make from the shell: package_make_test.sh BUILD-FOLDER
-set -uo pipefail
 build=$(realpath "$1")
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+. "$(dirname "${BASH_SOURCE[0]}")/../harness/shell_test.sh"
 make=("$build/package_make")
 [ ! -e "$build/package_make.exe" ] || make=("$root/scripts/wine.sh" "$build/package_make.exe")
 check=("${make[@]/%package_make/package_check}")
 check=("${check[@]/%package_make.exe/package_check.exe}")
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work" || exit 1
 [ -x "${make[-1]}" ] || { echo "package_make_test: ${make[-1]} is missing" >&2; exit 1; }
 
-fail() {
-    echo "package_make_test: $*" >&2
-    exit 1
-}
-# run EXIT-CODE ARGUMENT...: stores what the program prints in the file "said".
-run() {
-    local expected=$1 result=0
-    shift
-    "${make[@]}" "$@" 2>&1 | tr -d '\r' >said || result=$?
-    [ "$result" = "$expected" ] || fail "$* ended with $result: $(<said)"
+# made EXIT-CODE ARGUMENT...
+made() {
+    run "$1" "${make[@]}" "${@:2}"
     [ -z "$(compgen -G 'out.*')" ] || fail "$* leaves something unfinished"
 }
-says() { grep -qF -- "$1" said || fail "\"$1\" is missing in: $(<said)"; }
 # Compares the package's manifest with the standard input.
 manifest_is() { diff - <(tr -d '\r' <"$1/QtvUnInst.log") || fail "the manifest of $1 differs"; }
 # files FOLDER NAME...
@@ -56,7 +44,7 @@ Make Dir: empty\inside\made
 
 File Overwrite: b.dat | written by the application
 END
-run 0 app out --recipe recipe --own many/
+made 0 app out --recipe recipe --own many/
 says 'out: no findings, the package is clean'
 manifest_is out <<'END'
 File Copy: QtvApp8.exe
@@ -89,13 +77,13 @@ Make Dir: empty
 Make Dir: deep
 END
 cmp out/Agreement.TXT "$build/package/agreement.txt" || fail 'the agreement is not in the form that setup shows'
-run 0 app second --recipe recipe --own many
+made 0 app second --recipe recipe --own many
 diff -r out second || fail 'the same input results in other bytes'
 
 # ---- the sample ----
 cp -r "$build/package/." sample
 rm sample/{setup.exe,QtvUnInst.exe,QtvUnInst.log}
-run 0 sample sample_package --recipe "$root/sample/recipe.txt" --own Samples
+made 0 sample sample_package --recipe "$root/sample/recipe.txt" --own Samples
 diff -r "$build/package" sample_package || fail 'the sample differs from the package that is made from its folder and its recipe'
 
 # ---- an update ----
@@ -134,9 +122,9 @@ File Del: back.dat | it was away for a while
 File Del: rar?.dll
 File Del: gone.dat
 END
-run 2 new update --recipe recipe --earlier old
+made 2 new update --recipe recipe --earlier old
 says 'its version 8.5.2.0 is not higher than 8.5.2.0, that of'
-run 0 new update --recipe recipe --earlier old --same-version
+made 0 new update --recipe recipe --earlier old --same-version
 diff - <(sed -n '/recipe/,$p' update/QtvUnInst.log | tr -d '\r') <<'END' || fail 'the update deletes other files'
 File Del: named.dat | by the recipe
 File Del: 2.txt
@@ -162,7 +150,7 @@ END
 # version NUMBER FROM TO: copies an application with another first number.
 version() { LC_ALL=C sed "s/\(\xBD\x04\xEF\xFE......\)\x08/\1\x0$1/" "$2" >"$3"; }
 version 7 "$build/package/QtvApp8.exe" old/QtvApp8.exe
-run 0 new dirs --recipe recipe --earlier old --make-dirs
+made 0 new dirs --recipe recipe --earlier old --make-dirs
 diff - <(sed -n '/older/,$p' dirs/QtvUnInst.log | tr -d '\r') <<'END' || fail 'other folders are removed'
 File Del: older?.dat | of version 7
 Make Dir: made
@@ -175,18 +163,16 @@ END
 if grep 'empty folder' said; then fail 'folders stay that have records'; fi
 says 'the folder kept.dat, whose'
 version 9 "$build/package/QtvApp8.exe" old/QtvApp8.exe
-run 2 new older --earlier old
+made 2 new older --earlier old
 
 # ---- findings, one of them in the recipe ----
 printf '# remark\nFile Copy x64: same.dat\nFile  Copy: back.dat\n' >recipe
-run 1 new found --recipe recipe
+made 1 new found --recipe recipe
 says 'recipe:2: [x64-ignored] File Copy x64: same.dat'
 says 'recipe:3: [wrong-blank]'
 # checked EXIT-CODE SAYS ARGUMENT...: runs package_check.
 checked() {
-    local result=0
-    "${check[@]}" "${@:3}" 2>&1 | tr -d '\r' >said || result=$?
-    [ "$result" = "$1" ] || fail "package_check ${*:3} ended with $result: $(<said)"
+    run "$1" "${check[@]}" "${@:3}"
     says "$2"
 }
 checked 1 '"uri": "recipe"}, "region": {"startLine": 3}' --sarif --recipe recipe --sarif-base . found
@@ -209,45 +195,42 @@ done
 
 # ---- wrong input ----
 [ "$(stat -c %Y second/b.dat)" = "$(stat -c %Y app/b.dat)" ] || fail 'a file of the package has another time'
-# refused SAYS ARGUMENT...
-refused() {
-    local text=$1
-    shift
-    run 2 "$@"
-    says "$text"
-    [ ! -e out ] || fail "$* made something"
+# refused_make SAYS ARGUMENT...
+refused_make() {
+    refused "$1" "${make[@]}" "${@:2}"
+    [ -z "$(compgen -G 'out*')" ] || fail "$* made something"
 }
 rm -rf out
-refused 'usage: package_make' app
-refused 'usage: package_make' app out more
-refused 'usage: package_make' app out --recipe
-refused 'usage: package_make' app out --none
-refused 'none is no folder' none out
-refused 'nowhere, where the package is to be, is no folder' app nowhere/out
-refused 'lies in the folder of the files' app app/out
-refused "can't be read" app out --recipe none
-refused 'is no package: its QtvUnInst.log' app out --earlier new
-refused 'none is no program' app out --setup none
-refused '--own none: no such folder' app out --own many --own none
-refused '--own empty: it holds a folder' app out --own empty
-refused '--own empty\inside: it holds no file' app out --own empty/inside
+refused_make 'usage: package_make' app
+refused_make 'usage: package_make' app out more
+refused_make 'usage: package_make' app out --recipe
+refused_make 'usage: package_make' app out --none
+refused_make 'none is no folder' none out
+refused_make 'nowhere, where the package is to be, is no folder' app nowhere/out
+refused_make 'lies in the folder of the files' app app/out
+refused_make "can't be read" app out --recipe none
+refused_make 'is no package: its QtvUnInst.log' app out --earlier new
+refused_make 'none is no program' app out --setup none
+refused_make '--own none: no such folder' app out --own many --own none
+refused_make '--own empty: it holds a folder' app out --own empty
+refused_make '--own empty\inside: it holds no file' app out --own empty/inside
 # refused_text SAYS FORMAT
 refused_text() {
     # shellcheck disable=SC2059
     printf "$2" >text
-    refused "$1" app out --recipe text
+    refused_make "$1" app out --recipe text
 }
 refused_text 'text:2: a byte 0' '\nFile Copy: \0'
 refused_text 'text:2: a byte 1A' '\n\x1AFile Copy: b.dat'
 refused_text 'text:1: more than 511 characters' "#$(printf '%0512d' 0)"
 printf 'File Copy: %0200d' 0 | sed 's/0/\xE4/g' >text
-refused "a name that the host can't store" app out --recipe text
+refused_make "a name that the host can't store" app out --recipe text
 mkfifo endless
-for option in --recipe --setup; do refused 'endless is no plain file' app out "$option" endless; done
+for option in --recipe --setup; do refused_make 'endless is no plain file' app out "$option" endless; done
 mkdir looped
 cp -r second/. looped
 ln -s . looped/again
-refused 'looped/again is no plain file or folder' app out --earlier looped
+refused_make 'looped/again is no plain file or folder' app out --earlier looped
 checked 2 'endless is no plain file' --recipe endless second
 # refused_file SAYS NAME [TARGET]
 refused_file() {
@@ -255,7 +238,7 @@ refused_file() {
     files odd
     mkdir -p "$(dirname "odd/$2")"
     if [ $# -eq 3 ]; then ln -s "$3" "odd/$2"; else echo odd >"odd/$2"; fi
-    refused "$1" odd out
+    refused_make "$1" odd out
 }
 refused_file 'in one byte' €.dat
 refused_file 'in one byte' $'\xFF.dat'
@@ -275,28 +258,28 @@ refused_file 'the same name as' homepage.URL
 refused_file 'a link' folder/link ../HomePage.url
 rm -r odd/folder
 mkdir odd/ÄÖ odd/äö
-refused 'the same name as' odd out
+refused_make 'the same name as' odd out
 rmdir odd/äö
 mkfifo odd/pipe
-refused 'odd/pipe: neither a file nor a folder' odd out
+refused_make 'odd/pipe: neither a file nor a folder' odd out
 echo 'no version' >new/QtvApp8.exe
-refused "its version can't be read" new out
+refused_make "its version can't be read" new out
 version 0 "$build/package/QtvApp8.exe" new/QtvApp8.exe
-refused 'its first number is 0' new out
+refused_make 'its first number is 0' new out
 printf '\xFF' >odd/agreement.txt
 rm odd/pipe
-refused 'odd/agreement.txt is neither UTF-8 nor UTF-16' odd out
+refused_make 'odd/agreement.txt is neither UTF-8 nor UTF-16' odd out
 rm new/QtvApp8.exe
-refused 'has no QtvApp8.exe' new out
+refused_make 'has no QtvApp8.exe' new out
 printf MZ >program
-refused 'are programs of different systems' app out --setup program
+refused_make 'are programs of different systems' app out --setup program
 mkdir out
 echo precious >out/file
-run 2 app out
+made 2 app out
 says 'is there already'
 [ "$(cat out/*)" = precious ] || fail 'an existing folder was changed'
 rm out/file
-run 0 app out
+made 0 app out
 rm -r out
 
 # ---- two at once ----
