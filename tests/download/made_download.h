@@ -6,6 +6,7 @@
 #include "format.h"
 #include "harness/machine_view.h"
 #include "sha256.h"
+#include "unpack.h"
 
 inline std::string Packed(const std::string& bytes) {
     std::string packed(lzma_stream_buffer_bound(bytes.size()), 0);
@@ -51,6 +52,27 @@ inline download::Digest SumOf(const std::string& bytes) {
     download::Sha256 sum;
     sum.Add(bytes.data(), bytes.size());
     return sum.Finish();
+}
+
+// Writes the bytes to C:\Scratch\download.exe and opens it.
+inline Outcome Open(const std::string& bytes, download::Archive& archive) {
+    MakeFile(At("download.exe"), bytes);
+    return OpenArchive(CString(At("download.exe")), archive);
+}
+
+// The bytes, each time with one bit of another byte changed.
+inline std::vector<std::string> WithEachByteChanged(const std::string& whole) {
+    std::vector<std::string> all(whole.size(), whole);
+    for (std::size_t at = 0; at < whole.size(); ++at)
+        all[at][at] = static_cast<char>(whole[at] ^ 1 << at % 8);
+    return all;
+}
+
+// When the file was last written.
+inline std::uint64_t WrittenAt(const Text& path) {
+    WIN32_FIND_DATAW found = {};
+    EXPECT_TRUE(FindClose(FindFirstFileW(path.c_str(), &found)));
+    return std::uint64_t{found.ftLastWriteTime.dwHighDateTime} << 32 | found.ftLastWriteTime.dwLowDateTime;
 }
 
 // A step of a difference: a place, the run that is added to the bytes there, and the run after it.

@@ -1,5 +1,3 @@
-#include "unpack.h"
-
 #include <commctrl.h>
 
 #include <mutex>
@@ -22,9 +20,8 @@ class DownloadTest : public ScratchTest {
   protected:
     // Unpacks the download into C:\Scratch\new.
     static Outcome UnpackBytes(const std::string& download) {
-        MakeFile(At("download.exe"), download);
         Archive archive;
-        const Outcome outcome = OpenArchive(CString(At("download.exe")), archive);
+        const Outcome outcome = Open(download, archive);
         return outcome == Outcome::Right ? UnpackArchive(archive) : outcome;
     }
 
@@ -43,14 +40,8 @@ TEST_F(DownloadTest, FilesAreUnpackedFromAnyBlocks) {
     for (const std::size_t cbBlock : {1, 4, 5, 7, 25, 100}) {
         ASSERT_EQ(UnpackBytes(Download(kFiles, cbBlock)), Outcome::Right);
         EXPECT_EQ(Look(At("new")), files) << cbBlock;
-        for (const char* const name : {"new\\empty", "new\\d\\e\\long", "new\\last"}) {
-            WIN32_FIND_DATAW found;
-            ASSERT_TRUE(FindClose(FindFirstFileW(At(name).c_str(), &found)));
-            EXPECT_EQ(std::uint64_t{found.ftLastWriteTime.dwHighDateTime} << 32 |
-                          found.ftLastWriteTime.dwLowDateTime,
-                      kTime)
-                << name;
-        }
+        for (const char* const name : {"new\\empty", "new\\d\\e\\long", "new\\last"})
+            EXPECT_EQ(WrittenAt(At(name)), kTime) << name;
         EXPECT_TRUE(GetFileAttributesW(At("new\\d\\fixed").c_str()) & FILE_ATTRIBUTE_READONLY);
     }
     EXPECT_EQ(UnpackBytes(Download("", 1)), Outcome::Right);
@@ -59,11 +50,8 @@ TEST_F(DownloadTest, FilesAreUnpackedFromAnyBlocks) {
 
 TEST_F(DownloadTest, EachChangedBitAndEachCutIsNoticed) {
     const std::string whole = Download("d\\ a:first d\\long:0123456789", 8);
-    for (std::size_t at = 0; at < whole.size(); ++at) {
-        std::string changed = whole;
-        changed[at] = static_cast<char>(changed[at] ^ 1 << at % 8);
-        EXPECT_EQ(UnpackBytes(changed), Outcome::Damaged) << "byte " << at;
-    }
+    for (const std::string& changed : WithEachByteChanged(whole))
+        EXPECT_EQ(UnpackBytes(changed), Outcome::Damaged) << ::testing::PrintToString(changed);
     for (std::size_t at = 0; at < whole.size(); at += 8)
         EXPECT_EQ(UnpackBytes(whole.substr(0, at)), Outcome::Damaged) << "cut at " << at;
     EXPECT_EQ(UnpackBytes(whole + "more"), Outcome::Damaged);
@@ -81,10 +69,10 @@ TEST_F(DownloadTest, WithoutRoomNothingIsMade) {
 TEST_F(DownloadTest, WhatIsDeletedUnderItIsNoticed) {
     for (const char* const name : {"new\\a", "new\\d\\e\\long", "new\\f"})
         for (const std::size_t cbBlock : {7, 100}) {
-            MakeFile(At("download.exe"),
-                     Download("d\\ d\\e\\ f\\ a:first d\\e\\long:0123456789abcdefghij last:y", cbBlock));
             Archive archive;
-            ASSERT_EQ(OpenArchive(CString(At("download.exe")), archive), Outcome::Right);
+            ASSERT_EQ(Open(Download("d\\ d\\e\\ f\\ a:first d\\e\\long:0123456789abcdefghij last:y", cbBlock),
+                           archive),
+                      Outcome::Right);
             const Text path = At(name);
             // A file that a thread has open goes when that thread closes it.
             const auto deletes = [&] { (void)(DeleteFileW(path.c_str()) || RemoveDirectoryW(path.c_str())); };
@@ -93,9 +81,8 @@ TEST_F(DownloadTest, WhatIsDeletedUnderItIsNoticed) {
 }
 
 TEST_F(DownloadTest, ACancelledUnpackingEnds) {
-    MakeFile(At("download.exe"), Download(kFiles, 16));
     Archive archive;
-    ASSERT_EQ(OpenArchive(CString(At("download.exe")), archive), Outcome::Right);
+    ASSERT_EQ(Open(Download(kFiles, 16), archive), Outcome::Right);
     Progress progress(archive.table);
     progress.Cancel();
     EXPECT_EQ(Unpack(archive, CString(kScratch), progress), Outcome::Cancelled);

@@ -38,9 +38,8 @@ class UpdateTest : public ScratchTest {
     }
 
     Outcome Carry(const std::string& download, const std::function<void()>& onShare = {}) {
-        MakeFile(At("download.exe"), download);
         Archive archive;
-        const Outcome outcome = OpenArchive(CString(At("download.exe")), archive);
+        const Outcome outcome = Open(download, archive);
         return outcome == Outcome::Right ? CarryArchive(archive, onShare) : outcome;
     }
 
@@ -69,11 +68,7 @@ TEST_F(UpdateTest, FilesAreMadeOfTheInstallation) {
         const Text path = At("new\\" + file.name);
         EXPECT_EQ(FileBytes(path), file.bytes) << file.name;
         EXPECT_TRUE(GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_READONLY);
-        WIN32_FIND_DATAW found;
-        ASSERT_TRUE(FindClose(FindFirstFileW(path.c_str(), &found)));
-        EXPECT_EQ(
-            std::uint64_t{found.ftLastWriteTime.dwHighDateTime} << 32 | found.ftLastWriteTime.dwLowDateTime,
-            kTime);
+        EXPECT_EQ(WrittenAt(path), kTime);
     }
 }
 
@@ -109,12 +104,8 @@ TEST_F(UpdateTest, AWrongDifferenceIsDamage) {
 }
 
 TEST_F(UpdateTest, EachChangedBitIsNoticed) {
-    const std::string whole = Download("d\\ a:first", 8, "a program", kMade);
-    for (std::size_t at = 0; at < whole.size(); ++at) {
-        std::string changed = whole;
-        changed[at] = static_cast<char>(changed[at] ^ 1 << at % 8);
-        EXPECT_EQ(Carry(changed), Outcome::Damaged) << "byte " << at;
-    }
+    for (const std::string& changed : WithEachByteChanged(Download("d\\ a:first", 8, "a program", kMade)))
+        EXPECT_EQ(Carry(changed), Outcome::Damaged) << ::testing::PrintToString(changed);
 }
 
 TEST_F(UpdateTest, WithoutRoomOrWhenCancelledNothingIsMade) {
@@ -197,38 +188,29 @@ TEST(Sha256Sum, IsThatOfTheStandard) {
 // Each row breaks one rule of what an update adds to a table.
 TEST(UpdateTable, ImpossibleRowsAreRefused) {
     const Rebuilt copy{{TEXT("a"), 3, 0, 0}, TEXT("b"), 3, {1}, {1}, {}},
-        made{{TEXT("a"), 3, 0, 0}, TEXT("b"), 9, {1}, {2}, {4, 20}};
+        made{{TEXT("a"), 3, 0, 0}, TEXT("b"), 9, {1}, {2}, {4, 20}},
+        huge{{TEXT("a"), ~0ull, 0, 0}, TEXT("b"), 9, {1}, {2}, {4, 20}};
     const auto with = [](Rebuilt row, const auto& change) {
         change(row);
-        return row;
+        return Table{{}, {}, {row}};
     };
     const struct {
         const char* what;
         Table table;
         std::uint64_t cbBlocks = 4;
     } rows[] = {
-        {"a name that leads elsewhere",
-         {{}, {}, {with(made, [](Rebuilt& row) { row.file.name = TEXT("..\\a"); })}}},
-        {"a folder",
-         {{},
-          {},
-          {with(made,
-                [](Rebuilt& row) {
-                    row.file = {TEXT("a"), 0, 0, FILE_ATTRIBUTE_DIRECTORY};
-                })}}},
-        {"an earlier file elsewhere",
-         {{}, {}, {with(made, [](Rebuilt& row) { row.earlier = TEXT("C:\\a"); })}}},
-        {"a long name",
-         {{}, {}, {with(made, [](Rebuilt& row) { row.earlier = WideText(cchMostName + 1, 'a'); })}}},
-        {"more than fits into memory",
-         {{}, {}, {with(made, [](Rebuilt& row) { row.cbEarlier = cbMostEarlier + 1; })}}},
-        {"a copy of another size", {{}, {}, {with(copy, [](Rebuilt& row) { row.cbEarlier = 4; })}}, 0},
-        {"a copy with packed bytes",
-         {{}, {}, {with(copy, [](Rebuilt& row) { row.difference.cbPacked = 4; })}}},
+        {"a name that leads elsewhere", with(made, [](Rebuilt& row) { row.file.name = TEXT("..\\a"); })},
+        {"a folder", with(made,
+                          [](Rebuilt& row) {
+                              row.file = {TEXT("a"), 0, 0, FILE_ATTRIBUTE_DIRECTORY};
+                          })},
+        {"an earlier file elsewhere", with(made, [](Rebuilt& row) { row.earlier = TEXT("C:\\a"); })},
+        {"a long name", with(made, [](Rebuilt& row) { row.earlier = WideText(cchMostName + 1, 'a'); })},
+        {"more than fits into memory", with(made, [](Rebuilt& row) { row.cbEarlier = cbMostEarlier + 1; })},
+        {"a copy of another size", with(copy, [](Rebuilt& row) { row.cbEarlier = 4; }), 0},
+        {"a copy with packed bytes", with(copy, [](Rebuilt& row) { row.difference.cbPacked = 4; })},
         {"differences and trailer differ", {{}, {}, {made}}, 5},
-        {"a size that no drive has",
-         {{}, {}, {made, with(made, [](Rebuilt& row) { row.file.cbFile = ~0ull; })}},
-         8},
+        {"sizes that no drive has", {{}, {}, {made, huge}}, 8},
         {"no address", {{}, {}, {made}, {}, TEXT("http://example.com")}},
         {"an address with a blank", {{}, {}, {made}, {}, TEXT("https://example.com/ -x")}},
         {"an address without an end", {{}, {}, {made}, {}, TEXT("https://") + WideText(cchMostText, 'a')}},
