@@ -1,6 +1,5 @@
 // Random runs of setup. The text of what each step leaves must be the same on both targets. Each run has a number:
 // QTV_RUNS="1-50". QTV_RESULTS names the folder of the build machine that gets a file for each run.
-#include <cstring>
 #include <fstream>
 #include <list>
 #include <random>
@@ -10,45 +9,32 @@
 
 namespace {
 
-const std::vector<const char*> kNames = {"a.txt",        "b.bin",        "c d.dat",   "NOEXT",
-                                         "sub\\e.txt",   "sub\\f.bin",   "g.dll",     "x64\\h.dll",
-                                         "sub\\in\\i.x", "two.dots.txt", "_under.ini"};
+using List = std::vector<std::string>;
+
+// The texts between the semicolons.
+List Split(const std::string& text) {
+    List parts;
+    std::istringstream rest(text);
+    for (std::string part; std::getline(rest, part, ';');)
+        parts.push_back(part);
+    return parts;
+}
+
+const List kNames = Split(
+    "a.txt;b.bin;c d.dat;NOEXT;sub\\e.txt;sub\\f.bin;g.dll;x64\\h.dll;sub\\in\\i.x;two.dots.txt;_under.ini");
 // A program of the package that may be running.
-constexpr const char* kRunning = "runs.exe";
-const std::vector<const char*> kValues = {"*.*",
-                                          "*",
-                                          "*.txt",
-                                          "sub\\*.*",
-                                          "sub\\*",
-                                          "sub\\*.t?t",
-                                          "none\\*.*",
-                                          "?.txt",
-                                          "missing.x",
-                                          "a.txt > new.txt",
-                                          "b.bin > sub\\b2.bin",
-                                          "a.txt > none\\a.txt",
-                                          "NoExt",
-                                          "A.TXT",
-                                          "sub",
-                                          "sub\\in",
-                                          "x64",
-                                          "sub/e.txt",
-                                          "a.txt | note",
-                                          " a.txt",
-                                          "a.txt >",
-                                          "*.txt > t",
-                                          "sub\\in\\*.*",
-                                          "",
-                                          "SUB\\E.TXT",
-                                          "runs.exe"};
-const std::vector<const char*> kPrefixes = {
-    "File Copy: ",     "File Copy: ",     "File Copy: ", "File Copy x64: ",
-    "File Copy ind: ", "File Copy prt: ", "Make Dir: ",  "File Overwrite: ",
-    "File Del: ",      "file copy: ",     "# ",          "File Copy ind: kernel32.dll > "};
-const std::vector<const char*> kOptions = {"-allusers", "-autostart", "-nodeskico", "-runafter", "-S", "-x"};
-const std::vector<const char*> kTargets = {
-    "", " -instdir C:\\Scratch\\Qantivo", " -instport C:\\Scratch\\p\\Qantivo",
-    " -instdir \"C:\\Scratch\\a b\\Qantivo\"", " -instdir C:\\Scratch\\package"};
+constexpr char kRunning[] = "runs.exe";
+const List kValues = Split(
+    "*.*;*;*.txt;sub\\*.*;sub\\*;sub\\*.t?t;none\\*.*;?.txt;missing.x;a.txt > new.txt;b.bin > sub\\b2.bin;"
+    "a.txt > none\\a.txt;NoExt;A.TXT;sub;sub\\in;x64;sub/e.txt;a.txt | note; a.txt;a.txt >;*.txt > t;"
+    "sub\\in\\*.*;;SUB\\E.TXT;runs.exe");
+const List kPrefixes = Split(
+    "File Copy: ;File Copy: ;File Copy: ;File Copy x64: ;File Copy ind: ;File Copy prt: ;Make Dir: ;"
+    "File Overwrite: ;File Del: ;file copy: ;# ;File Copy ind: kernel32.dll > ");
+const List kOptions = Split("-allusers;-autostart;-nodeskico;-runafter;-S;-x");
+const List kTargets = Split(
+    "; -instdir C:\\Scratch\\Qantivo; -instport C:\\Scratch\\p\\Qantivo;"
+    " -instdir \"C:\\Scratch\\a b\\Qantivo\"; -instdir C:\\Scratch\\package");
 
 class RandomRun : public EndToEndTest {
   public:
@@ -88,7 +74,7 @@ class RandomRun : public EndToEndTest {
   private:
     void TestBody() override {}
 
-    const char* Any(const std::vector<const char*>& list) { return list[Random() % list.size()]; }
+    const std::string& Any(const List& list) { return list[Random() % list.size()]; }
 
     // The last step may ask for a restart, after which no file is in use any more. Wine restarts at once.
     static bool MayRestart(const std::string& arguments) {
@@ -105,7 +91,7 @@ class RandomRun : public EndToEndTest {
             manifest += Random() % 5 ? "\r\n" : " \n";
         }
         MakeFile(package + TEXT("\\QtvUnInst.log"), manifest);
-        for (const char* name : kNames)
+        for (const std::string& name : kNames)
             if (Random() % 4 != 0)
                 Put(package + TEXT("\\") + Wide(name), name + std::string(generation, '!'));
     }
@@ -114,7 +100,7 @@ class RandomRun : public EndToEndTest {
         std::string arguments = "-s";
         arguments += Any(kTargets);
         for (unsigned count = Random() % 3; count > 0; --count)
-            arguments += std::string(" ") + Any(kOptions);
+            arguments += " " + Any(kOptions);
         return arguments;
     }
 
@@ -157,15 +143,15 @@ class RandomRun : public EndToEndTest {
 
     // Up to two of the product's files are in use.
     std::list<HeldFile> Hold() {
-        std::vector<const char*> files = kNames;
+        List files = kNames;
         files.insert(files.end(), {"QtvApp8.exe", kRunning});
         // Windows renames no folder that holds an open file, but Wine does.
-        std::erase_if(files, [](const char* name) {
-            return std::strchr(name, '\\') || !IsFile(Wide(Folder() + "\\" + name));
+        std::erase_if(files, [](const std::string& name) {
+            return name.find('\\') != name.npos || !IsFile(Wide(Folder() + "\\" + name));
         });
         std::list<HeldFile> held;
         for (unsigned count = Random() % 3; count > 0 && !files.empty(); --count) {
-            const char* const name = Any(files);
+            const std::string name = Any(files);
             held.emplace_back(Wide(Folder() + "\\" + name),
                               name == kRunning ? Hold::Running : Hold::NoDelete);
             std::erase(files, name);
