@@ -9,10 +9,14 @@
 //   install_bench link TARGET LINK            saves one shell link
 #include <shlobj.h>
 
+#include <filesystem>
+#include <fstream>
 #include <random>
 
 #include "common/text.h"
 #include "measure.h"
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -35,73 +39,23 @@ const Kind& KindOf(const Text& name) {
     return kKinds[0];
 }
 
-Text Number(int number) {
-    const std::string digits = std::to_string(number);
-    return {digits.begin(), digits.end()};
+std::string FolderName(int folder) {
+    return "folder" + std::to_string(folder);
 }
 
-Text FolderName(int folder) {
-    return TEXT("folder") + Number(folder);
-}
-
-Text FileName(int file) {
-    return TEXT("file") + Number(file) + TEXT(".dat");
-}
-
-std::string Narrow(const Text& text) {
-    return {text.begin(), text.end()};
+std::string FileName(int file) {
+    return "file" + std::to_string(file) + ".dat";
 }
 
 Text Quoted(const Text& text) {
     return TEXT("\"") + text + TEXT("\"");
 }
 
-void WriteWhole(const Text& path, const std::string& bytes) {
-    FILE* file = _wfopen(path.c_str(), TEXT("wb"));
-    Check(file && std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size(), "writing a file");
-    std::fclose(file);
-}
-
-std::string ReadWhole(const Text& path) {
-    const std::optional<std::string> bytes = tools::ReadWhole(path);
-    Check(bytes.has_value(), "reading a file");
-    return *bytes;
-}
-
-template <class Visit>
-void ForEachEntry(const Text& folder, Visit visit) {
-    WIN32_FIND_DATAW data;
-    const HANDLE find = FindFirstFileW((folder + TEXT("\\*")).c_str(), &data);
-    if (find == INVALID_HANDLE_VALUE) return;
-    do {
-        const Text name = data.cFileName;
-        if (name != TEXT(".") && name != TEXT(".."))
-            visit(name, (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0);
-    } while (FindNextFileW(find, &data));
-    FindClose(find);
-}
-
-void DeleteTree(const Text& folder) {
-    ForEachEntry(folder, [&](const Text& name, bool isFolder) {
-        const Text path = folder + TEXT("\\") + name;
-        if (isFolder)
-            DeleteTree(path);
-        else
-            (void)DeleteFileW(path.c_str());
-    });
-    (void)RemoveDirectoryW(folder.c_str());
-}
-
-void CopyTree(const Text& source, const Text& target) {
-    Check(CreateDirectoryW(target.c_str(), nullptr), "CreateDirectoryW");
-    ForEachEntry(source, [&](const Text& name, bool isFolder) {
-        const Text from = source + TEXT("\\") + name;
-        const Text to = target + TEXT("\\") + name;
-        if (isFolder)
-            CopyTree(from, to);
-        else
-            Check(CopyFileW(from.c_str(), to.c_str(), FALSE), "CopyFileW");
-    });
+void WriteWhole(const fs::path& path, const std::string& bytes) {
+    std::ofstream file(path, std::ios::binary);
+    file << bytes;
+    file.close();
+    Check(!file.fail(), "writing a file");
 }
 
 // ---- packages ----
@@ -109,7 +63,7 @@ void CopyTree(const Text& source, const Text& target) {
 std::string PatternManifest(const Kind& kind) {
     std::string manifest;
     for (int folder = 0; folder < kind.folders; ++folder)
-        manifest += "File Copy: " + Narrow(FolderName(folder)) + "\\*.*\r\n";
+        manifest += "File Copy: " + FolderName(folder) + "\\*.*\r\n";
     return manifest;
 }
 
@@ -117,23 +71,24 @@ std::string RecordManifest(const Kind& kind) {
     std::string manifest;
     for (int folder = 0; folder < kind.folders; ++folder)
         for (int file = 0; file < kind.filesInFolder; ++file)
-            manifest += "File Copy: " + Narrow(FolderName(folder)) + "\\" + Narrow(FileName(file)) + "\r\n";
+            manifest += "File Copy: " + FolderName(folder) + "\\" + FileName(file) + "\r\n";
     return manifest;
 }
 
-void WriteManifest(const Text& package, const std::string& manifest) {
-    WriteWhole(package + TEXT("\\QtvUnInst.log"), manifest);
+void WriteManifest(const fs::path& package, const std::string& manifest) {
+    WriteWhole(package / "QtvUnInst.log", manifest);
 }
 
-void MakePackage(const Kind& kind, const Text& sample, const Text& package) {
+void MakePackage(const Kind& kind, const fs::path& sample, const fs::path& package) {
     const bool isApplication = kind.name == TEXT("application");
-    CopyTree(sample, package);
-    const std::string own = isApplication ? ReadWhole(sample + TEXT("\\QtvUnInst.log")) : std::string();
+    fs::copy(sample, package, fs::copy_options::recursive);
+    const std::string own =
+        isApplication ? tools::ReadWhole((sample / "QtvUnInst.log").native()).value() : "";
     std::string bytes(kind.cbFile, 'x');
     std::minstd_rand random(8);
     for (int folder = 0; folder < kind.folders; ++folder) {
-        const Text path = package + TEXT("\\") + FolderName(folder);
-        Check(CreateDirectoryW(path.c_str(), nullptr), "CreateDirectoryW");
+        const fs::path path = package / FolderName(folder);
+        fs::create_directory(path);
         for (int file = 0; file < kind.filesInFolder; ++file) {
             // All files differ, because the other installer would store equal files once.
             const std::string number = std::to_string(folder * kind.filesInFolder + file);
@@ -142,7 +97,7 @@ void MakePackage(const Kind& kind, const Text& sample, const Text& package) {
                 for (char& byte : bytes)
                     byte = static_cast<char>('a' + random() / 8 % 16);
             bytes.replace(0, number.size(), number);
-            WriteWhole(path + TEXT("\\") + FileName(file), bytes);
+            WriteWhole(path / FileName(file), bytes);
         }
     }
     WriteManifest(package, own + (isApplication ? PatternManifest(kind) : RecordManifest(kind)));
@@ -150,21 +105,18 @@ void MakePackage(const Kind& kind, const Text& sample, const Text& package) {
 
 // ---- what is timed ----
 
-int CopyBare(const Kind& kind, const Text& source, const Text& target) {
+void CopyBare(const Kind& kind, const fs::path& source, const fs::path& target) {
     Check(CreateDirectoryW(target.c_str(), nullptr), "CreateDirectoryW");
     for (int folder = 0; folder < kind.folders; ++folder) {
-        const Text from = source + TEXT("\\") + FolderName(folder);
-        const Text to = target + TEXT("\\") + FolderName(folder);
+        const fs::path from = source / FolderName(folder), to = target / FolderName(folder);
         Check(CreateDirectoryW(to.c_str(), nullptr), "CreateDirectoryW");
-        for (int file = 0; file < kind.filesInFolder; ++file) {
-            const Text name = TEXT("\\") + FileName(file);
-            Check(CopyFileW((from + name).c_str(), (to + name).c_str(), FALSE), "CopyFileW");
-        }
+        for (int file = 0; file < kind.filesInFolder; ++file)
+            Check(CopyFileW((from / FileName(file)).c_str(), (to / FileName(file)).c_str(), FALSE),
+                  "CopyFileW");
     }
-    return 0;
 }
 
-int SaveLink(LPCWSTR target, LPCWSTR path) {
+void SaveLink(LPCWSTR target, LPCWSTR path) {
     Check(SUCCEEDED(CoInitialize(nullptr)), "CoInitialize");
     void* object;
     Check(
@@ -177,7 +129,6 @@ int SaveLink(LPCWSTR target, LPCWSTR path) {
     Check(SUCCEEDED(file->Save(path, TRUE)), "Save");
     file->Release();
     link->Release();
-    return 0;
 }
 
 enum class Until { OwnEnd, EndOfAllStarted };
@@ -218,11 +169,11 @@ Pair TimePair(const Text& kind, const Text& work) {
     const Text package = work + TEXT("\\") + kind;
     const Text target = work + TEXT("\\target");
     Pair pair;
-    DeleteTree(target);
+    fs::remove_all(target);
     pair.bare = Time(Quoted(OwnProgram()) + TEXT(" bare ") + kind + TEXT(" ") + package + TEXT(" ") + target);
-    DeleteTree(target);
+    fs::remove_all(target);
     pair.setup = Time(Quoted(package + TEXT("\\setup.exe")) + TEXT(" -s -instport ") + target);
-    DeleteTree(target);
+    fs::remove_all(target);
     return pair;
 }
 
@@ -285,11 +236,9 @@ Ratios CompareWithOther(const Text& work, const Text& own, const Text& other, in
         ratios.uninstall.push_back(
             (Time(Quoted(target + TEXT("\\QtvUnInst.exe")), Until::EndOfAllStarted) - kFixedSeconds) /
             otherUninstall);
-        for (const Text& folder : {target, otherTarget}) {
-            const Text application = folder + TEXT("\\QtvApp8.exe");
-            Check(GetFileAttributesW(application.c_str()) == INVALID_FILE_ATTRIBUTES, "an uninstall");
-        }
-        DeleteTree(target);
+        for (const Text& folder : {target, otherTarget})
+            Check(!fs::exists(folder + TEXT("\\QtvApp8.exe")), "an uninstall");
+        fs::remove_all(target);
         ForgetBootMarks();
     }
     return ratios;

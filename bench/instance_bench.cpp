@@ -33,23 +33,17 @@ int ShowWindows(int count) {
     return 0;
 }
 
-struct WindowCount {
-    DWORD process;
-    int windows;
-};
-
-BOOL CALLBACK CountWindow(HWND window, LPARAM context) {
-    WindowCount& count = *reinterpret_cast<WindowCount*>(context);
-    DWORD process = 0;
-    (void)GetWindowThreadProcessId(window, &process);
-    if (process == count.process) ++count.windows;
-    return TRUE;
-}
-
 int WindowsOf(DWORD process) {
-    WindowCount count = {process, 0};
-    (void)EnumWindows(CountWindow, reinterpret_cast<LPARAM>(&count));
-    return count.windows;
+    std::pair<DWORD, int> found = {process, 0};
+    const auto count = [](HWND window, LPARAM context) -> BOOL {
+        auto& [wanted, windows] = *reinterpret_cast<std::pair<DWORD, int>*>(context);
+        DWORD owner = 0;
+        (void)GetWindowThreadProcessId(window, &owner);
+        windows += owner == wanted;
+        return TRUE;
+    };
+    (void)EnumWindows(count, reinterpret_cast<LPARAM>(&found));
+    return found.second;
 }
 
 // The calls that a search for a window of one process makes.
