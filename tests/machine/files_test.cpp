@@ -10,17 +10,17 @@ TEST_F(Files, FailWithTheErrorThatTheirCallersTellApart) {
     MakeFiles({"b"}, "b");
     MakeFolder(TEXT("C:\\Scratch\\empty"));
     ExpectAnswers({
-        {"move onto a file", Move("a", "B"), "e183"},
-        {"move into a missing folder", Move("a", "none\\a"), "e3"},
-        {"copy a missing file", Copy("none", "c"), "e2"},
-        {"copy into a missing folder", Copy("a", "none\\a"), "e3"},
-        {"copy a folder", Copy("full", "c"), "e5"},
-        {"copy onto a file that must not be there", Copy("a", "b", TRUE), "e80"},
-        {"delete a folder", Delete("empty"), "e5"},
-        {"make a folder where a file is", Make("a"), "e183"},
-        {"remove a full folder", Remove("full"), "e145"},
-        {"remove the folder of all programs", Remove("C:\\Program Files"), "e145"},
-        {"remove a file as a folder", Remove("a"), "e267"},
+        {"move onto a file", Move("a", "B"), "ERROR_ALREADY_EXISTS"},
+        {"move into a missing folder", Move("a", "none\\a"), "ERROR_PATH_NOT_FOUND"},
+        {"copy a missing file", Copy("none", "c"), "ERROR_FILE_NOT_FOUND"},
+        {"copy into a missing folder", Copy("a", "none\\a"), "ERROR_PATH_NOT_FOUND"},
+        {"copy a folder", Copy("full", "c"), "ERROR_ACCESS_DENIED"},
+        {"copy onto a file that must not be there", Copy("a", "b", TRUE), "ERROR_FILE_EXISTS"},
+        {"delete a folder", Delete("empty"), "ERROR_ACCESS_DENIED"},
+        {"make a folder where a file is", Make("a"), "ERROR_ALREADY_EXISTS"},
+        {"remove a full folder", Remove("full"), "ERROR_DIR_NOT_EMPTY"},
+        {"remove the folder of all programs", Remove("C:\\Program Files"), "ERROR_DIR_NOT_EMPTY"},
+        {"remove a file as a folder", Remove("a"), "ERROR_DIRECTORY"},
     });
     EXPECT_EQ(Listed(Tree()), "a b empty\\ full\\ full\\x");
     EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\b")), "b");
@@ -30,9 +30,9 @@ TEST_F(Files, ReadOnlyFileIsNeitherDeletedNorOverwrittenButMoved) {
     MakeFiles({"a"}, "new");
     MakeFiles({"guarded"}, "old");
     EXPECT_TRUE(SetFileAttributesW(TEXT("guarded"), FILE_ATTRIBUTE_READONLY));
-    EXPECT_EQ(Delete("guarded"), "e5");
+    EXPECT_EQ(Delete("guarded"), "ERROR_ACCESS_DENIED");
     if (!UnderWine()) {
-        EXPECT_EQ(Copy("a", "guarded"), "e5");
+        EXPECT_EQ(Copy("a", "guarded"), "ERROR_ACCESS_DENIED");
         EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\guarded")), "old");
     }
     EXPECT_EQ(Move("guarded", "moved"), "ok");
@@ -105,7 +105,7 @@ TEST_F(Files, AreTakenByTheirShortNames) {
     EXPECT_EQ(Listed(Tree()), "full of files\\ full of files\\new full of files\\x page.html");
     EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\page.html")), "new");
     EXPECT_EQ(Move("page.html", "longer name.html"), "ok");
-    EXPECT_EQ(Attributes(page), "e2") << "it goes with the name";
+    EXPECT_EQ(Attributes(page), "ERROR_FILE_NOT_FOUND") << "it goes with the name";
 }
 
 }  // namespace

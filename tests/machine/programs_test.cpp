@@ -54,13 +54,14 @@ TEST_F(Programs, FindTheirSystemAsWindowsAnswers) {
         EXPECT_GT(GetEnvironmentVariableW(name, nullptr, 0), 0u) << ::testing::PrintToString(Text(name));
 
     const HANDLE mutex = CreateMutexW(nullptr, FALSE, kOneName);
-    EXPECT_EQ(Told(MakeMapping()), "e6");
+    EXPECT_EQ(Told(MakeMapping()), "ERROR_INVALID_HANDLE");
     CloseHandle(mutex);
     const HANDLE mapping = MakeMapping();
     auto* view = static_cast<char*>(MapViewOfFile(mapping, FILE_MAP_READ, 0, 0, 0));
-    ExpectAnswers({{"mutex by the name of a mapping", Told(CreateMutexW(nullptr, FALSE, kOneName)), "e6"},
+    ExpectAnswers({{"mutex by the name of a mapping", Told(CreateMutexW(nullptr, FALSE, kOneName)),
+                    "ERROR_INVALID_HANDLE"},
                    {"unmap within the view", Told(UnmapViewOfFile(view + 5000)), "ok"},
-                   {"unmap what is unmapped", Told(UnmapViewOfFile(view + 5000)), "e487"},
+                   {"unmap what is unmapped", Told(UnmapViewOfFile(view + 5000)), "ERROR_INVALID_ADDRESS"},
                    {"failed start", FailedStart(), "is cleared"}});
     CloseHandle(mapping);
 }

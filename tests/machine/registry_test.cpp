@@ -51,18 +51,18 @@ TEST_F(Registry, FailsWithTheErrorThatItsCallersTellApart) {
     ExpectAnswers({
         {"open without regard to case", ToldOpen(m_key, TEXT("PARENT\\child")), "ok"},
         {"open with a closing backslash", ToldOpen(m_key, TEXT("Parent\\")), "ok"},
-        {"open with a leading backslash", ToldOpen(m_key, TEXT("\\Parent")), "e161"},
+        {"open with a leading backslash", ToldOpen(m_key, TEXT("\\Parent")), "ERROR_BAD_PATHNAME"},
         {"open a class with a leading backslash", ToldOpen(HKEY_CLASSES_ROOT, TEXT("\\CLSID")), "ok"},
         {"open without a name", ToldOpen(m_key, nullptr), "ok"},
-        {"open a missing key", ToldOpen(m_key, TEXT("none\\x")), "e2"},
-        {"open below no key", ToldOpen(nullptr, TEXT("x")), "e6"},
-        {"make with a name too long", MakeKey(m_key, longName.c_str()), "e87"},
-        {"set without the right", SetValue(reader.get()), "e5"},
-        {"delete a missing value", ToldError(RegDeleteValueW(m_key, TEXT("x"))), "e2"},
-        {"delete a key with sub-keys", DeleteKey(m_key, TEXT("Parent")), "e5"},
-        {"delete without a name", DeleteKey(m_key, nullptr), "e87"},
-        {"enumerate past the end", EnumerateKey(m_key, 1, kTextChars), "e259"},
-        {"enumerate without room for the end", EnumerateKey(m_key, 0, 6), "e234"},
+        {"open a missing key", ToldOpen(m_key, TEXT("none\\x")), "ERROR_FILE_NOT_FOUND"},
+        {"open below no key", ToldOpen(nullptr, TEXT("x")), "ERROR_INVALID_HANDLE"},
+        {"make with a name too long", MakeKey(m_key, longName.c_str()), "ERROR_INVALID_PARAMETER"},
+        {"set without the right", SetValue(reader.get()), "ERROR_ACCESS_DENIED"},
+        {"delete a missing value", ToldError(RegDeleteValueW(m_key, TEXT("x"))), "ERROR_FILE_NOT_FOUND"},
+        {"delete a key with sub-keys", DeleteKey(m_key, TEXT("Parent")), "ERROR_ACCESS_DENIED"},
+        {"delete without a name", DeleteKey(m_key, nullptr), "ERROR_INVALID_PARAMETER"},
+        {"enumerate past the end", EnumerateKey(m_key, 1, kTextChars), "ERROR_NO_MORE_ITEMS"},
+        {"enumerate without room for the end", EnumerateKey(m_key, 0, 6), "ERROR_MORE_DATA"},
         {"enumerate with just room", EnumerateKey(m_key, 0, 7), "ok"},
     });
 
@@ -100,9 +100,9 @@ TEST_F(Registry, HandlesOfADeletedKeyStayDead) {
     ASSERT_EQ(RegCreateKeyW(m_key, TEXT("Gone"), &key), ERROR_SUCCESS);
     ASSERT_EQ(SetValue(key), "ok");
     ASSERT_EQ(DeleteKey(m_key, TEXT("gone")), "ok");
-    EXPECT_EQ(SetValue(key), "e1018");
+    EXPECT_EQ(SetValue(key), "ERROR_KEY_DELETED");
     EXPECT_EQ(MakeKey(m_key, TEXT("Gone")), "ok");
-    EXPECT_EQ(SetValue(key), "e1018") << "made again, it is another key";
+    EXPECT_EQ(SetValue(key), "ERROR_KEY_DELETED") << "made again, it is another key";
     EXPECT_FALSE(GetValue(HKEY_CURRENT_USER, kProbe + Text(TEXT("\\Gone")), TEXT("x")));
     EXPECT_EQ(RegCloseKey(key), ERROR_SUCCESS);
 }

@@ -30,7 +30,8 @@ TEST_F(HostFiles, AreSharedAsBothProcessesAllow) {
             return CreateFileW(TEXT("a"), row.heldAccess, row.heldShare, nullptr, OPEN_EXISTING, 0,
                                nullptr) != INVALID_HANDLE_VALUE;
         });
-        EXPECT_EQ(Open("A", row.access, OPEN_EXISTING, row.share), row.allowed ? "ok" : "e32")
+        EXPECT_EQ(Open("A", row.access, OPEN_EXISTING, row.share),
+                  row.allowed ? "ok" : "ERROR_SHARING_VIOLATION")
             << row.heldAccess << " " << row.heldShare << " " << row.access << " " << row.share;
     }
     EXPECT_EQ(Open("a", GENERIC_READ | GENERIC_WRITE, OPEN_EXISTING, 0), "ok")
@@ -42,19 +43,20 @@ TEST_F(HostFiles, AreKeptWhileAnotherProcessUsesThem) {
     MakeFolder(TEXT("C:\\Scratch\\top\\current"));
     {
         const Neighbour neighbour([] { return SetCurrentDirectoryW(TEXT("top\\current")); });
-        ExpectAnswers({{"remove a current folder", Remove("top\\current"), "e32"},
-                       {"move a current folder", Move("top\\current", "x"), "e32"},
-                       {"move the folder of a current folder", Move("top", "x"), "e5"}});
+        ExpectAnswers({{"remove a current folder", Remove("top\\current"), "ERROR_SHARING_VIOLATION"},
+                       {"move a current folder", Move("top\\current", "x"), "ERROR_SHARING_VIOLATION"},
+                       {"move the folder of a current folder", Move("top", "x"), "ERROR_ACCESS_DENIED"}});
     }
     const std::string image = winhost::HostPath(u"top\\deep\\image").native();
     const Neighbour neighbour([&] { return winhost::OpenFile::OpenImage(image).release() != nullptr; });
     ExpectAnswers({
         {"remove it afterwards", Remove("top\\current"), "ok"},
-        {"delete a running program", Delete("top\\deep\\image"), "e5"},
-        {"open it for writing", Open("top\\deep\\image", GENERIC_WRITE, OPEN_EXISTING, 7), "e32"},
+        {"delete a running program", Delete("top\\deep\\image"), "ERROR_ACCESS_DENIED"},
+        {"open it for writing", Open("top\\deep\\image", GENERIC_WRITE, OPEN_EXISTING, 7),
+         "ERROR_SHARING_VIOLATION"},
         {"open it for reading", Open("top\\deep\\image"), "ok"},
         {"move it", Move("top\\deep\\image", "top\\aside"), "ok"},
-        {"delete it elsewhere", Delete("top\\aside"), "e5"},
+        {"delete it elsewhere", Delete("top\\aside"), "ERROR_ACCESS_DENIED"},
         {"move its folder", Move("top", "bottom"), "ok"},
     });
 }
@@ -65,20 +67,20 @@ TEST_F(HostFiles, PathsFollowWindowsRules) {
     ExpectAnswers({
         {"above the root", Attributes("C:\\..\\..\\..\\Scratch\\dir\\file"), "ok"},
         {"out of a missing folder", Attributes("nowhere\\..\\dir\\file"), "ok"},
-        {"a file as a folder", Attributes("dir\\file\\"), "e123"},
-        {"below a file", Attributes("dir\\file\\below"), "e3"},
-        {"a colon in a name", Attributes("dir\\a:b"), "e123"},
-        {"a share", Attributes("\\\\server\\share\\file"), "e3"},
-        {"no name", Attributes(""), "e3"},
+        {"a file as a folder", Attributes("dir\\file\\"), "ERROR_INVALID_NAME"},
+        {"below a file", Attributes("dir\\file\\below"), "ERROR_PATH_NOT_FOUND"},
+        {"a colon in a name", Attributes("dir\\a:b"), "ERROR_INVALID_NAME"},
+        {"a share", Attributes("\\\\server\\share\\file"), "ERROR_PATH_NOT_FOUND"},
+        {"no name", Attributes(""), "ERROR_PATH_NOT_FOUND"},
         {"the longest folder", Make(longest), "ok"},
-        {"a longer folder", Make(longest + "x"), "e206"},
+        {"a longer folder", Make(longest + "x"), "ERROR_FILENAME_EXCED_RANGE"},
         {"another case", Move("dir", "DIR"), "ok"},
         {"its spelling", Narrow(Tree()[0]), "DIR\\"},
-        {"a folder into itself", Move("dir", "dir\\inside"), "e32"},
-        {"a folder to another drive", Move("dir", "D:\\dir"), "e17"},
+        {"a folder into itself", Move("dir", "dir\\inside"), "ERROR_SHARING_VIOLATION"},
+        {"a folder to another drive", Move("dir", "D:\\dir"), "ERROR_NOT_SAME_DEVICE"},
         {"a file to another drive", Move("dir\\file", "D:\\moved"), "ok"},
         {"the moved file", Delete("D:\\moved"), "ok"},
-        {"the file where it was", Attributes("dir\\file"), "e2"},
+        {"the file where it was", Attributes("dir\\file"), "ERROR_FILE_NOT_FOUND"},
     });
     for (const char* literal : {"\\\\?\\C:\\Scratch\\a/b", "\\\\?\\C:/Scratch"})
         EXPECT_DEATH((void)Attributes(literal), "not modelled: a path of the system's own objects");
@@ -122,7 +124,7 @@ TEST_F(HostFiles, ShortNamesAreFixedWhenAnEntryIsMadeOrNamed) {
     winhost::CopyStored(folder / "longname.6.txt", folder.parent_path() / "longname.6.txt");
     EXPECT_EQ(Attributes("longna~2.txt"), "ok") << "a machine's copy has the same";
     winhost::SetHasShortNames(false);
-    EXPECT_EQ(Attributes("longna~2.txt"), "e2");
+    EXPECT_EQ(Attributes("longna~2.txt"), "ERROR_FILE_NOT_FOUND");
     EXPECT_EQ(ShortNames("long number 2"), "");
     winhost::SetHasShortNames(true);
 }
@@ -133,7 +135,7 @@ TEST_F(HostFiles, LargeFoldersShowChangesOfOthers) {
         MakeFile(TEXT("C:\\Scratch\\large\\Long name ") + Wide(std::to_string(i)));
     const auto folder = winhost::HostPath(u"large");
     EXPECT_EQ(Attributes("large\\LONG NAME 7"), "ok");
-    EXPECT_EQ(Attributes("large\\NEW"), "e2");
+    EXPECT_EQ(Attributes("large\\NEW"), "ERROR_FILE_NOT_FOUND");
     std::ofstream(folder / "New").put('x');
     std::filesystem::rename(folder / "Long name 7", folder / "Moved");
     std::filesystem::remove(folder / "Long name 8");
@@ -144,14 +146,14 @@ TEST_F(HostFiles, LargeFoldersShowChangesOfOthers) {
     std::ofstream(folder / "Of the host").put('x');
     ExpectAnswers({{"made by the host", Attributes("large\\NEW"), "ok"},
                    {"its new name", Attributes("large\\MOVED"), "ok"},
-                   {"its former one", Attributes("large\\LONG NAME 7"), "e2"},
-                   {"removed", Attributes("large\\LONG NAME 8"), "e2"},
+                   {"its former one", Attributes("large\\LONG NAME 7"), "ERROR_FILE_NOT_FOUND"},
+                   {"removed", Attributes("large\\LONG NAME 8"), "ERROR_FILE_NOT_FOUND"},
                    {"made by another process", Attributes("large\\LONG NAME 100"), "ok"},
                    {"a short name", Attributes("large\\longna~1"), "ok"},
                    {"that of the host's entry", Attributes("large\\oftheh~1"), "ok"}});
     std::filesystem::rename(folder, folder.parent_path() / "aside");
     std::filesystem::create_directory(folder);
-    EXPECT_EQ(Attributes("large\\NEW"), "e2") << "another folder of that name";
+    EXPECT_EQ(Attributes("large\\NEW"), "ERROR_FILE_NOT_FOUND") << "another folder of that name";
     EXPECT_EQ(Attributes("aside\\NEW"), "ok");
     EXPECT_EQ(Attributes("aside\\LONGNA~2"), "ok");
 }
@@ -211,7 +213,7 @@ TEST_F(HostFiles, FullDiskRefusesWholeCopiesAndTexts) {
     EXPECT_TRUE(WritePrivateProfileSectionW(TEXT("rename"), TEXT("NUL=a\0"), kProfile));
     const std::uint64_t used = winhost::BytesUsed();
     winhost::SetLimits({.room = used + 999});
-    EXPECT_EQ(Copy("source", "copy"), "e112");
+    EXPECT_EQ(Copy("source", "copy"), "ERROR_DISK_FULL");
     EXPECT_FALSE(Exists(TEXT("copy"))) << "Windows takes it away again";
     const Text longEntry = TEXT("NUL=") + Text(1200, 'b') + Text(1, 0);
     EXPECT_FALSE(WritePrivateProfileSectionW(TEXT("rename"), longEntry.c_str(), kProfile));

@@ -48,8 +48,8 @@ TEST_F(HostVersions, AreFoundInProgramsOfEveryKind) {
     for (const std::string& each : {program, Narrowed(program), BuildBytes(OwnProgram())})
         EXPECT_EQ(VersionOf(each), "52 1213 65263 0 1 5 8 0 2");
     for (const std::string& each : {std::string(), BuildBytes(QTV_BUILD_FOLDER "/sleeper.exe")})
-        EXPECT_EQ(VersionOf(each), "e1812");
-    EXPECT_EQ(Version(TEXT("C:\\Scratch\\none"), TEXT("\\")), "e2");
+        EXPECT_EQ(VersionOf(each), "ERROR_RESOURCE_DATA_NOT_FOUND");
+    EXPECT_EQ(Version(TEXT("C:\\Scratch\\none"), TEXT("\\")), "ERROR_FILE_NOT_FOUND");
 }
 
 TEST_F(HostVersions, OfDamagedFilesAreWholeOrMissing) {
