@@ -74,25 +74,34 @@ TEST_F(BootMarksTest, DeleteMatchingDeletesOrMarks) {
     const std::string all = "a.dll:a b.DLL:b c.txt:c sub\\z.dll:z x.dll:y";
     // "a" and so many stars that the search path has the given length.
     const auto stars = [](std::size_t cch) { return "a" + std::string(cch - At("f\\a").size(), '*'); };
+    const std::string withoutC = "a.dll:a b.DLL:b sub\\z.dll:z x.dll:y",
+                      withoutZ = "a.dll:a b.DLL:b c.txt:c sub\\ x.dll:y",
+                      withoutA = "b.DLL:b c.txt:c sub\\z.dll:z x.dll:y";
     const struct {
         const char* name;
-        Text folder;
+        Text folder = At("f");
         std::string pattern;
-        const char *held, *left, *marks;
-        int deleted;
+        const char* held = "";
+        std::string left;
+        const char* marks = "";
+        int deleted = 1;
     } rows[] = {
-        {"one name", At("f"), "c.txt", "", "a.dll:a b.DLL:b sub\\z.dll:z x.dll:y", "", 1},
-        {"one in use", At("f/"), "?.dll", "a.dll", "a.dll:a c.txt:c sub\\z.dll:z", "a.dll", 2},
-        {"folder part", At("f"), "sub\\?.dll", "", "a.dll:a b.DLL:b c.txt:c sub\\ x.dll:y", "", 1},
-        {"two levels", kScratch, "f\\sub\\?.dll", "", "a.dll:a b.DLL:b c.txt:c sub\\ x.dll:y", "", 1},
-        {"missed after the other separator", At("f"), "sub/?.dll", "", all.c_str(), "z.dll", 0},
-        {"no pattern", At("f"), "", "", all.c_str(), "", 0},
-        {"all, with the folder and its parent", At("f\\sub"), "*.*", "",
-         "a.dll:a b.DLL:b c.txt:c sub\\ x.dll:y", "sub .", 1},
-        {"current folder", TEXT(""), "f\\c.txt", "", "a.dll:a b.DLL:b sub\\z.dll:z x.dll:y", "", 1},
-        {"longest search path", At("f"), stars(MAX_PATH - 1), "", "b.DLL:b c.txt:c sub\\z.dll:z x.dll:y", "",
-         1},
-        {"search path too long", At("f"), stars(MAX_PATH), "", all.c_str(), "", 0},
+        {.name = "one name", .pattern = "c.txt", .left = withoutC},
+        {.name = "one in use",
+         .folder = At("f/"),
+         .pattern = "?.dll",
+         .held = "a.dll",
+         .left = "a.dll:a c.txt:c sub\\z.dll:z",
+         .marks = "a.dll",
+         .deleted = 2},
+        {.name = "folder part", .pattern = "sub\\?.dll", .left = withoutZ},
+        {.name = "two levels", .folder = kScratch, .pattern = "f\\sub\\?.dll", .left = withoutZ},
+        {.name = "the other separator", .pattern = "sub/?.dll", .left = all, .marks = "z.dll", .deleted = 0},
+        {.name = "no pattern", .pattern = "", .left = all, .deleted = 0},
+        {.name = "all", .folder = At("f\\sub"), .pattern = "*.*", .left = withoutZ, .marks = "sub ."},
+        {.name = "current folder", .folder = {}, .pattern = "f\\c.txt", .left = withoutC},
+        {.name = "longest search path", .pattern = stars(MAX_PATH - 1), .left = withoutA},
+        {.name = "search path too long", .pattern = stars(MAX_PATH), .left = all, .deleted = 0},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);

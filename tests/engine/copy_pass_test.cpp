@@ -113,24 +113,27 @@ TEST_F(CopyPassTest, ProbeIgnoresThePackagesOwnLibrary) {
 
 TEST_F(CopyPassTest, CopyMatchingMakesTheFolderThatItNeeds) {
     const std::string package = "a.dll:1 b.dll:2 sub\\c.txt:3 sub\\dir\\e.txt:5 sub\\disc:4";
-    const Text t = At("t");
     const struct {
         const char* name;
-        LPCWSTR pattern;
-        Text from, to;
-        int done;
+        LPCWSTR pattern = TEXT("a.dll");
+        Text from = kPackage, to = At("t");
+        int done = 1;
         const char* made;  // below C:\Scratch, the package aside
     } rows[] = {
-        {"every level", TEXT("*.dll"), kPackage + TEXT("/"), At("t/u\\v/"), 2,
-         "t\\u\\v\\a.dll:1 t\\u\\v\\b.dll:2"},
-        {"folder part", TEXT("sub\\*.txt"), kPackage, t, 1, "t\\sub\\c.txt:3"},
-        {"two levels", TEXT("sub\\dir\\*"), kPackage, t, 1, "t\\sub\\dir\\e.txt:5"},
-        {"folder part with the other separator", TEXT("sub/c.txt"), kPackage, t, 0, "t\\sub\\"},
-        {"no match", TEXT("sub\\none*"), kPackage, t, 0, ""},
-        {"a folder ends the walk", TEXT("sub\\d*"), kPackage, t, 0, "t\\sub\\"},
-        {"no such network folder", TEXT("a.dll"), kPackage, TEXT("\\\\nobody\\t"), 1, "nobody\\t\\a.dll:1"},
-        {"blanks around the folder", TEXT("a.dll"), kPackage, TEXT(" \t\r\nt\n\r\t "), 1, "t\\a.dll:1"},
-        {"a folder that is there", TEXT("a.dll"), kPackage, TEXT("\\Scratch"), 1, "a.dll:1"},
+        {.name = "every level",
+         .pattern = TEXT("*.dll"),
+         .from = kPackage + TEXT("/"),
+         .to = At("t/u\\v/"),
+         .done = 2,
+         .made = "t\\u\\v\\a.dll:1 t\\u\\v\\b.dll:2"},
+        {.name = "folder part", .pattern = TEXT("sub\\*.txt"), .made = "t\\sub\\c.txt:3"},
+        {.name = "two levels", .pattern = TEXT("sub\\dir\\*"), .made = "t\\sub\\dir\\e.txt:5"},
+        {.name = "the other separator", .pattern = TEXT("sub/c.txt"), .done = 0, .made = "t\\sub\\"},
+        {.name = "no match", .pattern = TEXT("sub\\none*"), .done = 0, .made = ""},
+        {.name = "a folder ends the walk", .pattern = TEXT("sub\\d*"), .done = 0, .made = "t\\sub\\"},
+        {.name = "no such network folder", .to = TEXT("\\\\nobody\\t"), .made = "nobody\\t\\a.dll:1"},
+        {.name = "blanks around the folder", .to = TEXT(" \t\r\nt\n\r\t "), .made = "t\\a.dll:1"},
+        {.name = "a folder that is there", .to = TEXT("\\Scratch"), .made = "a.dll:1"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);

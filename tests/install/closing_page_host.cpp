@@ -51,10 +51,14 @@ TEST_F(ClosingPage, CarriesQueryAndLanguageOfTheUrlFile) {
 
 TEST_F(ClosingPage, ComesOnlyWithSomethingNewer) {
     const struct {
-        int silentMode, fresh, upgrade, settings;
-        bool opens;
-    } rows[] = {{0, 1, 0, 0, true},  {0, 0, 1, 0, true},  {0, 0, 0, 0, false},
-                {0, 1, 1, 1, false}, {1, 1, 1, 0, false}, {2, 1, 1, 0, false}};
+        int silentMode = kInteractive, fresh = 0, upgrade = 0, settings = 0;
+        bool opens = false;
+    } rows[] = {{.fresh = 1, .opens = true},
+                {.upgrade = 1, .opens = true},
+                {},
+                {.fresh = 1, .upgrade = 1, .settings = 1},
+                {.silentMode = kSilent, .fresh = 1, .upgrade = 1},
+                {.silentMode = kSilentWithLastPage, .fresh = 1, .upgrade = 1}};
     for (const auto& row : rows) {
         g_silentMode = row.silentMode;
         g_freshInstall = row.fresh;
