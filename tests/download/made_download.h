@@ -3,6 +3,8 @@
 
 #include <lzma.h>
 
+#include <utility>
+
 #include "format.h"
 #include "harness/machine_view.h"
 #include "sha256.h"
@@ -20,28 +22,20 @@ inline std::string Packed(const std::string& bytes) {
 
 inline constexpr std::uint64_t kTime = 132'000'000'000'000'000;
 
-// While it exists, the process has the arguments of this line.
-class GivenArguments {
-  public:
-    explicit GivenArguments(const std::string& line) : m_texts(Names(line)) {
-        for (Text& text : m_texts)
-            m_values.push_back(text.data());
-        __argc = static_cast<int>(m_values.size());
-        __wargv = m_values.data();
-    }
-    ~GivenArguments() {
-        __argc = m_oldCount;
-        __wargv = m_oldValues;
-    }
-    GivenArguments(const GivenArguments&) = delete;
-    GivenArguments& operator=(const GivenArguments&) = delete;
-
-  private:
-    std::vector<Text> m_texts;
-    std::vector<WCHAR*> m_values;
-    int m_oldCount = __argc;
-    WCHAR** m_oldValues = __wargv;
-};
+// Returns what the function returns while the process has the arguments of this line.
+template <class Act>
+auto WithArguments(const std::string& line, Act act) {
+    std::vector<Text> texts = Names(line);
+    std::vector<WCHAR*> values;
+    for (Text& text : texts)
+        values.push_back(text.data());
+    const int oldCount = std::exchange(__argc, static_cast<int>(values.size()));
+    WCHAR** const oldValues = std::exchange(__wargv, values.data());
+    const auto result = act();
+    __argc = oldCount;
+    __wargv = oldValues;
+    return result;
+}
 
 // A file that is made of the earlier one, as a copy or by these steps.
 struct MadeFile {

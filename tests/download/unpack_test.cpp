@@ -250,10 +250,8 @@ TEST(DownloadCommandLine, IsSilentBySetupsRules) {
                                                              {"d -v -s", false},
                                                              {"d -SConf -v", true},
                                                              {"d /s", false},
-                                                             {"d -silent", false}}) {
-        const GivenArguments arguments(line);
-        EXPECT_EQ(IsSilentRun(), silent) << line;
-    }
+                                                             {"d -silent", false}})
+        EXPECT_EQ(WithArguments(line, IsSilentRun), silent) << line;
 }
 
 }  // namespace

@@ -155,13 +155,10 @@ TEST_F(UpdateTest, TheInstallationIsFoundAsSetupFindsIt) {
              {"d -instport " + named, At("named")},
              {"d -instdir " + named + " -instdir C:\\none", At("known")},
              {"d -s -instdir", At("known")},
-             {"d -INSTDIR " + named, At("known")}}) {
-        const GivenArguments arguments(line);
-        EXPECT_EQ(FindInstallation(), CString(folder)) << line;
-    }
-    const GivenArguments none("d");
+             {"d -INSTDIR " + named, At("known")}})
+        EXPECT_EQ(WithArguments(line, FindInstallation), CString(folder)) << line;
     DeleteTree(At("known"));
-    EXPECT_TRUE(FindInstallation().IsEmpty());
+    EXPECT_TRUE(WithArguments("d", FindInstallation).IsEmpty());
 }
 
 TEST(Sha256Sum, IsThatOfTheStandard) {
