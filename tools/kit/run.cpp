@@ -1,0 +1,335 @@
+#include "kit/run.h"
+
+#include <windows.h>
+
+#include <shlobj.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+
+#include "common/hang.h"
+#include "kit/machine.h"
+#include "kit/report.h"
+#include "lab/lab.h"
+#include "support/handles.h"
+
+namespace fs = std::filesystem;
+
+namespace kit {
+
+void Say(const std::string& text) {
+    std::printf("%s\n", text.c_str());
+    (void)std::fflush(stdout);
+}
+
+std::string Utf8(const fs::path& path) {
+    return tools::Utf8(path.native());
+}
+
+std::string Read(const fs::path& path) {
+    return tools::ReadWhole(path.native()).value_or("");
+}
+
+void Write(const fs::path& path, const std::string& text) {
+    std::ofstream file(path, std::ios::binary);
+    file << text;
+    file.close();
+    if (!file) throw CantRun(Utf8(path) + " can't be written: make room, or name another folder by /results");
+}
+
+namespace {
+
+constexpr DWORD kLongestMs = 6 * tools::kHangMs, kPollMs = 500;
+constexpr ULONGLONG kRoom = 300'000'000;  // in bytes: the tests' largest files and the results
+constexpr char kEnded[] = "\nkit: the program ended with ";
+constexpr char kGoesOn[] = "it goes on after a restart";
+constexpr char kNeedsRestart[] = "it needs a restart of the machine";
+constexpr int kMostRestarts = 3;  // of one test
+
+// A test that goes on after a restart: its program, its name, and how often the machine has restarted for it.
+struct Waiting {
+    std::string program, name;
+    int restarts = 0;
+};
+
+fs::path WaitingFile(const Job& job) {
+    return job.results / "waiting.txt";
+}
+
+bool IsWanted(const Job& job, const std::string& name) {
+    return job.only.empty() ||
+           std::find(job.only.begin(), job.only.end(), tools::Wide(name)) != job.only.end();
+}
+
+// ---- before the run ----
+
+// A zip that was cut has lost files, or parts of them. contents.txt has a line for each: size and name.
+void RequireWholeKit(const Job& job) {
+    std::istringstream lines(Read(job.folder / "contents.txt"));
+    std::string name;
+    std::uintmax_t size = 0, count = 0;
+    for (; lines >> size && std::getline(lines.ignore(), name); ++count) {
+        std::error_code error;
+        if (fs::file_size(job.folder / tools::Wide(name), error) != size || error)
+            throw CantRun(name + " is missing or not whole: unpack the whole zip again");
+    }
+    if (count == 0) throw CantRun("contents.txt is missing: unpack the whole zip again");
+}
+
+void RequireUse(const Job& job) {
+    if (!job.mayChange && !IsSandbox())
+        throw CantRun(
+            "this machine isn't marked as throwaway, and the tests install and remove the product for all "
+            "users, delete "
+            "C:\\Scratch, and forget what other programs have left to the next start. Use Windows Sandbox "
+            "(sandbox.cmd), "
+            "or say so: run.cmd /this-machine-may-be-changed");
+    // A sandbox may start the kit at each start of its machine.
+    if (HasRestarted())
+        throw CantRun(
+            "a run that has restarted this machine goes on by itself; run.cmd /go-on does it by hand");
+    if (!IsUserAnAdmin())
+        throw CantRun("the rights of an administrator are missing: right-click, Run as administrator");
+    for (const fs::path& drive : {fs::path("C:\\"), job.results.root_path()}) {
+        ULARGE_INTEGER room = {};
+        if (GetDiskFreeSpaceExW(drive.c_str(), &room, nullptr, nullptr) && room.QuadPart < kRoom)
+            throw CantRun("there is no room on the drive " + Utf8(drive) + ": make 300 MB free");
+    }
+}
+
+// Nothing of an earlier run stays.
+void MakeResults(const Job& job) {
+    std::error_code error;
+    for (const char* const name :
+         {"results.xml", "results.txt", "facts.md", "about.txt", "before.txt", "waiting.txt", "output"})
+        fs::remove_all(job.results / name, error);
+    fs::create_directories(job.results / "output", error);
+    Write(job.results / "about.txt", "");
+}
+
+// ---- programs ----
+
+std::vector<std::string> TestPrograms(const Job& job) {
+    std::vector<std::string> programs = {"machine_tests"};
+    for (const auto& entry : fs::directory_iterator(job.folder / "programs"))
+        if (const std::string name = Utf8(entry.path().stem());
+            name.ends_with("_tests") && name != programs[0])
+            programs.push_back(name);
+    std::sort(programs.begin() + 1, programs.end());
+    return programs;
+}
+
+fs::path NextOutput(const Job& job, const std::string& program) {
+    const fs::path folder = job.results / "output";
+    const auto count = std::distance(fs::directory_iterator(folder), {});
+    return folder / (std::to_string(100 + count) + " " + program + ".txt");
+}
+
+// Appends what the program writes to the file. Returns its exit code, or the system's error if it doesn't start.
+DWORD RunProgram(const Job& job, const std::string& program, const std::wstring& arguments,
+                 const fs::path& output) {
+    SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
+    const KernelHandle file(CreateFileW(output.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                        &inherited, OPEN_ALWAYS, 0, nullptr));
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = startup.hStdError = file.get();
+    PROCESS_INFORMATION made = {};
+    std::wstring line = L"\"" + job.Program(program).native() + L"\" " + arguments;
+    if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &made))
+        return GetLastError();
+    const KernelHandle process(made.hProcess), thread(made.hThread);
+    // A test ends its own hang. What hangs beside the tests is ended here.
+    if (WaitForSingleObject(made.hProcess, kLongestMs) != WAIT_OBJECT_0)
+        (void)TerminateProcess(made.hProcess, WAIT_TIMEOUT);
+    (void)WaitForSingleObject(made.hProcess, tools::kHangMs);
+    DWORD exitCode = 0;
+    (void)GetExitCodeProcess(made.hProcess, &exitCode);
+    return exitCode;
+}
+
+// What a program has told, and how it ended.
+void AddFile(Results& results, const fs::path& output) {
+    const std::string text = Read(output), name = Utf8(output.stem());
+    const auto end = text.rfind(kEnded);
+    const unsigned long exitCode =
+        end == text.npos ? ERROR_PROCESS_ABORTED : std::stoul(text.substr(end + sizeof kEnded - 1));
+    AddOutput(results, name.substr(name.find(' ') + 1), exitCode, Nobodys(text.substr(0, end)));
+}
+
+// Adds to the output of a program how it ended, and says what it has told.
+Results Ended(const fs::path& output, DWORD exitCode, ULONGLONG start) {
+    std::ofstream(output, std::ios::app | std::ios::binary) << kEnded << exitCode;
+    Results rows;
+    AddFile(rows, output);
+    std::printf("%-20s %s, %llu s\n", Utf8(output.stem()).substr(4).c_str(), rows.Counts().c_str(),
+                (GetTickCount64() - start) / 1000);
+    (void)std::fflush(stdout);
+    return rows;
+}
+
+// `restarts` is what QTV_RESTART says to the tests.
+Results RunTests(const Job& job, const std::string& program, const std::wstring& arguments,
+                 const std::string& restarts) {
+    const ULONGLONG start = GetTickCount64();
+    const fs::path output = NextOutput(job, program);
+    (void)SetEnvironmentVariableW(L"QTV_RESTART", restarts.empty() ? nullptr : tools::Wide(restarts).c_str());
+    return Ended(output, RunProgram(job, program, arguments, output), start);
+}
+
+void RunCommand(const Job& job, const std::string& program, DWORD (*command)(const Job&, const fs::path&)) {
+    if (!IsWanted(job, program)) return;
+    const ULONGLONG start = GetTickCount64();
+    const fs::path output = NextOutput(job, program);
+    (void)Ended(output, command(job, output), start);
+}
+
+DWORD CheckPackages(const Job& job, const fs::path& output) {
+    DWORD worst = 0;
+    for (const wchar_t* const package : {L"package", L"package-earlier"})
+        worst =
+            std::max(worst, RunProgram(job, "package_check",
+                                       L"\"" + (job.folder / "programs" / package).native() + L"\"", output));
+    return worst;
+}
+
+DWORD RehearsePackages(const Job& job, const fs::path& output) {
+    if (job.neverRestarts || job.restarts || !lab::CanRestart()) {
+        std::ofstream(output, std::ios::app) << "it needs a machine that restarts beneath a program\n";
+        return kNotRun;
+    }
+    RemoveTouched();
+    fs::copy(job.folder / "programs" / "package", "C:\\Package", fs::copy_options::recursive);
+    fs::copy(job.folder / "programs" / "package-earlier", "C:\\Earlier package", fs::copy_options::recursive);
+    const DWORD exitCode = RunProgram(job, "rehearse", L"package text -s", output);
+    RemoveTouched();
+    return exitCode;
+}
+
+// The download installs the product, which then removes itself.
+DWORD InstallDownload(const Job& job, const fs::path& output) {
+    RemoveTouched();
+    const lab::State before = lab::Look();
+    const std::string uninstaller = "C:\\Program Files\\Qantivo 8\\QtvUnInst.exe";
+    std::ofstream told(output, std::ios::app | std::ios::binary);
+    bool isRight = true;
+    for (const std::string& line :
+         {"\"" + Utf8(job.Program("Qantivo")) + "\" -s", "\"" + uninstaller + "\" -s"}) {
+        const lab::Outcome outcome = lab::Run(line, {});
+        told << line << " ended with " << outcome.exitCode << "\n";
+        for (const lab::Message& message : outcome.messages)
+            told << "box: " << message.text << "\n";
+        isRight = isRight && outcome.started && outcome.exitCode == 0 && outcome.messages.empty();
+        const bool isThere = fs::exists(uninstaller), shouldBe = line.ends_with("Qantivo.exe\" -s");
+        if (isThere != shouldBe) told << uninstaller << (isThere ? " is there\n" : " is missing\n");
+        isRight = isRight && isThere == shouldBe;
+    }
+    for (const lab::Change& change : lab::Differences(before, lab::Look()))
+        told << change.kind << " " << change.name << "\n";
+    RemoveTouched();
+    return isRight ? 0 : 1;
+}
+
+// ---- the run ----
+
+int Report(const Job& job) {
+    ForgetRestart();
+    std::vector<fs::path> outputs;
+    for (const auto& entry : fs::directory_iterator(job.results / "output"))
+        outputs.push_back(entry.path());
+    std::sort(outputs.begin(), outputs.end());
+    Results results;
+    for (const fs::path& output : outputs)
+        AddFile(results, output);
+    const std::string about = Read(job.results / "about.txt"), text = ToText(results, about);
+    Write(job.results / "results.xml", ToJUnit(results, about));
+    Write(job.results / "facts.md", ToFacts(results, about));
+    Write(job.results / "results.txt", text);
+    std::error_code error;
+    for (const char* const name : {"about.txt", "before.txt", "waiting.txt", "output"})
+        fs::remove_all(job.results / name, error);
+    Say("\n" + text.substr(0, text.find("\n\n")) + "\nthe results are in " + Utf8(job.results));
+    return results.ExitCode();
+}
+
+// Waits for the report of the run that goes on. Under Windows this program is ended meanwhile.
+int AwaitReport(const Job& job) {
+    const fs::path report = job.results / "results.txt";
+    for (const ULONGLONG start = GetTickCount64(); !fs::exists(report); Sleep(kPollMs))
+        if (GetTickCount64() - start > kLongestMs)
+            throw CantRun("the machine doesn't restart: run.cmd /go-on");
+    return Read(job.results / "results.xml").find("<failure") == std::string::npos ? 0 : 1;
+}
+
+}  // namespace
+
+// Each test that needs restarts begins anew, and ends at its first restart. After that it goes on.
+int GoOn(const Job& job) {
+    if (!fs::exists(WaitingFile(job)))
+        throw CantRun("no run in " + Utf8(job.results) + " waits for a restart: name its folder by /results");
+    std::istringstream lines(Read(WaitingFile(job)));
+    std::vector<Waiting> waiting;
+    for (Waiting each; lines >> each.program >> each.name >> each.restarts;)
+        waiting.push_back(each);
+    while (!waiting.empty()) {
+        Waiting& next = waiting.front();
+        const Results rows = RunTests(job, next.program, L"--gtest_filter=" + tools::Wide(next.name),
+                                      std::to_string(next.restarts));
+        bool goesOn = rows.rows.size() == 1 && rows.rows[0].end == End::NotRun &&
+                      rows.rows[0].said.find(kGoesOn) != std::string::npos;
+        if (goesOn && next.restarts == kMostRestarts) {
+            goesOn = false;
+            Write(NextOutput(job, next.program),
+                  "[ RUN      ] " + next.name + "\nit restarts the machine again and again\n" + kEnded + "1");
+        }
+        if (goesOn)
+            ++next.restarts;
+        else
+            waiting.erase(waiting.begin());
+        std::string text;
+        for (const Waiting& each : waiting)
+            text += each.program + " " + each.name + " " + std::to_string(each.restarts) + "\n";
+        Write(WaitingFile(job), text);
+        if (!goesOn) continue;
+        Say("the machine restarts, and the run goes on after it");
+        if (Restart(L"\"" + job.Program("kit").native() + L"\" /go-on /results \"" + job.results.native() +
+                    L"\""))
+            return AwaitReport(job);
+        Say("the machine doesn't restart");
+        break;
+    }
+    RemoveTouched();
+    return Report(job);
+}
+
+int Run(const Job& job) {
+    RequireWholeKit(job);
+    RequireUse(job);
+    MakeResults(job);
+    const std::string restarts = job.neverRestarts || job.restarts ? "never" : "";
+    RemoveTouched();
+    const Others before = LookAtOthers();
+    std::string waiting;
+    for (const std::string& program : TestPrograms(job)) {
+        if (!IsWanted(job, program)) continue;
+        for (const Row& row : RunTests(job, program, L"", restarts).rows)
+            if (row.end == End::NotRun && row.said.find(kNeedsRestart) != row.said.npos)
+                waiting += program + " " + row.name + " 0\n";
+    }
+    RunCommand(job, "package_check", CheckPackages);
+    RunCommand(job, "rehearse", RehearsePackages);
+    RunCommand(job, "download", InstallDownload);
+    RemoveTouched();
+    const int changes = CountChanges(before, LookAtOthers());
+    Write(job.results / "about.txt",
+          "system: " + NameOfSystem() + "\nkit: " + Read(job.folder / "version.txt") +
+              "changes of others during the run: " + std::to_string(changes) + "\n");
+    if (!job.restarts) return Report(job);
+    Write(WaitingFile(job), waiting);
+    return GoOn(job);
+}
+
+}  // namespace kit
