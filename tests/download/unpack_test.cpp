@@ -241,17 +241,10 @@ TEST(DownloadCommandLine, OwnArgumentsStayAsTheyAre) {
 }
 
 TEST(DownloadCommandLine, IsSilentBySetupsRules) {
-    for (const auto& [line, silent] :
-         std::initializer_list<std::pair<const char*, bool>>{{"d", false},
-                                                             {"-s", false},
-                                                             {"d -S", true},
-                                                             {"d x -s", true},
-                                                             {"d -s -v", false},
-                                                             {"d -v -s", false},
-                                                             {"d -SConf -v", true},
-                                                             {"d /s", false},
-                                                             {"d -silent", false}})
-        EXPECT_EQ(WithArguments(line, IsSilentRun), silent) << line;
+    for (const char* const line : {"d -S", "d x -s", "d -SConf -v"})
+        EXPECT_TRUE(WithArguments(line, IsSilentRun)) << line;
+    for (const char* const line : {"d", "-s", "d -s -v", "d -v -s", "d /s", "d -silent"})
+        EXPECT_FALSE(WithArguments(line, IsSilentRun)) << line;
 }
 
 }  // namespace
