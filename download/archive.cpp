@@ -36,11 +36,11 @@ Outcome ReadAt(HANDLE file, std::uint64_t offset, std::string& bytes) {
 // Feeds the decoder from a file, piece by piece.
 class Input {
   public:
-    Input(HANDLE file, std::uint64_t cbLeft) : m_file(file), m_left(cbLeft), m_piece(cbPiece, 0) {}
+    Input(HANDLE file, std::uint64_t cbLeft) : m_file(file), m_left(cbLeft), m_piece(PieceOf(cbLeft), 0) {}
 
     Outcome Refill(lzma_stream& stream) {
         if (stream.avail_in != 0 || m_left == 0) return Outcome::Right;
-        const auto cb = static_cast<std::size_t>(std::min<std::uint64_t>(m_left, cbPiece));
+        const std::size_t cb = PieceOf(m_left);
         m_left -= cb;
         stream.next_in = reinterpret_cast<const std::uint8_t*>(m_piece.data());
         stream.avail_in = cb;
@@ -81,6 +81,10 @@ Outcome ReadTableOf(HANDLE file, const Trailer& trailer, Archive& archive) {
 KernelHandle OpenHandle(LPCWSTR path, DWORD access, DWORD share, DWORD disposition, DWORD flags) {
     const HANDLE handle = CreateFileW(path, access, share, nullptr, disposition, flags, nullptr);
     return KernelHandle(handle == INVALID_HANDLE_VALUE ? nullptr : handle);
+}
+
+std::size_t PieceOf(std::uint64_t cbLeft) {
+    return static_cast<std::size_t>(std::min<std::uint64_t>(cbLeft, cbPiece));
 }
 
 bool Seek(HANDLE file, std::uint64_t offset) {
@@ -153,7 +157,7 @@ Outcome UnpackStream(HANDLE file, std::uint64_t cbPacked, std::uint64_t cbUnpack
     if (!decoder.IsReady()) return Outcome::Failed;
     lzma_stream& stream = decoder.Stream();
     Input input(file, cbPacked);
-    std::string output(cbPiece, 0);
+    std::string output(PieceOf(cbUnpacked), 0);
     for (lzma_ret result = LZMA_OK; result != LZMA_STREAM_END;) {
         if (const Outcome outcome = input.Refill(stream); outcome != Outcome::Right) return outcome;
         stream.next_out = reinterpret_cast<std::uint8_t*>(output.data());

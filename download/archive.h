@@ -17,6 +17,9 @@ KernelHandle OpenHandle(LPCWSTR path, DWORD access, DWORD share, DWORD dispositi
 // A scanner may look at a file that is being written.
 inline constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
+// The size of the next piece where so many bytes are left. Most streams of an update are small, and a large buffer would take
+// longer than they do.
+std::size_t PieceOf(std::uint64_t cbLeft);
 bool Seek(HANDLE file, std::uint64_t offset);
 std::uint64_t SizeOf(HANDLE file);
 // Damaged if the file ends before.

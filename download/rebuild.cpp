@@ -13,8 +13,6 @@ namespace download {
 
 namespace {
 
-constexpr std::size_t cbReadPiece = 256 << 10;
-
 // Reads a file of the installation, of which others may write any part at any time.
 class EarlierFile {
   public:
@@ -24,10 +22,10 @@ class EarlierFile {
     // Gives all bytes to `take`. OtherInstallation if they aren't those that the update needs.
     Outcome Read(const Take& take) {
         if (!m_file || SizeOf(m_file.get()) != m_rebuilt.cbEarlier) return Outcome::OtherInstallation;
-        std::string piece(cbReadPiece, 0);
+        std::string piece(PieceOf(m_rebuilt.cbEarlier), 0);
         Sha256 sum;
         for (std::uint64_t left = m_rebuilt.cbEarlier; left > 0;) {
-            const auto cb = static_cast<std::size_t>(std::min<std::uint64_t>(left, piece.size()));
+            const std::size_t cb = PieceOf(left);
             if (ReadExactly(m_file.get(), piece.data(), cb) != Outcome::Right)
                 return Outcome::OtherInstallation;
             sum.Add(piece.data(), cb);

@@ -4,7 +4,7 @@
 #
 # Runs a Windows program under Wine, in a prefix in build/, or in the user's cache if the script is installed. The script installs Wine and makes the prefix if they are missing.
 # HOME is there too, because a prefix links its Desktop and Documents to the home folder.
-# With --begin instead of a program, the machine runs on until --end, which ends all that runs in the prefix.
+# With --begin instead of a program, the machine starts anew and runs on until --end, which ends all that runs in the prefix.
 # QTV_WINE_HOME names another home folder, QTV_WINE_GRAPHICS a graphics driver that shows windows (x11).
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
@@ -18,7 +18,6 @@ find_wine || { needs windows >&2 && find_wine; } || { echo 'wine.sh: 64-bit Wine
 server=$(dirname "$(readlink -f "$wine")")/wineserver
 [ -x "$server" ] || server=wineserver
 case "${1-}" in
-    --begin) exec "$server" -p ;;
     --end) end_wine "$wine_home" && exit ;;
 esac
 
@@ -42,14 +41,18 @@ make_new() (
     "${run[@]}" reg.exe add 'HKCU\Software\Wine' /v Version /d win10 /f
     # Windows does not hide a file because its name begins with a dot.
     "${run[@]}" reg.exe add 'HKCU\Software\Wine' /v ShowDotFiles /d Y /f
-    # No program here needs these large parts of Wine's registry, but for the class of shortcuts. Without them a snapshot takes a
-    # fraction of the time.
+    # A page opens no browser of this host. To look for one takes longer than a whole install.
+    "${run[@]}" reg.exe add 'HKCU\Software\Wine\WineBrowser' /v Browsers /d true /f
+    # No program here needs these large parts of Wine's registry, but for the class of shortcuts, and no driver of a device. Without
+    # them a snapshot takes a fraction of the time.
     local shortcuts='HKLM\Software\Classes\CLSID\{00021401-0000-0000-C000-000000000046}' key
     "${run[@]}" reg.exe copy "$shortcuts" 'HKLM\Software\Kept' /s /f
-    for key in 'Classes\CLSID' 'Classes\Interface' 'Classes\MIME' 'Classes\Typelib' 'Microsoft\Cryptography' \
-        'Microsoft\Windows\CurrentVersion\Telephony' 'Microsoft\Windows\CurrentVersion\Time Zones' \
-        'Microsoft\Windows NT\CurrentVersion\Time Zones'; do
-        "${run[@]}" reg.exe delete "HKLM\\Software\\$key" /f || true
+    local classes='HKLM\Software\Classes' windows='HKLM\Software\Microsoft\Windows\CurrentVersion' control='HKLM\System\CurrentControlSet'
+    for key in "$classes"\\{CLSID,DirectShow,Interface,MediaFoundation,MIME,Typelib} HKLM\\Software\\Microsoft\\{Cryptography,'Internet Explorer'} \
+        "$windows"\\{Telephony,'Time Zones','Internet Settings',Explorer\\FolderDescriptions} 'HKLM\Software\Wow6432Node\Microsoft' \
+        'HKLM\Software\Microsoft\Windows NT\CurrentVersion'\\{'MCI Extensions','Time Zones'} "$control"\\Control\\Nls\\{Locale,Sorting} \
+        "$control"\\Services\\{NDIS,nsiproxy,Spooler,winebus,winehid,wineusb}; do
+        "${run[@]}" reg.exe delete "$key" /f || true
     done
     "${run[@]}" reg.exe copy 'HKLM\Software\Kept' "$shortcuts" /s /f
     "${run[@]}" reg.exe delete 'HKLM\Software\Kept' /f
@@ -71,7 +74,10 @@ make_prefix() (
     [ ! -e "$WINEPREFIX/.ready" ] || exit 0
     [ ! -d "$WINEPREFIX" ] || "$server" -k 8>&- 9>&- || true
     rm -rf "$WINEPREFIX"
-    cp -a "$new_home"/[!.]* "$wine_home"
+    # Nobody writes into the system's programs, so that they take room only once, where both are on one file system.
+    mkdir -p "$WINEPREFIX/drive_c/windows"
+    cp -al "$new_home/prefix/drive_c/windows/system32" "$WINEPREFIX/drive_c/windows" 2>/dev/null || true
+    cp -an "$new_home"/[!.]* "$wine_home"
     find "$WINEPREFIX/drive_c/users" -type l -lname "$new_home/*" -printf '%l\t%p\n' | while IFS=$'\t' read -r target link; do
         ln -sfn "$wine_home${target#"$new_home"}" "$link"
     done
@@ -81,4 +87,11 @@ make_prefix() (
 )
 
 [ -e "$WINEPREFIX/.ready" ] || make_prefix
+if [ "$1" = --begin ]; then
+    end_wine "$wine_home"
+    # Who waits for the end of this script's output must not wait for the end of the machine's.
+    exec >/dev/null 2>&1
+    "$server" -p
+    set -- cmd.exe /c exit
+fi
 exec "${run[@]}" "$@"

@@ -7,8 +7,13 @@
 
 #include "format.h"
 #include "harness/machine_view.h"
+#include "lab/lab.h"
 #include "sha256.h"
 #include "unpack.h"
+
+// From one byte to the next one that a test changes. Files take long under Wine, and what it shows doesn't depend on the byte. All
+// bits of a byte have their turn.
+inline const std::size_t kStep = lab::UnderWine() ? 7 : 1;
 
 inline std::string Packed(const std::string& bytes) {
     std::string packed(lzma_stream_buffer_bound(bytes.size()), 0);
@@ -54,11 +59,11 @@ inline Outcome Open(const std::string& bytes, download::Archive& archive) {
     return OpenArchive(CString(At("download.exe")), archive);
 }
 
-// The bytes, each time with one bit of another byte changed.
+// The bytes, each time with one bit of the next byte changed.
 inline std::vector<std::string> WithEachByteChanged(const std::string& whole) {
-    std::vector<std::string> all(whole.size(), whole);
-    for (std::size_t at = 0; at < whole.size(); ++at)
-        all[at][at] = static_cast<char>(whole[at] ^ 1 << at % 8);
+    std::vector<std::string> all;
+    for (std::size_t at = 0; at < whole.size(); at += kStep)
+        all.emplace_back(whole)[at] = static_cast<char>(whole[at] ^ 1 << at % 8);
     return all;
 }
 

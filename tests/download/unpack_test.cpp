@@ -52,7 +52,7 @@ TEST_F(DownloadTest, EachChangedBitAndEachCutIsNoticed) {
     const std::string whole = Download("d\\ a:first d\\long:0123456789", 8);
     for (const std::string& changed : WithEachByteChanged(whole))
         EXPECT_EQ(UnpackBytes(changed), Outcome::Damaged) << ::testing::PrintToString(changed);
-    for (std::size_t at = 0; at < whole.size(); at += 8)
+    for (std::size_t at = 0; at < whole.size(); at += 8 * kStep)
         EXPECT_EQ(UnpackBytes(whole.substr(0, at)), Outcome::Damaged) << "cut at " << at;
     EXPECT_EQ(UnpackBytes(whole + "more"), Outcome::Damaged);
 }

@@ -11,6 +11,7 @@
 
 #include "common/text.h"
 #include "lab/lab.h"
+#include "lab/unchanged.h"
 #include "run/product.h"
 
 namespace lab {
@@ -32,6 +33,8 @@ constexpr char kStarts[] = "HKCU\\Software\\Lorvanta\\Qantivo 8\\ : Starts";
 constexpr char kProductLog[] = "C:\\Program Files\\Qantivo 8\\QtvUnInst.log";
 
 constexpr char kMachineKeys[] = "HKLM\\";
+// More levels have so many keys that it takes longer to watch them than to read them.
+constexpr int kWatchedLevels = 5;
 
 [[noreturn]] void CantRead(const std::string& what, DWORD error) {
     throw std::runtime_error(what + " can't be read: error " + std::to_string(error));
@@ -66,15 +69,15 @@ std::string ContentWhat(const WideText& path) {
     }
     std::uint64_t digest = kDigestStart;
     std::uint64_t size = 0;
-    const auto words = std::make_unique<std::uint64_t[]>(kWordsRead);
+    static std::vector<std::uint64_t> words(kWordsRead);
     constexpr DWORD cbWord = sizeof(std::uint64_t);
     DWORD cbRead = 0;
     BOOL isRead;
-    while ((isRead = ReadFile(file, words.get(), kWordsRead * cbWord, &cbRead, nullptr)) && cbRead > 0) {
+    while ((isRead = ReadFile(file, words.data(), kWordsRead * cbWord, &cbRead, nullptr)) && cbRead > 0) {
         const DWORD count = (cbRead + cbWord - 1) / cbWord;
         // The last word of the file may be incomplete.
-        std::memset(reinterpret_cast<BYTE*>(words.get()) + cbRead, 0, count * cbWord - cbRead);
-        for (const std::uint64_t *word = words.get(), *end = word + count; word != end; ++word)
+        std::memset(reinterpret_cast<BYTE*>(words.data()) + cbRead, 0, count * cbWord - cbRead);
+        for (const std::uint64_t *word = words.data(), *end = word + count; word != end; ++word)
             digest = (digest ^ *word) * kDigestPrime;
         size += cbRead;
     }
@@ -219,6 +222,14 @@ void TakeKey(State& state, HKEY parent, LPCWSTR subName, const std::string& name
         return;
     }
     if (status != ERROR_SUCCESS) CantRead(name, static_cast<DWORD>(status));
+    static std::map<std::string, State> read;
+    const bool isWatched = std::count(name.begin(), name.end(), '\\') <= kWatchedLevels;
+    if (isWatched && IsUnchanged(key, name) && read.contains(name)) {
+        state.merge(State(read[name]));
+        RegCloseKey(key);
+        return;
+    }
+    read.erase(name);
     state[name] = "key";
     TakeValues(state, key, name);
     WCHAR below[512];
@@ -226,6 +237,11 @@ void TakeKey(State& state, HKEY parent, LPCWSTR subName, const std::string& name
         TakeKey(state, key, below, name + Shown(Utf8(name == kMachineKeys ? Upper(below) : below)) + "\\");
     RegCloseKey(key);
     if (status != ERROR_NO_MORE_ITEMS) CantRead(name, static_cast<DWORD>(status));
+    if (isWatched) {
+        const auto isBelow = [&](const auto& item) { return item.first.starts_with(name); };
+        const auto first = state.lower_bound(name);
+        read[name] = State(first, std::find_if_not(first, state.end(), isBelow));
+    }
 }
 
 void TakeMarks(State& state) {

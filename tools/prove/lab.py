@@ -119,7 +119,6 @@ class Prefix:
     def begin(self):
         """Starts the machine, which carries out the marks. It then runs until it is ended."""
         self.server('--begin')
-        self.start('cmd.exe', '/c', 'exit').wait(HANG_SECONDS)
 
     def end(self):
         """Ends everything in it. Wine's server then writes the registry to the disk."""
