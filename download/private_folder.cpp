@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <random>
 
-#include "boot_marks.h"
+#include "delete_marks.h"
 #include "support/shell_folders.h"
 
 namespace download {

@@ -29,7 +29,7 @@ class Progress {
     std::atomic<bool> m_isCancelled = false;
 };
 
-// Makes the folders, and the files whose bytes the download carries. Looks for room first, and writes nothing when there is
+// Makes the folders, and the files whose bytes the download carries. Looks for space first, and writes nothing when there is
 // too little. Unpacks on up to four processors, each with at most cbMostDecoder bytes. Everything is checked. If the outcome
 // isn't Right, the folder may hold a part of the package.
 Outcome Unpack(const Archive& archive, const CString& folder, Progress& progress);

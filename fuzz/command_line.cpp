@@ -12,7 +12,7 @@
 
 #include "app/setup_app.h"
 #include "app/setup_state.h"
-#include "machine.h"
+#include "fuzz_machine.h"
 #include "support/registry.h"
 #include <winhost.h>
 #include "core/machine.h"

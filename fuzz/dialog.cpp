@@ -1,7 +1,7 @@
 // Dialog templates and the compiled resources with them: a damaged one counts as missing.
 #include "dialogs/dialog_template.h"
 
-#include "machine.h"
+#include "fuzz_machine.h"
 #include "resource.h"
 #include "resources/resources.h"
 

@@ -3,7 +3,7 @@
 #include "format.h"
 
 #include "difference.h"
-#include "machine.h"
+#include "fuzz_machine.h"
 
 namespace {
 

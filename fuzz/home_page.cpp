@@ -1,7 +1,7 @@
 // HomePage.url: with any content, one address is opened, on the maker's own server.
 #include "app/setup_state.h"
 #include "install/closing_page.h"
-#include "machine.h"
+#include "fuzz_machine.h"
 #include <winhost.h>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

@@ -3,7 +3,7 @@
 
 #include <tuple>
 
-#include "machine.h"
+#include "fuzz_machine.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include "app/setup_state.h"
 #include "engine/file_ops.h"
 #include "install/earlier_install.h"
-#include "machine.h"
+#include "fuzz_machine.h"
 #include <winhost.h>
 #include "files/sharing.h"
 

@@ -2,7 +2,7 @@
 #include "app/setup_state.h"
 #include "install/earlier_install.h"
 #include "install/install_driver.h"
-#include "machine.h"
+#include "fuzz_machine.h"
 #include "run/earlier_folder.h"
 #include "support/registry.h"
 #include "uninstall/file_associations.h"

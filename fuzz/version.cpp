@@ -2,7 +2,7 @@
 #include <vector>
 
 #include "install/file_version.h"
-#include "machine.h"
+#include "fuzz_machine.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     constexpr WCHAR kFile[] = TEXT("C:\\file.exe");

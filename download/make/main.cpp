@@ -9,7 +9,7 @@
 #include "package.h"
 #include "program_resources.h"
 #include "update.h"
-#include "version_block.h"
+#include "setup_version.h"
 #include "common/help.h"
 
 using namespace download_make;

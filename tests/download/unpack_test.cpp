@@ -2,7 +2,7 @@
 
 #include <mutex>
 
-#include "boot_marks.h"
+#include "delete_marks.h"
 #include "command_line.h"
 #include "download/made_download.h"
 #include "harness/driver.h"

@@ -159,8 +159,8 @@ TEST_F(RehearseProgram, WritesItsFilesWhereItIsStarted) {
              "setup.exe\tregistered HKEY_LOCAL_MACHINE\\SOFTWARE\\Lorvanta\\Qantivo 8 : AllUsers = B\n",
              "setup.exe\tstarted \"C:\\Program Files\\Qantivo 8\\QtvApp8.exe\" -regonly\n",
              "==== uninstall ====\nQtvUnInst.exe\tcopied ",
-             "\tkept for the next start: delete <Temp>\\uni*.tmp\n",
-             "\tdeleted C:\\Program Files\\Qantivo 8\\readme.txt\n",
+             "uni*.tmp\tkept for the next start: delete <Temp>\\uni*.tmp\n",
+             "uni*.tmp\tdeleted C:\\Program Files\\Qantivo 8\\readme.txt\n",
              "==== restart ====\n",
          }) {
         const auto found = trace.find(line, at);

@@ -4,9 +4,9 @@
 //   copy from= to=   copies a machine that no process runs in, in place of what is there, and enters the copy
 //   value key= name= text=    writes a value of HKCU or HKLM
 //   hold runs= read=     keeps these files in use, as a loaded library or for reading, until the next hold
-//   run command= watched= call= nth= kills=1 room= steps= yes=1 second= delay= presses= trace=1
+//   run command= watched= call= nth= kills=1 space= steps= yes=1 second= delay= presses= trace=1
 //       runs a program with a virtual clock and with a person. The calls of the watched programs (a pattern) are counted. A
-//       call of these fails or kills; the disk has room for so many bytes; the power is cut after so many steps. Boxes get Yes
+//       call of these fails or kills; the disk has space for so many bytes; the power is cut after so many steps. Boxes get Yes
 //       instead of their safest answer. A second program starts after a delay in ms. `presses` is the seed of random moments
 //       at which Next is pressed. With `trace` the answer has the calls of all programs, with neutral names.
 //   restart steps=   the next start, in which the power is cut after so many steps
@@ -139,12 +139,12 @@ Answer RunDisturbed(const Fields& fields) {
             PressNext();
             return false;
         };
-    const bool limited = fields.Has("room") || fields.Has("steps");
-    // They are found by writing to the machine, for which a limit may leave no room.
+    const bool limited = fields.Has("space") || fields.Has("steps");
+    // They are found by writing to the machine, for which a limit may leave no space.
     (void)Names();
     if (limited)
         winhost::SetLimits(
-            {.room = fields.Number("room", UINT64_MAX), .steps = fields.Number("steps", UINT64_MAX)});
+            {.space = fields.Number("space", UINT64_MAX), .steps = fields.Number("steps", UINT64_MAX)});
     Answer answer = AnswerOf(Run(fields.Text("command"), conditions));
     winhost::ClearProgramTrace();
     if (fields.Has("trace")) answer["trace"] = Json(Lines(trace));

@@ -1,7 +1,7 @@
 #include <cstdio>
 #include <exception>
 
-#include "package_check/text.h"
+#include "package_check/package_paths.h"
 #include "package_check/tool.h"
 #include "common/help.h"
 

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "name_patterns.h"
-#include "package_check/text.h"
+#include "package_check/package_paths.h"
 
 namespace package_check {
 

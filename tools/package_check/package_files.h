@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "package_check/finding.h"
-#include "package_check/text.h"
+#include "package_check/package_paths.h"
 
 namespace package_check {
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "package_check/package_check.h"
-#include "package_check/text.h"
+#include "package_check/package_paths.h"
 
 namespace package_check {
 

@@ -1,6 +1,6 @@
 #include "package_check/spelling.h"
 
-#include "package_check/text.h"
+#include "package_check/package_paths.h"
 
 namespace package_check {
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "package_check/text.h"
+#include "package_check/package_paths.h"
 
 namespace package_make {
 

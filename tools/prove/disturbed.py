@@ -10,7 +10,7 @@ from scenarios import INSTALL, SCENARIOS, WIZARD, run_again, run_in_use
 QUICK_STEP = 11
 # The smallest number of cuts for each scenario in a whole run, and the number in a quick one.
 CUTS, QUICK_CUTS, QUICK_RESTARTS = 1200, 6, 2
-# The rooms of a scenario are divided into shares.
+# The spaces of a scenario are divided into shares.
 SHARES, QUICK_SHARES = 16, 3
 # In every fourth of the cuts the restart is cut too, at one of these steps.
 CUT_RESTART_EACH, RESTART_STEPS = 4, 9
@@ -26,8 +26,8 @@ def try_all(benches, options, prefix, plan):
     return report([trial for trials in results for trial in trials], prefix, whole)
 
 
-def disturb(benches, lab, own, scenario, disturbance, cut_restart=None, restart_step=None, end_of_rooms=0):
-    """Returns trials as report takes them: one, or one for each room below the end at which something changes."""
+def disturb(benches, lab, own, scenario, disturbance, cut_restart=None, restart_step=None, end_of_spaces=0):
+    """Returns trials as report takes them: one, or one for each space below the end at which something changes."""
     name, trials = scenario.name, []
     if restart_step is not None:
         problems = benches.attempt_restart(lab, own, scenario, restart_step)
@@ -38,17 +38,17 @@ def disturb(benches, lab, own, scenario, disturbance, cut_restart=None, restart_
         if 'steps' in disturbance:
             call, text = f'power:{answer["met"]}', f'the power is cut after step {disturbance["steps"]}'
             text += f', and in the restart after {cut_restart}' if cut_restart else ''
-        elif 'room' in disturbance:
-            call, text = f'full:{answer["met"]}', f'a disk for {disturbance["room"]} bytes'
+        elif 'space' in disturbance:
+            call, text = f'full:{answer["met"]}', f'a disk for {disturbance["space"]} bytes'
         else:
             kills, use = 'kills' in disturbance, f'#{disturbance["nth"]}' if disturbance['nth'] else ', every use,'
             group += '' if kills else ', a call fails'
             call = ('kill:' if kills else '') + disturbance['call']
             text = f'{disturbance["watched"]}{" killed at " if kills else ": "}{disturbance["call"]}{use}'
         trials.append((group, name, call, text, problems))
-        if answer.get('leastRefused', UNLIMITED) >= end_of_rooms:
+        if answer.get('leastRefused', UNLIMITED) >= end_of_spaces:
             return trials
-        disturbance = {'room': answer['leastRefused']}
+        disturbance = {'space': answer['leastRefused']}
 
 
 def at_each_call(benches, options, kills):
@@ -92,19 +92,19 @@ def run_within(benches, scenario, **limits):
 
 
 def full(benches, options):
-    """A disk with more and more room: every limit at which something changes."""
+    """A disk with more and more space: every limit at which something changes."""
     def plan(scenario):
         if scenario.name == 'install-wizard':
             return  # It uses the same calls to change the machine as the silent one.
-        # A disk may have less room than a deletion frees, because other programs use that room at once.
-        least = run_within(benches, scenario, room=0)['leastRefused']
+        # A disk may have less space than a deletion frees, because other programs use that space at once.
+        least = run_within(benches, scenario, space=0)['leastRefused']
         without = benches.lab.used()['bytes']
-        run_within(benches, scenario, room=UNLIMITED)
+        run_within(benches, scenario, space=UNLIMITED)
         most = max(benches.lab.used()['bytes'], without, least + 1)
         count = QUICK_SHARES if options.quick else SHARES
-        rooms = [least + (most - least) * number // count for number in range(count)] + [UNLIMITED]
-        for number, (room, end) in enumerate(zip(rooms, rooms[1:])):
-            yield scenario, {'room': room if number else 0}, None, None, room if options.quick else end
+        spaces = [least + (most - least) * number // count for number in range(count)] + [UNLIMITED]
+        for number, (space, end) in enumerate(zip(spaces, spaces[1:])):
+            yield scenario, {'space': space if number else 0}, None, None, space if options.quick else end
     return try_all(benches, options, 'full:', plan)
 
 
@@ -113,7 +113,7 @@ def power(benches, options):
     def plan(scenario):
         if scenario.name in ('install-wizard', 'download'):
             return
-        steps = run_within(benches, scenario, room=UNLIMITED)['steps']
+        steps = run_within(benches, scenario, space=UNLIMITED)['steps']
         count = QUICK_CUTS if options.quick else max(steps, CUTS)
         for number in range(count):
             # If there are few steps, each is cut several times, with another cut of the restart each time.

@@ -32,7 +32,7 @@ NO_END = 'EndDialog|GetWindowLongPtrW|SetWindowLongPtrW|IsWindowEnabled'
 
 # The row in the document, the stage, and patterns with * and ?, separated by |: the scenarios, the disturbed calls, and the items
 # with their states. Before a call, "kill:" means that the process ended at it, "power:" that the power was cut during it, "full:"
-# that it was the first one without room, and "two:" that another run went on.
+# that it was the first one without space, and "two:" that another run went on.
 EXCEPTIONS = [
     # ---- repaired by another run and a restart ----
     ('1.1', AT_ONCE, 'update', 'CopyFileW|kill:CopyFileW|kill:DeleteFileW|kill:MoveFileExW', f'{TARGET}*: gone'),

@@ -19,12 +19,12 @@ GONE = 'gone'
 
 
 def place_to_work():
-    """Returns a folder on a file system that can run programs and has room, in memory if possible."""
+    """Returns a folder on a file system that can run programs and has space, in memory if possible."""
     for folder in ('/dev/shm', tempfile.gettempdir()):
         status = os.statvfs(folder) if os.access(folder, os.W_OK) else None
         if status and not status.f_flag & os.ST_NOEXEC and status.f_bavail * status.f_frsize >= ROOM_NEEDED:
             return folder
-    raise Unusable('no folder with 1 GB of room')
+    raise Unusable('no folder with 1 GB of space')
 
 
 def new_folder(parent=None):

@@ -17,7 +17,7 @@ from lab import PRODUCT, UNINSTALL, WINDOWS, Prefix
 
 FOLDER = PRODUCT[3:].replace('\\', '/')
 INSTALL, EARLIER = (rf'C:\{folder}\setup.exe -s -autostart' for folder in ('Package', 'Earlier'))
-# The update needs more room for these than the earlier version.
+# The update needs more space for these than the earlier version.
 GROWN_FILES = ('QtvApp8.exe', 'QtvApp8Man.chm', 'runtime9.dll', 'ThumbQvi32.dll', 'Samples/meadow.bmp')
 
 
@@ -190,7 +190,7 @@ def mount(*arguments):
     subprocess.run(['mount', *map(str, arguments)], check=True)
 
 
-def make_disc(machine):
+def make_disk(machine):
     """The disk holds the prefix without the folder of Windows, which stays where it is."""
     windows, kept, new = machine.drive / 'windows', machine.home.parent / 'windows', machine.home.parent / 'new'
     machine.save(new)
@@ -202,7 +202,7 @@ def make_disc(machine):
     machine.restore(new)
 
 
-def leave_room(machine, pages=None):
+def leave_space(machine, pages=None):
     """Without a number, there is plenty."""
     status = os.statvfs(machine.home)
     used = (status.f_blocks - status.f_bfree) * status.f_frsize
@@ -210,7 +210,7 @@ def leave_room(machine, pages=None):
 
 
 def limits(machine):
-    """Pages of room at which something changes: each file fits, or only its first half."""
+    """Pages of space at which something changes: each file fits, or only its first half."""
     found, pages = {0}, 0
     for path in sorted(product_files(machine), key=lambda path: path.stat().st_ctime_ns):
         size = -(-path.stat().st_size // PAGE)
@@ -219,15 +219,15 @@ def limits(machine):
     return sorted(found | {pages + more for more in (1, 2, 4, 8)})
 
 
-def try_job(machine, name, saved, command, rooms):
+def try_job(machine, name, saved, command, sizes):
     """One job from a saved machine, without a limit and then at each one. Returns the trials."""
     def begin():
-        leave_room(machine)
+        leave_space(machine)
         machine.restore(saved)
 
     def again():
-        """With room again: a restart, a second run, a restart."""
-        leave_room(machine)
+        """With space again: a restart, a second run, a restart."""
+        leave_space(machine)
         machine.restart()
         if command != UNINSTALL or (machine.drive / FOLDER / 'QtvUnInst.exe').exists():
             machine.run(command)
@@ -238,15 +238,15 @@ def try_job(machine, name, saved, command, rooms):
     before = machine.state()
     machine.run(command)
     after, expected, outcomes, trials = machine.state(), again(), Counter(), []
-    for pages in rooms:
+    for pages in sizes:
         begin()
-        leave_room(machine, pages)
+        leave_space(machine, pages)
         late = machine.run(command)
         odd = odd_items(FOR_GOOD, machine.state(), before, after)
         outcomes.update(('missing: ' if what == 'gone' else 'half-written: ') + item for _, item, what in odd)
         problems = [(RUN, 'the run', late)] if late else []
         problems += [problem for problem in odd if not any(part in problem[1] for part in PRODUCTS)]
-        trials.append((name, name, 'wine:', f'{pages} pages of room', problems + odd_items(FOR_GOOD, again(), expected)))
+        trials.append((name, name, 'wine:', f'{pages} pages of space', problems + odd_items(FOR_GOOD, again(), expected)))
     print(f'space: {name}, left meanwhile: ' + ', '.join(f'{item} ({count})' for item, count in sorted(outcomes.items())))
     return trials
 
@@ -256,17 +256,17 @@ def space(machine, quick, _):
     if INSIDE not in os.environ:
         print('space: *** The full disk was NOT tested: a mount namespace is refused. ***')
         return True
-    make_disc(machine)
+    make_disk(machine)
     work = machine.home.parent
     machine.save(work / 'clean')
     for name, command in (('earlier', EARLIER), ('installed', INSTALL)):
         machine.restore(work / 'clean')
         machine.run(command)
         machine.save(work / name)
-    trials, rooms = [], {'install': limits(machine), 'update': FEW_PAGES, 'uninstall': FEW_PAGES}
+    trials, sizes = [], {'install': limits(machine), 'update': FEW_PAGES, 'uninstall': FEW_PAGES}
     for name, saved, command in (('install', 'clean', INSTALL), ('update', 'earlier', INSTALL),
                                  ('uninstall', 'installed', UNINSTALL)):
-        trials += try_job(machine, name, work / saved, command, rooms[name][len(rooms[name]) // 2:][:1] if quick else rooms[name])
+        trials += try_job(machine, name, work / saved, command, sizes[name][len(sizes[name]) // 2:][:1] if quick else sizes[name])
     return report(trials, 'wine:space:', False)
 
 

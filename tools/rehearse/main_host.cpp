@@ -10,7 +10,7 @@
 #include "rehearse/child.h"
 #include "rehearse/packages.h"
 #include "rehearse/report.h"
-#include "rehearse/trace.h"
+#include "rehearse/told_calls.h"
 #include "common/help.h"
 #include "common/installed.h"
 #include "common/text.h"

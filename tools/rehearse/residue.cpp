@@ -66,14 +66,13 @@ Installation::Installation(const std::string& uninstaller, const lab::State& mac
 
 void Installation::ReadLog(const char* name) {
     const FileStream log(_wfopen(tools::Wide(m_folder + name).c_str(), TEXT("r")));
-    WCHAR line[kLineChars];
-    while (log && ReadLogLine(line, log.get())) {
-        const LogRecord record = ReadRecord(line);
-        if (record.kind.removal != AtRemoval::DeleteFiles) continue;
+    if (!log) return;
+    ForEachRecord(log.get(), [&](const LogRecord& record) {
+        if (record.kind.removal != AtRemoval::DeleteFiles) return;
         const CString pattern = RemovalPattern(record.value);
         m_patterns.push_back(pattern);
         if (record.kind.install == AtInstall::CopyToParent) m_portablePatterns.push_back(pattern);
-    }
+    });
 }
 
 void Installation::FindNamed() {

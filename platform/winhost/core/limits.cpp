@@ -1,5 +1,5 @@
 // Limits of the machine. They are in a file that all its processes map. All processes share one count of steps, so that
-// none of them changes anything after the power has gone.
+// none of them changes anything after the power is cut.
 #include "core/limits.h"
 
 #include <fcntl.h>
@@ -24,7 +24,7 @@ namespace winhost {
 
 namespace {
 
-// The number of parts that a write is split into. The power can go between two of them.
+// The number of parts that a write is split into. The power can be cut between two of them.
 constexpr std::size_t kPartsOfWrite = 32;
 
 struct CallName {
@@ -136,11 +136,11 @@ bool HasLimits() {
     return OwnLimits() != nullptr;
 }
 
-bool HasRoom(std::uint64_t formerSize, std::uint64_t size) {
+bool HasSpace(std::uint64_t formerSize, std::uint64_t size) {
     SharedLimits* shared = OwnLimits();
-    if (!shared || size <= formerSize || shared->limits.room == UINT64_MAX) return true;
+    if (!shared || size <= formerSize || shared->limits.space == UINT64_MAX) return true;
     const std::uint64_t needed = BytesUsed() + (size - formerSize);
-    if (needed <= shared->limits.room) return true;
+    if (needed <= shared->limits.space) return true;
     NoteCall(*shared);
     LowerTo(shared->leastRefused, needed);
     errno = ENOSPC;
@@ -159,7 +159,7 @@ void Step() {
 bool WriteWhole(int descriptor, const void* data, std::size_t cbData) {
     if (!HasLimits()) return WriteAtOnce(descriptor, data, cbData);
     const off_t place = lseek(descriptor, 0, SEEK_CUR);
-    if (place < 0 || !HasRoom(SizeOf(descriptor), static_cast<std::uint64_t>(place) + cbData)) return false;
+    if (place < 0 || !HasSpace(SizeOf(descriptor), static_cast<std::uint64_t>(place) + cbData)) return false;
     const std::size_t cbPart = cbData / kPartsOfWrite + 1;
     const char* const bytes = static_cast<const char*>(data);
     for (std::size_t done = 0; done < cbData; done += cbPart) {

@@ -4,8 +4,9 @@
 //
 //   PROGRAM.exe   PROCESS   CALL   [NAME=ARGUMENT]...   [= RESULT]   [error CODE]
 //
-// A handle of a file, folder or key is shown by its path. A control character in a text becomes a blank. The line is written when the call returns, so the calls that a message or a dialog causes come before it. A
-// last line "ends" has the exit code of the process.
+// A handle of a file, folder or key is shown by its path. A control character in a text becomes a blank. The line is
+// written when the call returns, so the calls that a message or a dialog causes come before it. A last line "ends" has the
+// exit code of the process.
 //
 // A debugger can stop at each platform call, whether it is traced or not: they all begin with winhost::FaultOf (faults.h),
 // whose first argument is the name. In gdb:

@@ -24,10 +24,10 @@ namespace winhost {
 
 namespace {
 
-// Windows first sets the copy to its whole size. So a copy without room changes nothing, and a cut copy ends with zeros.
+// Windows first sets the copy to its whole size. So a copy without space changes nothing, and a cut copy ends with zeros.
 bool CopyWithinLimits(int from, int to, off_t size) {
     std::string content(static_cast<std::size_t>(size), '\0');
-    if (pread(from, content.data(), content.size(), 0) != size || !HasRoom(0, content.size())) return false;
+    if (pread(from, content.data(), content.size(), 0) != size || !HasSpace(0, content.size())) return false;
     Step();
     return ftruncate(to, size) == 0 && WriteWhole(to, content.data(), content.size());
 }

@@ -157,7 +157,7 @@ DWORD GetFullPathNameW(LPCWSTR path, DWORD cchBuffer, LPWSTR buffer, LPWSTR* fil
     return length;
 }
 
-// The host's own room: a limit of the machine stands for room that other programs use meanwhile.
+// The host's own space: a limit of the machine stands for space that other programs use meanwhile.
 BOOL GetDiskFreeSpaceExW(LPCWSTR folder, ULARGE_INTEGER* available, ULARGE_INTEGER* all,
                          ULARGE_INTEGER* free) {
     if (Fails("GetDiskFreeSpaceExW")) return FALSE;

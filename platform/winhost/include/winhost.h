@@ -123,10 +123,10 @@ void ClearProgramFaults();
 // those that it starts.
 void SetVirtualClock(bool on);
 
-// ---- limits: a drive that fills, and power that goes ----
+// ---- limits: a drive that fills, and a power cut ----
 
 struct Limits {
-    std::uint64_t room = UINT64_MAX;  // bytes that the drives and the registry may hold together
+    std::uint64_t space = UINT64_MAX;  // bytes that the drives and the registry may hold together
     // Steps of change on them, such as making a file or writing a part of it. After so many steps the power is cut:
     // from then on each process ends at its next step.
     std::uint64_t steps = UINT64_MAX;
@@ -135,7 +135,7 @@ struct Limits {
 void SetLimits(const Limits& limits);
 struct LimitsMet {
     std::uint64_t steps = 0;  // taken
-    // The smallest room, in bytes, at which one more write would have succeeded. UINT64_MAX if none was refused.
+    // The smallest space, in bytes, at which one more write would have succeeded. UINT64_MAX if none was refused.
     std::uint64_t leastRefused = UINT64_MAX;
     bool powerCut = false;
     std::string call;  // the first platform call that met a limit; empty for none

@@ -169,8 +169,8 @@ std::map<const void*, std::size_t>& Views() {
 // ---- mutexes ----
 
 // A mutex as this process sees it, however many handles it has. Between processes it is owned by a lock on the first
-// byte of its file, and the lock ends with its owner. The byte is 1 while the mutex is owned, so that the next owner learns that the
-// former one died. Within the process a thread owns it.
+// byte of its file, and the lock ends with its owner. The byte is 1 while the mutex is owned, so that the next owner learns
+// that the former one died. Within the process a thread owns it.
 class MutexState {
   public:
     explicit MutexState(std::unique_ptr<Share> share) : m_share(std::move(share)) {}

@@ -94,7 +94,7 @@ DWORD RegistryFile::Save() {
     Cache& cache = TheCache();
     const std::string text = FormatRegistry(root());
     std::error_code unread;
-    if (!HasRoom(std::filesystem::file_size(path, unread), text.size())) {
+    if (!HasSpace(std::filesystem::file_size(path, unread), text.size())) {
         cache.Drop();
         return ERROR_DISK_FULL;
     }

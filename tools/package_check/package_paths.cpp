@@ -1,4 +1,4 @@
-#include "package_check/text.h"
+#include "package_check/package_paths.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "machine.h"
+#include "fuzz_machine.h"
 
 #include <filesystem>
 #include <fstream>

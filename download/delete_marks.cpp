@@ -1,6 +1,6 @@
 // One step for all paths: the system's own call for one path reads and writes the whole list, which takes minutes for
 // a package of thousands of files.
-#include "boot_marks.h"
+#include "delete_marks.h"
 
 #include "support/registry.h"
 

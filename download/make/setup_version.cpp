@@ -1,4 +1,4 @@
-#include "version_block.h"
+#include "setup_version.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "rehearse/trace.h"
+#include "rehearse/told_calls.h"
 
 #include <algorithm>
 #include <fstream>
@@ -83,7 +83,8 @@ std::string Told(const Call& call, const Deed& deed) {
     std::string line = call.program + "\t" + done + " " + call[deed.what];
     if (!to.empty()) line += deed.between + to;
     if (call.name == "RegSetValueExW") line += " = " + call["data"];
-    return lab::Neutral(line) + (call.error.empty() ? "" : "  (" + call.error + ")") + "\n";
+    // The name of a temporary file is known by the backslash before it. The program has none here.
+    return lab::Neutral('\\' + line).substr(1) + (call.error.empty() ? "" : "  (" + call.error + ")") + "\n";
 }
 
 }  // namespace

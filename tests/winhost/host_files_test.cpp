@@ -212,7 +212,7 @@ TEST_F(HostFiles, FullDiskRefusesWholeCopiesAndTexts) {
     MakeFiles({"source"}, std::string(1000, 's'));
     EXPECT_TRUE(WritePrivateProfileSectionW(TEXT("rename"), TEXT("NUL=a\0"), kProfile));
     const std::uint64_t used = winhost::BytesUsed();
-    winhost::SetLimits({.room = used + 999});
+    winhost::SetLimits({.space = used + 999});
     EXPECT_EQ(Copy("source", "copy"), "ERROR_DISK_FULL");
     EXPECT_FALSE(Exists(TEXT("copy"))) << "Windows takes it away again";
     const Text longEntry = TEXT("NUL=") + Text(1200, 'b') + Text(1, 0);
@@ -221,7 +221,7 @@ TEST_F(HostFiles, FullDiskRefusesWholeCopiesAndTexts) {
     const winhost::LimitsMet met = winhost::LiftLimits();
     EXPECT_EQ(met.call, "CopyFileW");
     EXPECT_EQ(met.leastRefused, used + 1000);
-    winhost::SetLimits({.room = used + 1000});
+    winhost::SetLimits({.space = used + 1000});
     EXPECT_EQ(Copy("source", "copy"), "ok");
     EXPECT_EQ(winhost::LiftLimits().leastRefused, UINT64_MAX);
 }
