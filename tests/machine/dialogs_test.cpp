@@ -57,9 +57,9 @@ std::string heard;  // what the dialog procedure got, in order
 INT_PTR CALLBACK Procedure(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) {
     const int id = LOWORD(wParam), notification = HIWORD(wParam);
     const std::pair<UINT, const char*> names[] = {
-        {WM_SETFONT, "font"},    {WM_INITDIALOG, "init"},     {WM_ACTIVATE, "activate"},
-        {WM_SHOWWINDOW, "show"}, {WM_NEXTDLGCTL, "next"},     {WM_CLOSE, "close"},
-        {WM_DESTROY, "destroy"}, {WM_NCDESTROY, "ncdestroy"},
+        {WM_SETFONT, "font"},    {WM_INITDIALOG, "init"}, {WM_ACTIVATE, "activate"},
+        {WM_SHOWWINDOW, "show"}, {WM_NEXTDLGCTL, "next"}, {WM_PARENTNOTIFY, "parentnotify"},
+        {WM_CLOSE, "close"},     {WM_DESTROY, "destroy"}, {WM_NCDESTROY, "ncdestroy"},
     };
     for (const auto& [number, name] : names)
         if (message == number) heard += std::string(name) + " ";

@@ -1,5 +1,9 @@
 // Processes of the embedded machine: who counts as one, how they are found and how they end.
+#include <shellapi.h>
+#include <shlobj.h>
+
 #include <fstream>
+#include <set>
 
 #include "core/events.h"
 #include "processes/process_table.h"
@@ -96,6 +100,10 @@ CHILD_PROGRAM(MakesCalls) {
     (void)CloseHandle(file);
     (void)GetEnvironmentVariableW(TEXT("x"), text, 4);
     (void)GetEnvironmentVariableW(TEXT("x"), text, 9);
+    (void)GetModuleFileNameW(nullptr, text, 9);
+    (void)SetFocus(nullptr);
+    (void)DialogBoxParamW(nullptr, MAKEINTRESOURCEW(999), nullptr, nullptr, 0);
+    (void)SHGetFolderPathW(nullptr, 0x3E, nullptr, 0, text);
     SetLastError(77);
     (void)GetKeyState(VK_SHIFT);
     TerminateProcess(GetCurrentProcess(), GetLastError());
@@ -104,15 +112,18 @@ CHILD_PROGRAM(MakesCalls) {
 
 TEST_F(HostProcesses, WriteTheirCallsToATrace) {
     const fs::path trace = winhost::StateFolder() / "trace";
+    std::ofstream(trace) << "child.exe\t1\tearlier\n";
     winhost::SetProgramTrace(trace);
     (void)IsWindow(nullptr);
     EXPECT_EQ(RunChild("MakesCalls", kScratch + TEXT("\\child.exe")), 77u)
         << "a call that sets no error leaves the last one";
     winhost::ClearProgramTrace();
+    EXPECT_EQ(RunChild("EndAsTold", kScratch + TEXT("\\untraced.exe"), TEXT("exit")), 300u);
     std::ifstream file(trace);
     std::string lines;
     for (std::string line; std::getline(file, line);) {
         EXPECT_TRUE(line.starts_with("child.exe\t")) << "another process is traced: " << line;
+        EXPECT_GT(std::stoi(line.substr(line.find('\t'))), 0);
         lines += line.substr(line.find('\t', 10) + 1) + '\n';
     }
     const std::string user = "HKEY_USERS\\S-1-5-21-1000-1000-1000-1001\\Software\\\u00E9";
@@ -144,9 +155,13 @@ TEST_F(HostProcesses, WriteTheirCallsToATrace) {
         "CloseHandle\thandle=C:\\Windows\t= 1\n"
         "GetEnvironmentVariableW\tname=x\t= 5\n"
         "GetEnvironmentVariableW\tname=x\tbuffer=a b \t= 4\n"
+        "GetModuleFileNameW\tmodule=0x0\t= 9\n"
+        "SetFocus\twindow=0x0\t= 0x0\n"
+        "DialogBoxParamW\tmodule=0x0\tname=#999\towner=0x0\tparameter=0\t= -1\terror 1814\n"
+        "SHGetFolderPathW\towner=0x0\tfolder=62\ttoken=0x0\tflags=0\t= 0x80070057\terror 87\n"
         "GetKeyState\tkey=16\t= 0\n";
     EXPECT_NE(lines.find(expected), lines.npos) << lines;
-    EXPECT_TRUE(lines.ends_with("ends\t= 77\n")) << lines;
+    EXPECT_TRUE(lines.starts_with("earlier\n") && lines.ends_with("ends\t= 77\n")) << lines;
 }
 
 TEST_F(HostProcesses, TwoShellRunsEndIndependently) {
@@ -154,16 +169,17 @@ TEST_F(HostProcesses, TwoShellRunsEndIndependently) {
     winhost::CreateMachine(root);
     const fs::path program = root / "C/sleeper.exe";
     fs::copy_file(kSleeper, program);
-    const std::string run =
-        "timeout 300 " QTV_BUILD_FOLDER "/winmachine run '" + root.native() + "' 'C:\\sleeper.exe'";
+    const std::string folder = root.native();
+    const std::string run = "timeout 300 " QTV_BUILD_FOLDER "/winmachine run --trace " + folder + "/trace " +
+                            folder + " 'C:\\sleeper.exe'";
     FILE* const runs[] = {popen(run.c_str(), "r"), popen(run.c_str(), "r")};
-    std::vector<pid_t> sleepers;
+    std::set<pid_t> sleepers;
     Await("both runs", [&] {
-        sleepers.clear();
-        std::error_code error;
-        for (const auto& entry : fs::directory_iterator(root / ".state/processes", error))
-            if (fs::read_symlink("/proc" / entry.path().filename() / "exe", error) == fs::canonical(program))
-                sleepers.push_back(std::stoi(entry.path().filename()));
+        std::ifstream trace(root / "trace");
+        for (std::string program, rest; std::getline(trace, program, '\t') && std::getline(trace, rest);) {
+            EXPECT_EQ(program, "sleeper.exe") << "another process is traced";
+            sleepers.insert(std::stoi(rest));
+        }
         return sleepers.size() == 2;
     });
     for (const pid_t sleeper : sleepers)
