@@ -151,6 +151,9 @@ TEST_F(HostFiles, LargeFoldersShowChangesOfOthers) {
                    {"made by another process", Attributes("large\\LONG NAME 100"), "ok"},
                    {"a short name", Attributes("large\\longna~1"), "ok"},
                    {"that of the host's entry", Attributes("large\\oftheh~1"), "ok"}});
+    std::filesystem::remove(folder / "Long name 0");
+    EXPECT_EQ(Make("large\\Long name 101"), "ok");
+    EXPECT_EQ(Attributes("large\\longna~1"), "ok") << "a short name that is free again";
     std::filesystem::rename(folder, folder.parent_path() / "aside");
     std::filesystem::create_directory(folder);
     EXPECT_EQ(Attributes("large\\NEW"), "ERROR_FILE_NOT_FOUND") << "another folder of that name";

@@ -176,8 +176,8 @@ TEST_F(HostProcesses, TwoShellRunsEndIndependently) {
     std::set<pid_t> sleepers;
     Await("both runs", [&] {
         std::ifstream trace(root / "trace");
-        for (std::string program, rest; std::getline(trace, program, '\t') && std::getline(trace, rest);) {
-            EXPECT_EQ(program, "sleeper.exe") << "another process is traced";
+        for (std::string name, rest; std::getline(trace, name, '\t') && std::getline(trace, rest);) {
+            EXPECT_EQ(name, "sleeper.exe") << "another process is traced";
             sleepers.insert(std::stoi(rest));
         }
         return sleepers.size() == 2;

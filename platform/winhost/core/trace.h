@@ -9,8 +9,8 @@
 // exit code of the process.
 //
 // A debugger can stop at each platform call, whether it is traced or not: they all begin with winhost::FaultOf (faults.h),
-// whose first argument is the name. In gdb:
-//   break winhost::FaultOf if $_streq(call, "DeleteFileW")
+// whose first argument is the name. In gdb, which may start a program by its path in the machine:
+//   break winhost::FaultOf if $_streq(call, "CopyFileW")
 #pragma once
 
 #include <windows.h>

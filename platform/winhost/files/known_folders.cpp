@@ -29,7 +29,7 @@ namespace winhost {
 namespace {
 
 constexpr std::size_t kMostFolders = 16;
-constexpr std::uint32_t kReported = IN_CREATE | IN_MOVED_TO | IN_ATTRIB;
+constexpr std::uint32_t kReported = IN_CREATE | IN_MOVED_TO | IN_ATTRIB | IN_DELETE | IN_MOVED_FROM;
 
 using FolderId = std::pair<dev_t, ino_t>;
 
@@ -49,15 +49,23 @@ class KnownFolder {
     FolderId Id() const { return m_id; }
     // The same folder whatever its path has become.
     std::string Path() const { return "/proc/self/fd/" + std::to_string(m_opened.get()); }
+    // An entry is there, is changed, or is gone.
     void Add(const std::string& name) {
+        m_unnamed.erase(name);
+        m_shortNames.erase(name);
         AddAs(Upper(Utf16(name)), name);
-        if (names::IsShort(Utf16(name))) return;
-        const std::string shortName = KeptShortName(Path(), name);
-        if (shortName.empty()) {
-            m_unnamed.insert(name);
-        } else {
-            m_unnamed.erase(name);
-            AddAs(Utf16(shortName), name);
+        if (!names::IsShort(Utf16(name))) m_unread.insert(name);
+    }
+    // A new entry is reported several times. Its short name is read once, when short names count.
+    void ReadShortNames() {
+        for (const std::string& name : std::exchange(m_unread, {})) {
+            const std::u16string shortName = Utf16(KeptShortName(Path(), name));
+            if (shortName.empty()) {
+                m_unnamed.insert(name);
+            } else {
+                AddAs(shortName, name);
+                m_shortNames[name] = shortName;
+            }
         }
     }
     std::vector<std::string> Like(std::u16string_view upper) const {
@@ -66,7 +74,19 @@ class KnownFolder {
         std::transform(begin, end, std::back_inserter(names), [](const auto& entry) { return entry.second; });
         return names;
     }
-    std::set<std::string> TakeUnnamed() { return std::exchange(m_unnamed, {}); }
+    // Whether an entry has this name as its own or its short one.
+    bool IsTaken(std::u16string_view upper) const {
+        const std::vector<std::string> like = Like(upper);
+        return std::any_of(like.begin(), like.end(), [&](const std::string& entry) {
+            const auto known = m_shortNames.find(entry);
+            if (known != m_shortNames.end()) return known->second == upper;
+            return Upper(Utf16(entry)) == upper && access((Path() + "/" + entry).c_str(), F_OK) == 0;
+        });
+    }
+    std::set<std::string> TakeUnnamed() {
+        ReadShortNames();
+        return std::exchange(m_unnamed, {});
+    }
 
   private:
     void AddAs(std::u16string_view upper, const std::string& name) {
@@ -79,7 +99,9 @@ class KnownFolder {
     FolderId m_id;
     // By the hash of the own name and of the short name, both in upper case.
     std::unordered_multimap<std::size_t, std::string> m_entries;
+    std::set<std::string> m_unread;  // entries whose short names have not been read since their last report
     std::set<std::string> m_unnamed;
+    std::unordered_map<std::string, std::u16string> m_shortNames;  // of the other entries that have one
 };
 
 struct KnownFolders {
@@ -169,11 +191,26 @@ void KnowFolder(const std::string& path) {
     known.folders.insert_or_assign(number, std::move(folder));
 }
 
-std::optional<std::vector<std::string>> EntriesLike(const std::string& path, std::u16string_view upper) {
+std::optional<std::vector<std::string>> EntriesLike(const std::string& path, std::u16string_view upper,
+                                                    bool shortNames) {
     KnownFolders& known = TheFolders();
     const std::lock_guard lock(known.threads);
-    const KnownFolder* folder = Find(known, path);
+    KnownFolder* folder = Find(known, path);
+    if (folder && shortNames) folder->ReadShortNames();
     return folder ? std::optional(folder->Like(upper)) : std::nullopt;
+}
+
+std::optional<std::set<std::u16string>> TakenOf(const std::string& path,
+                                                const std::vector<std::u16string>& names) {
+    KnownFolders& known = TheFolders();
+    const std::lock_guard lock(known.threads);
+    KnownFolder* folder = Find(known, path);
+    if (!folder) return std::nullopt;
+    folder->ReadShortNames();
+    std::set<std::u16string> taken;
+    std::copy_if(names.begin(), names.end(), std::inserter(taken, taken.end()),
+                 [&](const std::u16string& name) { return folder->IsTaken(name); });
+    return taken;
 }
 
 std::set<std::string> TakeUnnamed(const std::string& path) {

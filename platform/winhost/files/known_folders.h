@@ -18,9 +18,14 @@ inline constexpr std::size_t kManyEntries = 64;
 
 // Reads the folder and follows its changes from now on. The folder stays unknown if the host can't report them.
 void KnowFolder(const std::string& folder);
-// Returns the entries that may have this name, which is in upper case, as their own or as their short name. None if the
-// folder is not known.
-std::optional<std::vector<std::string>> EntriesLike(const std::string& folder, std::u16string_view upper);
+// Returns the entries that may have this name, which is in upper case, as their own one or, if that counts, as their short
+// one. None if the folder is not known.
+std::optional<std::vector<std::string>> EntriesLike(const std::string& folder, std::u16string_view upper,
+                                                    bool shortNames);
+// Returns those of the names, all in upper case, that an entry has as its own or its short one. None if the folder is not
+// known.
+std::optional<std::set<std::u16string>> TakenOf(const std::string& folder,
+                                                const std::vector<std::u16string>& names);
 // Returns the entries that were seen without a short name since the last call. Empty for an unknown folder.
 std::set<std::string> TakeUnnamed(const std::string& folder);
 

@@ -10,8 +10,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <fstream>
-#include <functional>
 #include <memory>
+#include <optional>
 #include <set>
 #include <utility>
 #include <vector>
@@ -75,7 +75,7 @@ bool IsNamed(std::string_view entry, std::u16string_view name, const std::string
 std::string FindEntry(const std::string& folder, std::u16string_view name, bool shortNames) {
     const std::string spelled = Utf8(name), upper = Utf8(Upper(name));
     std::string keeping;
-    if (const auto known = EntriesLike(folder, Upper(name))) {
+    if (const auto known = EntriesLike(folder, Upper(name), shortNames)) {
         for (const std::string& entry : *known) {
             if (IsNamed(entry, name, spelled) && Exists(folder, entry)) return entry;
             if (shortNames && KeptShortName(folder, entry) == upper) keeping = entry;
@@ -92,13 +92,8 @@ std::string FindEntry(const std::string& folder, std::u16string_view name, bool 
     return keeping;
 }
 
-void AssignFirstFree(const std::string& folder, const std::string& name, std::u16string_view upper,
-                     const std::function<bool(const std::u16string&)>& isTaken) {
-    const names::ShortNames candidates(Utf16(name), upper);
-    unsigned number = 1;
-    while (isTaken(candidates.Candidate(number)))
-        ++number;
-    const std::string text = Utf8(candidates.Candidate(number)) + kNameSeparator + name;
+void Assign(const std::string& folder, const std::string& name, std::u16string_view shortName) {
+    const std::string text = Utf8(shortName) + kNameSeparator + name;
     // Another process may have taken the entry away in the meantime.
     if (!KeepText(folder + "/" + name, kShortNameText, text) && errno != ENOENT)
         NotModelled("short names", "an entry that keeps none: " + folder + "/" + name);
@@ -117,28 +112,44 @@ void AssignToAll(const std::string& folder, Folder& entries) {
             lacking.emplace_back(std::move(upper), entry);
     }
     std::sort(lacking.begin(), lacking.end());
-    for (const auto& [upper, name] : lacking)
-        AssignFirstFree(folder, name, upper,
-                        [&](const std::u16string& candidate) { return !taken.insert(candidate).second; });
+    for (const auto& [upper, name] : lacking) {
+        const names::ShortNames candidates(Utf16(name), upper);
+        unsigned number = 1;
+        while (!taken.insert(candidates.Candidate(number)).second)
+            ++number;
+        Assign(folder, name, candidates.Candidate(number));
+    }
     if (taken.size() > kManyEntries) KnowFolder(folder);
+}
+
+// Returns the first of the names that no entry of the folder has; none for an unknown folder. They are looked for several
+// at a time.
+std::optional<std::u16string> FirstFree(const std::string& folder, const names::ShortNames& candidates) {
+    for (unsigned first = 1;; first += candidates.firstSummed()) {
+        std::vector<std::u16string> wanted;
+        for (unsigned number = first; number < first + candidates.firstSummed(); ++number)
+            wanted.push_back(candidates.Candidate(number));
+        const auto taken = TakenOf(folder, wanted);
+        if (!taken) return std::nullopt;
+        for (const std::u16string& candidate : wanted)
+            if (!taken->contains(candidate)) return candidate;
+    }
 }
 
 // Assigns a short name to the new entry, and to every entry that lacks one if this process doesn't know the folder.
 void AssignIn(const std::string& folder, const std::string& newEntry) {
     Folder entries(folder);
     entries.Lock();
-    const std::u16string upper = Upper(Utf16(newEntry));
-    if (newEntry.empty() || !EntriesLike(folder, upper)) {
+    std::optional<std::u16string> free;
+    if (!newEntry.empty()) free = FirstFree(folder, {Utf16(newEntry), Upper(Utf16(newEntry))});
+    if (free)
+        Assign(folder, newEntry, *free);
+    else
         AssignToAll(folder, entries);
-        return;
-    }
-    AssignFirstFree(folder, newEntry, upper, [&](const std::u16string& candidate) {
-        return !FindEntry(folder, candidate, true).empty();
-    });
 }
 
 bool AnyLacksShortName(const std::string& folder) {
-    if (EntriesLike(folder, {})) {
+    if (EntriesLike(folder, {}, false)) {
         const auto unnamed = TakeUnnamed(folder);
         return std::any_of(unnamed.begin(), unnamed.end(),
                            [&](const std::string& entry) { return LacksShortName(folder, entry); });
