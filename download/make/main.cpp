@@ -2,10 +2,10 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
 #include <iterator>
 #include <stdexcept>
 
+#include "output.h"
 #include "package.h"
 #include "program_resources.h"
 #include "update.h"
@@ -155,31 +155,6 @@ struct Options {
     fs::path icon, earlier;  // empty for none
     std::vector<std::string> always;
     std::string fullUrl;
-};
-
-// Writes the parts of a download, which together are smaller than 4 GiB.
-class Output {
-  public:
-    explicit Output(const fs::path& path) : m_path(path), m_file(path, std::ios::binary) {}
-
-    void Write(std::string_view bytes) {
-        m_cb += bytes.size();
-        if (m_cb > cbMostDownload)
-            throw std::runtime_error("the download is larger than 4 GiB, which Windows doesn't start");
-        if (!m_file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()))) Fail();
-    }
-    std::uint64_t Size() const { return m_cb; }
-    void Close() {
-        m_file.close();
-        if (!m_file) Fail();
-    }
-
-  private:
-    [[noreturn]] void Fail() const { throw std::runtime_error(m_path.string() + " can't be written"); }
-
-    fs::path m_path;
-    std::ofstream m_file;
-    std::uint64_t m_cb = 0;
 };
 
 // The version that people read. A program of the embedded machine has none.

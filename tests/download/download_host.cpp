@@ -5,11 +5,22 @@
 #include "harness/registry_values.h"
 #include "ids.h"
 #include "lab/program.h"
+#include "make/output.h"
 #include "outcome.h"
 #include "run/product.h"
 #include <winhost.h>
 
 namespace {
+
+// Windows starts no larger program.
+TEST(DownloadOutput, IsSmallerThan4GiB) {
+    download_make::Output output("/dev/null");
+    const std::string part(std::size_t{1} << 28, 'x');
+    for (int i = 0; i < 15; ++i)
+        output.Write(part);
+    output.Write(std::string_view(part).substr(1));
+    EXPECT_THROW(output.Write("x"), std::runtime_error);
+}
 
 // No setup that can be started.
 class DownloadProgram : public ScratchTest {
