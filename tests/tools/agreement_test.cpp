@@ -19,6 +19,10 @@ TEST(Agreement, IsMadeOfEachEncoding) {
                                      Swapped("\xFF\xFE" + wide), made, std::string("\xFF\xFE") + made})
         EXPECT_EQ(package_make::AgreementFor(bytes), made) << bytes;
     EXPECT_EQ(package_make::AgreementFor(""), "");
+    for (const char* marked : {"\xFE\xFF\x4E\0", "\xFF\xFE\0\x4E"})
+        EXPECT_EQ(package_make::AgreementFor({marked, 4}), std::string("\0\x4E", 2)) << "a mark decides";
+    EXPECT_EQ(package_make::AgreementFor(std::string("\0\x4E\n\0", 4)), std::string("\0\x4E\r\0\n\0", 6))
+        << "in doubt the lower byte comes first";
     EXPECT_EQ(package_make::AgreementFor("\xF0\x9F\x98\x80"), std::string("\x3D\xD8\x00\xDE", 4));
     for (const std::string& bytes : {std::string("\xE4gree"), "\xFF\xFE" + wide + "x", wide + "x"})
         EXPECT_EQ(package_make::AgreementFor(bytes), std::nullopt) << bytes;

@@ -10,9 +10,10 @@ using tools::WideText;
 
 enum class Coding { Utf8, LittleEndian, BigEndian };
 
+// There are two bytes for each unit.
 WideText Units(const std::string& bytes, bool bigEndian) {
     WideText units;
-    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
+    for (std::size_t i = 0; i < bytes.size(); i += 2) {
         const auto low = static_cast<unsigned char>(bytes[i + bigEndian]);
         const auto high = static_cast<unsigned char>(bytes[i + !bigEndian]);
         units += static_cast<WCHAR>(low | high << 8);
