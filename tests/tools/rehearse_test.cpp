@@ -1,5 +1,6 @@
 #include "rehearse/rehearsal.h"
 
+#include "common/copied_files.h"
 #include "harness/scratch.h"
 #include "rehearse/expected.h"
 #include "rehearse/report.h"
@@ -178,6 +179,12 @@ TEST_F(Rehearsed, KnowsWhatTheManifestInstalls) {
     EXPECT_EQ(told(true), none +
                               "none64 isn't in the package\nA\\a.dat isn't there\ni has other bytes than in "
                               "the package\nx isn't there\n");
+}
+
+TEST(CopiedFiles, PatternsMatchTheLastPartOfAPath) {
+    for (const auto& [path, matches] :
+         {std::pair("s\\B1.dat", true), {"b1.dat", false}, {"s\\t\\b1.dat", false}, {"s\\a1.dat", false}})
+        EXPECT_EQ(tools::MatchesPattern("S\\b*.DAT", path), matches) << path;
 }
 
 // The time must not grow with the product of files and records: it would be minutes.
