@@ -8,7 +8,7 @@ from concurrent.futures import ThreadPoolExecutor
 
 from lab import HOST, ROOT, WINDOWS
 
-RUNS, QUICK_RUNS = 300, 4
+RUNS, QUICK_RUNS = 300, 2
 # The name, the earlier package, and the options of setup.
 REHEARSALS = [('fresh', None, ['-s']), ('update', 'package-earlier', ['-s']),
               ('portable', None, ['-s', '-instport', r'C:\Stick\Qantivo'])]
