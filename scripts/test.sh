@@ -48,16 +48,16 @@ build_windows() {
 host_tests() {
     "$lane" ctest --preset host-asan --no-tests=error --output-junit "$logs/host.xml" -j $(($("$lane" nproc) + 1))
 }
-# windows_tests LANE NAME ARGUMENT...
-windows_tests() { "$1" ctest --preset windows --no-tests=error --output-junit "$logs/$2.xml" "${@:3}"; }
+# windows_tests has one test at a time that uses the common prefix of Wine, and another one beside it.
+windows_tests() {
+    on_one_processor ctest --preset windows --no-tests=error --output-junit "$logs/windows.xml" -j 2
+}
 test_host() {
     stage host-tests host_tests || true
     stage faults "$lane" scripts/plant_faults.sh --sample --preset host-asan || true
-    [ ! -e "$logs/windows-built" ] || stage windows-apart windows_tests "$lane" windows-apart -L apart -j 2 || true
 }
 test_windows() {
-    [ "$lane" != env ] || stage windows-apart windows_tests env windows-apart -L apart -j "$(nproc)" || true
-    stage windows-tests windows_tests on_one_processor windows -LE apart || true
+    stage windows-tests windows_tests || true
 }
 stage check scripts/check.sh || true
 built=()

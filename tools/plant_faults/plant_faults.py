@@ -35,7 +35,7 @@ PROGRAMS = ("support", "framework", "start_up", "app", "uninstall", "install", "
 OWN_PROGRAMS = {"app": ("start_up", "app"), "run": ("start_up", "app"), "package_make": ("package_make",)}
 # A sample tells whether the tests still notice most faults. Survivors are work to do, but chance must not stop a change: three of four
 # may survive.
-SAMPLE_S, SAMPLE_LEAST, SAMPLE_MAY_SURVIVE = 45, 5, 0.75
+SAMPLE_S, SAMPLE_LEAST, SAMPLE_MAY_SURVIVE = 40, 3, 0.75
 HANGS_AFTER_S = 600  # and six times as long as without the fault
 # What stands for a test when a whole program fails.
 WHOLE = ("hangs", "crashes", "fails")
