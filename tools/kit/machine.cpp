@@ -14,7 +14,9 @@ namespace kit {
 
 namespace {
 
-constexpr wchar_t kRestartedKey[] = L"SOFTWARE\\QtvKit";
+constexpr const wchar_t* kRestartedKey = L"SOFTWARE\\QtvKit";
+constexpr const wchar_t* kRunOnceKey = L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\RunOnce";
+constexpr wchar_t kRestartedValue[] = L"QtvKit";
 constexpr wchar_t kVersionKey[] = L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion";
 
 std::string Variable(const wchar_t* name) {
@@ -152,19 +154,26 @@ std::string Nobodys(std::string text) {
     return text;
 }
 
-bool HasRestarted() {
-    return RegGetValueW(HKEY_LOCAL_MACHINE, kRestartedKey, L"QtvKit", RRF_RT_REG_SZ, nullptr, nullptr,
-                        nullptr) == ERROR_SUCCESS;
+std::filesystem::path RestartedFor() {
+    wchar_t results[MAX_PATH] = {};
+    DWORD cbResults = sizeof results;
+    (void)RegGetValueW(HKEY_LOCAL_MACHINE, kRestartedKey, kRestartedValue, RRF_RT_REG_SZ, nullptr, results,
+                       &cbResults);
+    return results;
 }
 
 void ForgetRestart() {
     (void)RegDeleteTreeW(HKEY_LOCAL_MACHINE, kRestartedKey);
+    // It is still there if the restart was refused.
+    (void)RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, kRunOnceKey, kRestartedValue);
 }
 
-bool Restart(const std::wstring& command) {
-    const auto cbCommand = static_cast<DWORD>((command.size() + 1) * sizeof(wchar_t));
-    for (const wchar_t* const key : {kRestartedKey, L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\RunOnce"})
-        (void)RegSetKeyValueW(HKEY_LOCAL_MACHINE, key, L"QtvKit", REG_SZ, command.c_str(), cbCommand);
+bool Restart(const std::filesystem::path& kit, const std::filesystem::path& results) {
+    const std::wstring command = L"\"" + kit.native() + L"\" /go-on /results \"" + results.native() + L"\"";
+    for (const auto& [key, text] :
+         {std::pair(kRestartedKey, results.native()), std::pair(kRunOnceKey, command)})
+        (void)RegSetKeyValueW(HKEY_LOCAL_MACHINE, key, kRestartedValue, REG_SZ, text.c_str(),
+                              static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
     HANDLE token = nullptr;
     TOKEN_PRIVILEGES rights = {1, {{{}, SE_PRIVILEGE_ENABLED}}};
     (void)OpenProcessToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES, &token);

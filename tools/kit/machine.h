@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <map>
 #include <string>
 
@@ -26,11 +27,11 @@ void RemoveTouched();
 // The text without what tells whose machine it is: folders and names of the user and of the machine.
 std::string Nobodys(std::string text);
 
-// Restarts the machine, which runs the command once at its next start. Returns false if the restart is refused. Windows
-// soon ends this program, Wine doesn't.
-bool Restart(const std::wstring& command);
-// Whether the run on this machine has restarted it, until ForgetRestart.
-bool HasRestarted();
+// Restarts the machine, whose next start runs the program `kit`, so that the run with these results goes on. Returns false
+// if the restart is refused. Windows soon ends this program, Wine doesn't.
+bool Restart(const std::filesystem::path& kit, const std::filesystem::path& results);
+// The results of the run that has restarted this machine, until ForgetRestart; empty if there is none.
+std::filesystem::path RestartedFor();
 void ForgetRestart();
 
 }  // namespace kit

@@ -63,6 +63,7 @@ void SetVariables(const Job& job) {
 }
 
 int OpenSandbox(const Job& job) {
+    kit::RequireWholeKit(job);
     const fs::path results = job.folder.native() + L"-results", file = job.folder / "kit.wsb";
     std::error_code error;
     fs::create_directories(results, error);
@@ -71,9 +72,11 @@ int OpenSandbox(const Job& job) {
     kit::Write(file, tools::Replaced(std::move(text), "%OPTION%", job.restarts ? " /restart" : ""));
     kit::Say("the results will be in " + kit::Utf8(results));
     if (reinterpret_cast<INT_PTR>(
-            ShellExecuteW(nullptr, nullptr, file.c_str(), nullptr, nullptr, SW_SHOWNORMAL)) <= 32)
+            ShellExecuteW(nullptr, nullptr, file.c_str(), nullptr, nullptr, SW_SHOWNORMAL)) <= 32) {
+        fs::remove(results, error);
         throw kit::CantRun("Windows Sandbox doesn't open " + kit::Utf8(file) +
                            ": turn it on in \"Turn Windows features on or off\" (not in the Home editions)");
+    }
     return 0;
 }
 

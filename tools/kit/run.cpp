@@ -39,6 +39,19 @@ void Write(const fs::path& path, const std::string& text) {
     if (!file) throw CantRun(Utf8(path) + " can't be written: make room, or name another folder by /results");
 }
 
+// A zip that was cut has lost files, or parts of them. contents.txt has a line for each: size and name.
+void RequireWholeKit(const Job& job) {
+    std::istringstream lines(Read(job.folder / "contents.txt"));
+    std::string name;
+    std::uintmax_t size = 0, count = 0;
+    for (; lines >> size && std::getline(lines.ignore(), name); ++count) {
+        std::error_code error;
+        if (fs::file_size(job.folder / tools::Wide(name), error) != size || error)
+            throw CantRun(name + " is missing or not whole: unpack the whole zip again");
+    }
+    if (count == 0) throw CantRun("contents.txt is missing: unpack the whole zip again");
+}
+
 namespace {
 
 constexpr DWORD kLongestMs = 6 * tools::kHangMs, kPollMs = 500;
@@ -54,8 +67,8 @@ struct Waiting {
     int restarts = 0;
 };
 
-fs::path WaitingFile(const Job& job) {
-    return job.results / "waiting.txt";
+fs::path WaitingFile(const fs::path& results) {
+    return results / "waiting.txt";
 }
 
 bool IsWanted(const Job& job, const std::string& name) {
@@ -64,19 +77,6 @@ bool IsWanted(const Job& job, const std::string& name) {
 }
 
 // ---- before the run ----
-
-// A zip that was cut has lost files, or parts of them. contents.txt has a line for each: size and name.
-void RequireWholeKit(const Job& job) {
-    std::istringstream lines(Read(job.folder / "contents.txt"));
-    std::string name;
-    std::uintmax_t size = 0, count = 0;
-    for (; lines >> size && std::getline(lines.ignore(), name); ++count) {
-        std::error_code error;
-        if (fs::file_size(job.folder / tools::Wide(name), error) != size || error)
-            throw CantRun(name + " is missing or not whole: unpack the whole zip again");
-    }
-    if (count == 0) throw CantRun("contents.txt is missing: unpack the whole zip again");
-}
 
 void RequireUse(const Job& job) {
     if (!job.mayChange && !IsSandbox())
@@ -87,9 +87,10 @@ void RequireUse(const Job& job) {
             "(sandbox.cmd), "
             "or say so: run.cmd /this-machine-may-be-changed");
     // A sandbox may start the kit at each start of its machine.
-    if (HasRestarted())
-        throw CantRun(
-            "a run that has restarted this machine goes on by itself; run.cmd /go-on does it by hand");
+    const fs::path restarted = RestartedFor();
+    if (!restarted.empty() && fs::exists(WaitingFile(restarted)))
+        throw CantRun("the run in " + Utf8(restarted) +
+                      " has restarted this machine and goes on by itself; run.cmd /go-on does it by hand");
     if (!IsUserAnAdmin())
         throw CantRun("the rights of an administrator are missing: right-click, Run as administrator");
     for (const fs::path& drive : {fs::path("C:\\"), job.results.root_path()}) {
@@ -119,6 +120,20 @@ std::vector<std::string> TestPrograms(const Job& job) {
             programs.push_back(name);
     std::sort(programs.begin() + 1, programs.end());
     return programs;
+}
+
+// A misspelt name must not look like a run without failures.
+void RequireKnownNames(const Job& job) {
+    std::vector<std::string> names = TestPrograms(job);
+    names.insert(names.end(), {"package_check", "rehearse", "download"});
+    for (const std::wstring& only : job.only)
+        if (const std::string name = tools::Utf8(only);
+            std::find(names.begin(), names.end(), name) == names.end()) {
+            std::string known;
+            for (const std::string& each : names)
+                known += " " + each;
+            throw CantRun("there is no program " + name + ": the programs are" + known);
+        }
 }
 
 fs::path NextOutput(const Job& job, const std::string& program) {
@@ -268,9 +283,9 @@ int AwaitReport(const Job& job) {
 
 // Each test that needs restarts begins anew, and ends at its first restart. After that it goes on.
 int GoOn(const Job& job) {
-    if (!fs::exists(WaitingFile(job)))
+    if (!fs::exists(WaitingFile(job.results)))
         throw CantRun("no run in " + Utf8(job.results) + " waits for a restart: name its folder by /results");
-    std::istringstream lines(Read(WaitingFile(job)));
+    std::istringstream lines(Read(WaitingFile(job.results)));
     std::vector<Waiting> waiting;
     for (Waiting each; lines >> each.program >> each.name >> each.restarts;)
         waiting.push_back(each);
@@ -292,12 +307,10 @@ int GoOn(const Job& job) {
         std::string text;
         for (const Waiting& each : waiting)
             text += each.program + " " + each.name + " " + std::to_string(each.restarts) + "\n";
-        Write(WaitingFile(job), text);
+        Write(WaitingFile(job.results), text);
         if (!goesOn) continue;
         Say("the machine restarts, and the run goes on after it");
-        if (Restart(L"\"" + job.Program("kit").native() + L"\" /go-on /results \"" + job.results.native() +
-                    L"\""))
-            return AwaitReport(job);
+        if (Restart(job.Program("kit"), job.results)) return AwaitReport(job);
         Say("the machine doesn't restart");
         break;
     }
@@ -307,6 +320,7 @@ int GoOn(const Job& job) {
 
 int Run(const Job& job) {
     RequireWholeKit(job);
+    RequireKnownNames(job);
     RequireUse(job);
     MakeResults(job);
     const std::string restarts = job.neverRestarts || job.restarts ? "never" : "";
@@ -328,7 +342,7 @@ int Run(const Job& job) {
           "system: " + NameOfSystem() + "\nkit: " + Read(job.folder / "version.txt") +
               "changes of others during the run: " + std::to_string(changes) + "\n");
     if (!job.restarts) return Report(job);
-    Write(WaitingFile(job), waiting);
+    Write(WaitingFile(job.results), waiting);
     return GoOn(job);
 }
 

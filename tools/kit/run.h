@@ -29,6 +29,9 @@ struct Job {
 int Run(const Job& job);
 int GoOn(const Job& job);
 
+// Throws CantRun if a file of the kit is missing or shorter than it was.
+void RequireWholeKit(const Job& job);
+
 void Say(const std::string& text);
 std::string Utf8(const std::filesystem::path& path);
 // Returns an empty text for what can't be read, and throws CantRun for what can't be written.
