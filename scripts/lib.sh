@@ -63,6 +63,9 @@ needs_commands() {
     [ ${#packages[@]} -eq 0 ] || refuse "programs are missing; apt-get install ${packages[*]} installs them"
 }
 
+# is_program FILE: whether it is a file that begins like a Windows program. A pipe is none, and isn't read.
+is_program() { [ -f "$1" ] && [ "$(head -c 2 -- "$1" 2>/dev/null)" = MZ ]; }
+
 # absolute PATH: a path that the caller gave, as an absolute one.
 absolute() { (cd "$caller" && realpath -m -- "$1"); }
 

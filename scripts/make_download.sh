@@ -35,7 +35,7 @@ package=$(absolute "${places[0]}") output=$(absolute "${places[1]}")
 [ -d "$(dirname "$output")" ] || refuse "$(dirname "$output") is no folder"
 for folder in "$package" "${earlier[@]}"; do
     for file in setup.exe QtvApp8.exe; do
-        [ "$(head -c 2 -- "$folder/$file" 2>/dev/null)" = MZ ] || refuse "$folder has no $file that is a Windows program"
+        is_program "$folder/$file" || refuse "$folder has no $file that is a Windows program"
     done
     [ -f "$folder/QtvUnInst.log" ] || refuse "$folder is no package: it has no QtvUnInst.log"
 done

@@ -51,8 +51,8 @@ check_info
 check_signing
 [ -z "$sign_all" ] || [ -n "$signs" ] || refuse '--sign-all needs one of the variables for the signature'
 application=$folder/QtvApp8.exe
-[ "$(head -c 2 -- "$application" 2>/dev/null)" = MZ ] || refuse "$folder has no QtvApp8.exe that is a Windows program"
-[ -z "$icon" ] || [ -r "$icon" ] || refuse "$icon can't be read"
+is_program "$application" || refuse "$folder has no QtvApp8.exe that is a Windows program"
+[ -z "$icon" ] || { [ -f "$icon" ] && [ -r "$icon" ]; } || refuse "$icon can't be read"
 long=$(find "$folder" -mindepth 1 -printf '%P\n' | grep -E '^.{201}' | head -n 1) || true
 [ -z "$long" ] || refuse "$long: a name of more than 200 characters, which no download takes"
 # The package, a copy of it in each rehearsal, and the download.
@@ -103,6 +103,18 @@ step() {
 }
 
 # ---- the package ----
+# make_package FOLDER SETUP PACKAGE
+make_package() {
+    local made=0
+    "$host_build/package_make" "$1" "$3" --setup "$2" ${recipe:+--recipe "$recipe"} \
+        ${earlier:+--earlier "$earlier" --make-dirs} "${options[@]}" >"$work/said" 2>&1 || made=$?
+    cp "$work/said" "$new/report/package.txt"
+    [ "$made" != 2 ] || { cat "$work/said" >&2 && exit 2; }
+    [ "$made" = 0 ] || stop 'the package has findings'
+}
+# It is made without signatures first: what is refused or found then costs none.
+make_package "$folder" "$windows_build/setup.exe" "$work/unsigned"
+rm -r "$work/unsigned"
 # Signatures inside the download come before its own.
 cp "$windows_build/setup.exe" "$work/setup.exe"
 step 'the signature of setup.exe' sign_once "$work/setup.exe" "${earlier:+$earlier/setup.exe}"
@@ -120,13 +132,8 @@ if [ -n "$sign_all" ]; then
     step "the signatures of the application's programs" sign_files
 fi
 package=$new/package
-made=0
-"$host_build/package_make" "$folder" "$package" --setup "$work/setup.exe" ${recipe:+--recipe "$recipe"} \
-    ${earlier:+--earlier "$earlier" --make-dirs} "${options[@]}" >"$work/said" 2>&1 || made=$?
+make_package "$folder" "$work/setup.exe" "$package"
 cat "$work/said"
-cp "$work/said" "$new/report/package.txt"
-[ "$made" != 2 ] || exit 2
-[ "$made" = 0 ] || stop 'the package has findings'
 report 'the package' "$(find "$package" -type f | wc -l) files, $(($(find "$package" -type f -printf '%s+')0)) bytes"
 step 'checked' "$host_build/package_check" --sarif --sarif-base "$new" ${recipe:+--recipe "$recipe"} "$package"
 cp "$work/said" "$new/report/check.sarif"
@@ -160,7 +167,7 @@ while IFS= read -r -d '' program; do
     name=${program#"$work/embedded/package/"}
     if cmp -s "$program" "$work/setup.exe"; then
         cp "$host_build/setup.exe" "$program"
-    elif [ "$(head -c 2 "$program")" = MZ ]; then
+    elif is_program "$program"; then
         x86_64-w64-mingw32-windres -i "$program" -O res -o "$work/resources" 2>/dev/null || : >"$work/resources"
         objcopy --add-section winres="$work/resources" "$host_build/rehearse_stand_in" "$program"
         stand_ins+=("${name//\//\\}")

@@ -10,6 +10,7 @@
 #include <stdexcept>
 #include <tuple>
 
+#include "common/plain_files.h"
 #include "common/text.h"
 #include "support/handles.h"
 
@@ -201,6 +202,7 @@ void RequireRoom(const Package& package, const std::vector<Part>& parts) {
 }  // namespace
 
 std::string ReadFile(const fs::path& path) {
+    tools::RequirePlainFile(path);
     std::ifstream file(path, std::ios::binary);
     if (!file) throw std::runtime_error(path.string() + " can't be read");
     return {std::istreambuf_iterator<char>(file), {}};

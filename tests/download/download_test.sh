@@ -27,6 +27,9 @@ refused 'has no setup.exe' "$script" "$build/package" out.exe --earlier .
 refused 'need --earlier' "$script" package out.exe --full-url https://example.com
 refused 'needs a value' "$script" package out.exe --earlier
 refused 'no QtvUnInst.log' "$script" package out.exe
+mkdir endless
+mkfifo endless/setup.exe
+refused 'has no setup.exe' "$script" endless out.exe
 cp "$build/package/QtvUnInst.log" package
 pack() { "${QTV_HOST_BUILD:-$root/build/host}/download_make" "$build/download.exe" "$@"; }
 for name in con 'a ' 'a:b'; do
@@ -34,6 +37,7 @@ for name in con 'a ' 'a:b'; do
     refused 'is no name' pack package out.exe
     rmdir "package/$name"
 done
+refused 'endless/setup.exe is no plain file' pack package out.exe --icon endless/setup.exe
 ln -s readme-en.txt package/link
 refused 'neither a file nor a folder' pack package out.exe
 rm package/link
@@ -47,7 +51,8 @@ with open('package/large', 'wb') as file:
         file.write(os.urandom(1 << 19))
 END
 started=$SECONDS
-refused 'but a download is smaller than 4 GiB' pack package out.exe
+ln -s package linked
+refused 'but a download is smaller than 4 GiB' pack linked out.exe
 [ $((SECONDS - started)) -lt 300 ] || fail 'a package that is too large is packed'
 rm package/large
 echo MZ >package/QtvApp8.exe

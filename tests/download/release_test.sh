@@ -68,6 +68,7 @@ release 1 'stopped: the package has findings' app out --release-info "$info" --r
 mkdir out.unfinished
 touch out.unfinished/stale
 release 2 'is not higher than' app out --release-info "$info" --recipe "$root/sample/recipe.txt" --own Samples --earlier last
+! grep signature said || fail 'what is refused is signed before'
 release 0 'right' app out --release-info "$info" --recipe "$root/sample/recipe.txt" --own Samples --earlier last --same-version \
     --sign-all --icon "$root/res/setup.ico"
 cat said

@@ -61,6 +61,7 @@ TEST_F(RehearseProgram, SaysWhatItCantRehearse) {
         {kWork + "/none", "is no folder"},
         {kSample + " --earlier " + kTemporary, "is no package: it has no setup.exe"},
         {package, "package/pipe is no plain file or folder"},
+        {kSample + " --earlier " + kSample + " --update " + package + "/pipe", "pipe is no plain file"},
         {kSample + " --wine --trace x", "usage: rehearse"},
         {kSample + " --wine", "its setup.exe is no Windows program"},
         {kSample + " --trace " + kWork + "/none/text", "its folder is missing"},

@@ -13,6 +13,7 @@
 #include "rehearse/told_calls.h"
 #include "common/help.h"
 #include "common/installed.h"
+#include "common/plain_files.h"
 #include "common/text.h"
 #include "common/throwaway_folder.h"
 #include <winhost.h>
@@ -115,6 +116,7 @@ std::vector<std::pair<PackageFolder, std::string>> Packages(const Request& reque
 // Copies the update, if there is one, to the drive of the machine. `kind` is that of its programs.
 void CopyUpdate(const Request& request, const fs::path& drive, ProgramKind kind) {
     if (request.update.empty()) return;
+    tools::RequirePlainFile(request.update);
     if (rehearse::KindOf(request.update) != kind)
         throw Unusable(request.update + (kind == ProgramKind::Windows
                                              ? " is no Windows program"
