@@ -125,6 +125,10 @@ END
 made 2 new update --recipe recipe --earlier old
 says 'its version 8.5.2.0 is not higher than 8.5.2.0, that of'
 made 0 new update --recipe recipe --earlier old --same-version
+# The earlier package is only read. Wine stores attributes of its own.
+[ -e "$build/package_make.exe" ] ||
+    [ -z "$(python3 -c 'import os; print(*(f for d, _, fs in os.walk("old") for f in fs if os.listxattr(d + "/" + f)))')" ] ||
+    fail 'the earlier package is changed'
 diff - <(sed -n '/recipe/,$p' update/QtvUnInst.log | tr -d '\r') <<'END' || fail 'the update deletes other files'
 File Del: named.dat | by the recipe
 File Del: 2.txt
