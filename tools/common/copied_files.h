@@ -1,4 +1,4 @@
-// Which files of a package the records of its manifest copy, and where to, by the names alone. Paths are UTF-8.
+// Tells which files of a package its manifest copies, and to which paths. It looks only at names. Paths are UTF-8.
 #pragma once
 
 #include <algorithm>
