@@ -32,7 +32,6 @@ namespace winhost {
 
 namespace {
 
-constexpr char kHandedOver[] = "WINHOST_PROCESS";
 constexpr DWORD kLookMs = 1;
 
 // This process's own entry. It is never destroyed, because its lock shows that the process lives.
@@ -108,6 +107,8 @@ bool TakeOverEntry(OwnEntry& own) {
     struct stat inherited;
     struct stat listed;
     if (!given || fstat(table, &inherited) != 0) return false;
+    // The starter holds the lock until the entry has its name.
+    TableLock();
     if (stat(EntryPath(static_cast<DWORD>(getpid())).c_str(), &listed) != 0) return false;
     if (inherited.st_dev != listed.st_dev || inherited.st_ino != listed.st_ino) return false;
     own.pid = getpid();
@@ -123,7 +124,8 @@ void EnterAnew(OwnEntry& own) {
     fs::create_directories(TableFolder());
     const TableLock lock;
     PruneTable();
-    own.table = EnterTable(TableFolder().c_str());
+    NewEntry entry;
+    if (entry && entry.Name(static_cast<DWORD>(own.pid))) own.table = entry.Release();
     if (!own.table) NotModelled("BeginProcess", "a machine whose table of processes can't be written");
 }
 
@@ -143,21 +145,21 @@ std::string TableFolder() {
     return (StateFolder() / "processes").native();
 }
 
-Descriptor EnterTable(const char* folder) {
-    char fresh[PATH_MAX];
-    char path[PATH_MAX];
-    const int length = std::snprintf(path, sizeof path, "%s/%d", folder, static_cast<int>(getpid()));
-    if (length < 0 || static_cast<std::size_t>(length) + sizeof ".new" > sizeof fresh) return Descriptor();
-    std::snprintf(fresh, sizeof fresh, "%s/new.%d", folder, static_cast<int>(getpid()));
-    // Locked first under another name, so that nobody sees an entry without its lock. The entry of an ended process
-    // keeps its record for those that have it open.
-    Descriptor table(open(fresh, O_CREAT | O_TRUNC | O_RDWR | O_CLOEXEC, 0666));
-    if (!table || flock(table.get(), LOCK_EX) != 0 || rename(fresh, path) != 0) return Descriptor();
-    return table;
+// The entry of an ended process keeps its record for those that have it open.
+NewEntry::NewEntry()
+    : m_path(TableFolder() + "/new"),
+      m_table(open(m_path.c_str(), O_CREAT | O_TRUNC | O_RDWR | O_CLOEXEC, 0666)) {
+    if (m_table && flock(m_table.get(), LOCK_EX) != 0) m_table = Descriptor();
 }
 
-void HandOver(int table, int image) {
-    setenv(kHandedOver, (std::to_string(table) + "," + std::to_string(image)).c_str(), 1);
+NewEntry::~NewEntry() {
+    if (!m_path.empty()) unlink(m_path.c_str());
+}
+
+bool NewEntry::Name(DWORD id) {
+    if (rename(m_path.c_str(), EntryPath(id).c_str()) != 0) return false;
+    m_path.clear();
+    return true;
 }
 
 void BeginProcess() {

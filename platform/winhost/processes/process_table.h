@@ -22,14 +22,32 @@ class TableLock : MachineLock {
     TableLock() : MachineLock("processes.lock") {}
 };
 
-// Makes the calling host process one of the machine whose table is in `folder`. Returns the process's locked file, or
-// none when it can't be made.
-Descriptor EnterTable(const char* folder);
+// The folder of the table.
 std::string TableFolder();
 
-// Called in a child before its program runs. Names two inherited descriptors in the environment, the table file and the
-// running image, which show that the process runs.
-void HandOver(int table, int image);
+// A new entry of the table. It is locked before it has the name under which others see it.
+class NewEntry {
+  public:
+    // Makes it. Held meanwhile is the lock of the table.
+    NewEntry();
+    ~NewEntry();  // removes it if it wasn't named
+    // Whether it could be made.
+    explicit operator bool() const { return static_cast<bool>(m_table); }
+    // Returns its file, whose lock shows that the process lives.
+    int table() const { return m_table.get(); }
+    // Makes it the entry of this process, which holds the file. Returns false if the host refuses.
+    bool Name(DWORD id);
+    // Returns the file, which the caller then owns.
+    Descriptor Release() { return std::move(m_table); }
+
+  private:
+    std::string m_path;
+    Descriptor m_table;
+};
+
+// The variable of the environment by which a starter hands over two inherited descriptors, the table file and the running
+// image, which show that the process runs.
+inline constexpr char kHandedOver[] = "WINHOST_PROCESS";
 
 // Enters this process when its program begins. It takes over what its starter handed over; a program that the host's
 // shell started makes its own entry. Does nothing outside a machine.

@@ -2,8 +2,7 @@
 #include "processes/start.h"
 
 #include <elf.h>
-#include <fcntl.h>
-#include <sys/wait.h>
+#include <spawn.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -29,19 +28,7 @@ bool IsHostProgram(int descriptor) {
     return std::memcmp(start, ELFMAG, SELFMAG) == 0 && start[EI_CLASS] == ELFCLASS64;
 }
 
-// What the child needs. It is made before the fork.
-struct ChildPlan {
-    std::string program;
-    std::string folder;
-    std::string table;
-    std::string commandLine;
-    std::vector<std::string> arguments;
-    std::vector<char*> argumentPointers;
-    std::optional<VirtualTimes> begin;
-    int report = -1;  // receives the error if the program can't be started
-    int image = -1;
-};
-
+// The pointers to the texts, with none behind the last, as the host takes a program's arguments and environment.
 std::vector<char*> Pointers(std::vector<std::string>& texts) {
     std::vector<char*> pointers;
     for (std::string& text : texts)
@@ -50,22 +37,34 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
     return pointers;
 }
 
-// The child, up to the start of its program. The program inherits the entry in the table and the running image.
-[[noreturn]] void RunChild(const ChildPlan& plan) {
-    Descriptor entry = EnterTable(plan.table.c_str());
-    const int table = entry.Release();
-    if (plan.begin) RecordTimes(table, *plan.begin);
-    if (table >= 0 && chdir(plan.folder.c_str()) == 0) {
-        fcntl(table, F_SETFD, 0);
-        fcntl(plan.image, F_SETFD, 0);
-        HandOver(table, plan.image);
-        setenv(kCommandLineVariable, plan.commandLine.c_str(), 1);
-        execv(plan.program.c_str(), plan.argumentPointers.data());
+// The environment of this process, with these variables instead of its own of the same names.
+std::vector<std::string> EnvironmentWith(std::vector<std::string> variables) {
+    const std::size_t count = variables.size();
+    for (char** entry = environ; *entry; ++entry) {
+        const std::string_view text = *entry;
+        const std::string_view name = text.substr(0, text.find('=') + 1);
+        if (std::none_of(variables.begin(), variables.begin() + static_cast<std::ptrdiff_t>(count),
+                         [&](const std::string& each) { return each.starts_with(name); }))
+            variables.emplace_back(text);
     }
-    const int error = errno;
-    (void)!write(plan.report, &error, sizeof error);
-    _exit(127);
+    return variables;
 }
+
+// What the host does in a child before its program runs.
+class ChildActions {
+  public:
+    ChildActions() { posix_spawn_file_actions_init(&m_actions); }
+    ~ChildActions() { posix_spawn_file_actions_destroy(&m_actions); }
+    ChildActions(const ChildActions&) = delete;
+    void Enter(const std::string& folder) {
+        posix_spawn_file_actions_addchdir_np(&m_actions, folder.c_str());
+    }
+    void Keep(int descriptor) { posix_spawn_file_actions_adddup2(&m_actions, descriptor, descriptor); }
+    const posix_spawn_file_actions_t* get() const { return &m_actions; }
+
+  private:
+    posix_spawn_file_actions_t m_actions;
+};
 
 }  // namespace
 
@@ -110,47 +109,39 @@ std::optional<StartedProcess> StartProgram(const std::u16string& program, const 
         return std::nullopt;
     }
 
-    ChildPlan plan;
-    plan.program = file.host;
-    plan.folder = working.host;
-    plan.table = TableFolder();
-    plan.commandLine = Utf8(commandLine);
-    for (const auto& argument : SplitArguments(commandLine))
-        plan.arguments.push_back(Utf8(argument));
-    plan.argumentPointers = Pointers(plan.arguments);
-    plan.begin = TimesOfStarted();
-    plan.image = image->descriptor();
-    int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0) {
-        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-        return std::nullopt;
-    }
-    const Descriptor report(ends[0]);
-    Descriptor childReport(ends[1]);
-    plan.report = childReport.get();
-
     Record("start-process", {commandLine, working.windows});
     const TableLock lock;
     PruneTable();
-    const pid_t child = fork();
-    if (child < 0) {
+    NewEntry entry;
+    if (!entry) {
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return std::nullopt;
     }
-    if (child == 0) RunChild(plan);
-    childReport = Descriptor();
-    // When the program runs, the pipe ends without data.
-    int error = 0;
-    ssize_t count;
-    while ((count = read(report.get(), &error, sizeof error)) < 0 && errno == EINTR) {
+    if (const auto begin = TimesOfStarted()) RecordTimes(entry.table(), *begin);
+    ChildActions actions;
+    actions.Enter(working.host);
+    actions.Keep(entry.table());
+    actions.Keep(image->descriptor());
+    std::vector<std::string> arguments;
+    for (const auto& argument : SplitArguments(commandLine))
+        arguments.push_back(Utf8(argument));
+    std::vector<std::string> environment =
+        EnvironmentWith({std::string(kCommandLineVariable) + "=" + Utf8(commandLine),
+                         std::string(kHandedOver) + "=" + std::to_string(entry.table()) + "," +
+                             std::to_string(image->descriptor())});
+    pid_t child;
+    // It makes no copy of this process, which costs more than the start where much memory is in use.
+    const int error = posix_spawn(&child, file.host.c_str(), actions.get(), nullptr,
+                                  Pointers(arguments).data(), Pointers(environment).data());
+    if (error != 0) {
+        SetLastError(error == ENOEXEC ? ERROR_BAD_EXE_FORMAT : ErrorOf(error));
+        return std::nullopt;
     }
+    entry.Name(static_cast<DWORD>(child));
     std::optional<StartedProcess> started(std::in_place);
     started->id = child;
     started->files = OpenProcessFiles(static_cast<DWORD>(child));
-    if (count == 0) return started;
-    waitpid(child, nullptr, 0);
-    SetLastError(error == ENOEXEC ? ERROR_BAD_EXE_FORMAT : ErrorOf(error));
-    return std::nullopt;
+    return started;
 }
 
 }  // namespace winhost
