@@ -32,10 +32,11 @@ ROOMS = {path.name: path.relative_to(ROOT) for path in
 GROUPS = {"program": [room for room in ROOMS if room not in TOOLS], "tools": TOOLS, **{room: [room] for room in ROOMS}}
 # The quick programs come first.
 PROGRAMS = ("support", "framework", "start_up", "app", "uninstall", "install", "engine", "instances", "wizard", "end_to_end")
-OWN_PROGRAMS = {"app": ("start_up", "app"), "run": ("start_up", "app"), "package_make": ("package_make",)}
-# A sample tells whether the tests still notice most faults. Survivors are work to do, but chance must not stop a change: three of four
-# may survive.
-SAMPLE_S, SAMPLE_LEAST, SAMPLE_MAY_SURVIVE = 40, 3, 0.75
+OWN_PROGRAMS = {"app": ("start_up", "app"), "run": ("start_up", "app"), "package_make": ("package_make",),
+                **dict.fromkeys(("common", "package_check", "rehearse"), ("tools",))}
+# A sample tells whether the tests still notice most faults. It asks only the quick programs of the fault's own room. Survivors are work
+# to do, but chance must not stop a change: three of four may survive.
+SAMPLE_S, SAMPLE_LEAST, SAMPLE_MAY_SURVIVE = 45, 4, 0.75
 HANGS_AFTER_S = 600  # and six times as long as without the fault
 # What stands for a test when a whole program fails.
 WHOLE = ("hangs", "crashes", "fails")
@@ -272,7 +273,8 @@ class Worker:
 
 
 class Planter:
-    def __init__(self):
+    def __init__(self, is_sample):
+        self.is_sample = is_sample
         self.graph, self.sound, self.errors, self.lock = Graph(), {}, set(), threading.Lock()
 
     def noticed(self, worker, program):
@@ -311,12 +313,13 @@ class Planter:
         room = pathlib.Path(fault.file).parent.name
         objects, touched = {}, set()
         outputs = sorted(self.graph.objects_of(fault.file))
-        own = OWN_PROGRAMS.get(room, (room,))
-        programs = (*own, "tools", "package_make") if room in TOOLS else (*own, "end_to_end", *PROGRAMS)
+        programs = OWN_PROGRAMS.get(room, (room,))
+        if not self.is_sample:
+            programs += ("tools", "package_make") if room in TOOLS else ("end_to_end", *PROGRAMS)
         targets = {"end_to_end": ["end_to_end_tests.exe", "setup.exe"], "tools": ["tools_tests.exe", "rehearse", "package_check"],
                    "package_make": ["package_make", "package_check"]}
         try:
-            for program in dict.fromkeys(name for name in programs if name in targets or name in PROGRAMS):
+            for program in dict.fromkeys(programs):
                 concerned = False
                 for target in targets.get(program, [f"{program}_tests.exe"]):
                     if target in touched:
@@ -408,7 +411,7 @@ def build(preset):
 
 def plant_all(faults, wanted, is_sample):
     """Plants faults until as many as wanted compiled, or those of a sample. Returns what notices each, and what can't be trusted."""
-    planter, waiting, results, started = Planter(), queue.SimpleQueue(), {}, time.monotonic()
+    planter, waiting, results, started = Planter(is_sample), queue.SimpleQueue(), {}, time.monotonic()
     for fault in faults:
         waiting.put(fault)
     unseen, lock = read_unseen(), threading.Lock()
