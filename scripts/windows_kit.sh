@@ -16,10 +16,7 @@ build windows
 make_work "$(dirname "$out")"
 programs=$work/kit/programs
 mkdir -p "$programs"
-for name in machine framework support app start_up engine install uninstall instances wizard download tools end_to_end; do
-    cp "$windows_build/${name}_tests.exe" "$programs"
-done
-cp "$windows_build"/{setup,sleeper,kit,rehearse,package_check}.exe "$root/docs/manifest.md" "$programs"
+cp "$windows_build"/{*_tests,setup,sleeper,kit,rehearse,package_check}.exe "$root/docs/manifest.md" "$programs"
 cp -r "$windows_build"/package{,-earlier} "$programs"
 "$root/scripts/make_download.sh" "$windows_build/package" "$programs/Qantivo.exe" >/dev/null
 for file in tools/kit/{run.cmd,sandbox.cmd,sandbox.wsb} docs/windows.md; do

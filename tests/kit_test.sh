@@ -43,7 +43,18 @@ says 'Restart.CarriesMarksOutInOrderAndTakesThemAway: it needs a restart of the 
 says '<skipped message="it needs a restart of the machine"/>' "$results/results.xml"
 says '| link to a path in quotes | `1 c:\Scratch\a b` | `1 c:\Scratch\a b` | `1 C:\Scratch\a b` |' "$results/facts.md"
 # With restarts, Wine starts anew, and the run goes on by itself. A test that never has enough of them fails.
+# Meanwhile others change the machine, which is only counted, and the report is there before a restart that may never end.
+mkdir "$work/wine/prefix/drive_c/others"
+others=0
+while sleep 0.05; do
+    touch "$work/wine/prefix/drive_c/others/$((++others))"
+    [ ! -e "$results/waiting.txt" ] || ! grep -qs 'it needs a restart' "$results/results.txt" || touch "$work/early"
+done &
 GTEST_ALSO_RUN_DISABLED_TESTS=1 GTEST_FILTER='Restart.*' start 1 "$marked" /restart /only machine_tests
+kill $!
+[ -e "$work/early" ] || fail 'no report before a restart'
+grep -q 'of others during the run: [0-9][0-9]' "$results/results.txt" || fail "changes of others: $(<"$results/results.txt")"
+! grep -rF 'C:\others' "$results" || fail 'the results tell what others did'
 says '1 right, 1 failed, 0 not run' "$results/results.txt"
 says 'it restarts the machine again and again' "$results/results.txt"
 
@@ -59,9 +70,10 @@ without sleeper.exe package/readme-en.txt
 start 1 "$marked" /no-restart /only machine_tests /only package_check
 says '<testcase classname="package_check" name="the whole program"' "$results/results.xml"
 [ "$(grep -c '<failure' "$results/results.xml")" = 3 ] || fail "failures: $(<"$results/results.xml")"
+[ "$(grep -c '^the machine:' "$results/results.txt")" = 3 ] || fail "a failure without the machine: $(<"$results/results.txt")"
 for text in sleeper.exe 'the machine:' 'C:\Scratch\' no-match; do says "$text" "$results/results.xml"; done
 ! ls -d "$work"/wine/prefix/drive_c/{Scratch,"Program Files/Qantivo 8"} 2>/dev/null || fail 'the run has left something'
-! grep -ri 'users.*root' "$results" || fail 'the results tell who used the machine'
+! grep -riE "users.{1,2}$(id -un)|\<$(hostname | cut -c -15)\>" "$results" || fail 'the results tell who used the machine'
 
 # What can't run says why, and leaves nothing.
 # no_start TEXT OPTION...
@@ -77,7 +89,8 @@ no_start 'there is no option /x' "$marked" /x
 no_start 'there is no program suport: the programs are machine_tests' "$marked" /only suport
 no_start 'waits for a restart' /go-on /results 'K:\none'
 no_start 'kit.wsb' /sandbox
-says "\\der Prüfstand</HostFolder>" "$kit/kit.wsb"
+for text in '\der Prüfstand</HostFolder>' '\der Prüfstand-results</HostFolder>' '<ReadOnly>true</ReadOnly>' \
+    '<Networking>Disable</Networking>' '\run.cmd /results C:\QtvResults</Command>'; do says "$text" "$kit/kit.wsb"; done
 [ ! -e "$kit-results" ] || fail 'a sandbox that did not open has left a folder'
 truncate -s -1 "$kit/programs/package/setup.exe"
 no_start 'programs/package/setup.exe is missing or not whole' "$marked" /results 'K:\none'
