@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-// Each target defines it; the fuzzer and replay.cpp call it.
+// Each target defines it; the fuzzer calls it.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 // If the property does not hold, ends the process, so that the fuzzer stores the input as a failing one.

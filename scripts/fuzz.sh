@@ -7,9 +7,8 @@
 # collected in build/fuzz/corpus. An input that fails is stored in fuzz/seeds/TARGET/ and stays there: fix the fault, and give the
 # file a name. The exit code is not 0 if an input failed.
 #
-# test.sh has a short form: with host-asan it builds the same targets as plain programs with g++, and runs all seeds and
-# changed copies of them. The copies are the same in every run, because the result of a test must not depend on chance.
-# Only this script needs clang.
+# test.sh has a short form: with host-asan it runs all seeds and changed copies of them. The copies are the same in every run, because
+# the result of a test must not depend on chance.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 cd "$root"

@@ -32,8 +32,9 @@ ROOMS = {path.name: path.relative_to(ROOT) for path in
 GROUPS = {"program": [room for room in ROOMS if room not in TOOLS], "tools": TOOLS, **{room: [room] for room in ROOMS}}
 # The quick programs come first.
 PROGRAMS = ("support", "framework", "start_up", "app", "uninstall", "install", "engine", "instances", "wizard", "end_to_end")
-OWN_PROGRAMS = {"app": ("start_up", "app"), "run": ("start_up", "app"), "package_make": ("package_make",),
-                **dict.fromkeys(("common", "package_check", "rehearse"), ("tools",))}
+SCRIPTS = {"package_make": ["package_make", "package_check"], "rehearse": ["rehearse"]}  # of tests/tools, and what they run
+OWN_PROGRAMS = {"app": ("start_up", "app"), "run": ("start_up", "app"), "package_make": ("package_make",), "rehearse": ("tools", "rehearse"),
+                **dict.fromkeys(("common", "package_check"), ("tools",))}
 # A sample tells whether the tests still notice most faults. It asks only the quick programs of the fault's own room. Survivors are work
 # to do, but chance must not stop a change: three of four may survive.
 SAMPLE_S, SAMPLE_LEAST, SAMPLE_MAY_SURVIVE = 45, 4, 0.75
@@ -260,16 +261,16 @@ class Worker:
 
     def noticed(self, program, folder, tests=""):
         """The test of a program that fails; None if none does. `tests` is a filter."""
-        if program == "package_make":
-            command = [ROOT / "tests/tools/package_make_test.sh", folder]
+        if program in SCRIPTS:
+            command = [ROOT / f"tests/tools/{program}_test.sh", folder]
         else:
             command = [folder / f"{program}_tests.exe", "--gtest_brief=1", "--gtest_fail_fast"]
             command += [f"--gtest_filter={tests}"] if tests else []
-        said, code = self.run(command, QTV_PACKAGE=str(folder / "package"), QTV_TOOLS=str(folder))
+        said, code = self.run(command, QTV_PACKAGE=str(folder / "package"))
         if code == 0:
             return None
         failed = re.search(r"^\[  FAILED  \] ([\w/.]+)(?:,.*)? \(\d+ ms\)$", said, re.MULTILINE)
-        return failed[1] if failed else "hangs" if code is None else "fails" if program == "package_make" else "crashes"
+        return failed[1] if failed else "hangs" if code is None else "fails" if program in SCRIPTS else "crashes"
 
 
 class Planter:
@@ -315,9 +316,8 @@ class Planter:
         outputs = sorted(self.graph.objects_of(fault.file))
         programs = OWN_PROGRAMS.get(room, (room,))
         if not self.is_sample:
-            programs += ("tools", "package_make") if room in TOOLS else ("end_to_end", *PROGRAMS)
-        targets = {"end_to_end": ["end_to_end_tests.exe", "setup.exe"], "tools": ["tools_tests.exe", "rehearse", "package_check"],
-                   "package_make": ["package_make", "package_check"]}
+            programs += ("tools", *SCRIPTS) if room in TOOLS else ("end_to_end", *PROGRAMS)
+        targets = {"end_to_end": ["end_to_end_tests.exe", "setup.exe"], "tools": ["tools_tests.exe"], **SCRIPTS}
         try:
             for program in dict.fromkeys(programs):
                 concerned = False
@@ -406,7 +406,7 @@ def build(preset):
     subprocess.run([ROOT / "scripts/bootstrap.sh", "host", "faults"], check=True)
     subprocess.run(["cmake", "--preset", preset], cwd=ROOT, check=True, stdout=subprocess.DEVNULL)
     targets = [f"{name}_tests" for name in (*PROGRAMS, "tools")]
-    subprocess.run(["cmake", "--build", "--preset", preset, "--target", *targets, "package_make", "package_check", "--", "--quiet"], cwd=ROOT, check=True)
+    subprocess.run(["cmake", "--build", "--preset", preset, "--target", *targets, *sum(SCRIPTS.values(), []), "--", "--quiet"], cwd=ROOT, check=True)
 
 
 def plant_all(faults, wanted, is_sample):
