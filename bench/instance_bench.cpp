@@ -3,10 +3,35 @@
 //
 //   instance_bench WINDOWS ROUNDS     WINDOWS: top-level windows of another process
 //   instance_bench show WINDOWS       that other process
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <vector>
+
 #include "instances/instance_manager.h"
-#include "measure.h"
+#include "lab/program.h"
 
 namespace {
+
+// Ends the program if a measurement can't be made.
+void Check(bool done, const char* what) {
+    if (done) return;
+    std::fprintf(stderr, "benchmark: %s failed (error %u)\n", what, static_cast<unsigned>(GetLastError()));
+    std::exit(2);
+}
+
+template <class Work>
+double SecondsOf(Work work) {
+    const auto begin = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+}
+
+double Median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
 
 constexpr WCHAR kListName[] = TEXT("Qantivo.Bench");
 constexpr WCHAR kTitle[] = TEXT("Another program");
@@ -15,7 +40,6 @@ constexpr DWORD kMany = 1000;
 constexpr DWORD kFew = 10;
 constexpr DWORD kFewTimes = 20;
 constexpr DWORD kBare = 100;
-constexpr int kSearches = 100;
 
 int ShowWindows(int count) {
     WNDCLASSEXW frame = {};
@@ -44,17 +68,6 @@ int WindowsOf(DWORD process) {
     };
     (void)EnumWindows(count, reinterpret_cast<LPARAM>(&found));
     return found.second;
-}
-
-// The calls that a search for a window of one process makes.
-BOOL CALLBACK LookAtWindow(HWND window, LPARAM) {
-    DWORD process = 0;
-    (void)GetWindowThreadProcessId(window, &process);
-    (void)GetWindow(window, GW_OWNER);
-    (void)GetWindowLongW(window, GWL_EXSTYLE);
-    WCHAR title[512];
-    (void)GetWindowTextW(window, title, 512);
-    return TRUE;
 }
 
 // A message that is posted without a window is posted to this thread.
@@ -96,20 +109,10 @@ void Fill(DWORD entries) {
     (void)CloseHandle(mapping);
 }
 
-void Measure(DWORD windowOwner, int rounds) {
+void Measure(int rounds) {
     COXInstanceManager list(kListName, 1024, false);
-    std::vector<double> search, enter, growth, seconds;
+    std::vector<double> enter, growth, seconds;
     for (int round = 0; round < rounds; ++round) {
-        const double bareSearch = SecondsOf([] {
-            for (int index = 0; index < kSearches; ++index)
-                (void)EnumWindows(LookAtWindow, 0);
-        });
-        search.push_back(SecondsOf([&] {
-                             for (int index = 0; index < kSearches; ++index)
-                                 (void)COXInstanceManager::FindInstanceWindow(windowOwner);
-                         }) /
-                         bareSearch);
-
         // One place is left for this process.
         Fill(kMany - 1);
         double bare = SecondsOf([] { LookForEach(kBare); });
@@ -123,9 +126,11 @@ void Measure(DWORD windowOwner, int rounds) {
         growth.push_back(many / (few / (2 * kFewTimes * kFew)));
         seconds.push_back(many * kMany);
     }
-    Report("search for a main window, over bare EnumWindows with the same calls", Median(search));
-    Report("entering and leaving at 1000 entries, over bare EnumWindows passes", Median(enter));
-    Report("one of 1000 entries over one of 10", Median(growth));
+    // bench.py knows the bounds of these figures.
+    std::printf("search for a main window, over bare EnumWindows with the same calls\t%.2f\n",
+                Median(search));
+    std::printf("entering and leaving at 1000 entries, over bare EnumWindows passes\t%.2f\n", Median(enter));
+    std::printf("one of 1000 entries over one of 10\t%.2f\n", Median(growth));
     std::printf("  (entering a list of 1000 takes %.2f s)\n", Median(seconds));
 }
 
@@ -136,12 +141,13 @@ int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR, int) {
         std::fprintf(stderr, "usage: instance_bench WINDOWS ROUNDS\n");
         return 2;
     }
-    const Text first = __wargv[1];
+    const tools::WideText first = __wargv[1], own = __wargv[0];
     if (first == TEXT("show")) return ShowWindows(_wtoi(__wargv[2]));
-    const lab::Program other = Start(OwnProgram() + TEXT(" show ") + first);
+    const lab::Program other(TEXT("\"") + own + TEXT("\" show ") + first);
+    Check(static_cast<bool>(other), "CreateProcessW");
     while (WindowsOf(other.Id()) < _wtoi(__wargv[1]))
         Sleep(10);
-    Measure(other.Id(), _wtoi(__wargv[2]));
+    Measure(_wtoi(__wargv[2]));
     (void)TerminateProcess(other.Process(), 0);
     return 0;
 }

@@ -1,7 +1,6 @@
 // Manifest and log: with any bytes, a copy pass, a removal pass and a restart end, and change no file of the user
 // that no line names. The first byte selects the state of the machine, the rest is the text.
 #include <cctype>
-#include <memory>
 #include <vector>
 
 #include "run/process_helpers.h"

@@ -12,12 +12,12 @@ set -euo pipefail
 # Both targets need windres to compile the resources; windres needs the cross compiler's preprocessor and headers.
 host=(g++ clang libclang-rt-14-dev mold cmake ninja-build libgtest-dev liblzma-dev libc-bin binutils-mingw-w64-x86-64 gcc-mingw-w64-x86-64-posix)
 windows=("${host[@]}" g++-mingw-w64-x86-64-posix lld wine64 wine xvfb xauth)
-faults=("${host[@]}" python3)
+faults=("${host[@]}" python3 time)
 fuzz=("${host[@]}")
 # For a package's download: what its library is built with, its signature with a token, and the files for winget. make_liblzma builds the library.
 download=("${host[@]}" dpkg-dev osslsigncode openssl softhsm2 opensc libengine-pkcs11-openssl yamllint)
 release=("${windows[@]}" "${download[@]}" chromium)
-bench=("${windows[@]}" "${download[@]}" nsis)
+bench=("${windows[@]}" "${download[@]}" nsis python3 time)
 screenshots=("${windows[@]}" xdotool imagemagick)
 format=(clang-format yamllint)
 tidy=("${host[@]}" clang-tidy)

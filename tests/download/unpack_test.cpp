@@ -1,7 +1,5 @@
 #include <commctrl.h>
 
-#include <mutex>
-
 #include "delete_marks.h"
 #include "command_line.h"
 #include "download/made_download.h"

@@ -5,10 +5,8 @@
 #include "download/made_download.h"
 #include "harness/driver.h"
 #include "harness/registry_values.h"
-#include "ids.h"
 #include "private_folder.h"
 #include "rebuild.h"
-#include "refusal_dlg.h"
 #include "run/product.h"
 
 using namespace download;

@@ -106,34 +106,39 @@ TEST_F(Rehearsed, SortsLeftoversByWhetherTheyMayStay) {
     const std::string uninstaller = "File Copy: QtvUnInst.exe\r\n";
     const struct {
         const char* name;
-        std::string records;
-        const char* option;
+        std::string records = {};
+        const char* option = "-instdir";
         std::string left;
         const char* before = "";  // a file that is there already
         const char* faults = "";
     } rows[] = {
         // The next start removes the outer folder. Then nothing removes that of the installation.
-        {"portable, with folders named from the outside",
-         uninstaller + "File Copy prt: StartQV8.exe\r\nFile Copy prt: presets.dat > n\\x\r\nMake Dir: "
-                       "a\r\nMake Dir: a\\b\r\n",
-         "-instport",
-         "Apps\\ (on the way to the installation folder)\nApps\\Qantivo\\ ()\n"
-         "Apps\\StartQV8.exe (a portable installation's, in the parent folder)\n",
-         "", "setup: C:\\Scratch\\Apps\\n\\x isn't there\n"},
-        {"a file in the system's folder",
-         uninstaller + "File Copy prt: presets.dat > ..\\..\\Windows\\System32\\planted.dll\r\n", "-instport",
-         "Apps\\ (on the way to the installation folder)\nplanted.dll ()\n", "",
-         "setup: C:\\Scratch\\Apps\\..\\..\\Windows\\System32\\planted.dll isn't there\n"},
-        {"no uninstaller", "", "-instdir",
-         "Apps\\ ()\nApps\\Qantivo\\ ()\nApps\\Qantivo\\QtvApp8.exe ()\nApps\\Qantivo\\QtvUnInst.log ()\n",
-         "", "uninstall: showed: the machine has no uninstaller of the product  ->  nothing to run\n"},
-        {"a file of the user's goes", uninstaller + "File Del: ..\\u.dat\r\n", "-instdir", "Apps\\u.dat ()\n",
-         "\\u.dat"},
-        {"a file in the installation's folder goes",
-         uninstaller + "File Del: u.dat\r\nFile Copy: presets.dat > n\\x\r\n", "-instdir",
-         "Apps\\Qantivo\\ (the installation folder is the package's own)\n"
-         "Apps\\Qantivo\\u.dat (the installation folder is the package's own)\n",
-         "\\Qantivo\\u.dat", "setup: C:\\Scratch\\Apps\\Qantivo\\n\\x isn't there\n"},
+        {.name = "portable, with folders named from the outside",
+         .records = uninstaller + "File Copy prt: StartQV8.exe\r\nFile Copy prt: presets.dat > n\\x\r\n"
+                                  "Make Dir: a\r\nMake Dir: a\\b\r\n",
+         .option = "-instport",
+         .left = "Apps\\ (on the way to the installation folder)\nApps\\Qantivo\\ ()\n"
+                 "Apps\\StartQV8.exe (a portable installation's, in the parent folder)\n",
+         .faults = "setup: C:\\Scratch\\Apps\\n\\x isn't there\n"},
+        {.name = "a file in the system's folder",
+         .records = uninstaller + "File Copy prt: presets.dat > ..\\..\\Windows\\System32\\planted.dll\r\n",
+         .option = "-instport",
+         .left = "Apps\\ (on the way to the installation folder)\nplanted.dll ()\n",
+         .faults = "setup: C:\\Scratch\\Apps\\..\\..\\Windows\\System32\\planted.dll isn't there\n"},
+        {.name = "no uninstaller",
+         .left = "Apps\\ ()\nApps\\Qantivo\\ ()\nApps\\Qantivo\\QtvApp8.exe ()\n"
+                 "Apps\\Qantivo\\QtvUnInst.log ()\n",
+         .faults = "uninstall: showed: the machine has no uninstaller of the product  ->  nothing to run\n"},
+        {.name = "a file of the user's goes",
+         .records = uninstaller + "File Del: ..\\u.dat\r\n",
+         .left = "Apps\\u.dat ()\n",
+         .before = "\\u.dat"},
+        {.name = "a file in the installation's folder goes",
+         .records = uninstaller + "File Del: u.dat\r\nFile Copy: presets.dat > n\\x\r\n",
+         .left = "Apps\\Qantivo\\ (the installation folder is the package's own)\n"
+                 "Apps\\Qantivo\\u.dat (the installation folder is the package's own)\n",
+         .before = "\\Qantivo\\u.dat",
+         .faults = "setup: C:\\Scratch\\Apps\\Qantivo\\n\\x isn't there\n"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -217,8 +222,10 @@ rehearse::Rehearsal Everything() {
     rehearse::Step setup, uninstall;
     setup.name = "setup";
     setup.command = "setup.exe \"</code><script>\"";
-    setup.outcome = {
-        true, 3, lab::End::ByItself, {"a.exe -x"}, {}, {{"<b>", "a &\nb", "OK"}, {"", "c", "No"}}, ""};
+    setup.outcome = {.started = true,
+                     .exitCode = 3,
+                     .programs = {"a.exe -x"},
+                     .messages = {{"<b>", "a &\nb", "OK"}, {"", "c", "No"}}};
     setup.changes = {
         {'+', "C:\\Apps\\", "", "folder"},
         {'+', "C:\\Apps\\<img src=x>", "", "\x01<i>"},
@@ -240,7 +247,7 @@ rehearse::Rehearsal Everything() {
     uninstall.outcome.exitCode = 2;
     uninstall.remains = {{'+', "C:\\Apps\\", "", "folder"}};
     rehearse::Rehearsal rehearsal;
-    rehearsal.steps = {setup, uninstall, rehearse::Step{"restart", "", {}, {}, {}, {}, {}}};
+    rehearsal.steps = {setup, uninstall, rehearse::Step{.name = "restart"}};
     rehearsal.faults = {{"setup", "ended with 3"}, {"setup", "<i>  isn't there"}};
     rehearsal.left = {{{'+', "C:\\stays", "", "5 bytes"}, "why"}, {{'+', "HKCU\\<k>\\", "", "key"}, ""}};
     return rehearsal;

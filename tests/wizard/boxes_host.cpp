@@ -1,7 +1,5 @@
 // Tests of the wizard that need the embedded machine: its calls are counted or fail, and Startup folders have names that
 // the test chooses.
-#include <algorithm>
-
 #include "harness/registry_values.h"
 #include <winhost.h>
 #include "wizard/wizard_run.h"

@@ -1,18 +1,26 @@
-// bare_copy FROM TO: copies the files of a folder one by one, and does nothing else.
+// bare_copy FROM TO: copies a folder file by file, and does nothing else.
 #include <framework.h>
 
-int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR, int) {
-    if (__argc != 3) return 2;
-    const CString from = __wargv[1], to = __wargv[2];
-    if (!CreateDirectoryW(to, nullptr)) return 1;
+namespace {
+
+bool Copy(const CString& from, const CString& to) {
+    if (!CreateDirectoryW(to, nullptr)) return false;
     WIN32_FIND_DATAW match;
     const HANDLE find = FindFirstFileW(from + TEXT("\\*.*"), &match);
-    if (find == INVALID_HANDLE_VALUE) return 1;
+    if (find == INVALID_HANDLE_VALUE) return false;
+    bool isCopied = true;
     do {
-        const bool isFile = !(match.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY);
-        if (isFile &&
-            !CopyFileW(from + TEXT("\\") + match.cFileName, to + TEXT("\\") + match.cFileName, TRUE))
-            return 1;
-    } while (FindNextFileW(find, &match));
-    return FindClose(find) ? 0 : 1;
+        const CString name = match.cFileName, source = from + TEXT("\\") + name,
+                      target = to + TEXT("\\") + name;
+        if (name == TEXT(".") || name == TEXT("..")) continue;
+        isCopied = match.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY ? Copy(source, target)
+                                                                     : CopyFileW(source, target, TRUE);
+    } while (isCopied && FindNextFileW(find, &match));
+    return FindClose(find) && isCopied;
+}
+
+}  // namespace
+
+int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR, int) {
+    return __argc == 3 && Copy(__wargv[1], __wargv[2]) ? 0 : 1;
 }

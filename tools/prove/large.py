@@ -100,13 +100,13 @@ def measure(lab, program, *arguments):
     counts.unlink(missing_ok=True)
     environment = dict(os.environ, WINHOST_COUNTS=str(counts), WINHOST_CONCERNS=program.rpartition('\\')[2],
                        WINHOST_CLOCK='virtual')
-    output = subprocess.run([HOST / 'peak_memory', lab.path(program), *arguments], env=environment, check=False,
-                            stdout=subprocess.PIPE).stdout.split()
+    output = subprocess.run(['/usr/bin/time', '-f', '%M %U %S', lab.path(program), *arguments], env=environment, check=False,
+                            stderr=subprocess.PIPE).stderr.split()[-3:]
     lab.wait()
     if not counts.exists():
         raise Unusable(f'crashed: {program}')
     calls = sum(int(line.split()[1]) for line in counts.read_text().splitlines())
-    return calls, int(output[1]), int(output[0])
+    return calls, round(1000 * sum(map(float, output[1:]))), int(output[0])
 
 
 def setup(lab):

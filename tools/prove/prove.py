@@ -79,7 +79,7 @@ def passes(room, test):
 def jobs():
     """Yields each part with what it does."""
     if set(options.parts) - {'rounds', 'space'}:
-        build(HOST, 'host', 'lab', 'setup', 'download', 'download_make', 'bare_copy', 'peak_memory', 'sample_package_earlier',
+        build(HOST, 'host', 'lab', 'setup', 'download', 'download_make', 'bare_copy', 'sample_package_earlier',
               'regsvr32', *(['random_runs', 'rehearse'] if 'both' in options.parts else []))
     yield from on_benches()
     if 'updates' in options.parts:

@@ -1,0 +1,220 @@
+"""Measures the product under Wine: scripts/bench.sh says how it is used. All files are in memory."""
+import argparse
+import datetime
+import os
+import random
+import shutil
+import statistics
+import subprocess
+import sys
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parents[1]
+sys.path.insert(0, str(ROOT / 'tools/prove'))
+from judge import new_folder, place_to_work
+from lab import HOST, WINDOWS, Prefix
+
+# The bounds, each of which its figure may reach.
+BOUNDS = {
+    '5,000 small files by patterns, over the bare loop': 1.30,
+    '5,000 small files by a record each, over the bare loop': 1.85,
+    '3 files of 200 MB, over the bare loop': 1.15,
+    "10,000 records over 1,250, over the bare loop's growth": 1.15,
+    'install of 180 files, 60 MB, over another installer': 1.05,
+    "its uninstall less the fixed second, over the other's": 1.00,
+    "a download with mixed files, over the other's size": 1.01,
+    "a download with code files, over the other's size": 0.97,
+    "a silent start of the download, over the other's": 0.80,
+    'the download without a package, KiB': 256,
+    'peak memory of an install, KiB over a program that saves one link': 4096,
+    'peak memory at 10,000 records, KiB over that at 1,250': 1024,
+    'setup.exe, stripped, KiB': 360,
+    'entering and leaving at 1000 entries, over bare EnumWindows passes': 1.15,
+    'one of 1000 entries over one of 10': 1.15,
+}
+# The files of a package besides those of the sample: folders, files in each, and their bytes.
+KINDS = {'small': (50, 100, 1024), 'large': (1, 3, 200 << 20), 'fewer': (10, 125, 1024), 'more': (80, 125, 1024),
+         'application': (12, 15, 349525)}
+# The uninstall waits this long for the end of its first process.
+FIXED_SECONDS = 1
+missed = []
+
+
+def report(what, figure):
+    verdict = 'MISSED' if figure > BOUNDS[what] else ''
+    missed.extend([what] if verdict else [])
+    print(f'{what:72} {round(figure, 3):8} {BOUNDS[what]:8}  {verdict}', flush=True)
+
+
+def shown(path):
+    """A path of the host as Wine spells it."""
+    return f'Z:{path}'.replace('/', '\\')
+
+
+def said_by(*command, **options):
+    return subprocess.run(list(map(str, command)), check=True, cwd=ROOT, env=machine.environment, stdout=subprocess.PIPE, text=True,
+                          stderr=subprocess.DEVNULL, **options).stdout
+
+
+def wine(program, *arguments):
+    return said_by('scripts/wine.sh', program, *arguments)
+
+
+def seconds(*command):
+    """Of a program of Windows: until its own end, and until the end of all that it has started."""
+    return list(map(float, wine(WINDOWS / 'timed.exe', subprocess.list2cmdline(command)).split()))
+
+
+def make_package(kind, by_pattern=False):
+    package, (folders, files, size), chance = work / kind, KINDS[kind], random.Random(8)
+    shutil.rmtree(package, ignore_errors=True)
+    shutil.copytree(WINDOWS / 'package', package)
+    for number in range(folders * files):
+        path = package / f'folder{number // files}/file{number % files}.dat'
+        path.parent.mkdir(exist_ok=True)
+        # All files differ, because the other installer would store equal files once. Those of an application pack to about half.
+        content = chance.randbytes(size // 2).hex().encode() if kind == 'application' else b'x' * (size - 8)
+        path.write_bytes(b'%08d' % number + content)
+    names = sorted(f'{path.parent.name}\\{"*.*" if by_pattern else path.name}' for path in package.glob('folder*/*'))
+    with open(package / 'QtvUnInst.log', 'ab' if kind == 'application' else 'wb') as manifest:
+        manifest.write(''.join(f'File Copy: {name}\r\n' for name in dict.fromkeys(names)).encode())
+    return package
+
+
+def install_beside_loop(package):
+    """The seconds of an install and of the bare loop."""
+    times = []
+    for command in ((shown(package / 'setup.exe'), '-s', '-instport', shown(work / 'target')),
+                    (shown(WINDOWS / 'bare_copy.exe'), shown(package), shown(work / 'target'))):
+        times.append(seconds(*command)[0])
+        shutil.rmtree(work / 'target')
+    return times
+
+
+def over_bare_loop(what, package):
+    report(what, statistics.median(setup / bare for setup, bare in (install_beside_loop(package) for _ in range(pairs))))
+
+
+def small():
+    over_bare_loop('5,000 small files by patterns, over the bare loop', make_package('small', by_pattern=True))
+    over_bare_loop('5,000 small files by a record each, over the bare loop', make_package('small'))
+
+
+def large():
+    over_bare_loop('3 files of 200 MB, over the bare loop', make_package('large'))
+
+
+def growth():
+    fewer, more, ratios = make_package('fewer'), make_package('more'), []
+    for _ in range(growth_rounds):
+        (few, bare_few), (many, bare_many) = install_beside_loop(fewer), install_beside_loop(more)
+        ratios.append(many / few / (bare_many / bare_few))
+    report("10,000 records over 1,250, over the bare loop's growth", statistics.median(ratios))
+
+
+def make_other(package, *options):
+    other = work / 'other.exe'
+    said_by('makensis', '-V1', f'-DPACKAGE={package}', f'-DOUTPUT={other}', *options, 'bench/other_installer.nsi')
+    return other
+
+
+def over_other(own, other):
+    """Installs and uninstalls both in turn. Returns the ratios of the installs and of the uninstalls."""
+    target, other_target, installs, uninstalls = work / 'Qantivo 8', work / 'Other 8', [], []
+    for _ in range(pairs):
+        # The other installer takes the rest of the line for its folder, without quotes.
+        line = f'"{shown(other)}" /S /D={shown(other_target)}'
+        others = [float(wine(WINDOWS / 'timed.exe', line).split()[0]), seconds(shown(other_target / 'uninstall.exe'), '/S')[1]]
+        installs.append(seconds(shown(own), '-install', '-s', '-instdir', shown(target))[0] / others[0])
+        uninstalls.append((seconds(shown(target / 'QtvUnInst.exe'))[1] - FIXED_SECONDS) / others[1])
+        for folder in (target, other_target):
+            if (folder / 'QtvApp8.exe').exists():
+                sys.exit(f'bench.py: {folder} is not uninstalled')
+        shutil.rmtree(target, ignore_errors=True)
+        # An uninstall leaves folders for the next start of the machine. No round may find those of the last one.
+        wine('reg.exe', 'delete', r'HKLM\SYSTEM\CurrentControlSet\Control\Session Manager', '/v', 'PendingFileRenameOperations', '/f')
+    return statistics.median(installs), statistics.median(uninstalls)
+
+
+def application():
+    package = make_package('application', by_pattern=True)
+    install, uninstall = over_other(package / 'setup.exe', make_other(package))
+    report('install of 180 files, 60 MB, over another installer', install)
+    report("its uninstall less the fixed second, over the other's", uninstall)
+
+
+def download():
+    for content in ('mixed', 'code'):
+        package, own = make_package('application', by_pattern=True), work / 'own.exe'
+        if content == 'code':
+            # A program of 70 MB, made of Wine's libraries.
+            for folder in package.glob('folder*'):
+                shutil.rmtree(folder)
+            libraries = sorted(Path('/usr/lib').glob('*/wine/x86_64-windows/*.dll'))
+            (package / 'folder0').mkdir()
+            (package / 'folder0/code.exe').write_bytes(b''.join(path.read_bytes() for path in libraries)[:70_000_000])
+        other = make_other(package, '-DDOWNLOAD')
+        said_by('scripts/make_download.sh', package, own)
+        report(f"a download with {content} files, over the other's size", own.stat().st_size / other.stat().st_size)
+        report("a silent start of the download, over the other's", over_other(own, other)[0])
+    report('the download without a package, KiB', -(-(WINDOWS / 'download.exe').stat().st_size // 1024))
+
+
+def memory():
+    def peak(program, *arguments):
+        """The median of several runs, in KiB. Wine runs a program in the process that starts it."""
+        peaks = []
+        for _ in range(memory_rounds):
+            shutil.rmtree(work / 'target', ignore_errors=True)
+            said_by('/usr/bin/time', '-f', '%M', '-o', work / 'peak', 'scripts/wine.sh', program, *arguments)
+            peaks.append(int((work / 'peak').read_text().split()[-1]))
+        return statistics.median(peaks)
+
+    target = shown(work / 'target')
+    link = peak(WINDOWS / 'timed.exe', 'link', r'C:\windows\notepad.exe', shown(work / 'one.lnk'))
+    setup = peak(make_package('application', by_pattern=True) / 'setup.exe', '-install', '-s', '-instdir', target)
+    report('peak memory of an install, KiB over a program that saves one link', setup - link)
+    few, many = (peak(make_package(kind) / 'setup.exe', '-s', '-instport', target) for kind in ('fewer', 'more'))
+    report('peak memory at 10,000 records, KiB over that at 1,250', many - few)
+
+
+def size():
+    said_by('x86_64-w64-mingw32-strip', '-o', work / 'stripped.exe', WINDOWS / 'setup.exe')
+    report('setup.exe, stripped, KiB', -(-(work / 'stripped.exe').stat().st_size // 1024))
+
+
+def instances():
+    def figures(*command):
+        for line in said_by(*command, windows, instance_rounds).splitlines():
+            what, _, figure = line.partition('\t')
+            report(what, float(figure)) if figure else print(what)
+
+    print('List of running copies, under Wine:')
+    figures('scripts/wine.sh', WINDOWS / 'instance_bench.exe')
+    print('List of running copies, on the embedded machine:')
+    said_by(HOST / 'winmachine', 'create', work / 'machine')
+    shutil.copy(HOST / 'instance_bench.exe', work / 'machine/C')
+    figures(HOST / 'winmachine', 'run', work / 'machine', r'C:\instance_bench.exe')
+
+
+ALL = {job.__name__: job for job in (small, large, growth, application, download, memory, size, instances)}
+parser = argparse.ArgumentParser(prog='scripts/bench.sh')
+parser.add_argument('--quick', action='store_true')
+parser.add_argument('what', nargs='*', metavar='WHAT', help=', '.join(ALL))
+options = parser.parse_args()
+if unknown := set(options.what) - set(ALL):
+    parser.error(f'there is nothing named {", ".join(unknown)} to measure, only {", ".join(ALL)}')
+pairs, growth_rounds, memory_rounds, windows, instance_rounds = (3, 3, 1, 100, 1) if options.quick else (9, 5, 3, 500, 3)
+work = new_folder(place_to_work())
+machine = Prefix(work / 'wine')
+machine.begin()
+try:
+    commit = subprocess.run(['git', 'log', '-1', '--format=%h'], cwd=ROOT, capture_output=True, text=True, check=True).stdout.strip()
+    print(f'{f"{commit}, {datetime.date.today()}":72} {"figure":>8} {"bound":>8}')
+    for job in options.what or ALL:
+        ALL[job]()
+        for made in (*KINDS, 'machine'):
+            shutil.rmtree(work / made, ignore_errors=True)
+finally:
+    machine.end()
+sys.exit(1 if missed else 0)
