@@ -12,7 +12,7 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parents[1]
 sys.path.insert(0, str(ROOT / 'tools/prove'))
 from judge import new_folder, place_to_work
-from lab import HOST, WINDOWS, Prefix
+from lab import WINDOWS, Prefix
 
 # The bounds, each of which its figure may reach.
 BOUNDS = {
@@ -29,8 +29,6 @@ BOUNDS = {
     'peak memory of an install, KiB over a program that saves one link': 4096,
     'peak memory at 10,000 records, KiB over that at 1,250': 1024,
     'setup.exe, stripped, KiB': 360,
-    'entering and leaving at 1000 entries, over bare EnumWindows passes': 1.15,
-    'one of 1000 entries over one of 10': 1.15,
 }
 # The files of a package besides those of the sample: folders, files in each, and their bytes.
 KINDS = {'small': (50, 100, 1024), 'large': (1, 3, 200 << 20), 'fewer': (10, 125, 1024), 'more': (80, 125, 1024),
@@ -51,9 +49,9 @@ def shown(path):
     return f'Z:{path}'.replace('/', '\\')
 
 
-def said_by(*command, **options):
+def said_by(*command):
     return subprocess.run(list(map(str, command)), check=True, cwd=ROOT, env=machine.environment, stdout=subprocess.PIPE, text=True,
-                          stderr=subprocess.DEVNULL, **options).stdout
+                          stderr=subprocess.DEVNULL).stdout
 
 
 def wine(program, *arguments):
@@ -183,28 +181,14 @@ def size():
     report('setup.exe, stripped, KiB', -(-(work / 'stripped.exe').stat().st_size // 1024))
 
 
-def instances():
-    def figures(*command):
-        for line in said_by(*command, windows, instance_rounds).splitlines():
-            what, _, figure = line.partition('\t')
-            report(what, float(figure)) if figure else print(what)
-
-    print('List of running copies, under Wine:')
-    figures('scripts/wine.sh', WINDOWS / 'instance_bench.exe')
-    print('List of running copies, on the embedded machine:')
-    said_by(HOST / 'winmachine', 'create', work / 'machine')
-    shutil.copy(HOST / 'instance_bench.exe', work / 'machine/C')
-    figures(HOST / 'winmachine', 'run', work / 'machine', r'C:\instance_bench.exe')
-
-
-ALL = {job.__name__: job for job in (small, large, growth, application, download, memory, size, instances)}
+ALL = {job.__name__: job for job in (small, large, growth, application, download, memory, size)}
 parser = argparse.ArgumentParser(prog='scripts/bench.sh')
 parser.add_argument('--quick', action='store_true')
 parser.add_argument('what', nargs='*', metavar='WHAT', help=', '.join(ALL))
 options = parser.parse_args()
 if unknown := set(options.what) - set(ALL):
     parser.error(f'there is nothing named {", ".join(unknown)} to measure, only {", ".join(ALL)}')
-pairs, growth_rounds, memory_rounds, windows, instance_rounds = (3, 3, 1, 100, 1) if options.quick else (9, 5, 3, 500, 3)
+pairs, growth_rounds, memory_rounds = (3, 3, 1) if options.quick else (9, 5, 3)
 work = new_folder(place_to_work())
 machine = Prefix(work / 'wine')
 machine.begin()
@@ -213,7 +197,7 @@ try:
     print(f'{f"{commit}, {datetime.date.today()}":72} {"figure":>8} {"bound":>8}')
     for job in options.what or ALL:
         ALL[job]()
-        for made in (*KINDS, 'machine'):
+        for made in KINDS:
             shutil.rmtree(work / made, ignore_errors=True)
 finally:
     machine.end()

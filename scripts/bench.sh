@@ -4,11 +4,10 @@
 #
 # Measures the product under Wine. Each figure except the sizes is a ratio between two programs that run in turn. Prints a table with each
 # figure and its bound. The exit code is not 0 if a figure is above its bound. Wine's prefix and all files are in memory.
-# --quick: fewer rounds. WHAT: small large growth application download memory size instances; without it, all.
+# --quick: fewer rounds. WHAT: small large growth application download memory size; without it, all.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 cd "$root"
 needs bench
-build windows timed bare_copy instance_bench sample_package
-build host instance_bench winmachine
+build windows timed bare_copy sample_package
 PYTHONDONTWRITEBYTECODE=yes exec python3 bench/bench.py "$@"
