@@ -5,6 +5,7 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 exec python3 - <<'END'
+import graphlib
 import os
 import pathlib
 import re
@@ -65,25 +66,6 @@ def check(file, number, target):
         complaints.append(f'{source}:{number}: may not include {header}')
 
 
-def find_circle(graph):
-    """Returns a circle of units as a list, or none."""
-    state, trail = {}, []
-
-    def visit(unit):
-        state[unit] = 'open'
-        trail.append(unit)
-        for next_unit in sorted(graph.get(unit, ())):
-            if state.get(next_unit) == 'open':
-                return trail[trail.index(next_unit):] + [next_unit]
-            if next_unit not in state and (circle := visit(next_unit)):
-                return circle
-        state[unit] = 'done'
-        trail.pop()
-        return None
-
-    return next((circle for unit in sorted(graph) if unit not in state and (circle := visit(unit))), None)
-
-
 files = {path.as_posix(): path for top in pathlib.Path().iterdir() if top.name not in ('.git', 'build')
          for path in top.rglob('*.*')}
 tables, upward = read_tables(pathlib.Path('docs/architecture.md').read_text())
@@ -111,8 +93,10 @@ for top in ('src', 'platform', 'tools', 'download'):
                 graph.setdefault(unit, set()).add(other)
 for source, header in sorted(unused):
     complaints.append(f'docs/architecture.md lists an include that does not exist: {source} of {header}')
-if circle := find_circle(graph):
-    complaints.append('a circle of includes: ' + ' > '.join(circle))
+try:
+    graphlib.TopologicalSorter(graph).prepare()
+except graphlib.CycleError as circle:
+    complaints.append('a circle of includes: ' + ' > '.join(circle.args[1]))
 print('\n'.join(complaints), end='\n' if complaints else '', file=sys.stderr)
 sys.exit(bool(complaints))
 END

@@ -219,13 +219,13 @@ TEST_F(Rehearsed, JudgesTwelveThousandFilesAtOnce) {
 
 // One of each thing that a report can show.
 rehearse::Rehearsal Everything() {
-    rehearse::Step setup, uninstall;
+    rehearse::Step setup, uninstall, restart;
     setup.name = "setup";
     setup.command = "setup.exe \"</code><script>\"";
-    setup.outcome = {.started = true,
-                     .exitCode = 3,
-                     .programs = {"a.exe -x"},
-                     .messages = {{"<b>", "a &\nb", "OK"}, {"", "c", "No"}}};
+    setup.outcome.started = true;
+    setup.outcome.exitCode = 3;
+    setup.outcome.programs = {"a.exe -x"};
+    setup.outcome.messages = {{"<b>", "a &\nb", "OK"}, {"", "c", "No"}};
     setup.changes = {
         {'+', "C:\\Apps\\", "", "folder"},
         {'+', "C:\\Apps\\<img src=x>", "", "\x01<i>"},
@@ -247,7 +247,8 @@ rehearse::Rehearsal Everything() {
     uninstall.outcome.exitCode = 2;
     uninstall.remains = {{'+', "C:\\Apps\\", "", "folder"}};
     rehearse::Rehearsal rehearsal;
-    rehearsal.steps = {setup, uninstall, rehearse::Step{.name = "restart"}};
+    restart.name = "restart";
+    rehearsal.steps = {setup, uninstall, restart};
     rehearsal.faults = {{"setup", "ended with 3"}, {"setup", "<i>  isn't there"}};
     rehearsal.left = {{{'+', "C:\\stays", "", "5 bytes"}, "why"}, {{'+', "HKCU\\<k>\\", "", "key"}, ""}};
     return rehearsal;

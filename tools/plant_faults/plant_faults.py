@@ -5,6 +5,7 @@ linked before everything else, so that it takes the place of what the libraries 
 """
 
 import argparse
+import functools
 import hashlib
 import itertools
 import json
@@ -148,17 +149,13 @@ class Graph:
                 output = line.split(":")[0]
             elif line:
                 self.depends.setdefault(os.path.normpath(BUILD / line.strip()), set()).add(output)
-        self.links, self.lock = {}, threading.Lock()
 
+    @functools.cache
     def link(self, target):
-        """The command that links a target, and the members of its libraries."""
-        with self.lock:
-            if target not in self.links:
-                command = ninja("commands", "-s", target).strip()
-                members = {word: set(ninja("commands", "-s", word).split())
-                           for word in command.split() if word.endswith(".a") and not os.path.isabs(word)}
-                self.links[target] = (command, members)
-            return self.links[target]
+        """The command that links a target, and what it links: objects, and members of its libraries."""
+        command = ninja("commands", "-s", target).strip()
+        libraries = [word for word in command.split() if word.endswith(".a") and not os.path.isabs(word)]
+        return command, {word for part in (target, *libraries) for word in ninja("commands", "-s", part).split()}
 
     def objects_of(self, file):
         path = str(ROOT / file)
@@ -231,10 +228,8 @@ class Worker:
 
     def link(self, target, objects):
         """Links a program with the objects of the fault. False if it has no part in it."""
-        command, libraries = self.graph.link(target)
-        words = command.split()
-        concerned = {output: made for output, made in objects.items()
-                     if output in words or any(output in members for members in libraries.values())}
+        command, parts = self.graph.link(target)
+        concerned = {output: made for output, made in objects.items() if output in parts}
         if not concerned:
             return False
         for output, made in concerned.items():
@@ -320,20 +315,15 @@ class Planter:
         targets = {"end_to_end": ["end_to_end_tests.exe", "setup.exe"], "tools": ["tools_tests.exe"], **SCRIPTS}
         try:
             for program in dict.fromkeys(programs):
-                concerned = False
-                for target in targets.get(program, [f"{program}_tests.exe"]):
-                    if target in touched:
-                        concerned = True
-                        continue
+                needed = targets.get(program, [f"{program}_tests.exe"])
+                for target in set(needed) - touched:
                     for number, output in enumerate(outputs):
-                        command, libraries = self.graph.link(target)
-                        if output not in objects and (output in command.split() or any(output in m for m in libraries.values())):
+                        if output in self.graph.link(target)[1] and output not in objects:
                             made = worker.folder / f"{number}.o"
                             objects[output] = made if worker.compile(fault, output, made) else None
                     if worker.link(target, objects):
                         touched.add(target)
-                        concerned = True
-                if not concerned:
+                if not touched.intersection(needed):
                     continue
                 if program == "end_to_end":
                     worker.pack(touched)
