@@ -1,7 +1,5 @@
 #include "harness/scratch.h"
 
-#include <shlobj.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cstring>
@@ -58,38 +56,21 @@ void EndStartedPrograms() {
     }
 }
 
-void CleanRegistry() {
-    ForgetMarks();
-    DeleteValue(HKEY_LOCAL_MACHINE, TEXT("SOFTWARE\\RegisteredApplications"), TEXT("Qantivo.8"));
-    const auto clean = [](HKEY hive, const Text& software) {
-        for (const LPCWSTR key : {TEXT("Lorvanta"), TEXT("Classes\\Applications\\QtvApp8.exe"),
-                                  TEXT("Classes\\CLSID\\{5E0C2B7A-8D41-4F69-9C3B-71A6D2E48F15}"),
-                                  TEXT("Classes\\Qantivo.8"), TEXT("Classes\\QV8.Document"),
-                                  TEXT("Microsoft\\Windows\\CurrentVersion\\App Paths\\QtvApp8.exe"),
-                                  TEXT("Microsoft\\Windows\\CurrentVersion\\Uninstall\\Qantivo 8"),
-                                  TEXT("Mozilla\\NativeMessagingHosts\\qtvff")})
-            DeleteKeyTree(hive, software + key);
-    };
-    clean(HKEY_LOCAL_MACHINE, TEXT("SOFTWARE\\"));
-    clean(HKEY_CURRENT_USER, TEXT("SOFTWARE\\"));
+// Removes all whose names begin so.
+void Remove(const std::string& start) {
+    if (!start.starts_with("HK")) {
+        const Text path = Wide(start), folder = path.substr(0, path.rfind(TEXT('\\')));
+        ForEachEntry(folder, path.substr(folder.size() + 1) + TEXT("*"),
+                     [&](const Text& name, bool) { DeleteTree(folder + TEXT("\\") + name); });
+        return;
+    }
+    const Text name = Wide(start.substr(start.find('\\') + 1)), key = name.substr(0, name.rfind(TEXT('\\')));
+    const bool isValue = name.size() > key.size() + 1;
+    if (isValue) return DeleteValue(HKEY_LOCAL_MACHINE, key, name.substr(key.size() + 4));
+    if (start.starts_with("HKLM")) return DeleteKeyTree(HKEY_LOCAL_MACHINE, key);
     WCHAR user[MAX_PATH];
     for (DWORD index = 0; RegEnumKeyW(HKEY_USERS, index, user, MAX_PATH) == ERROR_SUCCESS; ++index)
-        clean(HKEY_USERS, user + Text(TEXT("\\Software\\")));
-}
-
-void CleanFiles() {
-    DeleteTree(kScratch);
-    DeleteTree(TEXT("C:\\Program Files\\Qantivo 8"));
-    WCHAR path[MAX_PATH];
-    (void)GetWindowsDirectoryW(path, MAX_PATH);
-    DeleteTree(path + Text(TEXT("\\wininit.ini")));
-    if (GetTempPathW(MAX_PATH, path))
-        ForEachEntry(path, TEXT("uni*"), [&](const Text& name, bool) { DeleteTree(path + name); });
-    for (const int folder : {CSIDL_PROGRAMS, CSIDL_COMMON_PROGRAMS, CSIDL_STARTUP, CSIDL_COMMON_STARTUP,
-                             CSIDL_DESKTOP, CSIDL_COMMON_DESKTOPDIRECTORY})
-        if (SHGetFolderPathW(nullptr, folder, nullptr, SHGFP_TYPE_CURRENT, path) == S_OK)
-            ForEachEntry(path, TEXT("Qantivo*"),
-                         [&](const Text& name, bool) { DeleteTree(path + Text(TEXT("\\")) + name); });
+        DeleteKeyTree(HKEY_USERS, user + key.substr(1));
 }
 
 // What QTV_RESTART says: nothing, "never", or how often the machine has restarted for the only test of this run.
@@ -136,8 +117,9 @@ ScratchTest::ScratchTest() {
     if (!IsBeforeRestart(1)) return;
     (void)SetCurrentDirectoryW(TEXT("C:\\"));
     EndStartedPrograms();
-    CleanFiles();
-    CleanRegistry();
+    ForgetMarks();
+    for (const std::string& start : lab::Touched())
+        Remove(start);
     MakeFolder(kScratch);
     EXPECT_TRUE(SetCurrentDirectoryW(kScratch.c_str()));
 }

@@ -43,10 +43,9 @@ bool SetVirtualClock(bool on);
 // Where a test keeps its files.
 inline const Text kScratch = TEXT("C:\\Scratch");
 
-// Each test starts on a clean machine. C:\Scratch is empty and is the current folder. There is no uninstaller (uni*) in
-// the temporary folder, no boot-time mark, no WININIT.INI, no registry key of the product, no C:\Program Files\Qantivo
-// 8, nothing whose name begins with "Qantivo" in the Programs, Startup and Desktop folders, and no program left running
-// by an earlier test. Programs that a test leaves running end with the test.
+// Each test starts on a clean machine: there is nothing that setup and the tests may change (the table in
+// tools/lab/touched.cpp), no boot-time mark, and no program left running by an earlier test. C:\Scratch is empty and is
+// the current folder. Programs that a test leaves running end with the test.
 class ScratchTest : public ::testing::Test {
   protected:
     ScratchTest();

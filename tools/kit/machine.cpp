@@ -25,11 +25,12 @@ std::string Variable(const wchar_t* name) {
     return tools::Utf8(value);
 }
 
-std::string VersionText(const wchar_t* name) {
+// A text of HKLM; empty if there is none.
+std::wstring RegistryText(const wchar_t* key, const wchar_t* name) {
     wchar_t text[MAX_PATH] = {};
     DWORD cbText = sizeof text;
-    (void)RegGetValueW(HKEY_LOCAL_MACHINE, kVersionKey, name, RRF_RT_REG_SZ, nullptr, text, &cbText);
-    return tools::Utf8(text);
+    (void)RegGetValueW(HKEY_LOCAL_MACHINE, key, name, RRF_RT_REG_SZ, nullptr, text, &cbText);
+    return text;
 }
 
 std::uint64_t Digest(const std::string& text) {
@@ -108,7 +109,7 @@ std::string NameOfSystem() {
                        &cbRevision);
     return WinesVersion() + "Windows " + std::to_string(version.dwMajorVersion) + "." +
            std::to_string(version.dwMinorVersion) + ", build " + std::to_string(version.dwBuildNumber) + "." +
-           std::to_string(revision) + " " + VersionText(L"DisplayVersion") + ", " +
+           std::to_string(revision) + " " + tools::Utf8(RegistryText(kVersionKey, L"DisplayVersion")) + ", " +
            Variable(L"PROCESSOR_ARCHITECTURE") + " (" + Variable(L"PROCESSOR_IDENTIFIER") + ")";
 }
 
@@ -155,11 +156,7 @@ std::string Nobodys(std::string text) {
 }
 
 std::filesystem::path RestartedFor() {
-    wchar_t results[MAX_PATH] = {};
-    DWORD cbResults = sizeof results;
-    (void)RegGetValueW(HKEY_LOCAL_MACHINE, kRestartedKey, kRestartedValue, RRF_RT_REG_SZ, nullptr, results,
-                       &cbResults);
-    return results;
+    return RegistryText(kRestartedKey, kRestartedValue);
 }
 
 void ForgetRestart() {

@@ -79,7 +79,10 @@ bool IsLeftOut(const std::string& name);
 // Whether the machine also holds what isn't the tests' concern: where the kit runs, which sets QTV_KIT. Others change a
 // Windows at any time, and their names are nobody's business. States then hold only what is touched.
 bool IsSomebodys();
-// Whether setup or the tests may change this item of Take: the table in touched.cpp.
+// What setup and the tests may change, by the beginnings of the names of items of Take: the table in touched.cpp. HKU\* are the
+// keys of every user.
+const std::vector<std::string>& Touched();
+// Whether this item is among them.
 bool IsTouched(const std::string& name);
 // Whether such items may lie below this folder or key.
 bool LeadsToTouched(const std::string& name);

@@ -44,17 +44,6 @@ constexpr const char* kTouched[] = {
     "HKU\\*\\QV8.Document\\",
 };
 
-const std::vector<std::string>& Touched() {
-    static const auto touched = [] {
-        std::vector<std::string> all(std::begin(kTouched), std::end(kTouched));
-        for (std::string& start : all)
-            for (const auto& [path, name] : Names())
-                if (name.starts_with("<")) start = tools::Replaced(std::move(start), name, path);
-        return all;
-    }();
-    return touched;
-}
-
 char Lower(char letter) {
     return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
 }
@@ -67,6 +56,17 @@ bool Begins(const std::string& text, const std::string& start) {
 }
 
 }  // namespace
+
+const std::vector<std::string>& Touched() {
+    static const auto touched = [] {
+        std::vector<std::string> all(std::begin(kTouched), std::end(kTouched));
+        for (std::string& start : all)
+            for (const auto& [path, name] : Names())
+                if (name.starts_with("<")) start = tools::Replaced(std::move(start), name, path);
+        return all;
+    }();
+    return touched;
+}
 
 std::string OfEveryUser(std::string name) {
     if (const auto end = name.find('\\', 4); name.starts_with("HKU\\") && end != name.npos)

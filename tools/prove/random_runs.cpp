@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "end_to_end/run.h"
+#include "harness/registry_values.h"
 
 namespace {
 
@@ -116,16 +117,8 @@ class RandomRun : public EndToEndTest {
 
     // Returns where the product is, according to the registry.
     static std::string Folder() {
-        WCHAR path[MAX_PATH] = {};
-        DWORD cbPath = sizeof path;
-        HKEY key = nullptr;
-        if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, TEXT("SOFTWARE\\Lorvanta\\Qantivo 8"), 0, KEY_READ, &key) ==
-            0) {
-            (void)RegQueryValueExW(key, TEXT("Path"), nullptr, nullptr, reinterpret_cast<BYTE*>(path),
-                                   &cbPath);
-            RegCloseKey(key);
-        }
-        return path[0] ? Narrow(path) : "C:\\Scratch\\p\\Qantivo";
+        const auto path = GetValue(HKEY_LOCAL_MACHINE, TEXT("SOFTWARE\\Lorvanta\\Qantivo 8"), TEXT("Path"));
+        return path ? Narrow(reinterpret_cast<LPCWSTR>(path->bytes.c_str())) : "C:\\Scratch\\p\\Qantivo";
     }
 
     // Writes files of another program into the product's folder, and deletes files of the product.
