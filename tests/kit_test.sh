@@ -15,7 +15,7 @@ mkdir "$work/drive" && cd "$work/drive" || exit 1
 devices=$work/wine/prefix/dosdevices
 rm "$devices/z:"
 ln -s "$work/drive" "$devices/k:"
-ln -s /proc "$devices/r:" # a drive without room
+ln -s /proc "$devices/r:" # a drive without space
 
 # start EXIT-CODE OPTION...
 start() {
@@ -38,7 +38,7 @@ export GTEST_FILTER='Programs.*:System.*:Restart.*'
 "$root/scripts/wine.sh" reg.exe add 'HKLM\SOFTWARE\QtvKit' /v QtvKit /d 'K:\gone' /f >/dev/null
 few=(/only machine_tests /only package_check /only download)
 start 0 "$marked" /no-restart "${few[@]}"
-says '5 right, 0 failed, 1 not run'
+says '6 right, 0 failed, 1 not run'
 says 'Restart.CarriesMarksOutInOrderAndTakesThemAway: it needs a restart of the machine' "$results/results.txt"
 says '<skipped message="it needs a restart of the machine"/>' "$results/results.xml"
 says '| link to a path in quotes | `1 c:\Scratch\a b` | `1 c:\Scratch\a b` | `1 C:\Scratch\a b` |' "$results/facts.md"
@@ -82,7 +82,7 @@ no_start() {
     says "$1"
 }
 no_start "isn't marked as throwaway" /results 'K:\none'
-no_start 'there is no room' "$marked" /results 'R:\none'
+no_start 'there is no space' "$marked" /results 'R:\none'
 touch "$work/drive/file"
 no_start "can't be written" "$marked" /results 'K:\file'
 no_start 'there is no option /x' "$marked" /x

@@ -17,8 +17,6 @@ class CObject {
 
     // Returns the description of the object's own class.
     virtual const CRuntimeClass* GetRuntimeClass() const { return &classCObject; }
-    // True when the object's class is `kind` or derives from it.
-    bool IsKindOf(const CRuntimeClass* kind) const;
 
   protected:
     CObject() = default;

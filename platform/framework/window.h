@@ -1,7 +1,7 @@
 // CWnd: a window by its handle; CButton, CStatic, CEdit: the controls of a dialog; AfxMessageBox; message maps.
 //
 // The object of a control only refers to its window. Neither of them destroys the other. Without a window
-// every operation does nothing and returns 0.
+// every operation has no effect and returns 0.
 #pragma once
 
 #include <windows.h>

@@ -45,7 +45,7 @@ int Answer(const lab::Box& box) {
 }  // namespace
 
 std::set<DWORD> StartedPrograms() {
-    // Two counts, then the ids. The system's declaration has room for only one id.
+    // Two counts, then the ids. The system's declaration has space for only one id.
     static_assert(offsetof(JOBOBJECT_BASIC_PROCESS_ID_LIST, ProcessIdList) == sizeof(ULONG_PTR));
     ULONG_PTR words[1 + kMaxPrograms] = {};
     EXPECT_TRUE(

@@ -52,10 +52,12 @@ using Ends = std::vector<std::pair<HWND, UINT>>;
 std::vector<int> commands;  // ids of pressed buttons
 Ends ends;
 std::string heard;  // what the dialog procedure got, in order
+int asked = 0;      // for the default button
 
 // Button 50 ends the dialog with 500.
 INT_PTR CALLBACK Procedure(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) {
     const int id = LOWORD(wParam), notification = HIWORD(wParam);
+    asked += message == DM_GETDEFID;
     const std::pair<UINT, const char*> names[] = {
         {WM_SETFONT, "font"},    {WM_INITDIALOG, "init"}, {WM_ACTIVATE, "activate"},
         {WM_SHOWWINDOW, "show"}, {WM_NEXTDLGCTL, "next"}, {WM_PARENTNOTIFY, "parentnotify"},
@@ -164,6 +166,12 @@ TEST_F(Dialogs, FollowTheKeyboard) {
     Pump(dialog);
     EXPECT_EQ(commands, std::vector{30});
     EXPECT_FALSE(IsDlgButtonChecked(dialog, 30)) << "ticked by its access key, and not any more";
+    (void)SetFocus(control(11));
+    asked = 0;
+    EXPECT_TRUE(PostMessageW(control(11), WM_KEYDOWN, VK_RETURN, 0));
+    Pump(dialog);
+    EXPECT_EQ(asked, 1) << "Enter doesn't get to an edit of one line";
+    EXPECT_EQ(commands.back(), IDOK);
     EXPECT_TRUE(DestroyWindow(dialog));
 }
 
@@ -292,9 +300,10 @@ TEST_F(Dialogs, EditsOfManyLinesActForTheirDialogOnceItAsksThem) {
         int edit;
         WPARAM key;
         const char* windows;
-    } rows[] = {{false, 13, VK_TAB, ""},     {false, 13, VK_RETURN, ""},     {false, 13, VK_ESCAPE, ""},
-                {true, 13, VK_TAB, "next "}, {true, 13, VK_RETURN, "next "}, {true, 13, VK_ESCAPE, "close "},
-                {true, 11, VK_TAB, ""},      {true, 11, VK_ESCAPE, ""}};
+    } rows[] = {{false, 11, VK_TAB, ""},        {false, 11, VK_RETURN, ""},      {false, 13, VK_TAB, ""},
+                {false, 13, VK_RETURN, ""},     {false, 13, VK_ESCAPE, ""},      {true, 13, VK_TAB, "next "},
+                {true, 13, VK_RETURN, "next "}, {true, 13, VK_ESCAPE, "close "}, {true, 11, VK_TAB, ""},
+                {true, 11, VK_ESCAPE, ""}};
     for (const auto& row : rows) {
         SCOPED_TRACE(::testing::Message() << &row - rows);
         const HWND edit = GetDlgItem(dialog, row.edit);
@@ -335,6 +344,10 @@ TEST_F(Dialogs, EditsUndoTheLastChange) {
     EXPECT_TRUE(SendMessageW(edit, EM_CANUNDO, 0, 0));
     EXPECT_EQ(SendMessageW(edit, WM_UNDO, 0, 0), 1);
     EXPECT_EQ(TextOf(edit), TEXT("axydef"));
+    constexpr LPARAM kAltDown = 0x20000000;
+    for (const LPARAM with : {LPARAM{0}, kAltDown})
+        (void)SendMessageW(edit, WM_SYSKEYDOWN, VK_BACK, with);
+    EXPECT_EQ(Narrow(TextOf(edit)), Expected("Alt+Backspace", "ydef"));
     (void)SendMessageW(edit, EM_SETSEL, 0, 1);
     (void)SendMessageW(edit, EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>(TEXT("z")));
     EXPECT_FALSE(SendMessageW(edit, EM_CANUNDO, 0, 0));
@@ -359,6 +372,40 @@ TEST_F(Dialogs, GetMessagesInTheOrderOfWindows) {
         heard.clear();
         EXPECT_EQ(DialogBoxIndirectParamW(nullptr, modal.get(), nullptr, procedure, focusesFirst), 500);
         EXPECT_EQ(heard, windows);
+    }
+}
+
+TEST_F(Dialogs, TellThatTheyAreActiveNoMoreEvenIfHidden) {
+    const HWND dialog = MakeDialog({kFrame & ~WS_VISIBLE, kModalItems});
+    EXPECT_TRUE(SetForegroundWindow(dialog) && GetActiveWindow() == dialog);
+    heard.clear();
+    EXPECT_TRUE(EndDialog(dialog, 1));
+    EXPECT_EQ(heard, "activate ");
+    EXPECT_EQ(GetActiveWindow(), nullptr);
+    EXPECT_TRUE(DestroyWindow(dialog));
+}
+
+TEST_F(Dialogs, OfMessagesHaveTheirDefaultButtonAndKeys) {
+    constexpr WCHAR kBox[] = TEXT("Box of the tests");
+    const struct {
+        UINT style;
+        WPARAM key;
+        int button;
+    } rows[] = {{MB_YESNO, VK_RETURN, IDYES},
+                {MB_YESNO | MB_DEFBUTTON2, VK_RETURN, IDNO},
+                {MB_YESNOCANCEL | MB_DEFBUTTON2, VK_RETURN, IDNO},
+                {MB_OKCANCEL | MB_DEFBUTTON2, VK_RETURN, IDCANCEL},
+                {MB_YESNO, 'N', IDNO},
+                {MB_YESNO | MB_DEFBUTTON2, 'y', IDYES}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(::testing::Message() << &row - rows);
+        const BoxAnswers answers({kLeftOpen});
+        const auto drive = [&](const Driver& box) {
+            box.Await("the answer", [&] { return !answers.Shown().empty(); });
+            box.Key(row.key == VK_RETURN ? WM_KEYDOWN : WM_CHAR, row.key);
+        };
+        const auto show = [&] { return MessageBoxW(nullptr, TEXT("Text"), kBox, row.style); };
+        EXPECT_EQ(RunDriven(kBox, show, drive), row.button);
     }
 }
 

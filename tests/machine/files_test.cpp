@@ -1,4 +1,6 @@
 // Plain files and folders, as the program relies on them.
+#include <io.h>
+
 #include "machine/file_calls.h"
 
 namespace {
@@ -41,6 +43,47 @@ TEST_F(Files, ReadOnlyFileIsNeitherDeletedNorOverwrittenButMoved) {
               DWORD{FILE_ATTRIBUTE_READONLY});
     EXPECT_TRUE(SetFileAttributesW(TEXT("copy"), FILE_ATTRIBUTE_NORMAL));
     EXPECT_EQ(Delete("copy"), "ok");
+}
+
+std::string MakeTemporary(UINT number) {
+    WCHAR name[MAX_PATH] = {};
+    GetTempFileNameW(TEXT("."), TEXT("x"), number, name);
+    return Attributes(Narrow(name));
+}
+
+// The attributes that a file has then.
+std::string SetAttributes(const std::string& path, DWORD attributes) {
+    if (!SetFileAttributesW(Wide(path).c_str(), attributes)) return Told(false);
+    return std::to_string(GetFileAttributesW(Wide(path).c_str()));
+}
+
+TEST_F(Files, AnswerAsWindowsDoes) {
+    MakeFolder(TEXT("folder"));
+    const HANDLE file = CreateFileW(TEXT("a"), GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, 0, nullptr);
+    LARGE_INTEGER below;
+    below.QuadPart = -1;
+    const std::string sought = Told(SetFilePointerEx(file, below, nullptr, FILE_BEGIN));
+    // Five units of 100 ns before 1970. No time changes nothing.
+    constexpr FILETIME kBefore1970 = {0xD53E7FFB, 0x019DB1DE}, kNone = {};
+    EXPECT_TRUE(SetFileTime(file, nullptr, nullptr, &kBefore1970));
+    EXPECT_TRUE(SetFileTime(file, nullptr, nullptr, &kNone));
+    CloseHandle(file);
+    const FILETIME written = Search(TEXT("a")).at(0).ftLastWriteTime;
+    EXPECT_EQ(written.dwLowDateTime, kBefore1970.dwLowDateTime);
+    EXPECT_EQ(written.dwHighDateTime, kBefore1970.dwHighDateTime);
+    WIN32_FIND_DATAW data;
+    const HANDLE search = FindFirstFileW(TEXT("*"), &data);
+    ExpectAnswers({
+        {"seek below zero", sought, "131"},
+        {"close no file", Told(CloseHandle(INVALID_HANDLE_VALUE)), "ok"},
+        {"close a search as a file", Told(CloseHandle(search)), "ERROR_INVALID_HANDLE"},
+        {"temporary file of a number", MakeTemporary(0x10001), "ERROR_FILE_NOT_FOUND"},
+        {"temporary file of a number that is cut to 0", MakeTemporary(0x10000), "ok"},
+        {"attributes that stay", SetAttributes("a", 0x3100), "12544"},
+        {"a temporary folder", SetAttributes("folder", 0x100), "ERROR_INVALID_PARAMETER"},
+        {"access to NUL", std::to_string(_waccess(TEXT("NUL"), 0)), "0"},
+    });
+    FindClose(search);
 }
 
 // The names that a search finds, sorted.

@@ -48,6 +48,22 @@ std::string FailedStart() {
     return isCleared ? "is cleared" : "is as before";
 }
 
+// Loads a file beside it, before and after it has restricted itself to libraries of the system.
+CHILD_PROGRAM(LoadsALibrary) {
+    using SetDirectories = BOOL(WINAPI*)(DWORD);
+    constexpr DWORD kSystemFolder = 0x800;
+    const auto restrict = reinterpret_cast<SetDirectories>(reinterpret_cast<void*>(
+        GetProcAddress(GetModuleHandleW(TEXT("kernel32")), "SetDefaultDllDirectories")));
+    const auto error = [] { return LoadLibraryW(TEXT("neighbour.dll")) ? DWORD{0} : GetLastError(); };
+    const DWORD before = error();
+    return restrict(kSystemFolder) ? static_cast<int>(before * 1000 + error()) : -1;
+}
+
+TEST_F(Programs, LoadLibrariesOfTheSystemOnlyIfTheySaySo) {
+    MakeFile(TEXT("C:\\Scratch\\neighbour.dll"), "no library");
+    EXPECT_EQ(RunChild("LoadsALibrary"), ERROR_BAD_EXE_FORMAT * 1000 + ERROR_MOD_NOT_FOUND);
+}
+
 TEST_F(Programs, FindTheirSystemAsWindowsAnswers) {
     for (const LPCWSTR name : {TEXT("CommonProgramFiles"), TEXT("COMPUTERNAME"), TEXT("OS"), TEXT("PATHEXT"),
                                TEXT("PROCESSOR_ARCHITECTURE"), TEXT("ProgramFiles(x86)")})

@@ -62,8 +62,8 @@ TEST_F(Registry, FailsWithTheErrorThatItsCallersTellApart) {
         {"delete a key with sub-keys", DeleteKey(m_key, TEXT("Parent")), "ERROR_ACCESS_DENIED"},
         {"delete without a name", DeleteKey(m_key, nullptr), "ERROR_INVALID_PARAMETER"},
         {"enumerate past the end", EnumerateKey(m_key, 1, kTextChars), "ERROR_NO_MORE_ITEMS"},
-        {"enumerate without room for the end", EnumerateKey(m_key, 0, 6), "ERROR_MORE_DATA"},
-        {"enumerate with just room", EnumerateKey(m_key, 0, 7), "ok"},
+        {"enumerate without space for the end", EnumerateKey(m_key, 0, 6), "ERROR_MORE_DATA"},
+        {"enumerate with just enough space", EnumerateKey(m_key, 0, 7), "ok"},
     });
 
     // The system looks for the terminator even after the end that it is told.
@@ -88,7 +88,7 @@ TEST_F(Registry, GivesValuesByBytes) {
             EXPECT_EQ(error, cbBuffer < 4 ? ERROR_MORE_DATA : ERROR_SUCCESS) << cbBuffer;
             EXPECT_EQ(cbValue, 4u) << cbBuffer;
             EXPECT_EQ(found, type) << cbBuffer;
-            // A text without a terminator gets one if there is room; it isn't counted.
+            // A text without a terminator gets one if there is space; it isn't counted.
             const std::string end = type == REG_SZ && cbBuffer >= 6 ? std::string("\0\0##", 4) : "####";
             EXPECT_EQ(std::string(buffer, buffer + 8), (cbBuffer < 4 ? "####" : text) + end) << cbBuffer;
         }

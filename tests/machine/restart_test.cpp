@@ -22,7 +22,7 @@ TEST_F(Restart, CarriesMarksOutInOrderAndTakesThemAway) {
             {TEXT("C:\\Scratch\\running.exe"), TEXT("")},
             {TEXT("C:\\Scratch\\kept"), TEXT("C:\\Scratch\\taken")},  // a move doesn't replace
             {TEXT("C:\\Scratch\\moves"), TEXT("C:\\Scratch\\moved")},
-            {TEXT("C:\\Scratch\\old"), TEXT("")},  // but a delete mark before it makes room
+            {TEXT("C:\\Scratch\\old"), TEXT("")},  // but a delete mark before it makes way
             {TEXT("C:\\Scratch\\new"), TEXT("C:\\Scratch\\old")},
             {TEXT("C:\\Scratch\\empty"), TEXT("")},
             {TEXT("C:\\Scratch\\full"), TEXT("")},

@@ -3,6 +3,8 @@
 
 #include <cstdarg>
 
+#include <resource.h>
+
 #include "harness/registry_values.h"
 #include "machine/file_calls.h"
 
@@ -149,12 +151,14 @@ TEST_F(System, AnswersAsWindowsDoes) {
     WCHAR written[16];
     const BYTE text[] = {'a', 0, 'b', 0, 0, 0, 'c', 0};
     ExpectAnswers({
-        {"a program's parameters and instance",
+        {"a program's parameters, instance and way to be shown",
          std::to_string(RunProgram(TEXT("\"C:\\Scratch\\program.exe\"  ends \"at once\""))), "7"},
         {"library in a sub-folder", Load(TEXT("qtvprobe\\a.dll")), "ERROR_BAD_EXE_FORMAT"},
         {"library in no sub-folder", Load(TEXT("qtvprobe\\b.dll")), "ERROR_MOD_NOT_FOUND"},
         {"library with blanks at its end", Load(TEXT("kernel32.dll   ")), "ok"},
         {"length without a buffer", Written(nullptr, TEXT("a%d"), 1234), "5:"},
+        {"a number after wide blanks", std::to_string(_wtoi(TEXT("\u3000\u00A0 12x"))), "12"},
+        {"the folder of 32-bit programs", Attributes("C:\\Program Files (x86)\\Common Files"), "ok"},
         {"%3c", Written(written, TEXT("%3c"), 'a'), "3:  a"},
         {"%04s", Written(written, TEXT("%04s"), TEXT("foo")), "4:0foo"},
         {"%05d", Written(written, TEXT("%05d"), -12), "5:-0012"},
@@ -170,6 +174,7 @@ TEST_F(System, AnswersAsWindowsDoes) {
         {"no section", Section(nullptr), "0 ERROR_INVALID_PARAMETER"},
         {"held profile", WriteHeldProfile(), "ok"},
         {"text that is missing from its block", LoadText(5), "0 ERROR_RESOURCE_NAME_NOT_FOUND"},
+        {"text with a number that is cut", LoadText(0x10000 + IDS_PRODUCT), LoadText(IDS_PRODUCT)},
         {"version by a bare name", Version(TEXT("qtvprobe.exe"), TEXT("\\VarFileInfo\\Translation")),
          "4 1033 1200"},
         {"version text", Version(TEXT("qtvprobe.exe"), TEXT("\\stringfileinfo\\040904b0\\FILEVERSION"), true),

@@ -1,5 +1,5 @@
 // Top-level windows and their messages, as the program relies on them.
-#include "harness/scratch.h"
+#include "machine/answers.h"
 
 #include <thread>
 
@@ -53,6 +53,8 @@ LRESULT CALLBACK Listen(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
                                                   {WM_NCDESTROY, "ncdestroy"}};
     for (const auto& [number, name] : names)
         if (message == number) told += (told.empty() ? "" : " ") + std::string(name);
+    if (message == WM_NCCREATE && reinterpret_cast<const CREATESTRUCTW*>(lParam)->lpCreateParams)
+        return FALSE;
     return message == WM_CLOSE ? 0 : DefWindowProcW(window, message, wParam, lParam);
 }
 
@@ -62,11 +64,11 @@ TEST_F(Windows, GetMessagesInTheOrderOfWindows) {
     listener.lpfnWndProc = Listen;
     listener.lpszClassName = TEXT("MachineTestListener");
     (void)RegisterClassExW(&listener);
-    const auto make = [&](DWORD style, HWND parent) {
+    const auto make = [&](DWORD style, HWND parent, void* refuses = nullptr) {
         return CreateWindowExW(0, listener.lpszClassName, TEXT("x"), style, 10, 10, 200, 100, parent, nullptr,
-                               nullptr, nullptr);
+                               nullptr, refuses);
     };
-    HWND frame = nullptr, child = nullptr;
+    HWND frame = nullptr, child = nullptr, over = nullptr;
     const auto place = [](HWND window, int x, int width, UINT flags) {
         (void)SetWindowPos(window, nullptr, x, 10, width, 100, flags | SWP_NOZORDER | SWP_NOACTIVATE);
     };
@@ -82,6 +84,11 @@ TEST_F(Windows, GetMessagesInTheOrderOfWindows) {
         {"show it", [&] { (void)ShowWindow(frame, SW_SHOW); },
          "showwindow ncactivate activate setfocus size move"},
         {"show it again", [&] { (void)ShowWindow(frame, SW_SHOW); }, ""},
+        {"show it below another", [&] { over = MakeFrame(TEXT("Over"), WS_POPUP | WS_VISIBLE); },
+         "ncactivate activate killfocus"},
+        {"show it again there", [&] { (void)ShowWindow(frame, SW_SHOW); }, ""},
+        {"show what lies over it no more", [&] { (void)DestroyWindow(over); },
+         "ncactivate activate setfocus"},
         {"disable the child", [&] { (void)EnableWindow(child, FALSE); }, "cancelmode enable"},
         {"disable it again", [&] { (void)EnableWindow(child, FALSE); }, "cancelmode"},
         {"enable the child", [&] { (void)EnableWindow(child, TRUE); }, "enable"},
@@ -90,8 +97,11 @@ TEST_F(Windows, GetMessagesInTheOrderOfWindows) {
         {"move and size it", [&] { place(child, 30, 250, 0); }, "nccalcsize move size"},
         {"size the child", [&] { place(child, 30, 300, 0); }, "nccalcsize size"},
         {"hide the child", [&] { (void)ShowWindow(child, SW_HIDE); }, "showwindow"},
+        {"show the child", [&] { (void)ShowWindow(child, SW_SHOW); }, "showwindow"},
         {"Alt+F4", [&] { (void)SendMessageW(child, WM_SYSKEYDOWN, VK_F4, 0x20000000); }, "close"},
-        {"destroy the child", [&] { (void)DestroyWindow(child); }, "parentnotify destroy ncdestroy"},
+        {"destroy the child", [&] { (void)DestroyWindow(child); },
+         "parentnotify showwindow destroy ncdestroy"},
+        {"make a child that refuses", [&] { (void)make(WS_CHILD, frame, &frame); }, "nccreate ncdestroy"},
         {"the menu's command", [&] { (void)SendMessageW(frame, WM_SYSCOMMAND, SC_CLOSE, 0); }, "close"},
         {"destroy it", [&] { (void)DestroyWindow(frame); },
          "ncactivate activate killfocus destroy ncdestroy"},
@@ -103,6 +113,52 @@ TEST_F(Windows, GetMessagesInTheOrderOfWindows) {
             (void)DispatchMessageW(&message);
         EXPECT_EQ(told, row.windows) << row.what;
     }
+}
+
+// The width of a window that is made in that way, and its size when it is to be below zero.
+std::string Sizes(DWORD style, HWND parent, int width) {
+    const HWND window = CreateWindowExW(0, TEXT("STATIC"), TEXT(""), style, 0, 0, width, 10, parent, nullptr,
+                                        nullptr, nullptr);
+    RECT made = {}, sized = {};
+    (void)GetWindowRect(window, &made);
+    (void)SetWindowPos(window, nullptr, 0, 0, -5, -10, SWP_NOZORDER | SWP_NOACTIVATE | SWP_NOMOVE);
+    (void)GetWindowRect(window, &sized);
+    (void)DestroyWindow(window);
+    return std::to_string(made.right - made.left) + " " + std::to_string(sized.right - sized.left) + "x" +
+           std::to_string(sized.bottom - sized.top);
+}
+
+TEST_F(Windows, AnswerAsWindowsDoes) {
+    const HWND frame = MakeFrame(TEXT("Frame"));
+    const auto post = [&](UINT message, LPCWSTR text) {
+        return Told(PostMessageW(frame, message, 0, reinterpret_cast<LPARAM>(text)));
+    };
+    const auto peek = [](UINT first, UINT last) {
+        MSG message = {nullptr, WM_NULL, 0, 0, 0, {}};
+        (void)PeekMessageW(&message, nullptr, first, last, PM_REMOVE);
+        return std::to_string(message.message);
+    };
+    const auto character = [&](WPARAM key) {
+        BYTE keys[2][256] = {};
+        keys[1][VK_CONTROL] = 0x80;
+        const MSG stroke = {frame, WM_KEYDOWN, key, 0, 0, {}};
+        EXPECT_TRUE(SetKeyboardState(keys[1]) && TranslateMessage(&stroke) && SetKeyboardState(keys[0]));
+        return peek(WM_CHAR, WM_CHAR);
+    };
+    PostQuitMessage(3);
+    ExpectAnswers({
+        {"the end of the thread among keys", peek(WM_KEYFIRST, WM_KEYLAST), std::to_string(WM_QUIT)},
+        {"the end of the thread once more", peek(WM_KEYFIRST, WM_KEYLAST), "0"},
+        {"post a text", post(WM_SETTEXT, TEXT("x")), "1159"},
+        {"post a text to put in", post(EM_REPLACESEL, TEXT("x")), "1159"},
+        {"post a number", post(WM_APP, nullptr), "ok"},
+        {"character of Ctrl+Tab", character(VK_TAB), "0"},
+        {"character of Ctrl+Return", character(VK_RETURN), std::to_string(WM_CHAR)},
+        {"sizes below zero", Sizes(WS_POPUP, nullptr, -5), "0 0x0"},
+        {"sizes below zero of a child", Sizes(WS_CHILD, frame, -5), "0 0x0"},
+        {"the system's size for a child", Sizes(WS_CHILD, frame, CW_USEDEFAULT), "0 0x0"},
+    });
+    EXPECT_TRUE(DestroyWindow(frame));
 }
 
 TEST_F(Windows, GetTenThousandMessagesInOrder) {

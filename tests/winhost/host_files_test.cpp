@@ -6,6 +6,8 @@
 #include <winhost.h>
 #include "winhost/neighbour.h"
 
+using namespace std::string_literals;
+
 namespace {
 
 class HostFiles : public ScratchTest {};
@@ -168,7 +170,7 @@ TEST_F(HostFiles, ProfileFilesKeepTheirEncodingAndOtherSections) {
         LPCWSTR entries;
         std::string after;
     } rows[] = {
-        {"", TEXT("k=\u20AC\u0151\0v=2\0"), "[a]\r\nk=\x80?\r\nv=2\r\n"},
+        {"", TEXT("k=\u20AC\0v=2\0"), "[a]\r\nk=\x80\r\nv=2\r\n"},
         {"[A]\r\nold=1\r\n; remark\r\n\r\n[b]\nx= 1\n", TEXT("k=1\0"), "[a]\r\nk=1\r\n\r\n[b]\r\nx= 1\r\n"},
         {"[x]\r\n[a]\r\nold=1\r\n[b]\r\n", TEXT("\0"), "[x]\r\n[a]\r\n[b]\r\n"},
         {"[x]\r\n[a]\r\nold=1\r\n\r\n[b]\r\n", nullptr, "[x]\r\n[b]\r\n"},
@@ -202,12 +204,29 @@ TEST_F(HostFiles, RuntimeRefusesWrongParameters) {
     EXPECT_EQ(ErrnoOfOpen(nullptr, TEXT("r")), EINVAL);
     EXPECT_EQ(ErrnoOfOpen(TEXT("a"), TEXT("rb")), 0);
     EXPECT_EQ(ErrnoOfOpen(TEXT("none"), TEXT("r")), ENOENT);
+    for (const auto& [error, number] :
+         {std::pair(ERROR_TOO_MANY_OPEN_FILES, EMFILE), {ERROR_BAD_PATHNAME, ENOENT}}) {
+        winhost::SetFaults({{.call = "_wfopen", .error = static_cast<DWORD>(error)}});
+        EXPECT_EQ(ErrnoOfOpen(TEXT("a"), TEXT("r")), number);
+        winhost::SetFaults({});
+    }
     for (const int mode : {1, 8, -1})
         EXPECT_TRUE(_waccess(TEXT("a"), mode) == -1 && errno == EINVAL) << mode;
     EXPECT_EQ(_waccess(nullptr, 0), -1);
     EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\a")), "content");
     for (const LPCWSTR mode : {TEXT("r+"), TEXT(" r"), TEXT("rt"), TEXT("r, ccs=UTF-8")})
         EXPECT_DEATH((void)ErrnoOfOpen(TEXT("a"), mode), "not modelled: mode");
+}
+
+TEST_F(HostFiles, ProfilesHaveTheTextOfWindows1252OrUtf16) {
+    WCHAR text[9];
+    for (const std::string& bytes : {"\xFE\xFF"s, "\xEF\xBB\xBF"s, "[\0s\0]\0"s}) {
+        MakeFiles({"x.ini"}, bytes);
+        EXPECT_DEATH((void)GetPrivateProfileSectionW(TEXT("s"), text, 9, TEXT("C:\\Scratch\\x.ini")),
+                     "not modelled: the code of a profile's text");
+    }
+    EXPECT_DEATH((void)WritePrivateProfileSectionW(TEXT("s"), TEXT("\u0141=1\0"), TEXT("C:\\Scratch\\y.ini")),
+                 "not modelled: a character that Windows replaces");
 }
 
 TEST_F(HostFiles, FullDiskRefusesWholeCopiesAndTexts) {

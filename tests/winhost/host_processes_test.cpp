@@ -2,8 +2,10 @@
 #include <shellapi.h>
 #include <shlobj.h>
 
+#include <cstdarg>
 #include <fstream>
 #include <set>
+#include <thread>
 
 #include "core/events.h"
 #include "processes/process_table.h"
@@ -189,15 +191,54 @@ TEST_F(HostProcesses, TwoShellRunsEndIndependently) {
     fs::remove_all(root);
 }
 
-TEST_F(HostProcesses, EndTheRunAtAStartThatIsNotModelled) {
+// The machine has the calls that this program makes, and no others.
+TEST_F(HostProcesses, EndTheRunWhereWindowsWouldDoMore) {
+    ASSERT_TRUE(SUCCEEDED(CoInitialize(nullptr)));
     STARTUPINFOW startup = {};
     startup.cb = sizeof startup;
-    PROCESS_INFORMATION process = {};
-    EXPECT_DEATH((void)CreateProcessW(TEXT("C:\\Scratch\\x.exe"), nullptr, nullptr, nullptr, FALSE, 0,
-                                      nullptr, nullptr, &startup, &process),
-                 "not modelled: an application name");
-    EXPECT_DEATH((void)ShellExecuteW(nullptr, TEXT("open"), TEXT("C:\\x.exe"), nullptr, nullptr, SW_SHOW),
-                 "not modelled: a file that is no web address");
+    const auto start = [&](LPCWSTR program, LPWSTR desktop, DWORD flags) {
+        PROCESS_INFORMATION process = {};
+        startup.lpDesktop = desktop;
+        startup.dwFlags = flags;
+        WCHAR line[] = TEXT("x.exe");
+        (void)CreateProcessW(program, line, nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process);
+    };
+    const auto make = [](const CLSID& kind, const IID& face) {
+        void* object = nullptr;
+        EXPECT_EQ(CoCreateInstance(kind, nullptr, CLSCTX_INPROC_SERVER, face, &object), S_OK);
+        return static_cast<IShellLinkW*>(object);
+    };
+    WCHAR text[MAX_PATH] = {};
+    va_list none = {};
+    const HANDLE file = CreateFileW(TEXT("a"), GENERIC_READ, 0, nullptr, OPEN_ALWAYS, 0, nullptr);
+    const std::pair<std::function<void()>, const char*> rows[] = {
+        {[&] { start(TEXT("C:\\Scratch\\x.exe"), nullptr, 0); }, "an application name"},
+        {[&] { start(nullptr, text, 0); }, "another desktop"},
+        {[&] { start(nullptr, nullptr, 1); }, "start-up flags 1"},  // how it is to be shown
+        {[&] { (void)ShellExecuteW(nullptr, TEXT("open"), TEXT("C:\\x.exe"), nullptr, nullptr, SW_SHOW); },
+         "a file that is no web address"},
+        {[&] { (void)GetProcAddress(GetModuleHandleW(TEXT("kernel32")), "CopyFile2"); }, "CopyFile2"},
+        {[&] { (void)LoadLibraryW(TEXT("comctl32.dll")); }, "comctl32"},
+        {[&] { (void)GetModuleHandleW(TEXT("GDI32")); }, "GDI32"},
+        {[&] { (void)make(IID_IUnknown, IID_IUnknown); }, "another class"},
+        {[&] { (void)make(CLSID_ShellLink, CLSID_ShellLink); }, "another interface"},
+        {[&] { (void)make(CLSID_ShellLink, IID_IShellLinkW)->SetPath(TEXT("%windir%\\x")); }, "a variable"},
+        {[&] { (void)SHGetFolderPathW(nullptr, CSIDL_PROFILE | 0x4000, nullptr, 0, text); }, "folder 16424"},
+        {[&] { (void)GetEnvironmentVariableW(TEXT("=C:"), text, MAX_PATH); }, "of a drive"},
+        {[&] { (void)SetEnvironmentVariableW(TEXT("=C:"), text); }, "of a drive"},
+        {[&] { (void)_vsnwprintf(text, 9, TEXT("%5%"), none); }, "width"},
+        {[&] { (void)WaitForSingleObject(file, 0); }, "a file"},
+        {[&] {
+             const HANDLE mutex = CreateMutexW(nullptr, FALSE, nullptr);
+             std::thread([&] { (void)WaitForSingleObject(mutex, 0); }).join();
+             (void)WaitForSingleObject(mutex, INFINITE);
+         },
+         "a thread that has ended"},
+    };
+    for (const auto& [act, says] : rows)
+        EXPECT_DEATH(act(), std::string("not modelled: .*") + says) << says;
+    CloseHandle(file);
+    CoUninitialize();
 }
 
 TEST_F(HostProcesses, OutsideAnyMachineEndWithOneLine) {

@@ -28,6 +28,9 @@ constexpr struct {
     {"failed start", "is as before"},
     {"size of a link's target", "0"},
     {"link to a path in quotes", "1 c:\\Scratch\\a b"},
+    {"Alt+Backspace", "axydef"},
+    {"attributes that stay", "32"},
+    {"a temporary folder", "16"},
     {"names left", "App\\ App\\b App\\x NAME.txt a file\\"},
 };
 

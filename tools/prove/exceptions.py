@@ -76,8 +76,6 @@ EXCEPTIONS = [
     ('4.5', AT_ONCE, 'uninstall', 'GetModuleFileNameW|CopyFileW|kill:CopyFileW|kill:GetModuleFileNameW', COPY),
     ('4.6', FOR_GOOD, 'update|uninstall', 'MoveFileExW', f'{WININIT}*'),
     ('4.6', AT_ONCE, 'update|uninstall', 'MoveFileExW', f'{WININIT}*'),
-    ('4.7', FOR_GOOD, 'uninstall', 'GetFileAttributesW', f'{TARGET}: folder S*'),
-    ('4.7', AT_ONCE, 'uninstall', 'GetFileAttributesW', f'{TARGET}: folder S*'),
     # ---- the power is cut during a call ----
     ('5.1', AT_ONCE, 'install|update', 'power:CopyFileW', f'{TARGET}*: file *|{LOG}: *|log: *'),
     ('5.1', AT_ONCE, 'install|update', 'power:WriteFile', 'log: *: once'),

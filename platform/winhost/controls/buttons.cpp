@@ -88,6 +88,20 @@ void BeginButton(HWND window) {
     FindOwnWindow(window)->state = std::make_unique<ButtonState>();
 }
 
+void Type(HWND window, WPARAM character) {
+    const DWORD type = TypeOf(window);
+    const bool ticks = character == '+' || character == '=' || character == '-';
+    if (ticks && IsCheckable(type) && !IsRadio(type))
+        NotModelled("Button", "a character that ticks a check box");
+}
+
+// Whether it is another message of buttons. Some came with version 6 of the common controls.
+bool IsOther(UINT message) {
+    constexpr UINT kFirstLater = 0x1600, kEndLater = 0x1700;
+    return (message > BM_GETCHECK && message < BM_GETCHECK + 0x10) ||
+           (message >= kFirstLater && message < kEndLater);
+}
+
 LRESULT Handle(HWND window, ButtonState& state, UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
         case WM_GETDLGCODE:
@@ -105,6 +119,9 @@ LRESULT Handle(HWND window, ButtonState& state, UINT message, WPARAM wParam, LPA
         case WM_KEYUP:
             if (wParam == VK_SPACE && std::exchange(state.pushed, false)) Click(window, state);
             return 0;
+        case WM_CHAR:
+            Type(window, wParam);
+            return 0;
         case BM_GETCHECK:
             return state.check;
         case BM_SETCHECK:
@@ -119,8 +136,7 @@ LRESULT Handle(HWND window, ButtonState& state, UINT message, WPARAM wParam, LPA
             Click(window, state);
             return 0;
         default:
-            if (message > BM_GETCHECK && message < BM_GETCHECK + 0x10)
-                NotModelled("Button", "message " + std::to_string(message));
+            if (IsOther(message)) NotModelled("Button", "message " + std::to_string(message));
             return DefaultOf(window, message, wParam, lParam);
     }
 }

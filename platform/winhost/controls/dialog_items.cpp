@@ -36,12 +36,6 @@ UINT GetDlgItemTextW(HWND dialog, int id, LPWSTR text, int cchText) {
     return control ? static_cast<UINT>(GetWindowTextW(control, text, cchText)) : 0;
 }
 
-BOOL SetDlgItemTextW(HWND dialog, int id, LPCWSTR text) {
-    if (winhost::Fails("SetDlgItemTextW")) return FALSE;
-    const HWND control = GetDlgItem(dialog, id);
-    return control && SetWindowTextW(control, text);
-}
-
 UINT IsDlgButtonChecked(HWND dialog, int id) {
     if (winhost::Fails("IsDlgButtonChecked")) return BST_UNCHECKED;
     const HWND control = GetDlgItem(dialog, id);

@@ -23,10 +23,9 @@ namespace {
 constexpr std::size_t kFirstLimit = 30000;
 constexpr std::size_t kNoLimit = 0x7FFFFFFE;
 constexpr std::size_t kNoLimitOfLines = 0xFFFFFFFF;
-constexpr UINT kFirstEditMessage = EM_GETSEL;
-constexpr UINT kLastEditMessage = 0xE0;
 // The styles for upper and lower case, passwords, OEM characters, and numbers only. They are not modelled.
 constexpr DWORD kOtherStyles = 0x8 | 0x10 | 0x20 | 0x400 | 0x2000;
+constexpr LPARAM kAltDown = 0x20000000;
 // No character of a dialog's font is wider or higher, in pixels.
 constexpr LONG kLargestCharacter = 16;
 
@@ -99,9 +98,9 @@ void CheckFits(HWND window, std::u16string_view text) {
 // Replaces the selection by as much of the text as the limit allows.
 void Replace(HWND window, EditState& state, std::u16string_view text) {
     const std::size_t kept = state.text.Text().size() - state.text.Selected().size();
-    const std::size_t room = state.limit > kept ? state.limit - kept : 0;
-    const bool isTooLong = text.size() > room;
-    state.text.Replace(text.substr(0, room));
+    const std::size_t free = state.limit > kept ? state.limit - kept : 0;
+    const bool isTooLong = text.size() > free;
+    state.text.Replace(text.substr(0, free));
     if (!text.empty()) CheckFits(window, state.text.Text());
     if (isTooLong) NotifyParent(window, EN_MAXTEXT);
     if (FindOwnWindow(window)) NotifyChange(window);
@@ -211,7 +210,9 @@ void PressMove(HWND window, EditText& text, WPARAM key, bool shift, bool control
 void PressForDialog(HWND window, const EditState& state, WPARAM key, bool shift) {
     const auto record = Look(window);
     const HWND dialog = record ? record->parent : nullptr;
-    if (!dialog || !state.isInDialog || !HasManyLines(window)) return;
+    if (!dialog || !state.isInDialog) return;
+    if (!HasManyLines(window) && key == VK_RETURN) NotModelled("Edit", "Enter that went past its dialog");
+    if (!HasManyLines(window)) return;
     if (key == VK_ESCAPE) (void)PostMessageW(dialog, WM_CLOSE, 0, 0);
     if (key == VK_TAB) (void)CallProcedure(dialog, WM_NEXTDLGCTL, shift, 0);
     if (key != VK_RETURN || HasStyle(window, ES_WANTRETURN)) return;
@@ -243,7 +244,12 @@ void BeginEdit(HWND window, const CREATESTRUCTW& creation) {
     FindOwnWindow(window)->state = std::move(state);
 }
 
-// The messages that only edits have.
+// Whether only edits have the message. Some came with version 6 of the common controls.
+bool IsOfEdits(UINT message) {
+    constexpr UINT kFirst = EM_GETSEL, kEnd = 0xE0, kFirstLater = 0x1500, kEndLater = 0x1600;
+    return (message >= kFirst && message < kEnd) || (message >= kFirstLater && message < kEndLater);
+}
+
 LRESULT HandleEditMessage(HWND window, EditState& state, UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
         case EM_GETSEL:
@@ -295,6 +301,10 @@ LRESULT Handle(HWND window, EditState& state, UINT message, WPARAM wParam, LPARA
         case WM_KEYDOWN:
             PressKey(window, state, wParam);
             return TRUE;
+        case WM_SYSKEYDOWN:
+            // Alt+Backspace
+            if (wParam == VK_BACK && (lParam & kAltDown)) (void)Command(window, state, WM_UNDO);
+            return DefaultOf(window, message, wParam, lParam);
         case WM_SETFOCUS:
             NotifyParent(window, EN_SETFOCUS);
             return 0;
@@ -302,9 +312,8 @@ LRESULT Handle(HWND window, EditState& state, UINT message, WPARAM wParam, LPARA
             NotifyParent(window, EN_KILLFOCUS);
             return 0;
         default:
-            return message >= kFirstEditMessage && message < kLastEditMessage
-                       ? HandleEditMessage(window, state, message, wParam, lParam)
-                       : DefaultOf(window, message, wParam, lParam);
+            return IsOfEdits(message) ? HandleEditMessage(window, state, message, wParam, lParam)
+                                      : DefaultOf(window, message, wParam, lParam);
     }
 }
 

@@ -36,8 +36,9 @@ void LoadPicture(HWND window, const WindowRecord& record, LPCWSTR name) {
     if (!name || *name != kNumberMark) return;
     const auto found = FindResource(OwnResources(), kBitmapResource, name[1]);
     if (!found.found) return;
+    // A height below zero says that the first line is the top one.
     RECT size = {0, 0, static_cast<LONG>(DwordAt(found.data, kWidthOffset)),
-                 static_cast<LONG>(DwordAt(found.data, kHeightOffset))};
+                 std::abs(static_cast<LONG>(DwordAt(found.data, kHeightOffset)))};
     AddFrame(size, record.style, record.exStyle);
     Resize(window, size.right - size.left, size.bottom - size.top);
     StateOf<StaticState>(window)->image = static_cast<LRESULT>(name[1]);
@@ -78,6 +79,8 @@ LRESULT ProgressProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lPara
     if (message == WM_GETDLGCODE) return DLGC_STATIC;
     ProgressState* const state = StateOf<ProgressState>(window);
     if (message == PBM_GETPOS && state) return state->share;
+    if (message == PBM_SETPOS && static_cast<LRESULT>(wParam) < 0)
+        NotModelled("msctls_progress32", "a share below zero");
     if (message == PBM_SETPOS && state)
         return std::exchange(state->share, std::min<LRESULT>(100, static_cast<LRESULT>(wParam)));
     if (message > WM_USER && message < WM_APP)

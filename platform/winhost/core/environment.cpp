@@ -40,6 +40,7 @@ void Fill() {
 }
 
 std::string HostName(std::u16string_view name) {
+    if (name.starts_with(u'=')) NotModelled("environment", "the current folder of a drive: " + Utf8(name));
     return kPrefix + Utf8(Upper(name));
 }
 
@@ -82,7 +83,7 @@ DWORD GetEnvironmentVariableW(LPCWSTR name, LPWSTR buffer, DWORD cchBuffer) {
 
 BOOL SetEnvironmentVariableW(LPCWSTR name, LPCWSTR value) {
     if (winhost::Fails("SetEnvironmentVariableW")) return FALSE;
-    if (!name || !*name || wcschr(name, u'=')) {
+    if (!name || !*name || wcschr(name + 1, u'=')) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return FALSE;
     }

@@ -77,7 +77,12 @@ void SetLastError(DWORD code) {
 
 BOOL CloseHandle(HANDLE handle) {
     if (winhost::Fails("CloseHandle", ERROR_INVALID_HANDLE)) return FALSE;
-    return winhost::DropHandle(handle);
+    // It also stands for this process, which nothing closes.
+    if (handle == INVALID_HANDLE_VALUE) return TRUE;
+    const auto object = winhost::FindHandle(handle);
+    if (object && object->IsKernels()) return winhost::DropHandle(handle);
+    SetLastError(ERROR_INVALID_HANDLE);
+    return FALSE;
 }
 
 DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) {

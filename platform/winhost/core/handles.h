@@ -13,6 +13,8 @@ class KernelObject {
     virtual ~KernelObject() = default;
     // Waits as WaitForSingleObject does. The base class can't be waited for.
     virtual DWORD Wait(DWORD milliseconds);
+    // Whether CloseHandle closes it.
+    virtual bool IsKernels() const { return true; }
     // Returns the path of a file, folder or key; empty for everything else.
     virtual std::u16string Name() const { return {}; }
 };

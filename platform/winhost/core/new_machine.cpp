@@ -9,6 +9,7 @@ constexpr const char* kFolders[] = {
     ".state",
     ".state/processes",
     "C/Program Files/Common Files",
+    "C/Program Files (x86)/Common Files",
     "C/ProgramData/Microsoft/Windows/Start Menu/Programs/Startup",
     "C/Users/Ann/AppData/Local/Temp",
     "C/Users/Ann/AppData/Roaming/Microsoft/Windows/Start Menu/Programs/Startup",

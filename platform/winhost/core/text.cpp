@@ -73,11 +73,12 @@ char16_t Same(char16_t unit) {
     return unit;
 }
 
-}  // namespace
-
-char16_t towlower(char16_t unit) {
+char16_t Lower(char16_t unit) {
     return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
 }
+
+}  // namespace
+
 int wcscmp(const char16_t* left, const char16_t* right) {
     return CompareUnits(left, right, SIZE_MAX, Same);
 }
@@ -87,11 +88,11 @@ int wcsncmp(const char16_t* left, const char16_t* right, std::size_t count) {
 }
 
 int _wcsicmp(const char16_t* left, const char16_t* right) {
-    return CompareUnits(left, right, SIZE_MAX, [](char16_t unit) { return towlower(unit); });
+    return CompareUnits(left, right, SIZE_MAX, Lower);
 }
 
 int _wcsnicmp(const char16_t* left, const char16_t* right, std::size_t count) {
-    return CompareUnits(left, right, count, [](char16_t unit) { return towlower(unit); });
+    return CompareUnits(left, right, count, Lower);
 }
 
 const char16_t* wcschr(const char16_t* text, char16_t unit) {
@@ -134,6 +135,8 @@ int iswspace(char16_t unit) {
 }
 
 int _wtoi(const char16_t* text) {
+    while (iswspace(*text))
+        ++text;
     return static_cast<int>(
         std::clamp<long>(std::strtol(winhost::Utf8(text).c_str(), nullptr, 10), INT32_MIN, INT32_MAX));
 }
@@ -210,6 +213,7 @@ int _vsnwprintf(char16_t* buffer, std::size_t count, const char16_t* format, va_
         const Field field = TakeField(format);
         switch (*format) {
             case u'%':
+                if (field.width > 0) winhost::NotModelled("_vsnwprintf", "the width of a percent sign");
                 out.Put(u'%');
                 break;
             case u'c': {

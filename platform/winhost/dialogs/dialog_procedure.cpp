@@ -105,6 +105,8 @@ void EndModal(HWND dialog, INT_PTR result) {
     state->result = result;
     if (state->disabledOwner) Enable(state->disabledOwner, true);
     Hide(dialog);
+    // A hidden dialog may be active, too.
+    Leave(dialog);
     // The loop may be waiting while this call is made for another thread, so it is woken.
     (void)PostToSelf({dialog, WM_NULL, 0, 0, GetTickCount(), {}});
 }

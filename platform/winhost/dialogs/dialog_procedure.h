@@ -21,7 +21,7 @@ struct DialogState : ControlState {
     LONG baseY = 0;
 };
 
-// Lets RunModal return `result`. Does nothing for a window that is no dialog of this thread.
+// Lets RunModal return `result`. Has no effect on a window that is no dialog of this thread.
 void EndModal(HWND dialog, INT_PTR result);
 
 // The window procedure of the class of dialogs.

@@ -14,6 +14,7 @@
 #include "messages/message_queue.h"
 #include "messages/own_windows.h"
 #include "messages/window_table.h"
+#include "processes/modules.h"
 #include "resources/resources.h"
 #include "windows/creation.h"
 #include "windows/focus.h"
@@ -42,7 +43,8 @@ LONG ScaleY(LONG units, LONG base) {
     return Scale(units, base, 8);
 }
 
-std::optional<DialogTemplate> FindTemplate(LPCWSTR name) {
+std::optional<DialogTemplate> FindTemplate(HINSTANCE module, LPCWSTR name) {
+    if (!IsProgramModule(module)) NotModelled("CreateDialogParamW", "a template of another module");
     if (!IS_INTRESOURCE(name)) NotModelled("CreateDialogParamW", "a template with a name");
     const auto number = static_cast<WORD>(reinterpret_cast<ULONG_PTR>(name));
     const auto found = FindResource(OwnResources(), kDialogResource, number);
@@ -189,7 +191,7 @@ INT_PTR RunModal(std::optional<DialogTemplate> dialog, HINSTANCE module, HWND ow
 
 HWND CreateDialogParamW(HINSTANCE module, LPCWSTR name, HWND parent, DLGPROC procedure, LPARAM parameter) {
     if (winhost::Fails("CreateDialogParamW")) return nullptr;
-    return winhost::Make(winhost::FindTemplate(name), module, parent, procedure, parameter);
+    return winhost::Make(winhost::FindTemplate(module, name), module, parent, procedure, parameter);
 }
 
 HWND CreateDialogIndirectParamW(HINSTANCE module, LPCDLGTEMPLATEW dialog, HWND parent, DLGPROC procedure,
@@ -200,7 +202,7 @@ HWND CreateDialogIndirectParamW(HINSTANCE module, LPCDLGTEMPLATEW dialog, HWND p
 
 INT_PTR DialogBoxParamW(HINSTANCE module, LPCWSTR name, HWND owner, DLGPROC procedure, LPARAM parameter) {
     if (winhost::Fails("DialogBoxParamW")) return -1;
-    return winhost::RunModal(winhost::FindTemplate(name), module, owner, procedure, parameter,
+    return winhost::RunModal(winhost::FindTemplate(module, name), module, owner, procedure, parameter,
                              winhost::AskPerson);
 }
 

@@ -16,6 +16,7 @@ constexpr int kTitle = 0x3742;
 constexpr int kPathLabel = 0x3744;
 constexpr int kPathEdit = 0x3745;
 constexpr int kMakeFolder = 0x3746;
+constexpr UINT kFirstOfBrowser = WM_USER + 100, kLastOfBrowser = WM_USER + 106;
 constexpr UINT kModelledFlags = BIF_RETURNONLYFSDIRS | BIF_EDITBOX | BIF_VALIDATE | BIF_NEWDIALOGSTYLE;
 
 struct Browser {
@@ -55,11 +56,24 @@ void Fill(const Browser& browser, HWND dialog) {
     (void)Tell(browser, dialog, BFFM_INITIALIZED, 0);
 }
 
+void ShowPath(HWND dialog, const std::u16string& path) {
+    (void)SetWindowTextW(GetDlgItem(dialog, kPathEdit), path.c_str());
+}
+
+// Returns the path of a new folder: the first of "New folder", "New folder (2)" and so on that is free.
+std::u16string NewFolderIn(std::u16string path) {
+    path += path.back() == u'\\' ? u"New folder" : u"\\New folder";
+    std::u16string free = path;
+    for (int number = 2; Locate(free).exists(); ++number)
+        free = path + u" (" + Utf16(std::to_string(number)) + u')';
+    return free;
+}
+
 // Makes the typed folder if it is missing, or else a new folder inside the shown one.
 void MakeFolder(HWND dialog) {
     std::u16string path = TypedPath(dialog);
-    if (IsFolder(path)) path += path.back() == u'\\' ? u"New folder" : u"\\New folder";
-    if (CreateDirectoryW(path.c_str(), nullptr)) (void)SetDlgItemTextW(dialog, kPathEdit, path.c_str());
+    if (IsFolder(path)) path = NewFolderIn(path);
+    if (CreateDirectoryW(path.c_str(), nullptr)) ShowPath(dialog, path);
 }
 
 void Choose(Browser& browser, HWND dialog) {
@@ -82,9 +96,11 @@ INT_PTR Procedure(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) {
         if (!wParam) NotModelled("BFFM_SETSELECTIONW", "an item list");
         const std::u16string path = reinterpret_cast<LPCWSTR>(lParam);
         // A missing folder can't be selected.
-        if (IsFolder(path)) (void)SetDlgItemTextW(dialog, kPathEdit, path.c_str());
+        if (IsFolder(path)) ShowPath(dialog, path);
         return TRUE;
     }
+    if (message >= kFirstOfBrowser && message <= kLastOfBrowser)
+        NotModelled("SHBrowseForFolderW", "message " + std::to_string(message));
     if (message != WM_COMMAND || HIWORD(wParam) != BN_CLICKED) return FALSE;
     switch (LOWORD(wParam)) {
         case IDOK:

@@ -7,6 +7,8 @@
 #include <fstream>
 #include <iostream>
 
+#include "controls/dialog_items.h"
+#include "controls/tab_order.h"
 #include "core/events.h"
 #include "core/faults.h"
 #include "core/machine.h"
@@ -32,25 +34,37 @@ constexpr DWORD kTextId = 0xFFFF;
 constexpr SHORT kBoxWidth = 200, kBoxHeight = 60, kButtonWidth = 50, kButtonHeight = 14;
 constexpr LONG kBaseX = 8, kBaseY = 16;
 
-// Returns the buttons of a box. The safe one is last.
-std::vector<int> ButtonsOf(UINT style) {
-    if ((style & ~(kTypeBits | kIconBits | kDefaultBits)) == 0) {
-        switch (style & kTypeBits) {
-            case MB_OK:
-                return {IDOK};
-            case MB_OKCANCEL:
-                return {IDOK, IDCANCEL};
-            case MB_YESNO:
-                return {IDYES, IDNO};
-            case MB_YESNOCANCEL:
-                return {IDYES, IDCANCEL, IDNO};
-            default:
-                break;
-        }
+// Returns the buttons of a box from left to right. Empty for another box.
+std::vector<int> RowOf(UINT style) {
+    if (style & ~(kTypeBits | kIconBits | kDefaultBits)) return {};
+    switch (style & kTypeBits) {
+        case MB_OK:
+            return {IDOK};
+        case MB_OKCANCEL:
+            return {IDOK, IDCANCEL};
+        case MB_YESNO:
+            return {IDYES, IDNO};
+        case MB_YESNOCANCEL:
+            return {IDYES, IDNO, IDCANCEL};
+        default:
+            return {};
     }
-    NotModelled("MessageBoxW", "style " + std::to_string(style));
 }
 
+// The number of the button in its row that Enter presses.
+std::size_t DefaultOfRow(UINT style) {
+    return (style & kDefaultBits) / MB_DEFBUTTON2;
+}
+
+// Returns the buttons of a box. The safe one is last.
+std::vector<int> ButtonsOf(UINT style) {
+    std::vector<int> buttons = RowOf(style);
+    if (DefaultOfRow(style) >= buttons.size()) NotModelled("MessageBoxW", "style " + std::to_string(style));
+    if (buttons.size() == 3) std::swap(buttons[1], buttons[2]);
+    return buttons;
+}
+
+// What a person types at the terminal.
 const char* LabelOf(int button) {
     switch (button) {
         case IDYES:
@@ -61,6 +75,19 @@ const char* LabelOf(int button) {
             return "cancel";
         default:
             return "ok";
+    }
+}
+
+const char16_t* TextOf(int button) {
+    switch (button) {
+        case IDYES:
+            return u"&Yes";
+        case IDNO:
+            return u"&No";
+        case IDCANCEL:
+            return u"Cancel";
+        default:
+            return u"OK";
     }
 }
 
@@ -119,8 +146,11 @@ bool AnswerBox(HWND window) {
 }
 
 INT_PTR BoxProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    if (message == WM_INITDIALOG) StateOf<DialogState>(window)->user = lParam;
-    if (message != WM_COMMAND || HIWORD(wParam) != BN_CLICKED) return message == WM_INITDIALOG;
+    if (message == WM_INITDIALOG) {
+        StateOf<DialogState>(window)->user = lParam;
+        FocusControl(ControlOf(window, LOWORD(CallProcedure(window, DM_GETDEFID, 0, 0))));
+    }
+    if (message != WM_COMMAND || HIWORD(wParam) != BN_CLICKED) return FALSE;
     Box& box = BoxOf(window);
     // With a single button, Esc and the cross in the title bar press it. They do nothing in a box of Yes and No.
     const bool single = LOWORD(wParam) == IDCANCEL && box.buttons.size() == 1;
@@ -151,10 +181,11 @@ DialogTemplate FormOf(const Box& box) {
     form.items.push_back({WS_VISIBLE | SS_NOPREFIX, 0, 0, 0, kBoxWidth, kBoxHeight - kButtonHeight, kTextId,
                           u"Static", Shown(box.text)});
     SHORT x = 0;
-    for (const int button : box.buttons) {
-        const DWORD type = button == box.buttons.front() ? BS_DEFPUSHBUTTON : BS_PUSHBUTTON;
+    const std::vector<int> row = RowOf(box.style);
+    for (const int button : row) {
+        const DWORD type = button == row[DefaultOfRow(box.style)] ? BS_DEFPUSHBUTTON : BS_PUSHBUTTON;
         form.items.push_back({WS_VISIBLE | WS_TABSTOP | type, 0, x, kBoxHeight - kButtonHeight, kButtonWidth,
-                              kButtonHeight, static_cast<DWORD>(button), u"Button", Utf16(LabelOf(button))});
+                              kButtonHeight, static_cast<DWORD>(button), u"Button", TextOf(button)});
         x = static_cast<SHORT>(x + kButtonWidth);
     }
     return form;

@@ -20,6 +20,11 @@ namespace {
 
 constexpr ATOM kFirstClassAtom = 0xC001;
 
+// How the names of the system's other classes begin.
+constexpr std::u16string_view kOtherClasses[] = {u"COMBO",   u"LISTBOX",  u"MDICLIENT", u"MSCTLS_",
+                                                 u"REBAR",   u"RICHEDIT", u"SCROLLBAR", u"SYS",
+                                                 u"TOOLBAR", u"TOOLTIPS"};
+
 struct Classes {
     std::mutex threads;
     // Keyed by upper-case name.
@@ -42,6 +47,8 @@ const WindowClass* FindClass(LPCWSTR name) {
     const std::lock_guard lock(classes.threads);
     const auto found = classes.byName.find(Upper(name));
     if (found != classes.byName.end()) return &found->second;
+    for (const std::u16string_view other : kOtherClasses)
+        if (Upper(name).starts_with(other)) NotModelled("CreateWindowExW", "the class " + Utf8(name));
     SetLastError(ERROR_CANNOT_FIND_WND_CLASS);
     return nullptr;
 }
@@ -64,7 +71,13 @@ ATOM RegisterClassExW(const WNDCLASSEXW* windowClass) {
     }
     if (IS_INTRESOURCE(windowClass->lpszClassName) || windowClass->lpszMenuName)
         winhost::NotModelled("RegisterClassExW", "an atom or a menu");
+    constexpr UINT kNoClose = 0x200;
+    if (windowClass->style & kNoClose)
+        winhost::NotModelled("RegisterClassExW", "style " + std::to_string(windowClass->style));
     const std::u16string name = windowClass->lpszClassName;
+    for (const auto& kind : {u"BUTTON", u"EDIT", u"MSCTLS_PROGRESS32", u"STATIC"})
+        if (winhost::Upper(name) == kind)
+            winhost::NotModelled("RegisterClassExW", "the name of a class of the system");
     if (name.size() >= winhost::kClassUnits) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return 0;

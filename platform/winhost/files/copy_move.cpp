@@ -125,10 +125,10 @@ DWORD MovePlace(const Place& from, const Place& to, bool replace) {
     if (respells && target == from.host) return 0;
     Step();
     // On Windows a folder can replace a file. The host's rename can't do that.
-    const bool makesRoom = replaces && (from.isFolder || target != to.host);
-    if (makesRoom && unlink(to.host.c_str()) != 0) return ErrorOf(errno);
+    const bool clearsTarget = replaces && (from.isFolder || target != to.host);
+    if (clearsTarget && unlink(to.host.c_str()) != 0) return ErrorOf(errno);
     // A file that appears at the target in the meantime isn't replaced.
-    const unsigned flags = replaces && !makesRoom ? 0 : RENAME_NOREPLACE;
+    const unsigned flags = replaces && !clearsTarget ? 0 : RENAME_NOREPLACE;
     if (renameat2(AT_FDCWD, from.host.c_str(), AT_FDCWD, target.c_str(), flags) != 0) return ErrorOf(errno);
     GiveShortName(target);
     return 0;

@@ -25,7 +25,7 @@ namespace {
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 constexpr DWORD kCreationAttributes = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN |
                                       FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_NORMAL;
-// A folder must leave room for a name of 8.3 characters, so its path must be shorter than that of a file.
+// A folder must leave space for a name of 8.3 characters, so its path must be shorter than that of a file.
 constexpr std::size_t kMaxFolderPath = MAX_PATH - 12;
 // Of 100 nanoseconds.
 constexpr std::int64_t kTicksOfSecond = 10'000'000, kTicksTo1970 = 11'644'473'600 * kTicksOfSecond;
@@ -34,6 +34,7 @@ struct FileObject : KernelObject {
     FileObject(std::unique_ptr<OpenFile> opened, unsigned rights, std::u16string path)
         : file(std::move(opened)), access(rights), name(std::move(path)) {}
     std::u16string Name() const override { return name; }
+    DWORD Wait(DWORD) override { NotModelled("WaitForSingleObject", "a file"); }
     std::unique_ptr<OpenFile> file;
     unsigned access;
     std::u16string name;
@@ -250,6 +251,7 @@ BOOL SetFilePointerEx(HANDLE handle, LARGE_INTEGER distance, LARGE_INTEGER* plac
         NotModelled("SetFilePointerEx", "a place that isn't counted from the start");
     const auto file = FileWith(handle, 0);
     if (!file) return FALSE;
+    if (distance.QuadPart < 0) return FailWith(ERROR_NEGATIVE_SEEK);
     return lseek(file->file->descriptor(), distance.QuadPart, SEEK_SET) >= 0 || FailWith(ErrorOf(errno));
 }
 
@@ -259,10 +261,13 @@ BOOL SetFileTime(HANDLE handle, const FILETIME* created, const FILETIME* accesse
         NotModelled("SetFileTime", "another time than that of the last write");
     const auto file = FileWith(handle, kWriting);
     if (!file) return FALSE;
-    const std::int64_t ticks =
-        static_cast<std::int64_t>(std::uint64_t{written->dwHighDateTime} << 32 | written->dwLowDateTime) -
-        kTicksTo1970;
-    const timespec times[2] = {{0, UTIME_OMIT}, {ticks / kTicksOfSecond, ticks % kTicksOfSecond * 100}};
+    const auto ticks =
+        static_cast<std::int64_t>(std::uint64_t{written->dwHighDateTime} << 32 | written->dwLowDateTime);
+    if (ticks < 0) NotModelled("SetFileTime", "a time that stands for something else");
+    if (ticks == 0) return TRUE;  // no time
+    const timespec times[2] = {
+        {0, UTIME_OMIT},
+        {ticks / kTicksOfSecond - kTicksTo1970 / kTicksOfSecond, ticks % kTicksOfSecond * 100}};
     return futimens(file->file->descriptor(), times) == 0 || FailWith(ErrorOf(errno));
 }
 
@@ -313,6 +318,8 @@ BOOL SetFileAttributesW(LPCWSTR path, DWORD attributes) {
     const Place place = Locate(path);
     // Bits that can't be set are dropped. Callers pass back what they
     // have read, even with the bit of a folder or the value of a failure.
+    if (place.exists() && place.isFolder && (attributes & FILE_ATTRIBUTE_TEMPORARY))
+        return FailWith(ERROR_INVALID_PARAMETER);
     if (place.exists()) return StoreAttributes(place.host, attributes);
     if (place.isDevice) return TRUE;
     SetLastError(place.error);

@@ -22,6 +22,7 @@ namespace {
 
 // A search is a snapshot of names. Everything else about a file is read when it is returned.
 struct Search : KernelObject {
+    bool IsKernels() const override { return false; }
     std::string folder;
     std::vector<std::string> names;
     std::size_t next = 0;

@@ -24,8 +24,8 @@ std::unique_ptr<OpenFile> ClaimFolder(const std::string& host) {
     return OpenFile::Open(host, 0, kReading, FILE_SHARE_READ | FILE_SHARE_WRITE);
 }
 
-// Room for a made-up name after a folder, in characters: three letters, a number, an extension.
-constexpr std::size_t kTempNameRoom = 14;
+// Space for a made-up name after a folder, in characters: three letters, a number, an extension.
+constexpr std::size_t kTempNameSpace = 14;
 
 std::u16string TempName(std::u16string_view folder, LPCWSTR prefix, UINT number) {
     static constexpr char16_t kDigits[] = u"0123456789ABCDEF";
@@ -78,7 +78,7 @@ DWORD GetTempPathW(DWORD cchBuffer, LPWSTR buffer) {
 
 UINT GetTempFileNameW(LPCWSTR folder, LPCWSTR prefix, UINT unique, LPWSTR name) {
     if (Fails("GetTempFileNameW")) return 0;
-    if (wcslen(folder) > MAX_PATH - kTempNameRoom) {
+    if (wcslen(folder) > MAX_PATH - kTempNameSpace) {
         SetLastError(ERROR_BUFFER_OVERFLOW);
         return 0;
     }
@@ -88,11 +88,11 @@ UINT GetTempFileNameW(LPCWSTR folder, LPCWSTR prefix, UINT unique, LPWSTR name) 
         return 0;
     }
     constexpr UINT kNumbers = 0x10000;
+    unique %= kNumbers;
     // Processes start at different numbers, so they rarely try the same name.
     static UINT next = static_cast<UINT>(getpid()) * 7919;
     for (UINT tries = 0; tries < kNumbers; ++tries) {
-        UINT number = unique % kNumbers;
-        if (unique == 0) number = next++ % kNumbers;
+        const UINT number = unique ? unique : next++ % kNumbers;
         if (unique == 0 && number == 0) continue;
         const std::u16string full = TempName(folder, prefix, number);
         if (unique == 0 && !OpenPlace(Locate(full), kWriting, 0, CREATE_NEW, FILE_ATTRIBUTE_NORMAL)) {

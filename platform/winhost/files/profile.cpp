@@ -25,7 +25,6 @@ namespace winhost {
 namespace {
 
 constexpr std::string_view kWideMark = "\xFF\xFE";
-constexpr char kUnmapped = '?';
 
 // Code page 1252 for the bytes 0x80 to 0x9F. All other bytes are the code points of the same number.
 constexpr std::array<char16_t, 32> kHighControls = {
@@ -41,8 +40,10 @@ char16_t FromByte(char byte) {
 char ToByte(char16_t unit) {
     if (unit < 0x80 || (unit >= 0xA0 && unit < 0x100)) return static_cast<char>(unit);
     const auto found = std::find(kHighControls.begin(), kHighControls.end(), unit);
-    return found == kHighControls.end() ? kUnmapped
-                                        : static_cast<char>(0x80 + (found - kHighControls.begin()));
+    // Windows takes a similar character, if it knows one.
+    if (found == kHighControls.end())
+        NotModelled("WritePrivateProfileSectionW", "a character that Windows replaces");
+    return static_cast<char>(0x80 + (found - kHighControls.begin()));
 }
 
 struct Profile {
@@ -53,6 +54,9 @@ struct Profile {
 Profile Decode(const std::string& bytes) {
     Profile profile;
     profile.isWide = bytes.starts_with(kWideMark);
+    const bool isOther = bytes.starts_with("\xFE\xFF") || bytes.starts_with("\xEF\xBB\xBF") ||
+                         (!profile.isWide && bytes.find('\0') != bytes.npos);
+    if (isOther) NotModelled("GetPrivateProfileSectionW", "the code of a profile's text");
     std::u16string text;
     if (profile.isWide)
         text = Units(std::string_view(bytes).substr(kWideMark.size()));
@@ -125,7 +129,7 @@ bool Write(const Place& place, const Profile& profile) {
         OpenPlace(place, kWriting, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL);
     if (!file) return false;
     const std::string bytes = Encode(profile);
-    // The new text is written over the old one. Without room for it, the old text stays.
+    // The new text is written over the old one. Without space for it, the old text stays.
     const bool written = WriteWhole(file->descriptor(), bytes.data(), bytes.size()) &&
                          ftruncate(file->descriptor(), static_cast<off_t>(bytes.size())) == 0;
     if (written) MarkWritten(file->descriptor());

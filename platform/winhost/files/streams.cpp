@@ -26,7 +26,10 @@ int ErrnoOf(DWORD error) {
     switch (error) {
         case ERROR_FILE_NOT_FOUND:
         case ERROR_PATH_NOT_FOUND:
+        case ERROR_BAD_PATHNAME:
             return ENOENT;
+        case ERROR_TOO_MANY_OPEN_FILES:
+            return EMFILE;
         case ERROR_FILE_EXISTS:
         case ERROR_ALREADY_EXISTS:
             return EEXIST;
@@ -176,7 +179,7 @@ int _waccess(const char16_t* path, int mode) {
     }
     const Place place = Locate(path);
     DWORD error = FaultOf("_waccess");
-    if (!error) error = place.error;
+    if (!error && !place.isDevice) error = place.error;
     // A folder can be written to, whatever its attributes say.
     if (!error && (mode & 2) && !place.isFolder &&
         (StoredAttributes(place.host, false) & FILE_ATTRIBUTE_READONLY))

@@ -64,12 +64,8 @@ using PHANDLE = HANDLE*;
 DECLARE_HANDLE(HINSTANCE);
 DECLARE_HANDLE(HKEY);
 DECLARE_HANDLE(HWND);
-DECLARE_HANDLE(HRSRC);
 DECLARE_HANDLE(HICON);
-DECLARE_HANDLE(HBITMAP);
 DECLARE_HANDLE(HMENU);
-DECLARE_HANDLE(HFONT);
-DECLARE_HANDLE(HDC);
 DECLARE_HANDLE(HBRUSH);
 using HMODULE = HINSTANCE;
 using HCURSOR = HICON;
@@ -140,6 +136,7 @@ using LPSECURITY_ATTRIBUTES = SECURITY_ATTRIBUTES*;
 #define ERROR_INVALID_NAME 123L
 #define ERROR_MOD_NOT_FOUND 126L
 #define ERROR_PROC_NOT_FOUND 127L
+#define ERROR_NEGATIVE_SEEK 131L
 #define ERROR_DIR_NOT_EMPTY 145L
 #define ERROR_BAD_PATHNAME 161L
 #define ERROR_ALREADY_EXISTS 183L
@@ -151,6 +148,7 @@ using LPSECURITY_ATTRIBUTES = SECURITY_ATTRIBUTES*;
 #define ERROR_DIRECTORY 267L
 #define ERROR_NOACCESS 998L
 #define ERROR_KEY_DELETED 1018L
+#define ERROR_MESSAGE_SYNC_ONLY 1159L
 #define ERROR_INVALID_OWNER 1307L
 #define ERROR_PRIVILEGE_NOT_HELD 1314L
 #define ERROR_NO_SUCH_PRIVILEGE 1313L
@@ -172,7 +170,6 @@ using LPSECURITY_ATTRIBUTES = SECURITY_ATTRIBUTES*;
 #define E_POINTER (static_cast<HRESULT>(0x80004003u))
 #define E_FAIL (static_cast<HRESULT>(0x80004005u))
 #define E_INVALIDARG (static_cast<HRESULT>(0x80070057u))
-#define REGDB_E_CLASSNOTREG (static_cast<HRESULT>(0x80040154u))
 #define CO_E_NOTINITIALIZED (static_cast<HRESULT>(0x800401F0u))
 #define SUCCEEDED(hr) (static_cast<HRESULT>(hr) >= 0)
 #define FAILED(hr) (static_cast<HRESULT>(hr) < 0)
@@ -201,7 +198,6 @@ char16_t* wcsstr(char16_t* text, const char16_t* part);
 int _wcsicmp(const char16_t* left, const char16_t* right);
 int _wcsnicmp(const char16_t* left, const char16_t* right, std::size_t count);
 int iswspace(char16_t unit);
-char16_t towlower(char16_t unit);
 int _wtoi(const char16_t* text);
 int _vsnwprintf(char16_t* buffer, std::size_t count, const char16_t* format, va_list arguments);
 
@@ -246,7 +242,10 @@ std::tm* _localtime64(const __time64_t* time);
 #define FILE_ATTRIBUTE_DIRECTORY 0x10u
 #define FILE_ATTRIBUTE_ARCHIVE 0x20u
 #define FILE_ATTRIBUTE_NORMAL 0x80u
+#define FILE_ATTRIBUTE_TEMPORARY 0x100u
 #define FILE_ATTRIBUTE_REPARSE_POINT 0x400u
+#define FILE_ATTRIBUTE_OFFLINE 0x1000u
+#define FILE_ATTRIBUTE_NOT_CONTENT_INDEXED 0x2000u
 #define FILE_FLAG_BACKUP_SEMANTICS 0x02000000u
 #define FILE_FLAG_OPEN_REPARSE_POINT 0x00200000u
 #define FILE_BEGIN 0u
@@ -315,7 +314,6 @@ BOOL WritePrivateProfileSectionW(LPCWSTR section, LPCWSTR entries, LPCWSTR file)
 #define WAIT_ABANDONED 0x80u
 #define WAIT_TIMEOUT 258u
 #define WAIT_FAILED 0xFFFFFFFFu
-#define STARTF_USESHOWWINDOW 1u
 
 struct STARTUPINFOW {
     DWORD cb;
@@ -517,10 +515,9 @@ BOOL VerQueryValueW(LPCVOID block, LPCWSTR query, LPVOID* value, PUINT cbValue);
 #define IDNO 7
 #define SW_HIDE 0
 #define SW_SHOWNORMAL 1
-#define SW_SHOWMINIMIZED 2
 #define SW_SHOW 5
-#define SW_MINIMIZE 6
 #define SW_RESTORE 9
+#define SW_SHOWDEFAULT 10
 #define SWP_NOSIZE 0x1u
 #define SWP_NOMOVE 0x2u
 #define SWP_NOZORDER 0x4u
@@ -594,7 +591,6 @@ BOOL VerQueryValueW(LPCVOID block, LPCWSTR query, LPVOID* value, PUINT cbValue);
 #define WS_CAPTION 0x00C00000u
 #define WS_BORDER 0x00800000u
 #define WS_DLGFRAME 0x00400000u
-#define WS_VSCROLL 0x00200000u
 #define WS_SYSMENU 0x00080000u
 #define WS_THICKFRAME 0x00040000u
 #define WS_MINIMIZEBOX 0x00020000u
@@ -808,15 +804,6 @@ struct DLGTEMPLATE {
     SHORT cx;
     SHORT cy;
 };
-struct DLGITEMTEMPLATE {
-    DWORD style;
-    DWORD dwExtendedStyle;
-    SHORT x;
-    SHORT y;
-    SHORT cx;
-    SHORT cy;
-    WORD id;
-};
 #pragma pack(pop)
 using LPCDLGTEMPLATEW = const DLGTEMPLATE*;
 
@@ -832,7 +819,6 @@ HWND GetDlgItem(HWND dialog, int id);
 int GetDlgCtrlID(HWND window);
 HWND GetNextDlgTabItem(HWND dialog, HWND control, BOOL previous);
 UINT GetDlgItemTextW(HWND dialog, int id, LPWSTR text, int cchText);
-BOOL SetDlgItemTextW(HWND dialog, int id, LPCWSTR text);
 BOOL CheckRadioButton(HWND dialog, int first, int last, int checked);
 UINT IsDlgButtonChecked(HWND dialog, int id);
 

@@ -8,6 +8,7 @@
 #include <cctype>
 #include <cerrno>
 #include <deque>
+#include <utility>
 
 #include "core/faults.h"
 #include "core/host_io.h"
@@ -42,6 +43,17 @@ struct Queue {
 
 Queue& ThreadQueue() {
     return StateOfThread<Queue>();
+}
+
+MSG Quit(const Queue& queue) {
+    return {nullptr, WM_QUIT, static_cast<WPARAM>(queue.exitCode), 0, GetTickCount(), {}};
+}
+
+// Whether a message of the system has an address, which is valid only until the sender goes on.
+bool HasAddress(UINT message) {
+    constexpr UINT kMessages[] = {WM_CREATE,   WM_SETTEXT,    WM_GETTEXT,
+                                  WM_NCCREATE, WM_NCCALCSIZE, EM_REPLACESEL};
+    return std::find(std::begin(kMessages), std::end(kMessages), message) != std::end(kMessages);
 }
 
 std::string InboxOf(const WindowRecord& window) {
@@ -111,10 +123,13 @@ char16_t CharacterOf(WPARAM key) {
         NotModelled("TranslateMessage", "key " + std::to_string(key) + ", which depends on the keyboard");
     if (control && key == VK_BACK) return kControlBack;
     if (control && key == VK_RETURN) return kControlReturn;
+    if (control && key == VK_TAB) return 0;
+    const bool isDigit = key >= '0' && key <= '9';
+    if (isDigit && control && shift)
+        NotModelled("TranslateMessage", "key " + std::to_string(key) + " with both");
     if (key == VK_BACK || key == VK_TAB || key == VK_RETURN || key == VK_ESCAPE || key == VK_SPACE)
         return static_cast<char16_t>(key);
-    if (key >= '0' && key <= '9')
-        return control ? 0 : shift ? u")!@#$%^&*("[key - '0'] : static_cast<char16_t>(key);
+    if (isDigit) return control ? 0 : shift ? u")!@#$%^&*("[key - '0'] : static_cast<char16_t>(key);
     if (key < 'A' || key > 'Z') return 0;
     if (control) return static_cast<char16_t>(key - 'A' + 1);
     const bool isCapital = shift != ((GetKeyState(VK_CAPITAL) & 1) != 0);
@@ -166,8 +181,7 @@ bool TakeMessage(MSG& message, Taking how) {
     }
     // The end of the queue comes after all posted messages.
     const bool ends = queue.messages.empty();
-    message = ends ? MSG{nullptr, WM_QUIT, static_cast<WPARAM>(queue.exitCode), 0, GetTickCount(), {}}
-                   : queue.messages.front();
+    message = ends ? Quit(queue) : queue.messages.front();
     if (how == Taking::Peeks) return true;
     if (ends)
         queue.quits = false;
@@ -187,7 +201,11 @@ bool TakeChosen(MSG& message, UINT first, UINT last) {
     const auto found = std::find_if(queue.messages.begin(), queue.messages.end(), [&](const MSG& waiting) {
         return waiting.message >= first && waiting.message <= last;
     });
-    if (found == queue.messages.end()) return false;
+    if (found == queue.messages.end()) {
+        // The end of the queue is in each range.
+        if (queue.quits) message = Quit(queue);
+        return std::exchange(queue.quits, false);
+    }
     message = *found;
     queue.messages.erase(found);
     WriteHeld(queue);
@@ -200,6 +218,10 @@ bool TakeChosen(MSG& message, UINT first, UINT last) {
 
 BOOL PostMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     if (winhost::Fails("PostMessageW")) return FALSE;
+    if (winhost::HasAddress(message)) {
+        SetLastError(ERROR_MESSAGE_SYNC_ONLY);
+        return FALSE;
+    }
     const MSG posted = {window, message, wParam, lParam, GetTickCount(), {}};
     // Without a window, the message goes to the thread itself.
     if (window) {

@@ -148,7 +148,7 @@ bool CarriesNumbers(UINT message, LPARAM lParam) {
     }
 }
 
-// Returns how many code units of text are shared: the text to set, or the room for the text to get.
+// Returns how many code units of text are shared: the text to set, or the space for the text to get.
 std::size_t SizeOfText(const Request& request) {
     if (!request.lParam) return 0;
     if (request.message == WM_SETTEXT) return wcslen(reinterpret_cast<LPCWSTR>(request.lParam)) + 1;

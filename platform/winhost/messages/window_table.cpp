@@ -112,7 +112,7 @@ bool WindowTable::Lives(const WindowRecord& window) const {
 
 WindowRecord* WindowTable::Add(const WindowRecord& window) {
     WindowTableContents& contents = Contents();
-    if (contents.slots == kMostWindows) (void)Where([](const auto&) { return false; });  // makes room
+    if (contents.slots == kMostWindows) (void)Where([](const auto&) { return false; });  // makes slots free
     WindowRecord* const end = contents.windows + contents.slots;
     WindowRecord* slot =
         std::find_if(contents.windows, end, [](const WindowRecord& used) { return !used.handle; });
@@ -139,6 +139,8 @@ void WindowTable::Remove(WindowRecord& window) {
 }
 
 WindowRecord* WindowTable::Find(HWND handle) {
+    constexpr ULONG_PTR kEveryWindow = 0xFFFF;
+    if (reinterpret_cast<ULONG_PTR>(handle) == kEveryWindow) NotModelled("messages", "every window at once");
     const auto slot = (reinterpret_cast<ULONG_PTR>(handle) & ((1u << kNumberShift) - 1)) >> kSlotShift;
     if (handle && slot < kMostWindows) {
         WindowRecord& window = Contents().windows[slot];

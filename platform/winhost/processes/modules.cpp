@@ -45,6 +45,21 @@ struct Modules {
     std::vector<std::unique_ptr<Module>> libraries;
 };
 
+// Where libraries that come without a folder are searched from now on.
+Wanted& SearchOfLibraries() {
+    static Wanted wanted = Wanted::Library;
+    return wanted;
+}
+
+// Programs find it by name, because old systems don't have it.
+BOOL SetDefaultDllDirectories(DWORD flags) {
+    constexpr DWORD kSystemFolder = 0x800;
+    if (Fails("SetDefaultDllDirectories")) return FALSE;
+    if (flags != kSystemFolder) NotModelled("SetDefaultDllDirectories", "flags " + std::to_string(flags));
+    SearchOfLibraries() = Wanted::SystemLibrary;
+    return TRUE;
+}
+
 void AddSystemLibrary(Modules& modules, std::u16string_view name, Functions functions = {}) {
     auto module = std::make_unique<Module>();
     module->path = u"C:\\Windows\\System32\\";
@@ -58,7 +73,9 @@ Modules& All() {
     static Modules* all = [] {
         auto* modules = new Modules;
         AddSystemLibrary(*modules, u"ntdll.dll", {{"RtlGetVersion", Address(RtlGetVersion)}});
-        AddSystemLibrary(*modules, u"kernel32.dll", {{"IsWow64Process", Address(IsWow64Process)}});
+        AddSystemLibrary(*modules, u"kernel32.dll",
+                         {{"IsWow64Process", Address(IsWow64Process)},
+                          {"SetDefaultDllDirectories", Address(SetDefaultDllDirectories)}});
         AddSystemLibrary(*modules, u"advapi32.dll",
                          {{"LookupPrivilegeValueW", Address(LookupPrivilegeValueW)},
                           {"AdjustTokenPrivileges", Address(AdjustTokenPrivileges)},
@@ -76,12 +93,16 @@ Modules& All() {
     return *all;
 }
 
+// Libraries that each Windows has and this machine doesn't. Upper case, without the extension.
+constexpr std::u16string_view kOtherLibraries[] = {
+    u"BCRYPT",  u"CFGMGR32", u"COMBASE",   u"COMCTL32", u"COMDLG32", u"CRYPT32",    u"DBGHELP",  u"DNSAPI",
+    u"DWMAPI",  u"GDI32",    u"GDIPLUS",   u"IMM32",    u"IPHLPAPI", u"KERNELBASE", u"MPR",      u"MSCTF",
+    u"MSI",     u"MSIMG32",  u"MSVCP_WIN", u"MSVCRT",   u"NETAPI32", u"OLEAUT32",   u"PROPSYS",  u"PSAPI",
+    u"RPCRT4",  u"SECHOST",  u"SETUPAPI",  u"SFC",      u"SHCORE",   u"SHLWAPI",    u"UCRTBASE", u"URLMON",
+    u"USERENV", u"UXTHEME",  u"WIN32U",    u"WININET",  u"WINMM",    u"WINTRUST",   u"WS2_32",   u"WTSAPI32"};
+
 HMODULE HandleOf(Module* module) {
     return reinterpret_cast<HMODULE>(module);
-}
-
-bool IsProgramModule(HMODULE handle) {
-    return !handle || handle == HandleOf(&All().program);
 }
 
 std::u16string_view LastName(std::u16string_view path) {
@@ -112,6 +133,16 @@ Module* FindByName(std::u16string_view name) {
     return matches(ProgramPath()) ? &all.program : nullptr;
 }
 
+// Ends with the error that there is no such module, or ends the run if Windows has it.
+HMODULE NoModule(const char* call, std::u16string_view name) {
+    std::u16string upper = Upper(LastName(WithExtension(name)));
+    if (upper.ends_with(u".DLL")) upper.resize(upper.size() - 4);
+    if (std::find(std::begin(kOtherLibraries), std::end(kOtherLibraries), upper) != std::end(kOtherLibraries))
+        NotModelled(call, "the library " + Utf8(name));
+    SetLastError(ERROR_MOD_NOT_FOUND);
+    return nullptr;
+}
+
 // Finds the module of a handle. Null, with the last error set, when there is none.
 Module* FindByHandle(HMODULE handle) {
     Modules& all = All();
@@ -139,6 +170,8 @@ Module* Load(const Place& file) {
 
 // Names that GetProcAddress does not find, with semicolons between them. Started programs inherit them.
 constexpr char kHidden[] = "WINHOST_HIDDEN";
+// By this name a program asks whether its system is no Windows.
+constexpr std::string_view kOfNoWindows = "wine_get_version";
 
 std::vector<std::string> HiddenNames() {
     std::vector<std::string> names;
@@ -155,6 +188,10 @@ std::vector<std::string> HiddenNames() {
 
 HMODULE ProgramModule() {
     return HandleOf(&All().program);
+}
+
+bool IsProgramModule(HMODULE handle) {
+    return !handle || handle == ProgramModule();
 }
 
 bool IsSystemLibrary(std::u16string_view name) {
@@ -184,22 +221,16 @@ HMODULE LoadLibraryW(LPCWSTR name) {
     }
     std::u16string_view trimmed = name;
     trimmed = trimmed.substr(0, trimmed.find_last_not_of(u' ') + 1);
-    if (trimmed.empty()) {
-        SetLastError(ERROR_MOD_NOT_FOUND);
-        return nullptr;
-    }
     const auto wanted = winhost::WithExtension(trimmed);
     winhost::Module* module = winhost::FindByName(trimmed);
     if (!module || (module->isLate && winhost::LastName(trimmed) == trimmed)) {
-        const winhost::Place file = winhost::SearchFile(wanted, u"", winhost::Wanted::Library);
+        const winhost::Place file = winhost::SearchFile(wanted, u"", winhost::SearchOfLibraries());
         if (file.exists()) {
             // The search may find, under another name, a library that is already loaded.
             module = winhost::FindByName(file.windows);
-            if (!module) module = winhost::Load(file);
-        } else if (!module) {
-            SetLastError(ERROR_MOD_NOT_FOUND);
+            if (!module && !(module = winhost::Load(file))) return nullptr;
         }
-        if (!module) return nullptr;
+        if (!module) return winhost::NoModule("LoadLibraryW", trimmed);
     }
     ++module->uses;
     return winhost::HandleOf(module);
@@ -220,16 +251,15 @@ HMODULE GetModuleHandleW(LPCWSTR name) {
     if (winhost::Fails("GetModuleHandleW", ERROR_MOD_NOT_FOUND)) return nullptr;
     if (!name) return winhost::HandleOf(&winhost::All().program);
     if (winhost::Module* module = winhost::FindByName(name)) return winhost::HandleOf(module);
-    SetLastError(ERROR_MOD_NOT_FOUND);
-    return nullptr;
+    return winhost::NoModule("GetModuleHandleW", name);
 }
 
 HMODULE GetModuleHandleA(LPCSTR name) {
     if (winhost::Fails("GetModuleHandleA", ERROR_MOD_NOT_FOUND)) return nullptr;
     if (!name) return winhost::HandleOf(&winhost::All().program);
-    if (winhost::Module* module = winhost::FindByName(winhost::Utf16(name))) return winhost::HandleOf(module);
-    SetLastError(ERROR_MOD_NOT_FOUND);
-    return nullptr;
+    const std::u16string wide = winhost::Utf16(name);
+    if (winhost::Module* module = winhost::FindByName(wide)) return winhost::HandleOf(module);
+    return winhost::NoModule("GetModuleHandleA", wide);
 }
 
 DWORD GetModuleFileNameW(HMODULE handle, LPWSTR buffer, DWORD cchBuffer) {
@@ -264,6 +294,8 @@ FARPROC GetProcAddress(HMODULE handle, LPCSTR name) {
             found = reinterpret_cast<FARPROC>(dlsym(module->host, name));
         else if (const auto function = module->functions.find(name); function != module->functions.end())
             found = function->second;
+        else if (!winhost::IsProgramModule(handle) && name != winhost::kOfNoWindows)
+            winhost::NotModelled("GetProcAddress", "the function " + std::string(name));
     }
     if (!found) SetLastError(ERROR_PROC_NOT_FOUND);
     return found;

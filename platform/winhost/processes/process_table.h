@@ -50,7 +50,7 @@ class NewEntry {
 inline constexpr char kHandedOver[] = "WINHOST_PROCESS";
 
 // Enters this process when its program begins. It takes over what its starter handed over; a program that the host's
-// shell started makes its own entry. Does nothing outside a machine.
+// shell started makes its own entry. Has no effect outside a machine.
 void BeginProcess();
 // Takes this process off the table: from now on nobody finds it, ends it or waits for it.
 void LeaveTable();

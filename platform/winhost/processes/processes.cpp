@@ -172,8 +172,9 @@ BOOL CreateProcessW(LPCWSTR application, LPWSTR commandLine, LPSECURITY_ATTRIBUT
     if (processSecurity || threadSecurity || inheritHandles || environment)
         winhost::NotModelled("CreateProcessW", "security, inherited handles or an environment of its own");
     if (flags != 0) winhost::NotModelled("CreateProcessW", "flags " + std::to_string(flags));
-    if ((startup->dwFlags & ~STARTF_USESHOWWINDOW) != 0)
+    if (startup->dwFlags != 0)
         winhost::NotModelled("CreateProcessW", "start-up flags " + std::to_string(startup->dwFlags));
+    if (startup->lpDesktop) winhost::NotModelled("CreateProcessW", "another desktop");
     *process = {};
     if (!commandLine) {
         SetLastError(ERROR_INVALID_PARAMETER);

@@ -37,6 +37,10 @@ Place SearchFile(std::u16string_view name, std::u16string_view extension, Wanted
     }
     if (last.empty()) return missing;
 
+    if (wanted == Wanted::SystemLibrary) {
+        const Place place = Locate(u"C:\\Windows\\System32\\" + whole);
+        return IsFile(place) ? place : missing;
+    }
     const auto& program = ProgramPath();
     const std::u16string current = u".";
     std::vector<std::u16string> folders{program.substr(0, program.rfind(u'\\'))};

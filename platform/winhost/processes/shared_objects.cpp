@@ -89,7 +89,7 @@ std::string FileName(std::u16string_view name, const char* kind) {
             file += byte;
     }
     file = file + '.' + kind;
-    if (file.size() > 255) NotModelled(kind, "so long a name");
+    if (file.size() > 255) NotModelled(kind, "a name that the host can't store");
     return file;
 }
 
@@ -218,6 +218,9 @@ DWORD MutexState::Wait(DWORD milliseconds) {
             ++m_depth;
             return WAIT_OBJECT_0;
         }
+        const std::string owner = "/proc/self/task/" + std::to_string(m_owner);
+        if (m_owner != 0 && access(owner.c_str(), F_OK) != 0)
+            NotModelled("WaitForSingleObject", "a mutex of a thread that has ended");
         const auto isFree = [&] { return m_owner == 0; };
         if (endless)
             m_free.wait(guard, isFree);

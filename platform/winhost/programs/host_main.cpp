@@ -11,6 +11,7 @@ int main() {
     // The parameters are the end of the whole command line.
     LPWSTR line = GetCommandLineW();
     LPWSTR parameters = line + wcslen(line) - winhost::WithoutProgram(line).size();
-    const int exitCode = wWinMain(winhost::ProgramModule(), nullptr, parameters, SW_SHOWNORMAL);
+    // Nobody has said how the program is to be shown.
+    const int exitCode = wWinMain(winhost::ProgramModule(), nullptr, parameters, SW_SHOWDEFAULT);
     std::exit(exitCode);
 }

@@ -195,7 +195,7 @@ DWORD GiveValue(const RegistryValue& value, LPDWORD type, LPBYTE data, LPDWORD c
     if (!data) return ERROR_SUCCESS;
     if (bytes.size() > cbBuffer) return ERROR_MORE_DATA;
     std::copy(bytes.begin(), bytes.end(), data);
-    // A text that is stored without a terminator gets one if there is room. The returned size doesn't count it.
+    // A text that is stored without a terminator gets one if there is space. The returned size doesn't count it.
     const bool terminated = bytes.size() >= 2 && bytes.ends_with(std::string_view("\0\0", 2));
     if (IsTextType(value.type) && !terminated && !bytes.empty() && cbBuffer - bytes.size() >= 2)
         std::fill_n(data + bytes.size(), 2, BYTE{0});
@@ -256,7 +256,6 @@ LSTATUS RegCreateKeyW(HKEY parent, LPCWSTR name, PHKEY key) {
     RegistryNode& root = call.file.root();
     if (Nodes(root, path).empty()) {
         const std::u16string place = Places(root, path).back();
-        if (place.find(u'\n') != place.npos) NotModelled("RegCreateKeyW", "a line feed in a key's name");
         const auto names = KeyNames(place);
         const std::u16string hive = std::u16string(names[0]) + u'\\' + std::u16string(names[1]);
         if (!root.FindKey(hive) || !root.MakeKey(place)) return ERROR_INVALID_PARAMETER;

@@ -37,7 +37,7 @@ std::optional<MachineValue> ReadMachineValue(std::u16string_view key, std::u16st
 // Returns 0 or the error code of a failure.
 DWORD WriteMachineValue(std::u16string_view key, std::u16string_view value, DWORD type,
                         std::string_view bytes);
-// Does nothing when there is no such value.
+// Has no effect when there is no such value.
 void DeleteMachineValue(std::u16string_view key, std::u16string_view value);
 // Writes the first registry of a new machine.
 void CreateRegistry(const std::filesystem::path& root);

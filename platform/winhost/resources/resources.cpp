@@ -4,6 +4,7 @@
 #include "core/bytes.h"
 #include "core/faults.h"
 #include "core/machine.h"
+#include "processes/modules.h"
 
 // The linker defines both ends of the section if the program has one.
 extern "C" {
@@ -59,12 +60,14 @@ std::string_view OwnResources() {
 
 }  // namespace winhost
 
-int LoadStringW(HINSTANCE, UINT id, LPWSTR buffer, int cchBuffer) {
+int LoadStringW(HINSTANCE module, UINT id, LPWSTR buffer, int cchBuffer) {
     using namespace winhost;
     if (Fails("LoadStringW", ERROR_RESOURCE_NAME_NOT_FOUND)) return 0;
     if (!buffer || cchBuffer <= 0) NotModelled("LoadStringW", "a buffer of size 0");
+    if (!IsProgramModule(module)) NotModelled("LoadStringW", "a text of another module");
     *buffer = 0;
-    const auto block = FindResource(OwnResources(), kStringTable, static_cast<WORD>((id >> 4) + 1));
+    const auto block =
+        FindResource(OwnResources(), kStringTable, static_cast<WORD>(LOWORD(id) / kStringsInBlock + 1));
     if (!block.found) {
         SetLastError(block.anyOfType ? ERROR_RESOURCE_NAME_NOT_FOUND : ERROR_RESOURCE_TYPE_NOT_FOUND);
         return 0;

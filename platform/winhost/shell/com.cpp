@@ -32,6 +32,7 @@ HRESULT CoCreateInstance(REFCLSID classId, IUnknown* outer, DWORD context, REFII
     if (outer || context != CLSCTX_INPROC_SERVER)
         winhost::NotModelled("CoCreateInstance", "outer object or context");
     if (initialized == 0) return CO_E_NOTINITIALIZED;
-    if (classId == CLSID_ShellLink) return winhost::CreateShellLink(iid, object);
-    return REGDB_E_CLASSNOTREG;
+    if (classId != CLSID_ShellLink)
+        winhost::NotModelled("CoCreateInstance", "another class than that of links");
+    return winhost::CreateShellLink(iid, object);
 }

@@ -39,6 +39,8 @@ constexpr std::u16string_view kCommonStartup =
 
 // The last number that Windows has given to a folder.
 constexpr int kLastNumber = 0x3D;
+// What else a caller may ask for beside the folder.
+constexpr int kOtherFlags = 0x7F00;
 
 // A folder without a value is always at its usual place.
 constexpr ShellFolder kFolders[] = {
@@ -104,7 +106,7 @@ HRESULT SHGetFolderPathW(HWND, int folder, HANDLE token, DWORD flags, LPWSTR pat
     const int number = folder & ~CSIDL_FLAG_CREATE;
     const auto* entry = std::find_if(std::begin(kFolders), std::end(kFolders),
                                      [number](const ShellFolder& each) { return each.number == number; });
-    if (entry == std::end(kFolders) && number >= 0 && number <= kLastNumber)
+    if (number & kOtherFlags || (entry == std::end(kFolders) && number >= 0 && number <= kLastNumber))
         NotModelled("SHGetFolderPathW", "folder " + std::to_string(number));
     if (entry == std::end(kFolders)) return E_INVALIDARG;
     const std::u16string found = PathOf(*entry);

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "core/environment.h"
 #include "core/faults.h"
 #include "core/host_io.h"
 #include "core/limits.h"
@@ -79,7 +80,7 @@ class ShellLink final : public IShellLinkW, public IPersistFile {
         else if (iid == kPersist || iid == IID_IPersistFile)
             *object = static_cast<IPersistFile*>(this);
         else
-            return E_NOINTERFACE;
+            NotModelled("IUnknown::QueryInterface", "another interface of links");
         AddRef();
         return S_OK;
     }
@@ -212,6 +213,7 @@ HRESULT ShellLink::PointTo(LPCWSTR path) {
         m_link.path.clear();
         return S_OK;
     }
+    if (ExpandVariables(path) != path) NotModelled("IShellLinkW::SetPath", "a variable in the path");
     const Place target = TargetOf(path);
     if (target.windows.empty() || target.windows.size() >= MAX_PATH) return E_INVALIDARG;
     WIN32_FIND_DATAW data = {};

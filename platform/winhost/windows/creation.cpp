@@ -1,6 +1,8 @@
 // Makes and destroys windows.
 #include "windows/creation.h"
 
+#include <algorithm>
+
 #include "core/faults.h"
 #include "core/machine.h"
 #include "messages/message_queue.h"
@@ -62,10 +64,14 @@ void CompleteStyles(WindowRecord& window) {
     window.exStyle = edged ? window.exStyle | WS_EX_WINDOWEDGE : window.exStyle & ~WS_EX_WINDOWEDGE;
 }
 
+// The system chooses a size only for windows with a title bar of their own. No size is below zero.
 RECT RectOf(const CREATESTRUCTW& wanted) {
-    if (wanted.cx == CW_USEDEFAULT) return kDefaultPlace;
-    if (wanted.x == CW_USEDEFAULT) return {0, 0, wanted.cx, wanted.cy};
-    return {wanted.x, wanted.y, wanted.x + wanted.cx, wanted.y + wanted.cy};
+    const bool isChosen = !(static_cast<DWORD>(wanted.style) & (WS_CHILD | WS_POPUP));
+    if (wanted.cx == CW_USEDEFAULT && isChosen) return kDefaultPlace;
+    const bool isSized = wanted.cx != CW_USEDEFAULT;
+    const LONG width = std::max(isSized ? wanted.cx : 0, 0), height = std::max(isSized ? wanted.cy : 0, 0);
+    if (wanted.x == CW_USEDEFAULT) return {0, 0, width, height};
+    return {wanted.x, wanted.y, wanted.x + width, wanted.y + height};
 }
 
 // Sets the parent or the owner of the new window. Returns false,
@@ -137,7 +143,7 @@ HWND Create(const WindowClass& kind, const CREATESTRUCTW& wanted) {
     creation.dwExStyle = record.exStyle;
     const auto parameter = reinterpret_cast<LPARAM>(&creation);
     if (!CallProcedure(window, WM_NCCREATE, 0, parameter)) {
-        if (FindOwnWindow(window)) Remove(window);
+        if (FindOwnWindow(window)) Free(window);
         return nullptr;
     }
     RECT place = record.rect;
@@ -154,6 +160,9 @@ HWND Create(const WindowClass& kind, const CREATESTRUCTW& wanted) {
 // The procedure may already destroy the window during these messages.
 void Destroy(HWND window) {
     TellParents(window, WM_DESTROY);
+    // Only a child is told that it is hidden.
+    if (HasStyle(window, WS_CHILD) && HasStyle(window, WS_VISIBLE))
+        (void)CallProcedure(window, WM_SHOWWINDOW, FALSE, 0);
     Hide(window);
     for (const HWND owned : OwnedBy(window))
         if (FindOwnWindow(owned)) Destroy(owned);

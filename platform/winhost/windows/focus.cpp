@@ -135,9 +135,13 @@ void Hide(HWND window) {
     if (record->isChild()) {
         if (const HWND focus = Focus(); focus && LiesIn(focus, window) && !GiveFocus(record->parent))
             (void)GiveFocus(nullptr);
-    } else if (record->active) {
-        Activate(Successor(window));
+    } else {
+        Leave(window);
     }
+}
+
+void Leave(HWND window) {
+    if (const auto record = Look(window); record && record->active) Activate(Successor(window));
 }
 
 }  // namespace winhost
@@ -151,17 +155,15 @@ BOOL ShowWindow(HWND window, int command) {
             if (record->style & WS_VISIBLE) (void)winhost::CallProcedure(window, WM_SHOWWINDOW, FALSE, 0);
             winhost::Hide(window);
             break;
-        case SW_SHOWMINIMIZED:
-        case SW_MINIMIZE:
-            winhost::ChangeStyle(window, 0, WS_VISIBLE | WS_MINIMIZE);
-            break;
         case SW_SHOWNORMAL:
         case SW_RESTORE:
+            if ((record->style & (WS_MINIMIZE | WS_MAXIMIZE)) && winhost::FindOwnWindow(window))
+                winhost::NotModelled("ShowWindow", "what a minimized or maximized window is told");
             winhost::ChangeStyle(window, WS_MINIMIZE | WS_MAXIMIZE, 0);
             winhost::Reveal(window);
             break;
         case SW_SHOW:
-            winhost::Reveal(window);
+            if (!(record->style & WS_VISIBLE)) winhost::Reveal(window);
             break;
         default:
             winhost::NotModelled("ShowWindow", "command " + std::to_string(command));

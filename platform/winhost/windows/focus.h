@@ -13,6 +13,8 @@ void Enable(HWND window, bool enable);
 // Hides a window. If a child of it has the focus, the parent
 // gets it. If the window is active, another one becomes active.
 void Hide(HWND window);
+// Makes another window active if this one is: its owner, or else the top one of the thread's.
+void Leave(HWND window);
 // Puts a top-level window on top and makes it the active window
 // of its thread. With null, the thread has no active window.
 void Activate(HWND window);

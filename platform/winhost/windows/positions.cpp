@@ -1,4 +1,6 @@
 // Moves, sizes, orders and shows windows in one call.
+#include <algorithm>
+
 #include "core/faults.h"
 #include "core/machine.h"
 #include "messages/window_table.h"
@@ -41,8 +43,8 @@ BOOL SetWindowPos(HWND window, HWND after, int x, int y, int width, int height, 
         if (!record) return FALSE;
         if (!(flags & SWP_NOMOVE)) winhost::MoveTo(record->rect, x, y);
         if (!(flags & SWP_NOSIZE)) {
-            record->rect.right = record->rect.left + width;
-            record->rect.bottom = record->rect.top + height;
+            record->rect.right = record->rect.left + std::max(width, 0);
+            record->rect.bottom = record->rect.top + std::max(height, 0);
         }
         if (!(flags & SWP_NOZORDER) && !winhost::Reorder(table, *record, after)) return FALSE;
     }

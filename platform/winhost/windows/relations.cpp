@@ -63,6 +63,7 @@ BOOL EnumWindows(WNDENUMPROC callback, LPARAM context) {
 
 HWND FindWindowExW(HWND parent, HWND after, LPCWSTR className, LPCWSTR title) {
     if (winhost::Fails("FindWindowExW")) return nullptr;
+    if (parent == HWND_MESSAGE) winhost::NotModelled("FindWindowExW", "a window for messages only");
     if ((parent && !winhost::Look(parent)) || (after && !winhost::Look(after))) return nullptr;
     return winhost::FindWindowAfter(parent, after, className, title);
 }

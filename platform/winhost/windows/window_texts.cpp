@@ -18,7 +18,7 @@ namespace {
 
 void StoreTitle(HWND window, LPCWSTR title) {
     const std::u16string_view text = title && *title != kNumberMark ? title : u"";
-    if (text.size() >= kTitleUnits) NotModelled("SetWindowTextW", "so long a title");
+    if (text.size() >= kTitleUnits) NotModelled("SetWindowTextW", "a title of more than 1023 characters");
     WindowTable table;
     WindowRecord* const record = table.Find(window);
     if (!record) return;
@@ -52,23 +52,29 @@ LONG_PTR LongOf(const char* call, HWND window, int index) {
     }
 }
 
-// Whether a window that nobody tells otherwise really does nothing with the message.
+// Whether the message has no effect on a window that leaves it to the system.
 bool HasNoEffect(UINT message) {
-    constexpr UINT kMessages[] = {WM_NULL,       WM_CREATE,     WM_DESTROY,     WM_MOVE,       WM_SIZE,
-                                  WM_SETFOCUS,   WM_KILLFOCUS,  WM_ENABLE,      WM_ENDSESSION, WM_SHOWWINDOW,
-                                  WM_CANCELMODE, WM_NEXTDLGCTL, WM_NCDESTROY,   WM_NCCALCSIZE, WM_GETDLGCODE,
-                                  WM_KEYDOWN,    WM_KEYUP,      WM_CHAR,        WM_SYSKEYUP,   WM_SYSCHAR,
-                                  WM_INITDIALOG, WM_COMMAND,    WM_PARENTNOTIFY};
+    constexpr UINT kMessages[] = {WM_NULL,       WM_CREATE,     WM_DESTROY,    WM_MOVE,
+                                  WM_SIZE,       WM_SETFOCUS,   WM_KILLFOCUS,  WM_ENABLE,
+                                  WM_ENDSESSION, WM_SHOWWINDOW, WM_CANCELMODE, WM_NEXTDLGCTL,
+                                  WM_NCDESTROY,  WM_NCCALCSIZE, WM_GETDLGCODE, WM_KEYDOWN,
+                                  WM_CHAR,       WM_INITDIALOG, WM_COMMAND,    WM_PARENTNOTIFY};
     constexpr UINT kFirstOfControls = EM_GETSEL, kLastOfControls = BM_CLICK, kFirstOfClipboard = WM_CUT;
     return message >= WM_USER || (message >= kFirstOfControls && message <= kLastOfControls) ||
            (message >= kFirstOfClipboard && message <= WM_UNDO) ||
            std::find(std::begin(kMessages), std::end(kMessages), message) != std::end(kMessages);
 }
 
-// Commands of the window's own menu, and the key for one of them.
-LRESULT CloseByCommand(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+// Commands of the window's own menu, and the keys for them.
+LRESULT CommandOfMenu(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     constexpr WORD kAltDown = 0x2000;
-    constexpr WPARAM kCommandBits = 0xFFF0;
+    constexpr WPARAM kCommandBits = 0xFFF0, kAlt = 0x12, kMenuKey = 0x5D, kF10 = 0x79;
+    const bool opens = message == WM_SYSCHAR    ? wParam == VK_SPACE
+                       : message == WM_KEYUP    ? wParam == kMenuKey
+                       : message == WM_SYSKEYUP ? wParam == kAlt || wParam == kF10
+                                                : false;
+    if (opens) NotModelled("DefWindowProcW", "a key that opens a window's menu");
+    if (message == WM_SYSCHAR || message == WM_KEYUP || message == WM_SYSKEYUP) return 0;
     if (message == WM_SYSKEYDOWN) {
         const bool closes = wParam == VK_F4 && (HIWORD(lParam) & kAltDown);
         return closes ? CallProcedure(RootOf(window), WM_SYSCOMMAND, SC_CLOSE, 0) : 0;
@@ -128,9 +134,12 @@ LRESULT DefaultOf(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
         case WM_SETFONT:
         case WM_GETFONT:
             return KeepFont(window, message, wParam);
+        case WM_KEYUP:
         case WM_SYSKEYDOWN:
+        case WM_SYSKEYUP:
+        case WM_SYSCHAR:
         case WM_SYSCOMMAND:
-            return CloseByCommand(window, message, wParam, lParam);
+            return CommandOfMenu(window, message, wParam, lParam);
         default:
             if (!HasNoEffect(message)) NotModelled("DefWindowProcW", "message " + std::to_string(message));
             return 0;
