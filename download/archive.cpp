@@ -109,10 +109,10 @@ Outcome WriteExactly(HANDLE file, const char* bytes, std::size_t cb) {
     DWORD cbWritten = 0;
     if (!WriteFile(file, bytes, static_cast<DWORD>(cb), &cbWritten, nullptr))
         return OutcomeOf(GetLastError());
-    return cbWritten == cb ? Outcome::Right : Outcome::NoRoom;
+    return cbWritten == cb ? Outcome::Right : Outcome::NoSpace;
 }
 
-bool HasRoom(const CString& folder, std::uint64_t cb) {
+bool HasSpace(const CString& folder, std::uint64_t cb) {
     ULARGE_INTEGER available;
     return !GetDiskFreeSpaceExW(folder, &available, nullptr, nullptr) || available.QuadPart >= cb;
 }

@@ -24,11 +24,11 @@ bool Seek(HANDLE file, std::uint64_t offset);
 std::uint64_t SizeOf(HANDLE file);
 // Damaged if the file ends before.
 Outcome ReadExactly(HANDLE file, void* bytes, std::size_t cb);
-// NoRoom if not all bytes can be written.
+// NoSpace if not all bytes can be written.
 Outcome WriteExactly(HANDLE file, const char* bytes, std::size_t cb);
 
 // False only if the drive surely has too little. Others may take what it has now, so each write is checked too.
-bool HasRoom(const CString& folder, std::uint64_t cb);
+bool HasSpace(const CString& folder, std::uint64_t cb);
 
 FILETIME TimeOf(const Entry& entry);
 

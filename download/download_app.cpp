@@ -104,8 +104,8 @@ UINT TextOf(Outcome outcome) {
     switch (outcome) {
         case Outcome::Damaged:
             return IDS_DAMAGED;
-        case Outcome::NoRoom:
-            return IDS_NO_ROOM;
+        case Outcome::NoSpace:
+            return IDS_NO_SPACE;
         case Outcome::NoRights:
             return IDS_NO_RIGHTS;
         default:

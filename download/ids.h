@@ -6,7 +6,7 @@
 // One for each outcome.
 #define IDS_FAILED 18
 #define IDS_DAMAGED 19
-#define IDS_NO_ROOM 20
+#define IDS_NO_SPACE 20
 #define IDS_NO_RIGHTS 21
 #define IDS_SHARE 22
 #define IDS_NOT_INSTALLED 23

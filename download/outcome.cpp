@@ -10,7 +10,7 @@ Outcome OutcomeOf(unsigned long error) {
             return Outcome::NoRights;
         case ERROR_DISK_FULL:
         case ERROR_HANDLE_DISK_FULL:
-            return Outcome::NoRoom;
+            return Outcome::NoSpace;
         default:
             return Outcome::Failed;
     }

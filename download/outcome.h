@@ -7,7 +7,7 @@ enum class Outcome {
     Right = 0,
     Failed = 2,
     Damaged = 3,
-    NoRoom = 4,
+    NoSpace = 4,
     NoRights = 5,
     Cancelled = 6,
     // An update doesn't find the installation that it builds on.

@@ -53,7 +53,7 @@ class Rebuilding {
             offset += rebuilt.difference.cbPacked;
             cbAll += rebuilt.file.cbFile;
         }
-        if (!HasRoom(folder, cbAll)) m_outcome = Outcome::NoRoom;
+        if (!HasSpace(folder, cbAll)) m_outcome = Outcome::NoSpace;
     }
 
     Outcome Run() {

@@ -29,7 +29,7 @@ class Unpacking {
     }
 
     Outcome Run() {
-        if (!HasRoom(m_folder, m_cbAll)) return Outcome::NoRoom;
+        if (!HasSpace(m_folder, m_cbAll)) return Outcome::NoSpace;
         Prepare();
         OnProcessors(m_blockPlaces.size(), [this] { UnpackBlocks(); });
         Finish();

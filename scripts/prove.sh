@@ -4,7 +4,7 @@
 #
 # Proves what docs/reliability.md promises, without a part all of it. On embedded machines:
 #   calls: each call of the system fails     kills: the process is killed at each call, and under Wine at random moments
-#   power: it is cut at each step           full: a disk with more and more room
+#   power: it is cut at each step           full: a disk with more and more space
 #   two: two runs at once                    list: the shared list of running copies with eight processes
 #   updates: an update ends as the whole download does
 #   large: packages and logs that grow, paths that are too long, and a download of 5 GB

@@ -74,7 +74,7 @@ make_prefix() (
     [ ! -e "$WINEPREFIX/.ready" ] || exit 0
     [ ! -d "$WINEPREFIX" ] || "$server" -k 8>&- 9>&- || true
     rm -rf "$WINEPREFIX"
-    # Nobody writes into the system's programs, so that they take room only once, where both are on one file system.
+    # Nobody writes into the system's programs, so that they take space only once, where both are on one file system.
     mkdir -p "$WINEPREFIX/drive_c/windows"
     cp -al "$new_home/prefix/drive_c/windows/system32" "$WINEPREFIX/drive_c/windows" 2>/dev/null || true
     cp -an "$new_home"/[!.]* "$wine_home"

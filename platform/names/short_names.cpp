@@ -8,8 +8,8 @@ namespace names {
 namespace {
 
 constexpr std::size_t kMaxBase = 8, kMaxExtension = 3;
-constexpr std::size_t kKeptOfBase = 6;     // leaves room for "~1"
-constexpr std::size_t kKeptBeforeSum = 2;  // leaves room for the sum as well
+constexpr std::size_t kKeptOfBase = 6;     // leaves space for "~1"
+constexpr std::size_t kKeptBeforeSum = 2;  // leaves space for the sum as well
 constexpr unsigned kNumbersWithoutSum = 4;
 
 // A short name neither leaves the character out nor replaces it.

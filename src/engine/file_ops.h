@@ -28,7 +28,7 @@ int ScheduleBootReplace(LPCWSTR source, LPCWSTR target);
 int DeleteMatching(LPCWSTR folder, LPCWSTR pattern);
 
 // Carries out the manifest from top to bottom, from the package's folder into the target folder. A record that fails
-// doesn't stop it. Nothing happens when the manifest can't be opened.
+// doesn't stop it. It has no effect when the manifest can't be opened.
 void RunCopyPass(LPCWSTR manifestPath, LPCWSTR fromFolder, LPCWSTR toFolder);
 
 // Copies what the pattern matches, and makes the target folders. Stops at the first file for which

@@ -51,7 +51,7 @@ inline constexpr RecordKind kRecordKinds[] = {
     {kShellLink, AtInstall::Nothing, AtRemoval::DeleteLink},
 };
 
-// A line taken apart. One that is no record has a null value and a kind that does nothing.
+// A line taken apart. One that is no record has a null value and a kind that has no effect.
 struct LogRecord {
     RecordKind kind;
     LPCWSTR value = nullptr;  // the rest of the line, after the prefix

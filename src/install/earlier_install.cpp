@@ -15,7 +15,7 @@
 
 namespace {
 
-// Room for a question with eight numbers of any length.
+// Space for a question with eight numbers of any length.
 constexpr std::size_t kQuestionChars = 512;
 
 // The version as one number. A field above 99 carries into the next one.

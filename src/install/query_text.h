@@ -7,5 +7,5 @@
 inline constexpr int kUrlLineChars = 260;
 
 // Applies one trimmed line to the query text. The address of a page replaces the text by its own query. The
-// address of updates adds its language. Other lines do nothing.
+// address of updates adds its language. Other lines have no effect.
 void TakeQueryLine(const CString& line, CString& query);

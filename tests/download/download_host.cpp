@@ -44,9 +44,9 @@ TEST_F(DownloadProgram, EachFailureHasItsCodeAndItsWords) {
         {"", 0, Outcome::Failed, TEXT("can't be unpacked")},
         {"RegOpenKeyExW", ERROR_ACCESS_DENIED, Outcome::NoRights, TEXT("Only an administrator")},
         {"CreateDirectoryW", ERROR_ACCESS_DENIED, Outcome::NoRights, TEXT("Only an administrator")},
-        {"CreateDirectoryW", ERROR_DISK_FULL, Outcome::NoRoom, TEXT("too little free space")},
+        {"CreateDirectoryW", ERROR_DISK_FULL, Outcome::NoSpace, TEXT("too little free space")},
         {"CreateDirectoryW", ERROR_ALREADY_EXISTS, Outcome::Failed, TEXT("can't be unpacked")},
-        {"WriteFile", ERROR_DISK_FULL, Outcome::NoRoom, TEXT("too little free space")},
+        {"WriteFile", ERROR_DISK_FULL, Outcome::NoSpace, TEXT("too little free space")},
         {"WriteFile", ERROR_INVALID_HANDLE, Outcome::Failed, TEXT("can't be unpacked")},
     };
     for (const auto& row : rows) {

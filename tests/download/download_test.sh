@@ -41,7 +41,7 @@ refused 'endless/setup.exe is no plain file' pack package out.exe --icon endless
 ln -s readme-en.txt package/link
 refused 'neither a file nor a folder' pack package out.exe
 rm package/link
-# What is clearly too large is refused before it is packed: the beginnings of its parts tell. The rest of this file takes no room.
+# What is clearly too large is refused before it is packed: the beginnings of its parts tell. The rest of this file takes no space.
 python3 - <<'END'
 import os
 with open('package/large', 'wb') as file:

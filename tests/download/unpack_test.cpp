@@ -55,11 +55,11 @@ TEST_F(DownloadTest, EachChangedBitAndEachCutIsNoticed) {
     EXPECT_EQ(UnpackBytes(whole + "more"), Outcome::Damaged);
 }
 
-TEST_F(DownloadTest, WithoutRoomNothingIsMade) {
+TEST_F(DownloadTest, WithoutSpaceNothingIsMade) {
     constexpr std::uint64_t kTooLarge = std::uint64_t{1} << 47;
     EXPECT_EQ(
         UnpackArchive({CString(At("download.exe")), 0, {{{8, kTooLarge}}, {{TEXT("a"), kTooLarge, 0, 0}}}}),
-        Outcome::NoRoom);
+        Outcome::NoSpace);
     EXPECT_EQ(Look(At("new")), Files());
 }
 

@@ -106,12 +106,12 @@ TEST_F(UpdateTest, EachChangedBitIsNoticed) {
         EXPECT_EQ(Carry(changed), Outcome::Damaged) << ::testing::PrintToString(changed);
 }
 
-TEST_F(UpdateTest, WithoutRoomOrWhenCancelledNothingIsMade) {
+TEST_F(UpdateTest, WithoutSpaceOrWhenCancelledNothingIsMade) {
     constexpr std::uint64_t kTooLarge = std::uint64_t{1} << 47;
     MakeFile(At("download.exe"));
     Archive archive{CString(At("download.exe")), 0, {}};
     archive.table.rebuilt.push_back({{TEXT("a"), kTooLarge, 0, 0}, TEXT("old\\file"), kTooLarge, {}, {}, {}});
-    EXPECT_EQ(CarryArchive(archive), Outcome::NoRoom);
+    EXPECT_EQ(CarryArchive(archive), Outcome::NoSpace);
     Progress progress(archive.table);
     progress.Cancel();
     Installation installation(CString(At("app")));

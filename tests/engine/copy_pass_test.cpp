@@ -112,7 +112,7 @@ TEST_F(CopyPassTest, ProbeIgnoresThePackagesOwnLibrary) {
 }
 
 TEST_F(CopyPassTest, CopyMatchingMakesTheFolderThatItNeeds) {
-    const std::string package = "a.dll:1 b.dll:2 sub\\c.txt:3 sub\\dir\\e.txt:5 sub\\disc:4";
+    const std::string package = "a.dll:1 b.dll:2 sub\\c.txt:3 sub\\dir\\e.txt:5 sub\\disk:4";
     const struct {
         const char* name;
         LPCWSTR pattern = TEXT("a.dll");

@@ -325,12 +325,12 @@ grep -qE "is there already|out can't be made" said || fail "the loser says $(<sa
 [ -z "$(compgen -G 'out.*')" ] && "${check[@]}" out >said || fail "two at once leave $(ls -d out*) $(<said)"
 rm -r out
 
-# ---- no room, but for the programs of the machine ----
+# ---- no space, but for the programs of the machine ----
 printf '\x7FELF' >tiny
 limit=$(($(stat -c %s "$build/system32/regsvr32.exe") / 1024 + 100))
 no_room() {
     (trap '' XFSZ && ulimit -f "$limit" && "${make[@]}" app out --setup tiny "$@") >said 2>&1
-    [ $? = 2 ] && [ -z "$(compgen -G 'out*')" ] || fail "without room it makes something: $(<said)"
+    [ $? = 2 ] && [ -z "$(compgen -G 'out*')" ] || fail "without space it makes something: $(<said)"
 }
 truncate -s $((limit + 1))K app/large
 no_room

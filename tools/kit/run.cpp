@@ -36,7 +36,8 @@ void Write(const fs::path& path, const std::string& text) {
     std::ofstream file(path, std::ios::binary);
     file << text;
     file.close();
-    if (!file) throw CantRun(Utf8(path) + " can't be written: make room, or name another folder by /results");
+    if (!file)
+        throw CantRun(Utf8(path) + " can't be written: free some space, or name another folder by /results");
 }
 
 // A zip that was cut has lost files, or parts of them. contents.txt has a line for each: size and name.
@@ -55,7 +56,7 @@ void RequireWholeKit(const Job& job) {
 namespace {
 
 constexpr DWORD kLongestMs = 6 * tools::kHangMs, kPollMs = 500;
-constexpr ULONGLONG kRoom = 300'000'000;  // in bytes: the tests' largest files and the results
+constexpr ULONGLONG kSpace = 300'000'000;  // in bytes: the tests' largest files and the results
 constexpr char kEnded[] = "\nkit: the program ended with ";
 constexpr char kMachine[] = "the machine:\n";
 constexpr char kGoesOn[] = "it goes on after a restart";
@@ -95,9 +96,9 @@ void RequireUse(const Job& job) {
     if (!IsUserAnAdmin())
         throw CantRun("the rights of an administrator are missing: right-click, Run as administrator");
     for (const fs::path& drive : {fs::path("C:\\"), job.results.root_path()}) {
-        ULARGE_INTEGER room = {};
-        if (GetDiskFreeSpaceExW(drive.c_str(), &room, nullptr, nullptr) && room.QuadPart < kRoom)
-            throw CantRun("there is no room on the drive " + Utf8(drive) + ": make 300 MB free");
+        ULARGE_INTEGER free = {};
+        if (GetDiskFreeSpaceExW(drive.c_str(), &free, nullptr, nullptr) && free.QuadPart < kSpace)
+            throw CantRun("there is no space on the drive " + Utf8(drive) + ": make 300 MB free");
     }
 }
 

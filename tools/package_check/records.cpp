@@ -11,13 +11,13 @@ namespace package_check {
 
 namespace {
 
-// The folder on most machines. A longer name leaves even less room for a path.
+// The folder on most machines. A longer name leaves even less space for a path.
 constexpr WCHAR kProgramFiles[] = TEXT("C:\\Program Files");
 
 // Setup itself looks for this file only if it carries out "File Copy x64: " records.
 constexpr WCHAR kX64Handler[] = TEXT("x64\\ThumbQvi64.dll");
 
-// Windows requires room for a name of 8.3 characters in a folder.
+// Windows requires space for a name of 8.3 characters in a folder.
 constexpr int kMostOfFolder = MAX_PATH - 13;
 
 // A bit for a set of kinds.

@@ -33,7 +33,7 @@ def add_to_log(lab, lines):
 
 
 def make(host, names):
-    """Makes files below a folder of the host, so no limit of Windows applies. Many names of one file take little room."""
+    """Makes files below a folder of the host, so no limit of Windows applies. Many names of one file take little space."""
     first = None
     for name in names:
         path = host / name.replace('\\', '/')
@@ -316,7 +316,7 @@ def group_is_left_out(lab, length):
 
 
 def held_file_comes_back(lab, length):
-    """A held file whose path has no room for ".old" is deleted at the restart. One more run brings it back."""
+    """A held file whose path has no space for ".old" is deleted at the restart. One more run brings it back."""
     name = 'held'.ljust(length - len(PRODUCT) - 1, 'x')
     make(lab.path(PACKAGE), [name])
     add_to_manifest(lab, [f'File Copy: {name}'])
