@@ -4,6 +4,7 @@ import datetime
 import os
 import random
 import shutil
+import signal
 import statistics
 import subprocess
 import sys
@@ -189,6 +190,7 @@ options = parser.parse_args()
 if unknown := set(options.what) - set(ALL):
     parser.error(f'there is nothing named {", ".join(unknown)} to measure, only {", ".join(ALL)}')
 pairs, growth_rounds, memory_rounds = (3, 3, 1) if options.quick else (9, 5, 3)
+signal.signal(signal.SIGTERM, lambda number, frame: sys.exit(128 + number))  # so that the folder is removed
 work = new_folder(place_to_work())
 machine = Prefix(work / 'wine')
 machine.begin()
