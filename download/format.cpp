@@ -150,7 +150,7 @@ SignaturePlace FindSignature(std::string_view program) {
 }
 
 std::uint64_t Sum(std::string_view bytes) {
-    return lzma_crc64(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size(), 0);
+    return lzma_crc32(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size(), 0);
 }
 
 std::uint64_t SumOfProgram(std::string program) {

@@ -101,7 +101,7 @@ struct SignaturePlace {
 // `program` is at least the headers of a program.
 SignaturePlace FindSignature(std::string_view program);
 
-// A CRC64.
+// A CRC32.
 std::uint64_t Sum(std::string_view bytes);
 // That of a program, in which what a signature changes counts as 0.
 std::uint64_t SumOfProgram(std::string program);

@@ -68,7 +68,7 @@ make_liblzma() (
         (cd "$folder/source" && apt-get "${apt[@]}" source --only-source "xz-utils=$version" >/dev/null)
         source=$(find "$folder/source" -mindepth 1 -maxdepth 1 -type d)
         cmake -S "$source" -B "$folder/build" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-w64.cmake" \
-            -DCMAKE_PROJECT_xz_INCLUDE="$root/cmake/liblzma_headers.cmake" \
+            -DCMAKE_PROJECT_xz_INCLUDE="$root/cmake/liblzma.cmake" \
             -DCMAKE_BUILD_TYPE=Release -DCMAKE_C_FLAGS='-w -DWIN32_LEAN_AND_MEAN -ffunction-sections -fdata-sections' >/dev/null
         cmake --build "$folder/build" --target liblzma -j "$(nproc)" -- --quiet
         cp "$folder/build/liblzma.a" "$folder/lib"

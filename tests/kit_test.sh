@@ -47,7 +47,7 @@ says '| link to a path in quotes | `1 c:\Scratch\a b` | `1 c:\Scratch\a b` | `1 
 mkdir "$work/wine/prefix/drive_c/others"
 others=0
 while sleep 0.05; do
-    touch "$work/wine/prefix/drive_c/others/$((++others))"
+    touch "$work/wine/prefix/drive_c/others/$((++others))"{1..9}
     [ ! -e "$results/waiting.txt" ] || ! grep -qs 'it needs a restart' "$results/results.txt" || touch "$work/early"
 done &
 GTEST_ALSO_RUN_DISABLED_TESTS=1 GTEST_FILTER='Restart.*' start 1 "$marked" /restart /only machine_tests
