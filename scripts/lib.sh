@@ -70,7 +70,7 @@ is_program() { [ -f "$1" ] && [ "$(head -c 2 -- "$1" 2>/dev/null)" = MZ ]; }
 absolute() { (cd "$caller" && realpath -m -- "$1"); }
 
 # build PRESET [TARGET...]: configures the preset's build folder if it is new, and builds the targets, or everything. It starts as
-# many compilers as there are processors: with more, all take longer.
+# many compilers as there are processors: with more, all take longer. Two builds at once in one folder would lose what depends on what.
 build() {
     [ -z "$installed" ] || return 0
     local preset=$1 folder=$root/build/$1
@@ -82,7 +82,7 @@ build() {
     [ -e "$folder/build.ninja" ] || (cd "$root" && cmake --preset "$preset" -B "$folder" >/dev/null) || return
     # Large pages save clang an eighth of its time; they cost GCC as much.
     [ "$preset" != host-asan ] || local -x GLIBC_TUNABLES=glibc.malloc.hugetlb=1
-    cmake --build "$folder" -j "$(nproc)" ${1+--target "$@"} -- --quiet
+    flock "$folder" cmake --build "$folder" -j "$(nproc)" ${1+--target "$@"} -- --quiet
 }
 
 # Whether the Windows target can be built and run here.
