@@ -56,7 +56,7 @@ TEST_F(HostVersions, OfDamagedFilesAreWholeOrMissing) {
     const std::string program = WindowsProgram();
     const std::string_view block = winhost::FindVersionBlock(program).block;
     ASSERT_FALSE(block.empty());
-    for (std::size_t end = 0; end < program.size(); ++end) {
+    for (std::size_t end = 0; end < program.size(); end += 3) {
         const auto found = winhost::FindVersionBlock(std::string_view(program).substr(0, end));
         EXPECT_TRUE(found.error != 0 || found.block == block) << end;
     }

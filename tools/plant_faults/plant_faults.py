@@ -38,7 +38,7 @@ OWN_PROGRAMS = {"app": ("start_up", "app"), "run": ("start_up", "app"), "package
                 **dict.fromkeys(("common", "package_check"), ("tools",))}
 # A sample tells whether the tests still notice most faults. It asks only the quick programs of the fault's own room. Survivors are work
 # to do, but chance must not stop a change: three of four may survive.
-SAMPLE_S, SAMPLE_LEAST, SAMPLE_MAY_SURVIVE = 45, 4, 0.75
+SAMPLE_S, SAMPLE_LEAST, SAMPLE_MAY_SURVIVE = 35, 4, 0.75
 HANGS_AFTER_S = 600  # and six times as long as without the fault
 # What stands for a test when a whole program fails.
 WHOLE = ("hangs", "crashes", "fails")
