@@ -105,6 +105,7 @@ EXCEPTIONS = [
     ('7.1', AT_ONCE, 'install-wizard', NO_END, 'exit code: 1|messages: * programs were still running *'),
     ('7.2', AT_ONCE, 'install*|update', 'GetFileVersionInfo*|GetProcAddress|GetSystemDirectoryW|LoadLibraryW|VerQueryValueW|_waccess',
      'exit code: 1|messages: *This setup files are damaged*|pages: *'),
+    ('7.2', AT_ONCE, 'download', 'CloseHandle', 'messages: *This setup files are damaged*|pages: *|programs: *setup.exe*'),
     ('7.3', AT_ONCE, 'install*|update|uninstall', 'GetModuleHandleW|GetProcAddress|RtlGetVersion', 'programs: regsvr32.exe *'),
     ('7.4', AT_ONCE, 'update', 'ReadFile', 'programs: *QtvApp8.exe"*'),
     ('7.5', AT_ONCE, 'install-wizard', 'CreateDialogParamW|DestroyWindow|GetDlgItem|GetWindowText*|SetWindowTextW',

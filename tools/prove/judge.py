@@ -5,11 +5,12 @@ import json
 import multiprocessing
 import os
 import shutil
+import signal
 import tempfile
 from pathlib import Path
 
 import lab as laboratory
-from exceptions import AT_ONCE, FOR_GOOD, LASTING, LOST, RUN, SECOND
+from exceptions import AT_ONCE, FOR_GOOD, LASTING, LOST, RUN, SECOND, TARGET
 from lab import Unusable
 from own_items import Trace
 from scenarios import SCENARIOS, install, prepare, run_again, run_in_use
@@ -89,8 +90,8 @@ class Benches:
         before, after = machines[:2]
         state = {**state, **shown}
         if scenario.name == 'download':
-            started = any(item.startswith('programs: ') for item in shown)
-            return odd_items(LOST, state, after if started else {**before, 'exit code': shown['exit code']})
+            installed = any(item.startswith(f'programs: "{TARGET}') for item in shown)
+            return odd_items(LOST, state, after if installed else {**before, 'exit code': shown['exit code']})
         program, call = disturbance['watched'], disturbance['call']
         is_own = reference['traces'][program].own(program, call, disturbance['nth'], reference['calls'][program][call])
         odd = odd_items(AT_ONCE, state, *machines) + (odd_items(LOST, state, after) if is_own else [])
@@ -160,6 +161,8 @@ class Benches:
 
 
 def begin_worker(benches, task):
+    # The pool ends its workers by this. One that first tidied up as the command does would wait for its pool for ever.
+    signal.signal(signal.SIGTERM, signal.SIG_DFL)
     own = Path(tempfile.mkdtemp(prefix='worker.', dir=benches.folder))
     do_job.call = lambda job: task(benches, do_job.lab, own, *job)
     do_job.lab = laboratory.embedded()
