@@ -3,7 +3,6 @@
 #include "engine/file_steps.h"
 #include "engine/manifest.h"
 #include "run/process_helpers.h"
-#include "run/run_paths.h"
 #include "run/run_values.h"
 #include "support/handles.h"
 #include "support/path_text.h"

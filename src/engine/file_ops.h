@@ -22,11 +22,6 @@ int ScheduleBootDelete(LPCWSTR path);
 // source is then marked for deletion.
 int ScheduleBootReplace(LPCWSTR source, LPCWSTR target);
 
-// Deletes what the pattern matches in the folder, and marks what can't be deleted. Sub-folders and the
-// entries "." and ".." count as matches. Returns the number of files deleted at once. A search path of
-// MAX_PATH characters or more matches nothing.
-int DeleteMatching(LPCWSTR folder, LPCWSTR pattern);
-
 // Carries out the manifest from top to bottom, from the package's folder into the target folder. A record that fails
 // doesn't stop it. It has no effect when the manifest can't be opened.
 void RunCopyPass(LPCWSTR manifestPath, LPCWSTR fromFolder, LPCWSTR toFolder);
@@ -38,6 +33,11 @@ int CopyMatching(LPCWSTR pattern, LPCWSTR fromFolder, LPCWSTR toFolder);
 // Removes from `folder` what a manifest or log names: first the files, then the folders of the "Make Dir: "
 // records. onlyPrefix limits the files to records with that prefix; null stands for all six kinds.
 void RunRemovalPass(LPCWSTR logPath, LPCWSTR folder, LPCWSTR onlyPrefix);
+
+// Deletes what the pattern matches in the folder, and marks what can't be deleted. Sub-folders and the
+// entries "." and ".." count as matches. Returns the number of files deleted at once. A search path of
+// MAX_PATH characters or more matches nothing.
+int DeleteMatching(LPCWSTR folder, LPCWSTR pattern);
 
 // Deletes the shortcuts that a log names, then the group folders with their empty parents.
 void RemoveLoggedLinks(LPCWSTR logPath);

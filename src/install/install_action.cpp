@@ -21,7 +21,7 @@ namespace {
 void ClearEarlierInstallation() {
     RemoveLoggedLinks(InTargetDir(kOlderLogFile));
     RemoveLoggedLinks(LogPath());
-    // The folders of the "Make Dir: " records go too, if they are empty. The copy pass makes them again.
+    // The folders of the "Make Dir: " records go too if they are empty; the others are marked. The copy pass makes them again.
     RunRemovalPass(ManifestPath(), g_targetDir, kFileDel);
 }
 
