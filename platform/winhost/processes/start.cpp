@@ -5,11 +5,13 @@
 #include <spawn.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
 #include "core/events.h"
 #include "core/host_io.h"
+#include "core/machine.h"
 #include "files/paths.h"
 #include "files/sharing.h"
 #include "processes/arguments.h"
@@ -28,7 +30,7 @@ bool IsHostProgram(int descriptor) {
     return std::memcmp(start, ELFMAG, SELFMAG) == 0 && start[EI_CLASS] == ELFCLASS64;
 }
 
-// The pointers to the texts, with none behind the last, as the host takes a program's arguments and environment.
+// The pointers to the texts and a null pointer after them: the host takes a program's arguments and environment so.
 std::vector<char*> Pointers(std::vector<std::string>& texts) {
     std::vector<char*> pointers;
     for (std::string& text : texts)
@@ -137,7 +139,8 @@ std::optional<StartedProcess> StartProgram(const std::u16string& program, const 
         SetLastError(error == ENOEXEC ? ERROR_BAD_EXE_FORMAT : ErrorOf(error));
         return std::nullopt;
     }
-    entry.Name(static_cast<DWORD>(child));
+    if (!entry.Name(static_cast<DWORD>(child)))
+        NotModelled("CreateProcessW", "a machine whose table of processes can't be written");
     std::optional<StartedProcess> started(std::in_place);
     started->id = child;
     started->files = OpenProcessFiles(static_cast<DWORD>(child));
