@@ -1,7 +1,6 @@
 #include "app/setup_state.h"
 #include "engine/file_ops.h"
 #include "harness/machine_view.h"
-#include "engine/manifest.h"
 
 namespace {
 
@@ -76,6 +75,61 @@ TEST_F(RemovalPassTest, LinksAreDeletedBeforeTheirGroup) {
         Look(),
         State("menu\\shared\\users.lnk:1 menu\\full\\group\\users.lnk:1 menu\\empty\\ fixed.lnk:1 a.lnk:1"));
     EXPECT_TRUE(BootMarks().empty());
+}
+
+TEST_F(RemovalPassTest, DeleteMatchingDeletesOrMarks) {
+    const std::string all = "a.dll:a b.DLL:b c.txt:c sub\\z.dll:z x.dll:y";
+    // "a" and so many stars that the search path has the given length.
+    const auto stars = [](std::size_t cch) { return "a" + std::string(cch - At("f\\a").size(), '*'); };
+    const std::string withoutC = "a.dll:a b.DLL:b sub\\z.dll:z x.dll:y",
+                      withoutZ = "a.dll:a b.DLL:b c.txt:c sub\\ x.dll:y",
+                      withoutA = "b.DLL:b c.txt:c sub\\z.dll:z x.dll:y";
+    const struct {
+        const char* name;
+        Text folder = At("f");
+        std::string pattern;
+        const char* held = "";
+        std::string left;
+        const char* marks = "";
+        int deleted = 1;
+    } rows[] = {
+        {.name = "one name", .pattern = "c.txt", .left = withoutC},
+        {.name = "one in use",
+         .folder = At("f/"),
+         .pattern = "?.dll",
+         .held = "a.dll",
+         .left = "a.dll:a c.txt:c sub\\z.dll:z",
+         .marks = "a.dll",
+         .deleted = 2},
+        {.name = "folder part", .pattern = "sub\\?.dll", .left = withoutZ},
+        {.name = "two levels", .folder = kScratch, .pattern = "f\\sub\\?.dll", .left = withoutZ},
+        {.name = "the other separator", .pattern = "sub/?.dll", .left = all, .marks = "z.dll", .deleted = 0},
+        {.name = "no pattern", .pattern = "", .left = all, .deleted = 0},
+        {.name = "all", .folder = At("f\\sub"), .pattern = "*.*", .left = withoutZ, .marks = "sub ."},
+        {.name = "current folder", .folder = {}, .pattern = "f\\c.txt", .left = withoutC},
+        {.name = "longest search path", .pattern = stars(MAX_PATH - 1), .left = withoutA},
+        {.name = "search path too long", .pattern = stars(MAX_PATH), .left = all, .deleted = 0},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        DeleteTree(At("f"));
+        Make(all, At("f"));
+        for (const char* name : {"f\\a.dll", "f\\c.txt"})
+            ASSERT_TRUE(SetFileAttributesW(At(name).c_str(), FILE_ATTRIBUTE_READONLY));
+        ASSERT_TRUE(SetFileAttributesW(At("f\\sub").c_str(), FILE_ATTRIBUTE_HIDDEN));
+        const std::size_t earlier = BootMarks().size();
+        std::optional<HeldFile> held;
+        if (*row.held) held.emplace(At("f\\") + Wide(row.held), Hold::NoDelete);
+
+        EXPECT_EQ(DeleteMatching(row.folder.c_str(), Wide(row.pattern).c_str()), row.deleted);
+        EXPECT_EQ(Look(At("f")), State(row.left));
+        EXPECT_EQ(MarksFrom(earlier), Marks(row.marks, At("f")));
+        EXPECT_TRUE(!held || !(GetFileAttributesW(At("f\\a.dll").c_str()) & FILE_ATTRIBUTE_READONLY));
+        EXPECT_EQ((GetFileAttributesW(At("f\\sub").c_str()) & FILE_ATTRIBUTE_HIDDEN) == 0,
+                  row.pattern == "*.*")
+            << "a folder that matches is treated like a file";
+    }
+    EXPECT_EQ(g_rebootNeeded, 0);
 }
 
 }  // namespace

@@ -15,26 +15,29 @@ class HostFiles : public ScratchTest {};
 TEST_F(HostFiles, AreSharedAsBothProcessesAllow) {
     constexpr DWORD kAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
     MakeFile(TEXT("C:\\Scratch\\a"));
-    const struct {
-        DWORD heldAccess, heldShare, access, share;
-        bool allowed;
-    } rows[] = {
-        {GENERIC_READ, FILE_SHARE_READ, GENERIC_READ, FILE_SHARE_READ, true},
-        {GENERIC_READ, FILE_SHARE_READ, GENERIC_READ, 0, false},
-        {GENERIC_WRITE, kAll, GENERIC_READ, FILE_SHARE_READ, false},
-        {GENERIC_WRITE, kAll, GENERIC_READ | GENERIC_WRITE, kAll, true},
-        {GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, DELETE, kAll, false},
-        {DELETE, kAll, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, false},
-        {GENERIC_READ, 0, 0, 0, true},
+    struct Claim {
+        DWORD access, share;
     };
-    for (const auto& row : rows) {
-        const Neighbour neighbour([&] {
-            return CreateFileW(TEXT("a"), row.heldAccess, row.heldShare, nullptr, OPEN_EXISTING, 0,
-                               nullptr) != INVALID_HANDLE_VALUE;
+    const struct {
+        Claim held, asked;
+        bool isAllowed;
+    } rows[] = {
+        {{GENERIC_READ, FILE_SHARE_READ}, {GENERIC_READ, FILE_SHARE_READ}, true},
+        {{GENERIC_READ, FILE_SHARE_READ}, {GENERIC_READ, 0}, false},
+        {{GENERIC_WRITE, kAll}, {GENERIC_READ, FILE_SHARE_READ}, false},
+        {{GENERIC_WRITE, kAll}, {GENERIC_READ | GENERIC_WRITE, kAll}, true},
+        {{GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE}, {DELETE, kAll}, false},
+        {{DELETE, kAll}, {GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE}, false},
+        {{GENERIC_READ, 0}, {0, 0}, true},
+    };
+    for (const auto& [held, asked, isAllowed] : rows) {
+        const Neighbour neighbour([&held = held] {
+            return CreateFileW(TEXT("a"), held.access, held.share, nullptr, OPEN_EXISTING, 0, nullptr) !=
+                   INVALID_HANDLE_VALUE;
         });
-        EXPECT_EQ(Open("A", row.access, OPEN_EXISTING, row.share),
-                  row.allowed ? "ok" : "ERROR_SHARING_VIOLATION")
-            << row.heldAccess << " " << row.heldShare << " " << row.access << " " << row.share;
+        EXPECT_EQ(Open("A", asked.access, OPEN_EXISTING, asked.share),
+                  isAllowed ? "ok" : "ERROR_SHARING_VIOLATION")
+            << held.access << " " << held.share << " " << asked.access << " " << asked.share;
     }
     EXPECT_EQ(Open("a", GENERIC_READ | GENERIC_WRITE, OPEN_EXISTING, 0), "ok")
         << "a claim ends with its process";
