@@ -1,7 +1,6 @@
 #include "run/process_helpers.h"
 
 #include "run/run_paths.h"
-#include "app/setup_app.h"
 #include "app/setup_state.h"
 #include "harness/scratch.h"
 #include "support/path_text.h"

@@ -2,7 +2,6 @@
 // programs are in the list.
 #include "instances/instance_manager.h"
 #include "app/setup_app.h"
-#include "app/setup_state.h"
 #include "resource.h"
 #include "support/handles.h"
 #include "support/path_text.h"
@@ -62,30 +61,36 @@ TEST_F(RunningCopies, ClosingSparesTheLastEntryOfAForeignList) {
 
 // The first argument never makes setup close copies without a question, and no copy is closed before the answer.
 TEST_F(RunningCopies, RunOnUntilTheQuestionIsAnswered) {
-    const Text copyOpen = Text(LoadResString(IDS_ONE_INSTANCE_OPEN)).substr(0, 20);
+    const Text uninstall = TEXT("This will completely uninstall Qantivo 8.\nDo you want to continue?"),
+               oneOpen = TEXT("1 instance of Qantivo is"), threeOpen = TEXT("3 instances of Qantivo are");
     const struct {
         LPCWSTR program, arguments;
-        bool installs;
         Text question;
+        DWORD listed = 2;
+        bool installs = true;
     } rows[] = {
-        {TEXT("\\QtvUnInst.exe"), TEXT("-v"), false,
-         TEXT("This will completely uninstall Qantivo 8.\nDo you want to continue?")},
-        {TEXT("\\setup.exe"), TEXT("-s"), true, copyOpen},
-        {TEXT("\\setup.exe"), TEXT("/s x"), true, copyOpen},
+        {.program = TEXT("\\QtvUnInst.exe"),
+         .arguments = TEXT("-v"),
+         .question = uninstall,
+         .installs = false},
+        {.program = TEXT("\\setup.exe"), .arguments = TEXT("-s"), .question = oneOpen},
+        {.program = TEXT("\\setup.exe"), .arguments = TEXT("/s x"), .question = threeOpen, .listed = 4},
     };
     for (const auto& row : rows) {
         const RunningProgram copy(kCopy);
-        SetList(2, {copy.Id(), 0});
+        SetList(row.listed, {copy.Id(), 0});
         const BoxAnswers answers(row.installs ? std::vector{IDNO, IDOK} : std::vector{IDNO});
         EXPECT_EQ(RunChild("StartsAmongCopies", kScratch + row.program, row.arguments),
                   row.installs ? 1u : 0u);
         EXPECT_TRUE(copy.EndNow());
-        ASSERT_EQ(answers.Shown().size(), row.installs ? 2u : 1u);
-        EXPECT_EQ(answers.Shown()[0].text.substr(0, row.question.size()), row.question);
-        EXPECT_TRUE(answers.Shown()[0].HasStyle(row.installs ? MB_YESNO | MB_ICONWARNING
-                                                             : MB_YESNO | MB_ICONWARNING | MB_DEFBUTTON2));
-        EXPECT_TRUE(answers.Shown().size() == 1 || answers.Shown()[1].HasStyle(MB_OK | MB_ICONINFORMATION));
-        for (const ShownBox& box : answers.Shown())
+        const std::vector<ShownBox> shown = answers.Shown();
+        ASSERT_EQ(shown.size(), row.installs ? 2u : 1u);
+        EXPECT_EQ(shown[0].text.substr(0, row.question.size()), row.question);
+        EXPECT_TRUE(shown[0].HasStyle(row.installs ? MB_YESNO | MB_ICONWARNING
+                                                   : MB_YESNO | MB_ICONWARNING | MB_DEFBUTTON2));
+        EXPECT_TRUE(!row.installs || (shown[1].HasStyle(MB_OK | MB_ICONINFORMATION) &&
+                                      shown[1].text == LoadResString(IDS_SETUP_ABORTED).Text()));
+        for (const ShownBox& box : shown)
             EXPECT_EQ(box.caption, TEXT("Qantivo Setup"));
     }
 }

@@ -121,32 +121,6 @@ TEST_F(Install, RefusesADamagedPackage) {
     EXPECT_TRUE(answers.Shown().at(1).text.starts_with(TEXT("This setup files are damaged")));
 }
 
-// Windows cuts all blanks and dots at the end of the last name of a path, but only one dot at the end of another name.
-// So the folder is made without them, and then most files are searched in a folder with them.
-TEST_F(Install, IntoAFolderWithABlankOrDotsAtTheEndOfAName) {
-    const struct {
-        const char *named, *made;
-        std::ptrdiff_t files;
-    } rows[] = {{"My ", "My", 8}, {"Two..", "Two", 0}, {"One.", "One", 13}, {"In \\Qantivo", "In", 0}};
-    for (const auto& row : rows) {
-        EXPECT_EQ(Setup(Wide("-s -instdir \"C:\\Scratch\\" + std::string(row.named) + "\"")), 0u);
-        const auto names = Tree(kScratch + TEXT("\\") + Wide(row.made));
-        const auto isFile = [](const Text& name) { return name.back() != TEXT('\\'); };
-        EXPECT_EQ(std::count_if(names.begin(), names.end(), isFile), row.files) << row.named;
-    }
-}
-
-// Records with such names neither copy nor delete anything.
-TEST_F(Install, PassesOverRecordsWithABlankOrDotsAtTheEndOfAName) {
-    MakeFile(package + TEXT("\\QtvUnInst.log"),
-             "File Copy: QtvApp8.exe\r\nFile Copy: Samples \\*.*\r\nFile Copy: ...\r\n");
-    MakeFile(target + TEXT("\\mine"));
-    const auto packed = Tree(package);
-    EXPECT_EQ(Setup(TEXT("-s -instdir C:\\Scratch\\Qantivo")), 0u);
-    EXPECT_EQ(Tree(target), (std::vector<Text>{TEXT("QtvApp8.exe"), TEXT("QtvUnInst.log"), TEXT("mine")}));
-    EXPECT_EQ(Tree(package), packed);
-}
-
 // ---- over an earlier installation, which is for all users in the default folder ----
 
 class Update : public EndToEndTest {

@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <sstream>
 
+#include "instances/instance_manager.h"
+
 namespace {
 
 std::string FileName(const std::string& path) {
@@ -227,6 +229,13 @@ State With(State base, const State& more) {
             difference += "\n" + name + "\n    expected: " + wanted + "\n    found:    " + found;
     if (difference.empty()) return ::testing::AssertionSuccess();
     return ::testing::AssertionFailure() << difference;
+}
+
+RunningProgram StartCopy(const Text& folder, LPCWSTR option) {
+    RunningProgram copy(TEXT("\"") + folder + TEXT("\\QtvApp8.exe\"") + option);
+    Await("the application's window",
+          [&] { return COXInstanceManager::FindInstanceWindow(copy.Id()) != nullptr; });
+    return copy;
 }
 
 std::string Neutral(std::string text) {

@@ -58,6 +58,9 @@ State With(State base, const State& more);
 // Compares item by item, and prints only the differences.
 ::testing::AssertionResult Same(const State& expected, const State& actual);
 
+// Starts the application of the folder, and waits until it is in the list and shows its window.
+RunningProgram StartCopy(const Text& folder, LPCWSTR option = TEXT(" -show"));
+
 // Replaces paths of the machine in a text by the names above. Where does the opposite.
 std::string Neutral(std::string text);
 Text Where(std::string text);

@@ -1,6 +1,6 @@
 // Which copies setup closes and which it doesn't. Only the embedded machine can make its calls fail.
-#include "end_to_end/copy.h"
 #include "end_to_end/run.h"
+#include "instances/instance_manager.h"
 #include <winhost.h>
 
 namespace {

@@ -1,6 +1,4 @@
-#include <memory>
 
-#include "end_to_end/copy.h"
 #include "end_to_end/run.h"
 
 namespace {

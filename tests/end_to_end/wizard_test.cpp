@@ -44,22 +44,6 @@ TEST_F(Wizard, InstallsWhatItsPagesSayAndStartsTheProduct) {
              Changes()));
 }
 
-// A cancelled wizard leaves nothing, and the exit code is 0.
-TEST_F(Wizard, LeavesNothingWhenItIsCancelled) {
-    const BoxAnswers answers({IDNO, IDYES});
-    const auto person = [](const Driver& wizard) {
-        Next(wizard, 1);
-        EXPECT_EQ(TextOf(wizard.PageControl(IDC_AGREEMENT)), Text()) << "it is the current folder's";
-        Next(wizard, 1);
-        EXPECT_TRUE(IsTicked(wizard.PageControl(IDC_PORTABLE))) << "as the command line asks for";
-        Next(wizard, 1);
-        for (int asked = 0; asked < 2; ++asked)
-            wizard.Press(IDCANCEL);
-    };
-    EXPECT_EQ(Setup(TEXT("-instport C:\\Scratch\\Stick\\Qantivo"), person, kScratch), 0u);
-    EXPECT_TRUE(Same({}, Changes()));
-}
-
 // The wizard asks before it replaces the same version. What can't be replaced at once waits for the restart that the
 // last page asks for.
 TEST_F(Wizard, ReplacesWhatTheUserAgreesToReplace) {

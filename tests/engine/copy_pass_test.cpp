@@ -53,7 +53,7 @@ TEST_F(CopyPassTest, CopiesEachKindToItsFolder) {
             "File Overwrite: skipped\r\nFile Del: skipped\r\nMade Dir: skipped\r\nShell Link: skipped\r\n"
             "file copy: skipped\r\n File Copy: skipped\r\nFile Copy:  skipped\r\n"
             "File Copy: skipped | a comment\r\n\r\n"
-            "File Copy: none\\*\r\n"
+            "File Copy: none\\*\r\nFile Copy: sub \\*\r\nFile Copy: ...\r\n"
             "File Copy: last\r\n\x1a\r\nFile Copy: skipped");
         EXPECT_EQ(Look(At("apps")), State(always + row.more));
         EXPECT_EQ(Look(kPackage), State(package));

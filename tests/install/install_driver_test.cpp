@@ -50,6 +50,7 @@ TEST_F(InstallDriver, OptionsSettleTheInstall) {
         {TEXT("-autostart -instdir \"C:\\Scratch\\a b\\\""), "C:\\Scratch\\a b type 0" + inFolder},
         {TEXT("-instdir C:\\Scratch\\kept"), "C:\\Scratch\\kept type 0" + inFolder + " group Qantivo K"},
         {TEXT("-instdir C:\\Scratch\\in/"), "C:\\Scratch\\in type 0" + inFolder},
+        {TEXT("-instdir \"C:\\Scratch\\in \""), "C:\\Scratch\\in  type 0" + inFolder + " elsewhere"},
         {TEXT("-instdir C:\\Scratch\\in\\\\"), "C:\\Scratch\\in\\ type 0" + inFolder + " elsewhere"},
         {TEXT("-instdir C:\\Scratch\\x -instport C:\\Scratch\\in "), "C:\\Scratch\\in type 2" + inFolder},
         {TEXT("-instdir C:\\Scratch\\in -instport"), "C:\\Scratch\\in type 2" + inFolder},

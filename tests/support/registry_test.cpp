@@ -1,7 +1,6 @@
 #include "support/registry.h"
 
 #include "harness/registry_values.h"
-#include "harness/scratch.h"
 
 #ifdef _WIN32
 #include <sddl.h>

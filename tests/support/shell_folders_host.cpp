@@ -1,8 +1,5 @@
-// Where a shell folder is: the shell says so and makes the folder. When the shell fails, the registry says so.
-#include <shlobj.h>
-
+// Where a shell folder is when the shell fails: the registry says so.
 #include "harness/registry_values.h"
-#include "harness/scratch.h"
 #include "support/shell_folders.h"
 #include <winhost.h>
 
@@ -32,14 +29,6 @@ TEST_F(ShellFolders, ComeFromTheirRegistryValuesWhenTheShellFails) {
         EXPECT_EQ(GetShellFolder(row.folder).Text(), path(row.folder));
     }
     winhost::SetFaults({});
-}
-
-TEST_F(ShellFolders, AreMadeWhereTheUserHasThem) {
-    const Text key = TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders");
-    const Text moved = kScratch + TEXT("\\moved");
-    PutValue(HKEY_CURRENT_USER, key, TEXT("My Pictures"), Sz(moved));
-    EXPECT_EQ(GetShellFolder(CSIDL_MYPICTURES).Text(), moved);
-    EXPECT_TRUE(Exists(moved));
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 // Tests of the uninstall that need a failing call, or the events and handles of the embedded machine.
 #include <algorithm>
-#include <set>
 #include <sstream>
 
 #include "run/process_helpers.h"

@@ -4,10 +4,7 @@
 
 #include <fstream>
 
-#include <shlobj.h>
-
 #include "harness/registry_values.h"
-#include "harness/scratch.h"
 #include "core/machine.h"
 
 namespace fs = std::filesystem;

@@ -2,9 +2,6 @@
 #include <commctrl.h>
 #include <shlobj.h>
 
-#include <filesystem>
-#include <functional>
-
 #include "harness/driver.h"
 #include "messages/window_table.h"
 #include <winhost.h>
@@ -13,13 +10,13 @@ namespace {
 
 class HostWindows : public ScratchTest {};
 
-HWND Make(LPCWSTR title) {
-    return CreateWindowExW(0, TEXT("STATIC"), title, WS_VISIBLE, 0, 0, 0, 0, nullptr, nullptr, nullptr,
-                           nullptr);
+HWND Make(LPCWSTR kind = TEXT("STATIC"), DWORD style = WS_VISIBLE, LPCWSTR text = TEXT(""),
+          HWND parent = nullptr) {
+    return CreateWindowExW(0, kind, text, style, 0, 0, 50, 50, parent, nullptr, nullptr, nullptr);
 }
 
 CHILD_PROGRAM(MakesWindowsUntilItDies) {
-    while (Make(TEXT("Short-lived"))) {
+    while (Make()) {
         if (__argc > 1) ExitProcess(0);
     }
     return 1;
@@ -37,7 +34,7 @@ std::size_t CountQueues() {
 }
 
 TEST_F(HostWindows, AreRemovedWithTheirProcess) {
-    const HWND own = Make(TEXT("Own"));
+    const HWND own = Make();
     for (int round = 0; round < 10; ++round) {
         {
             const RunningProgram child = StartChild("MakesWindowsUntilItDies");
@@ -62,7 +59,7 @@ CHILD_PROGRAM(PostsUntilTheQueueIsFull) {
 }
 
 TEST_F(HostWindows, QueueHasOneLimitForAllSenders) {
-    const HWND own = Make(TEXT("Own"));
+    const HWND own = Make();
     const Text number = winhost::Utf16(std::to_string(reinterpret_cast<ULONG_PTR>(own)));
     MSG message = {};
     for (const DWORD free : {10000u, 1u, 0u}) {
@@ -103,15 +100,11 @@ TEST_F(HostWindows, OfFoldersNameNewOnesAsWindowsDoes) {
 
 TEST_F(HostWindows, EndTheRunWhereWindowsWouldDoMore) {
     // The child of a death test has no windows but those that it makes.
-    const auto own = [] { return Make(TEXT("Own")); };
+    const auto own = [] { return Make(); };
     std::vector<HWND> edits;
     const auto edit = [&](DWORD style) {
-        edits.push_back(CreateWindowExW(0, TEXT("EDIT"), TEXT("a\r\nb"), style, 0, 0, 50, 50, nullptr,
-                                        nullptr, nullptr, nullptr));
+        edits.push_back(Make(TEXT("EDIT"), style, TEXT("a\r\nb")));
         return edits.back();
-    };
-    const auto make = [](LPCWSTR kind, DWORD style) {
-        return CreateWindowExW(0, kind, TEXT(""), style, 0, 0, 0, 0, nullptr, nullptr, nullptr, nullptr);
     };
     const auto enroll = [](LPCWSTR name, UINT style) {
         WNDCLASSEXW kind = {sizeof kind, style,   DefWindowProcW, 0,       0,    nullptr,
@@ -151,8 +144,7 @@ TEST_F(HostWindows, EndTheRunWhereWindowsWouldDoMore) {
         {[&] { move(VK_END, EM_GETSEL, 0); }, "after a move by lines"},
         {[&] { (void)SendMessageW(edit(ES_AUTOHSCROLL), WM_CHAR, 1, 0); }, "Ctrl.A"},
         {[&] {
-             const HWND line = CreateWindowExW(0, TEXT("EDIT"), TEXT(""), WS_CHILD | ES_AUTOHSCROLL, 0, 0, 0,
-                                               0, own(), nullptr, nullptr, nullptr);
+             const HWND line = Make(TEXT("EDIT"), WS_CHILD | ES_AUTOHSCROLL, TEXT(""), own());
              MSG stroke = {line, WM_KEYDOWN, VK_RETURN, 0, 0, {}};
              for (const UINT each : {WM_GETDLGCODE, WM_KEYDOWN})
                  (void)SendMessageW(line, each, VK_RETURN, reinterpret_cast<LPARAM>(&stroke));
@@ -165,13 +157,13 @@ TEST_F(HostWindows, EndTheRunWhereWindowsWouldDoMore) {
         {[&] { (void)SendMessageW(own(), WM_SYSKEYUP, kAlt, 0); }, "a window's menu"},
         {[&] { (void)SendMessageW(own(), WM_KEYUP, kMenuKey, 0); }, "a window's menu"},
         {[&] { (void)ShowWindow(own(), kMinimized); }, "command 6"},
-        {[&] { (void)ShowWindow(make(TEXT("STATIC"), WS_MINIMIZE), SW_RESTORE); }, "minimized"},
-        {[&] { (void)SendMessageW(make(TEXT("BUTTON"), BS_AUTOCHECKBOX), WM_CHAR, '+', 0); }, "check box"},
-        {[&] { (void)SendMessageW(make(TEXT("BUTTON"), 0), kSetShield, 0, 0); }, "message 5644"},
+        {[&] { (void)ShowWindow(Make(TEXT("STATIC"), WS_MINIMIZE), SW_RESTORE); }, "minimized"},
+        {[&] { (void)SendMessageW(Make(TEXT("BUTTON"), BS_AUTOCHECKBOX), WM_CHAR, '+', 0); }, "check box"},
+        {[&] { (void)SendMessageW(Make(TEXT("BUTTON"), 0), kSetShield, 0, 0); }, "message 5644"},
         {[&] { (void)SendMessageW(edit(0), kSetCue, 0, 0); }, "message 5377"},
-        {[&] { (void)SendMessageW(make(TEXT("msctls_progress32"), 0), PBM_SETPOS, WPARAM(-1), 0); }, "share"},
-        {[&] { (void)make(TEXT("listbox"), 0); }, "the class listbox"},
-        {[&] { (void)make(TEXT("SysListView32"), 0); }, "the class SysListView32"},
+        {[&] { (void)SendMessageW(Make(TEXT("msctls_progress32"), 0), PBM_SETPOS, WPARAM(-1), 0); }, "share"},
+        {[&] { (void)Make(TEXT("listbox"), 0); }, "the class listbox"},
+        {[&] { (void)Make(TEXT("SysListView32"), 0); }, "the class SysListView32"},
         {[&] { (void)enroll(TEXT("Button"), 0); }, "a class of the system"},
         {[&] { (void)enroll(TEXT("NoClose"), kNoClose); }, "style 512"},
         {[&] { (void)MessageBoxW(nullptr, TEXT(""), TEXT(""), MB_OK | MB_DEFBUTTON2); }, "style 256"},

@@ -18,27 +18,4 @@ TEST_F(HostLinks, OfAnotherShellAreRead) {
     EXPECT_EQ(link->icon, 3);
 }
 
-// Everything that is read can be saved again.
-void ReadAndFormat(const std::string& bytes) {
-    const auto link = winhost::ParseLink(bytes);
-    if (!link) return;
-    EXPECT_LT(link->path.size(), std::size_t{MAX_PATH});
-    const auto again = winhost::ParseLink(winhost::FormatLink(*link));
-    ASSERT_TRUE(again);
-    EXPECT_EQ(again->path, link->path);
-    EXPECT_EQ(again->description, link->description);
-}
-
-TEST_F(HostLinks, DamagedFilesAreHarmless) {
-    ASSERT_FALSE(kForeignLink.empty());
-    for (std::size_t at = 0; at < kForeignLink.size(); ++at) {
-        ReadAndFormat(kForeignLink.substr(0, at));
-        for (const char byte : {'\0', '\x01', '\x7F', '\x80', '\xFF'}) {
-            std::string bytes = kForeignLink;
-            bytes[at] = byte;
-            ReadAndFormat(bytes);
-        }
-    }
-}
-
 }  // namespace

@@ -1,6 +1,4 @@
 // Mappings that the processes of the embedded machine share, and how long they live.
-#include <filesystem>
-#include <optional>
 
 #include "harness/scratch.h"
 #include "winhost/neighbour.h"

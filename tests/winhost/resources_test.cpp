@@ -1,11 +1,18 @@
-// The dialogs (captions, styles, numbers, places), the version block, the manifest and the pictures are pinned by
-// checksums. Whoever changes one on purpose changes its checksum too.
+// All texts of the program, spelling mistakes included, the dialogs (captions, styles, numbers, places), the version block, the
+// manifest and the pictures are pinned by checksums. Whoever changes one on purpose changes its checksum too.
 #include "resources/resources.h"
 
 #include <gtest/gtest.h>
 
 #include "resource.h"
-#include "harness/checksum.h"
+
+// Returns the FNV-1a hash of the bytes.
+static std::uint32_t Checksum(std::string_view bytes) {
+    std::uint32_t sum = 2166136261u;
+    for (const char each : bytes)
+        sum = (sum ^ static_cast<unsigned char>(each)) * 16777619u;
+    return sum;
+}
 
 TEST(Resources, KeepTheirBytes) {
     const struct {
@@ -19,6 +26,10 @@ TEST(Resources, KeepTheirBytes) {
         {.name = "IDD_FOLDER", .type = 5, .id = IDD_FOLDER, .checksum = 0xB54D5B74},
         {.name = "IDD_GROUP", .type = 5, .id = IDD_GROUP, .checksum = 0x0E0EED4F},
         {.name = "IDD_START", .type = 5, .id = IDD_START, .checksum = 0x346D1D9F},
+        {.name = "texts from 1", .type = 6, .id = 1, .checksum = 0xDBD984A8},
+        {.name = "texts from 16", .type = 6, .id = 2, .checksum = 0xC00480C0},
+        {.name = "texts from 32", .type = 6, .id = 3, .checksum = 0x946E4D75},
+        {.name = "texts from 96", .type = 6, .id = 7, .checksum = 0x7C30E7E8},
         {.name = "version", .type = 16, .id = 1, .checksum = 0xD7428B37},
         {.name = "manifest", .type = 24, .id = 1, .checksum = 0x5E93A4BF},
         {.name = "IDB_SIDE", .type = 2, .id = IDB_SIDE, .checksum = 0xD529829D},
