@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -46,20 +47,12 @@ void MakeMachine(unsigned flags) {
     winhost::SetFaults({{.call = "DialogBoxParamW"}, {.call = "_wexecl"}});
 }
 
-struct Number {
-    int& variable;
-    int startValue = variable;
-};
-
 void ResetVariables() {
-    static const Number kNumbers[] = {{g_installType},  {g_desktopIcon},        {g_autoStart},
-                                      {g_runAfter},     {g_freshInstall},       {g_rebootNeeded},
-                                      {g_upgradeOlder}, {g_settingsFromPackage}};
-    for (const Number& number : kNumbers)
-        number.variable = number.startValue;
-    g_version = {};
-    for (CString* text : {&g_targetDir, &g_sourceDir, &g_groupName, &g_sfxDir})
-        *text = CString();
+    auto all = std::tie(g_installType, g_desktopIcon, g_autoStart, g_runAfter, g_freshInstall, g_rebootNeeded,
+                        g_upgradeOlder, g_settingsFromPackage, g_version, g_targetDir, g_sourceDir,
+                        g_groupName, g_sfxDir);
+    static const auto start = std::apply([](const auto&... values) { return std::tuple(values...); }, all);
+    all = start;
 }
 
 // The temporary copy ends its process, so it runs in a child.
