@@ -58,8 +58,8 @@ void EndToEndTest::Rebase() {
     MakeFile(KitFile(), lines);
 }
 
-DWORD EndToEndTest::Setup(const Text& arguments, const Person& person, const Text& folder) {
-    return RunProgram(TEXT("\"") + package + TEXT("\\setup.exe\" ") + arguments, folder, [&](DWORD id) {
+DWORD EndToEndTest::Setup(const Text& arguments, const Person& person) {
+    return RunProgram(TEXT("\"") + package + TEXT("\\setup.exe\" ") + arguments, package, [&](DWORD id) {
         if (person) person(Driver(id, TEXT("Qantivo Setup")));
     });
 }

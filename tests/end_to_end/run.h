@@ -19,7 +19,7 @@ class EndToEndTest : public ScratchTest {
     // Runs setup.exe of the package with the arguments, waits for everything that it starts, and returns its exit code.
     // Meanwhile a person uses its wizard.
     using Person = std::function<void(const Driver& wizard)>;
-    DWORD Setup(const Text& arguments, const Person& person = {}, const Text& folder = package);
+    DWORD Setup(const Text& arguments, const Person& person = {});
     // Runs the uninstaller of the folder, with its temporary copy, until both have ended. Returns the exit code of the first.
     DWORD Uninstall(const Text& folder);
     // The present state of the machine becomes the state before.

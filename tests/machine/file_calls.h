@@ -70,6 +70,15 @@ inline std::vector<WIN32_FIND_DATAW> Search(const Text& pattern) {
     return all;
 }
 
+// The names that a search finds, sorted, or its error.
+inline std::string Found(const std::string& pattern) {
+    std::vector<Text> names;
+    for (const WIN32_FIND_DATAW& each : Search(Wide(pattern)))
+        names.push_back(each.cFileName);
+    std::sort(names.begin(), names.end());
+    return names.empty() ? Told(false) : Listed(names);
+}
+
 // A value of a file's version block: its size, in characters or bytes, and its first words.
 inline std::string Version(LPCWSTR path, LPCWSTR query, bool isText = false) {
     std::vector<BYTE> block(GetFileVersionInfoSizeW(path, nullptr));

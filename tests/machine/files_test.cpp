@@ -86,15 +86,6 @@ TEST_F(Files, AnswerAsWindowsDoes) {
     FindClose(search);
 }
 
-// The names that a search finds, sorted.
-std::string Found(const std::string& pattern) {
-    std::vector<Text> names;
-    for (const WIN32_FIND_DATAW& each : Search(Wide(pattern)))
-        names.push_back(each.cFileName);
-    std::sort(names.begin(), names.end());
-    return Listed(names);
-}
-
 TEST_F(Files, AreSearchedByWindowsWildcards) {
     MakeFiles({"odd\\a", "odd\\aa", "odd\\a.a", "odd\\x 1 y", "odd\\.a", "odd\\page.html"});
     MakeFiles({"found\\one", "found\\two.txt", "found\\three.TXT", "found\\four.txt.bak", "found\\below\\x"});

@@ -5,12 +5,6 @@ namespace {
 
 class Paths : public ScratchTest {};
 
-// The first name that a search finds, or its error.
-std::string Find(const std::string& pattern) {
-    const auto found = Search(Wide(pattern));
-    return found.empty() ? Told(false) : Narrow(found[0].cFileName);
-}
-
 std::string CurrentAfter(const std::string& folder) {
     if (!SetCurrentDirectoryW(Wide(folder).c_str())) return Told(false);
     WCHAR path[MAX_PATH] = {};
@@ -83,16 +77,16 @@ TEST_F(Paths, OddNames) {
         {"remove NUL", Remove("App\\NUL"), "ERROR_DIRECTORY"},
         {"folder aux", Make("App\\aux"), "ERROR_DIRECTORY"},
         {"current folder NUL", CurrentAfter("NUL"), "ERROR_DIRECTORY"},
-        {"find nul", Find("App\\nul.x"), "nul"},
-        {"find the second port", Find("App\\COM\xC2\xB2.x"), "COM\xC2\xB2"},
-        {"find nul nowhere", Find("none\\nul"), "ERROR_PATH_NOT_FOUND"},
+        {"find nul", Found("App\\nul.x"), "nul"},
+        {"find the second port", Found("App\\COM\xC2\xB2.x"), "COM\xC2\xB2"},
+        {"find nul nowhere", Found("none\\nul"), "ERROR_PATH_NOT_FOUND"},
         // A file where a folder is expected, and the other way round.
-        {"search in a file", Find("a\\*"), "ERROR_DIRECTORY"},
-        {"find 'none\\'", Find("none\\"), "ERROR_PATH_NOT_FOUND"},
-        {"find 'App\\'", Find("App\\"), "ERROR_FILE_NOT_FOUND"},
-        {"find 'a\\'", Find("a\\"), "ERROR_DIRECTORY"},
-        {"find in a missing folder", Find("missing\\*.*"), "ERROR_PATH_NOT_FOUND"},
-        {"find nothing", Find("App\\*.exe"), "ERROR_FILE_NOT_FOUND"},
+        {"search in a file", Found("a\\*"), "ERROR_DIRECTORY"},
+        {"find 'none\\'", Found("none\\"), "ERROR_PATH_NOT_FOUND"},
+        {"find 'App\\'", Found("App\\"), "ERROR_FILE_NOT_FOUND"},
+        {"find 'a\\'", Found("a\\"), "ERROR_DIRECTORY"},
+        {"find in a missing folder", Found("missing\\*.*"), "ERROR_PATH_NOT_FOUND"},
+        {"find nothing", Found("App\\*.exe"), "ERROR_FILE_NOT_FOUND"},
         {"open 'none\\'", Open("none\\"), "ERROR_FILE_NOT_FOUND"},
         {"make 'none\\'", Open("none\\", GENERIC_WRITE, OPEN_ALWAYS), "ERROR_INVALID_NAME"},
         {"open or make App", Open("App", GENERIC_READ, OPEN_ALWAYS), "ok"},
