@@ -111,7 +111,7 @@ def full(benches, options):
 def power(benches, options):
     """The power is cut at every step of an installation, an update and an uninstall, and of the restart after them."""
     def plan(scenario):
-        if scenario.name in ('install-wizard', 'download'):
+        if scenario.command == WIZARD or scenario.downloads:
             return
         steps = run_within(benches, scenario, space=UNLIMITED)['steps']
         count = QUICK_CUTS if options.quick else max(steps, CUTS)

@@ -52,7 +52,7 @@ EXCEPTIONS = [
     ('1.9', AT_ONCE, 'uninstall', 'DeleteFileW|RemoveDirectoryW|_wfopen|ReadFile', 'mark: delete <CommonPrograms>*'),
     ('1.10', AT_ONCE, 'update|uninstall', 'GetFileAttributesW', f'{TARGET}*: file S *'),
     ('1.11', AT_ONCE, 'uninstall', 'GetEnvironmentVariableW', '*C:\\Windows\\uni[*].tmp*'),
-    ('1.12', AT_ONCE, 'download', '*|kill:*|full:*', DOWNLOADED),
+    ('1.12', AT_ONCE, 'download*', '*|kill:*|full:*', DOWNLOADED),
     # ---- repaired by a restart, another run and a restart ----
     ('2.1', SECOND, 'update', 'CopyFileW|MoveFileExW|kill:CopyFileW|kill:DeleteFileW|kill:MoveFileExW',
      f'{TARGET}presets.dat: gone'),
@@ -105,12 +105,12 @@ EXCEPTIONS = [
     ('7.1', AT_ONCE, 'install-wizard', NO_END, 'exit code: 1|messages: * programs were still running *'),
     ('7.2', AT_ONCE, 'install*|update', 'GetFileVersionInfo*|GetProcAddress|GetSystemDirectoryW|LoadLibraryW|VerQueryValueW|_waccess',
      'exit code: 1|messages: *This setup files are damaged*|pages: *'),
-    ('7.2', AT_ONCE, 'download', 'CloseHandle', 'messages: *This setup files are damaged*|pages: *|programs: *setup.exe*'),
+    ('7.2', AT_ONCE, 'download*', 'CloseHandle', 'messages: *This setup files are damaged*|pages: *|programs: *setup.exe*'),
     ('7.3', AT_ONCE, 'install*|update|uninstall', 'GetModuleHandleW|GetProcAddress|RtlGetVersion', 'programs: regsvr32.exe *'),
     ('7.4', AT_ONCE, 'update', 'ReadFile', 'programs: *QtvApp8.exe"*'),
     ('7.5', AT_ONCE, 'install-wizard', 'CreateDialogParamW|DestroyWindow|GetDlgItem|GetWindowText*|SetWindowTextW',
      'messages: *really want to cancel*|messages: *click BROWSE button*|messages: *valid group name*'),
-    ('7.6', AT_ONCE, 'download', 'GetExitCodeProcess', 'exit code: *'),
+    ('7.6', AT_ONCE, 'download*', 'GetExitCodeProcess', 'exit code: *'),
     # ---- not about the machine: how often the copy makes these calls is a matter of chance. If the first process still runs, the
     # copy sends it a message. If not, the copy makes the list anew, which is one more access. ----
     (None, RUN, 'uninstall', 'kill:EnumWindows|kill:PostMessageW|kill:MapViewOfFile|kill:WaitForSingleObject|kill:ReleaseMutex|'
@@ -131,11 +131,11 @@ def prefix_of(call):
 
 def exception_of(scenario, call, problem):
     stage, item, what = problem
-    # A download starts an install, which meets the same.
-    names = (scenario, 'install') if scenario == 'download' else (scenario,)
+    # A download starts an install or an update, which meets the same.
+    names = (scenario, {'download': 'install', 'download-update': 'update'}.get(scenario))
     # What is known to be lost until a second run may be lost.
     stages = (LOST, AT_ONCE) if stage == LOST else (stage,)
-    return next((row for row in EXCEPTIONS if row[1] in stages and any(matches(row[2], name) for name in names)
+    return next((row for row in EXCEPTIONS if row[1] in stages and any(name and matches(row[2], name) for name in names)
                  and matches(row[3], call)
                  and matches(row[4], f'{item}: {what}')), None)
 

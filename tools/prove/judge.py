@@ -89,7 +89,7 @@ class Benches:
             return odd_items(AT_ONCE, state, *machines)
         before, after = machines[:2]
         state = {**state, **shown}
-        if scenario.name == 'download':
+        if scenario.downloads:
             installed = any(item.startswith(f'programs: "{TARGET}') for item in shown)
             return odd_items(LOST, state, after if installed else {**before, 'exit code': shown['exit code']})
         program, call = disturbance['watched'], disturbance['call']

@@ -8,9 +8,8 @@ from dataclasses import dataclass, field
 import lab as laboratory
 from judge import new_folder, odd_items
 from lab import HOST, PRODUCT, Unusable
-from scenarios import copy_program, run
+from scenarios import REFUSED, copy_program, run
 
-REFUSED = 7
 DOWNLOAD = r'C:\Download\package.exe'
 MANIFEST = ['File Copy: QtvApp8.exe', 'File Copy: QtvUnInst.exe', 'File Copy: ThumbQvi32.dll', 'File Copy: same.dat',
             'File Copy: changed.dat']
