@@ -51,7 +51,7 @@ CHILD_PROGRAM(StartsAmongCopies) {
 // The walk ends one entry before the end of the list. If setup isn't the last entry, the last copy stays.
 TEST_F(RunningCopies, ClosingSparesTheLastEntryOfAForeignList) {
     const RunningProgram first(kCopy), last(kCopy);
-    SetList(3, {first.Id(), 0, last.Id()});
+    SetList(3, {0, first.Id(), last.Id()});
     const BoxAnswers answers({IDOK});
     EXPECT_EQ(RunChild("StartsAmongCopies", kScratch + TEXT("\\setup.exe"), TEXT("x /S")), 1u)
         << "it runs on";
