@@ -54,6 +54,7 @@ EXCEPTIONS = [
     ('1.11', AT_ONCE, 'uninstall', 'GetEnvironmentVariableW', '*C:\\Windows\\uni[*].tmp*'),
     ('1.12', AT_ONCE, 'download*', '*|kill:*|full:*', DOWNLOADED),
     # ---- repaired by a restart, another run and a restart ----
+    ('2.1', AT_ONCE, 'update', 'MoveFileExW', f'{TARGET}presets.dat: gone'),
     ('2.1', SECOND, 'update', 'CopyFileW|MoveFileExW|kill:CopyFileW|kill:DeleteFileW|kill:MoveFileExW',
      f'{TARGET}presets.dat: gone'),
     # ---- repaired by installing and uninstalling once more ----
@@ -103,7 +104,8 @@ EXCEPTIONS = [
     # ---- what a person sees ----
     ('7.1', RUN, 'install-wizard', NO_END, 'the run: no button ends the wizard'),
     ('7.1', AT_ONCE, 'install-wizard', NO_END, 'exit code: 1|messages: * programs were still running *'),
-    ('7.2', AT_ONCE, 'install*|update', 'GetFileVersionInfo*|GetProcAddress|GetSystemDirectoryW|LoadLibraryW|VerQueryValueW|_waccess',
+    ('7.2', AT_ONCE, 'install*|update',
+     'GetFileVersionInfo*|GetModuleFileNameW|GetProcAddress|GetSystemDirectoryW|LoadLibraryW|VerQueryValueW|_waccess',
      'exit code: 1|messages: *This setup files are damaged*|pages: *'),
     ('7.2', AT_ONCE, 'download*', 'CloseHandle', 'messages: *This setup files are damaged*|pages: *|programs: *setup.exe*'),
     ('7.3', AT_ONCE, 'install*|update|uninstall', 'GetModuleHandleW|GetProcAddress|RtlGetVersion', 'programs: regsvr32.exe *'),
