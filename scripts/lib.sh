@@ -6,9 +6,10 @@
 # what takes long to make), liblzma (the file with the version of the library in a download), caller (the folder from which the
 # script was started), and self (the name by which it was started).
 
-root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
+root=$(readlink -f "${BASH_SOURCE[0]}")
+root=${root%/scripts/*}
 caller=$PWD
-self=$(basename "$0")
+self=${0##*/}
 # An installation has a file "version", and the programs beside the scripts. It neither builds nor installs anything.
 installed=
 if [ -e "$root/version" ]; then
@@ -92,10 +93,8 @@ windows_available() {
 
 # Sets wine to 64-bit Wine. Debian's loader is not in PATH, and its /usr/bin/wine is a script that asks for 32-bit Wine.
 find_wine() {
-    for wine in /usr/lib/wine/wine64 "$(command -v wine64)" "$(command -v wine)"; do
-        [ ! -x "$wine" ] || return 0
-    done
-    return 1
+    wine=/usr/lib/wine/wine64
+    [ -x "$wine" ] || wine=$(command -v wine64 || command -v wine)
 }
 
 # end_wine HOME: ends the programs and services of the Wine prefix in this home folder, and waits until they have ended.
@@ -115,15 +114,3 @@ make_work() {
 
 # on_one_processor COMMAND...: Wine's programs and its server work in turn. On one processor, neither must wake another each time.
 on_one_processor() { taskset -c "${QTV_PROCESSOR:-$(taskset -cp $$ | sed 's/.*[ ,-]//')}" "$@"; }
-
-# on_the_others COMMAND...: on all processors but that one, if there are others.
-on_the_others() {
-    local all last
-    all=$(taskset -cp $$ | sed 's/.*: //')
-    last=${all##*[,-]}
-    case $all in
-        *-"$last") taskset -c "${all%-*}-$((last - 1))" "$@" ;;
-        *,"$last") taskset -c "${all%,*}" "$@" ;;
-        *) "$@" ;;
-    esac
-}

@@ -15,16 +15,11 @@ export WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES='winemenubuilder.exe,winedb
 
 find_wine || { needs windows >&2 && find_wine; } || { echo 'wine.sh: 64-bit Wine is not installed' >&2; exit 127; }
 
-server=$(dirname "$(readlink -f "$wine")")/wineserver
-[ -x "$server" ] || server=wineserver
-case "${1-}" in
-    --end) end_wine "$wine_home" && exit ;;
-esac
-
 # The kernel puts the heap of a program at a random place. About once in some thousand starts that is the page which Wine needs
 # at a fixed address, and then the program does not start. Without the random part the heap is always far from that page.
 run=("$wine")
-! setarch -R true 2>/dev/null || run=(setarch -R "$wine")
+read -r personality </proc/self/personality
+[[ $personality == *4???? ]] || ! setarch -R true 2>/dev/null || run=(setarch -R "$wine")
 
 # Makes the prefix in $store/wine-new, of which the others are copies: Wine takes 20 s for its own files and keys.
 make_new() (
@@ -86,6 +81,11 @@ make_prefix() (
     touch "$WINEPREFIX/.ready"
 )
 
+if [ ! -e "$WINEPREFIX/.ready" ] || [[ $1 == --* ]]; then
+    server=$(dirname "$(readlink -f "$wine")")/wineserver
+    [ -x "$server" ] || server=wineserver
+fi
+[ "$1" != --end ] || { end_wine "$wine_home" && exit; }
 [ -e "$WINEPREFIX/.ready" ] || make_prefix
 if [ "$1" = --begin ]; then
     end_wine "$wine_home"
@@ -94,4 +94,6 @@ if [ "$1" = --begin ]; then
     "$server" -p
     set -- cmd.exe /c exit
 fi
+# Wine looks for a name without a folder by a program of its own, which takes as long as a start.
+[ -e "$1" ] || [ ! -e "$WINEPREFIX/drive_c/windows/system32/$1" ] || set -- "C:\\windows\\system32\\$1" "${@:2}"
 exec "${run[@]}" "$@"
