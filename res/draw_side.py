@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Draws side.bmp, the picture at the side of the wizard: draw_side.py >side.bmp
 
 Every pixel is the mean of 8 x 8 points, so edges are smooth. A pixel has 24 bits.

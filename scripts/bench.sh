@@ -10,4 +10,4 @@ set -euo pipefail
 cd "$root"
 needs bench
 build windows timed bare_copy sample_package
-PYTHONDONTWRITEBYTECODE=yes exec python3 bench/bench.py "$@"
+PYTHONDONTWRITEBYTECODE=yes exec /usr/bin/python3 bench/bench.py "$@"

@@ -76,6 +76,6 @@ check layers scripts/check_layers.sh
 check words words
 check share share
 check workflow yamllint -s .github
-check faults python3 tools/plant_faults/plant_faults.py --check
+check faults /usr/bin/python3 tools/plant_faults/plant_faults.py --check
 [ "${1-}" != --tidy ] || check tidy tidy
 [ -z "$failed" ]

@@ -4,7 +4,7 @@
 # in its own row, or in a row above it in the same table. The table of files lists the includes that may break this.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
-exec python3 - <<'END'
+exec /usr/bin/python3 - <<'END'
 import graphlib
 import os
 import pathlib

@@ -4,5 +4,5 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-command -v python3 >/dev/null || scripts/bootstrap.sh faults
-exec python3 tools/plant_faults/plant_faults.py "$@"
+[ -x /usr/bin/python3 ] || scripts/bootstrap.sh faults
+exec /usr/bin/python3 tools/plant_faults/plant_faults.py "$@"

@@ -19,4 +19,4 @@ set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 cd "$root"
 needs host faults >&2
-PYTHONDONTWRITEBYTECODE=yes exec python3 tools/prove/prove.py "$@"
+PYTHONDONTWRITEBYTECODE=yes exec /usr/bin/python3 tools/prove/prove.py "$@"

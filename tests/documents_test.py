@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """usage: tests/documents_test.py BUILD
 
 Runs the commands that README.md and docs/manifest.md show with their output, and compares. Of every other command in the documents it

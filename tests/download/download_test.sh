@@ -42,7 +42,7 @@ ln -s readme-en.txt package/link
 refused 'neither a file nor a folder' pack package out.exe
 rm package/link
 # What is clearly too large is refused before it is packed: the beginnings of its parts tell. The rest of this file takes no space.
-python3 - <<'END'
+/usr/bin/python3 - <<'END'
 import os
 with open('package/large', 'wb') as file:
     file.truncate(6 << 30)

@@ -53,7 +53,7 @@ END
 version=8.10 product=$odd company='0x1F' sum=ab12 shown_name=' Q ' shown_version=8.10 shown_publisher='yes: no'
 write_winget "$work/winget"
 yamllint -s -d '{extends: default, rules: {line-length: disable, document-start: disable}}' winget || fail 'it is no clean YAML'
-python3 - "$odd" >said 2>&1 <<'END' || fail "$(<said)"
+/usr/bin/python3 - "$odd" >said 2>&1 <<'END' || fail "$(<said)"
 import pathlib, sys, yaml
 odd = sys.argv[1]
 files = {path.name: yaml.safe_load(path.read_text()) for path in pathlib.Path('winget').iterdir()}

@@ -128,7 +128,7 @@ made 0 new update --recipe recipe --earlier old --same-version
 # unmarked FILE...: the embedded machine has stored nothing with them, such as short names. Wine stores attributes of its own.
 unmarked() {
     [ -e "$build/package_make.exe" ] ||
-        [ -z "$(find "$@" -print0 | xargs -0 python3 -c 'import os, sys; print(*filter(os.listxattr, sys.argv[1:]))')" ] || fail "$* is changed"
+        [ -z "$(find "$@" -print0 | xargs -0 /usr/bin/python3 -c 'import os, sys; print(*filter(os.listxattr, sys.argv[1:]))')" ] || fail "$* is changed"
 }
 unmarked old
 diff - <(sed -n '/recipe/,$p' update/QtvUnInst.log | tr -d '\r') <<'END' || fail 'the update deletes other files'

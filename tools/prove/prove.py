@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Proves what docs/reliability.md promises.
 
 Exits with 0 if all is as promised, with 1 if not, and with 2 if it can't be tried."""
