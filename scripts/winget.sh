@@ -1,7 +1,17 @@
 # The files for winget. release.sh sources this file after lib.sh. docs/releasing.md says what the file of --release-info has.
 
 # info NAME: a value of the file of --release-info, whose path is in the variable `info`.
-info() { sed -n "s/^$1: *//p" "$info" | sed 's/\r$//' | head -n 1; }
+info() {
+    local line
+    while IFS= read -r line || [ -n "$line" ]; do
+        if [[ $line == "$1":* ]]; then
+            line=${line#"$1":}
+            line=${line#"${line%%[! ]*}"}
+            echo "${line%$'\r'}"
+            break
+        fi
+    done <"$info"
+}
 
 # check_text PLACE NAME LEAST MOST VALUE: refuses what the schema of winget's files doesn't take; the lengths are in characters.
 check_text() {
