@@ -67,12 +67,18 @@ std::string FormatData(const RegistryValue& value) {
     return out;
 }
 
-void FormatKey(const RegistryNode& key, const std::string& path, std::string& out) {
-    out += "\n[" + path + "]\n";
-    for (const RegistryValue& value : key.values)
-        out += (value.name.empty() ? "@" : Quoted(value.name)) + "=" + FormatData(value) + "\n";
+// A text is kept, because each change of one key writes all of them.
+void FormatKey(RegistryNode& key, std::string_view parent, std::string& out) {
+    if (key.text.empty()) {
+        key.text = "\n[" + std::string(parent) + Utf8(key.name) + "]\n";
+        for (const RegistryValue& value : key.values)
+            key.text += (value.name.empty() ? "@" : Quoted(value.name)) + "=" + FormatData(value) + "\n";
+    }
+    out += key.text;
+    if (key.keys.empty()) return;
+    const std::string path = key.text.substr(2, key.text.find('\n', 1) - 3) + "\\";
     for (const auto& entry : key.keys)
-        FormatKey(*entry.second, path + "\\" + Utf8(entry.second->name), out);
+        FormatKey(*entry.second, path, out);
 }
 
 // ---- reading: each function removes what it reads from the front of `text` and returns whether it was there ----
@@ -197,10 +203,10 @@ std::unique_ptr<RegistryNode> ParseRegistry(std::string_view text) {
     return root;
 }
 
-std::string FormatRegistry(const RegistryNode& root) {
+std::string FormatRegistry(RegistryNode& root) {
     std::string out = std::string(kHeading) + "\n";
     for (const auto& entry : root.keys)
-        FormatKey(*entry.second, Utf8(entry.second->name), out);
+        FormatKey(*entry.second, "", out);
     return out;
 }
 

@@ -11,6 +11,6 @@ namespace winhost {
 
 // Skips each line that can't be read. If the line of a key can't be read, its values are skipped too.
 std::unique_ptr<RegistryNode> ParseRegistry(std::string_view text);
-std::string FormatRegistry(const RegistryNode& root);
+std::string FormatRegistry(RegistryNode& root);
 
 }  // namespace winhost

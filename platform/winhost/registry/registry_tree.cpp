@@ -66,9 +66,11 @@ void RegistryNode::SetValue(std::u16string_view value, DWORD type, std::string_v
     }
     target->type = type;
     target->bytes = bytes;
+    text.clear();
 }
 
 bool RegistryNode::DeleteValue(std::u16string_view value) {
+    text.clear();
     return std::erase_if(values, [value](const RegistryValue& each) { return SameName(each.name, value); }) >
            0;
 }
