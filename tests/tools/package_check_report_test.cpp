@@ -26,7 +26,7 @@ TEST(PackageCheckReport, SaysAllForAPersonAndForAProgram) {
 
 TEST(PackageCheckReport, RecordsOfTheRecipeAreNamedThere) {
     std::vector<Finding> findings;
-    for (const unsigned line : {1, 2, 4})
+    for (const unsigned line : {1u, 2u, 4u})
         findings.push_back({"id", "QtvUnInst.log", line, "", "", ""});
     findings.push_back({"id", "HomePage.url", 2, "", "", ""});
     const std::vector<CString> manifest = {TEXT("a"), TEXT("X"), TEXT("b"), TEXT("X")};

@@ -1,4 +1,5 @@
-// What a rehearsal stands on, for which only the embedded machine can make calls fail, and the host's throwaway folders.
+// What a rehearsal judges, in more runs than Wine has time for, what it stands on, for which only the embedded machine can make
+// calls fail, and the host's throwaway folders.
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -7,12 +8,71 @@
 #include <set>
 
 #include "common/throwaway_folder.h"
-#include "harness/scratch.h"
+#include "tools/rehearsed.h"
 #include <winhost.h>
 
 namespace fs = std::filesystem;
 
 namespace {
+
+std::string FaultsOf(const rehearse::Rehearsal& rehearsal) {
+    std::string text;
+    for (const auto& [step, what] : rehearsal.faults)
+        text += step + ": " + what + "\n";
+    return text;
+}
+
+TEST_F(Rehearsed, SortsLeftoversByWhetherTheyMayStay) {
+    RequireRestarts();
+    const std::string uninstaller = "File Copy: QtvUnInst.exe\r\n";
+    const struct {
+        const char* name;
+        std::string records = {};
+        const char* option = "-instdir";
+        std::string left;
+        const char* before = "";  // a file that is there already
+        const char* faults = "";
+    } rows[] = {
+        // The next start removes the outer folder. Then nothing removes that of the installation.
+        {.name = "portable, with folders named from the outside",
+         .records = uninstaller + "File Copy prt: StartQV8.exe\r\nFile Copy prt: presets.dat > n\\x\r\n"
+                                  "Make Dir: a\r\nMake Dir: a\\b\r\n",
+         .option = "-instport",
+         .left = "Apps\\ (on the way to the installation folder)\nApps\\Qantivo\\ ()\n"
+                 "Apps\\StartQV8.exe (a portable installation's, in the parent folder)\n",
+         .faults = "setup: C:\\Scratch\\Apps\\n\\x isn't there\n"},
+        {.name = "a file in the system's folder",
+         .records = uninstaller + "File Copy prt: presets.dat > ..\\..\\Windows\\System32\\planted.dll\r\n",
+         .option = "-instport",
+         .left = "Apps\\ (on the way to the installation folder)\nplanted.dll ()\n",
+         .faults = "setup: C:\\Scratch\\Apps\\..\\..\\Windows\\System32\\planted.dll isn't there\n"},
+        {.name = "no uninstaller",
+         .left = "Apps\\ ()\nApps\\Qantivo\\ ()\nApps\\Qantivo\\QtvApp8.exe ()\n"
+                 "Apps\\Qantivo\\QtvUnInst.log ()\n",
+         .faults = "uninstall: showed: the machine has no uninstaller of the product  ->  nothing to run\n"},
+        {.name = "a file of the user's goes",
+         .records = uninstaller + "File Del: ..\\u.dat\r\n",
+         .left = "Apps\\u.dat ()\n",
+         .before = "\\u.dat"},
+        {.name = "a file in the installation's folder goes",
+         .records = uninstaller + "File Del: u.dat\r\nFile Copy: presets.dat > n\\x\r\n",
+         .left = "Apps\\Qantivo\\ (the installation folder is the package's own)\n"
+                 "Apps\\Qantivo\\u.dat (the installation folder is the package's own)\n",
+         .before = "\\Qantivo\\u.dat",
+         .faults = "setup: C:\\Scratch\\Apps\\Qantivo\\n\\x isn't there\n"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        MakePackage(kRehearsed, row.records);
+        if (*row.before) MakeFile(kScratch + TEXT("\\Apps") + Wide(row.before), "");
+        const auto rehearsal =
+            rehearse::Rehearse({"-s", row.option, "C:\\Scratch\\Apps\\Qantivo"}, [](const auto&) {});
+        EXPECT_EQ(rehearsal.ExitCode(), row.left.find("()") != std::string::npos || *row.faults);
+        EXPECT_EQ(FaultsOf(rehearsal), row.faults);
+        EXPECT_EQ(LeftFiles(rehearsal), row.left);
+        Clear();
+    }
+}
 
 // A machine that can't be read is no machine without differences.
 TEST_F(ScratchTest, UnreadableMachineHasNoState) {
