@@ -44,9 +44,10 @@ build_host() {
 build_windows() {
     stage windows-build build windows && touch "$logs/windows-built"
 }
-# host_tests takes all processors, or those that Wine leaves. Some tests only wait, so that there is one more at a time.
+# host_tests leaves Wine its processor, and takes the time that Wine doesn't use. Some tests only wait, so that there is one more at
+# a time than processors.
 host_tests() {
-    "$lane" ctest --preset host-asan --no-tests=error --output-junit "$logs/host.xml" -j $(($("$lane" nproc) + 1))
+    nice ctest --preset host-asan --no-tests=error --output-junit "$logs/host.xml" -j $(($(nproc) + 1))
 }
 # windows_tests has one test at a time that uses the common prefix of Wine, and another one beside it.
 windows_tests() {
@@ -54,7 +55,8 @@ windows_tests() {
 }
 test_host() {
     stage host-tests host_tests || true
-    stage faults "$lane" scripts/plant_faults.sh --sample --preset host-asan || true
+    [ ${#built[@]} -lt 2 ] || stage both nice scripts/prove.sh --quick both list || true
+    stage faults nice scripts/plant_faults.sh --sample --preset host-asan || true
 }
 test_windows() {
     stage windows-tests windows_tests || true
@@ -67,13 +69,10 @@ for target in "${targets[@]}"; do
 done
 # What needs programs of the host takes those with sanitizers.
 [ ! -e "$logs/host-built" ] || export QTV_HOST_BUILD=$root/build/host-asan
-lane=env
-[ ${#built[@]} -lt 2 ] || lane=on_the_others
 for target in "${built[@]}"; do
     "test_$target" &
 done
 wait
-[ ${#built[@]} -lt 2 ] || stage both scripts/prove.sh --quick both list || true
 
 # Counts the tests with this result: passed and failed tests, as CTest numbers them.
 count() { cat "$logs"/*.xml 2>/dev/null | grep -o "<testcase .* status=\"$1\"" | wc -l; }
