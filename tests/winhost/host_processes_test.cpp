@@ -131,11 +131,12 @@ TEST_F(HostProcesses, WriteTheirCallsToATrace) {
     const std::string expected = tools::Replaced(
         "SetEnvironmentVariableW\tname=x\tvalue=a b \t= 1\n"
         "RegCreateKeyW\tparent=HKEY_CURRENT_USER\tname=Software\\\u00E9\t= 0\n"
-        "RegSetValueExW\tkey=USER\tname=null\ttype=1\tdata=text\t= 0\n"
-        "RegSetValueExW\tkey=USER\tname=n\ttype=4\tdata=70000\t= 0\n"
-        "RegSetValueExW\tkey=USER\tname=b\ttype=3\tdata=1 ab 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 "
+        "RegSetValueExW\tkey=<key>\tname=null\ttype=1\tdata=text\t= 0\n"
+        "RegSetValueExW\tkey=<key>\tname=n\ttype=4\tdata=70000\t= 0\n"
+        "RegSetValueExW\tkey=<key>\tname=b\ttype=3\tdata=1 ab 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 "
+        "0 "
         "0 0 0 0 0 0 and more\t= 0\n"
-        "RegDeleteKeyW\tkey=USER\tname=none\t= 2\terror 2\n"
+        "RegDeleteKeyW\tkey=<key>\tname=none\t= 2\terror 2\n"
         "DeleteFileW\tpath=C:\\none\t= 0\terror 2\n"
         "GetFileAttributesW\tpath=C:\\Windows\t= 16\n"
         "CreateFileW\tpath=\\Windows\taccess=0x80000000\tshare=7\tdisposition=3\tflags="
@@ -148,7 +149,7 @@ TEST_F(HostProcesses, WriteTheirCallsToATrace) {
         "DialogBoxParamW\tmodule=0x0\tname=#999\towner=0x0\tparameter=0\t= -1\terror 1814\n"
         "SHGetFolderPathW\towner=0x0\tfolder=62\ttoken=0x0\tflags=0\t= 0x80070057\terror 87\n"
         "GetKeyState\tkey=16\t= 0\n",
-        "USER", "HKEY_USERS\\S-1-5-21-1000-1000-1000-1001\\Software\\\u00E9");
+        "<key>", "HKEY_USERS\\S-1-5-21-1000-1000-1000-1001\\Software\\\u00E9");
     EXPECT_NE(lines.find(expected), lines.npos) << lines;
     EXPECT_TRUE(lines.starts_with("earlier\n") && lines.ends_with("ends\t= 77\n")) << lines;
 }
