@@ -8,9 +8,9 @@ from functools import lru_cache
 from lab import ROOT
 
 # How long a machine stays in a wrong state.
-RUN, LOST, AT_ONCE, SECOND, LASTING, FOR_GOOD = (
-    'the run', 'though not its own', 'until a second run', 'until a restart and a second run', 'until it is installed and uninstalled again',
-    'for good')
+RUN, LOST, OFF_COURSE, AT_ONCE, SECOND, LASTING, FOR_GOOD = (
+    'the run', 'though not its own', 'at no point of its course', 'until a second run', 'until a restart and a second run',
+    'until it is installed and uninstalled again', 'for good')
 
 TARGET = 'C:\\Program Files\\Qantivo 8\\'
 LOG = TARGET + 'QtvUnInst.log'
@@ -20,13 +20,13 @@ PROBE = '<CommonStartup>\\q8t[*].tmp: *'
 COPY = '<Temp>\\uni[*].tmp: *'
 LINKS = f'{GROUP}*|{DESKTOP}*|log: Made Dir: *|log: Shell Link: *'
 HIDDEN_LIBRARY = 'C:\\Package\\runtime9.dll*'
-HANDLER = 'HKLM\\SOFTWARE\\Classes\\CLSID\\*'
+HANDLER = 'HKLM\\SOFTWARE\\Classes\\CLSID\\{5E0C2B7A-8D41-4F69-9C3B-71A6D2E48F15}*'
 ASIDE = f'{TARGET}*.old: file *|{TARGET}*.new: file *'
 DOWNLOADED = 'C:\\Program Files\\[*].dl\\*|mark: delete C:\\Program Files\\[*].dl*'
 WININIT = 'C:\\Windows\\WININIT.INI: '
 # Everything that differs between an installation for all users and one for the current user.
-OTHER_SCOPE = (f'{GROUP}*: gone|{DESKTOP}gone|<Desktop>\\Qantivo 8.lnk: *|<Programs>\\Qantivo 8\\*|log: *|'
-               '* : AllUsers: REG_SZ "A"')
+ALL_USERS = 'HK*\\Qantivo 8\\ : AllUsers: REG_SZ "A"'
+OTHER_SCOPE = f'{GROUP}*: gone|{DESKTOP}gone|<Desktop>\\Qantivo 8.lnk: *|<Programs>\\Qantivo 8\\*|log: *|{ALL_USERS}'
 
 NO_END = 'EndDialog|GetWindowLongPtrW|SetWindowLongPtrW|IsWindowEnabled'
 
@@ -41,18 +41,21 @@ EXCEPTIONS = [
     ('1.3', AT_ONCE, 'install*|update', 'GetModuleHandleW|GetProcAddress|RtlGetVersion',
      'HKLM\\SOFTWARE\\Lorvanta\\Qantivo 8\\Capabilities\\FileAssociations\\ : *'),
     ('1.4', AT_ONCE, 'install*|update', 'IShellLinkW::SetPath|IShellLinkW::SetWorkingDirectory|SHGetFolderPathW',
-     '*.lnk: shortcut to *'),
+     '*\\Qantivo 8*.lnk: shortcut to *'),
     ('1.5', AT_ONCE, 'install*|update', 'LoadStringW',
-     '*\\.lnk: shortcut to *|log: Shell Link: *\\.lnk: *|*DisplayName: REG_SZ ""'),
+     '*\\.lnk: shortcut to *|log: Shell Link: *\\.lnk: *|*\\Qantivo 8\\ : DisplayName: REG_SZ ""'),
     ('1.6', AT_ONCE, 'install*|update', 'CopyFileW|FindFirstFileW|_waccess|_wfopen|WriteFile',
      f'{LOG}: a log of manifest *|log: *: once|log: *: 2 times'),
     ('1.7', AT_ONCE, 'install*|update', 'MoveFileW|kill:MoveFileW|kill:LoadLibraryW', HIDDEN_LIBRARY),
-    ('1.8', AT_ONCE, 'update', 'DeleteFileW|MoveFileW', f'{TARGET}*.old: *|{TARGET}*.new: *|mark: *'),
+    ('1.7', OFF_COURSE, 'install*|update', 'kill:MoveFileW|kill:LoadLibraryW', HIDDEN_LIBRARY),
+    ('1.8', AT_ONCE, 'update', 'DeleteFileW|MoveFileW', f'{TARGET}*.old: *|{TARGET}*.new: *|mark: * {TARGET}*'),
     ('1.9', AT_ONCE, 'uninstall', 'DeleteFileW|WaitForSingleObject', f'mark: delete {TARGET}*'),
-    ('1.9', AT_ONCE, 'uninstall', 'DeleteFileW|RemoveDirectoryW|_wfopen|ReadFile', 'mark: delete <CommonPrograms>*'),
+    ('1.9', AT_ONCE, 'uninstall', 'DeleteFileW|RemoveDirectoryW|_wfopen|ReadFile',
+     'mark: delete <CommonPrograms>: *|mark: delete <CommonPrograms>\\Qantivo 8*'),
     ('1.10', AT_ONCE, 'update|uninstall', 'GetFileAttributesW', f'{TARGET}*: file S *'),
     ('1.11', AT_ONCE, 'uninstall', 'GetEnvironmentVariableW', '*C:\\Windows\\uni[*].tmp*'),
-    ('1.12', AT_ONCE, 'download*', '*|kill:*|full:*', DOWNLOADED),
+    ('1.12', AT_ONCE, 'download*', '*', DOWNLOADED),
+    ('1.12', OFF_COURSE, 'download*', 'kill:*', DOWNLOADED),
     # ---- repaired by a restart, another run and a restart ----
     ('2.1', AT_ONCE, 'update', 'MoveFileExW', f'{TARGET}presets.dat: gone'),
     ('2.1', SECOND, 'update', 'CopyFileW|MoveFileExW|kill:CopyFileW|kill:DeleteFileW|kill:MoveFileExW',
@@ -68,13 +71,15 @@ EXCEPTIONS = [
     ('4.1', FOR_GOOD, 'install*', 'RegCreateKeyW|RegSetValueExW', OTHER_SCOPE),
     ('4.1', FOR_GOOD, 'update', 'RegOpenKeyExW|RegQueryValueExW', OTHER_SCOPE),
     ('4.1', AT_ONCE, 'update', 'RegOpenKeyExW|RegQueryValueExW', OTHER_SCOPE),
-    ('4.2', FOR_GOOD, 'install-wizard', 'GetWindow|SendMessageW', f'{OTHER_SCOPE}|{GROUP}*'),
-    ('4.2', AT_ONCE, 'install-wizard', 'GetWindow|SendMessageW', f'{OTHER_SCOPE}|C:\\Qantivo 8\\*'),
+    ('4.2', FOR_GOOD, 'install-wizard', 'GetWindow|SendMessageW', OTHER_SCOPE),
+    ('4.2', AT_ONCE, 'install-wizard', 'GetWindow|SendMessageW', f'<Desktop>\\Qantivo 8.lnk: *|log: *|{ALL_USERS}|C:\\Qantivo 8\\*'),
     ('4.3', FOR_GOOD, 'update', 'MoveFileExW|kill:MoveFileExW', ASIDE),
     ('4.4', FOR_GOOD, 'update', '_wfopen|DeleteFileW|kill:_wfopen|kill:DeleteFileW', PROBE),
     ('4.4', AT_ONCE, 'update', '_wfopen|DeleteFileW|kill:_wfopen|kill:DeleteFileW', PROBE),
+    ('4.4', OFF_COURSE, 'update', 'kill:_wfopen|kill:DeleteFileW', PROBE),
     ('4.5', FOR_GOOD, 'uninstall', 'GetModuleFileNameW|CopyFileW|_wexecl|MoveFileExW|kill:*', COPY),
     ('4.5', AT_ONCE, 'uninstall', 'GetModuleFileNameW|CopyFileW|kill:CopyFileW|kill:GetModuleFileNameW', COPY),
+    ('4.5', OFF_COURSE, 'uninstall', 'kill:CopyFileW|kill:GetModuleFileNameW', COPY),
     ('4.6', FOR_GOOD, 'update|uninstall', 'MoveFileExW', f'{WININIT}*'),
     ('4.6', AT_ONCE, 'update|uninstall', 'MoveFileExW', f'{WININIT}*'),
     # ---- the power is cut during a call ----
@@ -87,7 +92,7 @@ EXCEPTIONS = [
     ('6.2', AT_ONCE, 'update', 'power:_wfopen|power:DeleteFileW', PROBE),
     ('6.2', FOR_GOOD, 'update', 'power:_wfopen|power:DeleteFileW', PROBE),
     ('6.2', FOR_GOOD, 'update', 'power:CopyFileW|power:MoveFileExW', ASIDE),
-    ('6.1', FOR_GOOD, 'update', 'power:WriteFile', '<CommonPrograms>*|log: *'),
+    ('6.1', FOR_GOOD, 'update', 'power:WriteFile', '<CommonPrograms>\\*Qantivo 8*.lnk: *|log: *'),
     ('6.2', AT_ONCE, 'uninstall', 'power:CopyFileW', COPY),
     ('6.2', FOR_GOOD, 'uninstall', 'power:*', COPY),
     # ---- the disk is full ----
@@ -122,8 +127,9 @@ used, whole_runs = set(), set()
 
 
 @lru_cache(maxsize=None)
-def matches(patterns, text):
-    return any(fnmatchcase(text, pattern) for pattern in patterns.split('|'))
+def met(patterns, text):
+    """The first of the patterns that the text matches, or None."""
+    return next((pattern for pattern in patterns.split('|') if fnmatchcase(text, pattern)), None)
 
 
 def prefix_of(call):
@@ -132,14 +138,17 @@ def prefix_of(call):
 
 
 def exception_of(scenario, call, problem):
+    """The row that names the problem, and the patterns of it that do; or None."""
     stage, item, what = problem
     # A download starts an install or an update, which meets the same.
     names = (scenario, {'download': 'install', 'download-update': 'update'}.get(scenario))
     # What is known to be lost until a second run may be lost.
     stages = (LOST, AT_ONCE) if stage == LOST else (stage,)
-    return next((row for row in EXCEPTIONS if row[1] in stages and any(name and matches(row[2], name) for name in names)
-                 and matches(row[3], call)
-                 and matches(row[4], f'{item}: {what}')), None)
+    for row in EXCEPTIONS:
+        patterns = [next(filter(None, (name and met(row[2], name) for name in names)), None), met(row[3], call), met(row[4], f'{item}: {what}')]
+        if row[1] in stages and all(patterns):
+            return row, *patterns
+    return None
 
 
 def document_agrees():
@@ -160,7 +169,7 @@ def report(trials, prefix, whole):
     groups = defaultdict(lambda: [0, 0, 0])
     for group, scenario, call, text, problems in trials:
         exceptions = [(problem, exception_of(scenario, call, problem)) for problem in problems]
-        used.update(row for _, row in exceptions if row)
+        used.update((row[0], pattern) for _, row in exceptions if row for pattern in row[1:])
         for (stage, item, what), row in exceptions:
             if not row:
                 print(f'{group}, {text}, {call}: {stage}: {item}: {what}')
@@ -177,10 +186,10 @@ def report(trials, prefix, whole):
 
 
 def all_rows_needed():
-    """Prints the rows that no whole run needed. Chance decides how often a copy makes a call, so the row without a number need not
-    be."""
-    odd = [row for row in EXCEPTIONS if row not in used and row[0]
-           and {prefix_of(call) for call in row[3].split('|')} <= whole_runs]
-    for row in odd:
-        print('never needed:', *row)
+    """Prints the patterns of rows that no whole run needed. Chance decides how often a copy makes a call, and what goes on while a wait
+    fails. So the row without a number need not be."""
+    odd = [(pattern, row) for row in EXCEPTIONS if row[0] and {prefix_of(call) for call in row[3].split('|')} <= whole_runs
+           for pattern in '|'.join(row[2:]).split('|') if (row, pattern) not in used and pattern != 'WaitForSingleObject']
+    for pattern, row in odd:
+        print('never needed:', pattern, 'of', *row[:4])
     return not odd

@@ -4,13 +4,14 @@ import hashlib
 import json
 import multiprocessing
 import os
+import re
 import shutil
 import signal
 import tempfile
 from pathlib import Path
 
 import lab as laboratory
-from exceptions import AT_ONCE, FOR_GOOD, LASTING, LOST, RUN, SECOND, TARGET
+from exceptions import AT_ONCE, EXCEPTIONS, FOR_GOOD, LASTING, LOST, OFF_COURSE, RUN, SECOND, TARGET, met
 from lab import Unusable
 from own_items import Trace
 from scenarios import SCENARIOS, install, prepare, run_again, run_in_use
@@ -52,6 +53,20 @@ def odd_items(stage, now, *allowed):
             if all(what(state, item) != what(now, item) for state in allowed)]
 
 
+def points_of(course, before, after):
+    """The machines that a killed process may leave. Each item stands at one point of its course: an item whose changes are all done is as
+    after the run, one whose changes are all lost as before it. One between them may also be gone, if a change has taken it away."""
+    early, late, between = {}, {}, {}
+    for item in before.keys() | after.keys():
+        done, lost = course(item)
+        is_taken = done and lost and any(re.match('(Reg)?Delete|Move|Remove', call.name) for call in done)
+        first, last = before if lost else after, after if done else before
+        for machine, source in ((early, first), (late, last), (between, {} if is_taken else first)):
+            if item in source:
+                machine[item] = source[item]
+    return early, late, between
+
+
 class Benches:
     """All scenarios, each with its machine and with the machines and calls of an undisturbed run, in the place to work."""
 
@@ -62,6 +77,16 @@ class Benches:
         for scenario in SCENARIOS.values():
             prepare(self.lab, scenario, self.folder / scenario.name, setup)
             self.references[scenario.name] = self.make_reference(scenario)
+        self.check_rows()
+
+    def check_rows(self):
+        """No row of the table may reach what isn't the product's: what a machine holds before, or the same of the maker's other product."""
+        before, after = (self.references['install'][name] for name in ('before', 'after'))
+        others = {item.replace('Qantivo 8', 'Qantivo 7'): found for item, found in after.items() if re.match(r'(HK|C:|<|mark).*Qantivo 8', item)}
+        for item, found in {**before, **others}.items():
+            for row in EXCEPTIONS:
+                if not item.startswith('C:\\Package\\') and (met(row[4], f'{item}: {found}') or met(row[4], f'{item}: {GONE}')):
+                    raise Unusable(f'the exception {row[0]} reaches {item}')
 
     def enter(self, lab, name, machine):
         lab.copy(**{'from': self.folder / name, 'to': machine})
@@ -79,21 +104,24 @@ class Benches:
             self.lab.restart()
         return {'before': before, 'after': after, 'restarted': self.lab.state(), 'calls': calls, 'traces': traces}
 
-    def odd_now(self, state, scenario, disturbance=None, shown=None):
-        """Each item must be as before, or as an undisturbed run leaves it, now or after the restart. If a call fails and the program
-        lives on, all but the call's own items must be as the undisturbed run leaves them, and so must what a person sees (`shown`).
-        A download does all of it or nothing."""
+    def odd_now(self, state, scenario, disturbance, shown):
+        """Each item must be as before, or as an undisturbed run leaves it, now or after the restart. If the process is killed, each stands
+        at one point of its course. If a call fails and the program lives on, all but the call's own items must be as the undisturbed
+        run leaves them, and so must what a person sees (`shown`). A download does all of it or nothing."""
         reference = self.references[scenario.name]
-        machines = [reference[name] for name in ('before', 'after', 'restarted')]
-        if shown is None:
+        before, after, _ = machines = [reference[name] for name in ('before', 'after', 'restarted')]
+        program, call = disturbance.get('watched'), disturbance.get('call')
+        if call is None:
             return odd_items(AT_ONCE, state, *machines)
-        before, after = machines[:2]
+        use = program, call, disturbance['nth'], reference['calls'][program][call]
+        if 'kills' in disturbance:
+            course = reference['traces'][program].course(*use)
+            return odd_items(OFF_COURSE, state, *points_of(course, before, after)) if course else odd_items(AT_ONCE, state, *machines)
         state = {**state, **shown}
         if scenario.downloads:
             installed = any(item.startswith(f'programs: "{TARGET}') for item in shown)
             return odd_items(LOST, state, after if installed else {**before, 'exit code': shown['exit code']})
-        program, call = disturbance['watched'], disturbance['call']
-        is_own = reference['traces'][program].own(program, call, disturbance['nth'], reference['calls'][program][call])
+        is_own = reference['traces'][program].own(*use)
         odd = odd_items(AT_ONCE, state, *machines) + (odd_items(LOST, state, after) if is_own else [])
         return [problem for problem in odd if not (is_own and is_own(problem[1])) or problem[0] == AT_ONCE and not is_seen(problem[1])]
 
@@ -114,7 +142,7 @@ class Benches:
         if cut_restart:
             lab.restart(steps=cut_restart)
         lab.restart()
-        problems = self.odd_now(lab.state(), scenario)
+        problems = self.odd_now(lab.state(), scenario, {}, {})
         if not spare or tries[-1]:
             tries.append(self.remedied(lab, scenario, FOR_GOOD if scenario.installs else LASTING))
         if tries[-1] and not scenario.installs:
@@ -131,8 +159,7 @@ class Benches:
         answer = run_in_use(lab, scenario, disturbance.get('watched', scenario.programs[0]), disturbance)
         problems = [(RUN, 'the run', answer['complaint'])] if answer['complaint'] else []
         left, cut = lab.state(), 'steps' in disturbance
-        fails = 'call' in disturbance and 'kills' not in disturbance
-        problems += self.odd_now(left, scenario, disturbance, answer['shown'] if fails else None)
+        problems += self.odd_now(left, scenario, disturbance, answer['shown'])
         digest = hashlib.sha1(json.dumps([left, scenario.name, cut, cut_restart], sort_keys=True).encode()).hexdigest()
         record = self.folder / 'known' / digest
         if not record.exists():

@@ -1,6 +1,10 @@
-"""Which items of the machine a failing call may leave otherwise: its own, which follow from the trace of the undisturbed run."""
+"""What follows from the trace of the undisturbed run: which items of the machine a failing call may leave otherwise, its own, and at which
+point of its course each item stands when a process is killed."""
 import re
 from fnmatch import fnmatchcase
+from functools import lru_cache
+
+from exceptions import HANDLER, LOG, TARGET
 
 # These settle the whole run: where the package, the product and the folders of the shell are, and what the user chose. The library
 # with the version of the package is probed and read by these too. Texts of the program name shortcuts and values.
@@ -10,10 +14,9 @@ SETTLING = {'CoInitialize', 'CreateDialogParamW', 'CreateFileMappingW', 'CreateM
             'IsWindowEnabled', 'LoadLibraryW', 'LoadResource', 'LoadStringW', 'LockResource', 'MapViewOfFile', 'RegEnumKeyW', 'RegOpenKeyExW',
             'RegQueryValueExW', 'RtlGetVersion', 'GetFileVersionInfoSizeW', 'GetFileVersionInfoW', 'VerQueryValueW', 'SHGetFolderPathW', 'SendMessageW', 'SetWindowLongPtrW', 'SetWindowTextW', 'SizeofResource', '_wexecl', 'WaitForSingleObject'}
 MANIFEST = 'C:\\Package\\QtvUnInst.log'
-TARGET = 'C:\\Program Files\\Qantivo 8\\'
 # What the failure of a file means for others: the application isn't started and doesn't register itself, and so on.
-FOLLOWS = {'QtvApp8.exe': ('programs: *QtvApp8.exe*', 'HKCU\\Software\\Lorvanta\\*'),
-           'ThumbQvi32.dll': ('programs: regsvr32*', 'HKLM\\SOFTWARE\\Classes\\CLSID\\*'),
+FOLLOWS = {'QtvApp8.exe': ('programs: *QtvApp8.exe*', 'HKCU\\Software\\Lorvanta\\', 'HKCU\\Software\\Lorvanta\\Qantivo 8\\*'),
+           'ThumbQvi32.dll': ('programs: regsvr32*', HANDLER),
            'QtvUnInst.log': ('log: *',)}
 # After a file in use the machine is to be restarted, and the application is not started before.
 RESTART = ('messages: * the machine is to be restarted *', 'programs: *QtvApp8.exe"')
@@ -21,11 +24,13 @@ TELLS_OF_USE = {'CopyFileW', 'DeleteFileW', 'ExitWindowsEx', 'FindFirstFileW', '
 REFUSED = 'messages: *failed!*'  # what the shell refuses of a shortcut
 HIVES = {'HKEY_USERS\\S-1-5-21-1000-1000-1000-1001': 'HKCU', 'HKEY_LOCAL_MACHINE': 'HKLM', 'HKEY_CURRENT_USER': 'HKCU', 'HKEY_CLASSES_ROOT': 'HKLM\\SOFTWARE\\Classes',
          'HKEY_USERS': 'HKU'}
+CHANGES = re.compile('Copy|Create(Directory|File)W|Delete|Move|RemoveDirectory|SetFile|Reg(Create|Set|Delete)|_wfopen|IPersistFile::Save')
 
 
 class Call:
     def __init__(self, line):
-        self.program, self.process, self.name, *fields = line.split('\t')
+        program, self.process, self.name, *fields = line.split('\t')
+        self.program = re.sub(r'^uni\w*\.tmp', 'uni*.tmp', program)
         self.fields = dict(field.split('=', 1) for field in fields if re.match(r'\w+=', field))
 
     def named(self):
@@ -43,10 +48,50 @@ class Call:
             return [paths[0].rpartition('\\')[0] + '\\' + fields.get('name', '')]
         return paths
 
+    def changes(self, item):
+        """Whether it may change the item, which is in small letters."""
+        if not CHANGES.match(self.name) or self.fields.get('mode') == 'r':
+            return False
+        if item.startswith('mark: '):
+            return self.name == 'MoveFileExW' and any(text.lower() in item for text in self.named()) or 'PendingFile' in self.fields.get('name', '')
+        for text in self.named():
+            small = text.lower()
+            # A key is made with those above it, and deleted with what is below it.
+            if (item in (small, f'{small}\\') or item.startswith('log: ') and text == LOG or self.name == 'RegCreateKeyW' and small.startswith(item)
+                    or self.name == 'RegDeleteKeyW' and item.startswith(f'{small}\\')):
+                return True
+        return False
+
 
 class Trace:
     def __init__(self, lines):
         self.calls = [Call(line) for line in lines]
+
+    def uses(self, watched, name):
+        return [at for at, call in enumerate(self.calls) if call.name == name and fnmatchcase(call.program, watched)]
+
+    @lru_cache(maxsize=None)
+    def changes(self, item):
+        return [at for at, call in enumerate(self.calls) if call.changes(item.lower())]
+
+    def course(self, watched, name, nth, count):
+        """Returns a function of an item: its changes that are done when the process is killed at this use, and those that are lost. None if
+        the trace doesn't tell. Programs that have been started go on."""
+        uses = self.uses(watched, name)
+        # A dialog's line comes when the dialog has ended.
+        if len(uses) != count or name == 'DialogBoxParamW':
+            return None
+        at = uses[nth - 1]
+        started = ' '.join(call.fields.get('commandLine', '') for call in self.calls[:at])
+
+        def is_lost(change):
+            call = self.calls[change]
+            return change >= at and (call.process == self.calls[at].process or call.program not in started)
+
+        def course_of(item):
+            changes = self.changes(item)
+            return [self.calls[at] for at in changes if not is_lost(at)], [self.calls[at] for at in changes if is_lost(at)]
+        return course_of
 
     def window(self, at):
         """The calls whose steps a failure of this one leaves out: the rest of the search that it is in, the link that it makes, or what a
@@ -65,7 +110,7 @@ class Trace:
 
     def own(self, watched, name, nth, count):
         """Returns a test of an item for whether it is the call's own; None if the trace doesn't tell. `count` is how often it was made."""
-        uses = [at for at, call in enumerate(self.calls) if call.name == name and fnmatchcase(call.program, watched)]
+        uses = self.uses(watched, name)
         if name in SETTLING or len(uses) != count or watched == 'QtvUnInst.exe' and name == 'CopyFileW':
             return None
         uses = uses[nth - 1:nth] if nth else uses
