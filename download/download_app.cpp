@@ -126,6 +126,9 @@ int CDownloadApp::Run() {
     Archive archive;
     Result result{OpenArchive(OwnPath(), archive), {}};
     Installation installation(FindInstallation());
+    const bool isUpdate = !archive.table.rebuilt.empty();
+    if (result.outcome == Outcome::Right && isUpdate && !installation.IsThere())
+        result.outcome = Outcome::OtherInstallation;
     if (result.outcome == Outcome::Right) result = RunJob(isSilent, archive, installation);
     if (result.exitCode) return static_cast<int>(*result.exitCode);
     if (isSilent || result.outcome == Outcome::Cancelled) return static_cast<int>(result.outcome);

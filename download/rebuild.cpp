@@ -147,7 +147,6 @@ CString FindInstallation() {
 Outcome Rebuild(const Archive& archive, Installation& installation, const CString& folder,
                 Progress& progress) {
     if (archive.table.rebuilt.empty()) return Outcome::Right;
-    if (!installation.IsThere()) return Outcome::OtherInstallation;
     return Rebuilding(archive, installation, folder, progress).Run();
 }
 

@@ -26,10 +26,10 @@ class Installation {
 // registry knows. Empty when neither has the application.
 CString FindInstallation();
 
-// Makes the files in the folder, in which the folders for them are. Looks for space first. Whoever can write to the
-// installation may do so meanwhile: the sums are those of the bytes that were read once and written. One difference at a
-// time is in work, with an earlier file in memory. If the outcome isn't Right, some files may be there. It is
-// OtherInstallation if a file of the installation is missing or another one.
+// Makes the files in the folder, in which the folders for them are, of an installation that is there. Looks for space
+// first. Whoever can write to the installation may do so meanwhile: the sums are those of the bytes that were read once and
+// written. One difference at a time is in work, with an earlier file in memory. If the outcome isn't Right, some files may
+// be there. It is OtherInstallation if a file of the installation is missing or another one.
 Outcome Rebuild(const Archive& archive, Installation& installation, const CString& folder,
                 Progress& progress);
 

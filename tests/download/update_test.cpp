@@ -120,16 +120,37 @@ TEST_F(UpdateTest, WithoutSpaceOrWhenCancelledNothingIsMade) {
     EXPECT_EQ(Look(At("new")), Files());
 }
 
+// There are more files than threads. So one is whole when another begins.
 TEST_F(UpdateTest, WhatIsDeletedUnderItIsNoticed) {
+    std::vector<MadeFile> made;
+    for (char name = 'a'; name < 'j'; ++name)
+        made.push_back({{name}, "old\\other", kOld, "", kOld});
     std::atomic<bool> isDone = false;
     const auto onShare = [&] {
-        if (Exists(At("new\\copy")) && FileBytes(At("new\\copy")) == kOld && !isDone.exchange(true)) {
-            (void)SetFileAttributesW(At("new\\copy").c_str(), FILE_ATTRIBUTE_NORMAL);
-            (void)DeleteFileW(At("new\\copy").c_str());
+        for (const MadeFile& file : made) {
+            const Text path = At("new\\" + file.name);
+            if (!Exists(path) || FileBytes(path) != kOld || isDone.exchange(true)) continue;
+            (void)SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+            (void)DeleteFileW(path.c_str());
         }
     };
-    const Outcome outcome = Carry(Download("d\\ a:first", 3, "a program", kMade), onShare);
-    EXPECT_EQ(outcome, isDone ? Outcome::Failed : Outcome::Right);
+    EXPECT_EQ(Carry(Download("", 1, "a program", made), onShare), Outcome::Failed);
+}
+
+// What is written is what was checked. The last byte is another one when the first piece is written.
+TEST_F(UpdateTest, WhatChangesUnderItIsNoticed) {
+    const std::string large(600'000, 'x');
+    MakeFile(At("app\\large"), large);
+    std::atomic<bool> isDone = false;
+    const auto onShare = [&] {
+        if (isDone.exchange(true)) return;
+        const KernelHandle file =
+            OpenHandle(CString(At("app\\large")), GENERIC_WRITE, kShareAll, OPEN_EXISTING, 0);
+        EXPECT_TRUE(Seek(file.get(), large.size() - 1));
+        EXPECT_EQ(WriteExactly(file.get(), "y", 1), Outcome::Right);
+    };
+    EXPECT_EQ(Carry(Download("", 1, "a program", {{"copy", "large", large, "", large}}), onShare),
+              Outcome::OtherInstallation);
 }
 
 TEST_F(UpdateTest, ItsFilesAreMarkedToo) {

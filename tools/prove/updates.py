@@ -44,6 +44,7 @@ class Row:
     folder: str = PRODUCT
     meanwhile: object = None  # what happens between: takes the lab and the folder of the installation
     hold: dict = field(default_factory=dict)
+    limits: dict = field(default_factory=dict)  # of the run
     refuses: bool = False
     always: tuple = ()
 
@@ -107,12 +108,15 @@ ROWS = [
         meanwhile=write('own.ini'), always=('own.ini',)),
     Row('named as rewritten', early={'own.ini': text('own')}, late={'own.ini': text('own')},
         records=('File Copy: own.ini', 'File Overwrite: own.ini'), meanwhile=write('own.ini')),
+    Row('settings from beside a download', early={'QtvApp8.ini': text('own')}, late={'QtvApp8.ini': text('own')},
+        records=('File Copy: QtvApp8.ini',), meanwhile=write('QtvApp8.ini')),
     Row('altered', meanwhile=write('same.dat'), refuses=True),
     Row('altered, of which there is a difference', meanwhile=write('changed.dat', edited('same')), refuses=True),
     Row('altered in one byte', meanwhile=write('same.dat', text('same')[:-1] + '!'), refuses=True),
     Row('missing', meanwhile=remove('same.dat'), refuses=True),
     Row('unfinished', meanwhile=unfinished, refuses=True),
-    Row('not installed', meanwhile=lambda lab, folder: shutil.rmtree(lab.path(folder)), refuses=True),
+    Row('not installed, which needs no space', meanwhile=lambda lab, folder: shutil.rmtree(lab.path(folder)), limits={'space': 0},
+        refuses=True),
 ]
 
 
@@ -194,7 +198,7 @@ class Bench:
         before = self.lab.state()
         shutil.copy2(machine, self.lab.path(DOWNLOAD))
         self.lab.hold(**row.hold)
-        answer = run(self.lab, f'{DOWNLOAD} -s {row.options}', 'package.exe')
+        answer = run(self.lab, f'{DOWNLOAD} -s {row.options}', 'package.exe', row.limits)
         self.lab.hold()
         if answer['complaint']:
             raise Unusable(f'{row.name}, {download}: {answer["complaint"]}')
