@@ -114,3 +114,15 @@ make_work() {
 
 # on_one_processor COMMAND...: Wine's programs and its server work in turn. On one processor, neither must wake another each time.
 on_one_processor() { taskset -c "${QTV_PROCESSOR:-$(taskset -cp $$ | sed 's/.*[ ,-]//')}" "$@"; }
+
+# on_the_others COMMAND...: on all processors but that one, if there are others.
+on_the_others() {
+    local all last
+    all=$(taskset -cp $$ | sed 's/.*: //')
+    last=${all##*[,-]}
+    case $all in
+        *-"$last") taskset -c "${all%-*}-$((last - 1))" "$@" ;;
+        *,"$last") taskset -c "${all%,*}" "$@" ;;
+        *) "$@" ;;
+    esac
+}

@@ -44,10 +44,9 @@ build_host() {
 build_windows() {
     stage windows-build build windows && touch "$logs/windows-built"
 }
-# host_tests leaves Wine its processor, and takes the time that Wine doesn't use. Some tests only wait, so that there is one more at
-# a time than processors.
+# host_tests takes all processors, or those that Wine leaves. Some tests only wait, so that there is one more at a time.
 host_tests() {
-    nice ctest --preset host-asan --no-tests=error --output-junit "$logs/host.xml" -j $(($(nproc) + 1))
+    "$lane" ctest --preset host-asan --no-tests=error --output-junit "$logs/host.xml" -j $(($("$lane" nproc) + 1))
 }
 # windows_tests has one test at a time that uses the common prefix of Wine, and another one beside it.
 windows_tests() {
@@ -55,12 +54,14 @@ windows_tests() {
 }
 test_host() {
     stage host-tests host_tests || true
-    [ ${#built[@]} -lt 2 ] || stage both nice scripts/prove.sh --quick both list || true
-    stage faults nice scripts/plant_faults.sh --sample --preset host-asan || true
+    [ ${#built[@]} -lt 2 ] || stage both "$lane" scripts/prove.sh --quick both list || true
+    stage faults "$lane" scripts/plant_faults.sh --sample --preset host-asan || true
 }
 test_windows() {
     stage windows-tests windows_tests || true
 }
+# A new prefix of Wine is made meanwhile. Whether it can be made is told by the test that begins with it.
+[[ " ${targets[*]} " != *' windows '* ]] || scripts/wine.sh --begin </dev/null &
 stage check scripts/check.sh || true
 built=()
 for target in "${targets[@]}"; do
@@ -69,6 +70,8 @@ for target in "${targets[@]}"; do
 done
 # What needs programs of the host takes those with sanitizers.
 [ ! -e "$logs/host-built" ] || export QTV_HOST_BUILD=$root/build/host-asan
+lane=env
+[ ${#built[@]} -lt 2 ] || lane=on_the_others
 for target in "${built[@]}"; do
     "test_$target" &
 done

@@ -219,7 +219,11 @@ recipe update 0
 installed QtvApp8Man.chm
 is_clean 'after the updates'
 recipe remove 0
-! ls "$program_files/Qantivo 8/"*.exe 2>/dev/null || fail 'the recipe did not wait for the removal'
+# On a busy machine the product's own program may still run when it is removed.
+for file in "$program_files/Qantivo 8/"*.exe; do
+    [ ! -e "$file" ] || marks | grep -qF "\\Qantivo 8\\$(basename "$file")" || fail "the recipe did not wait until $file was removed"
+done
+rm -rf "$program_files/Qantivo 8"
 recipe detect 1
 manager='HKLM\SYSTEM\CurrentControlSet\Control\Session Manager'
 wine reg.exe add "$manager" /v PendingFileRenameOperations /t REG_MULTI_SZ /f \
