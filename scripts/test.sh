@@ -48,9 +48,9 @@ build_windows() {
 host_tests() {
     "$lane" ctest --preset host-asan --no-tests=error --output-junit "$logs/host.xml" -j $(($("$lane" nproc) + 1))
 }
-# windows_tests has one test at a time that uses the common prefix of Wine, and another one beside it.
+# windows_tests runs one test at a time. Two on one processor take longer than one after the other.
 windows_tests() {
-    on_one_processor ctest --preset windows --no-tests=error --output-junit "$logs/windows.xml" -j 2
+    on_one_processor ctest --preset windows --no-tests=error --output-junit "$logs/windows.xml" -j 1
 }
 test_host() {
     stage host-tests host_tests || true
@@ -60,8 +60,6 @@ test_host() {
 test_windows() {
     stage windows-tests windows_tests || true
 }
-# A new prefix of Wine is made meanwhile. Whether it can be made is told by the test that begins with it.
-[[ " ${targets[*]} " != *' windows '* ]] || scripts/wine.sh --begin </dev/null &
 stage check scripts/check.sh || true
 built=()
 for target in "${targets[@]}"; do
