@@ -89,7 +89,7 @@ void InstallSilently() {
 void RestartMachine() {
     HANDLE opened = nullptr;
     if (g_openProcessToken) (void)g_openProcessToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES, &opened);
-    if (const KernelHandle token{opened}) (void)EnablePrivilege(token.get(), TEXT("SeShutdownPrivilege"));
+    if (const KernelHandle token{opened}) (void)EnablePrivilege(token.get(), TEXT("SeShutdownPrivilege"), 1);
     (void)ExitWindowsEx(EWX_REBOOT, kRestartReason);
 }
 

@@ -58,7 +58,7 @@ int IsWow64() {
     return wow64;
 }
 
-int EnablePrivilege(HANDLE token, LPCWSTR privilege) {
+int EnablePrivilege(HANDLE token, LPCWSTR privilege, int enable) {
     if (!g_lookupPrivilegeValue || !g_adjustTokenPrivileges) return 0;
 
     LUID id;
@@ -66,7 +66,10 @@ int EnablePrivilege(HANDLE token, LPCWSTR privilege) {
         std::printf("LookupPrivilegeValue error: %u\n", static_cast<unsigned>(GetLastError()));
         return 0;
     }
-    TOKEN_PRIVILEGES change = {1, {{id, SE_PRIVILEGE_ENABLED}}};
+    TOKEN_PRIVILEGES change = {};
+    change.PrivilegeCount = 1;
+    change.Privileges[0].Luid = id;
+    change.Privileges[0].Attributes = enable ? SE_PRIVILEGE_ENABLED : 0;
     if (!g_adjustTokenPrivileges(token, FALSE, &change, sizeof change, nullptr, nullptr)) {
         std::printf("AdjustTokenPrivileges error: %u\n", static_cast<unsigned>(GetLastError()));
         return 0;

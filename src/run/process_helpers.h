@@ -36,9 +36,9 @@ int ExecAndWait(LPCWSTR commandLine, LPCWSTR folder, DWORD waitMs);
 // process, not about the machine: a 64-bit build always returns 0.
 int IsWow64();
 
-// Switches a privilege of the token on. Returns 1 on success and 0 on any failure. A failure writes a line to
-// standard output, unless the system lacks the function.
-int EnablePrivilege(HANDLE token, LPCWSTR privilege);
+// Switches a privilege of the token on (`enable` non-zero) or off. Returns 1 on success and 0 on any failure.
+// A failure writes a line to standard output, unless the system lacks the function.
+int EnablePrivilege(HANDLE token, LPCWSTR privilege, int enable);
 
 // Reads the system's true version, which no compatibility setting changes. Returns 0 and clears the
 // record when it can't be read.

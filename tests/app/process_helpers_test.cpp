@@ -58,7 +58,7 @@ TEST_F(ScratchTest, SystemFunctionsAreFoundAndEnablePrivilegeTellsItsFailures) {
     ASSERT_TRUE(g_openProcessToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES, &token));
     const auto told = [](HANDLE of, LPCWSTR privilege) {
         ::testing::internal::CaptureStdout();
-        const int result = EnablePrivilege(of, privilege);
+        const int result = EnablePrivilege(of, privilege, 1);
         return std::to_string(result) + ::testing::internal::GetCapturedStdout();
     };
     EXPECT_EQ(told(token, TEXT("SeShutdownPrivilege")), "1");

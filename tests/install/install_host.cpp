@@ -148,6 +148,17 @@ TEST_F(InstallOnHost, TakesTheSettingsBeforeTheApplicationRegistersItself) {
     winhost::ClearProgramFaults();
 }
 
+TEST_F(InstallOnHost, RestartsOnlyWithTheEnabledPrivilege) {
+    LookUpSystemFunctions();
+    HANDLE token;
+    EXPECT_TRUE(OpenProcessToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES, &token));
+    for (const int enable : {1, 0}) {
+        EXPECT_TRUE(EnablePrivilege(token, TEXT("SeShutdownPrivilege"), enable));
+        EXPECT_EQ(ExitWindowsEx(EWX_REBOOT, 0), enable);
+    }
+    CloseHandle(token);
+}
+
 // A path of three characters or fewer is no common programs folder.
 TEST_F(InstallOnHost, IsForTheCurrentUserWithoutCommonPrograms) {
     g_sourceDir = TEXT("C:\\Scratch\\package");
