@@ -70,7 +70,9 @@ Result Carry(const Archive& archive, Installation& installation, Progress& progr
     result.outcome = folder.Make(archive.table);
     if (result.outcome != Outcome::Right) return result;
     folder.RemoveOthers();
-    result.outcome = Unpack(archive, folder.Path(), progress);
+    const bool isUpdate = !archive.table.rebuilt.empty();
+    result.outcome = isUpdate && !installation.IsThere() ? Outcome::OtherInstallation
+                                                         : Unpack(archive, folder.Path(), progress);
     if (result.outcome == Outcome::Right)
         result.outcome = Rebuild(archive, installation, folder.Path(), progress);
     if (result.outcome == Outcome::Right && !RunSetup(archive.path, folder.Path(), progress, result))
@@ -126,9 +128,6 @@ int CDownloadApp::Run() {
     Archive archive;
     Result result{OpenArchive(OwnPath(), archive), {}};
     Installation installation(FindInstallation());
-    const bool isUpdate = !archive.table.rebuilt.empty();
-    if (result.outcome == Outcome::Right && isUpdate && !installation.IsThere())
-        result.outcome = Outcome::OtherInstallation;
     if (result.outcome == Outcome::Right) result = RunJob(isSilent, archive, installation);
     if (result.exitCode) return static_cast<int>(*result.exitCode);
     if (isSilent || result.outcome == Outcome::Cancelled) return static_cast<int>(result.outcome);

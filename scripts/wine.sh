@@ -18,8 +18,7 @@ find_wine || { needs windows >&2 && find_wine; } || { echo 'wine.sh: 64-bit Wine
 # The kernel puts the heap of a program at a random place. About once in some thousand starts that is the page which Wine needs
 # at a fixed address, and then the program does not start. Without the random part the heap is always far from that page.
 run=("$wine")
-read -r personality </proc/self/personality
-[[ $personality == *4???? ]] || ! setarch -R true 2>/dev/null || run=(setarch -R "$wine")
+! setarch -R true 2>/dev/null || run=(setarch -R "$wine")
 
 # Makes the prefix in $store/wine-new, of which the others are copies: Wine takes 20 s for its own files and keys.
 make_new() (

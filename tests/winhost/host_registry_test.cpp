@@ -77,6 +77,11 @@ TEST_F(HostRegistry, KeepsBytesInItsTextForm) {
     // Written again from what was read, the file is the same.
     PutValue(HKEY_CURRENT_USER, kProbe, nullptr, rows[0].value);
     EXPECT_EQ(ReadText(), text);
+    HKEY key = nullptr;
+    ASSERT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, kProbe, 0, KEY_SET_VALUE, &key), ERROR_SUCCESS);
+    EXPECT_EQ(RegDeleteValueW(key, TEXT("number")), ERROR_SUCCESS);
+    (void)RegCloseKey(key);
+    EXPECT_EQ(ReadText().find("\"number\""), text.npos);
 }
 
 TEST_F(HostRegistry, PassesOverLinesThatItCantRead) {

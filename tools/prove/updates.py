@@ -44,7 +44,7 @@ class Row:
     folder: str = PRODUCT
     meanwhile: object = None  # what happens between: takes the lab and the folder of the installation
     hold: dict = field(default_factory=dict)
-    limits: dict = field(default_factory=dict)  # of the run
+    space: int = None  # how many bytes are free
     refuses: bool = False
     always: tuple = ()
 
@@ -115,7 +115,7 @@ ROWS = [
     Row('altered in one byte', meanwhile=write('same.dat', text('same')[:-1] + '!'), refuses=True),
     Row('missing', meanwhile=remove('same.dat'), refuses=True),
     Row('unfinished', meanwhile=unfinished, refuses=True),
-    Row('not installed, which needs no space', meanwhile=lambda lab, folder: shutil.rmtree(lab.path(folder)), limits={'space': 0},
+    Row('not installed, which needs no space for files', meanwhile=lambda lab, folder: shutil.rmtree(lab.path(folder)), space=256 << 10,
         refuses=True),
 ]
 
@@ -198,7 +198,9 @@ class Bench:
         before = self.lab.state()
         shutil.copy2(machine, self.lab.path(DOWNLOAD))
         self.lab.hold(**row.hold)
-        answer = run(self.lab, f'{DOWNLOAD} -s {row.options}', 'package.exe', row.limits)
+        used = sum(path.stat().st_size for path in machine.with_suffix('.machine').rglob('*') if path.is_file())
+        limits = {} if row.space is None else {'space': used + row.space}
+        answer = run(self.lab, f'{DOWNLOAD} -s {row.options}', 'package.exe', limits)
         self.lab.hold()
         if answer['complaint']:
             raise Unusable(f'{row.name}, {download}: {answer["complaint"]}')

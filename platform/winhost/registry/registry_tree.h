@@ -22,8 +22,8 @@ struct RegistryNode {
     std::u16string name;                                           // as spelled when the key was made
     std::map<std::u16string, std::unique_ptr<RegistryNode>> keys;  // by upper-cased name
     std::vector<RegistryValue> values;                             // in the order in which they were made
-    std::string
-        text;  // the key and its values as text, or nothing if they have changed since they were written
+    // The key and its values as they were last written, or empty if they have changed since.
+    std::string text;
 
     // Returns null when there is no such key.
     RegistryNode* FindKey(std::u16string_view path);
