@@ -71,8 +71,9 @@ Result Carry(const Archive& archive, Installation& installation, Progress& progr
     if (result.outcome != Outcome::Right) return result;
     folder.RemoveOthers();
     const bool isUpdate = !archive.table.rebuilt.empty();
-    result.outcome = isUpdate && !installation.IsThere() ? Outcome::OtherInstallation
-                                                         : Unpack(archive, folder.Path(), progress);
+    result.outcome = isUpdate && !installation.HasVersion(archive.table.earlierVersion)
+                         ? Outcome::OtherInstallation
+                         : Unpack(archive, folder.Path(), progress);
     if (result.outcome == Outcome::Right)
         result.outcome = Rebuild(archive, installation, folder.Path(), progress);
     if (result.outcome == Outcome::Right && !RunSetup(archive.path, folder.Path(), progress, result))
@@ -93,7 +94,7 @@ Result RunJob(bool isSilent, const Archive& archive, Installation& installation)
 void ShowRefusal(const Table& table, const Installation& installation) {
     const CString version(table.earlierVersion), address(table.fullUrl);
     WCHAR text[kRefusalChars];
-    if (installation.IsThere())
+    if (!installation.Differing().empty())
         (void)FormatBounded(text, kRefusalChars, LoadResString(IDS_OTHER_FILE), LPCWSTR(version),
                             LPCWSTR(installation.PathOf(installation.Differing())));
     else

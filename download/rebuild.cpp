@@ -3,9 +3,11 @@
 #include <mutex>
 
 #include "difference.h"
+#include "install/file_version.h"
 #include "processors.h"
 #include "run/earlier_folder.h"
 #include "run/product.h"
+#include "run/run_values.h"
 #include "sha256.h"
 #include "support/path_text.h"
 
@@ -136,7 +138,18 @@ class Rebuilding {
     std::atomic<Outcome> m_outcome = Outcome::Right;
 };
 
+constexpr std::size_t kVersionChars = 24;
+
 }  // namespace
+
+bool Installation::HasVersion(const WideText& version) const {
+    if (m_folder.IsEmpty() || version.empty()) return !m_folder.IsEmpty();
+    ReadFileVersion(PathOf(kApplicationFile));
+    WCHAR text[kVersionChars];
+    (void)FormatBounded(text, kVersionChars, TEXT("%u.%u.%u.%u"), g_version.major, g_version.minor,
+                        g_version.release, g_version.build);
+    return version == text;
+}
 
 CString FindInstallation() {
     for (const CString& folder : {GetFolderOption(), GetInstalledFolder()})

@@ -10,10 +10,11 @@ class Installation {
     // An empty folder stands for no installation.
     explicit Installation(CString folder) : m_folder(std::move(folder)) {}
 
-    bool IsThere() const { return !m_folder.IsEmpty(); }
+    // Whether its application has this version, as people read it. Without a version, any application will do.
+    bool HasVersion(const WideText& version) const;
     CString PathOf(const WideText& name) const { return m_folder + TEXT("\\") + CString(name); }
 
-    // A file that isn't as the update needs it.
+    // A file that isn't as the update needs it. Empty for none.
     void NoteDiffering(const WideText& name) { m_differing = name; }
     const WideText& Differing() const { return m_differing; }
 

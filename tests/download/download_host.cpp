@@ -73,19 +73,24 @@ TEST_F(DownloadProgram, ARefusedUpdateNamesTheFileAndTheFullDownload) {
              Download("setup.exe:none a:bytes", 7, BuildBytes(QTV_BUILD_FOLDER "/download.exe"),
                       {{"b", "old", "earlier", "", "earlier"}}));
     const struct {
-        bool isInstalled;
+        unsigned installed;  // part of the version; 0 for none
         int button;
         const char* says;
-    } rows[] = {{false, IDCANCEL, "8.5.1.0, which isn't installed"},
-                {true, IDCANCEL, "\\app\\old"},
-                {true, IDOK, "\\app\\old"}};
+    } rows[] = {{0, IDCANCEL, "8.5.1.0, which isn't installed"},
+                {2, IDCANCEL, "8.5.1.0, which isn't installed"},
+                {1, IDCANCEL, "\\app\\old"},
+                {1, IDOK, "\\app\\old"}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.says);
-        if (row.isInstalled) {
-            MakeFile(At("app\\QtvApp8.exe"));
+        if (row.installed != 0) {
+            ImportFile("package/QtvApp8.exe", At("app\\QtvApp8.exe"));
+            SetFileVersion(At("app\\QtvApp8.exe"), 8, 5, row.installed, 0);
             PutValue(HKEY_LOCAL_MACHINE, kProductKey, TEXT("Path"), Sz(At("app")));
         }
+        const Text left = TEXT("C:\\Program Files\\abcdefghijklmnopqrstuvwxyz.dl");
+        MakeFile(left + TEXT("\\f"));
         EXPECT_EQ(RunProgram(TEXT("download.exe -s")), static_cast<DWORD>(Outcome::OtherInstallation));
+        EXPECT_FALSE(Exists(left)) << "what a killed run left stays";
         winhost::ClearEvents();
         const lab::Program program(TEXT("download.exe"));
         Driver page(program.Id(), TEXT("Setup"));

@@ -206,11 +206,12 @@ printf 'File Copy: sleeper.exe\r\n' >>package/QtvUnInst.log
 "$script" package new.exe --earlier "$build/package" --full-url https://example.com/new.exe >made || fail "no update: $(<made)"
 [ "$(sed -n 's/.*-update.exe: \([0-9]*\) bytes/\1/p' made)" -lt "$(stat -c %s new.exe)" ] || fail "the update is large: $(<made)"
 refused 'no address' "$script" package out.exe --earlier "$build/package" --full-url http://example.com
-mv new.exe Qantivo.exe
 mv new-update.exe Qantivo-update.exe
 installed() { for file in "$@"; do cmp "package/$file" "$program_files/Qantivo 8/$file" || fail "$file is not installed"; done; }
+# The recipe would install the earlier package if the update refused.
 recipe update 0
 installed sleeper.exe HomePage.url QtvApp8.exe
+mv new.exe Qantivo.exe
 recipe install 0
 echo changed >"$program_files/Qantivo 8/QtvApp8Man.chm"
 run 7 "$root/scripts/wine.sh" Qantivo-update.exe -install -s

@@ -1,4 +1,6 @@
 #include <atomic>
+#include <chrono>
+#include <thread>
 
 #include "command_line.h"
 #include "difference.h"
@@ -137,6 +139,21 @@ TEST_F(UpdateTest, WhatIsDeletedUnderItIsNoticed) {
     EXPECT_EQ(Carry(Download("", 1, "a program", made), onShare), Outcome::Failed);
 }
 
+TEST_F(UpdateTest, OneDifferenceAtATimeIsInWork) {
+    std::vector<MadeFile> made;
+    for (const char* name : {"a", "b", "c", "d"})
+        made.push_back({name, "old\\file", kOld, Step(0, "", "all of it"), "all of it"});
+    std::atomic<int> running = 0;
+    std::atomic<bool> isTwo = false;
+    const auto onShare = [&] {
+        if (++running > 1) isTwo = true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        --running;
+    };
+    EXPECT_EQ(Carry(Download("", 1, "a program", made), onShare), Outcome::Right);
+    EXPECT_FALSE(isTwo);
+}
+
 // What is written is what was checked. The last byte is another one when the first piece is written.
 TEST_F(UpdateTest, WhatChangesUnderItIsNoticed) {
     const std::string large(600'000, 'x');
@@ -191,7 +208,7 @@ TEST(Sha256Sum, IsThatOfTheStandard) {
         {"abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq", "\x24\x8D\x6A\x61\xD2\x06\x38\xB8"},
         {million, "\xCD\xC7\x6E\x5C\x99\x14\xFB\x92"}};
     for (const auto& row : rows)
-        for (const std::size_t cbPiece : {1, 63, 64, 100'000}) {
+        for (const std::size_t cbPiece : std::initializer_list<std::size_t>{1, 63, 64, 100'000}) {
             Sha256 sum;
             for (std::size_t at = 0; at < row.bytes.size(); at += cbPiece)
                 sum.Add(row.bytes.data() + at, std::min<std::size_t>(cbPiece, row.bytes.size() - at));

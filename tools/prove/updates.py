@@ -104,6 +104,8 @@ ROWS = [
     Row('a read-only file of the package', early={'fixed.dat': text('f')}, late={'fixed.dat': text('f')}, records=('File Copy: fixed.dat',)),
     Row('empty folders', early={'none': None}, late={'none': None, 'new': None}, records=('Make Dir: none',), late_records=('Make Dir: new',)),
     Row('an empty file', early={'empty': ''}, late={'empty': ''}, records=('File Copy: empty',)),
+    Row('an earlier file that is too large for memory', early={'large.dat': text('large') + 'x' * (192 << 20)}, late={'large.dat': text('large')},
+        records=('File Copy: large.dat',)),
     Row('rewritten by the application', early={'own.ini': text('own')}, late={'own.ini': text('own')}, records=('File Copy: own.ini',),
         meanwhile=write('own.ini'), always=('own.ini',)),
     Row('named as rewritten', early={'own.ini': text('own')}, late={'own.ini': text('own')},
