@@ -1,6 +1,7 @@
 // Top-level windows and their messages, as the program relies on them.
 #include "machine/answers.h"
 
+#include <future>
 #include <thread>
 
 namespace {
@@ -51,11 +52,21 @@ LRESULT CALLBACK Listen(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
                                                   {WM_CLOSE, "close"},
                                                   {WM_DESTROY, "destroy"},
                                                   {WM_NCDESTROY, "ncdestroy"}};
+    // Whether a minimized window gets the focus isn't compared.
+    const bool isMinimized = (GetWindowLongW(window, GWL_STYLE) & WS_MINIMIZE) != 0;
     for (const auto& [number, name] : names)
-        if (message == number) told += (told.empty() ? "" : " ") + std::string(name);
+        if (message == number && !(isMinimized && (message == WM_SETFOCUS || message == WM_KILLFOCUS)))
+            told += (told.empty() ? "" : " ") + std::string(name) +
+                    (message == WM_ACTIVATE && HIWORD(wParam) ? "-minimized" : "");
     if (message == WM_NCCREATE && reinterpret_cast<const CREATESTRUCTW*>(lParam)->lpCreateParams)
         return FALSE;
     return message == WM_CLOSE ? 0 : DefWindowProcW(window, message, wParam, lParam);
+}
+
+void RunUntilAsked() {
+    MSG message = {};
+    while (GetMessageW(&message, nullptr, 0, 0) && message.message != WM_APP)
+        (void)DispatchMessageW(&message);
 }
 
 TEST_F(Windows, GetMessagesInTheOrderOfWindows) {
@@ -64,11 +75,21 @@ TEST_F(Windows, GetMessagesInTheOrderOfWindows) {
     listener.lpfnWndProc = Listen;
     listener.lpszClassName = TEXT("MachineTestListener");
     (void)RegisterClassExW(&listener);
-    const auto make = [&](DWORD style, HWND parent, void* refuses = nullptr) {
+    const auto make = [&](DWORD style, HWND parent = nullptr, void* refuses = nullptr) {
         return CreateWindowExW(0, listener.lpszClassName, TEXT("x"), style, 10, 10, 200, 100, parent, nullptr,
                                nullptr, refuses);
     };
-    HWND frame = nullptr, child = nullptr, over = nullptr;
+    HWND frame = nullptr, child = nullptr, over = nullptr, small = nullptr;
+    const HWND asked = MakeFrame(TEXT("Asked"));
+    std::promise<HWND> made;
+    std::jthread another([&] {
+        made.set_value(MakeFrame(TEXT("Another"), WS_POPUP));
+        RunUntilAsked();
+    });
+    const HWND others = made.get_future().get();
+    const auto forward = [&] { (void)SetForegroundWindow(others); };
+    const auto elsewhere = [](const auto& act) { std::thread(act).join(); };
+    const auto behind = [&] { Await("the other's turn", [&] { return GetForegroundWindow() == others; }); };
     const auto place = [](HWND window, int x, int width, UINT flags) {
         (void)SetWindowPos(window, nullptr, x, 10, width, 100, flags | SWP_NOZORDER | SWP_NOACTIVATE);
     };
@@ -76,43 +97,69 @@ TEST_F(Windows, GetMessagesInTheOrderOfWindows) {
         const char* what;
         std::function<void()> act;
         const char* windows;
+        bool isOwn = false;  // only the windows' own thread can do it
     } rows[] = {
         {"make a top-level window", [&] { frame = make(WS_OVERLAPPEDWINDOW, nullptr); },
-         "nccreate nccalcsize create"},
+         "nccreate nccalcsize create", true},
         {"make a child", [&] { child = make(WS_CHILD | WS_VISIBLE, frame); },
-         "nccreate nccalcsize create size move parentnotify showwindow"},
+         "nccreate nccalcsize create size move parentnotify showwindow", true},
         {"show it", [&] { (void)ShowWindow(frame, SW_SHOW); },
          "showwindow ncactivate activate setfocus size move"},
         {"show it again", [&] { (void)ShowWindow(frame, SW_SHOW); }, ""},
         {"show it below another", [&] { over = MakeFrame(TEXT("Over"), WS_POPUP | WS_VISIBLE); },
-         "ncactivate activate killfocus"},
+         "ncactivate activate killfocus", true},
         {"show it again there", [&] { (void)ShowWindow(frame, SW_SHOW); }, ""},
-        {"show what lies over it no more", [&] { (void)DestroyWindow(over); },
-         "ncactivate activate setfocus"},
+        {"show what lies over it no more", [&] { (void)DestroyWindow(over); }, "ncactivate activate setfocus",
+         true},
+        {"bring another thread's window forward", forward, "ncactivate activate killfocus"},
+        {"bring it forward", [&] { (void)SetForegroundWindow(frame); }, "ncactivate activate setfocus"},
+        {"and again before it is told",
+         [&] { elsewhere([&] { forward(), (void)SetForegroundWindow(frame); }); }, "", true},
+        {"hide it behind the other", [&] { elsewhere(forward), (void)ShowWindow(frame, SW_HIDE), behind(); },
+         "showwindow ncactivate activate killfocus", true},
+        {"focus it there", [&] { (void)SetFocus(frame), behind(); }, "ncactivate activate setfocus", true},
+        {"show it there", [&] { (void)ShowWindow(frame, SW_SHOW); }, "showwindow"},
+        {"make a minimized one",
+         [&] { small = make(WS_OVERLAPPEDWINDOW | WS_VISIBLE | WS_MINIMIZE), forward(); }, nullptr, true},
+        {"show it as it is", [&] { (void)ShowWindow(small, SW_SHOW); }, ""},
+        {"bring that forward", [&] { (void)SetForegroundWindow(small); }, "ncactivate activate-minimized"},
+        {"bring the other forward again", forward, "ncactivate activate-minimized"},
+        {"restore it", [&] { (void)ShowWindow(small, SW_RESTORE); },
+         "nccalcsize ncactivate activate setfocus move size activate"},
+        {"destroy it", [&] { (void)DestroyWindow(small); },
+         "ncactivate activate ncactivate activate killfocus setfocus destroy ncdestroy", true},
         {"disable the child", [&] { (void)EnableWindow(child, FALSE); }, "cancelmode enable"},
         {"disable it again", [&] { (void)EnableWindow(child, FALSE); }, "cancelmode"},
         {"enable the child", [&] { (void)EnableWindow(child, TRUE); }, "enable"},
-        {"move the child", [&] { place(child, 20, 200, SWP_NOSIZE); }, "move"},
-        {"to where it is", [&] { place(child, 20, 200, 0); }, ""},
-        {"move and size it", [&] { place(child, 30, 250, 0); }, "nccalcsize move size"},
-        {"size the child", [&] { place(child, 30, 300, 0); }, "nccalcsize size"},
+        {"move the child", [&] { place(child, 20, 200, SWP_NOSIZE); }, "move", true},
+        {"to where it is", [&] { place(child, 20, 200, 0); }, "", true},
+        {"move and size it", [&] { place(child, 30, 250, 0); }, "nccalcsize move size", true},
+        {"size the child", [&] { place(child, 30, 300, 0); }, "nccalcsize size", true},
         {"hide the child", [&] { (void)ShowWindow(child, SW_HIDE); }, "showwindow"},
         {"show the child", [&] { (void)ShowWindow(child, SW_SHOW); }, "showwindow"},
         {"Alt+F4", [&] { (void)SendMessageW(child, WM_SYSKEYDOWN, VK_F4, 0x20000000); }, "close"},
         {"destroy the child", [&] { (void)DestroyWindow(child); },
-         "parentnotify showwindow destroy ncdestroy"},
-        {"make a child that refuses", [&] { (void)make(WS_CHILD, frame, &frame); }, "nccreate ncdestroy"},
+         "parentnotify showwindow destroy ncdestroy", true},
+        {"make a child that refuses", [&] { (void)make(WS_CHILD, frame, &frame); }, "nccreate ncdestroy",
+         true},
         {"the menu's command", [&] { (void)SendMessageW(frame, WM_SYSCOMMAND, SC_CLOSE, 0); }, "close"},
-        {"destroy it", [&] { (void)DestroyWindow(frame); },
-         "ncactivate activate killfocus destroy ncdestroy"},
+        {"destroy it", [&] { (void)DestroyWindow(frame); }, "ncactivate activate killfocus destroy ncdestroy",
+         true},
     };
-    for (const auto& row : rows) {
-        told.clear();
-        row.act();
-        for (MSG message; PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE);)
-            (void)DispatchMessageW(&message);
-        EXPECT_EQ(told, row.windows) << row.what;
-    }
+    // The messages are the same whichever thread acts.
+    for (const bool isOther : {false, true})
+        for (const auto& row : rows) {
+            told.clear();
+            const auto act = [&] { row.act(), (void)PostMessageW(asked, WM_APP, 0, 0); };
+            std::jthread actor;
+            if (isOther && !row.isOwn)
+                actor = std::jthread(act);
+            else
+                act();
+            RunUntilAsked();
+            if (row.windows) EXPECT_EQ(told, row.windows) << row.what << " " << isOther;
+        }
+    EXPECT_TRUE(PostMessageW(others, WM_APP, 0, 0) && DestroyWindow(asked));
 }
 
 // The width of a window that is made in that way, and its size when it is to be below zero.

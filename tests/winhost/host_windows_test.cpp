@@ -2,6 +2,8 @@
 #include <commctrl.h>
 #include <shlobj.h>
 
+#include <thread>
+
 #include "harness/driver.h"
 #include "messages/window_table.h"
 #include <winhost.h>
@@ -106,6 +108,7 @@ TEST_F(HostWindows, EndTheRunWhereWindowsWouldDoMore) {
         edits.push_back(Make(TEXT("EDIT"), style, TEXT("a\r\nb")));
         return edits.back();
     };
+    const auto elsewhere = [&](void (*act)(HWND)) { std::thread(act, own()).join(); };
     const auto enroll = [](LPCWSTR name, UINT style) {
         WNDCLASSEXW kind = {sizeof kind, style,   DefWindowProcW, 0,       0,    nullptr,
                             nullptr,     nullptr, nullptr,        nullptr, name, nullptr};
@@ -157,7 +160,10 @@ TEST_F(HostWindows, EndTheRunWhereWindowsWouldDoMore) {
         {[&] { (void)SendMessageW(own(), WM_SYSKEYUP, kAlt, 0); }, "a window's menu"},
         {[&] { (void)SendMessageW(own(), WM_KEYUP, kMenuKey, 0); }, "a window's menu"},
         {[&] { (void)ShowWindow(own(), kMinimized); }, "command 6"},
-        {[&] { (void)ShowWindow(Make(TEXT("STATIC"), WS_MINIMIZE), SW_RESTORE); }, "minimized"},
+        {[&] { (void)ShowWindow(Make(TEXT("STATIC"), WS_MINIMIZE), SW_RESTORE); }, "a hidden one"},
+        {[&] { elsewhere([](HWND window) { (void)SetWindowPos(window, nullptr, 0, 0, 9, 9, 0); }); },
+         "a window of another"},
+        {[&] { elsewhere([](HWND window) { (void)EnableWindow(window, FALSE); }); }, "the focus of another"},
         {[&] { (void)SendMessageW(Make(TEXT("BUTTON"), BS_AUTOCHECKBOX), WM_CHAR, '+', 0); }, "check box"},
         {[&] { (void)SendMessageW(Make(TEXT("BUTTON"), 0), kSetShield, 0, 0); }, "message 5644"},
         {[&] { (void)SendMessageW(edit(0), kSetCue, 0, 0); }, "message 5377"},

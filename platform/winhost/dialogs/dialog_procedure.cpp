@@ -71,7 +71,7 @@ LRESULT DialogDefault(HWND window, DialogState& state, UINT message, WPARAM wPar
             Close(window);
             return 0;
         case WM_ACTIVATE:
-            if (wParam == WA_INACTIVE)
+            if (LOWORD(wParam) == WA_INACTIVE)
                 SaveFocus(window, state);
             else
                 RestoreFocus(state, window, true);

@@ -30,10 +30,11 @@ LONG_PTR* ControlState::Long(int) {
     return nullptr;
 }
 
-void AddOwnWindow(HWND window, WNDPROC procedure) {
+void AddOwnWindow(HWND window, WNDPROC procedure, OrderProcedure orders) {
     OwnWindows& own = TheOwnWindows();
     const std::lock_guard lock(own.threads);
-    own.windows[window] = {.procedure = procedure, .thread = GetCurrentThreadId(), .state = nullptr};
+    own.windows[window] = {
+        .procedure = procedure, .orders = orders, .thread = GetCurrentThreadId(), .state = nullptr};
 }
 
 void ForgetOwnWindow(HWND window) {

@@ -15,8 +15,12 @@ struct ControlState {
     virtual LONG_PTR* Long(int index);
 };
 
+// Carries out what another thread wants of a window of the calling thread.
+using OrderProcedure = LRESULT (*)(HWND window, UINT order, WPARAM value);
+
 struct OwnWindow {
     WNDPROC procedure;
+    OrderProcedure orders;
     DWORD thread;
     LONG_PTR userData = 0;
     LRESULT font = 0;
@@ -35,7 +39,7 @@ State* StateOf(HWND window) {
 }
 
 // Adds a window of the calling thread. Forgets one that is destroyed.
-void AddOwnWindow(HWND window, WNDPROC procedure);
+void AddOwnWindow(HWND window, WNDPROC procedure, OrderProcedure orders);
 void ForgetOwnWindow(HWND window);
 // Returns the windows of the calling thread.
 std::vector<HWND> WindowsOfThread();

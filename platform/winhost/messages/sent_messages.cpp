@@ -32,6 +32,7 @@ struct Request {
     UINT message;
     WPARAM wParam;
     LPARAM lParam;
+    UINT order = 0;  // 0: a message
 };
 
 // Memory that both sides share for the text of a message. It is a file without a name, because a long text may not fit
@@ -123,6 +124,8 @@ bool CarriesNumbers(UINT message, LPARAM lParam) {
         case WM_NULL:
         case WM_GETTEXTLENGTH:
         case WM_CLOSE:
+        case WM_CANCELMODE:
+        case WM_ENABLE:
         case WM_QUERYENDSESSION:
         case WM_ENDSESSION:
         case WM_NEXTDLGCTL:
@@ -178,6 +181,14 @@ std::optional<LRESULT> Await(int connection, UINT milliseconds) {
     }
 }
 
+// Returns the connection on which the answer will come. None, with the last error set, when the window's thread is gone.
+Descriptor Transmit(const WindowRecord& window, const Request& request, int text = -1) {
+    Descriptor connection = Connect(InboxName(window.holder, window.thread));
+    if (connection && SendRequest(connection.get(), request, text)) return connection;
+    SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+    return Descriptor();
+}
+
 std::optional<LRESULT> Deliver(const Request& request, UINT milliseconds) {
     if (FindOwnWindow(request.window))
         return CallProcedure(request.window, request.message, request.wParam, request.lParam);
@@ -189,12 +200,9 @@ std::optional<LRESULT> Deliver(const Request& request, UINT milliseconds) {
         NotModelled("SendMessageW", "message " + std::to_string(request.message) + " to another process");
     const SharedText text(SizeOfText(request));
     if (sets && text.text()) wcscpy(text.text(), reinterpret_cast<LPCWSTR>(request.lParam));
-    const Descriptor connection = Connect(InboxName(record->holder, record->thread));
     const Request sent = {request.window, request.message, request.wParam, sets || gets ? 0 : request.lParam};
-    if (!connection || !SendRequest(connection.get(), sent, text.file())) {
-        SetLastError(ERROR_INVALID_WINDOW_HANDLE);
-        return std::nullopt;
-    }
+    const Descriptor connection = Transmit(*record, sent, text.file());
+    if (!connection) return std::nullopt;
     const auto answer = Await(connection.get(), milliseconds);
     if (answer && gets && text.text()) {
         const auto cchText = std::min<WPARAM>(static_cast<WPARAM>(*answer) + 1, request.wParam);
@@ -209,7 +217,10 @@ void AnswerRequest(int connection) {
     if (!ReceiveRequest(connection, request, file)) return;
     const SharedText text(std::move(file));
     if (text.text()) request.lParam = reinterpret_cast<LPARAM>(text.text());
-    const LRESULT answer = CallProcedure(request.window, request.message, request.wParam, request.lParam);
+    const OwnWindow* const own = FindOwnWindow(request.window);
+    const LRESULT answer =
+        own && request.order ? own->orders(request.window, request.order, request.wParam)
+                             : CallProcedure(request.window, request.message, request.wParam, request.lParam);
     (void)send(connection, &answer, sizeof answer, MSG_NOSIGNAL);
 }
 
@@ -217,6 +228,17 @@ void AnswerRequest(int connection) {
 
 LRESULT Send(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     return Deliver({window, message, wParam, lParam}, INFINITE).value_or(0);
+}
+
+LRESULT SendOrder(HWND window, UINT order, WPARAM value) {
+    const auto record = Look(window);
+    const Descriptor connection =
+        record ? Transmit(*record, {window, WM_NULL, value, 0, order}) : Descriptor();
+    return connection ? Await(connection.get(), INFINITE).value_or(0) : 0;
+}
+
+void PostOrder(HWND window, UINT order, WPARAM value) {
+    if (const auto record = Look(window)) (void)Transmit(*record, {window, WM_NULL, value, 0, order});
 }
 
 void NotifyParent(HWND control, int notification) {

@@ -48,7 +48,7 @@ HWND Add(const WindowRecord& window, WNDPROC procedure) {
         thread_local const ThreadEnd end;
         (void)end;
     }
-    AddOwnWindow(added->handle, procedure);
+    AddOwnWindow(added->handle, procedure, CarryOut);
     return added->handle;
 }
 

@@ -1,8 +1,11 @@
 #include "windows/focus.h"
 
+#include <utility>
+
 #include "core/faults.h"
 #include "core/machine.h"
 #include "messages/own_windows.h"
+#include "messages/sent_messages.h"
 #include "messages/window_table.h"
 #include "windows/geometry.h"
 
@@ -25,16 +28,17 @@ HWND Mark(DWORD thread, bool WindowRecord::*mark, HWND window) {
     return before ? before->handle : nullptr;
 }
 
-// Puts the window above all others. Its owners remember it as their last active popup.
-void PutOnTop(HWND window) {
+// Puts the window above all others. Its owners remember it as their last active popup. Returns the window that was there.
+HWND PutOnTop(HWND window) {
     WindowTable table;
-    table.foreground() = window;
+    const HWND before = std::exchange(table.foreground(), window);
     WindowRecord* record = window ? table.Find(window) : nullptr;
     if (record) table.Raise(*record);
     while (record && record->owner) {
         record = table.Find(record->owner);
         if (record) record->lastPopup = window;
     }
+    return before;
 }
 
 // Whether neither the window nor one around it is disabled or minimized.
@@ -46,6 +50,71 @@ bool TakesInput(HWND window) {
     }
     return false;
 }
+
+WPARAM Activation(HWND window, WORD state) {
+    return MAKEWPARAM(state, HasStyle(window, WS_MINIMIZE));
+}
+
+// Makes a window of the calling thread its active one, or none for null.
+void MakeActive(HWND window) {
+    const DWORD thread = GetCurrentThreadId();
+    const HWND before = Mark(thread, &WindowRecord::active, window);
+    if (before == window) return;
+    if (before) (void)CallProcedure(before, WM_NCACTIVATE, FALSE, 0);
+    if (before)
+        (void)CallProcedure(before, WM_ACTIVATE, Activation(before, WA_INACTIVE),
+                            reinterpret_cast<LPARAM>(window));
+    if (window) (void)CallProcedure(window, WM_NCACTIVATE, TRUE, 0);
+    if (window)
+        (void)CallProcedure(window, WM_ACTIVATE, Activation(window, WA_ACTIVE),
+                            reinterpret_cast<LPARAM>(before));
+    // A window procedure may have made another window active.
+    if (MarkedOf(thread, &WindowRecord::active) != window) return;
+    if (const HWND focus = Focus(); !window || !focus || !LiesIn(focus, window)) (void)GiveFocus(window);
+}
+
+HWND Foreground() {
+    WindowTable table;
+    const HWND window = table.foreground();
+    return window && table.Find(window) ? window : nullptr;
+}
+
+// Makes a window of the calling thread its active one. The thread stays in the background if it is there.
+void ActivateHere(HWND window) {
+    const HWND foreground = Foreground();
+    foreground && !FindOwnWindow(foreground) ? MakeActive(window) : Activate(window);
+}
+
+// Gives a minimized window its size again. It is told that it is active even if it was so before.
+void Restore(HWND window) {
+    const auto record = Look(window);
+    if (!record || record->isChild() || !(record->style & WS_VISIBLE) || (record->style & WS_MAXIMIZE))
+        NotModelled("ShowWindow", "what a maximized window, a hidden one or a child is told");
+    ChangeStyle(window, WS_MINIMIZE, 0);
+    AskClientArea(window, record->rect);
+    Activate(window);
+    TellMove(window);
+    TellSize(window);
+    (void)CallProcedure(window, WM_ACTIVATE, WA_ACTIVE, 0);
+}
+
+void Show(HWND window, int command) {
+    if (command == SW_HIDE) {
+        if (HasStyle(window, WS_VISIBLE)) (void)CallProcedure(window, WM_SHOWWINDOW, FALSE, 0);
+        Hide(window);
+    } else if (command != SW_SHOW && HasStyle(window, WS_MINIMIZE | WS_MAXIMIZE)) {
+        Restore(window);
+    } else if (command != SW_SHOW || !HasStyle(window, WS_VISIBLE)) {
+        Reveal(window);
+    }
+}
+
+// What a thread wants of a window of another one.
+enum Order : UINT {
+    kShow = 1,  // the value is the command
+    kActivate,
+    kDeactivate,
+};
 
 // Returns the window that becomes active after `window`: its
 // owner, or else the top one of the thread's enabled windows.
@@ -77,29 +146,30 @@ HWND Focus() {
 }
 
 void Activate(HWND window) {
-    PutOnTop(window);
-    const DWORD thread = GetCurrentThreadId();
-    if (window && !FindOwnWindow(window)) {
-        // The other thread isn't told. It finds its window active.
-        if (const auto record = Look(window)) (void)Mark(record->thread, &WindowRecord::active, window);
-        return;
-    }
-    const HWND before = Mark(thread, &WindowRecord::active, window);
-    if (before == window) return;
-    if (before) (void)CallProcedure(before, WM_NCACTIVATE, FALSE, 0);
-    if (before) (void)CallProcedure(before, WM_ACTIVATE, WA_INACTIVE, reinterpret_cast<LPARAM>(window));
-    if (window) (void)CallProcedure(window, WM_NCACTIVATE, TRUE, 0);
-    if (window) (void)CallProcedure(window, WM_ACTIVATE, WA_ACTIVE, reinterpret_cast<LPARAM>(before));
-    // A window procedure may have made another window active.
-    if (MarkedOf(thread, &WindowRecord::active) != window) return;
-    if (const HWND focus = Focus(); !window || !focus || !LiesIn(focus, window)) (void)GiveFocus(window);
+    const HWND before = PutOnTop(window);
+    const bool isOwn = !window || FindOwnWindow(window);
+    if (before && !FindOwnWindow(before))
+        PostOrder(before, kDeactivate, 0);
+    else if (!isOwn)
+        MakeActive(nullptr);
+    isOwn ? MakeActive(window) : PostOrder(window, kActivate, 0);
+}
+
+LRESULT CarryOut(HWND window, UINT order, WPARAM value) {
+    if (order == kShow)
+        Show(window, static_cast<int>(value));
+    else if (order == kActivate)
+        MakeActive(window);
+    else if (Foreground() != window)  // It may be so again by now.
+        MakeActive(nullptr);
+    return 0;
 }
 
 bool GiveFocus(HWND window) {
     if (window) {
         if (!TakesInput(window)) return false;
         const HWND root = RootOf(window);
-        if (MarkedOf(GetCurrentThreadId(), &WindowRecord::active) != root) Activate(root);
+        if (MarkedOf(GetCurrentThreadId(), &WindowRecord::active) != root) ActivateHere(root);
         if (!FindOwnWindow(window)) return false;
     }
     const HWND before = Mark(GetCurrentThreadId(), &WindowRecord::focused, window);
@@ -120,18 +190,19 @@ void Reveal(HWND window) {
 }
 
 void Enable(HWND window, bool enable) {
-    if (!enable) (void)CallProcedure(window, WM_CANCELMODE, 0, 0);
+    if (const auto record = Look(window); record && record->focused && !enable && !FindOwnWindow(window))
+        NotModelled("EnableWindow", "the focus of another thread");
+    if (!enable) (void)Send(window, WM_CANCELMODE, 0, 0);
     if (enable == !HasStyle(window, WS_DISABLED)) return;
     ChangeStyle(window, enable ? WS_DISABLED : 0, enable ? 0 : WS_DISABLED);
     if (!enable && Focus() == window) (void)GiveFocus(nullptr);
-    (void)CallProcedure(window, WM_ENABLE, enable, 0);
+    (void)Send(window, WM_ENABLE, enable, 0);
 }
 
 void Hide(HWND window) {
     const auto record = Look(window);
     if (!record || !(record->style & WS_VISIBLE)) return;
     ChangeStyle(window, WS_VISIBLE, 0);
-    if (record->thread != GetCurrentThreadId()) return;
     if (record->isChild()) {
         if (const HWND focus = Focus(); focus && LiesIn(focus, window) && !GiveFocus(record->parent))
             (void)GiveFocus(nullptr);
@@ -141,7 +212,7 @@ void Hide(HWND window) {
 }
 
 void Leave(HWND window) {
-    if (const auto record = Look(window); record && record->active) Activate(Successor(window));
+    if (const auto record = Look(window); record && record->active) ActivateHere(Successor(window));
 }
 
 }  // namespace winhost
@@ -150,24 +221,12 @@ BOOL ShowWindow(HWND window, int command) {
     if (winhost::Fails("ShowWindow")) return FALSE;
     const auto record = winhost::Look(window);
     if (!record) return FALSE;
-    switch (command) {
-        case SW_HIDE:
-            if (record->style & WS_VISIBLE) (void)winhost::CallProcedure(window, WM_SHOWWINDOW, FALSE, 0);
-            winhost::Hide(window);
-            break;
-        case SW_SHOWNORMAL:
-        case SW_RESTORE:
-            if ((record->style & (WS_MINIMIZE | WS_MAXIMIZE)) && winhost::FindOwnWindow(window))
-                winhost::NotModelled("ShowWindow", "what a minimized or maximized window is told");
-            winhost::ChangeStyle(window, WS_MINIMIZE | WS_MAXIMIZE, 0);
-            winhost::Reveal(window);
-            break;
-        case SW_SHOW:
-            if (!(record->style & WS_VISIBLE)) winhost::Reveal(window);
-            break;
-        default:
-            winhost::NotModelled("ShowWindow", "command " + std::to_string(command));
-    }
+    if (command != SW_HIDE && command != SW_SHOWNORMAL && command != SW_RESTORE && command != SW_SHOW)
+        winhost::NotModelled("ShowWindow", "command " + std::to_string(command));
+    if (winhost::FindOwnWindow(window))
+        winhost::Show(window, command);
+    else
+        (void)winhost::SendOrder(window, winhost::kShow, static_cast<WPARAM>(command));
     return (record->style & WS_VISIBLE) != 0;
 }
 
@@ -181,9 +240,7 @@ BOOL EnableWindow(HWND window, BOOL enable) {
 
 HWND GetForegroundWindow() {
     if (winhost::Fails("GetForegroundWindow")) return nullptr;
-    winhost::WindowTable table;
-    const HWND window = table.foreground();
-    return window && table.Find(window) ? window : nullptr;
+    return winhost::Foreground();
 }
 
 BOOL SetForegroundWindow(HWND window) {

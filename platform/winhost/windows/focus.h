@@ -6,6 +6,8 @@
 
 namespace winhost {
 
+// Carries out what another thread wants of a window of the calling thread, with the numbers that focus.cpp gives.
+LRESULT CarryOut(HWND window, UINT order, WPARAM value);
 // Shows a window. A top-level window also becomes active.
 void Reveal(HWND window);
 // Allows a window to take input, or not. Tells it so.
@@ -15,8 +17,8 @@ void Enable(HWND window, bool enable);
 void Hide(HWND window);
 // Makes another window active if this one is: its owner, or else the top one of the thread's.
 void Leave(HWND window);
-// Puts a top-level window on top and makes it the active window
-// of its thread. With null, the thread has no active window.
+// Puts a top-level window on top and makes it the active window of its thread. With null, the calling thread has no
+// active window. Another thread is told when it next takes messages, also that its window is active no more.
 void Activate(HWND window);
 // Returns the window that has the calling thread's focus.
 HWND Focus();

@@ -35,22 +35,6 @@ std::optional<RECT> ClientRectOnScreen(HWND window) {
                 rect->bottom - frame.bottom};
 }
 
-void TellSize(HWND window) {
-    if (const auto rect = ClientRectOnScreen(window))
-        (void)CallProcedure(window, WM_SIZE, 0,
-                            MAKELPARAM(rect->right - rect->left, rect->bottom - rect->top));
-}
-
-// The place of the client area is relative to that of the parent.
-void TellMove(HWND window) {
-    const auto rect = ClientRectOnScreen(window);
-    const auto record = Look(window);
-    if (!rect || !record) return;
-    const auto around = record->parent ? ClientRectOnScreen(record->parent) : RECT{};
-    if (!around) return;
-    (void)CallProcedure(window, WM_MOVE, 0, MAKELPARAM(rect->left - around->left, rect->top - around->top));
-}
-
 }  // namespace
 
 void AddFrame(RECT& rectangle, DWORD style, DWORD exStyle) {
@@ -80,11 +64,30 @@ std::optional<RECT> ScreenRect(HWND window) {
     return rect;
 }
 
+void AskClientArea(HWND window, RECT place) {
+    (void)CallProcedure(window, WM_NCCALCSIZE, FALSE, reinterpret_cast<LPARAM>(&place));
+}
+
+void TellSize(HWND window) {
+    if (const auto rect = ClientRectOnScreen(window))
+        (void)CallProcedure(window, WM_SIZE, 0,
+                            MAKELPARAM(rect->right - rect->left, rect->bottom - rect->top));
+}
+
+// The place of the client area is relative to that of the parent.
+void TellMove(HWND window) {
+    const auto rect = ClientRectOnScreen(window);
+    const auto record = Look(window);
+    if (!rect || !record) return;
+    const auto around = record->parent ? ClientRectOnScreen(record->parent) : RECT{};
+    if (!around) return;
+    (void)CallProcedure(window, WM_MOVE, 0, MAKELPARAM(rect->left - around->left, rect->top - around->top));
+}
+
 void TellChange(HWND window, const RECT& before, const RECT& after) {
     const bool isSized = before.right - before.left != after.right - after.left ||
                          before.bottom - before.top != after.bottom - after.top;
-    RECT place = after;
-    if (isSized) (void)CallProcedure(window, WM_NCCALCSIZE, FALSE, reinterpret_cast<LPARAM>(&place));
+    if (isSized) AskClientArea(window, after);
     if (before.left != after.left || before.top != after.top) TellMove(window);
     if (isSized) TellSize(window);
 }

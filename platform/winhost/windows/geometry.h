@@ -15,6 +15,10 @@ std::optional<RECT> ScreenRect(HWND window);
 void TellFirstPlace(HWND window);
 // Tells it what has changed. A change of size asks where the client area is, before it is told.
 void TellChange(HWND window, const RECT& before, const RECT& after);
+// The steps of these.
+void AskClientArea(HWND window, RECT place);
+void TellSize(HWND window);
+void TellMove(HWND window);
 void Resize(HWND window, LONG width, LONG height);
 
 }  // namespace winhost

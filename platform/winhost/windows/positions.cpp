@@ -3,6 +3,7 @@
 
 #include "core/faults.h"
 #include "core/machine.h"
+#include "messages/own_windows.h"
 #include "messages/window_table.h"
 #include "windows/focus.h"
 #include "windows/geometry.h"
@@ -33,6 +34,7 @@ BOOL SetWindowPos(HWND window, HWND after, int x, int y, int width, int height, 
     if (winhost::Fails("SetWindowPos")) return FALSE;
     const auto before = winhost::Look(window);
     if (!before) return FALSE;
+    if (!winhost::FindOwnWindow(window)) winhost::NotModelled("SetWindowPos", "a window of another thread");
     if ((flags & ~winhost::kKnownFlags) ||
         (after != HWND_TOP && !(flags & SWP_NOZORDER) && !before->isChild()))
         winhost::NotModelled("SetWindowPos", "flags " + std::to_string(flags) +

@@ -118,7 +118,7 @@ LRESULT DefaultOf(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
         case WM_QUERYENDSESSION:
             return TRUE;
         case WM_ACTIVATE:
-            if (wParam != WA_INACTIVE) (void)GiveFocus(window);
+            if (LOWORD(wParam) != WA_INACTIVE) (void)GiveFocus(window);
             return 0;
         case WM_NCCREATE:
             StoreTitle(window, reinterpret_cast<const CREATESTRUCTW*>(lParam)->lpszName);
