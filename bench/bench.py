@@ -27,13 +27,22 @@ BOUNDS = {
     "a download with code files, over the other's size": 0.97,
     "a silent start of the download, over the other's": 0.80,
     'the download without a package, KiB': 256,
+    "an update with one other file of 139, over the whole download's size": 0.02,
+    "a silent start of that update, over the whole download's": 1.00,
+    "an update with another version of a program, over that size": 0.15,
+    "a silent start of it, over the whole download's": 1.00,
+    'peak memory of an update with the largest differences, KiB': 300 << 10,
     'peak memory of an install, KiB over a program that saves one link': 4096,
     'peak memory at 10,000 records, KiB over that at 1,250': 1024,
     'setup.exe, stripped, KiB': 360,
 }
 # The files of a package besides those of the sample: folders, files in each, and their bytes.
 KINDS = {'small': (50, 100, 1024), 'large': (1, 3, 200 << 20), 'fewer': (10, 125, 1024), 'more': (80, 125, 1024),
-         'application': (12, 15, 349525)}
+         'application': (12, 15, 349525), 'updated': (6, 23, 1 << 20)}
+MIXED = ('application', 'updated')  # files that pack to about half
+LIBRARY = Path('/usr/lib/llvm-14/lib/libclang-cpp.so.14')  # of the compiler, 59 MB
+# Of its library, 47 MB, Debian has two versions: as released last, and with the patches since then.
+PATCHED = 'libnode108'
 # The uninstall waits this long for the end of its first process.
 FIXED_SECONDS = 1
 missed = []
@@ -71,11 +80,11 @@ def make_package(kind, by_pattern=False):
     for number in range(folders * files):
         path = package / f'folder{number // files}/file{number % files}.dat'
         path.parent.mkdir(exist_ok=True)
-        # All files differ, because the other installer would store equal files once. Those of an application pack to about half.
-        content = chance.randbytes(size // 2).hex().encode() if kind == 'application' else b'x' * (size - 8)
+        # All files differ, because the other installer would store equal files once.
+        content = chance.randbytes(size // 2).hex().encode() if kind in MIXED else b'x' * (size - 8)
         path.write_bytes(b'%08d' % number + content)
     names = sorted(f'{path.parent.name}\\{"*.*" if by_pattern else path.name}' for path in package.glob('folder*/*'))
-    with open(package / 'QtvUnInst.log', 'ab' if kind == 'application' else 'wb') as manifest:
+    with open(package / 'QtvUnInst.log', 'ab' if kind in MIXED else 'wb') as manifest:
         manifest.write(''.join(f'File Copy: {name}\r\n' for name in dict.fromkeys(names)).encode())
     return package
 
@@ -142,16 +151,20 @@ def application():
     report("its uninstall less the fixed second, over the other's", uninstall)
 
 
+def put_programs(package, code, alone, count=1):
+    """The code of a library, begun like a program of Windows. Alone, nothing else is there besides the files of the sample."""
+    for folder in package.glob('folder*') if alone else ():
+        shutil.rmtree(folder)
+    (package / 'folder0').mkdir(exist_ok=True)
+    for number in range(count):
+        (package / f'folder0/code{number}.exe').write_bytes((WINDOWS / 'setup.exe').read_bytes()[:4096] + code[4096:])
+
+
 def download():
     for content in ('mixed', 'code'):
         package, own = make_package('application', by_pattern=True), work / 'own.exe'
         if content == 'code':
-            # A library of the compiler, 59 MB, begun like a program of Windows.
-            for folder in package.glob('folder*'):
-                shutil.rmtree(folder)
-            code = Path('/usr/lib/llvm-14/lib/libclang-cpp.so.14').read_bytes()
-            (package / 'folder0').mkdir()
-            (package / 'folder0/code.exe').write_bytes((WINDOWS / 'setup.exe').read_bytes()[:4096] + code[4096:])
+            put_programs(package, LIBRARY.read_bytes(), alone=True)
         other = make_other(package, '-DDOWNLOAD')
         said_by('scripts/make_download.sh', package, own)
         report(f"a download with {content} files, over the other's size", own.stat().st_size / other.stat().st_size)
@@ -159,21 +172,90 @@ def download():
     report('the download without a package, KiB', -(-(WINDOWS / 'download.exe').stat().st_size // 1024))
 
 
+def peak(program, *arguments):
+    """The peak memory in KiB. Wine runs a program in the process that starts it."""
+    said_by('/usr/bin/time', '-f', '%M', '-o', work / 'peak', 'scripts/wine.sh', program, *arguments)
+    return int((work / 'peak').read_text().split()[-1])
+
+
+class Update:
+    """An update and the whole download, from a package to one with other programs."""
+
+    def __init__(self, early, late, alone, count=1):
+        self.target, self.earlier, package = work / 'Qantivo 8', work / 'earlier', make_package('updated', by_pattern=True)
+        self.files = work / 'own-update.exe', work / 'own.exe'
+        put_programs(package, early, alone, count)
+        shutil.rmtree(self.earlier, ignore_errors=True)
+        shutil.copytree(package, self.earlier)
+        put_programs(package, late, alone, count)
+        said_by('scripts/make_download.sh', package, self.files[1], '--earlier', self.earlier)
+
+    def size(self):
+        update, whole = (file.stat().st_size for file in self.files)
+        return update / whole
+
+    def start(self, file, measure):
+        """A silent start over the earlier package. Returns what `measure` returns of it."""
+        options = '-install', '-s', '-instdir', shown(self.target)
+        seconds(shown(self.earlier / 'setup.exe'), *options)
+        return measure(shown(file), *options)
+
+    def time(self):
+        times = [[self.start(file, seconds)[0] for file in self.files] for _ in range(pairs)]
+        return statistics.median(own / whole for own, whole in times)
+
+
+def versions_of(name):
+    """Returns the bytes of the largest file in the earlier and in the later version of a package that Debian has. They stay in
+    build/versions."""
+    kept, found = ROOT / 'build/versions', []
+    kept.mkdir(exist_ok=True)
+    lines = said_by('apt-cache', 'madison', name).splitlines()
+    for version in sorted({line.split('|')[1].strip() for line in lines})[-2:]:
+        folder = kept / f'{name}-{version}'
+        if not folder.exists():
+            subprocess.run(['apt-get', 'download', '-qo', 'APT::Sandbox::User=root', f'{name}={version}'], cwd=work, check=True, stdout=subprocess.DEVNULL)
+            said_by('dpkg-deb', '-x', next(work.glob('*.deb')), work / 'unpacked')
+            shutil.move(work / 'unpacked', folder)
+            next(work.glob('*.deb')).unlink()
+        found.append(max((path for path in folder.rglob('*') if path.is_file()), key=lambda path: path.stat().st_size).read_bytes())
+    return found
+
+
+def update():
+    # Nothing of the earlier program is in the later one.
+    code = LIBRARY.read_bytes()
+    one = Update(code[:2 << 20], code[16 << 20:18 << 20], alone=False)
+    report("an update with one other file of 139, over the whole download's size", one.size())
+    report("a silent start of that update, over the whole download's", one.time())
+    versions = versions_of(PATCHED)
+    if len(versions) == 2:
+        patched = Update(*versions, alone=True)
+        report("an update with another version of a program, over that size", patched.size())
+        report("a silent start of it, over the whole download's", patched.time())
+    else:
+        print(f'Debian has one version of {PATCHED} only: an update with another version of a program is not measured', flush=True)
+    # Two files of 192 MiB, whose bytes repeat, so that they are packed fast.
+    largest = code[:1 << 20] * 192
+    most = Update(largest, largest[:1 << 20] + b'another' + largest[1 << 20:], alone=True, count=2)
+    report('peak memory of an update with the largest differences, KiB', most.start(most.files[0], peak))
+    seconds(shown(most.target / 'QtvUnInst.exe'))
+
+
 def memory():
-    def peak(program, *arguments):
-        """The median of several runs, in KiB. Wine runs a program in the process that starts it."""
-        peaks = []
+    def peaks(*command):
+        """The median of several runs, each into a new folder."""
+        figures = []
         for _ in range(memory_rounds):
             shutil.rmtree(work / 'target', ignore_errors=True)
-            said_by('/usr/bin/time', '-f', '%M', '-o', work / 'peak', 'scripts/wine.sh', program, *arguments)
-            peaks.append(int((work / 'peak').read_text().split()[-1]))
-        return statistics.median(peaks)
+            figures.append(peak(*command))
+        return statistics.median(figures)
 
     target = shown(work / 'target')
-    link = peak(WINDOWS / 'timed.exe', 'link', r'C:\windows\notepad.exe', shown(work / 'one.lnk'))
-    setup = peak(make_package('application', by_pattern=True) / 'setup.exe', '-install', '-s', '-instdir', target)
+    link = peaks(WINDOWS / 'timed.exe', 'link', r'C:\windows\notepad.exe', shown(work / 'one.lnk'))
+    setup = peaks(make_package('application', by_pattern=True) / 'setup.exe', '-install', '-s', '-instdir', target)
     report('peak memory of an install, KiB over a program that saves one link', setup - link)
-    few, many = (peak(make_package(kind) / 'setup.exe', '-s', '-instport', target) for kind in ('fewer', 'more'))
+    few, many = (peaks(make_package(kind) / 'setup.exe', '-s', '-instport', target) for kind in ('fewer', 'more'))
     report('peak memory at 10,000 records, KiB over that at 1,250', many - few)
 
 
@@ -182,7 +264,7 @@ def size():
     report('setup.exe, stripped, KiB', -(-(work / 'stripped.exe').stat().st_size // 1024))
 
 
-ALL = {job.__name__: job for job in (small, large, growth, application, download, memory, size)}
+ALL = {job.__name__: job for job in (small, large, growth, application, download, update, memory, size)}
 parser = argparse.ArgumentParser(prog='scripts/bench.sh')
 parser.add_argument('--quick', action='store_true')
 parser.add_argument('what', nargs='*', metavar='WHAT', help=', '.join(ALL))

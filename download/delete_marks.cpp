@@ -29,6 +29,8 @@ struct List {
         text.resize(cb / sizeof(WCHAR));
         error =
             RegQueryValueExW(key.get(), kValue, nullptr, nullptr, reinterpret_cast<LPBYTE>(text.data()), &cb);
+        // Another program may have taken marks away between both calls.
+        text.resize(cb / sizeof(WCHAR));
         // The last terminator is that of the list.
         if (!text.empty()) text.pop_back();
         return static_cast<DWORD>(error);

@@ -7,7 +7,7 @@ namespace download {
 
 namespace {
 
-constexpr std::size_t cbSumsPiece = 64 << 10;
+constexpr std::size_t cbMadePiece = 64 << 10;
 
 std::uint32_t NumberAt(const char* bytes) {
     std::uint32_t number = 0;
@@ -25,38 +25,46 @@ bool Joiner::BeginStep() {
     return m_place <= m_earlier.size() && m_cbAdded <= m_earlier.size() - m_place;
 }
 
-Outcome Joiner::AddToEarlier(const char* bytes, std::size_t cb) {
-    m_sums.resize(cb);
+void Joiner::AddToEarlier(const char* bytes, std::size_t cb) {
+    const std::size_t end = m_made.size();
+    m_made.resize(end + cb);
     for (std::size_t i = 0; i < cb; ++i)
-        m_sums[i] = static_cast<char>(bytes[i] + m_earlier[m_place + i]);
+        m_made[end + i] = static_cast<char>(bytes[i] + m_earlier[m_place + i]);
     m_place += cb;
     m_cbAdded -= cb;
-    return m_take(m_sums.data(), cb);
 }
 
 Outcome Joiner::Add(const char* bytes, std::size_t cb) {
     while (cb > 0) {
         std::size_t cbUsed;
-        Outcome outcome = Outcome::Right;
         if (m_cbNumbers < cbStep) {
             cbUsed = std::min(cb, cbStep - m_cbNumbers);
             std::memcpy(m_numbers.data() + m_cbNumbers, bytes, cbUsed);
             m_cbNumbers += cbUsed;
             if (m_cbNumbers == cbStep && !BeginStep()) return Outcome::Damaged;
         } else if (m_cbAdded > 0) {
-            cbUsed = std::min({cb, m_cbAdded, cbSumsPiece});
-            outcome = AddToEarlier(bytes, cbUsed);
+            cbUsed = std::min(cb, m_cbAdded);
+            AddToEarlier(bytes, cbUsed);
         } else {
             cbUsed = std::min(cb, m_cbPlain);
             m_cbPlain -= cbUsed;
-            outcome = m_take(bytes, cbUsed);
+            m_made.append(bytes, cbUsed);
         }
-        if (outcome != Outcome::Right) return outcome;
+        if (m_made.size() >= cbMadePiece) {
+            if (const Outcome outcome = m_take(m_made.data(), m_made.size()); outcome != Outcome::Right)
+                return outcome;
+            m_made.clear();
+        }
         if (m_cbNumbers == cbStep && m_cbAdded == 0 && m_cbPlain == 0) m_cbNumbers = 0;
         bytes += cbUsed;
         cb -= cbUsed;
     }
     return Outcome::Right;
+}
+
+Outcome Joiner::Finish() {
+    const Outcome outcome = m_take(m_made.data(), m_made.size());
+    return outcome == Outcome::Right && m_cbNumbers != 0 ? Outcome::Damaged : outcome;
 }
 
 }  // namespace download

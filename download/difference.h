@@ -13,12 +13,12 @@ class Joiner {
     // Takes the next bytes of the difference. Damaged for a step that leads out of the earlier file; when `take` returns
     // another outcome than Right, so does this function.
     Outcome Add(const char* bytes, std::size_t cb);
-    // Whether the last step is complete.
-    bool IsAtEnd() const { return m_cbNumbers == 0; }
+    // Gives the last bytes. Damaged if the last step isn't complete.
+    Outcome Finish();
 
   private:
     bool BeginStep();
-    Outcome AddToEarlier(const char* bytes, std::size_t cb);
+    void AddToEarlier(const char* bytes, std::size_t cb);
 
     std::string_view m_earlier;
     const Take& m_take;
@@ -26,7 +26,7 @@ class Joiner {
     std::size_t m_cbNumbers = 0;
     std::size_t m_place = 0;
     std::size_t m_cbAdded = 0, m_cbPlain = 0;  // what is left of the two runs
-    std::string m_sums;
+    std::string m_made;  // most steps make a few bytes only, and each write takes time
 };
 
 }  // namespace download

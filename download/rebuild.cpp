@@ -15,32 +15,26 @@ namespace download {
 
 namespace {
 
-// Reads a file of the installation, of which others may write any part at any time.
-class EarlierFile {
-  public:
-    EarlierFile(const CString& path, const Rebuilt& rebuilt)
-        : m_file(OpenHandle(path, GENERIC_READ, kShareAll, OPEN_EXISTING, 0)), m_rebuilt(rebuilt) {}
-
-    // Gives all bytes to `take`. OtherInstallation if they aren't those that the update needs.
-    Outcome Read(const Take& take) {
-        if (!m_file || SizeOf(m_file.get()) != m_rebuilt.cbEarlier) return Outcome::OtherInstallation;
-        std::string piece(PieceOf(m_rebuilt.cbEarlier), 0);
-        Sha256 sum;
-        for (std::uint64_t left = m_rebuilt.cbEarlier; left > 0;) {
-            const std::size_t cb = PieceOf(left);
-            if (ReadExactly(m_file.get(), piece.data(), cb) != Outcome::Right)
-                return Outcome::OtherInstallation;
-            sum.Add(piece.data(), cb);
-            if (const Outcome outcome = take(piece.data(), cb); outcome != Outcome::Right) return outcome;
-            left -= cb;
-        }
-        return sum.Finish() == m_rebuilt.earlierSum ? Outcome::Right : Outcome::OtherInstallation;
+// Gives all bytes of a file of the installation to `take`. Others may write any part of it at any time. OtherInstallation
+// if there are fewer or more of them.
+Outcome ReadEarlier(const CString& path, std::uint64_t cbEarlier, const Take& take) {
+    const KernelHandle file = OpenHandle(path, GENERIC_READ, kShareAll, OPEN_EXISTING, 0);
+    if (!file || SizeOf(file.get()) != cbEarlier) return Outcome::OtherInstallation;
+    std::string piece(PieceOf(cbEarlier), 0);
+    for (std::uint64_t left = cbEarlier; left > 0;) {
+        const std::size_t cb = PieceOf(left);
+        if (ReadExactly(file.get(), piece.data(), cb) != Outcome::Right) return Outcome::OtherInstallation;
+        if (const Outcome outcome = take(piece.data(), cb); outcome != Outcome::Right) return outcome;
+        left -= cb;
     }
+    return Outcome::Right;
+}
 
-  private:
-    KernelHandle m_file;
-    const Rebuilt& m_rebuilt;
-};
+Digest SumOf(const std::string& bytes) {
+    Sha256 sum;
+    sum.Add(bytes.data(), bytes.size());
+    return sum.Finish();
+}
 
 // All that the threads of one rebuilding share.
 class Rebuilding {
@@ -93,24 +87,51 @@ class Rebuilding {
             m_progress.Add(cb);
             return WriteExactly(target.get(), bytes, cb);
         };
-        EarlierFile earlier(m_installation.PathOf(rebuilt.earlier), rebuilt);
-        const Outcome outcome = rebuilt.IsCopy() ? earlier.Read(write) : Join(index, earlier, write);
+        const Outcome outcome = rebuilt.IsCopy() ? Copy(rebuilt, write) : Join(index, write);
         if (outcome != Outcome::Right) return outcome;
         const FILETIME written = TimeOf(rebuilt.file);
         return SetFileTime(target.get(), nullptr, nullptr, &written) ? Outcome::Right
                                                                      : OutcomeOf(GetLastError());
     }
 
-    Outcome Join(std::size_t index, EarlierFile& earlier, const Take& write) {
+    Outcome Copy(const Rebuilt& rebuilt, const Take& write) {
+        Sha256 sum;
+        const Outcome outcome = ReadEarlier(m_installation.PathOf(rebuilt.earlier), rebuilt.cbEarlier,
+                                            [&](const char* piece, std::size_t cb) {
+                                                sum.Add(piece, cb);
+                                                return write(piece, cb);
+                                            });
+        if (outcome != Outcome::Right) return outcome;
+        return sum.Finish() == rebuilt.earlierSum ? Outcome::Right : Outcome::OtherInstallation;
+    }
+
+    // Another processor sums the earlier bytes meanwhile.
+    Outcome Join(std::size_t index, const Take& write) {
         const std::lock_guard<std::mutex> lock(m_oneDifference);
         const Rebuilt& rebuilt = m_archive.table.rebuilt[index];
         std::string bytes;
         bytes.reserve(static_cast<std::size_t>(rebuilt.cbEarlier));
-        const Outcome read = earlier.Read([&](const char* piece, std::size_t cb) {
-            bytes.append(piece, cb);
-            return State();
-        });
+        const Outcome read = ReadEarlier(m_installation.PathOf(rebuilt.earlier), rebuilt.cbEarlier,
+                                         [&](const char* piece, std::size_t cb) {
+                                             bytes.append(piece, cb);
+                                             return State();
+                                         });
         if (read != Outcome::Right) return read;
+        Outcome outcome = Outcome::Failed;
+        bool isEarlier = false;
+        std::atomic<int> next = 0;
+        OnProcessors(2, [&] {
+            for (int job; (job = next++) < 2;)
+                if (job == 0)
+                    outcome = JoinBytes(index, bytes, write);
+                else
+                    isEarlier = SumOf(bytes) == rebuilt.earlierSum;
+        });
+        return isEarlier || outcome == Outcome::Cancelled ? outcome : Outcome::OtherInstallation;
+    }
+
+    Outcome JoinBytes(std::size_t index, const std::string& earlier, const Take& write) {
+        const Rebuilt& rebuilt = m_archive.table.rebuilt[index];
         const KernelHandle file = OpenArchiveFile(m_archive.path);
         if (!file || !Seek(file.get(), m_offsets[index])) return Outcome::Failed;
         Sha256 sum;
@@ -120,12 +141,13 @@ class Rebuilding {
             cbMade += cb;
             return cbMade <= rebuilt.file.cbFile ? write(piece, cb) : Outcome::Damaged;
         };
-        Joiner joiner(bytes, take);
+        Joiner joiner(earlier, take);
         const Outcome outcome =
             UnpackStream(file.get(), rebuilt.difference.cbPacked, rebuilt.difference.cbUnpacked,
                          [&](const char* piece, std::size_t cb) { return joiner.Add(piece, cb); });
         if (outcome != Outcome::Right) return outcome;
-        return joiner.IsAtEnd() && sum.Finish() == rebuilt.sum ? Outcome::Right : Outcome::Damaged;
+        if (const Outcome end = joiner.Finish(); end != Outcome::Right) return end;
+        return sum.Finish() == rebuilt.sum ? Outcome::Right : Outcome::Damaged;
     }
 
     const Archive& m_archive;

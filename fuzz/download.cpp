@@ -63,8 +63,9 @@ void TryDifference(std::string_view bytes) {
     const Take take = [](const char*, std::size_t) { return Outcome::Right; };
     Joiner joiner(earlier, take);
     const std::size_t cbFirst = bytes.size() / 3;
-    if (joiner.Add(bytes.data(), cbFirst) == Outcome::Right)
-        (void)joiner.Add(bytes.data() + cbFirst, bytes.size() - cbFirst);
+    if (joiner.Add(bytes.data(), cbFirst) == Outcome::Right &&
+        joiner.Add(bytes.data() + cbFirst, bytes.size() - cbFirst) == Outcome::Right)
+        (void)joiner.Finish();
 }
 
 }  // namespace

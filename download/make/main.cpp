@@ -198,7 +198,7 @@ void MakeDownload(const fs::path& stub, const fs::path& package, const fs::path&
     const std::string bytes = download::WriteTable(table);
     if (bytes.size() > download::cbMostTable) throw std::runtime_error("the package has too many files");
     trailer.cbTableUnpacked = bytes.size();
-    std::string packed = Pack(bytes);
+    std::string packed = Pack(bytes, LZMA_CHECK_SHA256);
     packed.resize(packed.size() + (8 - (output.Size() + packed.size()) % 8) % 8);
     trailer.cbTable = packed.size();
     output.Write(packed);

@@ -83,7 +83,7 @@ struct Part {
 
 class Encoder {
   public:
-    Encoder(Kind kind, std::uint64_t cbBytes, const download_make::Write& write)
+    Encoder(Kind kind, lzma_check check, std::uint64_t cbBytes, const download_make::Write& write)
         : m_write(write), m_output(cbPiece, 0) {
         lzma_options_lzma options;
         (void)lzma_lzma_preset(&options, 9 | LZMA_PRESET_EXTREME);
@@ -92,8 +92,7 @@ class Encoder {
         const lzma_filter packer{LZMA_FILTER_LZMA2, &options}, end{LZMA_VLI_UNKNOWN, nullptr};
         const lzma_filter code{kind == Kind::Arm64 ? LZMA_FILTER_ARM64 : LZMA_FILTER_X86, nullptr};
         const lzma_filter filters[] = {code, packer, end};
-        if (lzma_stream_encoder(&m_stream, filters + (kind == Kind::Other ? 1 : 0), LZMA_CHECK_SHA256) !=
-            LZMA_OK)
+        if (lzma_stream_encoder(&m_stream, filters + (kind == Kind::Other ? 1 : 0), check) != LZMA_OK)
             throw std::runtime_error("can't be packed: there is too little memory");
     }
     ~Encoder() { lzma_end(&m_stream); }
@@ -134,7 +133,7 @@ FileStream PackPart(const Package& package, const Part& part) {
         if (!packed || std::fwrite(bytes.data(), 1, bytes.size(), packed.get()) != bytes.size())
             throw std::runtime_error("can't be packed: the temporary folder is full");
     };
-    Encoder encoder(part.kind, part.cbPart, write);
+    Encoder encoder(part.kind, LZMA_CHECK_SHA256, part.cbPart, write);
     std::string piece(cbPiece, 0);
     std::uint64_t left = part.cbPart, offset = part.offset;
     for (std::size_t entry = part.entry; left > 0; ++entry, offset = 0) {
@@ -263,10 +262,10 @@ std::vector<Block> PackBlocks(const Package& package, const Write& write) {
     return blocks;
 }
 
-std::string Pack(std::string_view bytes) {
+std::string Pack(std::string_view bytes, lzma_check check) {
     std::string packed;
     const Write write = [&](std::string_view piece) { packed += piece; };
-    Encoder encoder(Kind::Other, bytes.size(), write);
+    Encoder encoder(Kind::Other, check, bytes.size(), write);
     encoder.Add(bytes);
     encoder.Finish();
     return packed;

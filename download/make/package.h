@@ -1,6 +1,8 @@
 // The package of a download: its files in an order that packs well, and its packed blocks.
 #pragma once
 
+#include <lzma.h>
+
 #include <filesystem>
 #include <functional>
 #include <vector>
@@ -30,7 +32,7 @@ Package ReadPackage(const std::filesystem::path& folder);
 using Write = std::function<void(std::string_view bytes)>;
 std::vector<download::Block> PackBlocks(const Package& package, const Write& write);
 
-// Returns the bytes as one .xz stream, as a block is.
-std::string Pack(std::string_view bytes);
+// Returns the bytes as one .xz stream, as a block is, with this check of them.
+std::string Pack(std::string_view bytes, lzma_check check);
 
 }  // namespace download_make

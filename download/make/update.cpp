@@ -133,12 +133,15 @@ class EarlierPackage {
     std::map<Digest, Source> m_bySum;
 };
 
+// The sum of the file that is made checks its difference, too. Another one of it would take as long again.
+constexpr lzma_check kDifferenceCheck = LZMA_CHECK_CRC32;
+
 // Returns the packed difference, or none if the file is smaller as it is.
 std::optional<std::string> PackDifference(const std::string& earlier, const std::string& present,
                                           std::uint64_t& cbUnpacked) {
-    auto whole = std::async(std::launch::async, [&] { return Pack(present).size(); });
+    auto whole = std::async(std::launch::async, [&] { return Pack(present, kDifferenceCheck).size(); });
     const std::string steps = DifferenceOf(earlier, present);
-    std::string packed = Pack(steps);
+    std::string packed = Pack(steps, kDifferenceCheck);
     if (packed.size() >= whole.get()) return {};
     cbUnpacked = steps.size();
     return packed;
