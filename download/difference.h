@@ -26,7 +26,7 @@ class Joiner {
     std::size_t m_cbNumbers = 0;
     std::size_t m_place = 0;
     std::size_t m_cbAdded = 0, m_cbPlain = 0;  // what is left of the two runs
-    std::string m_made;  // most steps make a few bytes only, and each write takes time
+    std::string m_made;                        // most steps make a few bytes only, and each write takes time
 };
 
 }  // namespace download
