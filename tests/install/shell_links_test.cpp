@@ -1,7 +1,7 @@
 #include "install/shell_links.h"
 
 #include "app/setup_state.h"
-#include "harness/scratch.h"
+#include "machine/answers.h"
 
 namespace {
 
@@ -24,7 +24,7 @@ TEST_F(ShellLinks, HoldWhatTheyAreGivenAndAreLogged) {
             S_OK);
         const std::string link = FileBytes(kLink).value_or("");
         EXPECT_NE(link.find("C:\\Scratch\\a b.exe"), link.npos);
-        EXPECT_EQ(std::to_string(link.at(52)), Expected("size of a link's target", "5")) << "in the header";
+        ExpectAnswers({{"size of a link's target", std::to_string(link.at(52)), "5"}});
         EXPECT_EQ(link.at(60), 7) << "the show command";
         for (const char* quoted : {"\"C:", "exe\""})
             EXPECT_EQ(link.find(quoted), link.npos);

@@ -1,4 +1,5 @@
 // Edits, as the program relies on them.
+#include "machine/answers.h"
 #include "machine/made_dialog.h"
 
 namespace {
@@ -172,7 +173,7 @@ TEST_F(Edits, UndoTheLastChange) {
     constexpr LPARAM kAltDown = 0x20000000;
     for (const LPARAM with : {LPARAM{0}, kAltDown})
         (void)SendMessageW(edit, WM_SYSKEYDOWN, VK_BACK, with);
-    EXPECT_EQ(Narrow(TextOf(edit)), Expected("Alt+Backspace", "ydef"));
+    ExpectAnswers({{"Alt+Backspace", Narrow(TextOf(edit)), "ydef"}});
     (void)SendMessageW(edit, EM_SETSEL, 0, 1);
     (void)SendMessageW(edit, EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>(TEXT("z")));
     EXPECT_FALSE(SendMessageW(edit, EM_CANUNDO, 0, 0));

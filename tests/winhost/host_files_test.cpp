@@ -75,20 +75,25 @@ TEST_F(HostFiles, PathsFollowWindowsRules) {
         {"a file as a folder", Attributes("dir\\file\\"), "ERROR_INVALID_NAME"},
         {"below a file", Attributes("dir\\file\\below"), "ERROR_PATH_NOT_FOUND"},
         {"a colon in a name", Attributes("dir\\a:b"), "ERROR_INVALID_NAME"},
-        {"a share", Attributes("\\\\server\\share\\file"), "ERROR_PATH_NOT_FOUND"},
+        {"a share", Attributes("\\\\server\\share\\file"), "53"},
+        {"a search there", Found("\\\\server\\share\\*"), "53"},
         {"no name", Attributes(""), "ERROR_PATH_NOT_FOUND"},
         {"the longest folder", Make(longest), "ok"},
         {"a longer folder", Make(longest + "x"), "ERROR_FILENAME_EXCED_RANGE"},
         {"another case", Move("dir", "DIR"), "ok"},
         {"its spelling", Narrow(Tree()[0]), "DIR\\"},
         {"a folder into itself", Move("dir", "dir\\inside"), "ERROR_SHARING_VIOLATION"},
-        {"a folder to another drive", Move("dir", "D:\\dir"), "ERROR_NOT_SAME_DEVICE"},
+        {"a folder to another drive", Move("dir", "D:\\dir"), "ERROR_ACCESS_DENIED"},
+        {"without a copy", Move("dir", "D:\\dir", 0), "ERROR_NOT_SAME_DEVICE"},
         {"a file to another drive", Move("dir\\file", "D:\\moved"), "ok"},
         {"the moved file", Delete("D:\\moved"), "ok"},
         {"the file where it was", Attributes("dir\\file"), "ERROR_FILE_NOT_FOUND"},
     });
     for (const char* literal : {"\\\\?\\C:\\Scratch\\a/b", "\\\\?\\C:/Scratch"})
         EXPECT_DEATH((void)Attributes(literal), "not modelled: a path of the system's own objects");
+    ULARGE_INTEGER free;
+    EXPECT_DEATH((void)GetDiskFreeSpaceExW(TEXT("gone"), &free, nullptr, nullptr),
+                 "not modelled: a folder that is");
 }
 
 // The 8.3 names of the folder's entries, with blanks between, in the order of the long names.
@@ -207,8 +212,9 @@ TEST_F(HostFiles, RuntimeRefusesWrongParameters) {
     EXPECT_EQ(ErrnoOfOpen(nullptr, TEXT("r")), EINVAL);
     EXPECT_EQ(ErrnoOfOpen(TEXT("a"), TEXT("rb")), 0);
     EXPECT_EQ(ErrnoOfOpen(TEXT("none"), TEXT("r")), ENOENT);
-    for (const auto& [error, number] :
-         {std::pair(ERROR_TOO_MANY_OPEN_FILES, EMFILE), {ERROR_BAD_PATHNAME, ENOENT}}) {
+    for (const auto& [error, number] : {std::pair(ERROR_TOO_MANY_OPEN_FILES, EMFILE),
+                                        {ERROR_BAD_PATHNAME, ENOENT},
+                                        {ERROR_BAD_NETPATH, ENOENT}}) {
         winhost::SetFaults({{.call = "_wfopen", .error = static_cast<DWORD>(error)}});
         EXPECT_EQ(ErrnoOfOpen(TEXT("a"), TEXT("r")), number);
         winhost::SetFaults({});

@@ -63,9 +63,8 @@ std::string Neutral(std::string text);
 
 // ---- what is known to differ from Windows ----
 
-// Returns whether the running system is Wine. As root, Wine overwrites read-only files. Its searches find fewer names if
-// the pattern has "?" at its end, "<" or a quote. Its 8.3 names are different ones. A box of Yes and No ends when it is
-// told to close.
+// Returns whether the running system is Wine. As root, Wine overwrites read-only files. Its 8.3 names are different ones. A
+// box of Yes and No ends when it is told to close.
 bool UnderWine();
 // Returns what the running system must answer to a fact. This is `windows`, or under Wine the answer for the fact in the
 // table in deviations.cpp.

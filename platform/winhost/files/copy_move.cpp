@@ -85,7 +85,6 @@ bool CanReplace(const Place& to) {
 }
 
 DWORD MoveAcross(const Place& from, const Place& to, bool replace) {
-    if (from.isFolder) return ERROR_NOT_SAME_DEVICE;
     if (const DWORD error = CopyPlace(from, to, !replace))
         return error == ERROR_FILE_EXISTS ? ERROR_ALREADY_EXISTS : error;
     // If the source can't be removed, it stays beside its copy, and the move still succeeds.

@@ -163,6 +163,7 @@ BOOL GetDiskFreeSpaceExW(LPCWSTR folder, ULARGE_INTEGER* available, ULARGE_INTEG
     if (Fails("GetDiskFreeSpaceExW")) return FALSE;
     if (!folder || all || free) NotModelled("GetDiskFreeSpaceExW", "other sizes than what is available");
     const Place place = Locate(folder);
+    if (place.error == ERROR_FILE_NOT_FOUND) NotModelled("GetDiskFreeSpaceExW", "a folder that is missing");
     struct statvfs drive = {};
     const DWORD error = !place.exists()                            ? place.error
                         : !place.isFolder                          ? ERROR_DIRECTORY

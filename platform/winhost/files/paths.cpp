@@ -228,7 +228,9 @@ Place Locate(LPCWSTR path) {
     if (place.windows.empty() || place.windows.size() >= MAX_PATH) return place;
     if (place.windows.starts_with(kDevicePrefix))
         LocateDevice(path, place);
-    else if (place.windows[0] != u'\\')  // the machine has no network
+    else if (place.windows[0] == u'\\')
+        place.error = ERROR_BAD_NETPATH;  // the machine has no network
+    else
         LocateOnDrive(place);
     return place;
 }

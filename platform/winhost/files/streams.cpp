@@ -26,6 +26,7 @@ int ErrnoOf(DWORD error) {
     switch (error) {
         case ERROR_FILE_NOT_FOUND:
         case ERROR_PATH_NOT_FOUND:
+        case ERROR_BAD_NETPATH:
         case ERROR_BAD_PATHNAME:
             return ENOENT;
         case ERROR_TOO_MANY_OPEN_FILES:
