@@ -1,5 +1,6 @@
 #include <shlobj.h>
 
+#include <regex>
 #include <utility>
 
 #include "common/text.h"
@@ -73,22 +74,11 @@ const std::vector<std::pair<std::string, std::string>>& Names() {
 std::string Neutral(std::string text) {
     for (const auto& [path, name] : Names())
         text = tools::Replaced(std::move(text), path, name);
-    // The system chooses the number in the name of a temporary file.
-    for (const std::string start : {"\\uni", "\\q8t"})
-        for (std::size_t at = 0; (at = text.find(start, at)) != text.npos;) {
-            at += start.size();
-            const std::size_t end = text.find_first_not_of("0123456789ABCDEFabcdef", at);
-            if (end != at && end <= at + 4 && text.compare(end, 4, ".tmp") == 0)
-                text.replace(at, end - at, "*");
-        }
-    // A download's folder has a name of 26 characters by chance.
-    constexpr std::size_t kDigits = 26;
-    for (std::size_t at = 0; (at = text.find(".dl", at)) != text.npos; ++at) {
-        const std::size_t begin = text.rfind('\\', at) + 1;
-        if (at - begin != kDigits) continue;
-        text.replace(begin, kDigits, "*");
-        at = begin;
-    }
+    // The system chooses the number in the name of a temporary file, and a download's folder has 26 characters by chance.
+    static const std::regex temporary(R"((\\(uni|q8t))[0-9A-Fa-f]{1,4}(?=\.tmp))");
+    static const std::regex downloaded(R"(\\[^\\]{26}(?=\.dl))");
+    if (text.find(".tmp") != text.npos) text = std::regex_replace(text, temporary, "$1*");
+    if (text.find(".dl") != text.npos) text = std::regex_replace(text, downloaded, "\\*");
     return text;
 }
 

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <memory>
 #include <sstream>
 #include <stdexcept>
 #include <type_traits>
@@ -13,6 +12,7 @@
 #include "lab/lab.h"
 #include "lab/unchanged.h"
 #include "run/product.h"
+#include "support/handles.h"
 
 namespace lab {
 
@@ -57,26 +57,23 @@ std::string Attributes(DWORD attributes) {
 }
 
 std::string ContentWhat(const WideText& path) {
-    const HANDLE file =
-        CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                    nullptr, OPEN_EXISTING, 0, nullptr);
-    if (file == INVALID_HANDLE_VALUE) {
+    const KernelHandle file(CreateFileW(path.c_str(), GENERIC_READ,
+                                        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                        OPEN_EXISTING, 0, nullptr));
+    if (file.get() == INVALID_HANDLE_VALUE) {
         if (GetLastError() == ERROR_SHARING_VIOLATION) return "held";
         CantRead(Utf8(path), GetLastError());
     }
     // It detects changes, not attacks.
-    std::uint64_t digest = 0;
-    std::uint64_t size = 0;
+    std::uint64_t digest = 0, size = 0;
     static std::vector<char> bytes(kBytesRead);
     DWORD cbRead = 0;
-    BOOL isRead;
-    while ((isRead = ReadFile(file, bytes.data(), kBytesRead, &cbRead, nullptr)) && cbRead > 0) {
+    do {
+        if (!ReadFile(file.get(), bytes.data(), kBytesRead, &cbRead, nullptr))
+            CantRead(Utf8(path), GetLastError());
         digest = digest * 31 + std::hash<std::string_view>()({bytes.data(), cbRead});
         size += cbRead;
-    }
-    const DWORD error = GetLastError();
-    CloseHandle(file);
-    if (!isRead) CantRead(Utf8(path), error);
+    } while (cbRead > 0);
     return std::to_string(size) + " bytes " + Hex(digest, 16);
 }
 
@@ -95,8 +92,7 @@ std::string ShortcutWhat(const WideText& path) {
     std::string what;
     IPersistFile* file = nullptr;
     if (SUCCEEDED(link->QueryInterface(IID_IPersistFile, reinterpret_cast<void**>(&file)))) {
-        WCHAR target[MAX_PATH] = {};
-        WCHAR text[MAX_PATH] = {};
+        WCHAR target[MAX_PATH] = {}, text[MAX_PATH] = {};
         int showCommand = 0;
         if (SUCCEEDED(file->Load(path.c_str(), 0)) &&
             SUCCEEDED(link->GetPath(target, MAX_PATH, nullptr, SLGP_RAWPATH))) {
@@ -113,14 +109,10 @@ std::string ShortcutWhat(const WideText& path) {
     return what;
 }
 
-bool EndsIn(const WideText& text, const WideText& end) {
-    return text.size() >= end.size() && _wcsicmp(text.c_str() + text.size() - end.size(), end.c_str()) == 0;
-}
-
 void TakeFolder(State& state, const WideText& folder) {
     WIN32_FIND_DATAW data;
-    const HANDLE find = FindFirstFileW((folder + TEXT("*")).c_str(), &data);
-    if (find == INVALID_HANDLE_VALUE) {
+    const FindHandle find(FindFirstFileW((folder + TEXT("*")).c_str(), &data));
+    if (!find) {
         // The root of an empty drive has no entry at all.
         if (GetLastError() == ERROR_FILE_NOT_FOUND) return;
         CantRead(Utf8(folder), GetLastError());
@@ -136,42 +128,29 @@ void TakeFolder(State& state, const WideText& folder) {
             continue;
         }
         if (IsLeftOut(Utf8(path))) continue;
-        std::string what;
-        if (EndsIn(path, TEXT(".lnk"))) what = ShortcutWhat(path);
-        state[Utf8(path)] = what.empty() ? FileWhat(path, data) : what;
-    } while (FindNextFileW(find, &data));
-    const DWORD error = GetLastError();
-    FindClose(find);
-    if (error != ERROR_NO_MORE_FILES) CantRead(Utf8(folder), error);
+        const LPCWSTR extension = path.c_str() + std::min(path.rfind('.'), path.size());
+        const std::string link = _wcsicmp(extension, TEXT(".lnk")) == 0 ? ShortcutWhat(path) : "";
+        state[Utf8(path)] = link.empty() ? FileWhat(path, data) : link;
+    } while (FindNextFileW(find.get(), &data));
+    if (GetLastError() != ERROR_NO_MORE_FILES) CantRead(Utf8(folder), GetLastError());
 }
 
 std::string ValueWhat(DWORD type, const std::vector<BYTE>& data) {
-    const auto text = [&] {
-        WideText wide(data.size() / sizeof(WCHAR), WCHAR{0});
-        std::memcpy(wide.data(), data.data(), wide.size() * sizeof(WCHAR));
-        while (!wide.empty() && wide.back() == 0)
-            wide.pop_back();
-        return "\"" + Shown(Utf8(wide)) + "\"";
-    };
-    switch (type) {
-        case REG_SZ:
-            return "REG_SZ " + text();
-        case REG_EXPAND_SZ:
-            return "REG_EXPAND_SZ " + text();
-        case REG_DWORD:
-            if (data.size() == sizeof(DWORD)) {
-                DWORD number;
-                std::memcpy(&number, data.data(), sizeof number);
-                return "REG_DWORD " + std::to_string(number);
-            }
-            [[fallthrough]];
-        default: {
-            std::string what = "type " + std::to_string(type);
-            for (const BYTE byte : data)
-                what += " " + Hex(byte, 2);
-            return what;
-        }
+    if (type == REG_SZ || type == REG_EXPAND_SZ) {
+        WideText text(data.size() / sizeof(WCHAR), WCHAR{0});
+        std::memcpy(text.data(), data.data(), text.size() * sizeof(WCHAR));
+        text.erase(text.find_last_not_of(WCHAR{0}) + 1);
+        return (type == REG_SZ ? "REG_SZ \"" : "REG_EXPAND_SZ \"") + Shown(Utf8(text)) + "\"";
     }
+    DWORD number = 0;
+    if (type == REG_DWORD && data.size() == sizeof number) {
+        std::memcpy(&number, data.data(), sizeof number);
+        return "REG_DWORD " + std::to_string(number);
+    }
+    std::string what = "type " + std::to_string(type);
+    for (const BYTE byte : data)
+        what += " " + Hex(byte, 2);
+    return what;
 }
 
 void TakeValues(State& state, HKEY key, const std::string& name) {
@@ -201,8 +180,7 @@ void TakeValues(State& state, HKEY key, const std::string& name) {
 // Wine writes HKLM\Software, and Windows HKLM\SOFTWARE.
 WideText Upper(WideText name) {
     for (WCHAR& character : name)
-        character =
-            character >= 'a' && character <= 'z' ? static_cast<WCHAR>(character - ('a' - 'A')) : character;
+        if (character >= 'a' && character <= 'z') character = static_cast<WCHAR>(character - 'a' + 'A');
     return name;
 }
 
@@ -210,6 +188,7 @@ void TakeKey(State& state, HKEY parent, LPCWSTR subName, const std::string& name
     if (IsLeftOut(name)) return;
     HKEY key = nullptr;
     LSTATUS status = RegOpenKeyExW(parent, subName, 0, KEY_READ, &key);
+    const RegistryKey owner(key);
     if (status == ERROR_FILE_NOT_FOUND) {
         state[name] = "link to a missing key";
         return;
@@ -219,7 +198,6 @@ void TakeKey(State& state, HKEY parent, LPCWSTR subName, const std::string& name
     const bool isWatched = std::count(name.begin(), name.end(), '\\') <= kWatchedLevels;
     if (isWatched && IsUnchanged(key, name) && read.contains(name)) {
         state.merge(State(read[name]));
-        RegCloseKey(key);
         return;
     }
     read.erase(name);
@@ -228,7 +206,6 @@ void TakeKey(State& state, HKEY parent, LPCWSTR subName, const std::string& name
     WCHAR below[512];
     for (DWORD index = 0; (status = RegEnumKeyW(key, index, below, 512)) == ERROR_SUCCESS; ++index)
         TakeKey(state, key, below, name + Shown(Utf8(name == kMachineKeys ? Upper(below) : below)) + "\\");
-    RegCloseKey(key);
     if (status != ERROR_NO_MORE_ITEMS) CantRead(name, static_cast<DWORD>(status));
     if (isWatched) {
         const auto isBelow = [&](const auto& item) { return item.first.starts_with(name); };
@@ -321,7 +298,7 @@ std::vector<Mark> Marks() {
     LSTATUS status =
         RegOpenKeyExW(HKEY_LOCAL_MACHINE, TEXT("SYSTEM\\CurrentControlSet\\Control\\Session Manager"), 0,
                       KEY_READ, &opened);
-    const std::unique_ptr<HKEY__, LSTATUS(WINAPI*)(HKEY)> key(opened, RegCloseKey);
+    const RegistryKey key(opened);
     if (status == ERROR_SUCCESS) status = RegQueryValueExW(opened, value, nullptr, nullptr, nullptr, &cbData);
     if (status == ERROR_FILE_NOT_FOUND) return {};
     WideText data(cbData / sizeof(WCHAR), 0);

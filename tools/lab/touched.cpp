@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 
 #include "lab/lab.h"
@@ -44,15 +45,9 @@ constexpr const char* kTouched[] = {
     "HKU\\*\\QV8.Document\\",
 };
 
-char Lower(char letter) {
-    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-}
-
 // Windows doesn't tell upper from lower case, and not each one writes its folders and keys alike.
 bool Begins(const std::string& text, const std::string& start) {
-    return text.size() >= start.size() &&
-           std::equal(start.begin(), start.end(), text.begin(),
-                      [](char left, char right) { return Lower(left) == Lower(right); });
+    return strncasecmp(text.c_str(), start.c_str(), start.size()) == 0;
 }
 
 }  // namespace
