@@ -73,11 +73,11 @@ void RunInChild() {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size == 0) return 0;
-    MakeMachine(data[0]);
+void TryInput(std::string_view input) {
+    if (input.empty()) return;
+    MakeMachine(static_cast<unsigned char>(input[0]));
     ResetVariables();
-    const std::string line(Bytes(data + 1, size - 1));
+    const std::string line(input.substr(1));
     std::vector<std::u16string> arguments = winhost::SplitArguments(winhost::Utf16("setup.exe " + line));
     std::vector<char16_t*> pointers;
     for (std::u16string& argument : arguments)
@@ -98,5 +98,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             "known modes");
     if (winhost::Utf8(winhost::Upper(winhost::Utf16(line))).find("LETTER") == std::string::npos)
         Require(Get("C/Users/Ann/Documents/letter") == "mine", "the user's file stays");
-    return 0;
 }

@@ -5,11 +5,9 @@
 #include "resource.h"
 #include "resources/resources.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void TryInput(std::string_view input) {
     constexpr WORD kDialog = 5;
-    const std::string_view bytes = Bytes(data, size);
-    const auto found = winhost::FindResource(bytes, kDialog, IDD_SETUP);
-    for (const std::string_view dialog : {bytes, found.data})
+    const auto found = winhost::FindResource(input, kDialog, IDD_SETUP);
+    for (const std::string_view dialog : {input, found.data})
         (void)RunModelled([&] { (void)winhost::ParseDialog(dialog); });
-    return 0;
 }

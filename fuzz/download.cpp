@@ -12,9 +12,7 @@ using namespace download;
 // Eight bytes from the front; missing ones are 0.
 std::uint64_t TakeNumber(std::string_view& bytes) {
     std::uint64_t number = 0;
-    for (std::size_t i = 0; i < std::min<std::size_t>(8, bytes.size()); ++i)
-        number |= std::uint64_t{static_cast<unsigned char>(bytes[i])} << (8 * i);
-    bytes.remove_prefix(std::min<std::size_t>(8, bytes.size()));
+    bytes.remove_prefix(bytes.copy(reinterpret_cast<char*>(&number), sizeof number));
     return number;
 }
 
@@ -70,20 +68,18 @@ void TryDifference(std::string_view bytes) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string bytes(Bytes(data, size));
+void TryInput(std::string_view input) {
+    const std::string bytes(input);
     ReadHeaders(bytes);
     ReadNumbers(bytes);
     TryDifference(bytes);
-    WideText name;
-    for (std::string_view rest = bytes; rest.size() > 1; rest.remove_prefix(2))
-        name += static_cast<WCHAR>(static_cast<unsigned char>(rest[0]) | static_cast<unsigned char>(rest[1])
-                                                                             << 8);
+    WideText name(bytes.size() / sizeof(WCHAR), 0);
+    (void)bytes.copy(reinterpret_cast<char*>(name.data()), name.size() * sizeof(WCHAR));
     TryName(name);
     // The first byte is the size of all blocks, so that most tables are refused for another reason.
-    const std::optional<Table> table =
-        size > 0 ? ReadTable(std::string_view(bytes).substr(1), data[0]) : std::optional<Table>();
-    if (!table) return 0;
+    if (input.empty()) return;
+    const std::optional<Table> table = ReadTable(input.substr(1), static_cast<unsigned char>(input[0]));
+    if (!table) return;
     std::uint64_t cbFiles = 0, cbUnpacked = 0;
     for (const Block& block : table->blocks)
         cbUnpacked += block.cbUnpacked;
@@ -100,5 +96,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Require(rebuilt.IsCopy() || rebuilt.cbEarlier <= cbMostEarlier, "the earlier file fits into memory");
     }
     Require(table->fullUrl.empty() || IsWebAddress(table->fullUrl), "a browser opens only a web address");
-    return 0;
 }

@@ -55,6 +55,12 @@ void EndOfRun(const char*, const std::string&) {
     throw IsNotModelled();
 }
 
+extern "C" int LLVMFuzzerTestOneInput(const char* data, std::size_t size);
+int LLVMFuzzerTestOneInput(const char* data, std::size_t size) {
+    TryInput({data, size});
+    return 0;
+}
+
 bool RunModelled(const std::function<void()>& act) try {
     act();
     return true;

@@ -3,13 +3,12 @@
 
 #include <framework.h>
 
-#include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
 
-// Each target defines it; the fuzzer calls it.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+// Each target defines it; it is called with each input.
+void TryInput(std::string_view input);
 
 // If the property does not hold, ends the process, so that the fuzzer stores the input as a failing one.
 void Require(bool holds, const char* property);
@@ -27,7 +26,3 @@ unsigned CloseHandles();
 // Get returns an empty text for a file that can't be read.
 void Put(const std::string& path, std::string_view bytes);
 std::string Get(const std::string& path);
-
-inline std::string_view Bytes(const std::uint8_t* data, std::size_t size) {
-    return {reinterpret_cast<const char*>(data), size};
-}

@@ -4,16 +4,12 @@
 #include "fuzz_machine.h"
 #include <winhost.h>
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const bool ready = [] {
-        g_silentMode = 0;
-        g_freshInstall = 1;
-        g_targetDir = TEXT("C:\\Apps");
-        return true;
-    }();
-    (void)ready;
+void TryInput(std::string_view input) {
+    g_silentMode = 0;
+    g_freshInstall = 1;
+    g_targetDir = TEXT("C:\\Apps");
     winhost::ClearEvents();
-    Put("C/Apps/HomePage.url", Bytes(data, size));
+    Put("C/Apps/HomePage.url", input);
     OpenClosingPage();
 
     const std::vector<std::string> events = winhost::Events();
@@ -22,5 +18,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::size_t end = events[0].find(kAddress) + kAddress.size();
     Require(events[0].starts_with("shell-execute\topen\t") && end >= kAddress.size(), "the maker's page");
     Require(events[0][end] == '?' || events[0][end] == '\t', "a query or nothing");
-    return 0;
 }

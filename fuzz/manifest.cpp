@@ -58,10 +58,10 @@ void RunBothPasses() {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size == 0) return 0;
-    const unsigned flags = data[0];
-    std::string manifest(Bytes(data + 1, size - 1));
+void TryInput(std::string_view input) {
+    if (input.empty()) return;
+    const unsigned flags = static_cast<unsigned char>(input[0]);
+    std::string manifest(input.substr(1));
     MakeFiles(manifest);
     g_targetDir = TEXT("C:\\Apps\\Q8");
     g_installType = static_cast<int>(flags & kInstallType) % 3;
@@ -91,5 +91,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             named = named || manifest.find(word) != manifest.npos;
         if (!named) Require(Get(file.path) == "mine", file.path);
     }
-    return 0;
 }

@@ -9,10 +9,10 @@
 #include "uninstall/registry_purge.h"
 #include <winhost.h>
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void TryInput(std::string_view input) {
     (void)CloseHandles();
     winhost::ClearEvents();
-    Put("registry.reg", Bytes(data, size));
+    Put("registry.reg", input);
     (void)GetInstalledFolder();
     (void)GetProgramFilesDir();
     g_installType = 1;
@@ -24,5 +24,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     PurgeRegistry(TEXT("Lorvanta"), kProductName, kProductName, kApplicationFile);
     Require(!RegKeyExists(HKEY_LOCAL_MACHINE, kProductKey), "the product's key is gone");
-    return 0;
 }

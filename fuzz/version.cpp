@@ -4,13 +4,13 @@
 #include "install/file_version.h"
 #include "fuzz_machine.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void TryInput(std::string_view input) {
     constexpr WCHAR kFile[] = TEXT("C:\\file.exe");
-    Put("C/file.exe", Bytes(data, size));
+    Put("C/file.exe", input);
     ReadFileVersion(kFile);
 
     const DWORD cbWhole = GetFileVersionInfoSizeW(kFile, nullptr);
-    Require(cbWhole <= size, "the block is a part of the file");
+    Require(cbWhole <= input.size(), "the block is a part of the file");
     for (const DWORD cbBlock : {cbWhole, cbWhole / 2}) {
         std::vector<BYTE> block(cbBlock);
         if (!GetFileVersionInfoW(kFile, 0, cbBlock, block.data())) continue;
@@ -23,5 +23,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             Require(offset <= cbBlock && cbValue <= cbBlock - offset, "the value lies inside its block");
         }
     }
-    return 0;
 }
