@@ -19,17 +19,10 @@ def names_below(lab, folder):
     return {str(path.relative_to(host)) for path in host.rglob('*')}
 
 
-def append(lab, name, lines):
-    with open(lab.path(name), 'ab') as file:
+def append(lab, folder, lines):
+    """Appends lines to the manifest of the package, or to the log of the product."""
+    with open(lab.path(folder + '\\QtvUnInst.log'), 'ab') as file:
         file.write(''.join(line + '\r\n' for line in lines).encode())
-
-
-def add_to_manifest(lab, lines):
-    append(lab, PACKAGE + '\\QtvUnInst.log', lines)
-
-
-def add_to_log(lab, lines):
-    append(lab, PRODUCT + '\\QtvUnInst.log', lines)
 
 
 def make(host, names):
@@ -64,7 +57,7 @@ def make_records(lab, count):
     names = [f'd{i // FILES_IN_FOLDER}\\f{i}.dat' for i in range(count)]
     make(lab.path(PACKAGE), names)
     folders = [f'Make Dir: d{i}' for i in range(-(-count // FILES_IN_FOLDER))]
-    add_to_manifest(lab, [f'File Copy: {name}' for name in names] + folders)
+    append(lab, PACKAGE, [f'File Copy: {name}' for name in names] + folders)
 
 
 def make_links(lab, count):
@@ -72,12 +65,12 @@ def make_links(lab, count):
     make(lab.path(GROUP), names)
     folders = [f'Made Dir: {GROUP}\\g{i}' for i in range(-(-count // FILES_IN_FOLDER))]
     # The group of the last link is the one that an update takes.
-    add_to_log(lab, folders + [f'Shell Link: {GROUP}\\{name}' for name in [*names, 'Qantivo 8.lnk']])
+    append(lab, PRODUCT, folders + [f'Shell Link: {GROUP}\\{name}' for name in [*names, 'Qantivo 8.lnk']])
 
 
 def make_folder(lab, count):
     make(lab.path(PACKAGE), [f'many\\f{i}.dat' for i in range(count)])
-    add_to_manifest(lab, ['File Copy: many\\*.*', 'Make Dir: many'])
+    append(lab, PACKAGE, ['File Copy: many\\*.*', 'Make Dir: many'])
 
 
 def make_tree(lab, files_of_level):
@@ -85,8 +78,8 @@ def make_tree(lab, files_of_level):
     make(lab.path(PACKAGE), [f'{folder}\\f{i}.dat' for folder in folders for i in range(files_of_level)])
     # "*.*" would match the folder below, too, which can't be copied and ends the pattern. The uninstall removes the folders in the
     # order of the records: the deepest one first.
-    add_to_manifest(lab, [f'File Copy: {folder}\\*.dat' for folder in folders]
-                    + [f'Make Dir: {folder}' for folder in reversed(folders)])
+    append(lab, PACKAGE, [f'File Copy: {folder}\\*.dat' for folder in folders]
+           + [f'Make Dir: {folder}' for folder in reversed(folders)])
 
 
 # What there can be much of, and the smallest of its three sizes, also in a quick run.
@@ -120,31 +113,26 @@ def removal(lab):
     return measure(lab, copy, '-delself', PRODUCT + '\\QtvUnInst.exe', '-s')
 
 
-def expect(holds, promise):
-    if not holds:
-        raise Unusable(f'not as promised: {promise}')
-
-
 def measure_size(lab, name, count):
     """Returns the measures of one size by the name of the job."""
     shape = SHAPES[name][0]
     shape(lab, count)
     if shape is make_links:
-        expect(len(names_below(lab, GROUP)) > count, 'the links are there')
+        assert len(names_below(lab, GROUP)) > count, 'the links are there'
         measures = {'update': setup(lab)}
-        expect(len(names_below(lab, GROUP)) < 10, 'an update deletes the links of the log')
+        assert len(names_below(lab, GROUP)) < 10, 'an update deletes the links of the log'
         shape(lab, count)
         measures['uninstall'] = removal(lab)
-        expect(not lab.path(GROUP).exists(), 'an uninstall deletes the links of the log')
+        assert not lab.path(GROUP).exists(), 'an uninstall deletes the links of the log'
         return measures
     files = count * (LEVELS if shape is make_tree else 1)
     shutil.rmtree(lab.path(PRODUCT))
     measures = {}
     for job in ('install', 'update'):
         measures[job] = setup(lab)
-        expect(len(names_below(lab, PRODUCT)) > files, f'all files are there after the {job}')
+        assert len(names_below(lab, PRODUCT)) > files, f'all files are there after the {job}'
     measures['uninstall'] = removal(lab)
-    expect(not lab.path(PRODUCT).exists(), 'all files are removed')
+    assert not lab.path(PRODUCT).exists(), 'all files are removed'
     if shape is make_folder:
         measures['bare loop'] = measure(lab, 'C:\\bare_copy.exe', PACKAGE + '\\many', 'C:\\Bare')
     return measures
@@ -164,18 +152,14 @@ def judge(name, job, sizes, bare):
     return good
 
 
-def growth(lab, prepared, machine, quick):
-    shutil.copy(HOST / 'bare_copy.exe', prepared / 'C')
-    good = True
-    for name, (_, count, quick_count) in SHAPES.items():
-        smallest, sizes = quick_count if quick else count, []
-        for size in (smallest, smallest * 2, smallest * 4):
-            lab.copy(**{'from': prepared, 'to': machine})
-            sizes.append(measure_size(lab, name, size))
-        bare = [measures['bare loop'] for measures in sizes] if 'bare loop' in sizes[0] else None
-        for job in [job for job in sizes[0] if job != 'bare loop']:
-            good = judge(f'{smallest * 4} {name}', job, [measures[job] for measures in sizes], bare) and good
-    return good
+def growth(lab, prepared, machine, name, smallest):
+    sizes = []
+    for size in (smallest, smallest * 2, smallest * 4):
+        lab.copy(**{'from': prepared, 'to': machine})
+        sizes.append(measure_size(lab, name, size))
+    bare = [measures['bare loop'] for measures in sizes] if 'bare loop' in sizes[0] else None
+    good = [judge(f'{smallest * 4} {name}', job, [measures[job] for measures in sizes], bare) for job in sizes[0] if job != 'bare loop']
+    assert all(good), f'{name} cost too much'
 
 
 # ---- paths up to the longest possible one and beyond it, at each place of a record: what is too long is left out, and nothing else ----
@@ -202,10 +186,6 @@ PORTABLE_PLACES = [('File Copy x64: ', True, True, 'file', PORTABLE, MOST_OF_FIL
                    ('File Copy prt: ', True, True, 'file', PORTABLE_PARENT, MOST_OF_FILE)]
 
 
-class Wrong(Exception):
-    """A run that is not as promised."""
-
-
 def make_places(lab, places):
     """Makes the files of the package. Returns the lines of the manifest, and the names that fit in the target by their folder."""
     lines, fitting, number = [], {PRODUCT: set(), PORTABLE: set(), PORTABLE_PARENT: set()}, 0
@@ -229,13 +209,11 @@ def make_places(lab, places):
 
 
 def check(text, found, expected):
-    if found != expected:
-        raise Wrong(f'{text}: too much: {sorted(found - expected)}, missing: {sorted(expected - found)}')
+    assert found == expected, f'{text}: too much: {sorted(found - expected)}, missing: {sorted(expected - found)}'
 
 
 def run_well(answer):
-    if answer['complaint']:
-        raise Wrong(answer['complaint'])
+    assert not answer['complaint'], answer['complaint']
 
 
 def update(lab):
@@ -264,7 +242,7 @@ def records_are_left_out(lab):
     deleted, left = plant(lab, PRODUCT, 'del')
     overwritten, left_too = plant(lab, PRODUCT, 'over')
     lines += [f'File Del: {name}' for name in deleted] + [f'File Overwrite: {name}' for name in overwritten]
-    add_to_manifest(lab, lines)
+    append(lab, PACKAGE, lines)
     update(lab)
     check('installed', names_below(lab, PRODUCT), in_target | fitting[PRODUCT] | left | overwritten
           | {DEEP, 'first', 'first/a', 'among', 'among/a', 'last'})
@@ -279,7 +257,7 @@ def portable_records_are_left_out(lab):
     expected = names_below(lab, PORTABLE)
     shutil.rmtree(lab.path(PORTABLE))
     lines, fitting = make_places(lab, PORTABLE_PLACES)
-    add_to_manifest(lab, lines)
+    append(lab, PACKAGE, lines)
     run_well(run(lab, line, 'setup.exe'))
     check('portable', names_below(lab, PORTABLE), expected | fitting[PORTABLE])
     around = {name for name in names_below(lab, PORTABLE_PARENT) if not name.startswith('Qantivo 8')}
@@ -294,8 +272,8 @@ def log_lines_are_left_out(lab):
     for name in groups:
         (lab.path(PROGRAMS) / name).unlink()
         (lab.path(PROGRAMS) / name).mkdir()
-    add_to_log(lab, [f'Shell Link: {PROGRAMS}\\{name}' for name in links] + [f'Made Dir: {PROGRAMS}\\{name}' for name in groups]
-               + [f'Shell Link: {GROUP}\\Qantivo 8.lnk'])
+    append(lab, PRODUCT, [f'Shell Link: {PROGRAMS}\\{name}' for name in links] + [f'Made Dir: {PROGRAMS}\\{name}' for name in groups]
+           + [f'Shell Link: {GROUP}\\Qantivo 8.lnk'])
     update(lab)
     check('log', names_below(lab, PROGRAMS), expected | too_long | too_long_groups)
 
@@ -310,7 +288,7 @@ def group_is_left_out(lab, length):
             expected.add(name)
         elif length <= MOST_OF_FOLDER and length + len(moved) <= MOST_OF_FILE:
             expected.add(group + moved)
-    add_to_log(lab, [f'Shell Link: {PROGRAMS}\\{group}\\old.lnk'])
+    append(lab, PRODUCT, [f'Shell Link: {PROGRAMS}\\{group}\\old.lnk'])
     update(lab)
     check(f'group of {length} characters', names_below(lab, PROGRAMS), expected)
 
@@ -319,41 +297,36 @@ def held_file_comes_back(lab, length):
     """A held file whose path has no space for ".old" is deleted at the restart. One more run brings it back."""
     name = 'held'.ljust(length - len(PRODUCT) - 1, 'x')
     make(lab.path(PACKAGE), [name])
-    add_to_manifest(lab, [f'File Copy: {name}'])
+    append(lab, PACKAGE, [f'File Copy: {name}'])
     update(lab)
     lab.hold(read=f'{PRODUCT}\\{name}')
     update(lab)
     lab.hold()
     lab.restart()
-    target = lab.path(PRODUCT) / name
-    if target.exists() != (length <= MOST_MOVED_ASIDE):
-        raise Wrong(f'a held file of {length} characters')
+    assert (lab.path(PRODUCT) / name).exists() == (length <= MOST_MOVED_ASIDE), f'a held file of {length} characters'
     update(lab)
     check('a held file', {name} & names_below(lab, PRODUCT), {name})
-
-
-def long_paths(lab, prepared, machine):
-    link = len('\\Qantivo 8.lnk')
-    tests = [(records_are_left_out,), (portable_records_are_left_out,), (log_lines_are_left_out,)]
-    tests += [(group_is_left_out, length) for length in (MOST_OF_FILE - link, MOST_OF_FILE - link + 1, MOST_OF_FOLDER,
-                                                         MOST_OF_FOLDER + 1, MOST_OF_FILE, MOST_OF_FILE + 1)]
-    tests += [(held_file_comes_back, length) for length in (MOST_MOVED_ASIDE, MOST_MOVED_ASIDE + 1, MOST_OF_FILE)]
-    good = 0
-    for test, *arguments in tests:
-        lab.copy(**{'from': prepared, 'to': machine})
-        try:
-            test(lab, *arguments)
-            good += 1
-        except Wrong as wrong:
-            print(f'large: {wrong}')
-    print(f'large: {len(tests)} runs with paths that are too long, {good} as promised', flush=True)
-    return good == len(tests)
 
 
 def large(setup_program, quick):
     """Large packages and logs, whose calls, times and memory are compared with those of smaller ones, and paths that are too long.
     Sanitizers would keep memory that was freed, so the program is one without them."""
     lab, folder = laboratory.embedded(), new_folder()
-    prepare(lab, SCENARIOS['uninstall'], folder / 'prepared', setup_program)
-    good = long_paths(lab, folder / 'prepared', folder / 'machine')
-    return growth(lab, folder / 'prepared', folder / 'machine', quick) and good
+    prepared, machine, link = folder / 'prepared', folder / 'machine', len('\\Qantivo 8.lnk')
+    prepare(lab, SCENARIOS['uninstall'], prepared, setup_program)
+    shutil.copy(HOST / 'bare_copy.exe', prepared / 'C')
+    tests = [(records_are_left_out,), (portable_records_are_left_out,), (log_lines_are_left_out,)]
+    tests += [(group_is_left_out, length) for length in (MOST_OF_FILE - link, MOST_OF_FILE - link + 1, MOST_OF_FOLDER,
+                                                         MOST_OF_FOLDER + 1, MOST_OF_FILE, MOST_OF_FILE + 1)]
+    tests += [(held_file_comes_back, length) for length in (MOST_MOVED_ASIDE, MOST_MOVED_ASIDE + 1, MOST_OF_FILE)]
+    tests += [(growth, prepared, machine, name, quick_count if quick else count) for name, (_, count, quick_count) in SHAPES.items()]
+    good = 0
+    for test, *arguments in tests:
+        lab.copy(**{'from': prepared, 'to': machine})
+        try:
+            test(lab, *arguments)
+            good += 1
+        except AssertionError as wrong:
+            print(f'large: {wrong}')
+    print(f'large: {good} of {len(tests)} tests are as promised', flush=True)
+    return good == len(tests)

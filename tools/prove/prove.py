@@ -16,7 +16,7 @@ import under_wine
 from both import both
 from exceptions import all_rows_needed, document_agrees
 from judge import Benches, new_folder
-from lab import HOST, ROOT, WINDOWS, Unusable
+from lab import HOST, ROOT, Unusable
 from large import large
 from scenarios import SCENARIOS
 from updates import updates
@@ -25,63 +25,46 @@ ASAN = ROOT / 'build/host-asan'
 PARTS = ('calls', 'kills', 'power', 'full', 'two', 'updates', 'list', 'large', 'rounds', 'space', 'both')
 
 
-class Parser(argparse.ArgumentParser):
-    def error(self, message):
-        raise Unusable(message)
-
-
 def read_arguments():
-    parser = Parser(add_help=False, allow_abbrev=False)  # scripts/prove.sh tells what they are
+    parser = argparse.ArgumentParser('prove', add_help=False, allow_abbrev=False)  # scripts/prove.sh tells what they are
     parser.add_argument('--quick', action='store_true')
     parser.add_argument('--seed', type=int)
     parser.add_argument('--call')
     parser.add_argument('--scenario', choices=SCENARIOS)
     parser.add_argument('--setup', type=Path)
     parser.add_argument('parts', nargs='*', metavar='PART')
-    options, unknown = parser.parse_known_intermixed_args()
-    if unknown:
-        raise Unusable(f'no option {unknown[0]}; the options are {", ".join(parser._option_string_actions)}')
+    options = parser.parse_intermixed_args()
     if odd := [part for part in options.parts if part not in PARTS]:
-        raise Unusable(f'no part {odd[0]}; the parts are {", ".join(PARTS)}')
+        parser.error(f'no part {odd[0]}; the parts are {", ".join(PARTS)}')
     one = options.call or options.scenario
     options.parts = options.parts or (['calls', 'kills'] if one else list(PARTS))
     return options
 
 
-def build(folder, preset, *targets):
+def build(preset, *targets):
     if options.setup:
         return  # it comes from a build, which has the other programs too
-    if preset == 'windows':
-        subprocess.run(['scripts/bootstrap.sh', 'windows'], cwd=ROOT, stdout=subprocess.DEVNULL, check=True)
-    if not (folder / 'CMakeCache.txt').exists():
-        subprocess.run(['cmake', '--preset', preset, '-B', folder], cwd=ROOT, stdout=subprocess.DEVNULL, check=True)
-    subprocess.run(['cmake', '--build', folder, '--target', *targets, '--', '--quiet'], cwd=ROOT, check=True)
-
-
-def on_benches():
-    """Runs the parts that use the scenarios. Yields the name of each, and whether all is as promised."""
-    parts = [part for part in options.parts if part in ('calls', 'kills', 'power', 'full', 'two')]
-    if not parts:
-        return
-    build(ASAN, 'host-asan', 'setup', 'download')
-    benches = Benches(options.setup or ASAN / 'setup.exe')
-    for part in parts:
-        yield part, lambda part=part: getattr(disturbed, part)(benches, options)
+    command = '. scripts/lib.sh; [ "$1" != windows ] || needs windows >/dev/null; build "$@"'
+    subprocess.run(['bash', '-c', command, 'prove', preset, *targets], cwd=ROOT, check=True)
 
 
 def passes(room, test):
     """Runs a test of a room, also one that takes too long for the others."""
-    build(HOST, 'host', f'{room}_tests')
+    build('host', f'{room}_tests')
     return subprocess.run([HOST / f'{room}_tests.exe', '--gtest_brief=1', '--gtest_also_run_disabled_tests', f'--gtest_filter=*{test}'],
                           check=False).returncode == 0
 
 
 def jobs():
     """Yields each part with what it does."""
+    for_both = ['random_runs', 'rehearse'] if 'both' in options.parts else []
     if set(options.parts) - {'rounds', 'space'}:
-        build(HOST, 'host', 'lab', 'setup', 'download', 'download_make', 'bare_copy', 'sample_package_earlier',
-              'regsvr32', *(['random_runs', 'rehearse'] if 'both' in options.parts else []))
-    yield from on_benches()
+        build('host', 'lab', 'setup', 'download', 'download_make', 'bare_copy', 'sample_package_earlier', 'regsvr32', *for_both)
+    if on_benches := [part for part in options.parts if part in ('calls', 'kills', 'power', 'full', 'two')]:
+        build('host-asan', 'setup', 'download')
+        benches = Benches(options.setup or ASAN / 'setup.exe')
+        for part in on_benches:
+            yield part, lambda part=part: getattr(disturbed, part)(benches, options)
     if 'updates' in options.parts:
         yield 'updates', lambda: updates(options.setup or HOST / 'setup.exe', options.quick)
     if 'list' in options.parts:
@@ -92,8 +75,8 @@ def jobs():
     one = options.call or options.scenario or options.setup
     wine = [part for part in (under_wine.rounds, under_wine.kills, under_wine.space)
             if part.__name__ in options.parts and not (one and part is under_wine.kills)]
-    if wine or 'both' in options.parts:
-        build(WINDOWS, 'windows', 'lab', 'sample_package_earlier', *(['random_runs', 'rehearse'] if 'both' in options.parts else []))
+    if wine or for_both:
+        build('windows', 'lab', 'sample_package_earlier', *for_both)
     for part in wine:
         yield f'{part.__name__} under Wine', lambda part=part: under_wine.under_wine(part, new_folder(HOST.parent), options)
     if 'both' in options.parts:
