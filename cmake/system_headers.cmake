@@ -1,14 +1,15 @@
 # Headers of the system that most sources include are compiled once for each target platform. A compiler cache is faster without that.
+if(CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_DISABLE_PRECOMPILE_HEADERS ON)
+endif()
 # compile_system_headers(TARGET): this target compiles them. share_system_headers(TARGET...): these targets use the result.
 # share_system_headers_here(): so do all targets of the current folder.
 set(QTV_SYSTEM_HEADERS <windows.h> <algorithm> <filesystem> <fstream> <functional> <map> <memory> <mutex> <optional> <set> <sstream>
     <string> <string_view> <thread> <vector>)
 
 function(compile_system_headers target)
-    if(NOT CMAKE_CXX_COMPILER_LAUNCHER)
-        target_precompile_headers(${target} PRIVATE ${QTV_SYSTEM_HEADERS})
-        set_property(GLOBAL PROPERTY QTV_SYSTEM_HEADERS_OF ${target})
-    endif()
+    target_precompile_headers(${target} PRIVATE ${QTV_SYSTEM_HEADERS})
+    set_property(GLOBAL PROPERTY QTV_SYSTEM_HEADERS_OF ${target})
 endfunction()
 
 function(share_system_headers)
