@@ -3,14 +3,14 @@
 
 namespace {
 
-constexpr char kTarget[] = "<Scratch>\\Qantivo";
+constexpr char kTarget[] = "C:\\Scratch\\Qantivo";
 
 class Install : public EndToEndTest {};
 
 TEST_F(Install, PortableWithTheParentsRecords) {
     EXPECT_EQ(Setup(TEXT("-s -instport C:\\Scratch\\Stick\\Qantivo")), 0u);
-    const std::string folder = "<Scratch>\\Stick\\Qantivo";
-    const State expected = With(PortableFiles(folder), {{"<Scratch>\\Stick\\", "folder"}});
+    const std::string folder = "C:\\Scratch\\Stick\\Qantivo";
+    const State expected = With(PortableFiles(folder), {{"C:\\Scratch\\Stick\\", "folder"}});
     EXPECT_TRUE(Same(With(expected, FolderMarks(folder)), Changes()));
     EXPECT_EQ(FileBytes(kScratch + TEXT("\\Stick\\Qantivo\\QtvUnInst.log")),
               FileBytes(package + TEXT("\\QtvUnInst.log")).value_or("") + "\r\n");
@@ -48,11 +48,11 @@ TEST_F(Install, TakesTheSettingsBesideThePackageAndStartsTheProduct) {
 TEST_F(Install, FromInsideTheTargetFolder) {
     const std::string manifest = FileBytes(package + TEXT("\\QtvUnInst.log")).value_or("");
     EXPECT_EQ(Setup(TEXT("-s -instdir C:\\Scratch\\package")), 0u);
-    State expected = Installed({.target = "<Scratch>\\package"});
-    std::erase_if(expected, [](const auto& item) { return item.first.starts_with("<Scratch>\\package"); });
-    expected["<Scratch>\\package\\readme.txt"] = "= readme-en.txt";
-    expected["<Scratch>\\package\\QtvUnInst.log"] = "the log";
-    EXPECT_TRUE(Same(With(expected, FolderMarks("<Scratch>\\package")), Changes()));
+    State expected = Installed({.target = "C:\\Scratch\\package"});
+    std::erase_if(expected, [](const auto& item) { return item.first.starts_with("C:\\Scratch\\package"); });
+    expected["C:\\Scratch\\package\\readme.txt"] = "= readme-en.txt";
+    expected["C:\\Scratch\\package\\QtvUnInst.log"] = "the log";
+    EXPECT_TRUE(Same(With(expected, FolderMarks("C:\\Scratch\\package")), Changes()));
     EXPECT_TRUE(FileBytes(package + TEXT("\\QtvUnInst.log"))->starts_with(manifest + "\r\nMade Dir: "));
 }
 

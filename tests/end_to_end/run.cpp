@@ -238,13 +238,8 @@ RunningProgram StartCopy(const Text& folder, LPCWSTR option) {
     return copy;
 }
 
-std::string Neutral(std::string text) {
-    return tools::Replaced(lab::Neutral(std::move(text)), "C:\\Scratch", "<Scratch>");
-}
-
-Text Where(std::string text) {
-    text = tools::Replaced(std::move(text), "<Scratch>", "C:\\Scratch");
-    for (const auto& [path, name] : lab::Names())
-        text = tools::Replaced(std::move(text), name, path);
-    return Wide(text);
+Text Where(std::string name) {
+    for (const auto& [path, neutral] : lab::Names())
+        name = tools::Replaced(std::move(name), neutral, path);
+    return Wide(name);
 }

@@ -2,14 +2,12 @@
 // folder, and the whole machine is compared before and after.
 #pragma once
 
-#include <map>
-
 #include "harness/driver.h"
 #include "lab/lab.h"
 
-// Everything on the machine, by name. Folders of the shell, the scratch folder and the user appear as <Programs>,
-// <CommonDesktop>, <Scratch>, HKCU and so on. A file that equals one of the package names that one: "= QtvApp8.exe".
-using State = std::map<std::string, std::string>;
+// Everything on the machine, by its neutral name. A file that equals one of the package names that one: "= QtvApp8.exe".
+using lab::Neutral;
+using lab::State;
 
 class EndToEndTest : public ScratchTest {
   protected:
@@ -36,7 +34,7 @@ class EndToEndTest : public ScratchTest {
 
 // The choices of an install that decide what it leaves.
 struct Plan {
-    std::string target = "<Scratch>\\Qantivo";
+    std::string target = "C:\\Scratch\\Qantivo";
     bool allUsers = false;
     std::string group = "Qantivo 8";
     bool desktopIcon = true;
@@ -61,6 +59,5 @@ State With(State base, const State& more);
 // Starts the application of the folder, and waits until it is in the list and shows its window.
 RunningProgram StartCopy(const Text& folder, LPCWSTR option = TEXT(" -show"));
 
-// Replaces paths of the machine in a text by the names above. Where does the opposite.
-std::string Neutral(std::string text);
-Text Where(std::string text);
+// The path on this machine of something with a neutral name.
+Text Where(std::string name);

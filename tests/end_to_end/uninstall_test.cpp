@@ -3,7 +3,7 @@
 
 namespace {
 
-const std::string kDefault = "C:\\Program Files\\Qantivo 8", kOwn = "<Scratch>\\Qantivo";
+const std::string kDefault = "C:\\Program Files\\Qantivo 8", kOwn = "C:\\Scratch\\Qantivo";
 
 // The marks of every uninstall. The copy comes first. A pattern that matches "." and ".." marks these. The x64 folder
 // comes next; it is marked even if it is missing.
@@ -110,8 +110,9 @@ INSTANTIATE_TEST_SUITE_P(
             .stays = {{kOwn + "\\", "folder"}, {kOwn + "\\my notes.txt", "= readme-en.txt"}}},
         // What a portable install copied into the parent folder stays.
         Way{.options = TEXT("-s -instport \"C:\\Scratch\\a b\\Qantivo\""),
-            .folder = "<Scratch>\\a b\\Qantivo",
-            .stays = {{"<Scratch>\\a b\\", "folder"}, {"<Scratch>\\a b\\StartQV8.exe", "= StartQV8.exe"}}}));
+            .folder = "C:\\Scratch\\a b\\Qantivo",
+            .stays = {{"C:\\Scratch\\a b\\", "folder"},
+                      {"C:\\Scratch\\a b\\StartQV8.exe", "= StartQV8.exe"}}}));
 
 // Marks of an uninstall stay when the product is installed again. The next start then deletes the new files.
 TEST_F(Uninstalled, OldMarksDeleteNewFiles) {
