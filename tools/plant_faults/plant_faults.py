@@ -344,8 +344,8 @@ def arguments():
         prog="scripts/plant_faults.sh", usage="%(prog)s [OPTION...] [NAME...]", description=__doc__.splitlines()[0],
         epilog="example: scripts/plant_faults.sh --room engine --count 40. Without a name of a row, faults are drawn from the rows and "
                "from all that the rules make. The exit code is 1 if one survives, 2 for unusable input.")
-    parser.add_argument("--room", metavar="ROOM", help="only faults of one room, or of several: " + ", ".join(GROUPS))
-    parser.add_argument("--rule", metavar="RULE", help="only faults of one rule: row, " + ", ".join(rules.RULES))
+    parser.add_argument("--room", choices=GROUPS, metavar="ROOM", help="only faults of one room, or of several: %(choices)s")
+    parser.add_argument("--rule", choices=("row", *rules.RULES), metavar="RULE", help="only faults of one rule: %(choices)s")
     parser.add_argument("--since", metavar="COMMIT", help="one fault in each line that changed since the commit")
     parser.add_argument("--headers", action="store_true", help="faults in headers, too: each is compiled into much, for minutes")
     parser.add_argument("--count", type=int, default=0, metavar="N", help="how many faults; 100 without --since")
@@ -355,18 +355,14 @@ def arguments():
     parser.add_argument("--list", action="store_true", help="only print the faults")
     parser.add_argument("--check", action="store_true", help="only check that the rows and unseen.txt still apply; needs no build")
     parser.add_argument("names", nargs="*", metavar="NAME", help="rows of faults.txt")
-    options = parser.parse_args()
-    for given, known, kind in ((options.room, GROUPS, "room"), (options.rule, ("row", *rules.RULES), "rule")):
-        if given and given not in known:
-            parser.error(f"no such {kind}: {given}; there are {', '.join(known)}")
-    return parser, options
+    return parser.parse_args()
 
 
-def chosen(parser, options):
+def chosen(options):
     rows = read_rows()
     if options.names:
         if unknown := [name for name in options.names if name not in rows]:
-            parser.error(f"no such row: {', '.join(unknown)}; there are {', '.join(rows)}")
+            raise CantPlant(f"no such row: {', '.join(unknown)}; there are {', '.join(rows)}")
         return [rows[name] for name in options.names]
     files = set(sources(GROUPS[options.room] if options.room else ROOMS))
     faults = [fault for fault in [*rows.values(), *made_by_rule(sorted(files))]
@@ -374,10 +370,7 @@ def chosen(parser, options):
     if not (options.headers or options.since):
         faults = [fault for fault in faults if not fault.file.endswith(".h")]
     if options.since:
-        try:
-            changed = changed_lines(options.since)
-        except CantPlant as error:
-            parser.error(str(error))
+        changed = changed_lines(options.since)
         faults = [fault for fault in faults if (fault.file, fault.line) in changed]
     return in_turn(faults, options.sample or options.seed or git("rev-parse", "HEAD").strip())
 
@@ -394,12 +387,9 @@ def check():
 
 
 def build(preset):
-    subprocess.run([ROOT / "scripts/bootstrap.sh", "host", "faults"], check=True)
-    # What is there is not made anew under the hands of tests that use it.
-    if not (BUILD / "build.ninja").exists():
-        subprocess.run(["cmake", "--preset", preset], cwd=ROOT, check=True, stdout=subprocess.DEVNULL)
+    command = 'unset QTV_HOST_BUILD; . scripts/lib.sh; needs host faults && build "$@"'
     targets = [f"{name}_tests" for name in (*PROGRAMS, "tools")]
-    subprocess.run(["cmake", "--build", "--preset", preset, "--target", *targets, *sum(SCRIPTS.values(), []), "--", "--quiet"], cwd=ROOT, check=True)
+    subprocess.run(["bash", "-c", command, "plant_faults", preset, *targets, *sum(SCRIPTS.values(), [])], cwd=ROOT, check=True)
 
 
 def plant_all(faults, wanted, is_sample):
@@ -450,15 +440,15 @@ def plant_all(faults, wanted, is_sample):
 def main():
     started = time.monotonic()
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(128 + signal.SIGTERM))
-    parser, options = arguments()
+    options = arguments()
     try:
         if options.check:
             check()
             return 0
-        faults = chosen(parser, options)
+        faults = chosen(options)
     except CantPlant as error:
         print(f"plant_faults: {error}", file=sys.stderr)
-        return 1
+        return 1 if options.check else 2
     wanted = options.count or (0 if options.since or options.names or options.sample is not None else 100)
     if options.list:
         print("\n".join(fault.name for fault in faults[:wanted or None]))
