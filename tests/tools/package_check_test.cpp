@@ -61,6 +61,14 @@ TEST_F(PackageCheckTest, EveryFileThatSetupReadsIsChecked) {
     }
 }
 
+TEST_F(PackageCheckTest, SamplesAreClean) {
+    for (const std::string sample : {"package", "package-earlier"}) {
+        const Text folder = kScratch + TEXT("\\") + Wide(sample);
+        ImportFile(sample, folder);
+        EXPECT_EQ(Check(folder), "") << sample;
+    }
+}
+
 TEST_F(PackageCheckTest, WhatCanNotBeReadOrWrittenIsTold) {
     const Text manifest = kPackage + TEXT("\\QtvUnInst.log");
     ASSERT_TRUE(SetFileAttributesW(manifest.c_str(), FILE_ATTRIBUTE_READONLY));

@@ -39,8 +39,8 @@ std::uint64_t Digest(const std::string& text) {
 
 void LookAtFolder(Others& others, const std::wstring& folder) {
     WIN32_FIND_DATAW found;
-    const HANDLE find = FindFirstFileW((folder + L"*").c_str(), &found);
-    if (find == INVALID_HANDLE_VALUE) return;
+    const FindHandle find(FindFirstFileW((folder + L"*").c_str(), &found));
+    if (!find) return;
     do {
         const std::wstring name = found.cFileName;
         const std::string path = tools::Utf8(folder + name);
@@ -53,8 +53,7 @@ void LookAtFolder(Others& others, const std::wstring& folder) {
                                               found.ftLastWriteTime.dwLowDateTime;
         if (isFolder && !(found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT))
             LookAtFolder(others, folder + name + L"\\");
-    } while (FindNextFileW(find, &found));
-    (void)FindClose(find);
+    } while (FindNextFileW(find.get(), &found));
 }
 
 void LookAtKey(Others& others, HKEY parent, const wchar_t* subName, const std::string& name) {

@@ -58,7 +58,6 @@ void SetVariables(const Job& job) {
     for (const wchar_t* const name : {L"TEMP", L"TMP"})
         (void)SetEnvironmentVariableW(name, path);
     (void)SetEnvironmentVariableW(L"QTV_KIT", job.results.c_str());
-    (void)SetEnvironmentVariableW(L"QTV_REHEARSAL", L"1");
     (void)SetEnvironmentVariableW(L"QTV_PACKAGE", nullptr);
 }
 

@@ -102,10 +102,6 @@ void AddOutput(Results& results, const std::string& program, unsigned long exitC
         "the program ended with " + std::to_string(exitCode) + " (0x" + tools::Hex(exitCode, 8) + ")\n";
     if (isInTest)
         Add(results, {program, row.name, End::Failed, "0", row.said + ended});
-    else if (!hasTests && exitCode == kNotRun)
-        Add(results, {program, "the whole program", End::NotRun, "0", outside});
-    else if (!hasTests && exitCode == 0 && !program.ends_with("_tests"))
-        Add(results, {program, "the whole program", End::Right, "0", outside});
     else if (!hasTests || (exitCode != 0 && results.Count(End::Failed) == failed))
         Add(results, {program, "the whole program", End::Failed, "0", outside + ended});
 }

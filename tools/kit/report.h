@@ -8,7 +8,7 @@ namespace kit {
 
 enum class End { Right, Failed, NotRun };
 
-// A test, or a program that isn't one.
+// A test, or a program that didn't run to the end of its tests.
 struct Row {
     std::string program;
     std::string name;
@@ -31,12 +31,8 @@ struct Results {
     int ExitCode() const { return Count(End::Failed) > 0; }
 };
 
-// The exit code of what had a reason not to run, which is the last line that it wrote.
-inline constexpr unsigned long kNotRun = 77;
-
-// Reads what a program wrote. A test that began and didn't end has failed, and so has a program that ended with `exitCode`
-// other than 0 without a failed test, or a program "..._tests" without any test. Another program without tests counts as one.
-// What is told again replaces what was told before.
+// Reads what a program wrote. A test that began and didn't end has failed, and so has a program without any test, or one that ended
+// with `exitCode` other than 0 without a failed test. What is told again replaces what was told before.
 void AddOutput(Results& results, const std::string& program, unsigned long exitCode,
                const std::string& output);
 

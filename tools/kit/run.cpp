@@ -126,8 +126,7 @@ std::vector<std::string> TestPrograms(const Job& job) {
 
 // A misspelt name must not look like a run without failures.
 void RequireKnownNames(const Job& job) {
-    std::vector<std::string> names = TestPrograms(job);
-    names.insert(names.end(), {"package_check", "rehearse", "download"});
+    const std::vector<std::string> names = TestPrograms(job);
     for (const std::wstring& only : job.only)
         if (const std::string name = tools::Utf8(only);
             std::find(names.begin(), names.end(), name) == names.end()) {
@@ -182,7 +181,7 @@ void AddFile(Results& results, const fs::path& output) {
     AddOutput(results, ProgramOf(output), exitCode, Nobodys(text.substr(0, end)));
 }
 
-// What the machine holds, if something failed that didn't tell: a program without tests, or a test that ended its program.
+// What the machine holds, if something failed that didn't tell: a test that ended its program.
 std::string UntoldMachine(const fs::path& output, DWORD exitCode) {
     Results told;
     AddOutput(told, ProgramOf(output), exitCode, Read(output));
@@ -196,90 +195,21 @@ std::string UntoldMachine(const fs::path& output, DWORD exitCode) {
     return text;
 }
 
-// Adds to the output of a program how it ended, and says what it has told.
-Results Ended(const fs::path& output, DWORD exitCode, ULONGLONG start) {
-    const std::string machine = UntoldMachine(output, exitCode);
-    std::ofstream(output, std::ios::app | std::ios::binary) << machine << kEnded << exitCode;
-    Results rows;
-    AddFile(rows, output);
-    std::printf("%-20s %s, %llu s\n", ProgramOf(output).c_str(), rows.Counts().c_str(),
-                (GetTickCount64() - start) / 1000);
-    (void)std::fflush(stdout);
-    return rows;
-}
-
-// `restarts` is what QTV_RESTART says to the tests.
+// Runs the tests of a program, adds to its output how it ended, and says what it has told. `restarts` is what QTV_RESTART says to them.
 Results RunTests(const Job& job, const std::string& program, const std::wstring& arguments,
                  const std::string& restarts) {
     const ULONGLONG start = GetTickCount64();
     const fs::path output = NextOutput(job, program);
     (void)SetEnvironmentVariableW(L"QTV_RESTART", restarts.empty() ? nullptr : tools::Wide(restarts).c_str());
-    return Ended(output, RunProgram(job, program, arguments, output), start);
-}
-
-void RunCommand(const Job& job, const std::string& program, DWORD (*command)(const Job&, const fs::path&)) {
-    if (!IsWanted(job, program)) return;
-    const ULONGLONG start = GetTickCount64();
-    const fs::path output = NextOutput(job, program);
-    RemoveTouched();
-    (void)Ended(output, command(job, output), start);
-    RemoveTouched();
-}
-
-DWORD CheckPackages(const Job& job, const fs::path& output) {
-    DWORD worst = 0;
-    for (const wchar_t* const package : {L"package", L"package-earlier"})
-        worst =
-            std::max(worst, RunProgram(job, "package_check",
-                                       L"\"" + (job.folder / "programs" / package).native() + L"\"", output));
-    return worst;
-}
-
-DWORD RehearsePackages(const Job& job, const fs::path& output) {
-    if (job.neverRestarts || job.restarts || !lab::CanRestart()) {
-        std::ofstream(output, std::ios::app) << "it needs a machine that restarts beneath a program\n";
-        return kNotRun;
-    }
-    fs::copy(job.folder / "programs" / "package", "C:\\Package", fs::copy_options::recursive);
-    fs::copy(job.folder / "programs" / "package-earlier", "C:\\Earlier package", fs::copy_options::recursive);
-    return RunProgram(job, "rehearse", L"package text -s", output);
-}
-
-// Runs it silently, as the maker's customers do. Returns whether it ended well, and tells it.
-bool RunsSilently(const std::string& program, std::ostream& told) {
-    const lab::Outcome outcome = lab::Run("\"" + program + "\" -s", {});
-    told << program << " ended with " << outcome.exitCode << "\n";
-    for (const lab::Message& message : outcome.messages)
-        told << "box: " << message.text << "\n";
-    return outcome.started && outcome.exitCode == 0 && outcome.messages.empty();
-}
-
-// Whether the machine is as before, and tells how it differs. Folders are deleted at the next start of the machine if they are empty by
-// then, and so is the copy of the uninstaller.
-bool IsAsBefore(const lab::State& before, const lab::State& installed, std::ostream& told) {
-    bool isAsBefore = true;
-    for (const lab::Change& change : lab::Differences(before, lab::Look())) {
-        const std::string what = tools::Replaced(change.name, "mark: delete ", "");
-        const bool isFolder = what != change.name && installed.contains(what + "\\");
-        told << change.kind << " " << change.name << "\n";
-        isAsBefore = isAsBefore && (isFolder || what.starts_with("<Temp>\\uni"));
-    }
-    return isAsBefore;
-}
-
-// The download installs the product, again and again, and the product removes itself. A scanner may hold any new file for a while,
-// which is tried often; Wine has none.
-DWORD InstallDownload(const Job& job, const fs::path& output) {
-    const int updates = lab::UnderWine() ? 1 : 20;
-    const std::string download = Utf8(job.Program("Qantivo"));
-    const lab::State before = lab::Look();
-    std::ofstream told(output, std::ios::app | std::ios::binary);
-    bool isRight = RunsSilently(download, told);
-    const lab::State installed = lab::Look();
-    for (int i = 0; i < updates; ++i)
-        isRight = RunsSilently(download, told) && IsAsBefore(installed, installed, told) && isRight;
-    isRight = RunsSilently("C:\\Program Files\\Qantivo 8\\QtvUnInst.exe", told) && isRight;
-    return IsAsBefore(before, installed, told) && isRight ? 0 : 1;
+    const DWORD exitCode = RunProgram(job, program, arguments, output);
+    const std::string machine = UntoldMachine(output, exitCode);
+    std::ofstream(output, std::ios::app | std::ios::binary) << machine << kEnded << exitCode;
+    Results rows;
+    AddFile(rows, output);
+    std::printf("%-20s %s, %llu s\n", program.c_str(), rows.Counts().c_str(),
+                (GetTickCount64() - start) / 1000);
+    (void)std::fflush(stdout);
+    return rows;
 }
 
 // ---- the run ----
@@ -374,9 +304,7 @@ int Run(const Job& job) {
             if (row.end == End::NotRun && row.said.find(kNeedsRestart) != row.said.npos)
                 waiting += program + " " + row.name + " 0\n";
     }
-    RunCommand(job, "package_check", CheckPackages);
-    RunCommand(job, "rehearse", RehearsePackages);
-    RunCommand(job, "download", InstallDownload);
+    RemoveTouched();
     const int changes = CountChanges(before, LookAtOthers());
     Write(job.results / "about.txt",
           "system: " + NameOfSystem() + "\nkit: " + Read(job.folder / "version.txt") +
