@@ -69,9 +69,8 @@ inline std::vector<std::string> WithEachByteChanged(const std::string& whole) {
 
 // When the file was last written.
 inline std::uint64_t WrittenAt(const Text& path) {
-    WIN32_FIND_DATAW found = {};
-    EXPECT_TRUE(FindClose(FindFirstFileW(path.c_str(), &found)));
-    return std::uint64_t{found.ftLastWriteTime.dwHighDateTime} << 32 | found.ftLastWriteTime.dwLowDateTime;
+    const FILETIME time = Search(path).at(0).ftLastWriteTime;
+    return std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime;
 }
 
 // A step of a difference: a place, the run that is added to the bytes there, and the run after it.

@@ -167,8 +167,7 @@ TEST_F(DownloadTest, DISABLED_FiveGigabytesAreUnpacked) {
     }
     MakeFile(At("download.exe"), blocks);
     EXPECT_EQ(UnpackArchive(archive), Outcome::Right);
-    WIN32_FIND_DATAW found;
-    ASSERT_TRUE(FindClose(FindFirstFileW(At("new\\first").c_str(), &found)));
+    const WIN32_FIND_DATAW found = Search(At("new\\first")).at(0);
     EXPECT_EQ(std::uint64_t{found.nFileSizeHigh} << 32 | found.nFileSizeLow, cbFirst);
     EXPECT_EQ(FileBytes(At("new\\second")), std::string(cbSecond, 0));
 }

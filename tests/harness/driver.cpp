@@ -48,13 +48,8 @@ LRESULT CALLBACK Serve(HWND window, UINT message, WPARAM wParam, LPARAM lParam) 
 }
 
 HWND MakeServant() {
-    WNDCLASSEXW kind = {};
-    kind.cbSize = sizeof kind;
-    kind.lpfnWndProc = Serve;
-    kind.lpszClassName = TEXT("Servant");
-    (void)RegisterClassExW(&kind);
-    return CreateWindowExW(0, kind.lpszClassName, TEXT(""), WS_POPUP, 0, 0, 0, 0, nullptr, nullptr, nullptr,
-                           nullptr);
+    return CreateWindowExW(0, WindowClass(TEXT("Servant"), Serve), TEXT(""), WS_POPUP, 0, 0, 0, 0, nullptr,
+                           nullptr, nullptr, nullptr);
 }
 
 void OnDialogThread(const std::function<void()>& action) {

@@ -46,6 +46,16 @@ class Driver {
     HWND m_dialog = nullptr;
 };
 
+// Registers a class of windows, unless it is registered already. Returns its name.
+inline LPCWSTR WindowClass(LPCWSTR name, WNDPROC procedure = DefWindowProcW) {
+    WNDCLASSEXW kind = {};
+    kind.cbSize = sizeof kind;
+    kind.lpfnWndProc = procedure;
+    kind.lpszClassName = name;
+    (void)RegisterClassExW(&kind);
+    return name;
+}
+
 // The text of a control, whether it is shown, and whether a button is ticked.
 Text TextOf(HWND window);
 inline bool IsShown(HWND window) {

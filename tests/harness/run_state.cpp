@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 COXInstanceManager g_instanceManager(TEXT("Qantivo.Tests"), kInstanceExtraBytes, false);
 CSetupApp theApp;
 CString g_targetDir;
@@ -17,24 +19,17 @@ CString g_sfxDir;
 
 namespace {
 
-struct Number {
-    int& variable;
-    int startValue = variable;
-};
-const Number kNumbers[] = {{g_silentMode},   {g_installType},  {g_desktopIcon},
-                           {g_autoStart},    {g_runAfter},     {g_freshInstall},
-                           {g_rebootNeeded}, {g_upgradeOlder}, {g_settingsFromPackage}};
-
 class StartValues : public ::testing::EmptyTestEventListener {
     void OnTestStart(const ::testing::TestInfo&) override { Set(); }
 
   public:
     static void Set() {
-        for (const Number& number : kNumbers)
-            number.variable = number.startValue;
-        g_version = {};
-        for (CString* text : {&g_targetDir, &g_sourceDir, &g_groupName, &g_sfxDir})
-            *text = CString();
+        auto all = std::tie(g_silentMode, g_installType, g_desktopIcon, g_autoStart, g_runAfter,
+                            g_freshInstall, g_rebootNeeded, g_upgradeOlder, g_settingsFromPackage, g_version,
+                            g_targetDir, g_sourceDir, g_groupName, g_sfxDir);
+        static const auto start =
+            std::apply([](const auto&... values) { return std::tuple(values...); }, all);
+        all = start;
         g_isWow64Process = nullptr;
         g_osVersion = {};
         g_osVersion.dwOSVersionInfoSize = sizeof g_osVersion;

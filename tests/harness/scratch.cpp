@@ -27,18 +27,13 @@ std::map<std::string, int (*)()>& ChildPrograms() {
     return programs;
 }
 
-// Calls the body for each entry of the folder except "." and "..".
-template <class Body>
-void ForEachEntry(const Text& folder, const Text& pattern, Body body) {
-    WIN32_FIND_DATAW data;
-    const HANDLE find = FindFirstFileW((folder + TEXT("\\") + pattern).c_str(), &data);
-    if (find == INVALID_HANDLE_VALUE) return;
-    do {
-        const Text name = data.cFileName;
-        if (name != TEXT(".") && name != TEXT(".."))
-            body(name, data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY);
-    } while (FindNextFileW(find, &data));
-    FindClose(find);
+// What a search finds, except "." and "..".
+std::vector<WIN32_FIND_DATAW> Entries(const Text& pattern) {
+    std::vector<WIN32_FIND_DATAW> entries = Search(pattern);
+    std::erase_if(entries, [](const WIN32_FIND_DATAW& each) {
+        return each.cFileName == Text(TEXT(".")) || each.cFileName == Text(TEXT(".."));
+    });
+    return entries;
 }
 
 void DeleteValue(HKEY hive, const Text& key, const Text& value) {
@@ -59,9 +54,9 @@ void EndStartedPrograms() {
 // Removes all whose names begin so.
 void Remove(const std::string& start) {
     if (!start.starts_with("HK")) {
-        const Text path = Wide(start), folder = path.substr(0, path.rfind(TEXT('\\')));
-        ForEachEntry(folder, path.substr(folder.size() + 1) + TEXT("*"),
-                     [&](const Text& name, bool) { DeleteTree(folder + TEXT("\\") + name); });
+        const Text path = Wide(start);
+        for (const WIN32_FIND_DATAW& each : Entries(path + TEXT("*")))
+            DeleteTree(path.substr(0, path.rfind(TEXT('\\')) + 1) + each.cFileName);
         return;
     }
     const Text name = Wide(start.substr(start.find('\\') + 1)), key = name.substr(0, name.rfind(TEXT('\\')));
@@ -163,7 +158,8 @@ void DeleteTree(const Text& path) {
     (void)SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
     const bool isFolder = attributes & FILE_ATTRIBUTE_DIRECTORY;
     if (isFolder)
-        ForEachEntry(path, TEXT("*"), [&](const Text& name, bool) { DeleteTree(path + TEXT("\\") + name); });
+        for (const WIN32_FIND_DATAW& each : Entries(path + TEXT("\\*")))
+            DeleteTree(path + TEXT("\\") + each.cFileName);
     // A program's file stays in use for a moment after the program has ended.
     DWORD error = 0;
     const auto gone = [&] {
@@ -175,15 +171,28 @@ void DeleteTree(const Text& path) {
                                  << ::testing::PrintToString(path);
 }
 
+std::vector<WIN32_FIND_DATAW> Search(const Text& pattern) {
+    std::vector<WIN32_FIND_DATAW> all;
+    WIN32_FIND_DATAW data;
+    const HANDLE find = FindFirstFileW(pattern.c_str(), &data);
+    if (find == INVALID_HANDLE_VALUE) return all;
+    do
+        all.push_back(data);
+    while (FindNextFileW(find, &data));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_NO_MORE_FILES});
+    FindClose(find);
+    return all;
+}
+
 std::vector<Text> Tree(const Text& folder) {
     std::vector<Text> names;
-    ForEachEntry(folder, TEXT("*"), [&](const Text& name, bool isFolder) {
-        const Text path = isFolder ? name + TEXT("\\") : name;
-        names.push_back(path);
-        if (!isFolder) return;
-        for (const Text& below : Tree(folder + TEXT("\\") + name))
-            names.push_back(path + below);
-    });
+    for (const WIN32_FIND_DATAW& each : Entries(folder + TEXT("\\*"))) {
+        const bool isFolder = each.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY;
+        const Text name = each.cFileName + Text(isFolder ? TEXT("\\") : TEXT(""));
+        names.push_back(name);
+        for (const Text& below : isFolder ? Tree(folder + TEXT("\\") + each.cFileName) : std::vector<Text>())
+            names.push_back(name + below);
+    }
     std::sort(names.begin(), names.end());
     return names;
 }

@@ -61,6 +61,8 @@ bool Exists(const Text& path);
 void MakeFolder(const Text& path);  // also makes missing parents
 // Deletes a file, or a folder with everything in it, whatever the attributes are. The test fails if something stays.
 void DeleteTree(const Text& path);
+// Returns what a search finds, in its order.
+std::vector<WIN32_FIND_DATAW> Search(const Text& pattern);
 // Returns every file and folder below, sorted, relative to the folder. Folders end with a backslash.
 std::vector<Text> Tree(const Text& folder = kScratch);
 // Copies a file of the build, or a folder with all that is in it, onto the machine. `buildPath` is one of the build

@@ -2,19 +2,13 @@
 
 #include <algorithm>
 
+#include "harness/driver.h"
+
 namespace {
 
 HWND MakeWindow(LPCWSTR title, DWORD style, DWORD exStyle, HWND owner) {
-    static const bool registered = [] {
-        WNDCLASSEXW frame = {};
-        frame.cbSize = sizeof frame;
-        frame.lpfnWndProc = DefWindowProcW;
-        frame.lpszClassName = TEXT("TestFrame");
-        return RegisterClassExW(&frame) != 0;
-    }();
-    EXPECT_TRUE(registered);
-    return CreateWindowExW(exStyle, TEXT("TestFrame"), title, style, 0, 0, 200, 100, owner, nullptr, nullptr,
-                           nullptr);
+    return CreateWindowExW(exStyle, WindowClass(TEXT("TestFrame")), title, style, 0, 0, 200, 100, owner,
+                           nullptr, nullptr, nullptr);
 }
 
 }  // namespace

@@ -56,20 +56,6 @@ inline std::string Remove(const std::string& folder) {
     return Told(RemoveDirectoryW(Wide(folder).c_str()));
 }
 
-// What a search finds, in its order.
-inline std::vector<WIN32_FIND_DATAW> Search(const Text& pattern) {
-    std::vector<WIN32_FIND_DATAW> all;
-    WIN32_FIND_DATAW data;
-    const HANDLE find = FindFirstFileW(pattern.c_str(), &data);
-    if (find == INVALID_HANDLE_VALUE) return all;
-    do
-        all.push_back(data);
-    while (FindNextFileW(find, &data));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_NO_MORE_FILES});
-    FindClose(find);
-    return all;
-}
-
 // The names that a search finds, sorted, or its error.
 inline std::string Found(const std::string& pattern) {
     std::vector<Text> names;

@@ -1,20 +1,17 @@
 // Top-level windows and their messages, as the program relies on them.
-#include "machine/answers.h"
-
 #include <future>
 #include <thread>
+
+#include "harness/driver.h"
+#include "machine/answers.h"
 
 namespace {
 
 constexpr WCHAR kFrameClass[] = TEXT("MachineTestFrame");
 
 HWND MakeFrame(LPCWSTR title, DWORD style = WS_OVERLAPPEDWINDOW, HWND owner = nullptr) {
-    WNDCLASSEXW frame = {};
-    frame.cbSize = sizeof frame;
-    frame.lpfnWndProc = DefWindowProcW;
-    frame.lpszClassName = kFrameClass;
-    (void)RegisterClassExW(&frame);
-    return CreateWindowExW(0, kFrameClass, title, style, 0, 0, 200, 100, owner, nullptr, nullptr, nullptr);
+    return CreateWindowExW(0, WindowClass(kFrameClass), title, style, 0, 0, 200, 100, owner, nullptr, nullptr,
+                           nullptr);
 }
 
 class Windows : public ScratchTest {};
@@ -70,14 +67,10 @@ void RunUntilAsked() {
 }
 
 TEST_F(Windows, GetMessagesInTheOrderOfWindows) {
-    WNDCLASSEXW listener = {};
-    listener.cbSize = sizeof listener;
-    listener.lpfnWndProc = Listen;
-    listener.lpszClassName = TEXT("MachineTestListener");
-    (void)RegisterClassExW(&listener);
+    const LPCWSTR listener = WindowClass(TEXT("MachineTestListener"), Listen);
     const auto make = [&](DWORD style, HWND parent = nullptr, void* refuses = nullptr) {
-        return CreateWindowExW(0, listener.lpszClassName, TEXT("x"), style, 10, 10, 200, 100, parent, nullptr,
-                               nullptr, refuses);
+        return CreateWindowExW(0, listener, TEXT("x"), style, 10, 10, 200, 100, parent, nullptr, nullptr,
+                               refuses);
     };
     HWND frame = nullptr, child = nullptr, over = nullptr, small = nullptr;
     const HWND asked = MakeFrame(TEXT("Asked"));
