@@ -26,6 +26,7 @@ BOUNDS = {
     "a download with mixed files, over the other's size": 1.01,
     "a download with code files, over the other's size": 0.97,
     "a silent start of the download, over the other's": 0.80,
+    'peak memory of that start, KiB': 300 << 10,
     'the download without a package, KiB': 256,
     "an update with one other file of 139, over the whole download's size": 0.02,
     "a silent start of that update, over the whole download's": 1.00,
@@ -169,6 +170,8 @@ def download():
         said_by('scripts/make_download.sh', package, own)
         report(f"a download with {content} files, over the other's size", own.stat().st_size / other.stat().st_size)
         report("a silent start of the download, over the other's", over_other(own, other)[0])
+        report('peak memory of that start, KiB', peak(shown(own), '-install', '-s', '-instdir', shown(work / 'Qantivo 8')))
+        seconds(shown(work / 'Qantivo 8/QtvUnInst.exe'))
     report('the download without a package, KiB', -(-(WINDOWS / 'download.exe').stat().st_size // 1024))
 
 

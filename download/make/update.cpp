@@ -99,16 +99,20 @@ class EarlierPackage {
         });
     }
 
-    // Whether setup carries out the whole record. It stops at a folder that a pattern matches, and makes no folder for a
-    // new name.
-    bool IsSure(const CString& value) const {
+    // Whether setup carries out the whole record. It makes no folder for a new name, and stops at a folder that a pattern
+    // matches, after it has moved the installed folder of that name away.
+    bool IsSure(const CString& value) {
         CString name, newName;
-        if (SplitNames(value, name, newName)) return newName.Find('\\') < 0 && newName.Find('/') < 0;
-        const std::string pattern = tools::Utf8(value.Text());
-        return value.Find('/') < 0 &&
-               std::none_of(m_folders.begin(), m_folders.end(), [&](const std::string& folder) {
-                   return tools::MatchesPattern(pattern, folder);
-               });
+        const bool isRenamed = SplitNames(value, name, newName);
+        const CString& target = isRenamed ? newName : value;
+        bool isSure = target.Find('/') < 0 && !(isRenamed && target.Find('\\') >= 0);
+        const std::string pattern = tools::Utf8(target.Text());
+        for (const std::string& folder : m_folders)
+            if (tools::MatchesPattern(pattern, folder)) {
+                m_moved.push_back(tools::Folded(folder) + '\\');
+                isSure = false;
+            }
+        return isSure;
     }
 
     void AddCopy(const std::string& target, const CopiedFiles::Copy& copy) {
@@ -116,7 +120,10 @@ class EarlierPackage {
             if (const auto other = files->All().find(target);
                 other == files->All().end() || other->second.source != copy.source)
                 return;
-        if (IsNamed(m_never, copy.target) ||
+        const bool isMoved = std::any_of(m_moved.begin(), m_moved.end(), [&](const std::string& folder) {
+            return target.starts_with(folder);
+        });
+        if (isMoved || IsNamed(m_never, copy.target) ||
             IsNamed({std::begin(kOwnFiles), std::end(kOwnFiles)}, copy.target))
             return;
         const std::string bytes = ReadFile(m_paths.at(copy.source));
@@ -125,8 +132,8 @@ class EarlierPackage {
         m_bySum.emplace(source.sum, source);
     }
 
-    std::vector<std::string> m_never;  // patterns for files that others write, too
-    std::vector<std::string> m_folders;
+    std::vector<std::string> m_never;             // patterns for files that others write, too
+    std::vector<std::string> m_folders, m_moved;  // the latter folded, with a backslash
     std::map<std::string, fs::path> m_paths;
     CopiedFiles m_onAll, m_onSome, m_portable;  // what the records for each kind of machine copy
     std::map<std::string, Source> m_byName;     // in the package, folded

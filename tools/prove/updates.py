@@ -93,6 +93,7 @@ ROWS = [
     Row('a pattern', early=TREE, late={**TREE, 'tree/b.txt': edited('b'), 'tree/e.txt': text('e')}, records=RECORDS),
     Row('a pattern that is deleted before', early=TREE, late={**TREE, 'tree/b.txt': edited('b')}, early_records=RECORDS,
         late_records=(r'File Del: tree\*.txt', *RECORDS)),
+    Row('a pattern that moves a folder away', early=TREE, late=TREE, records=(r'File Copy: tree\c\*.txt', r'File Copy: tree\*')),
     Row('two records for one target', early={'one.dat': text('one'), 'two.dat': text('two')},
         late={'one.dat': text('one'), 'two.dat': edited('two')}, records=('File Copy: one.dat > both.dat', 'File Copy: two.dat > both.dat')),
     Row('two names', early={'en.txt': text('en')}, late={'en.txt': edited('en')}, records=('File Copy: en.txt > readme.txt',)),
