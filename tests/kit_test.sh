@@ -33,6 +33,10 @@ if [ -n "$whole" ]; then
     exit
 fi
 
+# What a killed test and a killed download have left, and what somebody else has named alike.
+programs="$work/wine/prefix/drive_c/Program Files" left=$(printf 'a%.0s' {1..26}).dl
+mkdir "$programs/$left"{,l}
+touch "$programs/$left/a" "$work/wine/prefix/drive_c/windows/qtvprobe.exe"
 export GTEST_FILTER='Programs.*:System.*:Restart.*:*.SamplesAreClean:Finished.*-*Rehearsal*'
 # A run that restarted the machine and was broken off, and whose folder is gone, is in nobody's way.
 "$root/scripts/wine.sh" reg.exe add 'HKLM\SOFTWARE\QtvKit' /v QtvKit /d 'K:\gone' /f >/dev/null
@@ -72,7 +76,9 @@ start 1 "$marked" /no-restart /only machine_tests /only tools_tests
 [ "$(grep -c '<failure' "$results/results.xml")" = 4 ] || fail "failures: $(<"$results/results.xml")"
 [ "$(grep -c '^the machine:' "$results/results.txt")" = 4 ] || fail "a failure without the machine: $(<"$results/results.txt")"
 for text in sleeper.exe 'the machine:' 'C:\Scratch\' no-match; do says "$text" "$results/results.xml"; done
-! ls -d "$work"/wine/prefix/drive_c/{Scratch,"Program Files/Qantivo 8"} 2>/dev/null || fail 'the run has left something'
+! ls -d "$programs"/{"$left","Qantivo 8"} "$work"/wine/prefix/drive_c/{Scratch,windows/qtvprobe*} 2>/dev/null ||
+    fail 'the run has left something'
+[ -d "$programs/${left}l" ] || fail "a folder of somebody else's is gone"
 ! grep -riE "users.{1,2}$(id -un)|\<$(hostname | cut -c -15)\>" "$results" || fail 'the results tell who used the machine'
 
 # What can't run says why, and leaves nothing.

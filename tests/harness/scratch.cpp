@@ -54,9 +54,9 @@ void EndStartedPrograms() {
 // Removes all whose names begin so.
 void Remove(const std::string& start) {
     if (!start.starts_with("HK")) {
-        const Text path = Wide(start);
+        const Text path = Wide(start), folder = path.substr(0, path.rfind(TEXT('\\')) + 1);
         for (const WIN32_FIND_DATAW& each : Entries(path + TEXT("*")))
-            DeleteTree(path.substr(0, path.rfind(TEXT('\\')) + 1) + each.cFileName);
+            if (const Text item = folder + each.cFileName; lab::IsTouched(Narrow(item))) DeleteTree(item);
         return;
     }
     const Text name = Wide(start.substr(start.find('\\') + 1)), key = name.substr(0, name.rfind(TEXT('\\')));

@@ -79,7 +79,7 @@ bool IsLeftOut(const std::string& name);
 // Windows at any time, and their names are nobody's business. States then hold only what is touched.
 bool IsSomebodys();
 // What setup and the tests may change, by the beginnings of the names of items of Take: the table in touched.cpp. HKU\* are the
-// keys of every user.
+// keys of every user, *.dl is the private folder of a download.
 const std::vector<std::string>& Touched();
 // Whether this item is among them.
 bool IsTouched(const std::string& name);

@@ -9,14 +9,16 @@ namespace lab {
 namespace {
 
 // What setup, the sample package and the tests may change. All that begins so is compared. HKU\* are the keys of every
-// user; on Windows the classes of a user are a key of their own there.
+// user; on Windows the classes of a user are a key of their own there. *.dl is the private folder of a download.
 constexpr const char* kTouched[] = {
     "C:\\Scratch",
     "C:\\Package",
     "C:\\Earlier package",
     "C:\\Program Files\\Qantivo 8",
+    "C:\\Program Files\\*.dl",
     "C:\\Windows\\WININIT.INI",
     "C:\\Windows\\System32\\planted.dll",
+    "C:\\Windows\\qtvprobe",
     "<Temp>\\uni",
     "<CommonStartup>\\Qantivo",
     "<CommonStartup>\\q8t",
@@ -31,6 +33,7 @@ constexpr const char* kTouched[] = {
     "HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\QtvApp8.exe\\",
     "HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Qantivo 8\\",
     "HKLM\\SOFTWARE\\Mozilla\\NativeMessagingHosts\\qtvff\\",
+    "HKLM\\SOFTWARE\\Classes\\ : qtvprobe",
     "HKLM\\SOFTWARE\\Classes\\Applications\\QtvApp8.exe\\",
     "HKLM\\SOFTWARE\\Classes\\CLSID\\{5E0C2B7A-8D41-4F69-9C3B-71A6D2E48F15}\\",
     "HKLM\\SOFTWARE\\Classes\\Qantivo.8\\",
@@ -48,6 +51,17 @@ constexpr const char* kTouched[] = {
 // Windows doesn't tell upper from lower case, and not each one writes its folders and keys alike.
 bool Begins(const std::string& text, const std::string& start) {
     return strncasecmp(text.c_str(), start.c_str(), start.size()) == 0;
+}
+
+// The name of an item with the characters of the table instead of those that a user or chance has chosen.
+std::string General(std::string name) {
+    constexpr std::size_t kDigits = 26;
+    const std::string programs = "C:\\Program Files\\";
+    const std::size_t end = std::min(name.find('\\', programs.size()), name.size());
+    if (Begins(name, programs) && end == programs.size() + kDigits + 3 &&
+        name.compare(end - 3, 3, ".dl") == 0)
+        name.replace(programs.size(), kDigits, "*");
+    return OfEveryUser(std::move(name));
 }
 
 }  // namespace
@@ -76,12 +90,12 @@ bool IsSomebodys() {
 
 bool IsTouched(const std::string& name) {
     return std::any_of(Touched().begin(), Touched().end(),
-                       [item = OfEveryUser(name)](const auto& start) { return Begins(item, start); });
+                       [item = General(name)](const auto& start) { return Begins(item, start); });
 }
 
 bool LeadsToTouched(const std::string& name) {
     return std::any_of(Touched().begin(), Touched().end(),
-                       [item = OfEveryUser(name)](const auto& start) { return Begins(start, item); });
+                       [item = General(name)](const auto& start) { return Begins(start, item); });
 }
 
 }  // namespace lab
