@@ -4,6 +4,11 @@
 #include <bit>
 #include <cstring>
 
+#ifdef __x86_64__
+#include <cpuid.h>
+#include <immintrin.h>
+#endif
+
 namespace download {
 
 namespace {
@@ -23,9 +28,61 @@ std::uint32_t Word(const std::uint8_t* bytes) {
            bytes[3];
 }
 
+#ifdef __x86_64__
+
+// Most processors since 2020 have instructions for these sums, which take a fifth of the time.
+bool HasInstructions() {
+    unsigned a, b, c, d;
+    return __get_cpuid(1, &a, &b, &c, &d) && (c & bit_SSE4_1) && __get_cpuid_count(7, 0, &a, &b, &c, &d) &&
+           (b & bit_SHA);
+}
+
+const __m128i* Words(const void* words) {
+    return static_cast<const __m128i*>(words);
+}
+
+// The instructions keep the state as A, B, E, F and C, D, G, H, and take four rounds with four words at a time.
+__attribute__((target("sha,sse4.1"))) void AddByInstructions(std::array<std::uint32_t, 8>& state,
+                                                             const std::uint8_t* block) {
+    const __m128i bigEndian = _mm_set_epi64x(0x0C0D0E0F08090A0B, 0x0405060700010203);
+    const __m128i badc = _mm_shuffle_epi32(_mm_loadu_si128(Words(&state[0])), 0xB1);
+    const __m128i hgfe = _mm_shuffle_epi32(_mm_loadu_si128(Words(&state[4])), 0x1B);
+    __m128i abef = _mm_alignr_epi8(badc, hgfe, 8), cdgh = _mm_blend_epi16(hgfe, badc, 0xF0);
+    const __m128i abefBefore = abef, cdghBefore = cdgh;
+    __m128i w[4];
+    for (int i = 0; i < 4; ++i)
+        w[i] = _mm_shuffle_epi8(_mm_loadu_si128(Words(block + 16 * i)), bigEndian);
+    for (int i = 0; i < 16; ++i) {
+        __m128i& now = w[i % 4];
+        const __m128i sums = _mm_add_epi32(now, _mm_loadu_si128(Words(&kRounds[4 * i])));
+        cdgh = _mm_sha256rnds2_epu32(cdgh, abef, sums);
+        abef = _mm_sha256rnds2_epu32(abef, cdgh, _mm_shuffle_epi32(sums, 0x0E));
+        const __m128i last = w[(i + 3) % 4];
+        now = _mm_add_epi32(_mm_sha256msg1_epu32(now, w[(i + 1) % 4]),
+                            _mm_alignr_epi8(last, w[(i + 2) % 4], 4));
+        now = _mm_sha256msg2_epu32(now, last);
+    }
+    const __m128i feba = _mm_shuffle_epi32(_mm_add_epi32(abef, abefBefore), 0x1B);
+    const __m128i dchg = _mm_shuffle_epi32(_mm_add_epi32(cdgh, cdghBefore), 0xB1);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(&state[0]), _mm_blend_epi16(feba, dchg, 0xF0));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(&state[4]), _mm_alignr_epi8(dchg, feba, 8));
+}
+
+#else
+
+bool HasInstructions() {
+    return false;
+}
+void AddByInstructions(std::array<std::uint32_t, 8>&, const std::uint8_t*) {}
+
+#endif
+
 }  // namespace
 
+Sha256::Sha256(bool byInstructions) : m_byInstructions(byInstructions && HasInstructions()) {}
+
 void Sha256::AddBlock(const std::uint8_t* block) {
+    if (m_byInstructions) return AddByInstructions(m_state, block);
     using std::rotr;
     std::uint32_t w[64];
     for (int i = 0; i < 16; ++i)

@@ -35,7 +35,7 @@ class DownloadTest : public ScratchTest {
 // The blocks begin at the start of files, inside them, and one file has several.
 TEST_F(DownloadTest, FilesAreUnpackedFromAnyBlocks) {
     const Files files = State("d\\ d\\e\\ empty: a:first d\\e\\long:0123456789abcdefghij d\\fixed:x last:y");
-    for (const std::size_t cbBlock : {1, 4, 5, 7, 25, 100}) {
+    for (const std::size_t cbBlock : std::initializer_list<std::size_t>{1, 4, 5, 7, 25, 100}) {
         ASSERT_EQ(UnpackBytes(Download(kFiles, cbBlock)), Outcome::Right);
         EXPECT_EQ(Look(At("new")), files) << cbBlock;
         for (const char* const name : {"new\\empty", "new\\d\\e\\long", "new\\last"})
@@ -66,7 +66,7 @@ TEST_F(DownloadTest, WithoutSpaceNothingIsMade) {
 // What is deleted was whole, or will be written later.
 TEST_F(DownloadTest, WhatIsDeletedUnderItIsNoticed) {
     for (const char* const name : {"new\\a", "new\\d\\e\\long", "new\\f"})
-        for (const std::size_t cbBlock : {7, 100}) {
+        for (const std::size_t cbBlock : std::initializer_list<std::size_t>{7, 100}) {
             Archive archive;
             ASSERT_EQ(Open(Download("d\\ d\\e\\ f\\ a:first d\\e\\long:0123456789abcdefghij last:y", cbBlock),
                            archive),

@@ -209,12 +209,16 @@ TEST(Sha256Sum, IsThatOfTheStandard) {
         {million, "\xCD\xC7\x6E\x5C\x99\x14\xFB\x92"}};
     for (const auto& row : rows)
         for (const std::size_t cbPiece : std::initializer_list<std::size_t>{1, 63, 64, 100'000}) {
-            Sha256 sum;
-            for (std::size_t at = 0; at < row.bytes.size(); at += cbPiece)
-                sum.Add(row.bytes.data() + at, std::min<std::size_t>(cbPiece, row.bytes.size() - at));
-            const Digest digest = sum.Finish();
-            EXPECT_EQ(std::string(digest.begin(), digest.begin() + 8), std::string(row.first, 8))
+            const auto digest = [&](bool byInstructions) {
+                Sha256 sum(byInstructions);
+                for (std::size_t at = 0; at < row.bytes.size(); at += cbPiece)
+                    sum.Add(row.bytes.data() + at, std::min<std::size_t>(cbPiece, row.bytes.size() - at));
+                return sum.Finish();
+            };
+            const Digest plain = digest(false);
+            EXPECT_EQ(std::string(plain.begin(), plain.begin() + 8), std::string(row.first, 8))
                 << row.bytes.size();
+            EXPECT_EQ(digest(true), plain) << row.bytes.size();
         }
 }
 
