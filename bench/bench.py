@@ -217,7 +217,8 @@ def versions_of(name):
     for version in sorted({line.split('|')[1].strip() for line in lines})[-2:]:
         folder = kept / f'{name}-{version}'
         if not folder.exists():
-            subprocess.run(['apt-get', 'download', '-qo', 'APT::Sandbox::User=root', f'{name}={version}'], cwd=work, check=True, stdout=subprocess.DEVNULL)
+            subprocess.run(['apt-get', 'download', '-qo', 'APT::Sandbox::User=root', f'{name}={version}'], cwd=work, check=True,
+                           stdout=subprocess.DEVNULL)
             said_by('dpkg-deb', '-x', next(work.glob('*.deb')), work / 'unpacked')
             shutil.move(work / 'unpacked', folder)
             next(work.glob('*.deb')).unlink()

@@ -30,12 +30,6 @@ Outcome ReadEarlier(const CString& path, std::uint64_t cbEarlier, const Take& ta
     return Outcome::Right;
 }
 
-Digest SumOf(const std::string& bytes) {
-    Sha256 sum;
-    sum.Add(bytes.data(), bytes.size());
-    return sum.Finish();
-}
-
 // All that the threads of one rebuilding share.
 class Rebuilding {
   public:

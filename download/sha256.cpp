@@ -142,4 +142,10 @@ Digest Sha256::Finish() {
     return digest;
 }
 
+Digest SumOf(const std::string& bytes) {
+    Sha256 sum;
+    sum.Add(bytes.data(), bytes.size());
+    return sum.Finish();
+}
+
 }  // namespace download

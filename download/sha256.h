@@ -26,4 +26,6 @@ class Sha256 {
     std::uint64_t m_cbAll = 0;
 };
 
+Digest SumOf(const std::string& bytes);
+
 }  // namespace download

@@ -19,7 +19,7 @@ namespace download_make {
 namespace {
 
 namespace fs = std::filesystem;
-using download::Digest, download::Entry, download::Rebuilt;
+using download::Digest, download::Entry, download::Rebuilt, download::SumOf;
 using tools::CopiedFiles;
 
 constexpr const char* kManifest = "QtvUnInst.log";
@@ -31,12 +31,6 @@ constexpr const char* kOwnFiles[] = {"setup.exe",     "QtvUnInst.exe", kManifest
 bool IsNamed(const std::vector<std::string>& patterns, const std::string& name) {
     return std::any_of(patterns.begin(), patterns.end(),
                        [&](const std::string& pattern) { return tools::MatchesPattern(pattern, name); });
-}
-
-Digest SumOf(const std::string& bytes) {
-    download::Sha256 sum;
-    sum.Add(bytes.data(), bytes.size());
-    return sum.Finish();
 }
 
 // A file of the earlier package, and its copy in an installation.

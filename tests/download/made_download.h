@@ -47,12 +47,6 @@ struct MadeFile {
     std::string name, earlier, earlierBytes, steps, bytes;
 };
 
-inline download::Digest SumOf(const std::string& bytes) {
-    download::Sha256 sum;
-    sum.Add(bytes.data(), bytes.size());
-    return sum.Finish();
-}
-
 // Writes the bytes to C:\Scratch\download.exe and opens it.
 inline Outcome Open(const std::string& bytes, download::Archive& archive) {
     MakeFile(At("download.exe"), bytes);
@@ -109,8 +103,8 @@ inline std::string Download(const std::string& list, std::size_t cbBlock, std::s
         table.rebuilt.push_back({{Wide(file.name), file.bytes.size(), kTime, FILE_ATTRIBUTE_READONLY},
                                  Wide(file.earlier),
                                  file.earlierBytes.size(),
-                                 SumOf(file.earlierBytes),
-                                 SumOf(file.bytes),
+                                 download::SumOf(file.earlierBytes),
+                                 download::SumOf(file.bytes),
                                  {packed.size(), file.steps.size()}});
         blocks += packed;
     }

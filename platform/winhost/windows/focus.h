@@ -6,7 +6,7 @@
 
 namespace winhost {
 
-// Carries out what another thread wants of a window of the calling thread, with the numbers that focus.cpp gives.
+// Does what another thread asks of a window of the calling thread. The orders are those of focus.cpp. The answer is 0.
 LRESULT CarryOut(HWND window, UINT order, WPARAM value);
 // Shows a window. A top-level window also becomes active.
 void Reveal(HWND window);
