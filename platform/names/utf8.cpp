@@ -1,5 +1,7 @@
 #include "utf8.h"
 
+#include <algorithm>
+
 namespace names {
 
 namespace {
@@ -34,9 +36,9 @@ Character Decode(std::string_view bytes) {
 }
 
 std::string Utf8(TextView text) {
-    std::string out;
-    out.reserve(text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto ascii = std::find_if(text.begin(), text.end(), [](WCHAR unit) { return unit >= 0x80; });
+    std::string out(text.begin(), ascii);
+    for (std::size_t i = out.size(); i < text.size(); ++i) {
         char32_t code = static_cast<char16_t>(text[i]);
         const char32_t next = i + 1 < text.size() ? static_cast<char16_t>(text[i + 1]) : 0;
         if (code >= 0xD800 && code < 0xDC00 && next >= 0xDC00 && next < 0xE000) {
@@ -49,8 +51,9 @@ std::string Utf8(TextView text) {
 }
 
 Text Utf16(std::string_view bytes, WCHAR (*other)(unsigned char byte)) {
-    Text out;
-    out.reserve(bytes.size());
+    const auto ascii = std::find_if(bytes.begin(), bytes.end(), [](char byte) { return byte & 0x80; });
+    Text out(bytes.begin(), ascii);
+    bytes.remove_prefix(out.size());
     while (!bytes.empty()) {
         auto [code, length] = Decode(bytes);
         if (length == 0) {

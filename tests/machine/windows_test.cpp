@@ -150,7 +150,9 @@ TEST_F(Windows, GetMessagesInTheOrderOfWindows) {
             else
                 act();
             RunUntilAsked();
-            if (row.windows) EXPECT_EQ(told, row.windows) << row.what << " " << isOther;
+            if (row.windows) {
+                EXPECT_EQ(told, row.windows) << row.what << " " << isOther;
+            }
         }
     EXPECT_TRUE(PostMessageW(others, WM_APP, 0, 0) && DestroyWindow(asked));
 }

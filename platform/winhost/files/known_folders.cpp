@@ -49,16 +49,21 @@ class KnownFolder {
     FolderId Id() const { return m_id; }
     // The same folder whatever its path has become.
     std::string Path() const { return "/proc/self/fd/" + std::to_string(m_opened.get()); }
-    // An entry is there, is changed, or is gone.
+    // An entry is there, is changed, or is gone. A new one is reported several times.
     void Add(const std::string& name) {
+        if (m_unread.contains(name)) return;
         m_unnamed.erase(name);
         m_shortNames.erase(name);
         AddAs(Upper(Utf16(name)), name);
         if (!names::IsShort(Utf16(name))) m_unread.insert(name);
     }
-    // A new entry is reported several times. Its short name is read once, when short names count.
-    void ReadShortNames() {
+    // The short name of a new entry is read once, when short names count. The entry `except` has none yet.
+    void ReadShortNames(const std::string& except = {}) {
         for (const std::string& name : std::exchange(m_unread, {})) {
+            if (name == except) {
+                m_unread.insert(name);
+                continue;
+            }
             const std::u16string shortName = Utf16(KeptShortName(Path(), name));
             if (shortName.empty()) {
                 m_unnamed.insert(name);
@@ -200,13 +205,13 @@ std::optional<std::vector<std::string>> EntriesLike(const std::string& path, std
     return folder ? std::optional(folder->Like(upper)) : std::nullopt;
 }
 
-std::optional<std::set<std::u16string>> TakenOf(const std::string& path,
+std::optional<std::set<std::u16string>> TakenOf(const std::string& path, const std::string& newEntry,
                                                 const std::vector<std::u16string>& names) {
     KnownFolders& known = TheFolders();
     const std::lock_guard lock(known.threads);
     KnownFolder* folder = Find(known, path);
     if (!folder) return std::nullopt;
-    folder->ReadShortNames();
+    folder->ReadShortNames(newEntry);
     std::set<std::u16string> taken;
     std::copy_if(names.begin(), names.end(), std::inserter(taken, taken.end()),
                  [&](const std::u16string& name) { return folder->IsTaken(name); });

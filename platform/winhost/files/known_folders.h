@@ -22,9 +22,9 @@ void KnowFolder(const std::string& folder);
 // one. None if the folder is not known.
 std::optional<std::vector<std::string>> EntriesLike(const std::string& folder, std::u16string_view upper,
                                                     bool shortNames);
-// Returns those of the names, all in upper case, that an entry has as its own or its short one. None if the folder is not
-// known.
-std::optional<std::set<std::u16string>> TakenOf(const std::string& folder,
+// Returns those of the names, all in upper case, that an entry has as its own or its short one; `newEntry` has no short one
+// yet. None if the folder is not known.
+std::optional<std::set<std::u16string>> TakenOf(const std::string& folder, const std::string& newEntry,
                                                 const std::vector<std::u16string>& names);
 // Returns the entries that were seen without a short name since the last call. Empty for an unknown folder.
 std::set<std::string> TakeUnnamed(const std::string& folder);

@@ -38,7 +38,8 @@ Spelling& CurrentSpelling() {
 constexpr std::u16string_view kDevicePrefix = u"\\\\.\\";
 
 std::size_t FindSeparator(std::u16string_view path, std::size_t from = 0) {
-    return std::min(path.find_first_of(u"\\/", from), path.size());
+    const auto begin = path.begin() + static_cast<std::ptrdiff_t>(from);
+    return static_cast<std::size_t>(std::find_if(begin, path.end(), IsSeparator) - path.begin());
 }
 
 bool StartsWithDrive(std::u16string_view path) {
@@ -46,6 +47,8 @@ bool StartsWithDrive(std::u16string_view path) {
 }
 
 bool IsDeviceName(std::u16string_view name) {
+    constexpr std::size_t kLongest = 7;
+    if (name.size() > kLongest) return false;
     const std::u16string upper = Upper(name);
     if (upper == u"CONIN$" || upper == u"CONOUT$") return true;
     const std::u16string kind = upper.substr(0, 3);
@@ -104,14 +107,18 @@ std::u16string NetworkPath(std::u16string_view path) {
     return WithNames(root, path.substr(root.size()));
 }
 
+bool IsForbidden(char16_t unit) {
+    return unit < 0x20 || unit == u'|' ||
+           (unit <= u'?' && std::u16string_view(u"<>:\"?*").find(unit) != std::u16string_view::npos);
+}
+
 // Whether a stored name can have this form.
 bool IsValidName(std::u16string_view name) {
     if (name == u"." || name == u"..") return false;
-    for (const char16_t unit : name)
-        if (unit < 0x20 || std::u16string_view(u"<>:\"|?*").find(unit) != std::u16string_view::npos)
-            return false;
+    if (std::any_of(name.begin(), name.end(), IsForbidden)) return false;
     constexpr std::size_t kLongestName = 255;
-    if (name.size() <= kLongestName && Utf8(name).size() > kLongestName)
+    // A unit takes three bytes at most.
+    if (name.size() <= kLongestName && 3 * name.size() > kLongestName && Utf8(name).size() > kLongestName)
         NotModelled("paths", "a name that the host can't store: " + Utf8(name));
     return name.size() <= kLongestName;
 }

@@ -2,6 +2,7 @@
 #include "files/stored_names.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <strings.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -16,6 +17,7 @@
 #include <utility>
 #include <vector>
 
+#include "core/host_io.h"
 #include "core/machine.h"
 #include "core/text.h"
 #include "files/attributes.h"
@@ -47,11 +49,6 @@ struct Folder {
     const char* Next() {
         const dirent* entry = entries ? readdir(entries.get()) : nullptr;
         return entry ? entry->d_name : nullptr;
-    }
-    // Until the folder is closed, nobody else assigns short names in it.
-    void Lock() {
-        while (entries && flock(dirfd(entries.get()), LOCK_EX) != 0 && errno == EINTR) {
-        }
     }
     std::unique_ptr<DIR, int (*)(DIR*)> entries;
 };
@@ -100,7 +97,8 @@ void Assign(const std::string& folder, const std::string& name, std::u16string_v
 }
 
 // Assigns short names to those entries that lack one, in the order of a search.
-void AssignToAll(const std::string& folder, Folder& entries) {
+void AssignToAll(const std::string& folder) {
+    Folder entries(folder);
     std::set<std::u16string> taken;
     std::vector<std::pair<std::u16string, std::string>> lacking;
     while (const char* entry = entries.Next()) {
@@ -122,14 +120,16 @@ void AssignToAll(const std::string& folder, Folder& entries) {
     if (taken.size() > kManyEntries) KnowFolder(folder);
 }
 
-// Returns the first of the names that no entry of the folder has; none for an unknown folder. They are looked for several
-// at a time.
-std::optional<std::u16string> FirstFree(const std::string& folder, const names::ShortNames& candidates) {
+// Returns the first short name for the new entry that no entry of the folder has; none for an unknown folder. Several are
+// looked for at a time.
+std::optional<std::u16string> FirstFree(const std::string& folder, const std::string& newEntry) {
+    const std::u16string name = Utf16(newEntry);
+    const names::ShortNames candidates(name, Upper(name));
     for (unsigned first = 1;; first += candidates.firstSummed()) {
         std::vector<std::u16string> wanted;
         for (unsigned number = first; number < first + candidates.firstSummed(); ++number)
             wanted.push_back(candidates.Candidate(number));
-        const auto taken = TakenOf(folder, wanted);
+        const auto taken = TakenOf(folder, newEntry, wanted);
         if (!taken) return std::nullopt;
         for (const std::u16string& candidate : wanted)
             if (!taken->contains(candidate)) return candidate;
@@ -138,14 +138,16 @@ std::optional<std::u16string> FirstFree(const std::string& folder, const names::
 
 // Assigns a short name to the new entry, and to every entry that lacks one if this process doesn't know the folder.
 void AssignIn(const std::string& folder, const std::string& newEntry) {
-    Folder entries(folder);
-    entries.Lock();
+    // Until it is closed, nobody else assigns short names in this folder.
+    const Descriptor lock(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    while (lock && flock(lock.get(), LOCK_EX) != 0 && errno == EINTR) {
+    }
     std::optional<std::u16string> free;
-    if (!newEntry.empty()) free = FirstFree(folder, {Utf16(newEntry), Upper(Utf16(newEntry))});
+    if (!newEntry.empty()) free = FirstFree(folder, newEntry);
     if (free)
         Assign(folder, newEntry, *free);
     else
-        AssignToAll(folder, entries);
+        AssignToAll(folder);
 }
 
 bool AnyLacksShortName(const std::string& folder) {
