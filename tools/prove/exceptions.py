@@ -28,6 +28,9 @@ WININIT = 'C:\\Windows\\WININIT.INI: '
 ALL_USERS = 'HK*\\Qantivo 8\\ : AllUsers: REG_SZ "A"'
 OTHER_SCOPE = f'{GROUP}*: gone|{DESKTOP}gone|<Desktop>\\Qantivo 8.lnk: *|<Programs>\\Qantivo 8\\*|log: *|{ALL_USERS}'
 
+SETTINGS = 'HKCU\\Software\\Lorvanta\\: *|HKCU\\Software\\Lorvanta\\Qantivo 8\\*'
+VERSION = 'GetModuleHandleW|GetProcAddress|RtlGetVersion'
+
 NO_END = 'EndDialog|GetWindowLongPtrW|SetWindowLongPtrW|IsWindowEnabled'
 
 # The row in the document, the stage, and patterns with * and ?, separated by |: the scenarios, the disturbed calls, and the items
@@ -56,6 +59,16 @@ EXCEPTIONS = [
     ('1.11', AT_ONCE, 'uninstall', 'GetEnvironmentVariableW', '*C:\\Windows\\uni[*].tmp*'),
     ('1.12', AT_ONCE, 'download*', '*', DOWNLOADED),
     ('1.12', OFF_COURSE, 'download*', 'kill:*', DOWNLOADED),
+    # ---- what a call settles, by reading it or by failing itself, and what is therefore left out until a second run ----
+    ('1.2', LOST, 'install*', 'CoInitialize|IUnknown::QueryInterface|LoadStringW|WriteFile|GetWindow|SendMessageW', LINKS),
+    ('1.3', LOST, 'install*', VERSION, HANDLER),
+    ('1.11', LOST, 'uninstall', 'GetEnvironmentVariableW', f'{COPY}|mark: delete <Temp>\\uni*|programs: <Temp>\\uni*'),
+    ('1.13', LOST, 'install*|update', 'ReadFile', f'{TARGET}*|mark: * {TARGET}*|{HANDLER}|{SETTINGS}|programs: *QtvApp8.exe" -regonly: gone'),
+    ('1.13', LOST, 'update', 'RegOpenKeyExW|RegQueryValueExW', f'{TARGET}*.hlp: file *|mark: delete {TARGET}Samples: gone'),
+    ('1.14', LOST, 'uninstall', 'WaitForSingleObject', f'{TARGET}*: file *|{SETTINGS}'),
+    ('1.15', LOST, 'uninstall', VERSION, '*\\.j2k\\UserChoice\\*'),
+    ('3.1', LOST, 'uninstall', 'ReadFile', f'{TARGET}*|mark: delete {TARGET[:-1]}*: gone'),
+    ('3.3', LOST, 'uninstall', f'{VERSION}|WaitForSingleObject', HANDLER),
     # ---- repaired by a restart, another run and a restart ----
     ('2.1', AT_ONCE, 'update', 'MoveFileExW', f'{TARGET}presets.dat: gone'),
     ('2.1', SECOND, 'update', 'CopyFileW|MoveFileExW|kill:CopyFileW|kill:DeleteFileW|kill:MoveFileExW',
@@ -115,6 +128,9 @@ EXCEPTIONS = [
     ('7.2', AT_ONCE, 'download*', 'CloseHandle', 'messages: *This setup files are damaged*|pages: *|programs: *setup.exe*'),
     ('7.3', AT_ONCE, 'install*|update|uninstall', 'GetModuleHandleW|GetProcAddress|RtlGetVersion', 'programs: regsvr32.exe *'),
     ('7.4', AT_ONCE, 'update', 'ReadFile', 'programs: *QtvApp8.exe"*'),
+    ('7.7', LOST, 'update', 'ReadFile|GetModuleHandleA|GetProcAddress|OpenProcessToken|LookupPrivilegeValueW|AdjustTokenPrivileges',
+     'messages: * the machine is to be restarted *: gone'),
+    ('7.7', LOST, 'install', 'ReadFile', 'programs: *QtvApp8.exe": gone'),
     ('7.5', AT_ONCE, 'install-wizard', 'CreateDialogParamW|DestroyWindow|GetDlgItem|GetWindowText*|SetWindowTextW',
      'messages: *really want to cancel*|messages: *click BROWSE button*|messages: *valid group name*'),
     ('7.6', AT_ONCE, 'download*', 'GetExitCodeProcess', 'exit code: *'),

@@ -11,7 +11,7 @@ import tempfile
 from pathlib import Path
 
 import lab as laboratory
-from exceptions import AT_ONCE, EXCEPTIONS, FOR_GOOD, LASTING, LOST, OFF_COURSE, RUN, SECOND, TARGET, met
+from exceptions import AT_ONCE, COPY, EXCEPTIONS, FOR_GOOD, LASTING, LOST, OFF_COURSE, RUN, SECOND, TARGET, met
 from lab import Unusable
 from own_items import Trace
 from scenarios import SCENARIOS, install, prepare, run_again, run_in_use
@@ -121,9 +121,11 @@ class Benches:
         if scenario.downloads:
             installed = any(item.startswith(f'programs: "{TARGET}') for item in shown)
             return odd_items(LOST, state, after if installed else {**before, 'exit code': shown['exit code']})
-        is_own = reference['traces'][program].own(*use)
-        odd = odd_items(AT_ONCE, state, *machines) + (odd_items(LOST, state, after) if is_own else [])
-        return [problem for problem in odd if not (is_own and is_own(problem[1])) or problem[0] == AT_ONCE and not is_seen(problem[1])]
+        settles, is_own = reference['traces'][program].own(*use)
+        # The copy of an uninstaller stays if it can't be started.
+        changed = any(not is_seen(item) and not met(COPY, f'{item}: {now}') for _, item, now in odd_items(AT_ONCE, state, before))
+        odd = odd_items(AT_ONCE, state, *machines) + (odd_items(LOST, state, after) if changed or not settles else [])
+        return [problem for problem in odd if not is_own(problem[1]) or problem[0] == AT_ONCE and (settles or not is_seen(problem[1]))]
 
     def remedied(self, lab, scenario, stage):
         """What differs from the undisturbed machine after one more run and a restart."""

@@ -36,10 +36,12 @@ class Call:
     def named(self):
         """The beginnings of the names of the items that the arguments name."""
         fields = self.fields
-        if key := fields.get('parent') or fields.get('key'):
+        if (key := fields.get('parent') or fields.get('key') or '').startswith('HK'):
             hive = max((hive for hive in HIVES if key.startswith(hive)), key=len)
             key = HIVES[hive] + key[len(hive):]
             name = fields.get('name', 'null').replace('null', '(default)')
+            if self.name == 'RegEnumKeyW':
+                return [key]
             return [f'{key}\\ : {name}'] if 'key' in fields and self.name != 'RegDeleteKeyW' else [f'{key}\\{name}']
         # The folder itself is also named by its entries . and .. of a search.
         paths = [re.sub(r'\\[^\\]+\\\.\.$|\\\.?$', '', re.sub(r'\\+', r'\\', text))
@@ -109,14 +111,14 @@ class Trace:
         return later[:end + 1]
 
     def own(self, watched, name, nth, count):
-        """Returns a test of an item for whether it is the call's own; None if the trace doesn't tell. `count` is how often it was made."""
+        """Returns whether the call may settle the whole run, and a test of an item for whether it is the call's own. `count` is how often it
+        was made."""
         uses = self.uses(watched, name)
-        if name in SETTLING or len(uses) != count or watched == 'QtvUnInst.exe' and name == 'CopyFileW':
-            return None
-        uses = uses[nth - 1:nth] if nth else uses
+        is_told = len(uses) == count
+        settles = name in SETTLING or not is_told or watched == 'QtvUnInst.exe' and name == 'CopyFileW'
+        uses = (uses[nth - 1:nth] if nth else uses) if is_told else []
         # Without the manifest, the files of setup are damaged.
-        if name == '_waccess' and any(self.calls[at].fields['path'] == MANIFEST for at in uses):
-            return None
+        settles |= name == '_waccess' and any(self.calls[at].fields['path'] == MANIFEST for at in uses)
         named = {text for at in uses for call in self.window(at) for text in call.named() if text}
         files = {text.rpartition('\\')[2] for text in named if not text.startswith('HK')} - {''}
         # What a file is copied to is its own too.
@@ -147,4 +149,4 @@ class Trace:
                     or item.partition(': ')[0] in ('log', 'pages', 'programs') and any(text in item for text in named)
                     or item.startswith('mark: ') and any(item.endswith(text) or f'{text} ' in item for text in named)
                     or any(item.rpartition('\\')[2].startswith(file) for file in files))
-        return is_own
+        return settles, is_own

@@ -136,7 +136,7 @@ def prepare(lab, scenario, root, setup):
         install(lab)
     if scenario.updates or not scenario.installs:
         lab.write(rf'{PRODUCT}\my notes.txt', "the user's\n")
-        lab.value(key=EXTENSIONS + r'\.jpg\UserChoice', name='Progid', text=r'Applications\QtvApp8.exe')
+        lab.value(key=EXTENSIONS + r'\.j2k\UserChoice', name='Progid', text=r'Applications\QtvApp8.exe')
 
 
 def run_in_use(lab, scenario, watched, disturbance=None):
