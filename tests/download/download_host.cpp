@@ -33,7 +33,7 @@ class DownloadProgram : public ScratchTest {
     ~DownloadProgram() override { winhost::ClearProgramFaults(); }
 };
 
-TEST_F(DownloadProgram, EachFailureHasItsCodeAndItsWords) {
+TEST_F(DownloadProgram, EachFailureHasItsExitCodeAndText) {
     const std::vector<Text> programs = Tree(TEXT("C:\\Program Files"));
     const struct {
         const char* call;
@@ -67,7 +67,7 @@ TEST_F(DownloadProgram, EachFailureHasItsCodeAndItsWords) {
 }
 
 // An update that doesn't find its installation: the page says what is missing, and a button opens the address.
-TEST_F(DownloadProgram, ARefusedUpdateNamesTheFileAndTheFullDownload) {
+TEST_F(DownloadProgram, RefusedUpdateNamesTheFileAndTheFullDownload) {
     const std::vector<Text> programs = Tree(TEXT("C:\\Program Files"));
     MakeFile(At("download.exe"),
              Download("setup.exe:none a:bytes", 7, BuildBytes(QTV_BUILD_FOLDER "/download.exe"),

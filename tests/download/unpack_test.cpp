@@ -64,7 +64,7 @@ TEST_F(DownloadTest, WithoutSpaceNothingIsMade) {
 }
 
 // What is deleted was whole, or will be written later.
-TEST_F(DownloadTest, WhatIsDeletedUnderItIsNoticed) {
+TEST_F(DownloadTest, NoticesFilesThatAreDeletedMeanwhile) {
     for (const char* const name : {"new\\a", "new\\d\\e\\long", "new\\f"})
         for (const std::size_t cbBlock : std::initializer_list<std::size_t>{7, 100}) {
             Archive archive;
@@ -78,7 +78,7 @@ TEST_F(DownloadTest, WhatIsDeletedUnderItIsNoticed) {
         }
 }
 
-TEST_F(DownloadTest, ACancelledUnpackingEnds) {
+TEST_F(DownloadTest, CancelEndsTheUnpacking) {
     Archive archive;
     ASSERT_EQ(Open(Download(kFiles, 16), archive), Outcome::Right);
     Progress progress(archive.table);
@@ -114,7 +114,7 @@ TEST_F(DownloadTest, ThePageShowsTheShareAndCancels) {
     EXPECT_TRUE(wasHidden);
 }
 
-TEST(DownloadNames, OnlyPlainOnesAreUnpacked) {
+TEST(DownloadNames, OnlyPlainNamesAreUnpacked) {
     for (const LPCWSTR name :
          {TEXT("a"), TEXT("a b.c\\D"), TEXT(".x"), TEXT("com.txt"), TEXT("com10"), TEXT("\x3b1\x4e00")})
         EXPECT_TRUE(IsPlainName(name)) << Narrow(name);
@@ -177,7 +177,7 @@ class PrivateFolderTest : public DownloadTest {
     const Table m_table{{}, {{TEXT("d"), 0, 0, FILE_ATTRIBUTE_DIRECTORY}, {TEXT("d\\f"), 0, 0, 0}}};
 };
 
-TEST_F(PrivateFolderTest, ItsMarksAreThereBeforeItAndGoWithIt) {
+TEST_F(PrivateFolderTest, IsMarkedBeforeItIsMadeAndUnmarkedAfterItsRemoval) {
     Make("other:x");
     ASSERT_TRUE(MoveFileExW(At("other").c_str(), nullptr, MOVEFILE_DELAY_UNTIL_REBOOT));
     Text path;
@@ -203,7 +203,7 @@ CHILD_PROGRAM(KilledDownload) {
     ExitProcess(9);
 }
 
-TEST_F(PrivateFolderTest, TheNextStartRemovesThatOfAKilledRun) {
+TEST_F(PrivateFolderTest, NextStartRemovesTheFolderOfAKilledRun) {
     if (IsBeforeRestart(1)) {
         ASSERT_EQ(RunChild("KilledDownload"), 9u);
         EXPECT_TRUE(Exists(Wide(FileBytes(At("path")).value_or("")) + TEXT("\\f")));
@@ -212,7 +212,7 @@ TEST_F(PrivateFolderTest, TheNextStartRemovesThatOfAKilledRun) {
     EXPECT_FALSE(Exists(Wide(FileBytes(At("path")).value_or("C:\\"))));
 }
 
-TEST_F(PrivateFolderTest, ThoseOfKilledRunsAreRemovedAndThoseInUseStay) {
+TEST_F(PrivateFolderTest, RemovesFoldersOfKilledRunsAndKeepsThoseInUse) {
     PrivateFolder running, folder;
     ASSERT_EQ(running.Make(m_table), Outcome::Right);
     ASSERT_EQ(folder.Make(m_table), Outcome::Right);

@@ -1,5 +1,6 @@
 #include <atomic>
 #include <chrono>
+#include <mutex>
 #include <thread>
 
 #include "command_line.h"
@@ -123,23 +124,26 @@ TEST_F(UpdateTest, WithoutSpaceOrWhenCancelledNothingIsMade) {
 }
 
 // There are more files than threads. So one is whole when another begins.
-TEST_F(UpdateTest, WhatIsDeletedUnderItIsNoticed) {
+TEST_F(UpdateTest, NoticesFilesThatAreDeletedMeanwhile) {
     std::vector<MadeFile> made;
     for (char name = 'a'; name < 'j'; ++name)
         made.push_back({{name}, "old\\other", kOld, "", kOld});
-    std::atomic<bool> isDone = false;
+    // No file can be deleted while another thread reads it here.
+    std::mutex one;
+    bool isDone = false;
     const auto onShare = [&] {
+        const std::lock_guard lock(one);
         for (const MadeFile& file : made) {
             const Text path = At("new\\" + file.name);
-            if (!Exists(path) || FileBytes(path) != kOld || isDone.exchange(true)) continue;
+            if (isDone || !Exists(path) || FileBytes(path) != kOld) continue;
             (void)SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
-            (void)DeleteFileW(path.c_str());
+            isDone = DeleteFileW(path.c_str()) != FALSE;
         }
     };
     EXPECT_EQ(Carry(Download("", 1, "a program", made), onShare), Outcome::Failed);
 }
 
-TEST_F(UpdateTest, OneDifferenceAtATimeIsInWork) {
+TEST_F(UpdateTest, MakesOneDifferenceAtATime) {
     std::vector<MadeFile> made;
     for (const char* name : {"a", "b", "c", "d"})
         made.push_back({name, "old\\file", kOld, Step(0, "", "all of it"), "all of it"});
@@ -155,7 +159,7 @@ TEST_F(UpdateTest, OneDifferenceAtATimeIsInWork) {
 }
 
 // What is written is what was checked. The last byte is another one when the first piece is written.
-TEST_F(UpdateTest, WhatChangesUnderItIsNoticed) {
+TEST_F(UpdateTest, NoticesFilesThatChangeMeanwhile) {
     const std::string large(600'000, 'x');
     MakeFile(At("app\\large"), large);
     std::atomic<bool> isDone = false;
@@ -170,7 +174,7 @@ TEST_F(UpdateTest, WhatChangesUnderItIsNoticed) {
               Outcome::OtherInstallation);
 }
 
-TEST_F(UpdateTest, ItsFilesAreMarkedToo) {
+TEST_F(UpdateTest, MarksTheFilesThatItMakes) {
     PrivateFolder folder;
     Table table{{}, {{TEXT("d"), 0, 0, FILE_ATTRIBUTE_DIRECTORY}}};
     table.rebuilt.push_back({{TEXT("d\\r"), 0, 0, 0}, TEXT("r"), 0, {}, {}, {}});

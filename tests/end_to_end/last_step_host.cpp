@@ -79,7 +79,7 @@ TEST_F(LastStep, DamagedPackageOpensTheHomePage) {
 }
 
 // In the wizard, the web page comes first. The product or the restart follows if the box is ticked.
-TEST_F(LastStep, OfTheWizardComesAfterTheWebPage) {
+TEST_F(LastStep, ComesAfterTheWebPageInTheWizard) {
     const auto run = [&](bool press) {
         winhost::ClearEvents();
         const auto person = [&](const Driver& wizard) {

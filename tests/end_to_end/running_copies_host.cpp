@@ -17,7 +17,7 @@ TEST_F(ClosedCopies, AreThoseOfTheList) {
 }
 
 // If setup can't open a copy's process, the application itself decides how it ends.
-TEST_F(ClosedCopies, AreToldThatSetupClosesThem) {
+TEST_F(ClosedCopies, GetTheMessageThatSetupClosesThem) {
     const RunningProgram copy = StartCopy(package);
     COXInstanceManager list(TEXT("Lorvanta.Qantivo-ZR.v4"), 1024, false);
     EXPECT_EQ(list.CountInstances(), 1);

@@ -21,6 +21,7 @@ TEST_F(RunningCopies, EndSetupByLeavingTheListDuringTheQuestion) {
     const RunningProgram copies[] = {StartCopy(package), StartCopy(package)};
     const BoxAnswers answers({kLeftOpen});
     const auto closeThemAndAgree = [&](const Driver& question) {
+        question.Await("the answer", [&] { return !answers.Shown().empty(); });
         for (const RunningProgram& copy : copies) {
             EXPECT_EQ(COXInstanceManager::CloseInstance(copy.Id()), 1);
             (void)copy.ExitCode();

@@ -357,10 +357,7 @@ int RunTestsOrChild() {
 
 // ---- message boxes ----
 
-// The test may close a box that is left open before it has been seen.
-BoxAnswers::BoxAnswers(std::vector<int> buttons)
-    : m_answers(buttons.size() -
-                static_cast<std::size_t>(std::count(buttons.begin(), buttons.end(), kLeftOpen))) {
+BoxAnswers::BoxAnswers(std::vector<int> buttons) : m_answers(buttons.size()) {
     StartBoxes(std::move(buttons));
 }
 

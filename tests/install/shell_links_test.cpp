@@ -36,7 +36,7 @@ TEST_F(ShellLinks, HoldWhatTheyAreGivenAndAreLogged) {
     EXPECT_EQ(FileBytes(kLog), log);
 }
 
-TEST_F(ShellLinks, ThatCantBeSavedAreNotLogged) {
+TEST_F(ShellLinks, AreNotLoggedIfTheyCantBeSaved) {
     const auto make = [](const Text& target, const Text& link) {
         return MakeShellLink(target.c_str(), link.c_str(), TEXT(""), kDefaultShowCommand, nullptr, nullptr);
     };

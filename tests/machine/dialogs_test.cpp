@@ -103,6 +103,14 @@ TEST_F(Dialogs, AnswerAsWindowsDoes) {
         EXPECT_EQ(GetNextDlgTabItem(dialog, from, FALSE), line);
     }
     EXPECT_EQ(SendMessageW(line, WM_CHAR, 'x', 0), 1);
+    // A dialog that becomes inactive remembers which control has the focus, but not if it is minimized.
+    for (const bool isMinimized : {false, true}) {
+        (void)SetFocus(lines);
+        (void)SendMessageW(dialog, WM_ACTIVATE, MAKEWPARAM(WA_INACTIVE, isMinimized), 0);
+        (void)SetFocus(line);
+        (void)SendMessageW(dialog, WM_ACTIVATE, WA_ACTIVE, 0);
+        EXPECT_EQ(GetFocus(), isMinimized ? line : lines);
+    }
 
     const auto order = [&](HWND after) {
         EXPECT_TRUE(SetWindowPos(upper, after, 0, 0, 0, 0, SWP_NOSIZE | SWP_NOMOVE));
@@ -136,7 +144,7 @@ TEST_F(Dialogs, GetMessagesInTheOrderOfWindows) {
     }
 }
 
-TEST_F(Dialogs, TellThatTheyAreActiveNoMoreEvenIfHidden) {
+TEST_F(Dialogs, AreDeactivatedEvenIfHidden) {
     const HWND dialog = MakeDialog({kFrame & ~WS_VISIBLE, kModalItems});
     EXPECT_TRUE(SetForegroundWindow(dialog) && GetActiveWindow() == dialog);
     heard.clear();
@@ -146,7 +154,7 @@ TEST_F(Dialogs, TellThatTheyAreActiveNoMoreEvenIfHidden) {
     EXPECT_TRUE(DestroyWindow(dialog));
 }
 
-TEST_F(Dialogs, OfMessagesHaveTheirDefaultButtonAndKeys) {
+TEST_F(Dialogs, MessageBoxesHaveTheirDefaultButtonAndKeys) {
     constexpr WCHAR kBox[] = TEXT("Box of the tests");
     const struct {
         UINT style;

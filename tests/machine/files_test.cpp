@@ -7,7 +7,7 @@ namespace {
 
 class Files : public ScratchTest {};
 
-TEST_F(Files, FailWithTheErrorThatTheirCallersTellApart) {
+TEST_F(Files, FailWithTheErrorsOfWindows) {
     MakeFiles({"a", "full\\x"});
     MakeFiles({"b"}, "b");
     MakeFolder(TEXT("C:\\Scratch\\empty"));

@@ -43,7 +43,7 @@ std::string EnumerateKey(HKEY key, DWORD index, DWORD cchName) {
     return ToldError(RegEnumKeyW(key, index, name, cchName));
 }
 
-TEST_F(Registry, FailsWithTheErrorThatItsCallersTellApart) {
+TEST_F(Registry, FailsWithTheErrorsOfWindows) {
     ASSERT_EQ(MakeKey(m_key, TEXT("Parent\\Child")), "ok");
     const auto reader = OpenKey(m_key, Text());
     EXPECT_NE(reader.get(), m_key);

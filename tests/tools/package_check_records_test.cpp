@@ -35,7 +35,7 @@ struct Row {
     int exitCode = *expected ? 1 : 0;
 };
 
-TEST_F(PackageRecords, EveryTrapOfARecordIsFound) {
+TEST_F(PackageRecords, FindsEveryTrapOfARecord) {
     // A path of 259 characters, and one of 260.
     const std::string deep = std::string(118, 'd') + "\\" + std::string(113, 'e'), deeper = deep + "e";
     const std::string deepRecords =
@@ -163,7 +163,7 @@ TEST_F(PackageRecords, EveryTrapOfARecordIsFound) {
     }
 }
 
-TEST_F(PackageRecords, ManyRecordsForOneFolderAreANote) {
+TEST_F(PackageRecords, NotesManyRecordsForOneFolder) {
     const struct {
         unsigned count;
         const char* folder;
@@ -192,14 +192,14 @@ TEST_F(PackageRecords, ManyRecordsForOneFolderAreANote) {
     }
 }
 
-TEST_F(PackageRecords, ACommentThatMakesTheRemovalDeleteIsTold) {
+TEST_F(PackageRecords, ReportsACommentThatMakesTheRemovalDelete) {
     Write("QtvUnInst.log", kStart + "File Copy: a | remark\nMake Dir: s | remark");
     EXPECT_EQ(Check(), "comment:4 no-match:4 comment:5");
     EXPECT_NE(m_findings[0].happens.find("it deletes a file"), std::string::npos);
     EXPECT_EQ(m_findings[2].happens.find("deletes"), std::string::npos);
 }
 
-TEST_F(PackageRecords, AnyBytesAndAnyNumberOfRecordsAreTaken) {
+TEST_F(PackageRecords, AcceptsAnyBytesAndAnyNumberOfRecords) {
     std::minstd_rand random(8);
     for (int round = 0; round < 10; ++round) {
         std::string bytes;

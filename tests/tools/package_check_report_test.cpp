@@ -8,7 +8,7 @@ using package_check::Finding;
 
 namespace {
 
-TEST(PackageCheckReport, SaysAllForAPersonAndForAProgram) {
+TEST(PackageCheckReport, ShowsAllToAPersonAndToAProgram) {
     const std::vector<Finding> findings = {{"some-id", "f", 3, "a\"\\\x01", "b", "c"},
                                            {"other", "", 0, "d", "e", "g"},
                                            {"hint", "f", 1, "h", "i", "j", true}};

@@ -4,7 +4,7 @@
 
 namespace {
 
-TEST_F(PackageCheckTest, EveryFileThatSetupReadsIsChecked) {
+TEST_F(PackageCheckTest, ChecksEveryFileThatSetupReads) {
     const std::string longLine = "URL=http://h/?" + std::string(260, 'x');
     const struct {
         const char* file;
@@ -69,7 +69,7 @@ TEST_F(PackageCheckTest, SamplesAreClean) {
     }
 }
 
-TEST_F(PackageCheckTest, WhatCanNotBeReadOrWrittenIsTold) {
+TEST_F(PackageCheckTest, ReportsWhatCantBeReadOrWritten) {
     const Text manifest = kPackage + TEXT("\\QtvUnInst.log");
     ASSERT_TRUE(SetFileAttributesW(manifest.c_str(), FILE_ATTRIBUTE_READONLY));
     EXPECT_EQ(Check(), "manifest-read-only(QtvUnInst.log)");

@@ -47,7 +47,7 @@ TEST_F(Uninstall, DeletesLinksAndGroupsByTheProductsName) {
 }
 
 // A value without a usable text names no folder. It never names the root of the drive.
-TEST_F(Uninstall, PassesOverOddFoldersOfAUser) {
+TEST_F(Uninstall, IgnoresOddFoldersOfAUser) {
     const Text key = Text(TEXT(".DEFAULT\\")) + kShellFoldersKey;
     const Text link = TEXT("C:\\Qantivo 8.lnk"), group = TEXT("C:\\Qantivo 8");
     const std::optional<StoredValue> odd[] = {

@@ -18,7 +18,7 @@ namespace {
 using UninstallFaults = ScratchTest;
 
 // Nothing of a program that was started stays open.
-TEST_F(UninstallFaults, ApplicationIsToldToUnregisterItself) {
+TEST_F(UninstallFaults, ApplicationIsStartedToUnregisterItself) {
     ImportFile("package/QtvApp8.exe", kScratch + TEXT("\\QtvApp8.exe"));
     MakeFile(kScratch + TEXT("\\QtvUnInst.log"));
     winhost::ClearEvents();
@@ -30,7 +30,7 @@ TEST_F(UninstallFaults, ApplicationIsToldToUnregisterItself) {
 }
 
 // The shell is told once when a choice goes or comes back, and otherwise never.
-TEST_F(UninstallFaults, ShellIsToldOfAChange) {
+TEST_F(UninstallFaults, ShellIsNotifiedOfAChange) {
     const Text key = TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\FileExts");
     for (const DWORD version : {5, 10})
         for (const bool told : {true, false}) {
@@ -50,7 +50,7 @@ TEST_F(UninstallFaults, ShellIsToldOfAChange) {
 }
 
 // A shell folder whose path has four characters or fewer counts as none.
-TEST_F(UninstallFaults, ShortFoldersOfTheShellArePassedOver) {
+TEST_F(UninstallFaults, ShellFoldersWithShortPathsAreIgnored) {
     const Text key = TEXT("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders");
     for (const Text folder : {TEXT("C:\\a"), TEXT("C:\\ab")}) {
         for (const LPCWSTR value : {TEXT("Common Startup"), TEXT("Common Desktop"), TEXT("Common Programs")})
@@ -76,7 +76,7 @@ TEST_F(UninstallFaults, BrowserKeysAreThoseOfThe64BitView) {
 
 // Whichever call fails, only the item of that call stays.
 // Only the handle of the file extensions' key is left open.
-TEST_F(UninstallFaults, AFailureLosesOnlyItsOwnItem) {
+TEST_F(UninstallFaults, FailureAffectsOnlyItsOwnItem) {
     const std::pair<std::string, Text> items[] = {
         {"a ", TEXT(".DEFAULT\\Software\\Lorvanta\\Qantivo 8\\a")},
         {"b ", TEXT(".DEFAULT\\Software\\Lorvanta\\Qantivo 8\\b")},

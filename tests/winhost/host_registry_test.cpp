@@ -84,7 +84,7 @@ TEST_F(HostRegistry, KeepsBytesInItsTextForm) {
     EXPECT_EQ(ReadText().find("\"number\""), text.npos);
 }
 
-TEST_F(HostRegistry, PassesOverLinesThatItCantRead) {
+TEST_F(HostRegistry, IgnoresLinesThatItCantRead) {
     WriteText("\xEF\xBB\xBF" + m_before +
               "[HKEY_CURRENT_USER\\Software]\n\"alias\"=\"x\"\n[HKEY_NOWHERE\\x]\n\"nowhere\"=\"x\"\n"
               "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Lorvanta]\r\n"

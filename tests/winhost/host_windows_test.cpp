@@ -88,7 +88,7 @@ int SetOkText(HWND browser, UINT, LPARAM, LPARAM) {
     return static_cast<int>(SendMessageW(browser, kSetOkText, 0, 0));
 }
 
-TEST_F(HostWindows, OfFoldersNameNewOnesAsWindowsDoes) {
+TEST_F(HostWindows, FolderBrowserNamesNewFoldersAsWindowsDoes) {
     constexpr UINT kFlags = BIF_RETURNONLYFSDIRS | BIF_EDITBOX | BIF_VALIDATE | BIF_NEWDIALOGSTYLE;
     Text path;
     BROWSEINFOW browse = {

@@ -9,7 +9,7 @@ class HostLinks : public ScratchTest {};
 // Saved by Wine's shell, which keeps names outside the code page only in the list of item ids.
 const std::string kForeignLink = BuildBytes(QTV_SOURCE_FOLDER "/tests/winhost/foreign.lnk");
 
-TEST_F(HostLinks, OfAnotherShellAreRead) {
+TEST_F(HostLinks, AreReadFromAnotherShell) {
     const auto link = winhost::ParseLink(kForeignLink);
     ASSERT_TRUE(link);
     EXPECT_EQ(link->path, TEXT("C:\\Scratch\\\u00FC \u0416.exe"));

@@ -41,7 +41,7 @@ TEST_F(HostVersions, AreFoundInProgramsOfEveryKind) {
     EXPECT_EQ(Version(TEXT("C:\\Scratch\\none"), TEXT("\\")), "ERROR_FILE_NOT_FOUND");
 }
 
-TEST_F(HostVersions, OfCutFilesAreWholeOrMissing) {
+TEST_F(HostVersions, AreWholeOrMissingInCutFiles) {
     const std::string_view block = winhost::FindVersionBlock(kProgram).block;
     ASSERT_FALSE(block.empty());
     for (std::size_t end = 0; end < kProgram.size(); end += 7) {

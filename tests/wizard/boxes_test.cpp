@@ -34,6 +34,7 @@ TEST_F(OpenBoxes, AllowNoSecondBox) {
             EXPECT_TRUE(IsWindow(box.Window()) && IsWindow(page) && !IsWindowEnabled(wizard.Window()));
             EXPECT_EQ(FindWindowExW(nullptr, box.Window(), nullptr, title.c_str()), nullptr)
                 << "a second one";
+            box.Await("the answer", [&] { return answers.Shown().size() == row.messages.size(); });
             box.Press(row.answer);
             wizard.Await("the frame", [&] { return IsWindowEnabled(wizard.Window()) != 0; });
             wizard.Settle();

@@ -71,7 +71,8 @@ LRESULT DialogDefault(HWND window, DialogState& state, UINT message, WPARAM wPar
             Close(window);
             return 0;
         case WM_ACTIVATE:
-            if (LOWORD(wParam) == WA_INACTIVE)
+            // The other half of the value says that the window is minimized. Then it counts as active.
+            if (wParam == WA_INACTIVE)
                 SaveFocus(window, state);
             else
                 RestoreFocus(state, window, true);
