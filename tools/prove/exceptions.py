@@ -18,7 +18,8 @@ GROUP = '<CommonPrograms>\\Qantivo 8\\'
 DESKTOP = '<CommonDesktop>\\Qantivo 8.lnk: '
 PROBE = '<CommonStartup>\\q8t[*].tmp: *'
 COPY = '<Temp>\\uni[*].tmp: *'
-LINKS = f'{GROUP}*|{DESKTOP}*|log: Made Dir: *|log: Shell Link: *'
+SHORTCUTS = f'{GROUP}*|{DESKTOP}*|log: Shell Link: *'
+LINKS = f'{SHORTCUTS}|log: Made Dir: *'
 HIDDEN_LIBRARY = 'C:\\Package\\runtime9.dll*'
 HANDLER = 'HKLM\\SOFTWARE\\Classes\\CLSID\\{5E0C2B7A-8D41-4F69-9C3B-71A6D2E48F15}*'
 ASIDE = f'{TARGET}*.old: file *|{TARGET}*.new: file *'
@@ -98,7 +99,7 @@ EXCEPTIONS = [
     # ---- the power is cut during a call ----
     ('5.1', AT_ONCE, 'install|update', 'power:CopyFileW', f'{TARGET}*: file *|{LOG}: *|log: *'),
     ('5.1', AT_ONCE, 'install|update', 'power:WriteFile', 'log: *: once'),
-    ('5.1', AT_ONCE, 'install|update', 'power:IPersistFile::Save', LINKS),
+    ('5.1', AT_ONCE, 'install|update', 'power:IPersistFile::Save', SHORTCUTS),
     ('1.7', AT_ONCE, 'install|update', 'power:MoveFileW', HIDDEN_LIBRARY),
     ('1.2', AT_ONCE, 'update', 'power:*', LINKS),
     ('5.2', AT_ONCE, 'update', 'power:*', f'{TARGET}*: gone'),
