@@ -8,6 +8,8 @@ import re
 import shutil
 import signal
 import tempfile
+from concurrent.futures import ProcessPoolExecutor
+from concurrent.futures.process import BrokenProcessPool
 from pathlib import Path
 
 import lab as laboratory
@@ -184,9 +186,11 @@ class Benches:
 
     def for_each(self, task, jobs):
         """Calls task(benches, lab, folder, *job) for each job, distributed over the processors. Returns the results in a list."""
-        context = multiprocessing.get_context('fork')
-        with context.Pool(initializer=begin_worker, initargs=(self, task)) as pool:
-            return pool.map(do_job, jobs, chunksize=1)
+        try:
+            with ProcessPoolExecutor(mp_context=multiprocessing.get_context('fork'), initializer=begin_worker, initargs=(self, task)) as pool:
+                return list(pool.map(do_job, jobs))
+        except BrokenProcessPool:
+            raise Unusable('a worker of the proof was ended from outside') from None
 
 
 def begin_worker(benches, task):
