@@ -43,7 +43,8 @@ TEST_F(DownloadTest, FilesAreUnpackedFromAnyBlocks) {
         EXPECT_TRUE(GetFileAttributesW(At("new\\d\\fixed").c_str()) & FILE_ATTRIBUTE_READONLY);
     }
     EXPECT_EQ(UnpackBytes(Download("", 1)), Outcome::Right);
-    EXPECT_EQ(UnpackBytes(Download("a:1 A:2", 1)), Outcome::Failed);
+    // One block, because under Wine two threads can make two files at once whose names differ in case only.
+    EXPECT_EQ(UnpackBytes(Download("a:1 A:2", 2)), Outcome::Failed);
 }
 
 TEST_F(DownloadTest, EachChangedBitAndEachCutIsNoticed) {

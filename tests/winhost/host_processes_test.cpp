@@ -1,6 +1,8 @@
 // Processes of the embedded machine: who counts as one, how they are found and how they end.
+#include <fcntl.h>
 #include <shellapi.h>
 #include <shlobj.h>
+#include <sys/file.h>
 
 #include <cstdarg>
 #include <fstream>
@@ -35,6 +37,14 @@ TEST_F(HostProcesses, AreInvisible) {
         << "a process outside the machine is not waited for";
     EXPECT_FALSE(fs::exists(stale));
     EXPECT_EQ(waitpid(stranger.Id(), nullptr, WNOHANG), 0) << "the stranger runs on";
+}
+
+// A program that is killed while it starts another one leaves that one's entry unnamed and locked.
+TEST_F(HostProcesses, StartAfterOneThatWasKilledDuringAStart) {
+    const winhost::Descriptor left(
+        open((winhost::TableFolder() + "/new").c_str(), O_CREAT | O_RDWR | O_CLOEXEC, 0666));
+    EXPECT_EQ(flock(left.get(), LOCK_EX), 0);
+    EXPECT_EQ(RunChild("EndAsTold", kScratch + TEXT("\\child.exe"), TEXT("exit")), 300u);
 }
 
 TEST_F(HostProcesses, AreEndedOnlyWithTheRightToDoSo) {

@@ -145,10 +145,11 @@ std::string TableFolder() {
     return (StateFolder() / "processes").native();
 }
 
-// The entry of an ended process keeps its record for those that have it open.
-NewEntry::NewEntry()
-    : m_path(TableFolder() + "/new"),
-      m_table(open(m_path.c_str(), O_CREAT | O_TRUNC | O_RDWR | O_CLOEXEC, 0666)) {
+// The entry of an ended process keeps its record for those that have it open. A starter that was killed leaves an unnamed
+// one, which the program that it started holds locked.
+NewEntry::NewEntry() : m_path(TableFolder() + "/new") {
+    (void)unlink(m_path.c_str());
+    m_table = Descriptor(open(m_path.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, 0666));
     if (m_table && flock(m_table.get(), LOCK_EX) != 0) m_table = Descriptor();
 }
 
