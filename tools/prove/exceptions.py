@@ -28,7 +28,6 @@ WININIT = 'C:\\Windows\\WININIT.INI: '
 # Everything that differs between an installation for all users and one for the current user.
 ALL_USERS = 'HK*\\Qantivo 8\\ : AllUsers: REG_SZ "A"'
 OTHER_SCOPE = f'{GROUP}*: gone|{DESKTOP}gone|<Desktop>\\Qantivo 8.lnk: *|<Programs>\\Qantivo 8\\*|log: *|{ALL_USERS}'
-
 SETTINGS = 'HKCU\\Software\\Lorvanta\\: *|HKCU\\Software\\Lorvanta\\Qantivo 8\\*'
 VERSION = 'GetModuleHandleW|GetProcAddress|RtlGetVersion'
 
@@ -42,7 +41,7 @@ EXCEPTIONS = [
     ('1.1', AT_ONCE, 'update', 'CopyFileW|kill:CopyFileW|kill:DeleteFileW|kill:MoveFileExW', f'{TARGET}*: gone'),
     ('1.2', AT_ONCE, 'update', 'kill:*|CoInitialize|CoCreateInstance|IUnknown::QueryInterface|IPersistFile::Save|LoadStringW|'
      'CreateDirectoryW|_waccess|WriteFile|_wfopen', f'{GROUP}*: gone|{DESKTOP}gone|log: *: gone'),
-    ('1.3', AT_ONCE, 'install*|update', 'GetModuleHandleW|GetProcAddress|RtlGetVersion',
+    ('1.3', AT_ONCE, 'install*|update', VERSION,
      'HKLM\\SOFTWARE\\Lorvanta\\Qantivo 8\\Capabilities\\FileAssociations\\ : *'),
     ('1.4', AT_ONCE, 'install*|update', 'IShellLinkW::SetPath|IShellLinkW::SetWorkingDirectory|SHGetFolderPathW',
      '*\\Qantivo 8*.lnk: shortcut to *'),
@@ -60,7 +59,7 @@ EXCEPTIONS = [
     ('1.11', AT_ONCE, 'uninstall', 'GetEnvironmentVariableW', '*C:\\Windows\\uni[*].tmp*'),
     ('1.12', AT_ONCE, 'download*', '*', DOWNLOADED),
     ('1.12', OFF_COURSE, 'download*', 'kill:*', DOWNLOADED),
-    # ---- what a call settles, by reading it or by failing itself, and what is therefore left out until a second run ----
+    # ---- what is left out until a second run, because a call that settles it fails ----
     ('1.2', LOST, 'install*', 'CoInitialize|IUnknown::QueryInterface|LoadStringW|WriteFile|GetWindow|SendMessageW', LINKS),
     ('1.3', LOST, 'install*', VERSION, HANDLER),
     ('1.11', LOST, 'uninstall', 'GetEnvironmentVariableW', f'{COPY}|mark: delete <Temp>\\uni*|programs: <Temp>\\uni*'),
@@ -77,7 +76,7 @@ EXCEPTIONS = [
     # ---- repaired by installing and uninstalling once more ----
     ('3.1', LASTING, 'uninstall', 'FindFirstFileW|FindNextFileW|_wfopen|ReadFile', f'{TARGET}*'),
     ('3.2', LASTING, 'uninstall', 'MoveFileExW', f'{TARGET}*'),
-    ('3.3', LASTING, 'uninstall', 'CreateProcessW|GetModuleHandleW|GetProcAddress|RtlGetVersion|WaitForSingleObject', HANDLER),
+    ('3.3', LASTING, 'uninstall', f'CreateProcessW|{VERSION}|WaitForSingleObject', HANDLER),
     ('3.4', LASTING, 'uninstall', 'two:*', f'{HIDDEN_LIBRARY}|{HANDLER}'),
     ('3.4', AT_ONCE, 'install|uninstall', 'two:*', HIDDEN_LIBRARY),
     ('3.5', LASTING, 'uninstall', 'two:*', f'{TARGET}*'),
@@ -127,14 +126,14 @@ EXCEPTIONS = [
      'GetFileVersionInfo*|GetModuleFileNameW|GetProcAddress|GetSystemDirectoryW|LoadLibraryW|VerQueryValueW|_waccess',
      'exit code: 1|messages: *This setup files are damaged*|pages: *'),
     ('7.2', AT_ONCE, 'download*', 'CloseHandle', 'messages: *This setup files are damaged*|pages: *|programs: *setup.exe*'),
-    ('7.3', AT_ONCE, 'install*|update|uninstall', 'GetModuleHandleW|GetProcAddress|RtlGetVersion', 'programs: regsvr32.exe *'),
+    ('7.3', AT_ONCE, 'install*|update|uninstall', VERSION, 'programs: regsvr32.exe *'),
     ('7.4', AT_ONCE, 'update', 'ReadFile', 'programs: *QtvApp8.exe"*'),
-    ('7.7', LOST, 'update', 'ReadFile|GetModuleHandleA|GetProcAddress|OpenProcessToken|LookupPrivilegeValueW|AdjustTokenPrivileges',
-     'messages: * the machine is to be restarted *: gone'),
-    ('7.7', LOST, 'install', 'ReadFile', 'programs: *QtvApp8.exe": gone'),
     ('7.5', AT_ONCE, 'install-wizard', 'CreateDialogParamW|DestroyWindow|GetDlgItem|GetWindowText*|SetWindowTextW',
      'messages: *really want to cancel*|messages: *click BROWSE button*|messages: *valid group name*'),
     ('7.6', AT_ONCE, 'download*', 'GetExitCodeProcess', 'exit code: *'),
+    ('7.7', LOST, 'update', 'ReadFile|GetModuleHandleA|GetProcAddress|OpenProcessToken|LookupPrivilegeValueW|AdjustTokenPrivileges',
+     'messages: * the machine is to be restarted *: gone'),
+    ('7.7', LOST, 'install', 'ReadFile', 'programs: *QtvApp8.exe": gone'),
     # ---- not about the machine: how often the copy makes these calls is a matter of chance. If the first process still runs, the
     # copy sends it a message. If not, the copy makes the list anew, which is one more access. ----
     (None, RUN, 'uninstall', 'kill:EnumWindows|kill:PostMessageW|kill:MapViewOfFile|kill:WaitForSingleObject|kill:ReleaseMutex|'
