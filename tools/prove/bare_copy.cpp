@@ -14,7 +14,7 @@ bool Copy(const CString& from, const CString& to) {
                       target = to + TEXT("\\") + name;
         if (name == TEXT(".") || name == TEXT("..")) continue;
         isCopied = match.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY ? Copy(source, target)
-                                                                     : CopyFileW(source, target, TRUE);
+                                                                     : CopyFileW(source, target, FALSE);
     } while (isCopied && FindNextFileW(find, &match));
     return FindClose(find) && isCopied;
 }
