@@ -2,19 +2,14 @@
 # Tests package_make from the shell: package_make_test.sh BUILD-FOLDER
 build=$(realpath "$1")
 . "$(dirname "${BASH_SOURCE[0]}")/../harness/shell_test.sh"
-make=("$build/package_make")
-[ ! -e "$build/package_make.exe" ] || make=("$root/scripts/wine.sh" "$build/package_make.exe")
-check=("${make[@]/%package_make/package_check}")
-check=("${check[@]/%package_make.exe/package_check.exe}")
-[ -x "${make[-1]}" ] || { echo "package_make_test: ${make[-1]} is missing" >&2; exit 1; }
+make=("$build/package_make") check=("$build/package_check")
+[ ! -e "${make[0]}.exe" ] || make=("$root/scripts/wine.sh" "${make[0]}.exe") check=("$root/scripts/wine.sh" "${check[0]}.exe")
 
 # made EXIT-CODE ARGUMENT...
 made() {
     run "$1" "${make[@]}" "${@:2}"
     [ -z "$(compgen -G 'out.*')" ] || fail "$* leaves something unfinished"
 }
-# Compares the package's manifest with the standard input.
-manifest_is() { diff - <(tr -d '\r' <"$1/QtvUnInst.log") || fail "the manifest of $1 differs"; }
 # files FOLDER NAME...
 files() {
     local name
@@ -46,7 +41,7 @@ File Overwrite: b.dat | written by the application
 END
 made 0 app out --recipe recipe --own many/
 says 'out: no findings, the package is clean'
-manifest_is out <<'END'
+diff - <(tr -d '\r' <out/QtvUnInst.log) <<END || fail 'the manifest differs'
 File Copy: QtvApp8.exe
 File Copy: QtvUnInst.exe
 File Copy: A.dat
@@ -59,16 +54,7 @@ Make Dir: empty
 Make Dir: rare
 Make Dir: x64
 Make Dir: empty\inside
-# What the files don't tell.
-File Copy: two.txt > 2.txt
-File Copy x64: x64\ThumbQvi64.dll
-File Copy ind: rare\r.dll
-File Copy prt: start.exe
-Make Dir: pat
-File Copy: pat\p*
-Make Dir: empty\inside\made
-
-File Overwrite: b.dat | written by the application
+$(<recipe)
 File Copy: many\*.*
 Make Dir: empty\inside
 Make Dir: deep\er
@@ -233,10 +219,8 @@ refused_make() {
     [ -z "$(compgen -G 'out*')" ] || fail "$* made something"
 }
 rm -rf out
-refused_make 'usage: package_make' app
-refused_make 'usage: package_make' app out more
-refused_make 'usage: package_make' app out --recipe
-refused_make 'usage: package_make' app out --none
+# shellcheck disable=SC2086
+for misuse in app 'app out more' 'app out --recipe' 'app out --none'; do refused_make 'usage: package_make' $misuse; done
 refused_make 'none is no folder' none out
 refused_make 'nowhere, where the package is to be, is no folder' app nowhere/out
 refused_make 'lies in the folder of the files' app app/out
@@ -264,31 +248,28 @@ cp -r second/. looped
 ln -s . looped/again
 refused_make 'looped/again is no plain file or folder' app out --earlier looped
 checked 2 'endless is no plain file' --recipe endless second
-# refused_file SAYS NAME [TARGET]
-refused_file() {
-    rm -rf odd
-    files odd
-    mkdir -p "$(dirname "odd/$2")"
-    if [ $# -eq 3 ]; then ln -s "$3" "odd/$2"; else echo odd >"odd/$2"; fi
-    refused_make "$1" odd out
+# refused_files SAYS NAME...: refuses each of them.
+refused_files() {
+    local name
+    for name in "${@:2}"; do
+        rm -rf odd
+        files odd "$name"
+        refused_make "$1" odd out
+    done
 }
-refused_file 'in one byte' €.dat
-refused_file 'in one byte' $'\xFF.dat'
-refused_file "can't hold one of its characters" 'a:b'
-refused_file "can't hold one of its characters" 'folder/a*'
-refused_file "can't hold one of its characters" $'a\x01'
-refused_file 'a backslash' 'a\b'
-refused_file 'a blank or a dot at the end' 'folder /a'
-refused_file 'a blank or a dot at the end' 'a.'
-refused_file 'for a device' folder/aux.dll
-refused_file "a blank can't begin a name" ' a'
-refused_file 'package_make adds this file' Setup.exe
-refused_file 'package_make adds this file' qtvuninst.EXE
-refused_file 'package_make adds this file' QtvUnInst.log
-refused_file 'for the log of an earlier version' install.log
-refused_file 'the same name as' homepage.URL
-refused_file 'a link' folder/link ../HomePage.url
-rm -r odd/folder
+refused_files 'in one byte' €.dat $'\xFF.dat'
+refused_files "can't hold one of its characters" 'a:b' 'folder/a*' $'a\x01'
+refused_files 'a backslash' 'a\b'
+refused_files 'a blank or a dot at the end' 'folder /a' 'a.'
+refused_files 'for a device' folder/aux.dll
+refused_files "a blank can't begin a name" ' a'
+refused_files 'package_make adds this file' Setup.exe qtvuninst.EXE QtvUnInst.log
+refused_files 'for the log of an earlier version' install.log
+refused_files 'the same name as' homepage.URL
+rm odd/homepage.URL
+ln -s HomePage.url odd/link
+refused_make 'a link' odd out
+rm odd/link
 mkdir odd/ÄÖ odd/äö
 refused_make 'the same name as' odd out
 rmdir odd/äö

@@ -16,10 +16,8 @@ rehearses() {
 # ---- what can't be rehearsed ----
 cp -r "$sample" package
 mkfifo package/pipe
-rehearses 2 'usage: rehearse'
-rehearses 2 'usage: rehearse' "$sample" --earlier
-rehearses 2 'usage: rehearse' "$sample" "$sample"
-rehearses 2 'usage: rehearse' "$sample" --wine --trace x
+# shellcheck disable=SC2086
+for misuse in '' 'package --earlier' 'package package' 'package --wine --trace x'; do rehearses 2 'usage: rehearse' $misuse; done
 rehearses 2 'is no folder' none
 rehearses 2 'is no package: it has no setup.exe' "$sample" --earlier tmp
 rehearses 2 'package/pipe is no plain file or folder' package
