@@ -7,13 +7,8 @@
 
 #include "format.h"
 #include "harness/machine_view.h"
-#include "lab/lab.h"
+#include "rebuild.h"
 #include "sha256.h"
-#include "unpack.h"
-
-// From one byte to the next one that a test changes. Files take long under Wine, and what it shows doesn't depend on the byte. All
-// bits of a byte have their turn.
-inline const std::size_t kStep = lab::UnderWine() ? 7 : 1;
 
 inline std::string Packed(const std::string& bytes) {
     std::string packed(lzma_stream_buffer_bound(bytes.size()), 0);
@@ -47,19 +42,33 @@ struct MadeFile {
     std::string name, earlier, earlierBytes, steps, bytes;
 };
 
-// Writes the bytes to C:\Scratch\download.exe and opens it.
-inline Outcome Open(const std::string& bytes, download::Archive& archive) {
-    MakeFile(At("download.exe"), bytes);
-    return OpenArchive(CString(At("download.exe")), archive);
-}
+// Carries out downloads in C:\Scratch\new, and updates of the installation in C:\Scratch\app.
+class DownloadTest : public ScratchTest {
+  protected:
+    Outcome Carry(const std::string& bytes, const std::function<void()>& onShare = {}) {
+        MakeFile(At("download.exe"), bytes);
+        const Outcome outcome = OpenArchive(m_archive.path, m_archive);
+        return outcome == Outcome::Right ? CarryArchive(onShare) : outcome;
+    }
 
-// The bytes, each time with one bit of the next byte changed.
-inline std::vector<std::string> WithEachByteChanged(const std::string& whole) {
-    std::vector<std::string> all;
-    for (std::size_t at = 0; at < whole.size(); at += kStep)
-        all.emplace_back(whole)[at] = static_cast<char>(whole[at] ^ 1 << at % 8);
-    return all;
-}
+    Outcome CarryArchive(const std::function<void()>& onShare = {}) {
+        DeleteTree(At("new"));
+        MakeFolder(At("new"));
+        download::Progress progress(m_archive.table);
+        progress.onShare = onShare;
+        download::Installation installation{CString(At("app"))};
+        Outcome outcome = Unpack(m_archive, m_new, progress);
+        if (outcome == Outcome::Right) outcome = Rebuild(m_archive, installation, m_new, progress);
+        m_differing = installation.Differing();
+        m_share = progress.Share();
+        return outcome;
+    }
+
+    const CString m_new{At("new")};
+    download::Archive m_archive{CString(At("download.exe")), 0, {}};
+    Text m_differing;
+    unsigned m_share = 0;
+};
 
 // When the file was last written.
 inline std::uint64_t WrittenAt(const Text& path) {

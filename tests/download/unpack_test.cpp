@@ -12,80 +12,34 @@ using namespace download;
 
 namespace {
 
-const std::string kFiles = "d\\ d\\e\\ empty: a:first d\\e\\long:0123456789abcdefghij d\\fixed!:x last:y";
-
-class DownloadTest : public ScratchTest {
-  protected:
-    // Unpacks the download into C:\Scratch\new.
-    static Outcome UnpackBytes(const std::string& download) {
-        Archive archive;
-        const Outcome outcome = Open(download, archive);
-        return outcome == Outcome::Right ? UnpackArchive(archive) : outcome;
-    }
-
-    static Outcome UnpackArchive(const Archive& archive, const std::function<void()>& onShare = {}) {
-        DeleteTree(At("new"));
-        MakeFolder(At("new"));
-        Progress progress(archive.table);
-        progress.onShare = onShare;
-        return Unpack(archive, CString(At("new")), progress);
-    }
-};
-
 // The blocks begin at the start of files, inside them, and one file has several.
 TEST_F(DownloadTest, FilesAreUnpackedFromAnyBlocks) {
-    const Files files = State("d\\ d\\e\\ empty: a:first d\\e\\long:0123456789abcdefghij d\\fixed:x last:y");
+    const std::string package =
+        "d\\ d\\e\\ empty: a:first d\\e\\long:0123456789abcdefghij d\\fixed!:x last:y";
+    const Files files = State(tools::Replaced(package, "!", ""));
     for (const std::size_t cbBlock : std::initializer_list<std::size_t>{1, 4, 5, 7, 25, 100}) {
-        ASSERT_EQ(UnpackBytes(Download(kFiles, cbBlock)), Outcome::Right);
+        ASSERT_EQ(Carry(Download(package, cbBlock)), Outcome::Right);
         EXPECT_EQ(Look(At("new")), files) << cbBlock;
         for (const char* const name : {"new\\empty", "new\\d\\e\\long", "new\\last"})
             EXPECT_EQ(WrittenAt(At(name)), kTime) << name;
         EXPECT_TRUE(GetFileAttributesW(At("new\\d\\fixed").c_str()) & FILE_ATTRIBUTE_READONLY);
     }
-    EXPECT_EQ(UnpackBytes(Download("", 1)), Outcome::Right);
+    EXPECT_EQ(Carry(Download("", 1)), Outcome::Right);
     // One block, because under Wine two threads can make two files at once whose names differ in case only.
-    EXPECT_EQ(UnpackBytes(Download("a:1 A:2", 2)), Outcome::Failed);
-}
-
-TEST_F(DownloadTest, EachChangedBitAndEachCutIsNoticed) {
-    const std::string whole = Download("d\\ a:first d\\long:0123456789", 8);
-    for (const std::string& changed : WithEachByteChanged(whole))
-        EXPECT_EQ(UnpackBytes(changed), Outcome::Damaged) << ::testing::PrintToString(changed);
-    for (std::size_t at = 0; at < whole.size(); at += 8 * kStep)
-        EXPECT_EQ(UnpackBytes(whole.substr(0, at)), Outcome::Damaged) << "cut at " << at;
-    EXPECT_EQ(UnpackBytes(whole + "more"), Outcome::Damaged);
-}
-
-TEST_F(DownloadTest, WithoutSpaceNothingIsMade) {
-    constexpr std::uint64_t kTooLarge = std::uint64_t{1} << 47;
-    EXPECT_EQ(
-        UnpackArchive({CString(At("download.exe")), 0, {{{8, kTooLarge}}, {{TEXT("a"), kTooLarge, 0, 0}}}}),
-        Outcome::NoSpace);
-    EXPECT_EQ(Look(At("new")), Files());
+    EXPECT_EQ(Carry(Download("a:1 A:2", 2)), Outcome::Failed);
 }
 
 // What is deleted was whole, or will be written later.
 TEST_F(DownloadTest, NoticesFilesThatAreDeletedMeanwhile) {
     for (const char* const name : {"new\\a", "new\\d\\e\\long", "new\\f"})
         for (const std::size_t cbBlock : std::initializer_list<std::size_t>{7, 100}) {
-            Archive archive;
-            ASSERT_EQ(Open(Download("d\\ d\\e\\ f\\ a:first d\\e\\long:0123456789abcdefghij last:y", cbBlock),
-                           archive),
-                      Outcome::Right);
             const Text path = At(name);
             // A file that a thread has open goes when that thread closes it.
             const auto deletes = [&] { (void)(DeleteFileW(path.c_str()) || RemoveDirectoryW(path.c_str())); };
-            EXPECT_EQ(UnpackArchive(archive, deletes), Outcome::Failed) << name << cbBlock;
+            EXPECT_EQ(Carry(Download("d\\ d\\e\\ f\\ a:first d\\e\\long:0123456789ab l:y", cbBlock), deletes),
+                      Outcome::Failed)
+                << name << cbBlock;
         }
-}
-
-TEST_F(DownloadTest, CancelEndsTheUnpacking) {
-    Archive archive;
-    ASSERT_EQ(Open(Download(kFiles, 16), archive), Outcome::Right);
-    Progress progress(archive.table);
-    progress.Cancel();
-    EXPECT_EQ(Unpack(archive, CString(kScratch), progress), Outcome::Cancelled);
-    EXPECT_FALSE(Exists(At("a")));
 }
 
 TEST_F(DownloadTest, ThePageShowsTheShareAndCancels) {
@@ -132,10 +86,15 @@ TEST(DownloadNames, OnlyPlainNamesAreUnpacked) {
 // Each row breaks one rule of a table.
 TEST(DownloadTable, ImpossibleRowsAreRefused) {
     const Entry file{TEXT("a"), 3, 0, 0};
+    const Rebuilt copy{file, TEXT("b"), 3, {1}, {1}, {}}, made{file, TEXT("b"), 9, {1}, {2}, {4, 20}};
+    const auto with = [](Rebuilt row, const auto& change) {
+        change(row);
+        return Table{{}, {}, {row}};
+    };
     const struct {
         const char* what;
         Table table;
-        std::uint64_t cbBlocks;
+        std::uint64_t cbBlocks = 4;
     } rows[] = {
         {"sizes of blocks and files differ", {{{9, 4}}, {file}}, 9},
         {"blocks and trailer differ", {{{9, 3}}, {file}}, 10},
@@ -146,8 +105,25 @@ TEST(DownloadTable, ImpossibleRowsAreRefused) {
         {"a name that leads elsewhere", {{{9, 3}}, {{TEXT("..\\a"), 3, 0, 0}}}, 9},
         {"a name that is too long", {{{9, 3}}, {{WideText(cchMostName + 1, 'a'), 3, 0, 0}}}, 9},
         {"a size that no drive has", {{}, {{TEXT("a"), ~0ull, 0, 0}, {TEXT("b"), 1, 0, 0}}}, 0},
+        // What an update adds.
+        {"a name that leads elsewhere", with(made, [](Rebuilt& row) { row.file.name = TEXT("..\\a"); })},
+        {"a folder",
+         {{}, {}, {{{TEXT("a"), 0, 0, FILE_ATTRIBUTE_DIRECTORY}, TEXT("b"), 9, {1}, {2}, {4, 20}}}}},
+        {"an earlier file elsewhere", with(made, [](Rebuilt& row) { row.earlier = TEXT("C:\\a"); })},
+        {"a long name", with(made, [](Rebuilt& row) { row.earlier = WideText(cchMostName + 1, 'a'); })},
+        {"more than fits into memory", with(made, [](Rebuilt& row) { row.cbEarlier = cbMostEarlier + 1; })},
+        {"a copy of another size", with(copy, [](Rebuilt& row) { row.cbEarlier = 4; }), 0},
+        {"a copy with packed bytes", with(copy, [](Rebuilt& row) { row.difference.cbPacked = 4; })},
+        {"differences and trailer differ", {{}, {}, {made}}, 5},
+        {"sizes that no drive has",
+         {{}, {}, {made, {{TEXT("a"), ~0ull, 0, 0}, TEXT("b"), 9, {1}, {2}, {4, 20}}}},
+         8},
+        {"no address", {{}, {}, {made}, {}, TEXT("http://example.com")}},
+        {"an address with a blank", {{}, {}, {made}, {}, TEXT("https://example.com/ -x")}},
+        {"an address without an end", {{}, {}, {made}, {}, TEXT("https://") + WideText(cchMostText, 'a')}},
     };
     EXPECT_TRUE(ReadTable(WriteTable({{{9, 3}}, {file}}), 9));
+    EXPECT_TRUE(ReadTable(WriteTable({{}, {}, {made, copy}, TEXT("8"), TEXT("https://e")}), 4));
     for (const auto& row : rows)
         EXPECT_FALSE(ReadTable(WriteTable(row.table), row.cbBlocks)) << row.what;
     EXPECT_FALSE(ReadTable(WriteTable({{{9, 3}}, {file}}) + "x", 9));
@@ -159,15 +135,13 @@ TEST_F(DownloadTest, DISABLED_FiveGigabytesAreUnpacked) {
                             cbFirst = cbBlock * kBlocks - cbSecond;
     const std::string packed = Packed(std::string(cbBlock, 0));
     std::string blocks;
-    Archive archive{CString(At("download.exe")),
-                    0,
-                    {{}, {{TEXT("first"), cbFirst, kTime, 0}, {TEXT("second"), cbSecond, kTime, 0}}}};
     for (std::uint64_t block = 0; block < kBlocks; ++block) {
         blocks += packed;
-        archive.table.blocks.push_back({packed.size(), cbBlock});
+        m_archive.table.blocks.push_back({packed.size(), cbBlock});
     }
-    MakeFile(At("download.exe"), blocks);
-    EXPECT_EQ(UnpackArchive(archive), Outcome::Right);
+    m_archive.table.entries = {{TEXT("first"), cbFirst, kTime, 0}, {TEXT("second"), cbSecond, kTime, 0}};
+    MakeFile(m_archive.path.Text(), blocks);
+    EXPECT_EQ(CarryArchive(), Outcome::Right);
     const WIN32_FIND_DATAW found = Search(At("new\\first")).at(0);
     EXPECT_EQ(std::uint64_t{found.nFileSizeHigh} << 32 | found.nFileSizeLow, cbFirst);
     EXPECT_EQ(FileBytes(At("new\\second")), std::string(cbSecond, 0));
@@ -175,7 +149,9 @@ TEST_F(DownloadTest, DISABLED_FiveGigabytesAreUnpacked) {
 
 class PrivateFolderTest : public DownloadTest {
   protected:
-    const Table m_table{{}, {{TEXT("d"), 0, 0, FILE_ATTRIBUTE_DIRECTORY}, {TEXT("d\\f"), 0, 0, 0}}};
+    const Table m_table{{},
+                        {{TEXT("d"), 0, 0, FILE_ATTRIBUTE_DIRECTORY}, {TEXT("d\\f"), 0, 0, 0}},
+                        {{{TEXT("d\\r"), 0, 0, 0}, TEXT("r"), 0, {}, {}, {}}}};
 };
 
 TEST_F(PrivateFolderTest, IsMarkedBeforeItIsMadeAndUnmarkedAfterItsRemoval) {
@@ -186,14 +162,12 @@ TEST_F(PrivateFolderTest, IsMarkedBeforeItIsMadeAndUnmarkedAfterItsRemoval) {
         PrivateFolder folder;
         ASSERT_EQ(folder.Make(m_table), Outcome::Right);
         path = folder.Path().Text();
-        EXPECT_EQ(BootMarks(),
-                  (std::vector<Mark>{
-                      {At("other"), {}}, {path + TEXT("\\d\\f"), {}}, {path + TEXT("\\d"), {}}, {path, {}}}));
+        EXPECT_EQ(MarksFrom(1), Marks("d\\r d\\f d .", path));
         MakeFile(path + TEXT("\\d\\f"));
         (void)SetFileAttributesW((path + TEXT("\\d\\f")).c_str(), FILE_ATTRIBUTE_READONLY);
     }
     EXPECT_FALSE(Exists(path));
-    EXPECT_EQ(BootMarks(), (std::vector<Mark>{{At("other"), {}}}));
+    EXPECT_EQ(BootMarks(), Marks("other"));
 }
 
 CHILD_PROGRAM(KilledDownload) {
@@ -225,7 +199,7 @@ TEST_F(PrivateFolderTest, RemovesFoldersOfKilledRunsAndKeepsThoseInUse) {
     folder.RemoveOthers();
     EXPECT_FALSE(Exists(left));
     EXPECT_TRUE(Exists(foreign + TEXT("\\d\\f")) && Exists(running.Path().Text() + TEXT("\\d\\f")));
-    EXPECT_EQ(BootMarks().size(), 6u);
+    EXPECT_EQ(BootMarks().size(), 8u);
     DeleteTree(foreign);
 }
 
