@@ -29,32 +29,21 @@ class PackageRecords : public PackageCheckTest {
 };
 
 struct Row {
-    const char* records;
+    std::string records;
     const char* expected;
-    std::vector<const char*> files = {"a"};
+    std::vector<std::string> files = {"a"};
     int exitCode = *expected ? 1 : 0;
 };
 
 TEST_F(PackageRecords, FindsEveryTrapOfARecord) {
-    // A path of 259 characters, and one of 260.
-    const std::string deep = std::string(118, 'd') + "\\" + std::string(113, 'e'), deeper = deep + "e";
-    const std::string deepRecords =
-        "Make Dir: " + std::string(118, 'd') + "\nFile Copy: " + deep + "\nFile Copy: " + deeper;
+    const auto times = [](std::size_t count, char letter) { return std::string(count, letter); };
+    // A path of 259 characters.
+    const std::string deep = times(118, 'd') + "\\" + times(113, 'e');
     // A download takes names of 200 characters. More are a note.
-    const std::string longName = std::string(100, 'd') + "\\" + std::string(99, 'f'),
-                      longerName = longName + "f";
-    const std::string longNames = "Make Dir: " + std::string(100, 'd') + "\nFile Copy: ";
-    const std::string longCopy = longNames + longName + " > a", longerCopy = longNames + longerName + " > a";
+    const std::string longName = times(100, 'd') + "\\" + times(99, 'f');
+    const std::string longCopy = "Make Dir: " + times(100, 'd') + "\nFile Copy: " + longName;
     const names::ShortNames shortNames(TEXT("ABCDEFGHI"), TEXT("ABCDEFGHI"));
     const std::string summed = Narrow(shortNames.Candidate(shortNames.firstSummed()));
-    const std::string summedRecords =
-        "File Copy: a > Abcdefghi\nFile Del: " + summed.substr(0, summed.size() - 1) + "?";
-    const std::string cut = "File Copy: a" + std::string(499, 'x') + "File Copy: none";
-    const std::string whole = "File Del: " + std::string(501, 'x') + "\r\nFile Copy: a";
-    const std::string below = "File Del: " + std::string(118, 'd') + "\\";
-    const std::string folder = "\nMake Dir: " + std::string(220, 'd');
-    const std::string longRemovals =
-        below + std::string(113, 'e') + "\n" + below + std::string(114, 'e') + folder + folder + "d";
     const std::vector<Row> rows = {
         // clean ones
         {"# a remark\n\nFile Copy: a\t \x01\n\x1A\r\n", ""},
@@ -67,16 +56,12 @@ TEST_F(PackageRecords, FindsEveryTrapOfARecord) {
         {"File Copy prt: a > b\nFile Copy: a > c", ""},
         // spelling
         {"file Copy: a", "wrong-case:4"},
-        {" File Copy: a\n\tMake Dir: s\n\xA0"
-         "File Del: b",
-         "blank-before:4 blank-before:5 blank-before:6"},
-        {"File Copy:a\nFile\tDel: b\nFileDel: c\nFile Overwrite:\xA0"
-         "d",
+        {" File Copy: a\n\tMake Dir: s\n\240File Del: b", "blank-before:4 blank-before:5 blank-before:6"},
+        {"File Copy:a\nFile\tDel: b\nFileDel: c\nFile Overwrite:\240d",
          "wrong-blank:4 wrong-blank:5 wrong-blank:6 wrong-blank:7"},
         {"File Copy: \r\nMake Dir:", "empty-record:4 empty-record:5", {}},
         {" Copy: a\nFile Copy a", "no-record:4 no-record:5 unnamed-file(a)"},
-        {"File Copy:  a\nFile Copy: \xC2\xA0"
-         "b\nMake Dir:\t s",
+        {"File Copy:  a\nFile Copy: \302\240b\nMake Dir:\t s",
          "blank-in-name:4 blank-in-name:5 wrong-blank:6",
          {"a", "b"}},
         {"File Copy: a | remark\nMake Dir: s | remark", "comment:4 comment:5"},
@@ -85,8 +70,8 @@ TEST_F(PackageRecords, FindsEveryTrapOfARecord) {
          {"a", "s\\a"}},
         {"file copy: s/a | remark\nMake Dir: s", "wrong-case:4 comment:4 forward-slash:4", {"s\\a"}},
         {"File Del: \xC3\xBC\nFile Del: \xFC", "utf8-name:4", {}},
-        {whole.c_str(), "long-path:4"},
-        {cut.c_str(), "long-line:4 long-line:4 unnamed-file(a)"},
+        {"File Del: " + times(501, 'x') + "\r\nFile Copy: a", "long-path:4"},
+        {"File Copy: a" + times(499, 'x') + "File Copy: none", "long-line:4 long-line:4 unnamed-file(a)"},
         {"File Copy: a\nMade Dir: C:\\x\nShell Link: C:\\x.lnk", "setup-record:5 setup-record:6"},
         // names
         {"File Copy: none\nFile Copy prt: none*\nFile Copy ind: none > b",
@@ -106,10 +91,15 @@ TEST_F(PackageRecords, FindsEveryTrapOfARecord) {
          {}},
         {"File Copy: ..\\pkg\\a\nMake Dir: s\\..\\..\\t",
          "outside-folder:4 outside-folder:5 unnamed-file(a)"},
-        {deepRecords.c_str(), "long-for-download:5 long-path:6", {deep.c_str(), deeper.c_str()}},
-        {longCopy.c_str(), "", {longName.c_str()}},
-        {longerCopy.c_str(), "long-for-download:5", {longerName.c_str()}, 0},
-        {longRemovals.c_str(), "long-path:5 long-path:7", {}},
+        {"Make Dir: " + times(118, 'd') + "\nFile Copy: " + deep + "\nFile Copy: " + deep + "e",
+         "long-for-download:5 long-path:6",
+         {deep, deep + "e"}},
+        {longCopy + " > a", "", {longName}},
+        {longCopy + "f > a", "long-for-download:5", {longName + "f"}, 0},
+        {"File Del: " + deep + "\nFile Del: " + deep + "e\nMake Dir: " + times(220, 'd') +
+             "\nMake Dir: " + times(221, 'd'),
+         "long-path:5 long-path:7",
+         {}},
         {"File Copy: s \\*.*\nFile Copy: a > b.\nMake Dir: s.\\t\nFile Del: ...\nFile Overwrite: abc*.",
          "blank-or-dot-end:4 blank-or-dot-end:5 blank-or-dot-end:6 blank-or-dot-end:7 unnamed-file(a) "
          "unnamed-file(s\\b)",
@@ -130,7 +120,8 @@ TEST_F(PackageRecords, FindsEveryTrapOfARecord) {
          "File Del: abcdefghi~1*\nFile Del: abc*.",
          "short-name-match:4 short-name-match:7",
          {"a", "page.html"}},
-        {summedRecords.c_str(), "short-name-match:5"},
+        {"File Copy: a > Abcdefghi\nFile Del: " + summed.substr(0, summed.size() - 1) + "?",
+         "short-name-match:5"},
         {"File Copy: \xC9", "", {"\xC3\xA9"}},
         // several records together
         {"Make Dir: s\\t\nMake Dir: s", "folder-before-parent:4", {}},
@@ -145,21 +136,18 @@ TEST_F(PackageRecords, FindsEveryTrapOfARecord) {
          "removal-takes-more:4 removal-takes-more:5 removal-takes-more:6"},
         {"", "unnamed-file(a) unnamed-file(s\\setup.exe)", {"a", "s\\setup.exe"}},
         // bytes
-        {"File Copy: a\n\x1A"
-         "File Copy: b",
-         "text-end:5"},
+        {"File Copy: a\n\032File Copy: b", "text-end:5"},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.records);
-        for (const char* file : row.files)
+        for (const std::string& file : row.files)
             Write(file, "content");
         Write("QtvUnInst.log", kStart + row.records);
         EXPECT_EQ(Check(), row.expected);
         EXPECT_EQ(ExitCode(), row.exitCode);
         ExpectAdviceToHelp(kStart + row.records);
-        for (const char* file : row.files)
-            DeleteTree(kPackage + TEXT("\\") +
-                       Wide(std::string(file).substr(0, std::string(file).find('\\'))));
+        for (const std::string& file : row.files)
+            DeleteTree(kPackage + TEXT("\\") + Wide(file.substr(0, file.find('\\'))));
     }
 }
 
