@@ -119,7 +119,7 @@ inline std::string Download(const std::string& list, std::size_t cbBlock, std::s
     }
     program.resize((program.size() + 7) / 8 * 8);
     const std::string bytes = WriteTable(table);
-    const std::string packed = Packed(bytes);
+    const std::string packed = Packed(bytes) + std::string(4, 0);
     return program + blocks + packed +
            download::WriteTrailer(
                {program.size(), blocks.size(), packed.size(), bytes.size(), download::SumOfProgram(program)});

@@ -26,13 +26,15 @@ class PackageCheckTest : public ScratchTest {
     static void Write(const std::string& name, const std::string& bytes) {
         MakeFile(kPackage + TEXT("\\") + Wide(name), bytes);
     }
-    // The findings with blanks between them: "id:line", or "id(file)" if they are about no line.
+    // The findings with blanks between them: "id:line", or "id(file)" if they are about no line. The next ones of the same kind
+    // follow as ",line".
     std::string Check(const Text& folder = kPackage) {
-        std::string list;
+        std::string list, last;
         for (const Finding& finding : m_findings = package_check::CheckPackage(folder.c_str())) {
-            if (!list.empty()) list += ' ';
-            list +=
-                finding.id + (finding.line ? ":" + std::to_string(finding.line) : "(" + finding.file + ")");
+            if (!list.empty()) list += finding.id == last ? ',' : ' ';
+            if (finding.id != last) list += finding.id + (finding.line ? ":" : "");
+            list += finding.line ? std::to_string(finding.line) : "(" + finding.file + ")";
+            last = finding.id;
             EXPECT_FALSE(finding.what.empty() || finding.happens.empty() || finding.instead.empty()) << list;
             EXPECT_NE(m_manual.find("`" + finding.id + "`"), m_manual.npos)
                 << finding.id << " isn't documented";
