@@ -3,9 +3,7 @@
 #include <windows.h>
 
 #include <functional>
-#include <vector>
 
-#include "lab/lab.h"
 #include "support/handles.h"
 
 extern "C" NTSYSAPI LONG NTAPI RtlGetVersion(OSVERSIONINFOW* version);
@@ -33,11 +31,15 @@ std::wstring RegistryText(const wchar_t* key, const wchar_t* name) {
     return text;
 }
 
-std::uint64_t Digest(const std::string& text) {
-    return std::hash<std::string>()(text);
+std::string Digest(const std::string& text) {
+    return tools::Hex(std::hash<std::string>()(text), 16);
 }
 
-void LookAtFolder(Others& others, const std::wstring& folder) {
+std::string TimeText(const FILETIME& time) {
+    return " " + std::to_string(std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime);
+}
+
+void LookAtFolder(lab::State& others, const std::wstring& folder) {
     WIN32_FIND_DATAW found;
     const FindHandle find(FindFirstFileW((folder + L"*").c_str(), &found));
     if (!find) return;
@@ -47,16 +49,14 @@ void LookAtFolder(Others& others, const std::wstring& folder) {
         if (name == L"." || name == L".." || lab::IsTouched(path)) continue;
         const bool isFolder = found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY;
         // A folder's time changes with what is in it.
-        others[Digest(path)] = isFolder ? 0
-                                        : found.nFileSizeLow ^
-                                              std::uint64_t{found.ftLastWriteTime.dwHighDateTime} << 32 ^
-                                              found.ftLastWriteTime.dwLowDateTime;
+        others[Digest(path)] =
+            isFolder ? "" : std::to_string(found.nFileSizeLow) + TimeText(found.ftLastWriteTime);
         if (isFolder && !(found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT))
             LookAtFolder(others, folder + name + L"\\");
     } while (FindNextFileW(find.get(), &found));
 }
 
-void LookAtKey(Others& others, HKEY parent, const wchar_t* subName, const std::string& name) {
+void LookAtKey(lab::State& others, HKEY parent, const wchar_t* subName, const std::string& name) {
     HKEY opened = nullptr;
     if (lab::IsTouched(name) ||
         RegOpenKeyExW(parent, subName, REG_OPTION_OPEN_LINK, KEY_READ, &opened) != ERROR_SUCCESS)
@@ -66,8 +66,7 @@ void LookAtKey(Others& others, HKEY parent, const wchar_t* subName, const std::s
     (void)RegQueryInfoKeyW(opened, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
                            nullptr, nullptr, &time);
     // The time of a key changes with the keys in it, which may be touched.
-    others[Digest(name)] =
-        lab::LeadsToTouched(name) ? 0 : std::uint64_t{time.dwHighDateTime} << 32 ^ time.dwLowDateTime;
+    others[Digest(name)] = lab::LeadsToTouched(name) ? "" : TimeText(time);
     wchar_t below[MAX_PATH];
     for (DWORD index = 0; RegEnumKeyW(opened, index, below, MAX_PATH) == ERROR_SUCCESS; ++index)
         LookAtKey(others, opened, below, name + tools::Utf8(below) + "\\");
@@ -116,21 +115,12 @@ bool IsSandbox() {
     return Variable(L"USERNAME") == "WDAGUtilityAccount";
 }
 
-Others LookAtOthers() {
-    Others others;
+lab::State LookAtOthers() {
+    lab::State others;
     LookAtFolder(others, L"C:\\");
     LookAtKey(others, HKEY_LOCAL_MACHINE, nullptr, "HKLM\\");
     LookAtKey(others, HKEY_USERS, nullptr, "HKU\\");
     return others;
-}
-
-int CountChanges(const Others& before, const Others& after) {
-    int count = 0;
-    for (const auto& [name, what] : before)
-        count += !after.contains(name) || after.at(name) != what;
-    for (const auto& [name, what] : after)
-        count += !before.contains(name);
-    return count;
 }
 
 void RemoveTouched() {

@@ -1,10 +1,10 @@
 // The running Windows, as the kit sees it.
 #pragma once
 
-#include <cstdint>
 #include <filesystem>
-#include <map>
 #include <string>
+
+#include "lab/lab.h"
 
 namespace kit {
 
@@ -15,11 +15,8 @@ std::string NameOfSystem();
 bool IsSandbox();
 
 // All that setup and the tests don't touch: files of drive C by size and time of change, and keys of the registry. Names
-// and contents are digests, so that they tell nobody anything.
-using Others = std::map<std::uint64_t, std::uint64_t>;
-Others LookAtOthers();
-// How many of them are new, gone or changed.
-int CountChanges(const Others& before, const Others& after);
+// are digests, so that they tell nobody anything.
+lab::State LookAtOthers();
 
 // Removes what setup and the tests have left of themselves: the table in lab/touched.cpp.
 void RemoveTouched();

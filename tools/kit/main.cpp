@@ -34,14 +34,13 @@ Job ReadOptions(int count, wchar_t** values) {
     job.results = job.folder / "results";
     for (int i = 1; i < count; ++i) {
         const std::wstring option = values[i];
-        const auto found = std::find_if(std::begin(kSwitches), std::end(kSwitches),
-                                        [&](const auto& each) { return option == each.first; });
+        const auto found = std::ranges::find(kSwitches, option, [](const auto& each) { return each.first; });
         if (found != std::end(kSwitches))
             job.*found->second = true;
         else if (option == L"/results" && i + 1 < count)
             job.results = values[++i];
         else if (option == L"/only" && i + 1 < count)
-            job.only.push_back(values[++i]);
+            job.only.push_back(tools::Utf8(values[++i]));
         else
             throw kit::CantRun("there is no option " + tools::Utf8(option) + ": windows.md lists them");
     }

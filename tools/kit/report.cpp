@@ -1,7 +1,6 @@
 #include "kit/report.h"
 
-#include <algorithm>
-#include <map>
+#include <set>
 #include <sstream>
 
 #include "common/text.h"
@@ -15,7 +14,7 @@ const std::pair<const char*, End> kEnds[] = {
     {"[       OK ] ", End::Right}, {"[  FAILED  ] ", End::Failed}, {"[  SKIPPED ] ", End::NotRun}};
 
 void Add(Results& results, Row row) {
-    const auto same = std::find_if(results.rows.begin(), results.rows.end(), [&](const Row& other) {
+    const auto same = std::ranges::find_if(results.rows, [&](const Row& other) {
         return other.program == row.program && other.name == row.name;
     });
     if (same != results.rows.end())
@@ -25,13 +24,12 @@ void Add(Results& results, Row row) {
 }
 
 bool AddFact(Results& results, const std::string& line) {
-    std::istringstream fields(line);
-    std::string kind;
-    Fact fact;
-    if (!line.starts_with("fact\t") || !std::getline(fields, kind, '\t')) return false;
-    for (std::string* const field : {&fact.name, &fact.here, &fact.wine, &fact.embedded})
-        std::getline(fields, *field, '\t');
-    results.facts.push_back(std::move(fact));
+    if (!line.starts_with("fact\t")) return false;
+    std::istringstream fields(line.substr(5));
+    std::string name;
+    std::getline(fields, name, '\t');
+    for (std::string& answer : results.facts[name] = {})
+        std::getline(fields, answer, '\t');
     return true;
 }
 
@@ -67,11 +65,6 @@ std::string Reason(const Row& row) {
 }
 
 }  // namespace
-
-int Results::Count(End end) const {
-    return static_cast<int>(
-        std::count_if(rows.begin(), rows.end(), [=](const Row& row) { return row.end == end; }));
-}
 
 std::string Results::Counts() const {
     return std::to_string(Count(End::Right)) + " right, " + std::to_string(Count(End::Failed)) + " failed, " +
@@ -149,16 +142,13 @@ std::string ToFacts(const Results& results, const std::string& about) {
     for (std::string line; std::getline(lines, line);)
         text += "- " + line + "\n";
     int same = 0;
-    std::map<std::string, const Fact*> facts;
-    for (const Fact& fact : results.facts)
-        facts[fact.name] = &fact;
-    for (const auto& [name, fact] : facts) {
-        if (fact->here == fact->wine && fact->wine == fact->embedded) {
+    for (const auto& [name, answers] : results.facts) {
+        if (std::set(answers.begin(), answers.end()).size() == 1) {
             ++same;
             continue;
         }
         rows += "| " + name;
-        for (const std::string& answer : {fact->here, fact->wine, fact->embedded})
+        for (const std::string& answer : answers)
             rows += " | `" + tools::Replaced(answer.empty() ? " " : answer, "|", "\\|") + "`";
         rows += " |\n";
     }

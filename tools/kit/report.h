@@ -1,6 +1,9 @@
 // What the programs of a kit said, and the reports made of it. All texts are UTF-8.
 #pragma once
 
+#include <algorithm>
+#include <array>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -17,15 +20,11 @@ struct Row {
     std::string said;  // all that it wrote
 };
 
-// A fact of the system, as three systems answer it.
-struct Fact {
-    std::string name, here, wine, embedded;
-};
-
 struct Results {
     std::vector<Row> rows;
-    std::vector<Fact> facts;
-    int Count(End end) const;
+    // By the name of a fact, the answers of this system, of Wine and of the embedded machine.
+    std::map<std::string, std::array<std::string, 3>> facts;
+    int Count(End end) const { return static_cast<int>(std::ranges::count(rows, end, &Row::end)); }
     std::string Counts() const;  // "5 right, 0 failed, 1 not run"
     // 1 if a row failed, otherwise 0.
     int ExitCode() const { return Count(End::Failed) > 0; }

@@ -73,11 +73,6 @@ fs::path WaitingFile(const fs::path& results) {
     return results / "waiting.txt";
 }
 
-bool IsWanted(const Job& job, const std::string& name) {
-    return job.only.empty() ||
-           std::find(job.only.begin(), job.only.end(), tools::Wide(name)) != job.only.end();
-}
-
 // ---- before the run ----
 
 void RequireUse(const Job& job) {
@@ -114,27 +109,20 @@ void MakeResults(const Job& job) {
 
 // ---- programs ----
 
-std::vector<std::string> TestPrograms(const Job& job) {
-    std::vector<std::string> programs = {"machine_tests"};
-    for (const auto& entry : fs::directory_iterator(job.folder / "programs"))
-        if (const std::string name = Utf8(entry.path().stem());
-            name.ends_with("_tests") && name != programs[0])
-            programs.push_back(name);
-    std::sort(programs.begin() + 1, programs.end());
-    return programs;
-}
-
 // A misspelt name must not look like a run without failures.
-void RequireKnownNames(const Job& job) {
-    const std::vector<std::string> names = TestPrograms(job);
-    for (const std::wstring& only : job.only)
-        if (const std::string name = tools::Utf8(only);
-            std::find(names.begin(), names.end(), name) == names.end()) {
-            std::string known;
-            for (const std::string& each : names)
-                known += " " + each;
-            throw CantRun("there is no program " + name + ": the programs are" + known);
-        }
+std::vector<std::string> WantedPrograms(const Job& job) {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(job.folder / "programs"))
+        if (const std::string name = Utf8(entry.path().stem()); name.ends_with("_tests"))
+            names.push_back(name);
+    std::ranges::sort(names, {}, [](const auto& name) { return std::pair(name != "machine_tests", name); });
+    std::string known;
+    for (const std::string& name : names)
+        known += " " + name;
+    for (const std::string& only : job.only)
+        if (!std::ranges::count(names, only))
+            throw CantRun("there is no program " + only + ": the programs are" + known);
+    return job.only.empty() ? names : job.only;
 }
 
 fs::path NextOutput(const Job& job, const std::string& program) {
@@ -185,7 +173,7 @@ void AddFile(Results& results, const fs::path& output) {
 std::string UntoldMachine(const fs::path& output, DWORD exitCode) {
     Results told;
     AddOutput(told, ProgramOf(output), exitCode, Read(output));
-    if (std::all_of(told.rows.begin(), told.rows.end(), [](const Row& row) {
+    if (std::ranges::all_of(told.rows, [](const Row& row) {
             return row.end != End::Failed || row.said.find(kMachine) != row.said.npos;
         }))
         return {};
@@ -218,7 +206,7 @@ int WriteReports(const Job& job) {
     std::vector<fs::path> outputs;
     for (const auto& entry : fs::directory_iterator(job.results / "output"))
         outputs.push_back(entry.path());
-    std::sort(outputs.begin(), outputs.end());
+    std::ranges::sort(outputs);
     Results results;
     for (const fs::path& output : outputs)
         AddFile(results, output);
@@ -291,21 +279,19 @@ int GoOn(const Job& job) {
 
 int Run(const Job& job) {
     RequireWholeKit(job);
-    RequireKnownNames(job);
+    const std::vector<std::string> programs = WantedPrograms(job);
     RequireUse(job);
     MakeResults(job);
     const std::string restarts = job.neverRestarts || job.restarts ? "never" : "";
     RemoveTouched();
-    const Others before = LookAtOthers();
+    const lab::State before = LookAtOthers();
     std::string waiting;
-    for (const std::string& program : TestPrograms(job)) {
-        if (!IsWanted(job, program)) continue;
+    for (const std::string& program : programs)
         for (const Row& row : RunTests(job, program, L"", restarts).rows)
             if (row.end == End::NotRun && row.said.find(kNeedsRestart) != row.said.npos)
                 waiting += program + " " + row.name + " 0\n";
-    }
     RemoveTouched();
-    const int changes = CountChanges(before, LookAtOthers());
+    const auto changes = lab::Differences(before, LookAtOthers()).size();
     Write(job.results / "about.txt",
           "system: " + NameOfSystem() + "\nkit: " + Read(job.folder / "version.txt") +
               "changes of others during the run: " + std::to_string(changes) + "\n");

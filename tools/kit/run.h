@@ -18,7 +18,7 @@ struct Job {
     bool goesOn = false, opensSandbox = false;
     bool mayChange = false, restarts = false, neverRestarts = false;
     std::filesystem::path folder, results;  // of the kit, and of what it reports
-    std::vector<std::wstring> only;         // the programs to run; all if it is empty
+    std::vector<std::string> only;          // the programs to run; all if it is empty
 
     std::filesystem::path Program(const std::string& name) const {
         return folder / "programs" / (name + ".exe");
