@@ -3,7 +3,6 @@
 # kit_test.sh BUILD-FOLDER [--whole]. Without --whole only a few tests run, again with planted failures, and what is refused is tried.
 export QTV_WINDOWS_BUILD LC_ALL=C.UTF-8
 QTV_WINDOWS_BUILD=$(realpath "$1")
-whole=${2-}
 . "$(dirname "${BASH_SOURCE[0]}")/harness/shell_test.sh"
 export QTV_WINE_HOME=$work/wine
 # In the user's own folder, so that the texts of a failure have its name.
@@ -24,7 +23,7 @@ start() {
     cat said >&2
 }
 marked=/this-machine-may-be-changed
-if [ -n "$whole" ]; then
+if [ -n "${2-}" ]; then
     start 0 "$marked"
     says ' 0 failed, 0 not run'
     cat "$results"/facts.md
@@ -64,14 +63,10 @@ says 'it restarts the machine again and again' "$results/results.txt"
 for text in 'the program ended with 9 (0x00000009)' 'the machine:'; do says "$text" "$results/results.txt"; done
 
 # A program and a file of the package are missing, and the list of contents doesn't name them.
-# without NAME...
-without() {
-    for name in "$@"; do
-        rm "$kit/programs/$name"
-        sed -i "\:programs/$name\$:d" "$kit/contents.txt"
-    done
-}
-without sleeper.exe package/readme-en.txt
+for name in sleeper.exe package/readme-en.txt; do
+    rm "$kit/programs/$name"
+    sed -i "\:programs/$name\$:d" "$kit/contents.txt"
+done
 start 1 "$marked" /no-restart /only machine_tests /only tools_tests
 [ "$(grep -c '<failure' "$results/results.xml")" = 4 ] || fail "failures: $(<"$results/results.xml")"
 [ "$(grep -c '^the machine:' "$results/results.txt")" = 4 ] || fail "a failure without the machine: $(<"$results/results.txt")"

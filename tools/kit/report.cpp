@@ -127,13 +127,13 @@ std::string ToJUnit(const Results& results, const std::string& about) {
 }
 
 std::string ToText(const Results& results, const std::string& about) {
-    std::string text = about + results.Counts() + "\n";
+    std::string failed, notRun;
     for (const Row& row : results.rows)
-        if (row.end == End::Failed) text += "\nFAILED " + row.program + " " + row.name + "\n" + row.said;
-    if (results.Count(End::NotRun) > 0) text += "\nnot run:\n";
-    for (const Row& row : results.rows)
-        if (row.end == End::NotRun) text += "    " + row.program + " " + row.name + ": " + Reason(row) + "\n";
-    return text;
+        if (row.end == End::Failed)
+            failed += "\nFAILED " + row.program + " " + row.name + "\n" + row.said;
+        else if (row.end == End::NotRun)
+            notRun += "    " + row.program + " " + row.name + ": " + Reason(row) + "\n";
+    return about + results.Counts() + "\n" + failed + (notRun.empty() ? "" : "\nnot run:\n" + notRun);
 }
 
 std::string ToFacts(const Results& results, const std::string& about) {

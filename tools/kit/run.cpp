@@ -79,10 +79,10 @@ void RequireUse(const Job& job) {
     if (!job.mayChange && !IsSandbox())
         throw CantRun(
             "this machine isn't marked as throwaway, and the tests install and remove the product for all "
-            "users, delete "
-            "C:\\Scratch, and forget what other programs have left to the next start. Use Windows Sandbox "
-            "(sandbox.cmd), "
-            "or say so: run.cmd /this-machine-may-be-changed");
+            "users, "
+            "delete C:\\Scratch, and forget what other programs have left to the next start. Use Windows "
+            "Sandbox "
+            "(sandbox.cmd), or say so: run.cmd /this-machine-may-be-changed");
     // A sandbox may start the kit at each start of its machine.
     const fs::path restarted = RestartedFor();
     if (!restarted.empty() && fs::exists(WaitingFile(restarted)))
@@ -155,24 +155,19 @@ DWORD RunProgram(const Job& job, const std::string& program, const std::wstring&
     return exitCode;
 }
 
-std::string ProgramOf(const fs::path& output) {
-    const std::string name = Utf8(output.stem());
-    return name.substr(name.find(' ') + 1);
-}
-
 // What a program has told, and how it ended.
 void AddFile(Results& results, const fs::path& output) {
-    const std::string text = Read(output);
+    const std::string text = Read(output), name = Utf8(output.stem());
     const auto end = text.rfind(kEnded);
     const unsigned long exitCode =
         end == text.npos ? ERROR_PROCESS_ABORTED : std::stoul(text.substr(end + sizeof kEnded - 1));
-    AddOutput(results, ProgramOf(output), exitCode, Nobodys(text.substr(0, end)));
+    AddOutput(results, name.substr(name.find(' ') + 1), exitCode, Nobodys(text.substr(0, end)));
 }
 
 // What the machine holds, if something failed that didn't tell: a test that ended its program.
-std::string UntoldMachine(const fs::path& output, DWORD exitCode) {
+std::string UntoldMachine(const std::string& program, const fs::path& output, DWORD exitCode) {
     Results told;
-    AddOutput(told, ProgramOf(output), exitCode, Read(output));
+    AddOutput(told, program, exitCode, Read(output));
     if (std::ranges::all_of(told.rows, [](const Row& row) {
             return row.end != End::Failed || row.said.find(kMachine) != row.said.npos;
         }))
@@ -190,7 +185,7 @@ Results RunTests(const Job& job, const std::string& program, const std::wstring&
     const fs::path output = NextOutput(job, program);
     (void)SetEnvironmentVariableW(L"QTV_RESTART", restarts.empty() ? nullptr : tools::Wide(restarts).c_str());
     const DWORD exitCode = RunProgram(job, program, arguments, output);
-    const std::string machine = UntoldMachine(output, exitCode);
+    const std::string machine = UntoldMachine(program, output, exitCode);
     std::ofstream(output, std::ios::app | std::ios::binary) << machine << kEnded << exitCode;
     Results rows;
     AddFile(rows, output);
@@ -250,17 +245,13 @@ int GoOn(const Job& job) {
         Waiting& next = waiting.front();
         const Results rows = RunTests(job, next.program, L"--gtest_filter=" + tools::Wide(next.name),
                                       std::to_string(next.restarts));
-        bool goesOn = rows.rows.size() == 1 && rows.rows[0].end == End::NotRun &&
-                      rows.rows[0].said.find(kGoesOn) != std::string::npos;
-        if (goesOn && next.restarts == kMostRestarts) {
-            goesOn = false;
+        const bool asks = rows.rows.size() == 1 && rows.rows[0].end == End::NotRun &&
+                          rows.rows[0].said.find(kGoesOn) != std::string::npos;
+        const bool goesOn = asks && next.restarts++ < kMostRestarts;
+        if (asks && !goesOn)
             Write(NextOutput(job, next.program),
                   "[ RUN      ] " + next.name + "\nit restarts the machine again and again\n" + kEnded + "1");
-        }
-        if (goesOn)
-            ++next.restarts;
-        else
-            waiting.erase(waiting.begin());
+        if (!goesOn) waiting.erase(waiting.begin());
         std::string text;
         for (const Waiting& each : waiting)
             text += each.program + " " + each.name + " " + std::to_string(each.restarts) + "\n";
