@@ -85,9 +85,6 @@ SHOWN = {'package_check': faulty_package,
 def check_output(document, block, shown, folder):
     """Each line that is shown must be in the output, in this order. "..." stands for any lines."""
     name = block.split()[0].rsplit('/', 1)[1]
-    if name not in SHOWN:
-        wrong.append(f'{document.name}: nothing says how to run {name}')
-        return
     output = subprocess.run([BUILD / name, *SHOWN[name](folder)], cwd=folder, capture_output=True, text=True, check=False).stdout
     lines = iter(line.rstrip() for line in output.split('\n'))
     for line in shown.split('\n'):

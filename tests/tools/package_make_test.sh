@@ -239,8 +239,7 @@ refused_text() {
 refused_text 'text:2: a byte 0' '\nFile Copy: \0'
 refused_text 'text:2: a byte 1A' '\n\x1AFile Copy: b.dat'
 refused_text 'text:1: more than 511 characters' "#$(printf '%0512d' 0)"
-printf 'File Copy: %0200d' 0 | sed 's/0/\xE4/g' >text
-refused_make "a name that the host can't store" app out --recipe text
+refused_text "a name that the host can't store" "File Copy: $(printf '\\xE4%.0s' {1..200})"
 mkfifo endless
 for option in --recipe --setup; do refused_make 'endless is no plain file' app out "$option" endless; done
 mkdir looped

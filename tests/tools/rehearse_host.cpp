@@ -70,7 +70,8 @@ TEST_F(Rehearsed, SortsLeftoversByWhetherTheyMayStay) {
         EXPECT_EQ(rehearsal.ExitCode(), row.left.find("()") != std::string::npos || *row.faults);
         EXPECT_EQ(FaultsOf(rehearsal), row.faults);
         EXPECT_EQ(LeftFiles(rehearsal), row.left);
-        Clear();
+        for (const Text& item : {kRehearsed, kScratch + TEXT("\\Apps"), kPlanted})
+            DeleteTree(item);
     }
 }
 

@@ -117,8 +117,7 @@ TEST_F(Rehearsed, JudgesTwelveThousandFilesAtOnce) {
     const auto judged = rehearse::Judge(left, {rehearse::Installation(folder + "QtvUnInst.exe", {})});
     ASSERT_EQ(judged.size(), left.size());
     const auto count = [&](const std::string& reason) {
-        return std::count_if(judged.begin(), judged.end(),
-                             [&](const rehearse::Leftover& item) { return item.reason == reason; });
+        return std::ranges::count(judged, reason, &rehearse::Leftover::reason);
     };
     EXPECT_EQ(count("it holds what stays"), 51);
     EXPECT_EQ(count(""), 6000 + 50 + 1);

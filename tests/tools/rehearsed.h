@@ -9,12 +9,6 @@ inline const Text kRehearsed = TEXT("C:\\Package"), kEarlier = TEXT("C:\\Earlier
 
 class Rehearsed : public ScratchTest {
   protected:
-    ~Rehearsed() override { Clear(); }
-    static void Clear() {
-        for (const Text& item :
-             {kRehearsed, kEarlier, kScratch + TEXT("\\Apps"), kScratch + TEXT("\\Q"), kPlanted})
-            DeleteTree(item);
-    }
     // A package of a few files, one for each name.
     static void MakePackage(const Text& folder, const std::string& records) {
         for (const std::string name : {"setup.exe", "QtvUnInst.exe", "QtvApp8.exe"})
