@@ -3,12 +3,7 @@
 program=$(realpath "$1/package/QtvApp8.exe")
 . "$(dirname "${BASH_SOURCE[0]}")/../harness/shell_test.sh"
 # signing COMMAND...: runs it with the functions of signing.sh, and stores what is said.
-signing() {
-    (
-        . "$root/scripts/signing.sh"
-        "$@"
-    ) >said 2>&1
-}
+signing() { (. "$root/scripts/signing.sh" && "$@") >said 2>&1; }
 # signed NAME: makes an unsigned program of that name and signs it.
 signed() {
     cp "$program" "$1"
@@ -85,11 +80,7 @@ PATH=$work/bin:$PATH right=9 signed stamped.exe && fail 'without a time stamp al
 
 # ---- wrong variables ----
 # with VARIABLE...: looks whether a release can sign so.
-with() (
-    export "$@"
-    . "$root/scripts/signing.sh"
-    check_signing
-)
+with() { (export "$@" && . "$root/scripts/signing.sh" && check_signing); }
 refused "none, for the signature, can't be read" with QTV_SIGN_PKCS12=none
 refused "none, for the signature, can't be read" with QTV_SIGN_PKCS11_MODULE=none
 refused 'only one of' with QTV_SIGN_COMMAND='x {}'
