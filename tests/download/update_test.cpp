@@ -4,9 +4,7 @@
 #include <thread>
 
 #include "command_line.h"
-#include "difference.h"
 #include "download/made_download.h"
-#include "harness/driver.h"
 #include "harness/registry_values.h"
 #include "run/product.h"
 
