@@ -7,45 +7,29 @@
 #include <windows.h>
 #include <commctrl.h>
 #include <sddl.h>
-#include <tlhelp32.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <cwchar>
-#include <string>
+
+#include "common/hang.h"
+#include "common/message_boxes.h"
+#include "lab/program.h"
 
 namespace {
 
-constexpr DWORD kPollMs = 50, kHangMs = 300000;
+constexpr DWORD kPollMs = 50;
 constexpr int kShare = 1001;  // the bar of the download's page
 constexpr wchar_t kDone[] = L"download is done";
 constexpr int kHidePolls = 100;
-constexpr int kBoxText = 0xFFFF;
 
 std::wstring Variable(const wchar_t* name) {
     const wchar_t* const value = _wgetenv(name);
     return value ? value : L"";
 }
 
-DWORD Parent() {
-    PROCESSENTRY32W entry = {};
-    entry.dwSize = sizeof entry;
-    DWORD parent = 0;
-    const HANDLE list = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
-    for (BOOL more = Process32FirstW(list, &entry); more; more = Process32NextW(list, &entry))
-        if (entry.th32ProcessID == GetCurrentProcessId()) parent = entry.th32ParentProcessID;
-    (void)CloseHandle(list);
-    return parent;
-}
-
-// Returns the dialog of a process that follows `last`.
-HWND NextDialog(HWND last, DWORD process) {
-    for (HWND window = last; (window = FindWindowExW(nullptr, window, L"#32770", nullptr));) {
-        DWORD owner = 0;
-        GetWindowThreadProcessId(window, &owner);
-        if (owner == process) return window;
-    }
-    return nullptr;
+// Returns the dialog that follows `last`. Nobody but the download shows one.
+HWND NextDialog(HWND last) {
+    return FindWindowExW(nullptr, last, L"#32770", nullptr);
 }
 
 std::wstring RightsOf(const wchar_t* path) {
@@ -61,56 +45,43 @@ std::wstring RightsOf(const wchar_t* path) {
     return rights;
 }
 
-PROCESS_INFORMATION Start(std::wstring line, const wchar_t* folder) {
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process = {};
-    if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, folder, &startup,
-                        &process))
-        std::exit(99);
-    return process;
-}
-
 int Record() {
     wchar_t folder[MAX_PATH] = {};
     (void)GetCurrentDirectoryW(MAX_PATH, folder);
-    const HWND page = NextDialog(nullptr, Parent());
+    const HWND page = NextDialog(nullptr);
     for (int poll = 0; poll < kHidePolls && IsWindowVisible(page); ++poll)
         Sleep(kPollMs);
+    const char* const shown = !page ? "none" : IsWindowVisible(page) ? "visible" : "hidden";
     FILE* const file = _wfopen(Variable(L"QTV_RECORD").c_str(), L"wb");
     if (!file) return 98;
-    (void)std::fprintf(file, "line %ls\nfolder %ls\npage %s\nrights %ls\n", GetCommandLineW(), folder,
-                       !page                   ? "none"
-                       : IsWindowVisible(page) ? "visible"
-                                               : "hidden",
+    (void)std::fprintf(file, "line %ls\nfolder %ls\npage %s\nrights %ls\n", GetCommandLineW(), folder, shown,
                        RightsOf(L".").c_str());
     (void)std::fclose(file);
     if (!Variable(L"QTV_HOLD").empty()) {
         SetEnvironmentVariableW(L"QTV_LINE", L"");
-        (void)Start(Variable(L"QTV_HOLD"), folder);
+        if (!lab::Program(Variable(L"QTV_HOLD"))) return 99;
     }
     return static_cast<int>(std::wcstoul(Variable(L"QTV_EXIT").c_str(), nullptr, 16));
 }
 
 int Launch(const std::wstring& line) {
     const HANDLE done = CreateEventW(nullptr, TRUE, FALSE, kDone);
-    const PROCESS_INFORMATION process = Start(line, nullptr);
+    const lab::Program program(line);
+    if (!program) return 99;
     const std::wstring page = Variable(L"QTV_PAGE");
-    while (WaitForSingleObject(process.hProcess, page.empty() ? kPollMs : 1) == WAIT_TIMEOUT)
-        for (HWND box = nullptr; (box = NextDialog(box, process.dwProcessId));) {
+    while (!program.EndsWithin(page.empty() ? kPollMs : 1))
+        for (HWND box = nullptr; (box = NextDialog(box));) {
             wchar_t text[1024] = {};
             if (!IsWindowVisible(box)) continue;
             if (page == L"cancel") (void)PostMessageW(box, WM_COMMAND, IDCANCEL, 0);
             // Some of its files are there when the page shows a share.
             if (page == L"kill" && SendMessageW(GetDlgItem(box, kShare), PBM_GETPOS, 0, 0) > 0)
-                (void)TerminateProcess(process.hProcess, 9);
-            if (!GetDlgItemTextW(box, kBoxText, text, 1024)) continue;
+                (void)TerminateProcess(program.Process(), 9);
+            if (!GetDlgItemTextW(box, tools::kBoxText, text, 1024)) continue;
             std::printf("box %ls\n", text);
             (void)SendMessageW(box, WM_COMMAND, IDOK, 0);
         }
-    DWORD code = 0;
-    (void)GetExitCodeProcess(process.hProcess, &code);
-    std::printf("ended %lX\n", code);
+    std::printf("ended %lX\n", program.ExitCode());
     (void)SetEvent(done);
     return 0;
 }
@@ -129,10 +100,8 @@ int ShowTexts(const std::wstring& program) {
     for (const std::wstring name :
          {L"ProductName", L"FileDescription", L"LegalCopyright", L"FileVersion", L"OriginalFilename"}) {
         const bool isThere = VerQueryValueW(block.data(), (table + name).c_str(), &value, &size);
-        char text[1024] = {};
-        (void)WideCharToMultiByte(CP_UTF8, 0, isThere ? static_cast<const wchar_t*>(value) : L"", -1, text,
-                                  sizeof text, nullptr, nullptr);
-        std::printf("%ls %s\n", name.c_str(), text);
+        const std::string text = tools::Utf8(isThere ? static_cast<const wchar_t*>(value) : L"");
+        std::printf("%ls %s\n", name.c_str(), text.c_str());
     }
     return 0;
 }
@@ -147,5 +116,6 @@ int wmain(int, wchar_t** values) {
     const std::wstring line = Variable(L"QTV_LINE");
     if (!line.empty()) return Launch(line);
     // Holds its current folder until the download has ended.
-    return WaitForSingleObject(OpenEventW(SYNCHRONIZE, FALSE, kDone), kHangMs) == WAIT_OBJECT_0 ? 0 : 97;
+    return WaitForSingleObject(OpenEventW(SYNCHRONIZE, FALSE, kDone), tools::kHangMs) == WAIT_OBJECT_0 ? 0
+                                                                                                       : 97;
 }
