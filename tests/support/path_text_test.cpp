@@ -1,7 +1,6 @@
 #include "support/path_text.h"
 
 #include <algorithm>
-#include <iterator>
 
 #include "engine/file_steps.h"
 #include "harness/scratch.h"
@@ -36,17 +35,13 @@ TEST(PathText, FormatBoundedRefusesWhatDoesNotFit) {
     constexpr WCHAR kGuard = TEXT('#');
     const Text text = TEXT("Qantivo 8.05.12");
     for (std::size_t cchBuffer = 0; cchBuffer <= text.size() + 2; ++cchBuffer) {
-        WCHAR buffer[32];
-        std::fill(std::begin(buffer), std::end(buffer), kGuard);
+        WCHAR buffer[33] = {};
+        std::fill_n(buffer, 32, kGuard);
         const int written =
             FormatBounded(buffer, cchBuffer, TEXT("%s %d.%02d.%02d"), TEXT("Qantivo"), 8, 5, 12);
-        if (cchBuffer > text.size()) {
-            EXPECT_EQ(written, static_cast<int>(text.size())) << cchBuffer;
-            EXPECT_EQ(text, buffer) << cchBuffer;
-        } else {
-            EXPECT_EQ(written, -1) << cchBuffer;
-            EXPECT_EQ(buffer[0], cchBuffer > 0 ? 0 : kGuard) << cchBuffer;
-        }
+        const bool fits = cchBuffer > text.size();
+        EXPECT_EQ(written, fits ? static_cast<int>(text.size()) : -1) << cchBuffer;
+        EXPECT_EQ(Text(buffer), fits ? text : Text(cchBuffer > 0 ? 0 : 32, kGuard)) << cchBuffer;
         EXPECT_EQ(buffer[cchBuffer], kGuard) << cchBuffer;
     }
 }
