@@ -49,11 +49,10 @@ inline Files Look(const Text& folder = kScratch) {
 inline void Make(const std::string& list, const Text& folder = kScratch) {
     MakeFolder(folder);
     for (const auto& [name, bytes] : State(list)) {
-        if (name.back() == TEXT('\\')) {
-            MakeFolder(folder + TEXT("\\") + name.substr(0, name.size() - 1));
-        } else {
+        if (name.back() == TEXT('\\'))
+            MakeFolder(folder + TEXT("\\") + name);
+        else
             MakeFile(folder + TEXT("\\") + name, bytes);
-        }
     }
 }
 
@@ -73,7 +72,6 @@ inline std::vector<Mark> Marks(const std::string& list, const Text& folder = kSc
 
 // The marks after the first `earlier` ones.
 inline std::vector<Mark> MarksFrom(std::size_t earlier) {
-    std::vector<Mark> marks = BootMarks();
-    marks.erase(marks.begin(), marks.begin() + static_cast<std::ptrdiff_t>(std::min(earlier, marks.size())));
-    return marks;
+    const std::vector<Mark> marks = BootMarks();
+    return {marks.begin() + static_cast<std::ptrdiff_t>(std::min(earlier, marks.size())), marks.end()};
 }

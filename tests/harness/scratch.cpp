@@ -7,6 +7,7 @@
 #include <iostream>
 #include <map>
 #include <set>
+#include <sstream>
 #include <stdexcept>
 #include <thread>
 
@@ -80,16 +81,10 @@ Text Restarts() {
     throw ::testing::AssertionException({::testing::TestPartResult::kSkip, __FILE__, __LINE__, why});
 }
 
-void ShowMachineOfSomebody() {
-    if (!lab::IsSomebodys()) return;
-    std::cout << "the machine:\n";
-    for (const auto& [name, what] : lab::Look())
-        std::cout << "  " << name << "    " << what << "\n";
-}
-
 void ExpectAllAnswered() {
-    for (const ShownBox& box : BoxesSoFar().unanswered)
-        ADD_FAILURE() << "no answer for the message box " << ::testing::PrintToString(box.text);
+    for (const ShownBox& box : BoxesSoFar())
+        if (box.isUnanswered)
+            ADD_FAILURE() << "no answer for the message box " << ::testing::PrintToString(box.text);
 }
 
 }  // namespace
@@ -121,7 +116,11 @@ ScratchTest::ScratchTest() {
 
 ScratchTest::~ScratchTest() {
     ExpectAllAnswered();
-    if (HasFailure()) ShowMachineOfSomebody();
+    if (HasFailure() && lab::IsSomebodys()) {
+        std::cout << "the machine:\n";
+        for (const auto& [name, what] : lab::Look())
+            std::cout << "  " << name << "    " << what << "\n";
+    }
     (void)SetCurrentDirectoryW(TEXT("C:\\"));
     EndStartedPrograms();
 }
@@ -161,13 +160,8 @@ void DeleteTree(const Text& path) {
         for (const WIN32_FIND_DATAW& each : Entries(path + TEXT("\\*")))
             DeleteTree(path + TEXT("\\") + each.cFileName);
     // A program's file stays in use for a moment after the program has ended.
-    DWORD error = 0;
-    const auto gone = [&] {
-        const BOOL deleted = isFolder ? RemoveDirectoryW(path.c_str()) : DeleteFileW(path.c_str());
-        error = GetLastError();
-        return deleted != 0;
-    };
-    EXPECT_TRUE(ComesTrue(gone)) << "can't be deleted, error " << error << ": "
+    const auto gone = [&] { return (isFolder ? RemoveDirectoryW : DeleteFileW)(path.c_str()) != 0; };
+    EXPECT_TRUE(ComesTrue(gone)) << "can't be deleted, error " << GetLastError() << ": "
                                  << ::testing::PrintToString(path);
 }
 
@@ -209,11 +203,9 @@ void ImportFile(const fs::path& buildPath, const Text& target) {
 }
 
 std::string BuildBytes(const fs::path& buildPath) {
-    std::ifstream file(OwnProgram().parent_path() / buildPath, std::ios::binary | std::ios::ate);
-    if (!file) return {};
-    std::string bytes(static_cast<std::size_t>(file.tellg()), '\0');
-    file.seekg(0).read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    return bytes;
+    std::ostringstream bytes;
+    bytes << std::ifstream(OwnProgram().parent_path() / buildPath, std::ios::binary).rdbuf();
+    return std::move(bytes).str();
 }
 
 std::string Utf16(const std::string& ascii) {
@@ -350,9 +342,8 @@ RunningProgram StartChild(const char* name, const Text& arguments) {
 int RunTestsOrChild() {
     WCHAR name[MAX_PATH] = {};
     if (!GetEnvironmentVariableW(kChildVariable, name, MAX_PATH)) return RUN_ALL_TESTS();
-    for (const auto& [known, body] : ChildPrograms())
-        if (Wide(known) == name) return body();
-    return -1;
+    const auto found = ChildPrograms().find(Narrow(name));
+    return found != ChildPrograms().end() ? found->second() : -1;
 }
 
 // ---- message boxes ----
@@ -368,5 +359,5 @@ BoxAnswers::~BoxAnswers() {
 }
 
 std::vector<ShownBox> BoxAnswers::Shown() const {
-    return BoxesSoFar().shown;
+    return BoxesSoFar();
 }

@@ -10,7 +10,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "common/hang.h"
@@ -20,9 +19,7 @@
 using Text = tools::WideText;
 
 using tools::Wide;
-inline std::string Narrow(const Text& text) {
-    return tools::Utf8(text);
-}
+inline constexpr auto& Narrow = tools::Utf8;
 // Returns the text as the bytes of a UTF-16 file.
 std::string Utf16(const std::string& ascii);
 
@@ -40,7 +37,6 @@ void Await(const std::string& what, const std::function<bool()>& condition);
 // that it starts. Returns false under Windows, which has no such clock.
 bool SetVirtualClock(bool on);
 
-// Where a test keeps its files.
 inline const Text kScratch = TEXT("C:\\Scratch");
 
 // Each test starts on a clean machine: there is nothing that setup and the tests may change (the table in
@@ -54,9 +50,7 @@ class ScratchTest : public ::testing::Test {
 
 // ---- files (paths are Windows paths) ----
 void MakeFile(const Text& path, const std::string& bytes = "content");  // also makes missing folders
-inline std::optional<std::string> FileBytes(const Text& path) {
-    return tools::ReadWhole(path);
-}
+inline constexpr auto& FileBytes = tools::ReadWhole;
 bool Exists(const Text& path);
 void MakeFolder(const Text& path);  // also makes missing parents
 // Deletes a file, or a folder with everything in it, whatever the attributes are. The test fails if something stays.
@@ -70,10 +64,8 @@ std::vector<Text> Tree(const Text& folder = kScratch);
 void ImportFile(const std::filesystem::path& buildPath, const Text& target);
 // Returns the bytes of a file of the build, which is named in the same way. A missing file has none.
 std::string BuildBytes(const std::filesystem::path& buildPath);
-// Overwrites the four numbers of the version block in a program file.
 void SetFileVersion(const Text& path, unsigned major, unsigned minor, unsigned release, unsigned build);
 
-using lab::Expected;
 using lab::UnderWine;
 
 // ---- registry ----
@@ -81,9 +73,7 @@ using lab::UnderWine;
 void DeleteKeyTree(HKEY parent, const Text& key);
 
 using lab::Mark;
-inline std::vector<Mark> BootMarks() {
-    return lab::Marks();
-}
+inline constexpr auto& BootMarks = lab::Marks;
 void ForgetMarks();
 // Does what the next start of the machine does: ends the programs that the test left running and carries out the marks.
 // Where a machine can't restart beneath a running program, the test ends here as skipped. Its program is started anew
@@ -107,7 +97,6 @@ class RunningProgram {
     explicit RunningProgram(const Text& commandLine, const Text& folder = kScratch);
     ~RunningProgram();
     RunningProgram(RunningProgram&&) = default;
-    RunningProgram& operator=(RunningProgram&&) = delete;
     DWORD Id() const { return m_program.Id(); }
     bool Runs() const { return !m_program.EndsWithin(0); }
     // Ends it. Returns false if it had ended before, or somebody else had told it to end.
@@ -140,7 +129,6 @@ class HeldFile {
 // instead of tests. Copies that the child makes of itself do the same. Returns the exit code.
 DWORD RunChild(const char* name, const Text& program = kScratch + TEXT("\\child.exe"),
                const Text& arguments = {});
-// Starts the child and lets the test continue.
 RunningProgram StartChild(const char* name, const Text& arguments = {});
 // For CHILD_PROGRAM only.
 bool AddChildProgram(const char* name, int (*body)());
@@ -158,6 +146,7 @@ struct ShownBox {
     Text caption;
     Text text;
     std::optional<UINT> style;  // none under Windows, which doesn't tell it
+    bool isUnanswered = false;
     bool HasStyle(UINT expected) const { return style.value_or(expected) == expected; }
 };
 class BoxAnswers {
@@ -165,9 +154,7 @@ class BoxAnswers {
     explicit BoxAnswers(std::vector<int> buttons);
     ~BoxAnswers();
     BoxAnswers(const BoxAnswers&) = delete;
-    BoxAnswers& operator=(const BoxAnswers&) = delete;
-    // Returns the boxes shown so far, in order.
-    std::vector<ShownBox> Shown() const;
+    std::vector<ShownBox> Shown() const;  // so far, in order
 
   private:
     const std::size_t m_answers;

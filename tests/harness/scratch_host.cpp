@@ -55,17 +55,16 @@ void StartBoxes(std::vector<int> buttons) {
     eventsBefore = winhost::Events().size();
 }
 
-Boxes BoxesSoFar() {
-    Boxes boxes;
+std::vector<ShownBox> BoxesSoFar() {
+    std::vector<ShownBox> boxes;
     const std::vector<std::string> events = winhost::Events();
     for (std::size_t i = eventsBefore; i < events.size(); ++i) {
         std::vector<std::string> fields = winhost::EventFields(events[i]);
         const std::string kind = fields[0];
         if (kind != "message-box" && kind != "unanswered-box") continue;
         fields.resize(4);
-        boxes.shown.push_back(
-            {winhost::Utf16(fields[1]), winhost::Utf16(fields[2]), static_cast<UINT>(std::stoul(fields[3]))});
-        if (kind == "unanswered-box") boxes.unanswered.push_back(boxes.shown.back());
+        boxes.push_back({winhost::Utf16(fields[1]), winhost::Utf16(fields[2]),
+                         static_cast<UINT>(std::stoul(fields[3])), kind == "unanswered-box"});
     }
     return boxes;
 }

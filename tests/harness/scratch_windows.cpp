@@ -1,6 +1,4 @@
 // The running system as the machine. Under Wine, it is a prefix.
-#include <cstddef>
-#include <cstring>
 #include <mutex>
 #include <thread>
 
@@ -10,8 +8,6 @@
 namespace fs = std::filesystem;
 
 namespace {
-
-constexpr int kMaxPrograms = 256;
 
 // The job that contains this process and all that it starts.
 HANDLE OwnJob() {
@@ -27,34 +23,34 @@ HANDLE OwnJob() {
 
 std::mutex boxMutex;
 std::vector<int> boxButtons;
-Boxes boxes;
+std::vector<ShownBox> boxes;
 HWND leftOpen;
 
 int Answer(const lab::Box& box) {
     const std::lock_guard lock(boxMutex);
     if (box.window == leftOpen) return kLeftOpen;
-    const std::size_t index = boxes.shown.size();
-    boxes.shown.push_back({box.caption, box.text, {}});
+    const std::size_t index = boxes.size();
+    boxes.push_back({box.caption, box.text, {}});
     if (index < boxButtons.size() && boxButtons[index] == kLeftOpen) leftOpen = box.window;
     if (index < boxButtons.size() && (leftOpen == box.window || GetDlgItem(box.window, boxButtons[index])))
         return boxButtons[index];
-    boxes.unanswered.push_back(boxes.shown.back());
+    boxes.back().isUnanswered = true;
     return box.safest;
 }
 
 }  // namespace
 
 std::set<DWORD> StartedPrograms() {
-    // Two counts, then the ids. The system's declaration has space for only one id.
-    static_assert(offsetof(JOBOBJECT_BASIC_PROCESS_ID_LIST, ProcessIdList) == sizeof(ULONG_PTR));
-    ULONG_PTR words[1 + kMaxPrograms] = {};
+    // The system's declaration has space for only one id.
+    struct {
+        DWORD assigned, listed;
+        ULONG_PTR ids[256];
+    } list = {};
     EXPECT_TRUE(
-        QueryInformationJobObject(OwnJob(), JobObjectBasicProcessIdList, words, sizeof words, nullptr));
-    DWORD counts[2];
-    std::memcpy(counts, words, sizeof counts);
+        QueryInformationJobObject(OwnJob(), JobObjectBasicProcessIdList, &list, sizeof list, nullptr));
     std::set<DWORD> ids;
-    for (DWORD i = 1; i <= counts[1]; ++i)
-        ids.insert(static_cast<DWORD>(words[i]));
+    for (DWORD i = 0; i < list.listed; ++i)
+        ids.insert(static_cast<DWORD>(list.ids[i]));
     ids.erase(GetCurrentProcessId());
     return ids;
 }
@@ -99,7 +95,7 @@ void StartBoxes(std::vector<int> buttons) {
          .answer = Answer});
 }
 
-Boxes BoxesSoFar() {
+std::vector<ShownBox> BoxesSoFar() {
     const std::lock_guard lock(boxMutex);
     return boxes;
 }

@@ -3,7 +3,6 @@
 
 #include <filesystem>
 #include <set>
-#include <string>
 #include <vector>
 
 #include "harness/scratch.h"
@@ -21,14 +20,10 @@ std::filesystem::path MachinePath(const Text& path);
 void HoldAccessTimes(const Text& folder);
 
 // From now on, message boxes of this process and of those it started take these buttons, in order. A box that finds no
-// button left, or lacks the button, takes its safest one and also counts as unanswered.
-struct Boxes {
-    std::vector<ShownBox> shown;
-    std::vector<ShownBox> unanswered;
-};
+// button left, or lacks the button, takes its safest one and counts as unanswered.
 void StartBoxes(std::vector<int> buttons);
 // Returns the boxes since StartBoxes.
-Boxes BoxesSoFar();
+std::vector<ShownBox> BoxesSoFar();
 
 // Runs the tests, or in a child the named body. Called by the entries of both targets.
 int RunTestsOrChild();

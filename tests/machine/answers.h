@@ -11,26 +11,28 @@
 
 #include "harness/scratch.h"
 
+// Reads a list of numbers, each with its name.
+inline std::map<DWORD, std::string> NamesIn(const char* list) {
+    std::istringstream text(list);
+    std::map<DWORD, std::string> all;
+    for (DWORD number = 0; text >> number;)
+        text >> all[number];
+    return all;
+}
+
 // The name of an error of the system.
 inline std::string NameOf(DWORD error) {
-    static const auto names = [] {
-        std::istringstream list(
-            "0 ERROR_SUCCESS 2 ERROR_FILE_NOT_FOUND 3 ERROR_PATH_NOT_FOUND 5 ERROR_ACCESS_DENIED "
-            "6 ERROR_INVALID_HANDLE 17 ERROR_NOT_SAME_DEVICE 32 ERROR_SHARING_VIOLATION "
-            "80 ERROR_FILE_EXISTS 87 ERROR_INVALID_PARAMETER 112 ERROR_DISK_FULL "
-            "123 ERROR_INVALID_NAME 126 ERROR_MOD_NOT_FOUND 145 ERROR_DIR_NOT_EMPTY "
-            "161 ERROR_BAD_PATHNAME 183 ERROR_ALREADY_EXISTS 193 ERROR_BAD_EXE_FORMAT "
-            "206 ERROR_FILENAME_EXCED_RANGE 234 ERROR_MORE_DATA 259 ERROR_NO_MORE_ITEMS "
-            "267 ERROR_DIRECTORY 487 ERROR_INVALID_ADDRESS 1018 ERROR_KEY_DELETED "
-            "1812 ERROR_RESOURCE_DATA_NOT_FOUND 1813 ERROR_RESOURCE_TYPE_NOT_FOUND "
-            "1814 ERROR_RESOURCE_NAME_NOT_FOUND");
-        std::map<DWORD, std::string> all;
-        for (DWORD number = 0; list >> number;)
-            list >> all[number];
-        return all;
-    }();
-    const auto found = names.find(error);
-    return found != names.end() ? found->second : std::to_string(error);
+    static const auto names = NamesIn(
+        "0 ERROR_SUCCESS 2 ERROR_FILE_NOT_FOUND 3 ERROR_PATH_NOT_FOUND 5 ERROR_ACCESS_DENIED "
+        "6 ERROR_INVALID_HANDLE 17 ERROR_NOT_SAME_DEVICE 32 ERROR_SHARING_VIOLATION "
+        "80 ERROR_FILE_EXISTS 87 ERROR_INVALID_PARAMETER 112 ERROR_DISK_FULL "
+        "123 ERROR_INVALID_NAME 126 ERROR_MOD_NOT_FOUND 145 ERROR_DIR_NOT_EMPTY "
+        "161 ERROR_BAD_PATHNAME 183 ERROR_ALREADY_EXISTS 193 ERROR_BAD_EXE_FORMAT "
+        "206 ERROR_FILENAME_EXCED_RANGE 234 ERROR_MORE_DATA 259 ERROR_NO_MORE_ITEMS "
+        "267 ERROR_DIRECTORY 487 ERROR_INVALID_ADDRESS 1018 ERROR_KEY_DELETED "
+        "1812 ERROR_RESOURCE_DATA_NOT_FOUND 1813 ERROR_RESOURCE_TYPE_NOT_FOUND "
+        "1814 ERROR_RESOURCE_NAME_NOT_FOUND");
+    return names.contains(error) ? names.at(error) : std::to_string(error);
 }
 
 // "ok", or the name of the last error, even if there is none.
@@ -51,12 +53,11 @@ struct Answer {
 // The kit makes a table of what it finds in the output.
 inline void ExpectAnswers(const std::vector<Answer>& answers) {
     for (const Answer& answer : answers) {
-        EXPECT_EQ(answer.found, Expected(answer.fact, answer.windows)) << answer.fact;
+        EXPECT_EQ(answer.found, lab::Expected(answer.fact, answer.windows)) << answer.fact;
         if (!lab::IsSomebodys()) continue;
-        const std::string fields[] = {answer.fact, answer.found,
-                                      lab::WinesAnswer(answer.fact, answer.windows), answer.windows};
         std::cout << "fact";
-        for (const std::string& field : fields)
+        for (const std::string& field :
+             {answer.fact, answer.found, lab::WinesAnswer(answer.fact, answer.windows), answer.windows})
             std::cout << "\t" << tools::Shown(field);
         std::cout << "\n";
     }
