@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr WCHAR kDialogClass[] = TEXT("#32770");
-
 LRESULT Send(HWND window, UINT message, WPARAM wParam = 0, LPARAM lParam = 0) {
     DWORD_PTR result = 0;
     if (!SendMessageTimeoutW(window, message, wParam, lParam, SMTO_NORMAL, tools::kHangMs, &result))
@@ -22,7 +20,7 @@ LRESULT Send(HWND window, UINT message, WPARAM wParam = 0, LPARAM lParam = 0) {
 
 // Returns a visible dialog of the process. A null title means any title.
 HWND FindDialog(DWORD process, LPCWSTR title) {
-    for (HWND dialog = nullptr; (dialog = FindWindowExW(nullptr, dialog, kDialogClass, title));) {
+    for (HWND dialog = nullptr; (dialog = FindWindowExW(nullptr, dialog, TEXT("#32770"), title));) {
         DWORD owner = 0;
         (void)GetWindowThreadProcessId(dialog, &owner);
         if (owner == process && IsWindowVisible(dialog)) return dialog;
@@ -45,11 +43,6 @@ LRESULT CALLBACK Serve(HWND window, UINT message, WPARAM wParam, LPARAM lParam) 
     if (message == kServe) (*reinterpret_cast<const std::function<void()>*>(lParam))();
     if (message == kCount) counted = wParam;
     return DefWindowProcW(window, message, wParam, lParam);
-}
-
-HWND MakeServant() {
-    return CreateWindowExW(0, WindowClass(TEXT("Servant"), Serve), TEXT(""), WS_POPUP, 0, 0, 0, 0, nullptr,
-                           nullptr, nullptr, nullptr);
 }
 
 void OnDialogThread(const std::function<void()>& action) {
@@ -94,10 +87,7 @@ void Driver::Type(HWND edit, const Text& text) const {
 
 void Driver::Key(UINT message, WPARAM key, bool shift, bool control) const {
     OnDialogThread([&] {
-        BYTE keys[256] = {};
-        keys[VK_SHIFT] = shift ? 0x80 : 0;
-        keys[VK_CONTROL] = control ? 0x80 : 0;
-        EXPECT_TRUE(SetKeyboardState(keys));
+        HoldKeys(shift, control);
         EXPECT_TRUE(PostMessageW(GetFocus(), message, key, 0));
     });
     Settle();
@@ -135,7 +125,7 @@ bool IsTicked(HWND button) {
 INT_PTR RunDriven(const Text& title, const std::function<INT_PTR()>& dialog,
                   const std::function<void(const Driver&)>& person) {
     const DWORD process = GetCurrentProcessId();
-    servant = MakeServant();
+    servant = NewWindow(WindowClass(TEXT("Servant"), Serve), WS_POPUP);
     std::atomic<bool> ended = false;
     std::jthread driving([&] {
         try {

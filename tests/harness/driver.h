@@ -46,6 +46,19 @@ class Driver {
     HWND m_dialog = nullptr;
 };
 
+// The keyboard's state for the next messages of this thread.
+inline void HoldKeys(bool shift, bool control) {
+    BYTE keys[256] = {};
+    keys[VK_SHIFT] = shift ? 0x80 : 0;
+    keys[VK_CONTROL] = control ? 0x80 : 0;
+    EXPECT_TRUE(SetKeyboardState(keys));
+}
+
+inline HWND NewWindow(LPCWSTR kind, DWORD style, LPCWSTR title = TEXT(""), HWND parent = nullptr,
+                      int width = 50, void* parameter = nullptr) {
+    return CreateWindowExW(0, kind, title, style, 10, 10, width, 50, parent, nullptr, nullptr, parameter);
+}
+
 // Registers a class of windows, unless it is registered already. Returns its name.
 inline LPCWSTR WindowClass(LPCWSTR name, WNDPROC procedure = DefWindowProcW) {
     WNDCLASSEXW kind = {};
@@ -56,7 +69,6 @@ inline LPCWSTR WindowClass(LPCWSTR name, WNDPROC procedure = DefWindowProcW) {
     return name;
 }
 
-// The text of a control, whether it is shown, and whether a button is ticked.
 Text TextOf(HWND window);
 inline bool IsShown(HWND window) {
     return IsWindowVisible(window);

@@ -4,20 +4,19 @@
 
 namespace {
 
-class Edits : public ScratchTest {};
+// The number of an edit is the sign by which a row's text asks for it.
+class Edits : public ScratchTest {
+  protected:
+    ~Edits() override { EXPECT_TRUE(DestroyWindow(m_dialog)); }
+    HWND Edit(int id) const { return GetDlgItem(m_dialog, id); }
 
-// A key, a character or another message, with a key that is held meanwhile.
-struct Stroke {
-    UINT message;
-    WPARAM value;
-    int held = 0;
+    const HWND m_dialog =
+        MakeDialog({kFrame,
+                    {{kEdit, kTab | ES_AUTOHSCROLL, 11, TEXT("")},
+                     {kEdit, kTab | ES_AUTOHSCROLL | ES_READONLY, '!', TEXT("")},
+                     {kEdit, kTab | ES_MULTILINE | ES_AUTOVSCROLL | ES_AUTOHSCROLL, '/', TEXT("")},
+                     {kButton, kTab | BS_DEFPUSHBUTTON, IDOK, TEXT("OK")}}});
 };
-
-void Hold(int key) {
-    BYTE keys[256] = {};
-    keys[key] = key ? 0x80 : 0;
-    EXPECT_TRUE(SetKeyboardState(keys));
-}
 
 // A text with its selection in brackets. A slash is the end of a line.
 void SetMarked(HWND edit, std::string text) {
@@ -35,75 +34,51 @@ std::string Marked(HWND edit) {
 }
 
 TEST_F(Edits, FollowTheKeyboard) {
-    constexpr int kReadOnly = 12, Shift = VK_SHIFT, Control = VK_CONTROL;
-    const HWND dialog = MakeDialog({kFrame,
-                                    {{kEdit, kTab | ES_AUTOHSCROLL, 11, TEXT("")},
-                                     {kEdit, kTab | ES_AUTOHSCROLL | ES_READONLY, kReadOnly, TEXT("")},
-                                     {kEdit, kTab | ES_MULTILINE | ES_AUTOVSCROLL, 13, TEXT("")},
-                                     {kButton, kTab | BS_DEFPUSHBUTTON, IDOK, TEXT("OK")}}});
+    constexpr UINT Key = WM_KEYDOWN, Char = WM_CHAR;
+    constexpr int Shift = VK_SHIFT, Control = VK_CONTROL;
+    // A text with "!" is for the read-only edit, one with "/" for that of many lines. Later rows paste what earlier ones copied.
     const struct {
         std::string before;
-        Stroke stroke;
+        UINT message;
+        WPARAM value;
         const char* windows;
-        int edit = before.find('/') == before.npos ? 11 : 13;
+        int held = 0;
     } rows[] = {
-        {"a[bc]d ef", {WM_KEYDOWN, VK_DELETE}, "a[]d ef"},
-        {"[]abcd ef", {WM_KEYDOWN, VK_DELETE}, "[]bcd ef"},
-        {"abcd ef[]", {WM_KEYDOWN, VK_DELETE}, "abcd ef[]"},
-        {"ab[]cd ef", {WM_KEYDOWN, VK_DELETE, Shift}, "a[]cd ef"},
-        {"ab[]cd ef", {WM_KEYDOWN, VK_DELETE, Control}, "ab[]"},
-        {"a[bc]d ef", {WM_KEYDOWN, VK_DELETE}, "a[bc]d ef", kReadOnly},
-        {"ab[]/ef", {WM_KEYDOWN, VK_DELETE}, "ab[]ef"},
-        {"ab/[]ef", {WM_CHAR, VK_BACK}, "ab[]ef"},
-        {"ab[]/ef", {WM_KEYDOWN, VK_RIGHT}, "ab/[]ef"},
-        {"ab/[]ef", {WM_KEYDOWN, VK_LEFT}, "ab[]/ef"},
-        {"a[]b/ef", {WM_KEYDOWN, VK_END, Control}, "ab/ef[]"},
-        {"ab[]cd ef", {WM_KEYDOWN, VK_END}, "abcd ef[]"},
-        {"ab[c]d ef", {WM_KEYDOWN, VK_END, Shift}, "ab[cd ef]"},
-        {"ab[c]d ef", {WM_KEYDOWN, VK_HOME}, "[]abcd ef"},
-        {"ab[c]d ef", {WM_KEYDOWN, VK_HOME, Shift}, "[ab]cd ef"},
-        {"ab[]cd ef", {WM_KEYDOWN, VK_LEFT}, "a[]bcd ef"},
-        {"[]abcd ef", {WM_KEYDOWN, VK_LEFT}, "[]abcd ef"},
-        {"ab[]cd ef", {WM_KEYDOWN, VK_UP}, "a[]bcd ef"},
-        {"abcd ef[]", {WM_KEYDOWN, VK_LEFT, Control}, "abcd []ef"},
-        {"abcd []ef", {WM_KEYDOWN, VK_LEFT, Control}, "[]abcd ef"},
-        {"ab[]cd ef", {WM_KEYDOWN, VK_RIGHT}, "abc[]d ef"},
-        {"abcd ef[]", {WM_KEYDOWN, VK_RIGHT}, "abcd ef[]"},
-        {"ab[c]d ef", {WM_KEYDOWN, VK_RIGHT, Shift}, "ab[cd] ef"},
-        {"a[]bcd ef", {WM_KEYDOWN, VK_RIGHT, Control}, "abcd []ef"},
-        {"ab[]cd ef", {WM_KEYDOWN, VK_DOWN}, "abc[]d ef"},
-        {"ab[]cd ef", {WM_KEYDOWN, VK_PRIOR}, "ab[]cd ef"},
-        {"a[bc]d ef", {WM_CLEAR, 0}, "a[]d ef"},
-        {"a[bc]d ef", {WM_CUT, 0}, "a[bc]d ef", kReadOnly},
-        {"a[bc]d ef", {WM_COPY, 0}, "a[bc]d ef"},
-        {"abcd[ ]ef", {WM_PASTE, 0}, "abcdbc[]ef"},
-        {"[]abcd ef", {WM_PASTE, 0}, "[]abcd ef", kReadOnly},
-        {"abc[d ef]", {WM_CHAR, 24}, "abc[]"},
-        {"[]abcd ef", {WM_CHAR, 22}, "d ef[]abcd ef"},
-        {"[a]bcd ef", {WM_CHAR, 3}, "[a]bcd ef", kReadOnly},
-        {"[]abcd ef", {WM_KEYDOWN, VK_INSERT, Shift}, "a[]abcd ef"},
-        {"a[b]cd ef", {WM_KEYDOWN, VK_INSERT, Control}, "a[b]cd ef"},
-        {"a[bc]d ef", {WM_KEYDOWN, VK_DELETE, Shift}, "a[]d ef"},
-        {"[]abcd ef", {WM_PASTE, 0}, "bc[]abcd ef"},
-        {"[]abcd ef", {WM_CHAR, 127}, "[]abcd ef"},
+        {"a[bc]d ef", Key, VK_DELETE, "a[]d ef"},     {"ab[]cd ef", Key, VK_DELETE, "a[]cd ef", Shift},
+        {"[]abcd ef", Key, VK_DELETE, "[]bcd ef"},    {"ab[]cd ef", Key, VK_DELETE, "ab[]", Control},
+        {"ab[]/ef", Key, VK_RIGHT, "ab/[]ef"},        {"ab[c]d ef", Key, VK_RIGHT, "ab[cd] ef", Shift},
+        {"ab/[]ef", Key, VK_LEFT, "ab[]/ef"},         {"abcd ef[]", Key, VK_LEFT, "abcd []ef", Control},
+        {"ab[]cd ef", Key, VK_END, "abcd ef[]"},      {"a[]b/ef", Key, VK_END, "ab/ef[]", Control},
+        {"ab[c]d ef", Key, VK_HOME, "[]abcd ef"},     {"ab[c]d ef", Key, VK_HOME, "[ab]cd ef", Shift},
+        {"ab[]cd ef", Key, VK_LEFT, "a[]bcd ef"},     {"abcd []ef", Key, VK_LEFT, "[]abcd ef", Control},
+        {"ab[]cd ef", Key, VK_RIGHT, "abc[]d ef"},    {"a[]bcd ef", Key, VK_RIGHT, "abcd []ef", Control},
+        {"abcd ef[]", Key, VK_DELETE, "abcd ef[]"},   {"ab[c]d ef", Key, VK_END, "ab[cd ef]", Shift},
+        {"!a[bc]d ef", Key, VK_DELETE, "!a[bc]d ef"}, {"ab[]/ef", Key, VK_DELETE, "ab[]ef"},
+        {"ab/[]ef", Char, VK_BACK, "ab[]ef"},         {"[]abcd ef", Key, VK_LEFT, "[]abcd ef"},
+        {"ab[]cd ef", Key, VK_UP, "a[]bcd ef"},       {"abcd ef[]", Key, VK_RIGHT, "abcd ef[]"},
+        {"a[bc]d ef", WM_CLEAR, 0, "a[]d ef"},        {"!a[bc]d ef", WM_CUT, 0, "!a[bc]d ef"},
+        {"a[bc]d ef", WM_COPY, 0, "a[bc]d ef"},       {"abcd[ ]ef", WM_PASTE, 0, "abcdbc[]ef"},
+        {"![]abcd ef", WM_PASTE, 0, "![]abcd ef"},    {"abc[d ef]", Char, 24, "abc[]"},
+        {"[]abcd ef", Char, 22, "d ef[]abcd ef"},     {"![a]bcd ef", Char, 3, "![a]bcd ef"},
+        {"ab[]cd ef", Key, VK_DOWN, "abc[]d ef"},     {"[]abcd ef", Key, VK_INSERT, "a[]abcd ef", Shift},
+        {"ab[]cd ef", Key, VK_PRIOR, "ab[]cd ef"},    {"a[b]cd ef", Key, VK_INSERT, "a[b]cd ef", Control},
+        {"[]abcd ef", Char, 127, "[]abcd ef"},        {"a[bc]d ef", Key, VK_DELETE, "a[]d ef", Shift},
+        {"[]abcd ef", WM_PASTE, 0, "bc[]abcd ef"},
     };
     for (const auto& row : rows) {
-        const auto& [message, value, held] = row.stroke;
-        SCOPED_TRACE(::testing::Message() << &row - rows << ": " << message << " " << value);
-        const HWND edit = GetDlgItem(dialog, row.edit);
+        SCOPED_TRACE(::testing::Message() << row.before << ": " << row.message << " " << row.value);
+        const std::size_t sign = row.before.find_first_of("!/");
+        const HWND edit = Edit(sign == row.before.npos ? 11 : row.before[sign]);
         SetMarked(edit, row.before);
-        Hold(held);
-        EXPECT_EQ(SendMessageW(edit, message, value, 0), message == WM_KEYDOWN || message == WM_CHAR);
+        HoldKeys(row.held == Shift, row.held == Control);
+        EXPECT_EQ(SendMessageW(edit, row.message, row.value, 0), row.message == Key || row.message == Char);
         EXPECT_EQ(Marked(edit), row.windows);
     }
-    Hold(0);
-    EXPECT_TRUE(DestroyWindow(dialog));
+    HoldKeys(false, false);
 }
 
 TEST_F(Edits, TakeNoMoreThanTheirLimit) {
-    const HWND dialog =
-        MakeDialog({kFrame, {{kEdit, kTab, 11, TEXT("")}, {kEdit, kTab | ES_MULTILINE, 13, TEXT("")}}});
-    const HWND line = GetDlgItem(dialog, 11), lines = GetDlgItem(dialog, 13);
+    const HWND line = Edit(11), lines = Edit('/');
     (void)SendMessageW(lines, EM_SETLIMITTEXT, 0, 0);
     EXPECT_EQ(static_cast<DWORD>(SendMessageW(lines, EM_GETLIMITTEXT, 0, 0)), 0xFFFFFFFF);
     for (const HWND edit : {line, lines}) {
@@ -112,27 +87,22 @@ TEST_F(Edits, TakeNoMoreThanTheirLimit) {
         (void)SendMessageW(edit, EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>(TEXT("abc")));
         EXPECT_EQ(Narrow(TextOf(edit)) + " " + heard, "ab 1281 1024 768 ") << "the limit, update and change";
     }
-    EXPECT_TRUE(DestroyWindow(dialog));
 }
 
 TEST_F(Edits, OfManyLinesActForTheirDialogOnceItAsksThem) {
-    const HWND dialog =
-        MakeDialog({kFrame,
-                    {{kEdit, kTab | ES_AUTOHSCROLL, 11, TEXT("")},
-                     {kEdit, kTab | ES_MULTILINE | ES_AUTOVSCROLL | ES_AUTOHSCROLL, 13, TEXT("")},
-                     {kButton, kTab | BS_DEFPUSHBUTTON, IDOK, TEXT("OK")}}});
     const struct {
         bool asks;
         int edit;
         WPARAM key;
         const char* windows;
-    } rows[] = {{false, 11, VK_TAB, ""},        {false, 11, VK_RETURN, ""},      {false, 13, VK_TAB, ""},
-                {false, 13, VK_RETURN, ""},     {false, 13, VK_ESCAPE, ""},      {true, 13, VK_TAB, "next "},
-                {true, 13, VK_RETURN, "next "}, {true, 13, VK_ESCAPE, "close "}, {true, 11, VK_TAB, ""},
-                {true, 11, VK_ESCAPE, ""}};
+    } rows[] = {{false, 11, VK_TAB, ""},         {false, 11, VK_RETURN, ""},
+                {false, '/', VK_TAB, ""},        {false, '/', VK_RETURN, ""},
+                {false, '/', VK_ESCAPE, ""},     {true, '/', VK_TAB, "next "},
+                {true, '/', VK_RETURN, "next "}, {true, '/', VK_ESCAPE, "close "},
+                {true, 11, VK_TAB, ""},          {true, 11, VK_ESCAPE, ""}};
     for (const auto& row : rows) {
         SCOPED_TRACE(::testing::Message() << &row - rows);
-        const HWND edit = GetDlgItem(dialog, row.edit);
+        const HWND edit = Edit(row.edit);
         MSG message = {edit, WM_KEYDOWN, row.key, 0, 0, {}};
         (void)SendMessageW(edit, WM_GETDLGCODE, row.key, row.asks ? reinterpret_cast<LPARAM>(&message) : 0);
         heard.clear();
@@ -143,12 +113,11 @@ TEST_F(Edits, OfManyLinesActForTheirDialogOnceItAsksThem) {
         EXPECT_TRUE(!row.asks || SendMessageW(edit, WM_CHAR, row.key, 0));
         EXPECT_EQ(TextOf(edit), TEXT(""));
     }
-    EXPECT_TRUE(DestroyWindow(dialog));
 }
 
 TEST_F(Edits, UndoTheLastChange) {
-    const HWND dialog = MakeDialog({kFrame, {{kEdit, kTab | ES_AUTOHSCROLL, 11, TEXT("abcdef")}}});
-    const HWND edit = GetDlgItem(dialog, 11);
+    const HWND edit = Edit(11);
+    (void)SetWindowTextW(edit, TEXT("abcdef"));
     const auto type = [&](std::initializer_list<WPARAM> units) {
         for (const WPARAM unit : units)
             (void)SendMessageW(edit, WM_CHAR, unit, 0);
@@ -177,7 +146,6 @@ TEST_F(Edits, UndoTheLastChange) {
     (void)SendMessageW(edit, EM_SETSEL, 0, 1);
     (void)SendMessageW(edit, EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>(TEXT("z")));
     EXPECT_FALSE(SendMessageW(edit, EM_CANUNDO, 0, 0));
-    EXPECT_TRUE(DestroyWindow(dialog));
 }
 
 }  // namespace

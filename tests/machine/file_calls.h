@@ -48,7 +48,7 @@ inline std::string Delete(const std::string& file) {
     return Told(DeleteFileW(Wide(file).c_str()));
 }
 
-inline std::string Make(const std::string& folder) {
+inline std::string MakeDirectory(const std::string& folder) {
     return Told(CreateDirectoryW(Wide(folder).c_str(), nullptr));
 }
 

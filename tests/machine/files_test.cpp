@@ -5,9 +5,9 @@
 
 namespace {
 
-class Files : public ScratchTest {};
+class PlainFiles : public ScratchTest {};
 
-TEST_F(Files, FailWithTheErrorsOfWindows) {
+TEST_F(PlainFiles, FailWithTheErrorsOfWindows) {
     MakeFiles({"a", "full\\x"});
     MakeFiles({"b"}, "b");
     MakeFolder(TEXT("C:\\Scratch\\empty"));
@@ -19,7 +19,7 @@ TEST_F(Files, FailWithTheErrorsOfWindows) {
         {"copy a folder", Copy("full", "c"), "ERROR_ACCESS_DENIED"},
         {"copy onto a file that must not be there", Copy("a", "b", TRUE), "ERROR_FILE_EXISTS"},
         {"delete a folder", Delete("empty"), "ERROR_ACCESS_DENIED"},
-        {"make a folder where a file is", Make("a"), "ERROR_ALREADY_EXISTS"},
+        {"make a folder where a file is", MakeDirectory("a"), "ERROR_ALREADY_EXISTS"},
         {"remove a full folder", Remove("full"), "ERROR_DIR_NOT_EMPTY"},
         {"remove the folder of all programs", Remove("C:\\Program Files"), "ERROR_DIR_NOT_EMPTY"},
         {"remove a file as a folder", Remove("a"), "ERROR_DIRECTORY"},
@@ -28,7 +28,7 @@ TEST_F(Files, FailWithTheErrorsOfWindows) {
     EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\b")), "b");
 }
 
-TEST_F(Files, ReadOnlyFileIsNeitherDeletedNorOverwrittenButMoved) {
+TEST_F(PlainFiles, ReadOnlyFileIsNeitherDeletedNorOverwrittenButMoved) {
     MakeFiles({"a"}, "new");
     MakeFiles({"guarded"}, "old");
     EXPECT_TRUE(SetFileAttributesW(TEXT("guarded"), FILE_ATTRIBUTE_READONLY));
@@ -57,7 +57,7 @@ std::string SetAttributes(const std::string& path, DWORD attributes) {
     return std::to_string(GetFileAttributesW(Wide(path).c_str()));
 }
 
-TEST_F(Files, AnswerAsWindowsDoes) {
+TEST_F(PlainFiles, AnswerAsWindowsDoes) {
     MakeFolder(TEXT("folder"));
     const HANDLE file = CreateFileW(TEXT("a"), GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, 0, nullptr);
     LARGE_INTEGER below;
@@ -86,29 +86,21 @@ TEST_F(Files, AnswerAsWindowsDoes) {
     FindClose(search);
 }
 
-TEST_F(Files, AreSearchedByWindowsWildcards) {
+TEST_F(PlainFiles, AreSearchedByWindowsWildcards) {
     MakeFiles({"odd\\a", "odd\\aa", "odd\\a.a", "odd\\x 1 y", "odd\\.a", "odd\\page.html"});
     MakeFiles({"found\\one", "found\\two.txt", "found\\three.TXT", "found\\four.txt.bak", "found\\below\\x"});
+    // Names that are no 8.3 names have one besides, and are found by it.
     const struct {
         const char *pattern, *names;
     } rows[] = {
-        {"found\\*.*", ". .. below four.txt.bak one three.TXT two.txt"},
-        {"found\\T*.?xt", "three.TXT two.txt"},
-        {"found\\TWO.TXT", "two.txt"},
-        {"odd\\?", ". .. a"},
-        {"odd\\??. ", ". .. a aa"},
-        // Names that are no 8.3 names have one besides, and are found by it.
-        {"odd\\*.htm", "page.html"},
-        {"odd\\page~?.h*", "page.html"},
-        {"odd\\*.", ". .. .a a aa x 1 y"},
-        {"odd\\* ..", ". .. .a a aa x 1 y"},
-        {"odd\\a*.", ".a a aa"},
-        {"odd\\.*.", ". .. .a"},
-        {"odd\\?.??.", ". .. .a a a.a"},
-        {"odd\\a?", "a aa"},
-        {"odd\\x > y", "x 1 y"},
-        {"odd\\a\"a", "a.a"},
-        {"odd\\a<", ".a a aa"},
+        {"odd\\?", ". .. a"},       {"found\\*.*", ". .. below four.txt.bak one three.TXT two.txt"},
+        {"odd\\??. ", ". .. a aa"}, {"found\\T*.?xt", "three.TXT two.txt"},
+        {"odd\\a*.", ".a a aa"},    {"found\\TWO.TXT", "two.txt"},
+        {"odd\\.*.", ". .. .a"},    {"odd\\*.htm", "page.html"},
+        {"odd\\a?", "a aa"},        {"odd\\page~?.h*", "page.html"},
+        {"odd\\x > y", "x 1 y"},    {"odd\\*.", ". .. .a a aa x 1 y"},
+        {"odd\\a\"a", "a.a"},       {"odd\\* ..", ". .. .a a aa x 1 y"},
+        {"odd\\a<", ".a a aa"},     {"odd\\?.??.", ". .. .a a a.a"},
     };
     for (const auto& row : rows)
         ExpectAnswers({{std::string("search ") + row.pattern, Found(row.pattern), row.names}});
@@ -121,7 +113,7 @@ std::string Short(const std::string& path) {
     return path.substr(0, path.rfind('\\') + 1) + Narrow(name);
 }
 
-TEST_F(Files, AreTakenByTheirShortNames) {
+TEST_F(PlainFiles, AreTakenByTheirShortNames) {
     MakeFiles({"page.html", "page.htmx", "full of files\\x", "empty folder\\x"}, "old");
     MakeFiles({"new"}, "new");
     const std::string page = Short("C:\\Scratch\\page.html"), other = Short("C:\\Scratch\\page.htmx"),

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "harness/driver.h"
+#include "machine/answers.h"
 
 inline constexpr WORD kButton = 0x80;
 inline constexpr WORD kEdit = 0x81;
@@ -58,31 +59,18 @@ inline int asked = 0;      // for the default button
 inline INT_PTR CALLBACK Procedure(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) {
     const int id = LOWORD(wParam), notification = HIWORD(wParam);
     asked += message == DM_GETDEFID;
-    const std::pair<UINT, const char*> names[] = {
-        {WM_SETFONT, "font"},    {WM_INITDIALOG, "init"}, {WM_ACTIVATE, "activate"},
-        {WM_SHOWWINDOW, "show"}, {WM_NEXTDLGCTL, "next"}, {WM_PARENTNOTIFY, "parentnotify"},
-        {WM_CLOSE, "close"},     {WM_DESTROY, "destroy"}, {WM_NCDESTROY, "ncdestroy"},
-    };
-    for (const auto& [number, name] : names)
-        if (message == number) heard += std::string(name) + " ";
+    static const auto names = NamesIn(
+        "2 destroy 6 activate 16 close 24 show 40 next 48 font 130 ncdestroy 272 init 528 parentnotify");
+    if (names.contains(message)) heard += names.at(message) + " ";
     if (message == WM_COMMAND && notification >= EN_CHANGE) heard += std::to_string(notification) + " ";
-    switch (message) {
-        case WM_INITDIALOG:
-        case WM_CLOSE:
-            return TRUE;
-        case WM_COMMAND:
-            if (notification == BN_CLICKED) commands.push_back(id);
-            return id == 50 && notification == BN_CLICKED && EndDialog(dialog, 500);
-        case WM_DESTROY:
-        case WM_NCDESTROY:
-            ends.emplace_back(dialog, message);
-            return FALSE;
-        case WM_APP:
-            (void)SetWindowLongPtrW(dialog, DWLP_MSGRESULT, static_cast<LONG_PTR>(wParam) + lParam);
-            return TRUE;
-        default:
-            return FALSE;
+    if (message == WM_DESTROY || message == WM_NCDESTROY) ends.emplace_back(dialog, message);
+    if (message == WM_APP)
+        (void)SetWindowLongPtrW(dialog, DWLP_MSGRESULT, static_cast<LONG_PTR>(wParam) + lParam);
+    if (message == WM_COMMAND && notification == BN_CLICKED) {
+        commands.push_back(id);
+        return id == 50 && EndDialog(dialog, 500);
     }
+    return message == WM_INITDIALOG || message == WM_CLOSE || message == WM_APP;
 }
 
 inline HWND MakeDialog(const Template& dialog, HWND parent = nullptr) {

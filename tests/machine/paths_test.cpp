@@ -27,20 +27,13 @@ TEST_F(Paths, Full) {
     const struct {
         std::string path, full, part;
     } rows[] = {
-        {"C:/test/  ....   ..   ", "C:\\test\\", ""},
-        {"C:/test/.. ", "C:\\test\\", ""},
-        {"C:/test.. /file", "C:\\test.. \\file", "file"},
-        {"C:/test../file", "C:\\test.\\file", "file"},
-        {"C:/test /./file. .", "C:\\test \\file", "file"},
-        {"C:\\a\\..\\..\\b\\.\\\\c\\", "C:\\b\\c\\", ""},
-        {"...", "c:\\SCRATCH\\", ""},
-        {"\\a", "c:\\a", "a"},
-        {"c:/test", "c:\\test", "test"},
-        {"nul", "\\\\.\\nul", ""},
-        {"C:lpt9 .x.y:", "\\\\.\\lpt9", ""},
-        {"aux\\com0", "c:\\SCRATCH\\aux\\com0", "com0"},
-        {"\\\\foo", "\\\\foo", ""},
-        {"//foo/bar/../x/../y", "\\\\foo\\bar\\y", "y"},
+        {"C:/test/  ....   ..   ", "C:\\test\\", ""},      {"C:/test/.. ", "C:\\test\\", ""},
+        {"C:/test.. /file", "C:\\test.. \\file", "file"},  {"...", "c:\\SCRATCH\\", ""},
+        {"C:/test../file", "C:\\test.\\file", "file"},     {"\\a", "c:\\a", "a"},
+        {"C:/test /./file. .", "C:\\test \\file", "file"}, {"c:/test", "c:\\test", "test"},
+        {"C:\\a\\..\\..\\b\\.\\\\c\\", "C:\\b\\c\\", ""},  {"nul", "\\\\.\\nul", ""},
+        {"aux\\com0", "c:\\SCRATCH\\aux\\com0", "com0"},   {"C:lpt9 .x.y:", "\\\\.\\lpt9", ""},
+        {"//foo/bar/../x/../y", "\\\\foo\\bar\\y", "y"},   {"\\\\foo", "\\\\foo", ""},
     };
     for (const auto& row : rows) {
         WCHAR path[MAX_PATH] = {};
@@ -63,8 +56,8 @@ TEST_F(Paths, OddNames) {
         {"copy into 'App..'", Copy("a", "App..\\b"), "ERROR_PATH_NOT_FOUND"},
         {"copy into 'App.'", Copy("a", "App.\\b"), "ok"},
         {"attributes in '...'", Attributes("App\\...\\a"), "ERROR_INVALID_NAME"},
-        {"folder 'App .'", Make("App ."), "ERROR_ALREADY_EXISTS"},
-        {"folder 'New..\\'", Make("New..\\"), "ok"},
+        {"folder 'App .'", MakeDirectory("App ."), "ERROR_ALREADY_EXISTS"},
+        {"folder 'New..\\'", MakeDirectory("New..\\"), "ok"},
         {"current folder 'App '", CurrentAfter("App \\"), "ERROR_FILE_NOT_FOUND"},
         {"current folder", CurrentAfter("c:aPP\\"), "C:\\Scratch\\aPP"},
         // Every existing folder contains the devices.
@@ -75,7 +68,7 @@ TEST_F(Paths, OddNames) {
         {"copy to nul", Copy("a", "App\\nul"), "ok"},
         {"delete NUL", Delete("App\\NUL"), "ERROR_INVALID_PARAMETER"},
         {"remove NUL", Remove("App\\NUL"), "ERROR_DIRECTORY"},
-        {"folder aux", Make("App\\aux"), "ERROR_DIRECTORY"},
+        {"folder aux", MakeDirectory("App\\aux"), "ERROR_DIRECTORY"},
         {"current folder NUL", CurrentAfter("NUL"), "ERROR_DIRECTORY"},
         {"find nul", Found("App\\nul.x"), "nul"},
         {"find the second port", Found("App\\COM\xC2\xB2.x"), "COM\xC2\xB2"},

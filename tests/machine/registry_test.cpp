@@ -81,16 +81,16 @@ TEST_F(Registry, GivesValuesByBytes) {
         ASSERT_EQ(RegSetValueExW(m_key, TEXT("v"), 0, type, reinterpret_cast<const BYTE*>(stored.data()), 4),
                   ERROR_SUCCESS);
         for (DWORD cbBuffer = 0; cbBuffer <= 8; ++cbBuffer) {
-            BYTE buffer[8];
-            std::fill(std::begin(buffer), std::end(buffer), BYTE{'#'});
+            std::string buffer(8, '#');
             DWORD found = 99, cbValue = cbBuffer;
-            const LSTATUS error = RegQueryValueExW(m_key, TEXT("V"), nullptr, &found, buffer, &cbValue);
-            EXPECT_EQ(error, cbBuffer < 4 ? ERROR_MORE_DATA : ERROR_SUCCESS) << cbBuffer;
-            EXPECT_EQ(cbValue, 4u) << cbBuffer;
-            EXPECT_EQ(found, type) << cbBuffer;
+            const LSTATUS error = RegQueryValueExW(m_key, TEXT("V"), nullptr, &found,
+                                                   reinterpret_cast<BYTE*>(buffer.data()), &cbValue);
+            EXPECT_EQ(std::tuple(error, cbValue, found),
+                      std::tuple(cbBuffer < 4 ? ERROR_MORE_DATA : ERROR_SUCCESS, 4u, type))
+                << cbBuffer;
             // A text without a terminator gets one if there is space; it isn't counted.
             const std::string end = type == REG_SZ && cbBuffer >= 6 ? std::string("\0\0##", 4) : "####";
-            EXPECT_EQ(std::string(buffer, buffer + 8), (cbBuffer < 4 ? "####" : text) + end) << cbBuffer;
+            EXPECT_EQ(buffer, (cbBuffer < 4 ? "####" : text) + end) << cbBuffer;
         }
     }
 }

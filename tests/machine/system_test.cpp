@@ -19,21 +19,16 @@ const Text kMachinesClass = TEXT("SOFTWARE\\Classes\\") + kProbeClass;
 class System : public ScratchTest {
   protected:
     System() {
-        WCHAR path[MAX_PATH] = {};
-        GetWindowsDirectoryW(path, MAX_PATH);
-        m_windows = path;
-        ImportFile("machine_tests.exe", m_windows + TEXT("\\qtvprobe.exe"));
-        MakeFile(m_windows + TEXT("\\qtvprobe\\a.dll"), "no library");
+        ImportFile("machine_tests.exe", TEXT("C:\\Windows\\qtvprobe.exe"));
+        MakeFile(TEXT("C:\\Windows\\qtvprobe\\a.dll"), "no library");
         ImportFile("sleeper.exe", TEXT("C:\\Scratch\\program.exe"));
     }
     ~System() override {
-        DeleteTree(m_windows + TEXT("\\qtvprobe.exe"));
-        DeleteTree(m_windows + TEXT("\\qtvprobe"));
+        DeleteTree(TEXT("C:\\Windows\\qtvprobe.exe"));
+        DeleteTree(TEXT("C:\\Windows\\qtvprobe"));
         DeleteKeyTree(HKEY_CURRENT_USER, kUsersClass);
         DeleteKeyTree(HKEY_LOCAL_MACHINE, kMachinesClass);
     }
-
-    Text m_windows;
 };
 
 std::string Load(LPCWSTR name) {
@@ -107,10 +102,8 @@ std::string Target(const Text& path) {
     return std::to_string(set) + " " + Narrow(target);
 }
 
-std::string Lower(std::string text) {
-    for (char& letter : text)
-        letter = letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + 32) : letter;
-    return text;
+std::string Lower(const std::string& text) {
+    return Narrow(CString(Wide(text).c_str()).MakeLower().Text());
 }
 
 std::string Folder(int folder) {
@@ -164,7 +157,11 @@ TEST_F(System, AnswersAsWindowsDoes) {
         {"%05d", Written(written, TEXT("%05d"), -12), "5:-0012"},
         {"a time before 1970", LocalTime(-1), "none"},
         {"the first time", LocalTime(0), "some"},
-        {"missing variables", HasVariables({TEXT("ProgramW6432"), TEXT("HomeDrive"), TEXT("HomePath")}), ""},
+        {"missing variables",
+         HasVariables({TEXT("ProgramW6432"), TEXT("HomeDrive"), TEXT("HomePath"), TEXT("CommonProgramFiles"),
+                       TEXT("COMPUTERNAME"), TEXT("OS"), TEXT("PATHEXT"), TEXT("PROCESSOR_ARCHITECTURE"),
+                       TEXT("ProgramFiles(x86)")}),
+         ""},
         {"value in HKEY_CLASSES_ROOT", ValueInClasses(), "machine"},
         {"the system's folder", Lower(Folder(CSIDL_SYSTEM)), "c:\\windows\\system32"},
         {"the start menu", Folder(CSIDL_STARTMENU) + "\\Programs", Folder(CSIDL_PROGRAMS)},

@@ -10,8 +10,7 @@ namespace {
 constexpr WCHAR kFrameClass[] = TEXT("MachineTestFrame");
 
 HWND MakeFrame(LPCWSTR title, DWORD style = WS_OVERLAPPEDWINDOW, HWND owner = nullptr) {
-    return CreateWindowExW(0, WindowClass(kFrameClass), title, style, 0, 0, 200, 100, owner, nullptr, nullptr,
-                           nullptr);
+    return NewWindow(WindowClass(kFrameClass), style, title, owner);
 }
 
 class Windows : public ScratchTest {};
@@ -33,28 +32,14 @@ TEST_F(Windows, AreDestroyedWithTheirOwner) {
 std::string told;
 
 LRESULT CALLBACK Listen(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    const std::pair<UINT, const char*> names[] = {{WM_NCCREATE, "nccreate"},
-                                                  {WM_NCCALCSIZE, "nccalcsize"},
-                                                  {WM_CREATE, "create"},
-                                                  {WM_SIZE, "size"},
-                                                  {WM_MOVE, "move"},
-                                                  {WM_PARENTNOTIFY, "parentnotify"},
-                                                  {WM_SHOWWINDOW, "showwindow"},
-                                                  {WM_NCACTIVATE, "ncactivate"},
-                                                  {WM_ACTIVATE, "activate"},
-                                                  {WM_SETFOCUS, "setfocus"},
-                                                  {WM_KILLFOCUS, "killfocus"},
-                                                  {WM_CANCELMODE, "cancelmode"},
-                                                  {WM_ENABLE, "enable"},
-                                                  {WM_CLOSE, "close"},
-                                                  {WM_DESTROY, "destroy"},
-                                                  {WM_NCDESTROY, "ncdestroy"}};
+    static const auto names = NamesIn(
+        "1 create 2 destroy 3 move 5 size 6 activate 7 setfocus 8 killfocus 10 enable 16 close 24 showwindow "
+        "31 cancelmode 129 nccreate 130 ncdestroy 131 nccalcsize 134 ncactivate 528 parentnotify");
     // Whether a minimized window gets the focus isn't compared.
     const bool isMinimized = (GetWindowLongW(window, GWL_STYLE) & WS_MINIMIZE) != 0;
-    for (const auto& [number, name] : names)
-        if (message == number && !(isMinimized && (message == WM_SETFOCUS || message == WM_KILLFOCUS)))
-            told += (told.empty() ? "" : " ") + std::string(name) +
-                    (message == WM_ACTIVATE && HIWORD(wParam) ? "-minimized" : "");
+    if (names.contains(message) && !(isMinimized && (message == WM_SETFOCUS || message == WM_KILLFOCUS)))
+        told += (told.empty() ? "" : " ") + names.at(message) +
+                (message == WM_ACTIVATE && HIWORD(wParam) ? "-minimized" : "");
     if (message == WM_NCCREATE && reinterpret_cast<const CREATESTRUCTW*>(lParam)->lpCreateParams)
         return FALSE;
     return message == WM_CLOSE ? 0 : DefWindowProcW(window, message, wParam, lParam);
@@ -69,8 +54,7 @@ void RunUntilAsked() {
 TEST_F(Windows, GetMessagesInTheOrderOfWindows) {
     const LPCWSTR listener = WindowClass(TEXT("MachineTestListener"), Listen);
     const auto make = [&](DWORD style, HWND parent = nullptr, void* refuses = nullptr) {
-        return CreateWindowExW(0, listener, TEXT("x"), style, 10, 10, 200, 100, parent, nullptr, nullptr,
-                               refuses);
+        return NewWindow(listener, style, TEXT("x"), parent, 200, refuses);
     };
     HWND frame = nullptr, child = nullptr, over = nullptr, small = nullptr;
     const HWND asked = MakeFrame(TEXT("Asked"));
@@ -83,8 +67,16 @@ TEST_F(Windows, GetMessagesInTheOrderOfWindows) {
     const auto forward = [&] { (void)SetForegroundWindow(others); };
     const auto elsewhere = [](const auto& act) { std::thread(act).join(); };
     const auto behind = [&] { Await("the other's turn", [&] { return GetForegroundWindow() == others; }); };
-    const auto place = [](HWND window, int x, int width, UINT flags) {
-        (void)SetWindowPos(window, nullptr, x, 10, width, 100, flags | SWP_NOZORDER | SWP_NOACTIVATE);
+    const auto show = [](HWND& window, int how) { return [&window, how] { (void)ShowWindow(window, how); }; };
+    const auto destroy = [](HWND& window) { return [&window] { (void)DestroyWindow(window); }; };
+    const auto enable = [&](BOOL on) { return [&child, on] { (void)EnableWindow(child, on); }; };
+    const auto send = [](HWND& window, UINT message, WPARAM wParam, LPARAM lParam) {
+        return [=, &window] { (void)SendMessageW(window, message, wParam, lParam); };
+    };
+    const auto place = [&](int x, int width, UINT flags) {
+        return [=, &child] {
+            (void)SetWindowPos(child, nullptr, x, 10, width, 50, flags | SWP_NOZORDER | SWP_NOACTIVATE);
+        };
     };
     const struct {
         const char* what;
@@ -96,51 +88,45 @@ TEST_F(Windows, GetMessagesInTheOrderOfWindows) {
          "nccreate nccalcsize create", true},
         {"make a child", [&] { child = make(WS_CHILD | WS_VISIBLE, frame); },
          "nccreate nccalcsize create size move parentnotify showwindow", true},
-        {"show it", [&] { (void)ShowWindow(frame, SW_SHOW); },
-         "showwindow ncactivate activate setfocus size move"},
-        {"show it again", [&] { (void)ShowWindow(frame, SW_SHOW); }, ""},
+        {"show it", show(frame, SW_SHOW), "showwindow ncactivate activate setfocus size move"},
+        {"show it again", show(frame, SW_SHOW), ""},
         {"show it below another", [&] { over = MakeFrame(TEXT("Over"), WS_POPUP | WS_VISIBLE); },
          "ncactivate activate killfocus", true},
-        {"show it again there", [&] { (void)ShowWindow(frame, SW_SHOW); }, ""},
-        {"show what lies over it no more", [&] { (void)DestroyWindow(over); }, "ncactivate activate setfocus",
-         true},
+        {"show it again there", show(frame, SW_SHOW), ""},
+        {"show what lies over it no more", destroy(over), "ncactivate activate setfocus", true},
         {"bring another thread's window forward", forward, "ncactivate activate killfocus"},
         {"say that it becomes inactive by being minimized",
-         [&] { (void)SendMessageW(frame, WM_ACTIVATE, MAKEWPARAM(WA_INACTIVE, 1), 0); },
-         "activate-minimized"},
+         send(frame, WM_ACTIVATE, MAKEWPARAM(WA_INACTIVE, 1), 0), "activate-minimized"},
         {"bring it forward", [&] { (void)SetForegroundWindow(frame); }, "ncactivate activate setfocus"},
         {"and again before it is told",
          [&] { elsewhere([&] { forward(), (void)SetForegroundWindow(frame); }); }, "", true},
         {"hide it behind the other", [&] { elsewhere(forward), (void)ShowWindow(frame, SW_HIDE), behind(); },
          "showwindow ncactivate activate killfocus", true},
         {"focus it there", [&] { (void)SetFocus(frame), behind(); }, "ncactivate activate setfocus", true},
-        {"show it there", [&] { (void)ShowWindow(frame, SW_SHOW); }, "showwindow"},
+        {"show it there", show(frame, SW_SHOW), "showwindow"},
         {"make a minimized one",
          [&] { small = make(WS_OVERLAPPEDWINDOW | WS_VISIBLE | WS_MINIMIZE), forward(); }, nullptr, true},
-        {"show it as it is", [&] { (void)ShowWindow(small, SW_SHOW); }, ""},
+        {"show it as it is", show(small, SW_SHOW), ""},
         {"bring that forward", [&] { (void)SetForegroundWindow(small); }, "ncactivate activate-minimized"},
         {"bring the other forward again", forward, "ncactivate activate-minimized"},
-        {"restore it", [&] { (void)ShowWindow(small, SW_RESTORE); },
-         "nccalcsize ncactivate activate setfocus move size activate"},
-        {"destroy it", [&] { (void)DestroyWindow(small); },
+        {"restore it", show(small, SW_RESTORE), "nccalcsize ncactivate activate setfocus move size activate"},
+        {"destroy it", destroy(small),
          "ncactivate activate ncactivate activate killfocus setfocus destroy ncdestroy", true},
-        {"disable the child", [&] { (void)EnableWindow(child, FALSE); }, "cancelmode enable"},
-        {"disable it again", [&] { (void)EnableWindow(child, FALSE); }, "cancelmode"},
-        {"enable the child", [&] { (void)EnableWindow(child, TRUE); }, "enable"},
-        {"move the child", [&] { place(child, 20, 200, SWP_NOSIZE); }, "move", true},
-        {"to where it is", [&] { place(child, 20, 200, 0); }, "", true},
-        {"move and size it", [&] { place(child, 30, 250, 0); }, "nccalcsize move size", true},
-        {"size the child", [&] { place(child, 30, 300, 0); }, "nccalcsize size", true},
-        {"hide the child", [&] { (void)ShowWindow(child, SW_HIDE); }, "showwindow"},
-        {"show the child", [&] { (void)ShowWindow(child, SW_SHOW); }, "showwindow"},
-        {"Alt+F4", [&] { (void)SendMessageW(child, WM_SYSKEYDOWN, VK_F4, 0x20000000); }, "close"},
-        {"destroy the child", [&] { (void)DestroyWindow(child); },
-         "parentnotify showwindow destroy ncdestroy", true},
+        {"disable the child", enable(FALSE), "cancelmode enable"},
+        {"disable it again", enable(FALSE), "cancelmode"},
+        {"enable the child", enable(TRUE), "enable"},
+        {"move the child", place(20, 200, SWP_NOSIZE), "move", true},
+        {"to where it is", place(20, 200, 0), "", true},
+        {"move and size it", place(30, 250, 0), "nccalcsize move size", true},
+        {"size the child", place(30, 300, 0), "nccalcsize size", true},
+        {"hide the child", show(child, SW_HIDE), "showwindow"},
+        {"show the child", show(child, SW_SHOW), "showwindow"},
+        {"Alt+F4", send(child, WM_SYSKEYDOWN, VK_F4, 0x20000000), "close"},
+        {"destroy the child", destroy(child), "parentnotify showwindow destroy ncdestroy", true},
         {"make a child that refuses", [&] { (void)make(WS_CHILD, frame, &frame); }, "nccreate ncdestroy",
          true},
-        {"the menu's command", [&] { (void)SendMessageW(frame, WM_SYSCOMMAND, SC_CLOSE, 0); }, "close"},
-        {"destroy it", [&] { (void)DestroyWindow(frame); }, "ncactivate activate killfocus destroy ncdestroy",
-         true},
+        {"the menu's command", send(frame, WM_SYSCOMMAND, SC_CLOSE, 0), "close"},
+        {"destroy it", destroy(frame), "ncactivate activate killfocus destroy ncdestroy", true},
     };
     // The messages are the same whichever thread acts.
     for (const bool isOther : {false, true})
@@ -162,8 +148,7 @@ TEST_F(Windows, GetMessagesInTheOrderOfWindows) {
 
 // The width of a window that is made in that way, and its size when it is to be below zero.
 std::string Sizes(DWORD style, HWND parent, int width) {
-    const HWND window = CreateWindowExW(0, TEXT("STATIC"), TEXT(""), style, 0, 0, width, 10, parent, nullptr,
-                                        nullptr, nullptr);
+    const HWND window = NewWindow(TEXT("STATIC"), style, TEXT(""), parent, width);
     RECT made = {}, sized = {};
     (void)GetWindowRect(window, &made);
     (void)SetWindowPos(window, nullptr, 0, 0, -5, -10, SWP_NOZORDER | SWP_NOACTIVATE | SWP_NOMOVE);
@@ -184,10 +169,10 @@ TEST_F(Windows, AnswerAsWindowsDoes) {
         return std::to_string(message.message);
     };
     const auto character = [&](WPARAM key) {
-        BYTE keys[2][256] = {};
-        keys[1][VK_CONTROL] = 0x80;
         const MSG stroke = {frame, WM_KEYDOWN, key, 0, 0, {}};
-        EXPECT_TRUE(SetKeyboardState(keys[1]) && TranslateMessage(&stroke) && SetKeyboardState(keys[0]));
+        HoldKeys(false, true);
+        EXPECT_TRUE(TranslateMessage(&stroke));
+        HoldKeys(false, false);
         return peek(WM_CHAR, WM_CHAR);
     };
     PostQuitMessage(3);
@@ -203,19 +188,6 @@ TEST_F(Windows, AnswerAsWindowsDoes) {
         {"sizes below zero of a child", Sizes(WS_CHILD, frame, -5), "0 0x0"},
         {"the system's size for a child", Sizes(WS_CHILD, frame, CW_USEDEFAULT), "0 0x0"},
     });
-    EXPECT_TRUE(DestroyWindow(frame));
-}
-
-TEST_F(Windows, GetTenThousandMessagesInOrder) {
-    const HWND frame = MakeFrame(TEXT("Frame"));
-    std::thread([frame] {
-        for (WPARAM i = 0; i < 10000; ++i)
-            EXPECT_TRUE(PostMessageW(frame, WM_APP, i, 0)) << i;
-    }).join();
-    MSG message = {};
-    for (WPARAM i = 0; i < 10000; ++i)
-        ASSERT_TRUE(GetMessageW(&message, nullptr, 0, 0) && message.hwnd == frame && message.wParam == i);
-    EXPECT_FALSE(PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE));
     EXPECT_TRUE(DestroyWindow(frame));
 }
 
