@@ -3,6 +3,7 @@
 
 #include "files/files.h"
 #include "machine/file_calls.h"
+#include "shell/link_format.h"
 #include <winhost.h>
 #include "winhost/neighbour.h"
 
@@ -15,29 +16,26 @@ class HostFiles : public ScratchTest {};
 TEST_F(HostFiles, AreSharedAsBothProcessesAllow) {
     constexpr DWORD kAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
     MakeFile(TEXT("C:\\Scratch\\a"));
-    struct Claim {
-        DWORD access, share;
-    };
     const struct {
-        Claim held, asked;
+        DWORD held, heldShare, asked, askedShare;
         bool isAllowed;
     } rows[] = {
-        {{GENERIC_READ, FILE_SHARE_READ}, {GENERIC_READ, FILE_SHARE_READ}, true},
-        {{GENERIC_READ, FILE_SHARE_READ}, {GENERIC_READ, 0}, false},
-        {{GENERIC_WRITE, kAll}, {GENERIC_READ, FILE_SHARE_READ}, false},
-        {{GENERIC_WRITE, kAll}, {GENERIC_READ | GENERIC_WRITE, kAll}, true},
-        {{GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE}, {DELETE, kAll}, false},
-        {{DELETE, kAll}, {GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE}, false},
-        {{GENERIC_READ, 0}, {0, 0}, true},
+        {GENERIC_READ, FILE_SHARE_READ, GENERIC_READ, FILE_SHARE_READ, true},
+        {GENERIC_READ, FILE_SHARE_READ, GENERIC_READ, 0, false},
+        {GENERIC_WRITE, kAll, GENERIC_READ, FILE_SHARE_READ, false},
+        {GENERIC_WRITE, kAll, GENERIC_READ | GENERIC_WRITE, kAll, true},
+        {GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, DELETE, kAll, false},
+        {DELETE, kAll, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, false},
+        {GENERIC_READ, 0, 0, 0, true},
     };
-    for (const auto& [held, asked, isAllowed] : rows) {
-        const Neighbour neighbour([&held = held] {
-            return CreateFileW(TEXT("a"), held.access, held.share, nullptr, OPEN_EXISTING, 0, nullptr) !=
+    for (const auto& row : rows) {
+        const Neighbour neighbour([&] {
+            return CreateFileW(TEXT("a"), row.held, row.heldShare, nullptr, OPEN_EXISTING, 0, nullptr) !=
                    INVALID_HANDLE_VALUE;
         });
-        EXPECT_EQ(Open("A", asked.access, OPEN_EXISTING, asked.share),
-                  isAllowed ? "ok" : "ERROR_SHARING_VIOLATION")
-            << held.access << " " << held.share << " " << asked.access << " " << asked.share;
+        EXPECT_EQ(Open("A", row.asked, OPEN_EXISTING, row.askedShare),
+                  row.isAllowed ? "ok" : "ERROR_SHARING_VIOLATION")
+            << row.held << " " << row.heldShare << " " << row.asked << " " << row.askedShare;
     }
     EXPECT_EQ(Open("a", GENERIC_READ | GENERIC_WRITE, OPEN_EXISTING, 0), "ok")
         << "a claim ends with its process";
@@ -78,8 +76,8 @@ TEST_F(HostFiles, PathsFollowWindowsRules) {
         {"a share", Attributes("\\\\server\\share\\file"), "53"},
         {"a search there", Found("\\\\server\\share\\*"), "53"},
         {"no name", Attributes(""), "ERROR_PATH_NOT_FOUND"},
-        {"the longest folder", Make(longest), "ok"},
-        {"a longer folder", Make(longest + "x"), "ERROR_FILENAME_EXCED_RANGE"},
+        {"the longest folder", MakeDirectory(longest), "ok"},
+        {"a longer folder", MakeDirectory(longest + "x"), "ERROR_FILENAME_EXCED_RANGE"},
         {"another case", Move("dir", "DIR"), "ok"},
         {"its spelling", Narrow(Tree()[0]), "DIR\\"},
         {"a folder into itself", Move("dir", "dir\\inside"), "ERROR_SHARING_VIOLATION"},
@@ -112,7 +110,7 @@ TEST_F(HostFiles, ShortNamesAreFixedWhenAnEntryIsMadeOrNamed) {
     EXPECT_EQ(Delete("long1\\longname.5.txt"), "ok");
     EXPECT_EQ(Move("long1\\longname.3.txt", "long1\\longname.6.txt"), "ok");
     EXPECT_EQ(ShortNames("long1"), "LONGNA~3.TXT LONGNA~1.TXT");
-    EXPECT_EQ(Make("long number 2"), "ok");
+    EXPECT_EQ(MakeDirectory("long number 2"), "ok");
     for (const std::string name : {"longname.4.txt", "longname.6.txt"})
         EXPECT_EQ(Move("long1\\" + name, "LONGNU~1\\" + name), "ok");
     EXPECT_EQ(ShortNames("long number 2"), "LONGNA~1.TXT LONGNA~2.TXT") << "anew in another folder";
@@ -124,11 +122,11 @@ TEST_F(HostFiles, ShortNamesAreFixedWhenAnEntryIsMadeOrNamed) {
     // This process knows the folder. Then another process adds an entry, and the host one whose name is a short name.
     EXPECT_EQ(Copy("long number 2\\longname.6.txt", "long number 2\\new name 1.txt"), "ok");
     {
-        const Neighbour other([] { return Make("long number 2\\new name 2.txt") == "ok"; });
+        const Neighbour other([] { return MakeDirectory("long number 2\\new name 2.txt") == "ok"; });
     }
-    EXPECT_EQ(Make("long number 2\\new name 3.txt"), "ok");
+    EXPECT_EQ(MakeDirectory("long number 2\\new name 3.txt"), "ok");
     std::ofstream(folder / "newnam~4.txt").put('x');
-    EXPECT_EQ(Make("long number 2\\new name 4.txt"), "ok");
+    EXPECT_EQ(MakeDirectory("long number 2\\new name 4.txt"), "ok");
     EXPECT_EQ(ShortNames("long number 2"),
               "LONGNA~2.TXT LONGNA~1.TXT NEWNAM~1.TXT NEWNAM~2.TXT NEWNAM~3.TXT NEAE90~1.TXT RENAME~1.TXT");
     winhost::CopyStored(folder / "longname.6.txt", folder.parent_path() / "longname.6.txt");
@@ -151,7 +149,7 @@ TEST_F(HostFiles, LargeFoldersShowChangesOfOthers) {
     std::filesystem::remove(folder / "Long name 8");
     {
         const Neighbour other(
-            [] { return Make("large\\Long name 100") == "ok" && Attributes("large\\NEW") == "ok"; });
+            [] { return MakeDirectory("large\\Long name 100") == "ok" && Attributes("large\\NEW") == "ok"; });
     }
     std::ofstream(folder / "Of the host").put('x');
     ExpectAnswers({{"made by the host", Attributes("large\\NEW"), "ok"},
@@ -162,7 +160,7 @@ TEST_F(HostFiles, LargeFoldersShowChangesOfOthers) {
                    {"a short name", Attributes("large\\longna~1"), "ok"},
                    {"that of the host's entry", Attributes("large\\oftheh~1"), "ok"}});
     std::filesystem::remove(folder / "Long name 0");
-    EXPECT_EQ(Make("large\\Long name 101"), "ok");
+    EXPECT_EQ(MakeDirectory("large\\Long name 101"), "ok");
     EXPECT_EQ(Attributes("large\\longna~1"), "ok") << "a short name that is free again";
     std::filesystem::rename(folder, folder.parent_path() / "aside");
     std::filesystem::create_directory(folder);
@@ -261,11 +259,7 @@ TEST_F(HostFiles, PowerIsCutDuringACopy) {
     MakeFiles({"source"}, std::string(1000, 's'));
     // Twelve steps: the file is made, it gets its size, and ten parts of 32 bytes are written.
     winhost::SetLimits({.steps = 12});
-    const pid_t id = fork();
-    if (id == 0) _exit(CopyFileW(TEXT("source"), TEXT("copy"), FALSE));
-    int status = 0;
-    EXPECT_EQ(waitpid(id, &status, 0), id);
-    EXPECT_TRUE(WIFSIGNALED(status));
+    EXPECT_EXIT((void)Copy("source", "copy"), ::testing::KilledBySignal(SIGKILL), "");
     EXPECT_TRUE(winhost::LiftLimits().powerCut);
     EXPECT_EQ(FileBytes(TEXT("copy")), std::string(320, 's') + std::string(680, 0));
 }
@@ -290,8 +284,18 @@ TEST_F(HostFiles, RestartKeepsWhatWindowsWouldKeep) {
     winhost::SetCarriesOutWininit(false);
     EXPECT_EQ(Listed(Tree()), "guarded new shown stale");
     EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\stale")), "new");
-    EXPECT_TRUE(Exists(TEXT("C:\\Windows\\wininit.bak")));
     EXPECT_TRUE(DeleteFileW(TEXT("C:\\Windows\\wininit.bak")));
+}
+
+// Saved by Wine's shell, which keeps names outside the code page only in the list of item ids.
+TEST_F(HostFiles, LinksOfAnotherShellAreRead) {
+    const std::string bytes = BuildBytes(QTV_SOURCE_FOLDER "/tests/winhost/foreign.lnk");
+    const auto link = winhost::ParseLink(bytes);
+    ASSERT_TRUE(link);
+    EXPECT_EQ(link->path, TEXT("C:\\Scratch\\\u00FC \u0416.exe"));
+    EXPECT_EQ(link->description, TEXT("F\u00FC\u00DFe"));
+    EXPECT_EQ(link->arguments, TEXT("-x \"y z\""));
+    EXPECT_EQ(link->icon, 3);
 }
 
 }  // namespace

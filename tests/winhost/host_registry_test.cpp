@@ -13,24 +13,18 @@ namespace {
 
 constexpr WCHAR kProbe[] = TEXT("Software\\Lorvanta\\Probe");
 
-fs::path File() {
-    return winhost::Root() / "registry.reg";
-}
-
-std::string ReadText() {
-    return BuildBytes(File());
-}
+const fs::path kStore = winhost::Root() / "registry.reg";
 
 // Replaces the file by another one, so that it is read again.
 void WriteText(const std::string& text) {
-    const fs::path fresh = File().native() + ".edited";
+    const fs::path fresh = kStore.native() + ".edited";
     std::ofstream(fresh, std::ios::binary) << text;
-    fs::rename(fresh, File());
+    fs::rename(fresh, kStore);
 }
 
 class HostRegistry : public ScratchTest {
   protected:
-    HostRegistry() : m_before(ReadText()) {}
+    HostRegistry() : m_before(BuildBytes(kStore)) {}
     ~HostRegistry() override { WriteText(m_before); }
 
     const std::string m_before;
@@ -68,7 +62,7 @@ TEST_F(HostRegistry, KeepsBytesInItsTextForm) {
     };
     for (const auto& row : rows)
         PutValue(HKEY_CURRENT_USER, kProbe, row.name, row.value);
-    const std::string text = ReadText();
+    const std::string text = BuildBytes(kStore);
     WriteText(text);
     for (const auto& row : rows) {
         EXPECT_EQ(GetValue(HKEY_CURRENT_USER, kProbe, row.name), row.value) << row.line;
@@ -76,12 +70,10 @@ TEST_F(HostRegistry, KeepsBytesInItsTextForm) {
     }
     // Written again from what was read, the file is the same.
     PutValue(HKEY_CURRENT_USER, kProbe, nullptr, rows[0].value);
-    EXPECT_EQ(ReadText(), text);
-    HKEY key = nullptr;
-    ASSERT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, kProbe, 0, KEY_SET_VALUE, &key), ERROR_SUCCESS);
-    EXPECT_EQ(RegDeleteValueW(key, TEXT("number")), ERROR_SUCCESS);
-    (void)RegCloseKey(key);
-    EXPECT_EQ(ReadText().find("\"number\""), text.npos);
+    EXPECT_EQ(BuildBytes(kStore), text);
+    EXPECT_EQ(RegDeleteValueW(OpenKey(HKEY_CURRENT_USER, kProbe, KEY_SET_VALUE).get(), TEXT("number")),
+              ERROR_SUCCESS);
+    EXPECT_EQ(BuildBytes(kStore).find("\"number\""), text.npos);
 }
 
 TEST_F(HostRegistry, IgnoresLinesThatItCantRead) {

@@ -7,24 +7,18 @@
 #include <csignal>
 #include <functional>
 
-// Another process, a fork of the test's. It does something and then waits for the test to end it. It uses
+// Another process, a fork of the test's. It does something and then stops until the test ends it. It uses
 // the machine, but the machine doesn't list it among its processes.
 class Neighbour {
   public:
-    explicit Neighbour(const std::function<bool()>& act) {
-        int ready[2];
-        if (pipe(ready) != 0) return;
-        m_id = fork();
+    explicit Neighbour(const std::function<bool()>& act) : m_id(fork()) {
         if (m_id == 0) {
-            const char done = act();
-            if (write(ready[1], &done, 1) == 1) pause();
+            if (act()) (void)raise(SIGSTOP);
             _exit(1);
         }
-        char done = 0;
-        EXPECT_EQ(read(ready[0], &done, 1), 1);
-        EXPECT_TRUE(done);
-        close(ready[0]);
-        close(ready[1]);
+        int status = 0;
+        EXPECT_EQ(waitpid(m_id, &status, WUNTRACED), m_id);
+        EXPECT_TRUE(WIFSTOPPED(status));
     }
     ~Neighbour() {
         kill(m_id, SIGKILL);
@@ -32,8 +26,7 @@ class Neighbour {
     }
     pid_t Id() const { return m_id; }
     Neighbour(const Neighbour&) = delete;
-    Neighbour& operator=(const Neighbour&) = delete;
 
   private:
-    pid_t m_id = -1;
+    const pid_t m_id;
 };
