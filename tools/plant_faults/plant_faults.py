@@ -54,26 +54,25 @@ class CantPlant(Exception):
 
 def read_rows():
     """The rows of faults.txt by their names."""
-    rows, file, name, breaks = {}, "", "", ""
+    rows, file = {}, ""
     for line in (HERE / "faults.txt").read_text(encoding="utf-8").splitlines():
         if line.startswith("["):
             file = line.strip("[]")
-        elif line.startswith(" "):
-            rows[name] = row_fault(file, name, line.strip(), breaks)
         elif line and not line.startswith("#"):
-            name, _, breaks = line.partition(": ")
+            name, _, shown = line.partition(": ")
             if name in rows:
                 raise CantPlant(f"{name} is there twice")
+            rows[name] = row_fault(file, name, shown)
     return rows
 
 
-def row_fault(file, name, shown, breaks):
+def row_fault(file, name, shown):
     old, new = re.sub(r"\{\+.*?\+\}|\[-|-\]", "", shown), re.sub(r"\[-.*?-\]|\{\+|\+\}", "", shown)
     text = (ROOT / file).read_text(encoding="utf-8")
     if text.count(old) != 1 or old == new:
         raise CantPlant(f"{name}: its text is {text.count(old)} times in {file}")
     start = text.index(old)
-    return rules.Fault("row", file, name, text.count("\n", 0, start) + 1, start, start + len(old), new, breaks)
+    return rules.Fault("row", file, name, text.count("\n", 0, start) + 1, start, start + len(old), new, shown)
 
 
 def read_unseen():
