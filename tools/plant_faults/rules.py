@@ -29,9 +29,8 @@ ALIKE = {"wcscmp": "_wcsicmp", "_wcsicmp": "wcscmp", "wcsncmp": "_wcsnicmp", "_w
          "ReverseFind": "Find", "break": "continue", "continue": "break", "min": "max", "max": "min", "PostMessageW": "SendMessageW",
          "starts_with": "ends_with", "begin": "end", "first": "second", "second": "first",
          "find": "rfind", "rfind": "find", "TrimLeft": "TrimRight", "TrimRight": "TrimLeft", "CompareNoCase": "Compare"}
-NO_STATEMENT = {"if", "for", "while", "do", "else", "switch", "case", "default", "return", "using", "public", "private",
-                "protected", "template", "class", "struct", "enum", "namespace", "friend", "static_assert", "try", "catch",
-                "typedef", "extern", "throw", "virtual", "explicit"}
+NO_STATEMENT = set("if for while do else switch case default return using public private protected template class struct enum namespace "
+                   "friend static_assert try catch typedef extern throw virtual explicit".split())
 NO_WRAPPER = {"TEXT", "CString", "MAKEINTRESOURCEW", "Text", "Wide", "Narrow", "EXPECT_TRUE"}
 RULES = ("condition", "part", "operator", "edge", "number", "root", "flag", "constant", "statement", "result", "call",
          "choice", "arguments", "alike", "text", "entry")
@@ -60,21 +59,16 @@ class Fault:
 class Source:
     def __init__(self, file, text):
         self.file, self.text = file, text
-        self.kinds, self.words, self.starts, self.ends = [], [], [], []
-        for match in TOKEN.finditer(text):
-            if match.lastgroup != "skip":
-                self.kinds.append(match.lastgroup)
-                self.words.append(match.group())
-                self.starts.append(match.start())
-                self.ends.append(match.end())
-        self.lines = [0] + [match.end() for match in re.finditer("\n", text)]
+        tokens = [match for match in TOKEN.finditer(text) if match.lastgroup != "skip"]
+        self.kinds, self.words = [token.lastgroup for token in tokens], [token.group() for token in tokens]
+        self.starts, self.ends = [token.start() for token in tokens], [token.end() for token in tokens]
         self.match, self.bracketed = {}, []
         stack = []
         for i, word in enumerate(self.words):
             self.bracketed.append(bool(stack) and self.words[stack[-1]] != "{")
-            if self.kinds[i] == "sign" and word in OPENS:
+            if word in OPENS:
                 stack.append(i)
-            elif self.kinds[i] == "sign" and stack and word == OPENS[self.words[stack[-1]]]:
+            elif stack and word == OPENS[self.words[stack[-1]]]:
                 self.match[stack[-1]] = i
                 self.match[i] = stack.pop()
         self.scopes()
@@ -105,9 +99,7 @@ class Source:
             return "namespace", ""
         if "(" in words and "=" not in words[:words.index("(")]:
             at = header + words.index("(") - 1
-            if self.kinds[at] != "name":  # operator(), operator==
-                return "function", "operator"
-            return "function", self.words[at]
+            return "function", self.words[at] if self.kinds[at] == "name" else "operator"
         if {"class", "struct", "enum", "union"} & set(words) and "=" not in words:
             return "type", ""
         return "table", self.declared(header)
@@ -119,17 +111,13 @@ class Source:
                 return self.words[i - 1] if i > header and self.kinds[i - 1] == "name" else "-"
         return "-"
 
-    def line_of(self, at):
-        return bisect.bisect_right(self.lines, at)
-
     def fault(self, rule, start, end, new):
         first = self.text.rfind("\n", 0, start) + 1
         last = self.text.find("\n", end)
         old = self.text[start:end]
-        shown = (self.text[first:start] + (f"[-{old}-]" if old else "") + (f"{{+{new}+}}" if new else "") +
-                 self.text[end:last])
+        shown = self.text[first:start] + (f"[-{old}-]" if old else "") + (f"{{+{new}+}}" if new else "") + self.text[end:last]
         at = min(bisect.bisect_left(self.starts, start), len(self.starts) - 1)
-        return Fault(rule, self.file, self.owner[at], self.line_of(start), start, end, new, " ".join(shown.split()))
+        return Fault(rule, self.file, self.owner[at], self.text.count("\n", 0, start) + 1, start, end, new, " ".join(shown.split()))
 
     def tokens(self, rule, first, last, new):
         """A fault that replaces the tokens from the first to the last."""
@@ -147,52 +135,36 @@ class Source:
         rank, at = PRECEDENCE[self.words[i]], i
         while 0 < at + step < len(self.words):
             word = self.words[at + step]
-            if word in (";", ",", "return") or (word in OPENS if step < 0 else word in OPENS.values()):
+            ends = word in (";", ",", "return") or (word in OPENS if step < 0 else word in OPENS.values())
+            if ends or self.binary(at + step) and PRECEDENCE[word] <= rank:
                 break
-            if self.binary(at + step) and PRECEDENCE[word] <= rank:
-                break
-            if word in "([{)]}" and at + step in self.match:
-                at = self.match[at + step]
-            else:
-                at += step
+            at = self.match.get(at + step, at + step)
         return at
 
     def arguments(self, opening):
         """The first and last tokens of each part between two brackets."""
         parts, first, at = [], opening + 1, opening + 1
-        while at < self.match[opening]:
-            if self.words[at] in OPENS and at in self.match:
-                at = self.match[at]
-            elif self.words[at] == ",":
+        while at <= self.match[opening]:
+            if self.words[at] == "," or at == self.match[opening]:
                 parts.append((first, at - 1))
                 first = at + 1
-            at += 1
-        if first < self.match[opening]:
-            parts.append((first, self.match[opening] - 1))
+            at = (self.match.get(at, at) if self.words[at] in OPENS else at) + 1
         return [part for part in parts if part[0] <= part[1]]
 
     def statement_end(self, first):
+        """The semicolon after the statement; None if it has none of its own."""
         at = first
-        while at < len(self.words) and self.words[at] != ";":
-            if self.words[at] in OPENS:
-                if at not in self.match:
-                    return None
-                at = self.match[at]
-            elif self.words[at] in (")", "]", "}"):
-                return None
-            at += 1
-        return at if at < len(self.words) else None
+        while at < len(self.words) and self.words[at] not in (";", ")", "]", "}"):
+            at = (self.match.get(at, len(self.words)) if self.words[at] in OPENS else at) + 1
+        return at if self.words[at:at + 1] == [";"] else None
 
     def begins_statement(self, i):
-        before = self.words[i - 1] if i else ""
         if self.words[i] in ("{", "}", ";") or self.bracketed[i]:
             return False
-        if before in (";", "{", "}", "else", "do"):
-            return True
+        before = self.words[i - 1] if i else ""
         if before == ")" and i - 1 in self.match:
-            opener = self.match[i - 1] - 1
-            return opener >= 0 and self.words[opener] in ("if", "for", "while", "switch")
-        return False
+            return self.words[self.match[i - 1] - 1] in ("if", "for", "while", "switch")
+        return before in (";", "{", "}", "else", "do")
 
 
 def same_kind(sources):
@@ -296,18 +268,15 @@ def binary_faults(source, i, word):
 
 
 def in_loop_head(source, i):
-    at = i
+    at = i - 1
     while at > 0 and source.words[at] not in ("(", "{", "}"):
-        at = source.match[at] if source.words[at] == ")" and at in source.match else at - 1
-        if at > 0 and source.words[at] == "(" and source.match.get(at, 0) < i:
-            at -= 1
+        at = (source.match.get(at, at) if source.words[at] == ")" else at) - 1
     return source.words[at] == "(" and source.words[at - 1] == "for"
 
 
 def body_faults(source, i, word):
     words = source.words
-    after = words[i + 1] if i + 1 < len(words) else ""
-    if word in ("if", "while") and after == "(" and i + 1 in source.match:
+    if word in ("if", "while") and words[i + 1] == "(" and i + 1 in source.match:
         first, last = i + 2, source.match[i + 1] - 1
         semicolons = [at for at in range(first, last) if words[at] == ";"]
         first = semicolons[-1] + 1 if semicolons else first
@@ -371,5 +340,4 @@ def differ_in_one_name(source, left, right):
     if left[1] - left[0] != right[1] - right[0] or len(pairs) != 1:
         return False
     words = [source.words[at] for at in pairs[0]]
-    return (all(source.kinds[at] == "name" for at in pairs[0]) and words[0].isupper() == words[1].isupper() and
-            "nullptr" not in words)
+    return (all(source.kinds[at] == "name" for at in pairs[0]) and words[0].isupper() == words[1].isupper() and "nullptr" not in words)
