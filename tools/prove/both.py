@@ -10,8 +10,7 @@ from lab import HOST, ROOT, WINDOWS
 
 RUNS, QUICK_RUNS = 300, 2
 # The name, the earlier package, and the options of setup.
-REHEARSALS = [('fresh', None, ['-s']), ('update', 'package-earlier', ['-s']),
-              ('portable', None, ['-s', '-instport', r'C:\Stick\Qantivo'])]
+REHEARSALS = [('fresh', None, ['-s']), ('update', 'package-earlier', ['-s']), ('portable', None, ['-s', '-instport', r'C:\Stick\Qantivo'])]
 
 
 def share(number, runs, results):
@@ -51,8 +50,7 @@ def rehearse(build, earlier, arguments):
     command = [HOST / 'rehearse', '--json', build / 'package', *(['--wine'] if build == WINDOWS else []),
                *(['--earlier', build / earlier] if earlier else []), '--', *arguments]
     output = subprocess.run(command, stdout=subprocess.PIPE, env=dict(os.environ, QTV_WINDOWS_BUILD=str(WINDOWS)), check=False)
-    told = json.loads(output.stdout)
-    return {name: value for name, value in told.items() if name not in ('package', 'machine')}
+    return {name: value for name, value in json.loads(output.stdout).items() if name not in ('package', 'machine')}
 
 
 def rehearsals():

@@ -117,8 +117,7 @@ def power(benches, options):
         count = QUICK_CUTS if options.quick else max(steps, CUTS)
         for number in range(count):
             # If there are few steps, each is cut several times, with another cut of the restart each time.
-            cut_restart = number // steps or (
-                number % CUT_RESTART_EACH == 0 and number // CUT_RESTART_EACH % RESTART_STEPS + 1)
+            cut_restart = number // steps or (number % CUT_RESTART_EACH == 0 and number // CUT_RESTART_EACH % RESTART_STEPS + 1)
             step = steps * number // count if options.quick else number % steps
             yield scenario, {'watched': '*', 'steps': step}, cut_restart or None
         in_restart = benches.lab.restart()['steps']
@@ -186,8 +185,7 @@ def try_pair(benches, lab, own, pair, seed, ends, others):
     name, first, second, fresh, wizard = pair
     chance = random.Random(seed)
     benches.enter(lab, start_of(fresh), own / 'machine')
-    answer = lab.run(command=LINES[first], second=LINES[second], delay=chance.randrange(100), yes=1,
-                     presses=seed if wizard else None)
+    answer = lab.run(command=LINES[first], second=LINES[second], delay=chance.randrange(100), yes=1, presses=seed if wizard else None)
     problems = [(RUN, 'the runs', 'hang')] if answer['end'] == 'late' else []
     problems += [(RUN, 'exit code', str(code)) for code in (answer['exitCode'], answer['secondExitCode']) if code > 1]
     if answer['errors']:

@@ -41,8 +41,7 @@ EXCEPTIONS = [
     ('1.1', AT_ONCE, 'update', 'CopyFileW|kill:CopyFileW|kill:DeleteFileW|kill:MoveFileExW', f'{TARGET}*: gone'),
     ('1.2', AT_ONCE, 'update', 'kill:*|CoInitialize|CoCreateInstance|IUnknown::QueryInterface|IPersistFile::Save|LoadStringW|'
      'CreateDirectoryW|_waccess|WriteFile|_wfopen', f'{GROUP}*: gone|{DESKTOP}gone|log: *: gone'),
-    ('1.3', AT_ONCE, 'install*|update', VERSION,
-     'HKLM\\SOFTWARE\\Lorvanta\\Qantivo 8\\Capabilities\\FileAssociations\\ : *'),
+    ('1.3', AT_ONCE, 'install*|update', VERSION, 'HKLM\\SOFTWARE\\Lorvanta\\Qantivo 8\\Capabilities\\FileAssociations\\ : *'),
     ('1.4', AT_ONCE, 'install*|update', 'IShellLinkW::SetPath|IShellLinkW::SetWorkingDirectory|SHGetFolderPathW',
      '*\\Qantivo 8*.lnk: shortcut to *'),
     ('1.5', AT_ONCE, 'install*|update', 'LoadStringW',
@@ -71,8 +70,7 @@ EXCEPTIONS = [
     ('3.3', LOST, 'uninstall', f'{VERSION}|WaitForSingleObject', HANDLER),
     # ---- repaired by a restart, another run and a restart ----
     ('2.1', AT_ONCE, 'update', 'MoveFileExW', f'{TARGET}presets.dat: gone'),
-    ('2.1', SECOND, 'update', 'CopyFileW|MoveFileExW|kill:CopyFileW|kill:DeleteFileW|kill:MoveFileExW',
-     f'{TARGET}presets.dat: gone'),
+    ('2.1', SECOND, 'update', 'CopyFileW|MoveFileExW|kill:CopyFileW|kill:DeleteFileW|kill:MoveFileExW', f'{TARGET}presets.dat: gone'),
     # ---- repaired by installing and uninstalling once more ----
     ('3.1', LASTING, 'uninstall', 'FindFirstFileW|FindNextFileW|_wfopen|ReadFile', f'{TARGET}*'),
     ('3.2', LASTING, 'uninstall', 'MoveFileExW', f'{TARGET}*'),

@@ -78,8 +78,7 @@ def make_tree(lab, files_of_level):
     make(lab.path(PACKAGE), [f'{folder}\\f{i}.dat' for folder in folders for i in range(files_of_level)])
     # "*.*" would match the folder below, too, which can't be copied and ends the pattern. The uninstall removes the folders in the
     # order of the records: the deepest one first.
-    append(lab, PACKAGE, [f'File Copy: {folder}\\*.dat' for folder in folders]
-           + [f'Make Dir: {folder}' for folder in reversed(folders)])
+    append(lab, PACKAGE, [f'File Copy: {folder}\\*.dat' for folder in folders] + [f'Make Dir: {folder}' for folder in reversed(folders)])
 
 
 # What there can be much of, and the smallest of its three sizes, also in a quick run.
@@ -91,8 +90,7 @@ def measure(lab, program, *arguments):
     """Runs a program. Returns its calls, its processor time in ms and its peak memory in KiB."""
     counts = lab.root / 'counts'
     counts.unlink(missing_ok=True)
-    environment = dict(os.environ, WINHOST_COUNTS=str(counts), WINHOST_CONCERNS=program.rpartition('\\')[2],
-                       WINHOST_CLOCK='virtual')
+    environment = dict(os.environ, WINHOST_COUNTS=str(counts), WINHOST_CONCERNS=program.rpartition('\\')[2], WINHOST_CLOCK='virtual')
     output = subprocess.run(['/usr/bin/time', '-f', '%M %U %S', lab.path(program), *arguments], env=environment, check=False,
                             stderr=subprocess.PIPE).stderr.split()[-3:]
     lab.wait()

@@ -8,7 +8,6 @@ import statistics
 import subprocess
 import sys
 import time
-from collections import Counter
 from pathlib import Path
 
 from exceptions import FOR_GOOD, RUN, report
@@ -94,10 +93,10 @@ def rounds(machine, quick, _):
           f'{memory[0]:.0f} and {memory[1]:.0f} kB')
     growth = (processor[1] > ALLOWED_GROWTH * processor[0] or files[1] > files[0] + ALLOWED_MORE_FILES
               or memory[1] > ALLOWED_GROWTH * memory[0] or processes[1] > processes[0])
-    if growth and len(history) >= 2 * COMPARED_ROUNDS:
+    grows = growth and len(history) >= 2 * COMPARED_ROUNDS
+    if grows:
         print('rounds: a round takes longer at the end, or the server has more open files, memory or processes')
-        return report(trials, 'wine:', False) and False
-    return report(trials, 'wine:', False)
+    return report(trials, 'wine:', False) and not grows
 
 
 # ---- kills: `kill -9` at random moments of an install; a second run and a restart leave the undisturbed machine ----
@@ -113,11 +112,6 @@ def orphans(machine, known):
     while (left := machine.processes().keys() - known) and time.monotonic() < end:
         time.sleep(0.02)
     return len(left)
-
-
-def reached(there, files):
-    """How far the install was when it was killed."""
-    return 'before the first file' if not there else 'among the files' if there < files else 'after the last file'
 
 
 def kills(machine, quick, seed):
@@ -140,11 +134,11 @@ def kills(machine, quick, seed):
     once, _ = after(1)
     machine.restore(clean)
     expected, _ = after(2)
-    files, length = len(product_files(machine)), statistics.median(seconds)
+    length = statistics.median(seconds)
     trials = [('undisturbed', 'install', 'wine:', 'two undisturbed runs', odd_items(FOR_GOOD, once, expected))]
-    places, left_over = Counter(), 0
+    killed, left_over = 0, 0
     for attempt in range(1, 3 * count + 11):
-        if places.total() == count:
+        if killed == count:
             break
         machine.restore(clean)
         before, moment = machine.processes().keys(), chance.uniform(0, length)
@@ -154,14 +148,13 @@ def kills(machine, quick, seed):
         if program.wait() != -signal.SIGKILL:
             continue  # It had ended before.
         left_over += orphans(machine, before)
-        places[reached(len(product_files(machine)), files)] += 1
+        killed += 1
         now, problems = after(1)
         trials.append(('install', 'install', 'wine:', f'attempt {attempt} of seed {seed}, killed after {moment:.3f} s',
                        problems + odd_items(FOR_GOOD, now, expected)))
-    if places.total() < count:
-        trials.append(('install', 'install', 'wine:', 'all', [(RUN, 'installs', f'only {places.total()} could be killed')]))
-    told = ', '.join(f'{number} {place}' for place, number in sorted(places.items()))
-    print(f'kills: installs of {length:.2f} s killed at a random moment: {told}; {left_over} programs were left suspended')
+    if killed < count:
+        trials.append(('install', 'install', 'wine:', 'all', [(RUN, 'installs', f'only {killed} could be killed')]))
+    print(f'kills: {killed} installs of {length:.2f} s killed at a random moment; {left_over} programs were left suspended')
     return report(trials, 'wine:killed:', False)
 
 
@@ -172,16 +165,14 @@ FEW_PAGES = (0, 1, 2, 3, 4, 8, 10, 15, 20, 25, 30, 35, 40, 45, 50, 52, 54, 56, 6
 INSIDE = 'QTV_PROVE_INSIDE'
 PAGE, PLENTY = os.sysconf('SC_PAGE_SIZE'), 1 << 30
 # What a job writes. All else belongs to others and must not change.
-PRODUCTS = ('Qantivo', '\\uni*.tmp', 'QtvApp8.exe', 'Lorvanta', 'QV8.Document', '{5E0C2B7A-8D41-4F69-9C3B-71A6D2E48F15}',
-            'mark: ', 'log: ')
+PRODUCTS = ('Qantivo', '\\uni*.tmp', 'QtvApp8.exe', 'Lorvanta', 'QV8.Document', '{5E0C2B7A-8D41-4F69-9C3B-71A6D2E48F15}', 'mark: ', 'log: ')
 
 
 def enter_namespace():
     """Starts this program again in a mount namespace of its own, where it can have one."""
     for options in (['-m'], ['-Urm']) if INSIDE not in os.environ and shutil.which('unshare') else ():
         command = ['unshare', *options, '--propagation', 'private']
-        if subprocess.run([*command, 'mount', '-t', 'tmpfs', 'none', '/mnt'], stderr=subprocess.DEVNULL,
-                          check=False).returncode == 0:
+        if subprocess.run([*command, 'mount', '-t', 'tmpfs', 'none', '/mnt'], stderr=subprocess.DEVNULL, check=False).returncode == 0:
             os.environ[INSIDE] = 'yes'
             os.execvp(command[0], [*command, sys.executable, *sys.argv])
 
@@ -237,17 +228,15 @@ def try_job(machine, name, saved, command, sizes):
     begin()
     before = machine.state()
     machine.run(command)
-    after, expected, outcomes, trials = machine.state(), again(), Counter(), []
+    after, expected, trials = machine.state(), again(), []
     for pages in sizes:
         begin()
         leave_space(machine, pages)
         late = machine.run(command)
         odd = odd_items(FOR_GOOD, machine.state(), before, after)
-        outcomes.update(('missing: ' if what == 'gone' else 'half-written: ') + item for _, item, what in odd)
         problems = [(RUN, 'the run', late)] if late else []
         problems += [problem for problem in odd if not any(part in problem[1] for part in PRODUCTS)]
         trials.append((name, name, 'wine:', f'{pages} pages of space', problems + odd_items(FOR_GOOD, again(), expected)))
-    print(f'space: {name}, left meanwhile: ' + ', '.join(f'{item} ({count})' for item, count in sorted(outcomes.items())))
     return trials
 
 
@@ -264,8 +253,7 @@ def space(machine, quick, _):
         machine.run(command)
         machine.save(work / name)
     trials, sizes = [], {'install': limits(machine), 'update': FEW_PAGES, 'uninstall': FEW_PAGES}
-    for name, saved, command in (('install', 'clean', INSTALL), ('update', 'earlier', INSTALL),
-                                 ('uninstall', 'installed', UNINSTALL)):
+    for name, saved, command in (('install', 'clean', INSTALL), ('update', 'earlier', INSTALL), ('uninstall', 'installed', UNINSTALL)):
         trials += try_job(machine, name, work / saved, command, sizes[name][len(sizes[name]) // 2:][:1] if quick else sizes[name])
     return report(trials, 'wine:space:', False)
 

@@ -35,6 +35,7 @@ LATE = {**EARLY, 'changed.dat': edited('changed')}
 class Row:
     """Files and records are those that the packages have besides the usual ones; None is a folder."""
     name: str
+    both: dict = field(default_factory=dict)
     early: dict = field(default_factory=dict)
     late: dict = field(default_factory=dict)
     records: tuple = ()  # of both
@@ -73,6 +74,7 @@ def unfinished(lab, folder):
 
 
 PORTABLE = {'options': r'-instport D:\Stick\Qantivo', 'folder': r'D:\Stick\Qantivo'}
+OWN = {'own.ini': text('own')}
 TREE = {'tree/a.txt': text('a'), 'tree/b.txt': text('b'), 'tree/c/d.txt': text('d')}
 RECORDS = (r'File Copy: tree\*.txt', 'Make Dir: tree')
 KINDS = ('File Copy ind: runtime9.dll', 'Make Dir: x64', r'File Copy x64: x64\extra.dll', 'File Copy prt: start.exe')
@@ -93,26 +95,23 @@ ROWS = [
     Row('a pattern', early=TREE, late={**TREE, 'tree/b.txt': edited('b'), 'tree/e.txt': text('e')}, records=RECORDS),
     Row('a pattern that is deleted before', early=TREE, late={**TREE, 'tree/b.txt': edited('b')}, early_records=RECORDS,
         late_records=(r'File Del: tree\*.txt', *RECORDS)),
-    Row('a pattern that moves a folder away', early=TREE, late=TREE, records=(r'File Copy: tree\c\*.txt', r'File Copy: tree\*')),
+    Row('a pattern that moves a folder away', both=TREE, records=(r'File Copy: tree\c\*.txt', r'File Copy: tree\*')),
     Row('two records for one target', early={'one.dat': text('one'), 'two.dat': text('two')},
         late={'one.dat': text('one'), 'two.dat': edited('two')}, records=('File Copy: one.dat > both.dat', 'File Copy: two.dat > both.dat')),
     Row('two names', early={'en.txt': text('en')}, late={'en.txt': edited('en')}, records=('File Copy: en.txt > readme.txt',)),
-    Row('a library that was not installed', early=KIND_FILES, late=KIND_FILES, records=KINDS, meanwhile=remove('runtime9.dll')),
-    Row('each kind of record', early=KIND_FILES, late=KIND_FILES, records=KINDS),
-    Row('portable', early=KIND_FILES, late=KIND_FILES, records=KINDS, **PORTABLE),
+    Row('a library that was not installed', both=KIND_FILES, records=KINDS, meanwhile=remove('runtime9.dll')),
+    Row('each kind of record', both=KIND_FILES, records=KINDS),
+    Row('portable', both=KIND_FILES, records=KINDS, **PORTABLE),
     Row('another folder', options=r'-instdir C:\Apps\Q', folder=r'C:\Apps\Q'),
     Row('read-only and hidden', meanwhile=mark('same.dat', READONLY | HIDDEN)),
-    Row('a read-only file of the package', early={'fixed.dat': text('f')}, late={'fixed.dat': text('f')}, records=('File Copy: fixed.dat',)),
-    Row('empty folders', early={'none': None}, late={'none': None, 'new': None}, records=('Make Dir: none',), late_records=('Make Dir: new',)),
-    Row('an empty file', early={'empty': ''}, late={'empty': ''}, records=('File Copy: empty',)),
+    Row('a read-only file of the package', both={'fixed.dat': text('f')}, records=('File Copy: fixed.dat',)),
+    Row('empty folders', both={'none': None}, late={'new': None}, records=('Make Dir: none',), late_records=('Make Dir: new',)),
+    Row('an empty file', both={'empty': ''}, records=('File Copy: empty',)),
     Row('an earlier file that is too large for memory', early={'large.dat': text('large') + 'x' * (192 << 20)}, late={'large.dat': text('large')},
         records=('File Copy: large.dat',)),
-    Row('rewritten by the application', early={'own.ini': text('own')}, late={'own.ini': text('own')}, records=('File Copy: own.ini',),
-        meanwhile=write('own.ini'), always=('own.ini',)),
-    Row('named as rewritten', early={'own.ini': text('own')}, late={'own.ini': text('own')},
-        records=('File Copy: own.ini', 'File Overwrite: own.ini'), meanwhile=write('own.ini')),
-    Row('settings from beside a download', early={'QtvApp8.ini': text('own')}, late={'QtvApp8.ini': text('own')},
-        records=('File Copy: QtvApp8.ini',), meanwhile=write('QtvApp8.ini')),
+    Row('rewritten by the application', both=OWN, records=('File Copy: own.ini',), meanwhile=write('own.ini'), always=('own.ini',)),
+    Row('named as rewritten', both=OWN, records=('File Copy: own.ini', 'File Overwrite: own.ini'), meanwhile=write('own.ini')),
+    Row('settings beside a download', both={'QtvApp8.ini': text('own')}, records=('File Copy: QtvApp8.ini',), meanwhile=write('QtvApp8.ini')),
     Row('altered', meanwhile=write('same.dat'), refuses=True),
     Row('altered, of which there is a difference', meanwhile=write('changed.dat', edited('same')), refuses=True),
     Row('altered in one byte', meanwhile=write('same.dat', text('same')[:-1] + '!'), refuses=True),
@@ -178,8 +177,8 @@ class Bench:
         """Makes the machine with the earlier installation, and both downloads. Returns the machine, and the downloads."""
         for name in ('early', 'late', 'machine'):
             shutil.rmtree(self.folder / name, ignore_errors=True)
-        make_package(self.folder / 'early', self.programs, 'early', {**EARLY, **row.early}, (*row.records, *row.early_records))
-        make_package(self.folder / 'late', self.programs, 'late', {**LATE, **row.late}, (*row.records, *row.late_records))
+        make_package(self.folder / 'early', self.programs, 'early', {**EARLY, **row.both, **row.early}, (*row.records, *row.early_records))
+        make_package(self.folder / 'late', self.programs, 'late', {**LATE, **row.both, **row.late}, (*row.records, *row.late_records))
         options = ['--earlier', self.folder / 'early', *(word for pattern in row.always for word in ('--always', pattern))]
         for name, more in (('full', []), ('update', options)):
             subprocess.run([HOST / 'download_make', self.stub, self.folder / 'late', self.folder / name, *more], check=True)
