@@ -17,21 +17,13 @@ complaints = []
 
 def read_tables(document):
     """Returns the tables as lists of rows, each a list of paths, and the includes that are allowed upward."""
-    tables, upward, kind = [], set(), None
-    for line in document.splitlines():
-        cells = [cell.strip() for cell in line.split('|')[1:-1]] if line.startswith('|') else None
-        if not cells:
-            kind = None
-        elif kind is None:
-            kind = cells[0].split()[0]
-            if kind == 'room':
-                tables.append([])
-        elif not cells[0].startswith('-'):
-            paths = re.findall(r'`([^`]+)`', cells[0])
-            if kind == 'room':
-                tables[-1].append(paths)
-            elif kind == 'file':
-                upward.add((paths[0], re.findall(r'`([^`]+)`', cells[1])[0]))
+    tables, upward = [], set()
+    for table in re.findall(r'(?:^\|.*\n)+', document, re.MULTILINE):
+        rows = [[re.findall(r'`([^`]+)`', cell) for cell in line.split('|')[1:3]] for line in table.splitlines()[2:]]
+        if table.startswith('| room'):
+            tables.append([paths for paths, _ in rows])
+        elif table.startswith('| file'):
+            upward |= {(source, header) for [source], [header, *_] in rows}
     return tables, upward
 
 
@@ -97,6 +89,5 @@ try:
     graphlib.TopologicalSorter(graph).prepare()
 except graphlib.CycleError as circle:
     complaints.append('a circle of includes: ' + ' > '.join(circle.args[1]))
-print('\n'.join(complaints), end='\n' if complaints else '', file=sys.stderr)
-sys.exit(bool(complaints))
+sys.exit('\n'.join(complaints) or None)
 END

@@ -38,38 +38,27 @@ stage() {
     fi
 }
 
-build_host() {
-    stage host-build build host-asan && touch "$logs/host-built"
-}
-build_windows() {
-    stage windows-build build windows && touch "$logs/windows-built"
-}
-# host_tests takes all processors, or those that Wine leaves. Some tests only wait, so that there is one more at a time.
-host_tests() {
-    "$lane" ctest --preset host-asan --no-tests=error --output-junit "$logs/host.xml" -j $(($("$lane" nproc) + 1))
-}
-# windows_tests runs one test at a time. Two on one processor take longer than one after the other.
-windows_tests() {
-    on_one_processor ctest --preset windows --no-tests=error --output-junit "$logs/windows.xml" -j 1
-}
+stage check scripts/check.sh || true
+declare -A presets=([host]=host-asan [windows]=windows)
+built=()
+for target in "${targets[@]}"; do
+    ! stage "$target-build" build "${presets[$target]}" || built+=("$target")
+done
+# What needs programs of the host takes those with sanitizers.
+[[ " ${built[*]} " != *' host '* ]] || export QTV_HOST_BUILD=$root/build/host-asan
+lane=env
+[ ${#built[@]} -lt 2 ] || lane=on_the_others
+
+# The host takes all processors, or those that Wine leaves. Some tests only wait, so that there is one more at a time.
 test_host() {
-    stage host-tests host_tests || true
+    stage host-tests "$lane" ctest --preset host-asan --no-tests=error --output-junit "$logs/host.xml" -j $(($("$lane" nproc) + 1)) || true
     [ ${#built[@]} -lt 2 ] || stage both "$lane" scripts/prove.sh --quick both list || true
     stage faults "$lane" scripts/plant_faults.sh --sample --preset host-asan || true
 }
+# Wine runs one test at a time. Two on one processor take longer than one after the other.
 test_windows() {
-    stage windows-tests windows_tests || true
+    stage windows-tests on_one_processor ctest --preset windows --no-tests=error --output-junit "$logs/windows.xml" -j 1 || true
 }
-stage check scripts/check.sh || true
-built=()
-for target in "${targets[@]}"; do
-    "build_$target" || true
-    [ ! -e "$logs/$target-built" ] || built+=("$target")
-done
-# What needs programs of the host takes those with sanitizers.
-[ ! -e "$logs/host-built" ] || export QTV_HOST_BUILD=$root/build/host-asan
-lane=env
-[ ${#built[@]} -lt 2 ] || lane=on_the_others
 for target in "${built[@]}"; do
     "test_$target" &
 done
