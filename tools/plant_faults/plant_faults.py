@@ -344,7 +344,6 @@ def arguments():
         epilog="example: scripts/plant_faults.sh --room engine --count 40. Without a name of a row, faults are drawn from the rows and "
                "from all that the rules make. The exit code is 1 if one survives, 2 for unusable input.")
     parser.add_argument("--room", choices=GROUPS, metavar="ROOM", help="only faults of one room, or of several: %(choices)s")
-    parser.add_argument("--rule", choices=("row", *rules.RULES), metavar="RULE", help="only faults of one rule: %(choices)s")
     parser.add_argument("--since", metavar="COMMIT", help="one fault in each line that changed since the commit")
     parser.add_argument("--headers", action="store_true", help="faults in headers, too: each is compiled into much, for minutes")
     parser.add_argument("--count", type=int, default=0, metavar="N", help="how many faults; 100 without --since")
@@ -364,8 +363,7 @@ def chosen(options):
             raise CantPlant(f"no such row: {', '.join(unknown)}; there are {', '.join(rows)}")
         return [rows[name] for name in options.names]
     files = set(sources(GROUPS[options.room] if options.room else ROOMS))
-    faults = [fault for fault in [*rows.values(), *made_by_rule(sorted(files))]
-              if fault.file in files and options.rule in (None, fault.rule)]
+    faults = [fault for fault in [*rows.values(), *made_by_rule(sorted(files))] if fault.file in files]
     if not (options.headers or options.since):
         faults = [fault for fault in faults if not fault.file.endswith(".h")]
     if options.since:

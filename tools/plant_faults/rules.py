@@ -32,8 +32,6 @@ ALIKE = {"wcscmp": "_wcsicmp", "_wcsicmp": "wcscmp", "wcsncmp": "_wcsnicmp", "_w
 NO_STATEMENT = set("if for while do else switch case default return using public private protected template class struct enum namespace "
                    "friend static_assert try catch typedef extern throw virtual explicit".split())
 NO_WRAPPER = {"TEXT", "CString", "MAKEINTRESOURCEW", "Text", "Wide", "Narrow", "EXPECT_TRUE"}
-RULES = ("condition", "part", "operator", "edge", "number", "root", "flag", "constant", "statement", "result", "call",
-         "choice", "arguments", "alike", "text", "entry")
 
 
 @dataclass(frozen=True)
