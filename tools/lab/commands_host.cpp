@@ -25,6 +25,7 @@
 #include "common/hang.h"
 #include "lab/program.h"
 #include "lab/session.h"
+#include "support/registry.h"
 #include <winhost.h>
 
 namespace fs = std::filesystem;
@@ -33,7 +34,10 @@ namespace lab {
 
 namespace {
 
-void Copy(const fs::path& from, const fs::path& to) {
+Answer EnterCopy(const Fields& fields) {
+    const fs::path from = fields.Text("from"), to = fields.Text("to");
+    fs::remove_all(to);
+    fs::create_directories(to);
     for (auto entry = fs::recursive_directory_iterator(from); entry != fs::recursive_directory_iterator();
          ++entry) {
         const fs::path name = entry->path().lexically_relative(from);
@@ -47,13 +51,6 @@ void Copy(const fs::path& from, const fs::path& to) {
         // These are files of ended processes. A queue is also a socket, which can't be copied.
         if (name == ".state/processes" || name == ".state/queues") entry.disable_recursion_pending();
     }
-}
-
-Answer EnterCopy(const Fields& fields) {
-    const fs::path to = fields.Text("to");
-    fs::remove_all(to);
-    fs::create_directories(to);
-    Copy(fields.Text("from"), to);
     winhost::EnterMachine(to);
     return {};
 }
@@ -67,14 +64,9 @@ Answer Create(const Fields& fields) {
 
 Answer WriteValue(const Fields& fields) {
     const std::string key = fields.Text("key");
-    const std::u16string text = winhost::Utf16(fields.Text("text"));
-    HKEY opened = nullptr;
-    (void)RegCreateKeyW(key.starts_with("HKCU\\") ? HKEY_CURRENT_USER : HKEY_LOCAL_MACHINE,
-                        winhost::Utf16(key.substr(5)).c_str(), &opened);
-    (void)RegSetValueExW(opened, winhost::Utf16(fields.Text("name")).c_str(), 0, REG_SZ,
-                         reinterpret_cast<const BYTE*>(text.c_str()),
-                         static_cast<DWORD>((text.size() + 1) * sizeof(WCHAR)));
-    (void)RegCloseKey(opened);
+    (void)SetRegString(key.starts_with("HKCU\\") ? HKEY_CURRENT_USER : HKEY_LOCAL_MACHINE,
+                       winhost::Utf16(key.substr(5)).c_str(), winhost::Utf16(fields.Text("name")).c_str(),
+                       winhost::Utf16(fields.Text("text")).c_str());
     return {};
 }
 
@@ -82,7 +74,7 @@ Answer Hold(const Fields& fields) {
     static std::vector<std::shared_ptr<void>> held;
     held.clear();
     for (const auto& [name, use] : {std::pair("runs", winhost::Use::Runs), {"read", winhost::Use::IsRead}})
-        if (fields.Has(name)) held.push_back(winhost::HoldFile(winhost::Utf16(fields.Text(name)), use));
+        if (fields.contains(name)) held.push_back(winhost::HoldFile(winhost::Utf16(fields.Text(name)), use));
     return {};
 }
 
@@ -116,30 +108,30 @@ std::vector<std::string> Lines(const fs::path& file) {
 
 Answer RunDisturbed(const Fields& fields) {
     std::vector<winhost::Fault> faults;
-    if (fields.Has("call"))
+    if (fields.contains("call"))
         faults.push_back({.call = fields.Text("call"),
                           .nth = static_cast<unsigned>(fields.Number("nth")),
-                          .kill = fields.Has("kills")});
+                          .kill = fields.contains("kills")});
     winhost::SetVirtualClock(true);
     winhost::SetProgramFaults(fields.Text("watched"), faults);
     const fs::path trace = winhost::StateFolder() / "trace";
-    if (fields.Has("trace")) winhost::SetProgramTrace(trace);
+    if (fields.contains("trace")) winhost::SetProgramTrace(trace);
     Conditions conditions = {.isAttended = true};
-    if (fields.Has("yes")) conditions.answers.assign(64, IDYES);
+    if (fields.contains("yes")) conditions.answers.assign(64, IDYES);
     Program second;
-    if (fields.Has("second"))
+    if (fields.contains("second"))
         conditions.meanwhile = [&] {
             Wait(fields.Number("delay"));
             second = Program(tools::Wide(fields.Text("second")), u"C:\\");
         };
     std::mt19937 random(static_cast<unsigned>(fields.Number("presses")));
-    if (fields.Has("presses"))
+    if (fields.contains("presses"))
         conditions.press = [&] {
             Wait(random() % 20);
             PressNext();
             return false;
         };
-    const bool limited = fields.Has("space") || fields.Has("steps");
+    const bool limited = fields.contains("space") || fields.contains("steps");
     // They are found by writing to the machine, for which a limit may leave no space.
     (void)Names();
     if (limited)
@@ -147,7 +139,7 @@ Answer RunDisturbed(const Fields& fields) {
             {.space = fields.Number("space", UINT64_MAX), .steps = fields.Number("steps", UINT64_MAX)});
     Answer answer = AnswerOf(Run(fields.Text("command"), conditions));
     winhost::ClearProgramTrace();
-    if (fields.Has("trace")) answer["trace"] = Json(Lines(trace));
+    if (fields.contains("trace")) answer["trace"] = Json(Lines(trace));
     answer["secondExitCode"] = Json(second.ExitCode());
     answer["calls"] = Json(winhost::ProgramCallCounts());
     if (limited) answer.merge(AnswerOf(winhost::LiftLimits()));
@@ -174,19 +166,13 @@ const bool added = [] {
         if (!winhost::WaitForProcesses(tools::kHangMs)) throw std::runtime_error("programs hang");
         return Answer();
     };
-    for (const auto& [name, command] :
-         std::map<std::string, Command>{{"create", Create},
-                                        {"enter", enter},
-                                        {"copy", EnterCopy},
-                                        {"value", WriteValue},
-                                        {"hold", Hold},
-                                        {"run", RunDisturbed},
-                                        {"restart", CutRestart},
-                                        {"wait", wait},
-                                        {"used", [](const Fields&) {
-                                             return Answer{{"bytes", Json(winhost::BytesUsed())}};
-                                         }}})
-        Commands()[name] = command;
+    const auto used = [](const Fields&) { return Answer{{"bytes", Json(winhost::BytesUsed())}}; };
+    std::map<std::string, Command> commands = {
+        {"create", Create},      {"enter", enter}, {"copy", EnterCopy},
+        {"value", WriteValue},   {"hold", Hold},   {"run", RunDisturbed},
+        {"restart", CutRestart}, {"wait", wait},   {"used", used}};
+    commands.merge(Commands());
+    Commands().swap(commands);
     return true;
 }();
 

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <iterator>
-#include <type_traits>
 
 #include "lab/lab.h"
 
@@ -9,10 +8,7 @@ namespace lab {
 namespace {
 
 // The facts for which Wine's answer differs from Windows.
-constexpr struct {
-    const char* fact;
-    const char* answer;
-} kFacts[] = {
+constexpr std::pair<const char*, const char*> kFacts[] = {
     {"wininit.ini", "is carried out at a restart"},
     {"remove NUL", "ERROR_INVALID_HANDLE"},
     {"folder aux", "ERROR_ALREADY_EXISTS"},
@@ -71,9 +67,9 @@ bool UnderWine() {
 }
 
 std::string WinesAnswer(const std::string& fact, const std::string& windows) {
-    const auto found = std::find_if(std::begin(kFacts), std::end(kFacts),
-                                    [&](const auto& deviation) { return fact == deviation.fact; });
-    return found != std::end(kFacts) ? found->answer : windows;
+    for (const auto& [known, answer] : kFacts)
+        if (fact == known) return answer;
+    return windows;
 }
 
 std::string Expected(const std::string& fact, const std::string& windows) {
@@ -83,8 +79,7 @@ std::string Expected(const std::string& fact, const std::string& windows) {
 bool IsLeftOut(const std::string& name) {
     if (IsSomebodys() && !IsTouched(name) && !LeadsToTouched(name)) return true;
     const std::string item = OfEveryUser(name);
-    constexpr bool isEmbedded = std::is_same_v<WCHAR, char16_t>;
-    return std::any_of(std::begin(kLeftOut), isEmbedded ? std::begin(kLeftOut) + 1 : std::end(kLeftOut),
+    return std::any_of(std::begin(kLeftOut), kIsEmbedded ? std::begin(kLeftOut) + 1 : std::end(kLeftOut),
                        [&](const char* row) { return item.starts_with(row); });
 }
 

@@ -8,6 +8,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -52,6 +53,10 @@ struct Change {
 };
 std::vector<Change> Differences(const State& before, const State& after);
 
+// Whether nothing has changed in the key, or below it, since the last call with this name. Under Windows each value is a question
+// to another process, so that to read all of them takes longer than an install. False for the first call, and on an embedded machine.
+bool IsUnchanged(HKEY key, const std::string& name);
+
 // Texts that differ between machines, each with a name. If one path contains another, the inner one is first. The first
 // call makes missing shell folders.
 const std::vector<std::pair<std::string, std::string>>& Names();
@@ -63,7 +68,9 @@ std::string Neutral(std::string text);
 
 // ---- what is known to differ from Windows ----
 
-// Returns whether the running system is Wine. As root, Wine overwrites read-only files. Its 8.3 names are different ones. A
+// On the host, the system is an embedded machine.
+inline constexpr bool kIsEmbedded = std::is_same_v<WCHAR, char16_t>;
+// Whether the running system is Wine. As root, Wine overwrites read-only files. Its 8.3 names are different ones. A
 // box of Yes and No ends when it is told to close.
 bool UnderWine();
 // Returns what the running system must answer to a fact. This is `windows`, or under Wine the answer for the fact in the
@@ -97,10 +104,6 @@ struct Message {
     std::string answer;
 };
 
-// Presses the default button of a dialog, like a person who agrees to everything. Returns false if there is no dialog to
-// see. Embedded machines only.
-bool PressDefault();
-
 enum class End {
     ByItself,
     NobodyThere,  // a program showed a page and nobody used it
@@ -125,18 +128,20 @@ struct Conditions {
     bool isAttended = false;
     std::vector<int> answers = {};
     std::function<void()> meanwhile = {};  // called when the program has started
-    // What the person does to pages, again and again, until all programs have ended. Returns whether a button was pressed.
-    std::function<bool()> press = PressDefault;
+    // What the person does to pages instead, again and again, until all programs have ended. Returns whether a button was pressed.
+    std::function<bool()> press = {};
 };
 
 // Runs a program and everything that it starts, to the end. A program that hangs is ended after tools::kHangMs, and what
 // it started as long after its end. A message box gets its safest answer (No, else Cancel, else OK).
 Outcome Run(const std::string& commandLine, const Conditions& conditions);
 
-// The next start of the machine: carries out the boot-time marks. Returns false if it failed. A Windows that isn't Wine
-// can't do it beneath a running program.
+// The next start of the machine: carries out the boot-time marks. Returns false if it failed.
 bool Restart();
-bool CanRestart();
+// A Windows that isn't Wine can't do it beneath a running program.
+inline bool CanRestart() {
+    return kIsEmbedded || UnderWine();
+}
 
 // The exit code with which Windows ends the programs of a user who logs off.
 inline constexpr DWORD kSessionEnded = 0x40010004;

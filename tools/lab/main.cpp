@@ -31,17 +31,10 @@ Answer AnswerOf(const Outcome& outcome) {
 }
 
 std::map<std::string, Command>& Commands() {
-    static std::map<std::string, Command> commands = {
-        {"look",
-         [](const Fields&) {
-             return Answer{{"state", Json(Look())}};
-         }},
-        {"run", [](const Fields& fields) { return AnswerOf(Run(fields.Text("command"), {})); }},
-        {"restart",
-         [](const Fields&) {
-             return Answer{{"restarted", Json(Restart())}};
-         }},
-    };
+    const auto look = [](const Fields&) { return Answer{{"state", Json(Look())}}; };
+    const auto run = [](const Fields& fields) { return AnswerOf(Run(fields.Text("command"), {})); };
+    const auto restart = [](const Fields&) { return Answer{{"restarted", Json(Restart())}}; };
+    static std::map<std::string, Command> commands = {{"look", look}, {"run", run}, {"restart", restart}};
     return commands;
 }
 
@@ -53,12 +46,12 @@ lab::Answer CarryOut(const std::string& line) {
     std::istringstream parts(line);
     std::string name, field;
     std::getline(parts, name, '\t');
-    std::map<std::string, std::string> fields;
+    lab::Fields fields;
     while (std::getline(parts, field, '\t'))
         fields[field.substr(0, field.find('='))] = field.substr(field.find('=') + 1);
     const auto command = lab::Commands().find(name);
     if (command == lab::Commands().end()) throw std::runtime_error("no command " + name);
-    return command->second(lab::Fields(fields));
+    return command->second(fields);
 }
 
 // Reads commands to the end of the input.

@@ -5,6 +5,7 @@
 
 #include "common/text.h"
 #include "lab/lab.h"
+#include "support/registry.h"
 
 namespace lab {
 
@@ -28,18 +29,11 @@ std::string TemporaryFolder() {
 // The user's key in HKEY_USERS. It is found by making a key for the current user and looking where it appears.
 std::string CurrentUser() {
     const WideText probe = TEXT("Software\\LabProbe");
-    HKEY key = nullptr;
-    if (RegCreateKeyW(HKEY_CURRENT_USER, probe.c_str(), &key) != ERROR_SUCCESS) return {};
-    (void)RegCloseKey(key);
+    if (!SetRegDword(HKEY_CURRENT_USER, probe.c_str(), nullptr, 0)) return {};
     std::string found;
     WCHAR name[256];
-    for (DWORD index = 0; RegEnumKeyW(HKEY_USERS, index, name, 256) == ERROR_SUCCESS; ++index) {
-        if (RegOpenKeyExW(HKEY_USERS, (name + (TEXT("\\") + probe)).c_str(), 0, KEY_READ, &key) !=
-            ERROR_SUCCESS)
-            continue;
-        (void)RegCloseKey(key);
-        found = Utf8(name);
-    }
+    for (DWORD index = 0; RegEnumKeyW(HKEY_USERS, index, name, 256) == ERROR_SUCCESS; ++index)
+        if (RegKeyExists(HKEY_USERS, (name + (TEXT("\\") + probe)).c_str())) found = Utf8(name);
     (void)RegDeleteKeyW(HKEY_CURRENT_USER, probe.c_str());
     return found;
 }
@@ -83,16 +77,7 @@ std::string Neutral(std::string text) {
 }
 
 std::string ButtonName(int button) {
-    switch (button) {
-        case IDCANCEL:
-            return "Cancel";
-        case IDYES:
-            return "Yes";
-        case IDNO:
-            return "No";
-        default:
-            return "OK";
-    }
+    return button == IDCANCEL ? "Cancel" : button == IDYES ? "Yes" : button == IDNO ? "No" : "OK";
 }
 
 }  // namespace lab

@@ -3,9 +3,8 @@
 
 #include <windows.h>
 
-#include <memory>
-
 #include "common/text.h"
+#include "support/handles.h"
 
 namespace lab {
 
@@ -41,10 +40,7 @@ class Program {
     }
 
   private:
-    struct Close {
-        void operator()(HANDLE handle) const { (void)CloseHandle(handle); }
-    };
-    std::unique_ptr<void, Close> m_process, m_thread;
+    KernelHandle m_process, m_thread;
     DWORD m_id = 0;
 };
 

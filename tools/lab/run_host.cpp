@@ -71,13 +71,13 @@ bool Press(int button) {
 // Yes. Sets the end if it doesn't come.
 bool Await(const Conditions& conditions, const std::function<bool(DWORD)>& ends, End& end) {
     int presses = 0;
+    const auto press = conditions.press ? conditions.press : [] { return Press(IDOK); };
     const DWORD step = conditions.isAttended ? kPollMs : tools::kHangMs;
     for (DWORD waited = 0; waited < tools::kHangMs; waited += step) {
         if (ends(step)) return true;
         if (!conditions.isAttended) continue;
         if (presses == kMostPresses) winhost::SetBoxAnswers(std::vector<int>(kMostPresses, IDYES));
-        if (!(presses < kMostPresses ? conditions.press() : Press(IDCANCEL)) || ++presses < 2 * kMostPresses)
-            continue;
+        if (!(presses < kMostPresses ? press() : Press(IDCANCEL)) || ++presses < 2 * kMostPresses) continue;
         end = End::GivenUp;
         return false;
     }
@@ -86,10 +86,6 @@ bool Await(const Conditions& conditions, const std::function<bool(DWORD)>& ends,
 }
 
 }  // namespace
-
-bool PressDefault() {
-    return Press(IDOK);
-}
 
 Outcome Run(const std::string& commandLine, const Conditions& conditions) {
     winhost::ClearEvents();
@@ -119,8 +115,8 @@ Outcome Run(const std::string& commandLine, const Conditions& conditions) {
     return outcome;
 }
 
-bool CanRestart() {
-    return true;
+bool IsUnchanged(HKEY, const std::string&) {
+    return false;
 }
 
 bool Restart() {

@@ -11,6 +11,7 @@
 #include "lab/lab.h"
 #include "lab/program.h"
 #include "lab/stand_in.h"
+#include "support/registry.h"
 
 namespace lab {
 
@@ -144,12 +145,26 @@ Outcome Run(const std::string& commandLine, const Conditions& conditions) {
     return Following().ToEnd(commandLine, conditions);
 }
 
-bool PressDefault() {
+bool IsUnchanged(HKEY key, const std::string& name) {
+    struct Watch {
+        RegistryKey key;
+        KernelHandle changed{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
+    };
+    static std::map<std::string, Watch> watches;
+    Watch& watch = watches[name];
+    // A key that is deleted, and perhaps made again, tells nothing more.
+    const auto isThere = [&] {
+        return RegQueryInfoKeyW(watch.key.get(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                nullptr, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
+    };
+    if (watch.key && WaitForSingleObject(watch.changed.get(), 0) == WAIT_TIMEOUT && isThere()) return true;
+    // To close the key sets the event.
+    watch.key = OpenRegKey(key, nullptr, KEY_READ);
+    ResetEvent(watch.changed.get());
+    constexpr DWORD kAll = REG_NOTIFY_CHANGE_NAME | REG_NOTIFY_CHANGE_LAST_SET;
+    if (RegNotifyChangeKeyValue(watch.key.get(), TRUE, kAll, watch.changed.get(), TRUE) != ERROR_SUCCESS)
+        watch.key.reset();
     return false;
-}
-
-bool CanRestart() {
-    return UnderWine();
 }
 
 bool Restart() {

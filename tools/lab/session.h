@@ -35,18 +35,12 @@ std::string Json(const std::map<std::string, Value>& object) {
 }
 
 // The fields of a command.
-class Fields {
-  public:
-    explicit Fields(std::map<std::string, std::string> fields) : m_fields(std::move(fields)) {}
-    bool Has(const std::string& name) const { return m_fields.contains(name); }
+struct Fields : std::map<std::string, std::string> {
     // Without the field, the text is empty, and the number is `otherwise`.
-    std::string Text(const std::string& name) const { return Has(name) ? m_fields.at(name) : std::string(); }
+    std::string Text(const std::string& name) const { return contains(name) ? at(name) : std::string(); }
     std::uint64_t Number(const std::string& name, std::uint64_t otherwise = 0) const {
-        return Has(name) ? std::stoull(m_fields.at(name)) : otherwise;
+        return contains(name) ? std::stoull(at(name)) : otherwise;
     }
-
-  private:
-    std::map<std::string, std::string> m_fields;
 };
 
 // An answer: names, with values in JSON.

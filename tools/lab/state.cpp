@@ -6,11 +6,9 @@
 #include <cstring>
 #include <sstream>
 #include <stdexcept>
-#include <type_traits>
 
 #include "common/text.h"
 #include "lab/lab.h"
-#include "lab/unchanged.h"
 #include "run/product.h"
 #include "support/handles.h"
 
@@ -39,12 +37,11 @@ constexpr int kWatchedLevels = 5;
 
 // Under Windows, the programs of the system are hundreds of megabytes, so they count by name and size.
 bool CountsBySize(const WideText& path) {
-    constexpr bool isEmbedded = std::is_same_v<WCHAR, char16_t>;
     const auto liesIn = [&](const WideText& folder) {
         return _wcsnicmp(path.c_str(), folder.c_str(), folder.size()) == 0;
     };
     const WideText windows = TEXT("C:\\Windows\\");
-    return !isEmbedded && liesIn(windows) && !liesIn(TEXT("C:\\Windows\\Temp\\")) &&
+    return !kIsEmbedded && liesIn(windows) && !liesIn(TEXT("C:\\Windows\\Temp\\")) &&
            path.find('\\', windows.size()) != path.npos;
 }
 
@@ -226,10 +223,8 @@ void TakeMarks(State& state) {
 // The list of running copies. It must end with the last process that uses it.
 void TakeSharedMemory(State& state) {
     const WideText name = TEXT("Local\\COXInstanceManager_FileMap_") + WideText(kInstanceListName);
-    const HANDLE mapping = OpenFileMappingW(FILE_MAP_READ, FALSE, name.c_str());
-    if (!mapping) return;
-    CloseHandle(mapping);
-    state["shared memory " + Utf8(name)] = "there";
+    const KernelHandle mapping(OpenFileMappingW(FILE_MAP_READ, FALSE, name.c_str()));
+    if (mapping) state["shared memory " + Utf8(name)] = "there";
 }
 
 bool IsOthers(const State::value_type& item) {
@@ -323,14 +318,12 @@ std::vector<Change> Differences(const State& before, const State& after) {
     State all = before;
     all.insert(after.begin(), after.end());
     std::vector<Change> changes;
-    for (const auto& [name, any] : all) {
-        const auto was = before.find(name), is = after.find(name);
-        if (was == before.end())
-            changes.push_back({'+', name, {}, any});
-        else if (is == after.end())
-            changes.push_back({'-', name, any, {}});
-        else if (any != is->second)
-            changes.push_back({'*', name, any, is->second});
+    for (const auto& item : all) {
+        const auto in = [&](const State& state) {
+            return state.contains(item.first) ? state.at(item.first) : "";
+        };
+        const std::string was = in(before), is = in(after);
+        if (was != is) changes.push_back({was.empty() ? '+' : is.empty() ? '-' : '*', item.first, was, is});
     }
     return changes;
 }

@@ -8,8 +8,7 @@ namespace lab {
 
 namespace {
 
-// What setup, the sample package and the tests may change. All that begins so is compared. HKU\* are the keys of every
-// user; on Windows the classes of a user are a key of their own there. *.dl is the private folder of a download.
+// All that begins so is compared. On Windows the classes of a user are a key of their own below HKU.
 constexpr const char* kTouched[] = {
     "C:\\Scratch",
     "C:\\Package",

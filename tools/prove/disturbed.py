@@ -130,15 +130,15 @@ def power(benches, options):
 # ---- two runs at once ----
 
 SEEDS, QUICK_SEEDS = 600, 8
-# The name, the first and the second run, whether the product is new, and whether a setup shows its wizard.
-PAIRS = [('two fresh installations', 'install', 'install', True, False),
-         ('two installations', 'install', 'install', False, False),
-         ('an installation, then a removal', 'install', 'uninstall', False, False),
-         ('a removal, then an installation', 'uninstall', 'install', False, False),
-         ('two removals', 'uninstall', 'uninstall', False, False),
-         ('a wizard, then an installation', 'wizard', 'install', False, True),
-         ('a wizard, then a removal', 'wizard', 'uninstall', False, True),
-         ('a removal, then a wizard', 'uninstall', 'wizard', False, True)]
+# The name, the scenario of the machine, which is new for 'install', and the first and the second run.
+PAIRS = [('two fresh installations', 'install', 'install', 'install'),
+         ('two installations', 'uninstall', 'install', 'install'),
+         ('an installation, then a removal', 'uninstall', 'install', 'uninstall'),
+         ('a removal, then an installation', 'uninstall', 'uninstall', 'install'),
+         ('two removals', 'uninstall', 'uninstall', 'uninstall'),
+         ('a wizard, then an installation', 'uninstall', 'wizard', 'install'),
+         ('a wizard, then a removal', 'uninstall', 'wizard', 'uninstall'),
+         ('a removal, then a wizard', 'uninstall', 'uninstall', 'wizard')]
 LINES = {'install': INSTALL, 'wizard': WIZARD, 'uninstall': UNINSTALL}
 
 
@@ -147,13 +147,9 @@ def scenario_of(run):
     return SCENARIOS['uninstall' if run == 'uninstall' else 'install']
 
 
-def start_of(fresh):
-    return 'install' if fresh else 'uninstall'
-
-
-def end_of(benches, fresh, *runs):
+def end_of(benches, machine, *runs):
     """The machine after undisturbed runs, one after the other, with a restart after each."""
-    benches.enter(benches.lab, start_of(fresh), benches.folder / 'reference')
+    benches.enter(benches.lab, machine, benches.folder / 'reference')
     for run in runs:
         if complaint := run_again(benches.lab, scenario_of(run))['complaint']:
             raise Unusable(complaint)
@@ -182,10 +178,10 @@ def finish(lab, scenario, ends):
 
 
 def try_pair(benches, lab, own, pair, seed, ends, others):
-    name, first, second, fresh, wizard = pair
+    name, machine, first, second = pair
     chance = random.Random(seed)
-    benches.enter(lab, start_of(fresh), own / 'machine')
-    answer = lab.run(command=LINES[first], second=LINES[second], delay=chance.randrange(100), yes=1, presses=seed if wizard else None)
+    benches.enter(lab, machine, own / 'machine')
+    answer = lab.run(command=LINES[first], second=LINES[second], delay=chance.randrange(100), yes=1, presses=seed if 'wizard' in pair else None)
     problems = [(RUN, 'the runs', 'hang')] if answer['end'] == 'late' else []
     problems += [(RUN, 'exit code', str(code)) for code in (answer['exitCode'], answer['secondExitCode']) if code > 1]
     if answer['errors']:
@@ -200,11 +196,11 @@ def try_pair(benches, lab, own, pair, seed, ends, others):
 def two(benches, options):
     """Two setups, a setup and an uninstaller, or two uninstallers at once on one machine, silent and with the wizard."""
     # The machine after the last run: with the two runs of the pair before it, one after the other, and without them.
-    ends = {pair: [end_of(benches, pair[3], pair[1], pair[2], pair[2]), end_of(benches, pair[3], pair[2])] for pair in PAIRS}
-    removed = end_of(benches, False, 'uninstall')
+    ends = {pair: [end_of(benches, *pair[1:], pair[3]), end_of(benches, pair[1], pair[3])] for pair in PAIRS}
+    removed = end_of(benches, 'uninstall', 'uninstall')
     # What no run changes.
-    others = {fresh: dict(removed.items() & end_of(benches, fresh, 'install').items()) for fresh in (True, False)}
+    others = {machine: dict(removed.items() & end_of(benches, machine, 'install').items()) for machine in ('install', 'uninstall')}
     seeds = range(QUICK_SEEDS if options.quick else SEEDS) if options.seed is None else [options.seed]
-    jobs = [(pair, seed, ends[pair], others[pair[3]]) for seed in seeds for pair in [PAIRS[seed % len(PAIRS)]]]
+    jobs = [(pair, seed, ends[pair], others[pair[1]]) for seed in seeds for pair in [PAIRS[seed % len(PAIRS)]]]
     # What a run meets is a matter of chance, so a row of the table need not be used each time.
     return report(benches.for_each(try_pair, jobs), 'two:', whole=False)

@@ -147,8 +147,7 @@ def met(patterns, text):
 
 
 def prefix_of(call):
-    found = re.match(r'(\w+:)(?!:)', call)
-    return found[1] if found else ''
+    return re.match(r'(\w+:(?!:))?', call).group()
 
 
 def exception_of(scenario, call, problem):

@@ -36,8 +36,7 @@ def read_arguments():
     options = parser.parse_intermixed_args()
     if odd := [part for part in options.parts if part not in PARTS]:
         parser.error(f'no part {odd[0]}; the parts are {", ".join(PARTS)}')
-    one = options.call or options.scenario
-    options.parts = options.parts or (['calls', 'kills'] if one else list(PARTS))
+    options.parts = options.parts or (('calls', 'kills') if options.call or options.scenario else PARTS)
     return options
 
 

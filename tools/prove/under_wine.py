@@ -33,10 +33,6 @@ def new_machine(work):
     return machine
 
 
-def product_files(machine):
-    return [path for path in (machine.drive / FOLDER).rglob('*') if path.is_file()]
-
-
 # ---- rounds: install, update, uninstall and restart, again and again in one prefix: nothing may grow ----
 
 # Before that round Wine and the shell still make folders, keys and files of their own.
@@ -203,7 +199,8 @@ def leave_space(machine, pages=None):
 def limits(machine):
     """Pages of space at which something changes: each file fits, or only its first half."""
     found, pages = {0}, 0
-    for path in sorted(product_files(machine), key=lambda path: path.stat().st_ctime_ns):
+    files = filter(Path.is_file, (machine.drive / FOLDER).rglob('*'))
+    for path in sorted(files, key=lambda path: path.stat().st_ctime_ns):
         size = -(-path.stat().st_size // PAGE)
         found |= {pages + size // 2, pages + size}
         pages += size
