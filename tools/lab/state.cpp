@@ -241,18 +241,13 @@ void AddMark(State& state, const std::string& name, const std::string& what) {
 
 // The log is the manifest, an empty line, and a record for each thing made outside the folder.
 void AddLog(State& state, const std::string& name) {
-    std::istringstream lines(tools::ReadWhole(tools::Wide(name)).value_or(""));
-    std::string manifest;
+    const std::string text = "\n" + tools::ReadWhole(tools::Wide(name)).value_or("");
+    const std::size_t end = std::min(text.find("\n\r"), text.size() - 1) + 1;
+    state[name] = "a log of manifest " + std::to_string(std::hash<std::string>()(text.substr(0, end)));
+    std::istringstream lines(text.substr(std::min(end + 2, text.size())));
     std::map<std::string, int> records;
-    bool afterManifest = false;
-    for (std::string line; std::getline(lines, line);) {
-        if (!afterManifest && line != "\r")
-            manifest += line;
-        else if (afterManifest)
-            ++records[Neutral(line.substr(0, line.find('\r')))];
-        afterManifest = afterManifest || line == "\r";
-    }
-    state[name] = "a log of manifest " + std::to_string(std::hash<std::string>()(manifest));
+    for (std::string line; std::getline(lines, line);)
+        ++records[Neutral(line.substr(0, line.find('\r')))];
     for (const auto& [record, count] : records)
         state["log: " + record] = count == 1 ? "once" : std::to_string(count) + " times";
 }

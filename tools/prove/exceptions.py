@@ -33,10 +33,10 @@ VERSION = 'GetModuleHandleW|GetProcAddress|RtlGetVersion'
 
 NO_END = 'EndDialog|GetWindowLongPtrW|SetWindowLongPtrW|IsWindowEnabled'
 
-# The row in the document, the stage, and patterns with * and ?, separated by |: the scenarios, the disturbed calls, and the items
+# The row in the document, the stages, and patterns with * and ?, separated by |: the scenarios, the disturbed calls, and the items
 # with their states. Before a call, "kill:" means that the process ended at it, "power:" that the power was cut during it, "full:"
 # that it was the first one without space, and "two:" that another run went on.
-EXCEPTIONS = [
+EXCEPTIONS = [(row, stage, *patterns) for row, stages, *patterns in [
     # ---- repaired by another run and a restart ----
     ('1.1', AT_ONCE, 'update', 'CopyFileW|kill:CopyFileW|kill:DeleteFileW|kill:MoveFileExW', f'{TARGET}*: gone'),
     ('1.2', AT_ONCE, 'update', 'kill:*|CoInitialize|CoCreateInstance|IUnknown::QueryInterface|IPersistFile::Save|LoadStringW|'
@@ -80,19 +80,16 @@ EXCEPTIONS = [
     ('3.5', LASTING, 'uninstall', 'two:*', f'{TARGET}*'),
     # ---- never repaired ----
     ('4.1', FOR_GOOD, 'install*', 'RegCreateKeyW|RegSetValueExW', OTHER_SCOPE),
-    ('4.1', FOR_GOOD, 'update', 'RegOpenKeyExW|RegQueryValueExW', OTHER_SCOPE),
-    ('4.1', AT_ONCE, 'update', 'RegOpenKeyExW|RegQueryValueExW', OTHER_SCOPE),
+    ('4.1', f'{FOR_GOOD}|{AT_ONCE}', 'update', 'RegOpenKeyExW|RegQueryValueExW', OTHER_SCOPE),
     ('4.2', FOR_GOOD, 'install-wizard', 'GetWindow|SendMessageW', OTHER_SCOPE),
     ('4.2', AT_ONCE, 'install-wizard', 'GetWindow|SendMessageW', f'<Desktop>\\Qantivo 8.lnk: *|log: *|{ALL_USERS}|C:\\Qantivo 8\\*'),
     ('4.3', FOR_GOOD, 'update', 'MoveFileExW|kill:MoveFileExW', ASIDE),
-    ('4.4', FOR_GOOD, 'update', '_wfopen|DeleteFileW|kill:_wfopen|kill:DeleteFileW', PROBE),
-    ('4.4', AT_ONCE, 'update', '_wfopen|DeleteFileW|kill:_wfopen|kill:DeleteFileW', PROBE),
+    ('4.4', f'{FOR_GOOD}|{AT_ONCE}', 'update', '_wfopen|DeleteFileW|kill:_wfopen|kill:DeleteFileW', PROBE),
     ('4.4', OFF_COURSE, 'update', 'kill:_wfopen|kill:DeleteFileW', PROBE),
     ('4.5', FOR_GOOD, 'uninstall', 'GetModuleFileNameW|CopyFileW|_wexecl|MoveFileExW|kill:*', COPY),
     ('4.5', AT_ONCE, 'uninstall', 'GetModuleFileNameW|CopyFileW|kill:CopyFileW|kill:GetModuleFileNameW', COPY),
     ('4.5', OFF_COURSE, 'uninstall', 'kill:CopyFileW|kill:GetModuleFileNameW', COPY),
-    ('4.6', FOR_GOOD, 'update|uninstall', 'MoveFileExW', f'{WININIT}*'),
-    ('4.6', AT_ONCE, 'update|uninstall', 'MoveFileExW', f'{WININIT}*'),
+    ('4.6', f'{FOR_GOOD}|{AT_ONCE}', 'update|uninstall', 'MoveFileExW', f'{WININIT}*'),
     # ---- the power is cut during a call ----
     ('5.1', AT_ONCE, 'install|update', 'power:CopyFileW', f'{TARGET}*: file *|{LOG}: *|log: *'),
     ('5.1', AT_ONCE, 'install|update', 'power:WriteFile', 'log: *: once'),
@@ -100,8 +97,7 @@ EXCEPTIONS = [
     ('1.7', AT_ONCE, 'install|update', 'power:MoveFileW', HIDDEN_LIBRARY),
     ('1.2', AT_ONCE, 'update', 'power:*', LINKS),
     ('5.2', AT_ONCE, 'update', 'power:*', f'{TARGET}*: gone'),
-    ('6.2', AT_ONCE, 'update', 'power:_wfopen|power:DeleteFileW', PROBE),
-    ('6.2', FOR_GOOD, 'update', 'power:_wfopen|power:DeleteFileW', PROBE),
+    ('6.2', f'{FOR_GOOD}|{AT_ONCE}', 'update', 'power:_wfopen|power:DeleteFileW', PROBE),
     ('6.2', FOR_GOOD, 'update', 'power:CopyFileW|power:MoveFileExW', ASIDE),
     ('6.1', FOR_GOOD, 'update', 'power:WriteFile', '<CommonPrograms>\\*Qantivo 8*.lnk: *|log: *'),
     ('6.2', AT_ONCE, 'uninstall', 'power:CopyFileW', COPY),
@@ -136,7 +132,7 @@ EXCEPTIONS = [
     # copy sends it a message. If not, the copy makes the list anew, which is one more access. ----
     (None, RUN, 'uninstall', 'kill:EnumWindows|kill:PostMessageW|kill:MapViewOfFile|kill:WaitForSingleObject|kill:ReleaseMutex|'
      'kill:UnmapViewOfFile', 'the run: the call to be killed at was not reached'),
-]
+] for stage in stages.split('|')]
 used, whole_runs = set(), set()
 
 
