@@ -5,6 +5,16 @@ namespace {
 
 class InstanceWindows : public ScratchTest {};
 
+// Shows a minimized window that others take for the product's. Ends with 1 when a WM_CLOSE without parameters asks it to close.
+CHILD_PROGRAM(NeighbourProgram) {
+    // Others find the window by its title, so the title is set last.
+    const Frame own(TEXT(""), WS_OVERLAPPEDWINDOW | WS_VISIBLE | WS_MINIMIZE);
+    if (!SetWindowTextW(own.window(), TEXT("Qantivo - neighbour"))) return 3;
+    for (MSG message = {}; GetMessageW(&message, nullptr, 0, 0) > 0; DispatchMessageW(&message))
+        if (message.message == WM_CLOSE) return message.wParam == 0 && message.lParam == 0 ? 1 : 3;
+    return 3;
+}
+
 TEST_F(InstanceWindows, MainWindowIsFoundByItsTitleAndKind) {
     static const struct {
         Text title;
@@ -40,11 +50,10 @@ TEST_F(InstanceWindows, ListedProcessesLearnOfStartsAndEnds) {
     const DWORD own = GetCurrentProcessId();
     Frame frame(TEXT("Qantivo - test"));
     COXInstanceManager manager(kListName, 1024, true);
-    EXPECT_TRUE(frame.Take().empty()) << "no process is told of itself";
     // Whoever closes the list leaves it, whether or not it entered this process.
     { const COXInstanceManager leaver(kListName, 1024, false); }
     EXPECT_EQ(manager.CountInstances(), 0);
-    EXPECT_TRUE(frame.Take().empty()) << "nor when it leaves";
+    EXPECT_TRUE(frame.Take().empty()) << "no process is told that it comes or leaves itself";
     EXPECT_EQ(manager.AddInstance(own), 1);
     // The others are told even if a listed process has died or has no window.
     EXPECT_EQ(manager.AddInstance(0xFFFFFFF0), 1);
@@ -60,8 +69,11 @@ TEST_F(InstanceWindows, ListedProcessesLearnOfStartsAndEnds) {
 TEST_F(InstanceWindows, LimitBringsTheEarlierForwardAndClosesTheYoungestFirst) {
     Frame own(TEXT("Qantivo - test"), WS_OVERLAPPEDWINDOW | WS_VISIBLE);
     const RunningProgram first = StartChild("NeighbourProgram"), second = StartChild("NeighbourProgram");
-    const HWND earlier = AwaitWindow(first);
-    (void)AwaitWindow(second);
+    const auto windowOf = [](const RunningProgram& of) {
+        return COXInstanceManager::FindInstanceWindow(of.Id());
+    };
+    Await("the neighbours' windows", [&] { return windowOf(first) && windowOf(second); });
+    const HWND earlier = windowOf(first);
     COXInstanceManager manager(kListName, 1024, false);
     for (const DWORD id : {GetCurrentProcessId(), first.Id(), second.Id()})
         EXPECT_EQ(manager.AddInstance(id), 1);

@@ -19,8 +19,7 @@ TEST_F(WizardBoxes, BoxOfAShortcutAllowsNoSecondBox) {
     g_sourceDir = TEXT("C:\\Scratch\\package");
     winhost::ClearEvents();
     const auto person = [](const Driver& wizard) {
-        for (int step = 0; step < 4; ++step)
-            wizard.Press(IDOK);
+        Next(wizard, 4);
         winhost::SetFaults({{.call = "IShellLinkW::SetPath", .nth = 1}});
         const BoxAnswers answers({kLeftOpen});
         const Driver box = wizard.Open(wizard.Control(IDOK), kProductName);

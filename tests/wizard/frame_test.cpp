@@ -64,7 +64,7 @@ TEST_F(Frame, RefusedBackStillLowersTheStep) {
     RunAt(3, [](const Driver& wizard) {
         const auto refusedBacks = [&](const Text& group, int count) {
             wizard.Type(wizard.PageControl(IDC_GROUP), group);
-            for (int refused = 0; refused < count; ++refused)
+            while (count-- > 0)
                 Press(wizard, IDC_BACK, {Resource(IDS_GROUP_TOO_SHORT)});
             EXPECT_EQ(StepOn(wizard), 3);
             EXPECT_EQ(TextOf(wizard.PageControl(IDC_GROUP)), group) << "what the user typed stays";
@@ -135,9 +135,7 @@ TEST_F(Frame, EndsOnThePageThatTellsWhatToDoNext) {
             EXPECT_EQ(IsTicked(box), row.ticked);
             EXPECT_TRUE(IsShown(wizard.PageControl(IDC_HEADLINE)) && IsShown(wizard.PageControl(IDC_ADVICE)));
             EXPECT_EQ(IsShown(note), !row.boxShown);
-            if (!row.boxShown) {
-                EXPECT_EQ(TextOf(note), portable);
-            }
+            EXPECT_TRUE(row.boxShown || TextOf(note) == portable) << ::testing::PrintToString(TextOf(note));
             if (row.press) wizard.Press(box);
             wizard.Press(IDOK);
         });

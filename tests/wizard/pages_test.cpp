@@ -9,7 +9,13 @@
 
 namespace {
 
-class Pages : public WizardTest {};
+class Pages : public WizardTest {
+  protected:
+    // The folder that the destination page shows, and its hint.
+    static std::pair<Text, Text> Destination(const Driver& wizard) {
+        return {TextOf(wizard.PageControl(IDC_FOLDER)), TextOf(wizard.PageControl(IDC_HINT))};
+    }
+};
 
 const Text kOtherFolder = TEXT("To install into a different folder, click Browse, and select another one.");
 
@@ -88,24 +94,22 @@ TEST_F(Pages, GroupTakesANameOfThreeCharacters) {
     };
     g_desktopIcon = 1;
     RunAt(3, [&](const Driver& wizard) {
-        EXPECT_TRUE(IsTicked(wizard.PageControl(IDC_DESKTOP)));
-        EXPECT_FALSE(IsTicked(wizard.PageControl(IDC_AUTOSTART)));
+        EXPECT_TRUE(IsTicked(wizard.PageControl(IDC_DESKTOP)) &&
+                    !IsTicked(wizard.PageControl(IDC_AUTOSTART)));
         wizard.PressInPage(IDC_DESKTOP);
         wizard.PressInPage(IDC_AUTOSTART);
         for (const auto& row : rows) {
             wizard.Type(wizard.PageControl(IDC_GROUP), row.name);
             if (!row.message.empty()) {
-                const Text before(static_cast<LPCWSTR>(g_groupName));
                 Press(wizard, IDOK, {row.message});
-                EXPECT_EQ(g_groupName.Text(), before);
-                EXPECT_TRUE(g_desktopIcon == 1 && g_autoStart == 0) << "nothing is stored";
+                EXPECT_TRUE(g_groupName == kProductName && g_desktopIcon == 1 && g_autoStart == 0)
+                    << "nothing is stored";
                 EXPECT_EQ(StepOn(wizard), 3);
                 continue;
             }
             wizard.Press(IDOK);
             EXPECT_EQ(g_groupName.Text(), row.taken);
-            EXPECT_EQ(g_desktopIcon, 0);
-            EXPECT_EQ(g_autoStart, 1);
+            EXPECT_TRUE(g_desktopIcon == 0 && g_autoStart == 1);
             wizard.Press(IDC_BACK);
             EXPECT_EQ(TextOf(wizard.PageControl(IDC_GROUP)), row.taken);
             EXPECT_FALSE(IsTicked(wizard.PageControl(IDC_DESKTOP)));
@@ -143,15 +147,14 @@ TEST_F(Pages, DestinationFollowsTheFolderThatIsChosen) {
         MakeFolder(elsewhere);
         if (!row.content.empty()) MakeFile(elsewhere + Wide(row.content));
         RunAt(2, [&](const Driver& wizard) {
-            const HWND shown = wizard.PageControl(IDC_FOLDER);
             wizard.PressInPage(IDC_FOR_USER + row.type);
             const std::vector<Text> refusal = {Resource(IDS_OLDER_VERSION_FOLDER)};
             Browse(wizard, elsewhere, row.target == old ? refusal : std::vector<Text>());
-            EXPECT_EQ(TextOf(shown), row.target == old && row.type == 2 ? Text() : row.target);
+            const Text shown = row.target == old && row.type == 2 ? Text() : row.target;
             const Text hint = row.type == 2                    ? Resource(IDS_BROWSE_PORTABLE)
                               : row.content == "\\QtvApp8.exe" ? Resource(IDS_PREVIOUS_COPY_FOLDER)
                                                                : kOtherFolder;
-            EXPECT_EQ(TextOf(wizard.PageControl(IDC_HINT)), hint);
+            EXPECT_EQ(Destination(wizard), std::pair(shown, hint));
             EXPECT_EQ(g_targetDir.Text(), row.target);
             EXPECT_EQ(Exists(elsewhere), !row.content.empty()) << "an empty folder goes";
             EXPECT_FALSE(Exists(old)) << "it exists only while the browser is open";
@@ -190,29 +193,25 @@ TEST_F(Pages, DestinationTellsWhatTheTypeNeeds) {
     MakeFolder(kScratch + TEXT("\\usb"));
     g_installType = 2;
     RunAt(2, [&](const Driver& wizard) {
-        const HWND folder = wizard.PageControl(IDC_FOLDER);
-        const HWND hint = wizard.PageControl(IDC_HINT);
         EXPECT_TRUE(IsTicked(wizard.PageControl(IDC_PORTABLE)));
-        EXPECT_EQ(TextOf(folder), target) << "until the user clicks, as for the other types";
-        EXPECT_EQ(TextOf(hint), Resource(IDS_PREVIOUS_COPY_FOLDER));
+        EXPECT_EQ(Destination(wizard), std::pair(target, Resource(IDS_PREVIOUS_COPY_FOLDER)))
+            << "until the user clicks, as for the other types";
         wizard.PressInPage(IDC_PORTABLE);
-        EXPECT_EQ(TextOf(folder), Text());
-        EXPECT_EQ(TextOf(hint), Resource(IDS_BROWSE_PORTABLE));
+        EXPECT_EQ(Destination(wizard), std::pair(Text(), Resource(IDS_BROWSE_PORTABLE)));
         Press(wizard, IDOK, {Resource(IDS_BROWSE_FIRST)});
         EXPECT_EQ(StepOn(wizard), 2);
         Browse(wizard, kScratch + TEXT("\\usb"));
+        const Text chosen = kScratch + TEXT("\\usb\\Qantivo 8");
         wizard.PressInPage(IDC_FOR_ALL);
-        EXPECT_EQ(TextOf(folder), kScratch + TEXT("\\usb\\Qantivo 8"));
-        EXPECT_EQ(TextOf(hint), kOtherFolder);
+        EXPECT_EQ(Destination(wizard), std::pair(chosen, kOtherFolder));
         wizard.PressInPage(IDC_PORTABLE);
-        EXPECT_EQ(TextOf(folder), kScratch + TEXT("\\usb\\Qantivo 8")) << "chosen for it before";
+        EXPECT_EQ(Destination(wizard).first, chosen) << "chosen for it before";
     });
     g_targetDir = target.c_str();
     g_installType = 0;
     g_freshInstall = 1;
     RunAt(2, [](const Driver& wizard) {
-        EXPECT_EQ(TextOf(wizard.PageControl(IDC_HINT)), kOtherFolder)
-            << "a first install has no previous copy";
+        EXPECT_EQ(Destination(wizard).second, kOtherFolder) << "a first install has no previous copy";
     });
 }
 
