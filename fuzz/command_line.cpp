@@ -5,8 +5,6 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -26,10 +24,7 @@ constexpr unsigned kUninstaller = 1, kInstalled = 2;
 
 void MakeMachine(unsigned flags) {
     static const std::string registry = Get("registry.reg");
-    static const std::string application = [] {
-        std::ifstream file(QTV_SEEDS "/version/program.exe", std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(file), {});
-    }();
+    static const std::string application = Get(QTV_SEEDS "/version/program.exe");
     ClearMachine();
     Put("registry.reg", registry);
     for (const std::string folder : {"C/Package/", "C/Apps/Q8/"}) {

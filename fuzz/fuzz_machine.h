@@ -22,7 +22,7 @@ void ClearMachine();
 // Closes the handles that an input has left open, so that they don't slow down the next ones. Returns their number.
 unsigned CloseHandles();
 
-// Files of the machine, by their paths in its folder ("C/Apps/x").
-// Get returns an empty text for a file that can't be read.
+// Files of the machine, by their paths in its folder ("C/Apps/x"). Get also takes a full path of the host, and returns an empty text for
+// a file that can't be read.
 void Put(const std::string& path, std::string_view bytes);
 std::string Get(const std::string& path);

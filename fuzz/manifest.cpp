@@ -17,10 +17,6 @@ constexpr unsigned kInstallType = 3, kWow64 = 4, kHeld = 8, kRuns = 16, kReadOnl
 // Few enough that the list of marks in WININIT.INI does not become full, which would end the process.
 constexpr unsigned kFailingMarks = 40;
 
-BOOL WINAPI SayWow64(HANDLE, PBOOL wow64) {
-    return *wow64 = TRUE;
-}
-
 // A line may change the file if it contains one of the words: the name of the file or of a folder, or a pattern.
 struct UserFile {
     const char* path;
@@ -65,7 +61,8 @@ void TryInput(std::string_view input) {
     MakeFiles(manifest);
     g_targetDir = TEXT("C:\\Apps\\Q8");
     g_installType = static_cast<int>(flags & kInstallType) % 3;
-    g_isWow64Process = flags & kWow64 ? SayWow64 : nullptr;
+    g_isWow64Process = nullptr;
+    if (flags & kWow64) g_isWow64Process = [](HANDLE, PBOOL wow64) -> BOOL { return *wow64 = TRUE; };
     if (flags & kReadOnly) (void)SetFileAttributesW(TEXT("C:\\Apps\\Q8\\app.exe"), FILE_ATTRIBUTE_READONLY);
     std::vector<winhost::Fault> faults;
     for (unsigned nth = 1; (flags & kNoMarks) && nth <= kFailingMarks; ++nth)

@@ -42,14 +42,9 @@ TEST_F(CopyPassTest, CopiesEachKindToItsFolder) {
         Make("own9.dll:old", kTarget);
         if (row.wow64) g_isWow64Process = [](HANDLE, PBOOL wow64) -> BOOL { return *wow64 = TRUE; };
         g_installType = row.installType;
-        Run("File Copy: plain\r\n"
-            "File Copy x64: x64\r\n"
-            "File Copy prt: prt\r\n"
-            "File Copy ind: own9.dll\r\n"
-            "File Copy ind: kernel32.dll > second.dll\r\n"
-            "Make Dir: made\r\n"
-            "Make Dir: deep\\er\r\n"
-            "File Copy: sub\\*\r\n"
+        Run("File Copy: plain\r\nFile Copy x64: x64\r\nFile Copy prt: prt\r\n"
+            "File Copy ind: own9.dll\r\nFile Copy ind: kernel32.dll > second.dll\r\n"
+            "Make Dir: made\r\nMake Dir: deep\\er\r\nFile Copy: sub\\*\r\n"
             "File Overwrite: skipped\r\nFile Del: skipped\r\nMade Dir: skipped\r\nShell Link: skipped\r\n"
             "file copy: skipped\r\n File Copy: skipped\r\nFile Copy:  skipped\r\n"
             "File Copy: skipped | a comment\r\n\r\n"
@@ -64,12 +59,8 @@ TEST_F(CopyPassTest, CopiesEachKindToItsFolder) {
 TEST_F(CopyPassTest, TwoNamesAreNoPatterns) {
     Make("c:1 sub\\d:2 e:3", kPackage);
     MakeFile(kPackage + TEXT("\\a b"), "4");
-    Run("File Copy: a b \t> \t new\r\n"
-        "File Copy: c>tight\r\n"
-        "File Copy: c > x > y\r\n"
-        "File Copy: sub\\d > d\r\n"
-        "File Copy: e > nowhere\\e\r\n"
-        "File Copy: ? > wild\r\n"
+    Run("File Copy: a b \t> \t new\r\nFile Copy: c>tight\r\nFile Copy: c > x > y\r\n"
+        "File Copy: sub\\d > d\r\nFile Copy: e > nowhere\\e\r\nFile Copy: ? > wild\r\n"
         "File Copy: e >\r\n");
     EXPECT_EQ(Look(kTarget), State("new:4 tight:1 d:2 .new:3"));
     // Without a new name, the file would replace the folder.
