@@ -10,8 +10,6 @@ namespace {
 const Text kSleeper = kScratch + TEXT("\\sleeper.exe");
 const Text kReport = kScratch + TEXT("\\report"), kLeave = kScratch + TEXT("\\leave");
 
-}  // namespace
-
 // Without an argument, this program is the one that the tested function has started.
 CHILD_PROGRAM(StartsItself) {
     if (__argc == 1) {
@@ -46,9 +44,8 @@ TEST_F(ScratchTest, ExecAndWaitTakesACommandLineOf519Characters) {
     ImportFile("sleeper.exe", kSleeper);
     g_targetDir = kScratch.c_str();
     for (const std::size_t cch : {519, 520})
-        EXPECT_EQ(
-            ExecAndWait(Text(kSleeper).append(cch - kSleeper.size(), TEXT(' ')).c_str(), nullptr, 0) != 0,
-            cch == 519);
+        EXPECT_EQ(ExecAndWait((kSleeper + Text(cch - kSleeper.size(), ' ')).c_str(), nullptr, 0) != 0,
+                  cch == 519);
 }
 
 TEST_F(ScratchTest, SystemFunctionsAreFoundAndEnablePrivilegeTellsItsFailures) {
@@ -75,17 +72,11 @@ TEST_F(ScratchTest, SystemFunctionsAreFoundAndEnablePrivilegeTellsItsFailures) {
     CloseHandle(token);
 }
 
-// ---- Path ----
-
-namespace {
-
 Text Path() {
     Text value(32768, 0);
     value.resize(GetEnvironmentVariableW(TEXT("Path"), value.data(), static_cast<DWORD>(value.size())));
     return value;
 }
-
-}  // namespace
 
 TEST_F(ScratchTest, OwnFolderGoesInFrontOfPathUnlessItStandsThere) {
     const Text before = Path();
@@ -109,3 +100,5 @@ TEST_F(ScratchTest, OwnFolderGoesInFrontOfPathUnlessItStandsThere) {
     }
     (void)SetEnvironmentVariableW(TEXT("Path"), before.c_str());
 }
+
+}  // namespace

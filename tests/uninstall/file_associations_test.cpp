@@ -16,9 +16,6 @@ class FileAssociations : public ScratchTest {
         DeleteKeyTree(HKEY_CLASSES_ROOT, TEXT(".qvi"));
         DeleteKeyTree(HKEY_CLASSES_ROOT, TEXT(".png"));
     }
-    static void Put(const Text& key, LPCWSTR name, const Stored& value) {
-        if (value) PutValue(HKEY_CURRENT_USER, key, name, *value);
-    }
 };
 
 // From Windows Vista on, the user's choice is deleted when it is the product's application. The note of a former
@@ -74,8 +71,9 @@ TEST_F(FileAssociations, FormerChoicesComeBack) {
     };
     g_osVersion.dwMajorVersion = 5;
     for (const auto& row : rows) {
-        Put(kFileExts + TEXT("\\") + row.extension, TEXT("Application"), row.present);
-        Put(kFileExts + TEXT("\\") + row.extension, TEXT("QtvAppOld"), row.former);
+        const Text key = kFileExts + TEXT("\\") + row.extension;
+        PutValue(HKEY_CURRENT_USER, key, TEXT("Application"), *row.present);
+        if (row.former) PutValue(HKEY_CURRENT_USER, key, TEXT("QtvAppOld"), *row.former);
     }
     RestoreFileAssociations();
     for (const auto& row : rows) {

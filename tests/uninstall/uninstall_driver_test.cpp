@@ -17,13 +17,6 @@ const Text kMarked = kFolder + TEXT("\\");
 
 using Uninstall = ScratchTest;
 
-std::vector<Text> MarkedPaths() {
-    std::vector<Text> paths;
-    for (const Mark& mark : BootMarks())
-        paths.push_back(mark.first);
-    return paths;
-}
-
 // Only the first item is named by a log. The others are found by the product's name, for the machine and for every user.
 TEST_F(Uninstall, DeletesLinksAndGroupsByTheProductsName) {
     std::vector<Text> paths = {kScratch + TEXT("\\old.lnk")};
@@ -73,18 +66,16 @@ TEST_F(Uninstall, IgnoresOddFoldersOfAUser) {
 // Which folders are marked for the next start: the x64 folder even if it is missing, and the installation folder
 // only if the x32 folder is there.
 TEST_F(Uninstall, MarksFoldersThatStay) {
-    const Text x64 = kMarked + TEXT("x64"), x32 = kMarked + TEXT("x32");
-    const struct {
-        std::string items;
-        std::vector<Text> marked;
-    } rows[] = {{"", {x64}}, {"x64\\", {}}, {"x64\\file:1", {x64}}, {"x32\\file:1", {x64, x32, kMarked}}};
-    for (const auto& row : rows) {
-        Make(row.items, kFolder);
+    const Mark x64 = {kMarked + TEXT("x64"), {}}, x32 = {kMarked + TEXT("x32"), {}}, whole = {kMarked, {}};
+    const std::pair<std::string, std::vector<Mark>> rows[] = {
+        {"", {x64}}, {"x64\\", {}}, {"x64\\file:1", {x64}}, {"x32\\file:1", {x64, x32, whole}}};
+    for (const auto& [items, marks] : rows) {
+        Make(items, kFolder);
         // As after a double click, the current folder is the one to be removed.
         EXPECT_TRUE(SetCurrentDirectoryW(kFolder.c_str()));
         PerformUninstall(kMarked.c_str());
-        EXPECT_EQ(MarkedPaths(), row.marked);
-        EXPECT_EQ(Exists(kFolder), row.items.ends_with(":1"));
+        EXPECT_EQ(BootMarks(), marks);
+        EXPECT_EQ(Exists(kFolder), items.ends_with(":1"));
         DeleteTree(kFolder);
         ForgetMarks();
     }
@@ -151,7 +142,7 @@ TEST_F(Uninstall, CopyStartedByHand) {
         EXPECT_EQ(Tree().size(), row.fits ? 3u : 5u);
         EXPECT_TRUE(Exists(kMarked + TEXT("QtvUnInst.log")));
         // The copy marks itself for the next start, whatever folder it was told.
-        EXPECT_EQ(MarkedPaths().at(0), kScratch + TEXT("\\copy.exe"));
+        EXPECT_EQ(BootMarks().at(0).first, kScratch + TEXT("\\copy.exe"));
         ForgetMarks();
     }
 }

@@ -1,5 +1,4 @@
 // Tests of the uninstall that need a failing call, or the events and handles of the embedded machine.
-#include <algorithm>
 #include <sstream>
 
 #include "run/process_helpers.h"
@@ -74,18 +73,15 @@ TEST_F(UninstallFaults, BrowserKeysAreThoseOfThe64BitView) {
     }
 }
 
-// Whichever call fails, only the item of that call stays.
-// Only the handle of the file extensions' key is left open.
+// Whichever call fails, only the item of that call stays. Only the handle of the file extensions' key is left open.
 TEST_F(UninstallFaults, FailureAffectsOnlyItsOwnItem) {
+    const Text bob = TEXT("S-1-5-21-1000-1000-1000-1002");
     const std::pair<std::string, Text> items[] = {
         {"a ", TEXT(".DEFAULT\\Software\\Lorvanta\\Qantivo 8\\a")},
         {"b ", TEXT(".DEFAULT\\Software\\Lorvanta\\Qantivo 8\\b")},
-        {"Bob's ", TEXT("S-1-5-21-1000-1000-1000-1002\\Software\\Lorvanta\\Qantivo 8")},
+        {"Bob's ", bob + TEXT("\\Software\\Lorvanta\\Qantivo 8")},
     };
-    const std::pair<std::string, Text> links[] = {
-        {"first link ", items[0].second.substr(0, 8)},
-        {"Bob's link ", items[2].second.substr(0, items[2].second.find('\\'))},
-    };
+    const std::pair<std::string, Text> links[] = {{"first link ", TEXT(".DEFAULT")}, {"Bob's link ", bob}};
     const std::pair<std::string, std::set<std::string>> rows[] = {
         {"RegOpenKeyExW", {"", "a b ", "Bob's ", "first link ", "Bob's link "}},
         {"RegDeleteKeyW", {"", "a ", "b ", "Bob's "}},
@@ -133,8 +129,6 @@ TEST_F(UninstallFaults, MissingCopyEndsTheUninstall) {
     }
 }
 
-}  // namespace
-
 // The uninstaller's copy, or a program that the copy starts and that takes the time in the file "takes".
 CHILD_PROGRAM(CopyOfSlowPrograms) {
     const Text begun = kScratch + TEXT("\\begun");
@@ -151,8 +145,6 @@ CHILD_PROGRAM(CopyOnASystemWithoutAHandler) {
     g_isWow64Process = [](HANDLE, PBOOL is) -> BOOL { return *is = TRUE; };
     RunTemporaryCopy();
 }
-
-namespace {
 
 // The copy leaves the first process a second to end. It waits five for the registrar and five for the application, then
 // it goes on while they run.
