@@ -4,6 +4,7 @@
 
 #include "run/process_helpers.h"
 #include "app/setup_state.h"
+#include "harness/machine_view.h"
 #include "harness/registry_values.h"
 #include "install/system_registration.h"
 #include "support/shell_folders.h"
@@ -15,43 +16,41 @@ class InstallAction : public ScratchTest {
     InstallAction() {
         g_sourceDir = TEXT("C:\\Scratch\\package");
         g_targetDir = TEXT("C:\\Scratch\\in");
-        MakeFile(TEXT("C:\\Scratch\\package\\QtvApp8Man.chm"), "help");
-        MakeFile(TEXT("C:\\Scratch\\package\\QtvUnInst.log"), kManifest);
+        MakeFile(At("package\\QtvApp8Man.chm"), "help");
+        MakeFile(At("package\\QtvUnInst.log"), kManifest);
         MakeFolder(TEXT("C:\\Scratch\\in"));
     }
     const std::string kManifest = "File Copy: QtvApp8Man.chm\r\nFile Del: old.hlp";
-    const Text kLog = TEXT("C:\\Scratch\\in\\QtvUnInst.log");
+    const Text kLog = At("in\\QtvUnInst.log");
 };
 
 TEST_F(InstallAction, TrimsAndLevelsTheGroupName) {
     g_installType = 0;
-    g_groupName = TEXT(" \t\r\n\\Q//B/ c/\\ ");
+    g_groupName = TEXT(" \t\r\n\\Qantivo//B/ c/\\ ");
     g_autoStart = 1;
     const Text startup = GetShellFolder(CSIDL_STARTUP).Text();
     DeleteTree(startup);
     PerformInstall();
-    EXPECT_EQ(g_groupName, TEXT("Q\\\\B\\ c"));
-    EXPECT_TRUE(Exists(GetShellFolder(CSIDL_PROGRAMS).Text() + TEXT("\\Q\\B\\ c\\Qantivo 8.lnk")));
-    DeleteTree(GetShellFolder(CSIDL_PROGRAMS).Text() + TEXT("\\Q"));
+    EXPECT_EQ(g_groupName, TEXT("Qantivo\\\\B\\ c"));
+    EXPECT_TRUE(Exists(GetShellFolder(CSIDL_PROGRAMS).Text() + TEXT("\\Qantivo\\B\\ c\\Qantivo 8.lnk")));
     EXPECT_TRUE(Exists(startup + TEXT("\\Qantivo 8.lnk"))) << "its folder is made again";
 }
 
 // A fresh install overwrites any log that it finds, and the links that the log names stay. An update removes the links
 // of both logs.
 TEST_F(InstallAction, UpdateDeletesEarlierLinksAndHelp) {
-    const Text links[] = {TEXT("C:\\Scratch\\x\\1.lnk"), TEXT("C:\\Scratch\\y\\2.lnk")};
+    const Text old[] = {At("x\\1.lnk"), At("y\\2.lnk"), At("in\\old.hlp")};
     for (const bool fresh : {true, false}) {
         g_installType = 2;
         g_freshInstall = fresh;
-        for (const Text& path : {links[0], links[1], Text(TEXT("C:\\Scratch\\in\\old.hlp"))})
+        for (const Text& path : old)
             MakeFile(path);
         MakeFile(kLog, "Shell Link: C:\\Scratch\\x\\1.lnk");
-        MakeFile(TEXT("C:\\Scratch\\in\\install.log"), "Shell Link: C:\\Scratch\\y\\2.lnk");
+        MakeFile(At("in\\install.log"), "Shell Link: C:\\Scratch\\y\\2.lnk");
         PerformInstall();
         EXPECT_EQ(FileBytes(kLog), kManifest + "\r\n");
-        EXPECT_EQ(Exists(links[0]), fresh);
-        EXPECT_EQ(Exists(links[1]), fresh);
-        EXPECT_EQ(Exists(TEXT("C:\\Scratch\\in\\old.hlp")), fresh);
+        for (const Text& path : old)
+            EXPECT_EQ(Exists(path), fresh) << Narrow(path);
     }
 }
 
@@ -85,13 +84,13 @@ TEST_F(InstallAction, TakesEachSettingsFileByItself) {
     // Without a package there is no folder to search, not even the root of the drive.
     MakeFile(TEXT("C:\\QtvApp8.ini"));
     PerformInstall();
-    EXPECT_FALSE(Exists(TEXT("C:\\Scratch\\in\\QtvApp8.ini")));
+    EXPECT_FALSE(Exists(At("in\\QtvApp8.ini")));
     DeleteTree(TEXT("C:\\QtvApp8.ini"));
     g_sfxDir = TEXT("C:\\Scratch\\package");
     for (const Text& name : {Text(TEXT("QtvApp8.reg")), Text(TEXT("QtvApp8.ini"))}) {
-        MakeFile(TEXT("C:\\Scratch\\package\\") + name, "settings");
+        MakeFile(At("package\\") + name, "settings");
         PerformInstall();
-        EXPECT_TRUE(Exists(TEXT("C:\\Scratch\\in\\") + name));
+        EXPECT_TRUE(Exists(At("in\\") + name));
         EXPECT_EQ(g_settingsFromPackage, name == TEXT("QtvApp8.ini"));
     }
     // The package, or the setup program, may be in the target folder.
@@ -99,9 +98,9 @@ TEST_F(InstallAction, TakesEachSettingsFileByItself) {
     for (CString* folder : {&g_sourceDir, &g_sfxDir}) {
         *folder = target;
         g_settingsFromPackage = 0;
-        MakeFile(TEXT("C:\\Scratch\\in\\QtvApp8.ini"), "old");
+        MakeFile(At("in\\QtvApp8.ini"), "old");
         PerformInstall();
-        EXPECT_EQ(FileBytes(TEXT("C:\\Scratch\\in\\QtvApp8.ini")), folder == &g_sfxDir ? "old" : "settings");
+        EXPECT_EQ(FileBytes(At("in\\QtvApp8.ini")), folder == &g_sfxDir ? "old" : "settings");
         EXPECT_NE(g_settingsFromPackage, 0);
     }
 }

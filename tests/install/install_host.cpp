@@ -21,20 +21,20 @@ class InstallOnHost : public ScratchTest {
   protected:
     InstallOnHost() { g_targetDir = kScratch.c_str(); }
     ~InstallOnHost() override { winhost::SetFaults({}); }
+    static HRESULT MakeLink() {
+        return MakeShellLink(TEXT("C:\\x.exe"), TEXT("C:\\Scratch\\x.lnk"), TEXT(""), kDefaultShowCommand,
+                             nullptr, nullptr);
+    }
 };
 
 TEST_F(InstallOnHost, SavesALinkWithoutRefusedFields) {
-    winhost::SetFaults({{.call = "IShellLinkW::SetPath", .nth = 1, .error = 0, .kill = false},
-                        {.call = "IShellLinkW::SetDescription", .nth = 2, .error = 0, .kill = false}});
-    const BoxAnswers answers({IDOK, IDOK});
-    for (int link = 0; link < 2; ++link)
-        EXPECT_EQ(MakeShellLink(TEXT("C:\\x.exe"), TEXT("C:\\Scratch\\x.lnk"), TEXT(""), kDefaultShowCommand,
-                                nullptr, nullptr),
-                  S_OK);
-    const LPCWSTR texts[] = {TEXT("SetPath failed!"), TEXT("SetDescription failed!")};
-    for (std::size_t box = 0; box < 2; ++box)
-        EXPECT_TRUE(answers.Shown().at(box).text == texts[box] && answers.Shown()[box].HasStyle(MB_OK))
-            << box;
+    winhost::SetFaults(
+        {{.call = "IShellLinkW::SetPath", .nth = 1}, {.call = "IShellLinkW::SetDescription", .nth = 2}});
+    for (const LPCWSTR told : {TEXT("SetPath failed!"), TEXT("SetDescription failed!")}) {
+        const BoxAnswers answers({IDOK});
+        EXPECT_EQ(MakeLink(), S_OK);
+        EXPECT_TRUE(answers.Shown().at(0).text == told && answers.Shown()[0].HasStyle(MB_OK)) << Narrow(told);
+    }
     EXPECT_LE(winhost::CallCounts()["CoInitialize"], 1u) << "once a process";
     for (const char* unused : {"SetShowCmd", "SetArguments", "SetWorkingDirectory"})
         EXPECT_EQ(winhost::CallCounts()[std::string("IShellLinkW::") + unused], 0u) << unused;
@@ -47,10 +47,7 @@ TEST_F(InstallOnHost, NoLinkIsMadeWithoutCom) {
          {std::pair{"CoCreateInstance", 1u}, std::pair{"IUnknown::QueryInterface", 1u},
           std::pair{"IUnknown::QueryInterface", 2u}, std::pair{"IPersistFile::Save", 1u}}) {
         winhost::SetFaults({{.call = call, .nth = nth}});
-        EXPECT_LT(MakeShellLink(TEXT("C:\\x.exe"), TEXT("C:\\Scratch\\x.lnk"), TEXT(""), kDefaultShowCommand,
-                                nullptr, nullptr),
-                  0)
-            << call;
+        EXPECT_LT(MakeLink(), 0) << call;
         EXPECT_TRUE(Tree().empty()) << call;
     }
 }
@@ -78,11 +75,10 @@ TEST_F(InstallOnHost, IsDamagedWithoutItsOwnPath) {
         DeleteTree(file);
 }
 
-// A test file is created in the folder, and its result isn't
-// used. A path of four characters or fewer is no Startup folder.
+// A test file is created in the folder, and its result isn't used. A path of four characters or fewer is no Startup folder.
 TEST_F(InstallOnHost, LooksIntoStartupFolders) {
     const Text common = GetShellFolder(CSIDL_COMMON_STARTUP).Text();
-    winhost::SetFaults({{.call = "_wfopen", .nth = 1, .error = 0, .kill = false}});
+    winhost::SetFaults({{.call = "_wfopen", .nth = 1}});
     AdoptAutoStart();
     ASSERT_EQ(Tree(common).size(), 1u) << "a file that can't be opened stays";
     EXPECT_EQ(Tree(common)[0].substr(0, 3), TEXT("q8t"));
