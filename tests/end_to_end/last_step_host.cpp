@@ -1,67 +1,65 @@
 // What a run does last. Only the embedded machine tells about restarts and opened pages.
-#include <algorithm>
-
 #include "end_to_end/run.h"
 #include "resource.h"
 #include <winhost.h>
 
 namespace {
 
+const std::string kFolder = "C:\\Program Files\\Qantivo 8";
+const std::string kStart = "start-process\t\"" + kFolder + "\\QtvApp8.exe\"\t" + kFolder;
+// EWX_REBOOT, and the reason: planned, an application, an installation.
+const std::string kRestart = "exit-windows\t2\t2147745794";
+const std::string kWebPage =
+    "shell-execute\topen\thttp://www.lorvanta.example/qvdx/"
+    "InstScript.asp?product=qantivo&edition=8&Lang=EN\t5";
+
 class LastStep : public EndToEndTest {
   protected:
-    // The recorded events of one kind.
-    static std::vector<std::string> Events(const std::string& kind) {
-        std::vector<std::string> events = winhost::Events();
-        std::erase_if(events, [&](const std::string& event) { return !event.starts_with(kind + "\t"); });
+    using Events = std::vector<std::string>;
+    // Returns what follows the registration of the product.
+    Events Last(const Text& arguments, const Person& person = {}) {
+        winhost::ClearEvents();
+        EXPECT_EQ(Setup(arguments, person), 0u);
+        Events events = winhost::Events();
+        const auto registers = [](const std::string& event) {
+            return event.find(" -regonly\t") != event.npos;
+        };
+        events.erase(events.begin(), std::ranges::find_if(events, registers));
+        std::erase_if(
+            events, [&](const auto& event) { return registers(event) || event.starts_with("set-cursor\t"); });
         return events;
-    }
-    // Returns how often the product was started without arguments.
-    static long Starts() {
-        const auto events = Events("start-process");
-        return std::count_if(events.begin(), events.end(), [](const std::string& event) {
-            return event.find("QtvApp8.exe") != event.npos && event.find("-regonly") == event.npos;
-        });
     }
 };
 
 // A restart replaces the start of the product. It comes only if it was asked for.
 TEST_F(LastStep, RestartsOnlyWhenAReplacementWaits) {
-    const Text help = Where("C:\\Program Files\\Qantivo 8\\QtvApp8Man.chm");
-    winhost::ClearEvents();
-    Setup(TEXT("-s"));
-    const std::string folder = "C:\\Program Files\\Qantivo 8";
-    const auto started = Events("start-process");
-    ASSERT_GE(started.size(), 2u);
-    EXPECT_EQ(std::vector(started.end() - 2, started.end()),
-              (std::vector{"start-process\tregsvr32.exe /s \"" + folder + "\\ThumbQvi32.dll\"\t" + folder,
-                           "start-process\t\"" + folder + "\\QtvApp8.exe\" -regonly\t" + folder}));
+    EXPECT_EQ(Last(TEXT("-s")), Events());
+    const Events events = winhost::Events();
+    ASSERT_GE(events.size(), 2u);
+    EXPECT_EQ(Events(events.end() - 2, events.end()),
+              (Events{"start-process\tregsvr32.exe /s \"" + kFolder + "\\ThumbQvi32.dll\"\t" + kFolder,
+                      "start-process\t\"" + kFolder + "\\QtvApp8.exe\" -regonly\t" + kFolder}));
     const struct {
-        Text arguments;
+        Text arguments = TEXT("-s -runafter");
         bool held = true, token = true;
-        long starts = 0;
         unsigned tries = 0;  // to restart the machine
+        Events last = {};
     } rows[] = {
-        {.arguments = TEXT("-s -runafter"), .held = false, .starts = 1},
+        {.held = false, .last = {kStart}},
         {.arguments = TEXT("-s")},
-        {.arguments = TEXT("-s -runafter"), .tries = 1},
+        {.tries = 1, .last = {kRestart}},
         // Without the function, setup tries it without the privilege.
-        {.arguments = TEXT("-s -runafter"), .token = false, .tries = 1},
+        {.token = false, .tries = 1},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(&row - rows);
-        winhost::ClearEvents();
         winhost::SetProgramFaults("setup.exe", {});
         winhost::HideFunction("OpenProcessToken", !row.token);
-        {
-            std::optional<HeldFile> held;
-            if (row.held) held.emplace(help, Hold::NoDelete);
-            EXPECT_EQ(Setup(row.arguments), 0u);
-        }
-        EXPECT_EQ(Starts(), row.starts);
+        std::optional<HeldFile> held;
+        if (row.held) held.emplace(Wide(kFolder) + TEXT("\\QtvApp8Man.chm"), Hold::NoDelete);
+        EXPECT_EQ(Last(row.arguments), row.last);
         EXPECT_EQ(winhost::ProgramCallCounts()["ExitWindowsEx"], row.tries);
-        // EWX_REBOOT, and the reason: planned, an application, an installation.
-        EXPECT_EQ(Events("exit-windows"),
-                  std::vector<std::string>(row.token ? row.tries : 0, "exit-windows\t2\t2147745794"));
+        held.reset();
         RestartMachine();
     }
     winhost::ClearProgramFaults();
@@ -73,39 +71,24 @@ TEST_F(LastStep, DamagedPackageOpensTheHomePage) {
     winhost::ClearEvents();
     const BoxAnswers answers({IDOK});
     Setup(TEXT("-s"));
-    EXPECT_EQ(Events("shell-execute"),
-              std::vector<std::string>{"shell-execute\topen\thttp://www.lorvanta.example/\t5"});
-    EXPECT_EQ(winhost::Events().back(), Events("shell-execute").back()) << "after the box";
+    const Events events = winhost::Events();
+    ASSERT_EQ(events.size(), 3u) << "the start, the box, and then the page";
+    EXPECT_EQ(events[2], "shell-execute\topen\thttp://www.lorvanta.example/\t5");
 }
 
 // In the wizard, the web page comes first. The product or the restart follows if the box is ticked.
 TEST_F(LastStep, ComesAfterTheWebPageInTheWizard) {
-    const auto run = [&](bool press) {
-        winhost::ClearEvents();
-        const auto person = [&](const Driver& wizard) {
-            for (int page = 0; page < 5; ++page)
-                wizard.Press(IDOK);
-            if (press) wizard.PressInPage(IDC_RUN_AFTER);
+    const auto person = [](const Driver& wizard) {
+        for (int page = 0; page < 5; ++page)
             wizard.Press(IDOK);
-        };
-        EXPECT_EQ(Setup({}, person), 0u);
-        std::vector<std::string> events = winhost::Events();
-        std::erase_if(events, [](const std::string& event) {
-            return event.find("-regonly") != event.npos || event.find("setup.exe") != event.npos ||
-                   event.find("regsvr32") != event.npos ||
-                   !(event.starts_with("shell-execute\t") || event.starts_with("start-process\t") ||
-                     event.starts_with("exit-windows\t"));
-        });
-        for (std::string& event : events)
-            event = event.substr(0, event.find('\t', event.find('\t') + 1));
-        return events;
+        // The box is ticked already if a restart is needed.
+        if (!IsTicked(wizard.PageControl(IDC_RUN_AFTER))) wizard.PressInPage(IDC_RUN_AFTER);
+        wizard.Press(IDOK);
     };
-    EXPECT_EQ(run(true),
-              (std::vector<std::string>{"shell-execute\topen",
-                                        "start-process\t\"C:\\Program Files\\Qantivo 8\\QtvApp8.exe\""}));
-    SetFileVersion(Where("C:\\Program Files\\Qantivo 8\\QtvApp8.exe"), 8, 4, 0, 0);
-    const HeldFile held(Where("C:\\Program Files\\Qantivo 8\\QtvApp8Man.chm"), Hold::NoDelete);
-    EXPECT_EQ(run(false), (std::vector<std::string>{"shell-execute\topen", "exit-windows\t2"}));
+    EXPECT_EQ(Last({}, person), (Events{kWebPage, kStart}));
+    SetFileVersion(Wide(kFolder) + TEXT("\\QtvApp8.exe"), 8, 4, 0, 0);
+    const HeldFile held(Wide(kFolder) + TEXT("\\QtvApp8Man.chm"), Hold::NoDelete);
+    EXPECT_EQ(Last({}, person), (Events{kWebPage, kRestart}));
 }
 
 }  // namespace

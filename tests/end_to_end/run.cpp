@@ -118,15 +118,12 @@ State InstalledFiles(const std::string& target) {
 State Shortcuts(const Plan& plan) {
     const std::string common = plan.allUsers ? "Common" : "";
     const std::string application = "shortcut to " + plan.target + "\\QtvApp8.exe in <Pictures>";
-    const std::string programs = "<" + common + "Programs>";
     State state;
-    for (std::size_t end = 0; end != std::string::npos;) {
-        end = plan.group.find('\\', end + 1);
-        state[programs + "\\" + plan.group.substr(0, end) + "\\"] = "folder";
-    }
-    state[programs + "\\" + plan.group + "\\Qantivo 8.lnk"] = application;
-    state[programs + "\\" + plan.group + "\\Qantivo 8 Help.lnk"] =
-        "shortcut to " + plan.target + "\\QtvApp8Man.chm";
+    const std::string group = "<" + common + "Programs>\\" + plan.group + "\\";
+    for (std::size_t end = group.find('\\'); (end = group.find('\\', end + 1)) != std::string::npos;)
+        state[group.substr(0, end + 1)] = "folder";
+    state[group + "Qantivo 8.lnk"] = application;
+    state[group + "Qantivo 8 Help.lnk"] = "shortcut to " + plan.target + "\\QtvApp8Man.chm";
     if (plan.desktopIcon) state["<" + common + "Desktop>\\Qantivo 8.lnk"] = application;
     if (plan.autoStart) state["<" + common + "Startup>\\Qantivo 8.lnk"] = application;
     return state;
@@ -136,10 +133,12 @@ std::string Sz(const std::string& text) {
     return "REG_SZ \"" + text + "\"";
 }
 
-void AddKey(State& state, const std::string& key, const State& values) {
-    state[key] = "key";
+// A key with its values, and the keys between it and `parent`.
+void AddKey(State& state, const std::string& parent, const std::string& key, const State& values) {
+    for (std::size_t end = 0; (end = key.find('\\', end) + 1) != 0;)
+        state[parent + key.substr(0, end)] = "key";
     for (const auto& [name, what] : values)
-        state[key + " : " + name] = what;
+        state[parent + key + " : " + name] = what;
 }
 
 State Registry(const Plan& plan) {
@@ -147,21 +146,19 @@ State Registry(const Plan& plan) {
     const std::string open = "\"" + application + "\" \"%1\"";
     const std::string software = "HKLM\\SOFTWARE\\";
     State state;
-    AddKey(state, software + "Lorvanta\\", {});
-    AddKey(state, software + "Lorvanta\\Qantivo 8\\",
+    AddKey(state, software, "Lorvanta\\Qantivo 8\\",
            {{"AllUsers", Sz(plan.allUsers ? "B" : "A")}, {"Path", Sz(plan.target)}});
-    AddKey(state, software + "Lorvanta\\Qantivo 8\\Capabilities\\", {});
     State extensions;
     for (const char* extension : {".bmp", ".dib", ".gif", ".jpg", ".jpeg", ".tif", ".tiff", ".png", ".cmp",
                                   ".tga", ".wpg", ".jp2", ".j2k", ".qvi"})
         extensions[extension] = Sz("Qantivo.8");
-    AddKey(state, software + "Lorvanta\\Qantivo 8\\Capabilities\\FileAssociations\\", extensions);
+    AddKey(state, software, "Lorvanta\\Qantivo 8\\Capabilities\\FileAssociations\\", extensions);
     state[software + "RegisteredApplications\\ : Qantivo.8"] =
         Sz("SOFTWARE\\Lorvanta\\Qantivo 8\\Capabilities");
-    AddKey(state, software + "Microsoft\\Windows\\CurrentVersion\\App Paths\\QtvApp8.exe\\",
+    AddKey(state, software + "Microsoft\\Windows\\CurrentVersion\\App Paths\\", "QtvApp8.exe\\",
            {{"(default)", Sz(application)}, {"Path", Sz(plan.target)}});
     AddKey(
-        state, software + "Microsoft\\Windows\\CurrentVersion\\Uninstall\\Qantivo 8\\",
+        state, software + "Microsoft\\Windows\\CurrentVersion\\Uninstall\\", "Qantivo 8\\",
         {{"Contact", Sz("Support")},
          {"DisplayName", Sz("Qantivo 8")},
          {"DisplayVersion", Sz("8.05.02")},
@@ -174,25 +171,22 @@ State Registry(const Plan& plan) {
          {"URLInfoAbout", Sz("http://www.lorvanta.example/qantivo/")},
          {"VersionMajor", Sz("8")},
          {"VersionMinor", Sz("5")}});
-    for (const char* progId : {"Qantivo.8\\", "Applications\\QtvApp8.exe\\"}) {
-        std::string key = software + "Classes\\" + progId;
-        AddKey(state, key, {});
-        AddKey(state, key += "shell\\", {});
-        AddKey(state, key += "open\\", {});
-        AddKey(state, key += "command\\", {{"(default)", Sz(open)}});
-    }
+    for (const auto& [parent, progId] :
+         {std::pair{"Classes\\", "Qantivo.8\\"}, std::pair{"Classes\\Applications\\", "QtvApp8.exe\\"}})
+        AddKey(state, software + parent, std::string(progId) + "shell\\open\\command\\",
+               {{"(default)", Sz(open)}});
     return state;
 }
 
 // What the application and the thumbnail handler of the sample package register themselves.
 State OwnRegistration(const Plan& plan) {
     State state;
-    AddKey(state, "HKCU\\Software\\Lorvanta\\", {});
-    AddKey(state, "HKCU\\Software\\Lorvanta\\Qantivo 8\\",
+    AddKey(state, "HKCU\\Software\\", "Lorvanta\\Qantivo 8\\",
            {{"Registered", "REG_DWORD 1"}, {"RegisteredPath", Sz(plan.target + "\\QtvApp8.exe")}});
-    const std::string handler = "HKLM\\SOFTWARE\\Classes\\CLSID\\{5E0C2B7A-8D41-4F69-9C3B-71A6D2E48F15}\\";
-    AddKey(state, handler, {{"(default)", Sz("Qantivo thumbnails")}});
-    AddKey(state, handler + "InprocServer32\\",
+    const std::string classes = "HKLM\\SOFTWARE\\Classes\\CLSID\\";
+    const std::string handler = "{5E0C2B7A-8D41-4F69-9C3B-71A6D2E48F15}\\";
+    AddKey(state, classes, handler, {{"(default)", Sz("Qantivo thumbnails")}});
+    AddKey(state, classes, handler + "InprocServer32\\",
            {{"(default)", Sz(plan.target + "\\ThumbQvi32.dll")}, {"ThreadingModel", Sz("Apartment")}});
     return state;
 }
@@ -213,12 +207,9 @@ State Installed(const Plan& plan) {
 }
 
 State With(State base, const State& more) {
-    for (const auto& [name, what] : more) {
-        if (what.empty())
-            base.erase(name);
-        else
-            base[name] = what;
-    }
+    for (const auto& [name, what] : more)
+        base[name] = what;
+    std::erase_if(base, [](const auto& item) { return item.second.empty(); });
     return base;
 }
 

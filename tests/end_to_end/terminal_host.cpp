@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr DWORD kSessionEnded = 0x40010004;
-
 class Terminal : public EndToEndTest {
   protected:
     Terminal() { winhost::EndBoxAnswers(); }
@@ -54,7 +52,7 @@ TEST_F(Terminal, TakesAPersonThroughTheWizard) {
 }
 
 TEST_F(Terminal, EndsAProgramThatNobodyCanUse) {
-    EXPECT_EQ(Start(open("/dev/null", O_RDWR | O_CLOEXEC)).ExitCode(), kSessionEnded);
+    EXPECT_EQ(Start(open("/dev/null", O_RDWR | O_CLOEXEC)).ExitCode(), lab::kSessionEnded);
     EXPECT_TRUE(Same({}, Changes()));
 }
 
