@@ -37,8 +37,7 @@ class RunningCopies : public ScratchTest {
 
 }  // namespace
 
-// An install ends with the message that the setup files are
-// damaged. An uninstall ends because it finds no temporary folder.
+// An install ends with the message that the setup files are damaged. An uninstall ends because it finds no temporary folder.
 CHILD_PROGRAM(StartsAmongCopies) {
     (void)SetEnvironmentVariableW(TEXT("TMP"), TEXT("C:\\Scratch\\missing"));
     std::replace(List() + 2, List() + 1002, DWORD{0}, GetCurrentProcessId());
@@ -64,30 +63,26 @@ TEST_F(RunningCopies, RunOnUntilTheQuestionIsAnswered) {
     const Text uninstall = TEXT("This will completely uninstall Qantivo 8.\nDo you want to continue?"),
                oneOpen = TEXT("1 instance of Qantivo is"), threeOpen = TEXT("3 instances of Qantivo are");
     const struct {
-        LPCWSTR program, arguments;
+        LPCWSTR arguments;
         Text question;
         DWORD listed = 2;
         bool installs = true;
     } rows[] = {
-        {.program = TEXT("\\QtvUnInst.exe"),
-         .arguments = TEXT("-v"),
-         .question = uninstall,
-         .installs = false},
-        {.program = TEXT("\\setup.exe"), .arguments = TEXT("-s"), .question = oneOpen},
-        {.program = TEXT("\\setup.exe"), .arguments = TEXT("/s x"), .question = threeOpen, .listed = 4},
+        {.arguments = TEXT("-v"), .question = uninstall, .installs = false},
+        {.arguments = TEXT("-s"), .question = oneOpen},
+        {.arguments = TEXT("/s x"), .question = threeOpen, .listed = 4},
     };
     for (const auto& row : rows) {
         const RunningProgram copy(kCopy);
         SetList(row.listed, {copy.Id(), 0});
         const BoxAnswers answers(row.installs ? std::vector{IDNO, IDOK} : std::vector{IDNO});
-        EXPECT_EQ(RunChild("StartsAmongCopies", kScratch + row.program, row.arguments),
-                  row.installs ? 1u : 0u);
+        const Text program = kScratch + (row.installs ? TEXT("\\setup.exe") : TEXT("\\QtvUnInst.exe"));
+        EXPECT_EQ(RunChild("StartsAmongCopies", program, row.arguments), row.installs ? 1u : 0u);
         EXPECT_TRUE(copy.EndNow());
         const std::vector<ShownBox> shown = answers.Shown();
         ASSERT_EQ(shown.size(), row.installs ? 2u : 1u);
         EXPECT_EQ(shown[0].text.substr(0, row.question.size()), row.question);
-        EXPECT_TRUE(shown[0].HasStyle(row.installs ? MB_YESNO | MB_ICONWARNING
-                                                   : MB_YESNO | MB_ICONWARNING | MB_DEFBUTTON2));
+        EXPECT_TRUE(shown[0].HasStyle(MB_YESNO | MB_ICONWARNING | (row.installs ? 0 : MB_DEFBUTTON2)));
         EXPECT_TRUE(!row.installs || (shown[1].HasStyle(MB_OK | MB_ICONINFORMATION) &&
                                       shown[1].text == LoadResString(IDS_SETUP_ABORTED).Text()));
         for (const ShownBox& box : shown)
@@ -95,8 +90,7 @@ TEST_F(RunningCopies, RunOnUntilTheQuestionIsAnswered) {
     }
 }
 
-// Neither the end of the session nor another setup answers a question, but both end a message. A second click doesn't
-// answer the next box.
+// Neither the end of the session nor another setup answers a question, but both end a message. A second click doesn't answer the next box.
 TEST_F(RunningCopies, BoxesAreNotAnsweredByOthers) {
     const Text setupTitle = TEXT("Qantivo Setup");
     const struct {

@@ -11,11 +11,6 @@ const Text kReported = kScratch + TEXT("\\report");
 const Text kSetup = kScratch + TEXT("\\setup.exe");
 const Text kUninstaller = kScratch + TEXT("\\QtvUnInst.exe");
 
-void Report() {
-    const Text folder = g_sfxDir.Text();
-    MakeFile(kReported, std::to_string(g_silentMode) + " " + std::string(folder.begin(), folder.end()));
-}
-
 class Start : public ScratchTest {};
 
 }  // namespace
@@ -25,18 +20,20 @@ class Start : public ScratchTest {};
 CHILD_PROGRAM(Starts) {
     (void)SetEnvironmentVariableW(TEXT("TMP"), TEXT("C:\\Scratch\\missing"));
     g_silentMode = 7;
-    std::atexit(Report);
+    (void)std::atexit(
+        [] { MakeFile(kReported, std::to_string(g_silentMode) + " " + Narrow(g_sfxDir.Text())); });
     return theApp.InitInstance();
 }
 
 TEST_F(Start, CommandLineChoosesJobAndSilence) {
-    enum Job { Install, Uninstall, AskedUninstall };
-    static const struct {
-        Text program;
-        LPCWSTR arguments;
+    enum Job { Install, Uninstall, AskedUninstall, Copy, CopyThatTells };
+    // The option counts more than the program's name, and the job of the copy starts without a question.
+    const Text copy = TEXT("-delself C:\\Scratch\\app\\QtvUnInst.exe"), application = copy.substr(9);
+    const struct {
+        Text program, arguments;
         Job job;
         const char* silenceAndPackage;
-    } kRows[] = {
+    } rows[] = {
         {kUninstaller, TEXT(""), Uninstall, "1 "},
         {kUninstaller, TEXT("-V"), AskedUninstall, "0 "},
         {kUninstaller, TEXT("-x -sconf -v"), Uninstall, "2 "},
@@ -54,37 +51,28 @@ TEST_F(Start, CommandLineChoosesJobAndSilence) {
         {kSetup, TEXT("-sconf -sfxname=C:\\dl\\pkg.exe"), Install, "2 "},
         {kScratch + TEXT("\\MySetup.EXE"), TEXT("-s"), Install, "1 "},
         {kScratch + TEXT("\\SETUP.exe files\\QtvUnInst.exe"), TEXT("-s"), Install, "1 "},
+        {kSetup, copy, Copy, "1 "},
+        {kSetup, copy + TEXT(" -v"), CopyThatTells, "0 "},
+        {kSetup, copy + TEXT(" -s"), Copy, "1 "},
+        {kSetup, copy + TEXT(" -sconf"), Copy, "2 "},
     };
-    for (const auto& row : kRows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(::testing::PrintToString(row.program + TEXT(" ") + row.arguments));
         (void)DeleteFileW(kReported.c_str());
-        const BoxAnswers answers(row.job == Install          ? std::vector{IDOK}
-                                 : row.job == AskedUninstall ? std::vector{IDYES}
-                                                             : std::vector<int>{});
+        MakeFile(application);
+        ForgetMarks();
+        const bool asks = row.job == AskedUninstall;
+        const bool tells = row.job == Install || row.job == CopyThatTells;
+        const BoxAnswers answers(std::vector<int>(asks || tells, asks ? IDYES : IDOK));
         EXPECT_EQ(RunChild("Starts", row.program, row.arguments), row.job == Install ? 1u : 0u);
         EXPECT_EQ(FileBytes(kReported).value_or("none"), row.silenceAndPackage);
-        EXPECT_TRUE(BootMarks().empty()) << "a temporary copy marks itself";
-        const UINT style =
-            row.job == Install ? MB_OK | MB_ICONSTOP : MB_YESNO | MB_ICONWARNING | MB_DEFBUTTON2;
+        EXPECT_EQ(BootMarks().empty(), row.job < Copy) << "a temporary copy marks itself";
+        EXPECT_EQ(Exists(application), row.job < Copy);
+        const UINT question = MB_YESNO | MB_ICONWARNING | MB_DEFBUTTON2, stops = MB_OK | MB_ICONSTOP;
+        const UINT style = asks ? question : row.job == Install ? stops : MB_OK;
         for (const ShownBox& box : answers.Shown()) {
-            EXPECT_EQ(box.caption, row.job == Install ? TEXT("Qantivo 8") : TEXT("Qantivo Setup"));
+            EXPECT_EQ(box.caption, asks ? TEXT("Qantivo Setup") : TEXT("Qantivo 8"));
             EXPECT_TRUE(box.HasStyle(style));
-        }
-    }
-}
-
-// The option counts more than the program's name, and the job starts without a question.
-TEST_F(Start, TemporaryCopyGoesStraightToItsJob) {
-    const Text application = kScratch + TEXT("\\app\\QtvUnInst.exe");
-    for (const LPCWSTR option : {TEXT(""), TEXT(" -v"), TEXT(" -s"), TEXT(" -sconf")}) {
-        const bool asked = option == Text(TEXT(" -v"));
-        MakeFile(application);
-        const BoxAnswers answers(asked ? std::vector{IDOK} : std::vector<int>{});
-        EXPECT_EQ(RunChild("Starts", kSetup, TEXT("-delself ") + application + option), 0u);
-        EXPECT_FALSE(Exists(application));
-        if (asked) {
-            EXPECT_TRUE(
-                answers.Shown().at(0).text.starts_with(TEXT("Qantivo 8 has been completely uninstalled")));
         }
     }
 }

@@ -1,5 +1,4 @@
-// End-to-end runs: the built programs run from a real package
-// folder, and the whole machine is compared before and after.
+// End-to-end runs: the built programs run from a real package folder, and the whole machine is compared before and after.
 #pragma once
 
 #include "harness/driver.h"

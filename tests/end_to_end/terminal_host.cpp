@@ -14,7 +14,6 @@ namespace {
 class Terminal : public EndToEndTest {
   protected:
     Terminal() { winhost::EndBoxAnswers(); }
-    ~Terminal() override { winhost::SetBoxAnswers({}); }
     // Closes the descriptor.
     static RunningProgram Start(int descriptor) {
         const tools::RedirectedStreams streams({dup(descriptor), descriptor});

@@ -1,16 +1,8 @@
-
 #include "end_to_end/run.h"
 
 namespace {
 
 const std::string kDefault = "C:\\Program Files\\Qantivo 8", kOwn = "C:\\Scratch\\Qantivo";
-
-// The marks of every uninstall. The copy comes first. A pattern that matches "." and ".." marks these. The x64 folder
-// comes next; it is marked even if it is missing.
-std::vector<std::string> UsualMarks(const std::string& folder) {
-    return {"delete <Temp>\\uni*.tmp", "delete " + folder + "\\Samples", "delete " + folder,
-            "delete " + folder + "\\x64"};
-}
 
 // The earlier version had a nested group, a start with the system, and another log, which names itself.
 void LeaveOlderVersion(const Text& folder) {
@@ -58,24 +50,7 @@ void PrintTo(const Way& way, std::ostream* stream) {
     *stream << way.folder;
 }
 
-class UninstalledIn : public Uninstalled, public ::testing::WithParamInterface<Way> {
-  protected:
-    // What is there until the next start, with the marks.
-    static State Left() {
-        const Way& way = GetParam();
-        std::vector<std::string> marks = UsualMarks(way.folder);
-        // The restart removed the empty folder. The install had marked it before it existed.
-        if (way.folder == kOwn) marks.push_back(marks.back());
-        State left = With(way.stays, {{"<Temp>\\uni*.tmp", "= QtvUnInst.exe"}});
-        if (!way.waits.empty()) {
-            const std::string file = way.folder + "\\" + way.waits;
-            marks.insert(marks.begin() + 1, "delete " + file);
-            left = With(left, {{way.folder + "\\", "folder"},
-                               {file, way.waits == "readme.txt" ? "= readme-en.txt" : "the log"}});
-        }
-        return With(left, Marks(marks));
-    }
-};
+class UninstalledIn : public Uninstalled, public ::testing::WithParamInterface<Way> {};
 
 TEST_P(UninstalledIn, LeavesNothingButItsCopyAndThenNothing) {
     const Way& way = GetParam();
@@ -86,9 +61,22 @@ TEST_P(UninstalledIn, LeavesNothingButItsCopyAndThenNothing) {
         RestartMachine();
     }
     if (IsBeforeRestart(2)) {
+        // The copy comes first. A pattern that matches "." and ".." marks these. The x64 folder comes next; it is marked even if it is
+        // missing.
+        std::vector<std::string> marks = {"delete <Temp>\\uni*.tmp", "delete " + way.folder + "\\Samples",
+                                          "delete " + way.folder, "delete " + way.folder + "\\x64"};
+        // The restart removed the empty folder. The install had marked it before it existed.
+        if (way.folder == kOwn) marks.push_back(marks.back());
+        State left = With(way.stays, {{"<Temp>\\uni*.tmp", "= QtvUnInst.exe"}});
+        if (!way.waits.empty()) {
+            const std::string file = way.folder + "\\" + way.waits;
+            marks.insert(marks.begin() + 1, "delete " + file);
+            left[way.folder + "\\"] = "folder";
+            left[file] = way.waits == "readme.txt" ? "= readme-en.txt" : "the log";
+        }
         auto held = way.meanwhile ? way.meanwhile(folder) : nullptr;
         Uninstall(folder);
-        EXPECT_TRUE(Same(Left(), Changes()));
+        EXPECT_TRUE(Same(With(left, Marks(marks)), Changes()));
         held.reset();
         RestartMachine();
     }
@@ -99,15 +87,13 @@ INSTANTIATE_TEST_SUITE_P(
     Ways, UninstalledIn,
     ::testing::Values(
         // The search through Samples marks the folder, so its mark comes after that of the file.
-        Way{.options = TEXT("-s -autostart -sfxname=C:\\Scratch\\dl\\pkg.exe"),
-            .folder = kDefault,
-            .meanwhile = RunCopyAndHoldReadme,
-            .waits = "readme.txt"},
-        Way{.options = TEXT("-s -instdir C:\\Scratch\\Qantivo"),
-            .folder = kOwn,
-            .meanwhile = TakeItUpAndAddAFile,
-            .waits = "install.log",
-            .stays = {{kOwn + "\\", "folder"}, {kOwn + "\\my notes.txt", "= readme-en.txt"}}},
+        Way{TEXT("-s -autostart -sfxname=C:\\Scratch\\dl\\pkg.exe"), kDefault, RunCopyAndHoldReadme,
+            "readme.txt"},
+        Way{TEXT("-s -instdir C:\\Scratch\\Qantivo"),
+            kOwn,
+            TakeItUpAndAddAFile,
+            "install.log",
+            {{kOwn + "\\", "folder"}, {kOwn + "\\my notes.txt", "= readme-en.txt"}}},
         // What a portable install copied into the parent folder stays.
         Way{.options = TEXT("-s -instport \"C:\\Scratch\\a b\\Qantivo\""),
             .folder = "C:\\Scratch\\a b\\Qantivo",

@@ -111,12 +111,8 @@ TEST_F(CopyPassTest, CopyMatchingMakesTheFolderThatItNeeds) {
         int done = 1;
         const char* made;  // below C:\Scratch, the package aside
     } rows[] = {
-        {.name = "every level",
-         .pattern = TEXT("*.dll"),
-         .from = kPackage + TEXT("/"),
-         .to = At("t/u\\v/"),
-         .done = 2,
-         .made = "t\\u\\v\\a.dll:1 t\\u\\v\\b.dll:2"},
+        {"every level", TEXT("*.dll"), kPackage + TEXT("/"), At("t/u\\v/"), 2,
+         "t\\u\\v\\a.dll:1 t\\u\\v\\b.dll:2"},
         {.name = "folder part", .pattern = TEXT("sub\\*.txt"), .made = "t\\sub\\c.txt:3"},
         {.name = "two levels", .pattern = TEXT("sub\\dir\\*"), .made = "t\\sub\\dir\\e.txt:5"},
         {.name = "the other separator", .pattern = TEXT("sub/c.txt"), .done = 0, .made = "t\\sub\\"},

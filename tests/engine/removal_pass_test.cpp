@@ -82,13 +82,7 @@ TEST_F(RemovalPassTest, DeleteMatchingDeletesOrMarks) {
         int deleted = 1;
     } rows[] = {
         {.name = "one name", .pattern = "c.txt", .left = withoutC},
-        {.name = "one in use",
-         .folder = At("f/"),
-         .pattern = "?.dll",
-         .held = "a.dll",
-         .left = "a.dll:a c.txt:c sub\\z.dll:z",
-         .marks = "a.dll",
-         .deleted = 2},
+        {"one in use", At("f/"), "?.dll", "a.dll", "a.dll:a c.txt:c sub\\z.dll:z", "a.dll", 2},
         {.name = "folder part", .pattern = "sub\\?.dll", .left = withoutZ},
         {.name = "two levels", .folder = kScratch, .pattern = "f\\sub\\?.dll", .left = withoutZ},
         {.name = "the other separator", .pattern = "sub/?.dll", .left = all, .marks = "z.dll", .deleted = 0},

@@ -36,8 +36,7 @@ TEST_F(InstallAction, TrimsAndLevelsTheGroupName) {
     EXPECT_TRUE(Exists(startup + TEXT("\\Qantivo 8.lnk"))) << "its folder is made again";
 }
 
-// A fresh install overwrites any log that it finds, and the links that the log names stay. An update removes the links
-// of both logs.
+// A fresh install overwrites any log that it finds, and the links that the log names stay. An update removes the links of both logs.
 TEST_F(InstallAction, UpdateDeletesEarlierLinksAndHelp) {
     const Text old[] = {At("x\\1.lnk"), At("y\\2.lnk"), At("in\\old.hlp")};
     for (const bool fresh : {true, false}) {

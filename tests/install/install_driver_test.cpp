@@ -26,18 +26,18 @@ void MakePackage() {
 // An install from the program's own folder, and the choices that it made. With -v, it isn't silent.
 CHILD_PROGRAM(Installs) {
     LookUpSystemFunctions();
-    for (int position = 1; position < __argc; ++position)
-        if (Text(__wargv[position]) == TEXT("-v")) g_silentMode = kInteractive;
+    if (std::find(__wargv, __wargv + __argc, Text(TEXT("-v"))) != __wargv + __argc)
+        g_silentMode = kInteractive;
     const int result = RunInstall();
     WCHAR folder[MAX_PATH];
     (void)GetCurrentDirectoryW(MAX_PATH, folder);
-    MakeFile(TEXT("C:\\Scratch\\settled"),
-             Narrow(g_targetDir.Text()) + " type " + std::to_string(g_installType) + " desktop " +
-                 std::to_string(g_desktopIcon) + " startup " + std::to_string(g_autoStart) + " fresh " +
-                 std::to_string(g_freshInstall) + " older " + std::to_string(g_upgradeOlder) + " run " +
-                 std::to_string(g_runAfter) + (g_targetDir == folder ? "" : " elsewhere") +
-                 (g_groupName == kProductName ? "" : " group " + Narrow(g_groupName.Text())));
-    return static_cast<DWORD>(result);
+    std::ostringstream settled;
+    settled << Narrow(g_targetDir.Text()) << " type " << g_installType << " desktop " << g_desktopIcon
+            << " startup " << g_autoStart << " fresh " << g_freshInstall << " older " << g_upgradeOlder
+            << " run " << g_runAfter << (g_targetDir == folder ? "" : " elsewhere")
+            << (g_groupName == kProductName ? "" : " group " + Narrow(g_groupName.Text()));
+    MakeFile(TEXT("C:\\Scratch\\settled"), settled.str());
+    return result;
 }
 
 TEST_F(InstallDriver, OptionsSettleTheInstall) {
@@ -126,16 +126,13 @@ TEST_F(InstallDriver, TakesTheDriveOfWindowsWithoutAProgramFilesFolder) {
 }
 
 TEST_F(InstallDriver, AdoptsTheInstallType) {
-    const struct {
-        int before;
-        LPCWSTR stored;
-        int type;
-    } rows[] = {{0, TEXT("B"), 1}, {1, TEXT("A"), 0}, {1, TEXT("b"), 0}, {2, TEXT("B"), 2}};
-    for (const auto& row : rows) {
-        PutValue(HKEY_LOCAL_MACHINE, kProductKey, TEXT("AllUsers"), Sz(row.stored));
-        g_installType = row.before;
+    const std::tuple<int, LPCWSTR, int> rows[] = {
+        {0, TEXT("B"), 1}, {1, TEXT("A"), 0}, {1, TEXT("b"), 0}, {2, TEXT("B"), 2}};
+    for (const auto& [before, stored, after] : rows) {
+        PutValue(HKEY_LOCAL_MACHINE, kProductKey, TEXT("AllUsers"), Sz(stored));
+        g_installType = before;
         AdoptInstallType();
-        EXPECT_EQ(g_installType, row.type) << &row - rows;
+        EXPECT_EQ(g_installType, after) << before << Narrow(stored);
     }
 }
 

@@ -18,8 +18,7 @@ class FileAssociations : public ScratchTest {
     }
 };
 
-// From Windows Vista on, the user's choice is deleted when it is the product's application. The note of a former
-// choice is deleted always.
+// From Windows Vista on, the user's choice is deleted when it is the product's application. The note of a former choice is deleted always.
 TEST_F(FileAssociations, ChoicesOfTheProductAreDropped) {
     const struct {
         LPCWSTR extension, progId;

@@ -81,8 +81,6 @@ TEST_F(Uninstall, MarksFoldersThatStay) {
     }
 }
 
-// ---- the two processes ----
-
 // Its own folder is also the temporary folder. With an argument the uninstall isn't silent.
 CHILD_PROGRAM(Relaunches) {
     std::string line;
@@ -122,8 +120,7 @@ TEST_F(Uninstall, CopyStartedByHand) {
         bool fits, told;
     } rows[] = {
         {kScratch + TEXT("\\") + Text(260, 'x') + TEXT("\\QtvUnInst.exe"), TEXT(""), false, false},
-        // The folder is a little longer than the runtime's buffer, which then stays empty. That doesn't mean the
-        // current folder.
+        // The folder is a little longer than the runtime's buffer, which then stays empty. That doesn't mean the current folder.
         {TEXT("C:\\") + Text(252, 'x') + TEXT("\\f"), TEXT(""), false, false},
         {TEXT("C:/") + Text(253, 'x') + TEXT("/f"), TEXT(""), false, false},
         {kScratch + TEXT("\\") + Text(249, 'x'), TEXT(""), false, false},

@@ -75,13 +75,12 @@ TEST_F(UninstallFaults, BrowserKeysAreThoseOfThe64BitView) {
 
 // Whichever call fails, only the item of that call stays. Only the handle of the file extensions' key is left open.
 TEST_F(UninstallFaults, FailureAffectsOnlyItsOwnItem) {
-    const Text bob = TEXT("S-1-5-21-1000-1000-1000-1002");
-    const std::pair<std::string, Text> items[] = {
-        {"a ", TEXT(".DEFAULT\\Software\\Lorvanta\\Qantivo 8\\a")},
-        {"b ", TEXT(".DEFAULT\\Software\\Lorvanta\\Qantivo 8\\b")},
-        {"Bob's ", bob + TEXT("\\Software\\Lorvanta\\Qantivo 8")},
-    };
-    const std::pair<std::string, Text> links[] = {{"first link ", TEXT(".DEFAULT")}, {"Bob's link ", bob}};
+    const Text first = TEXT(".DEFAULT"), bob = TEXT("S-1-5-21-1000-1000-1000-1002"),
+               product = TEXT("\\Software\\Lorvanta\\Qantivo 8"), desktop = kScratch + TEXT("\\");
+    const std::pair<std::string, Text> items[] = {{"a ", first + product + TEXT("\\a")},
+                                                  {"b ", first + product + TEXT("\\b")},
+                                                  {"Bob's ", bob + product}};
+    const std::pair<std::string, Text> links[] = {{"first link ", first}, {"Bob's link ", bob}};
     const std::pair<std::string, std::set<std::string>> rows[] = {
         {"RegOpenKeyExW", {"", "a b ", "Bob's ", "first link ", "Bob's link "}},
         {"RegDeleteKeyW", {"", "a ", "b ", "Bob's "}},
@@ -95,8 +94,8 @@ TEST_F(UninstallFaults, FailureAffectsOnlyItsOwnItem) {
                 PutValue(HKEY_USERS, path, nullptr, Number(1));
             for (const auto& [name, user] : links) {
                 PutValue(HKEY_USERS, user + TEXT("\\") + kShellFoldersKey, TEXT("Desktop"),
-                         Sz(kScratch + TEXT("\\") + user));
-                MakeFile(kScratch + TEXT("\\") + user + TEXT("\\Qantivo 8.lnk"));
+                         Sz(desktop + user));
+                MakeFile(desktop + user + TEXT("\\Qantivo 8.lnk"));
             }
             const unsigned handles = winhost::OpenHandles();
             winhost::SetFaults({{.call = call, .nth = nth}});
@@ -108,7 +107,7 @@ TEST_F(UninstallFaults, FailureAffectsOnlyItsOwnItem) {
             for (const auto& [name, path] : items)
                 if (HasKey(HKEY_USERS, path)) left += name;
             for (const auto& [name, user] : links)
-                if (Exists(kScratch + TEXT("\\") + user + TEXT("\\Qantivo 8.lnk"))) left += name;
+                if (Exists(desktop + user + TEXT("\\Qantivo 8.lnk"))) left += name;
             stayed.insert(left);
         }
         EXPECT_EQ(stayed, expected) << call;

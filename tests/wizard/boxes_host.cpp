@@ -1,5 +1,4 @@
-// Tests of the wizard that need the embedded machine: its calls are counted or fail, and Startup folders have names that
-// the test chooses.
+// Tests of the wizard that need the embedded machine: its calls are counted or fail, and Startup folders have names that the test chooses.
 #include "harness/registry_values.h"
 #include <winhost.h>
 #include "wizard/wizard_run.h"

@@ -28,8 +28,7 @@ Looks LooksAt(int step) {
 
 class Frame : public WizardTest {
   protected:
-    // Presses Next ('N') and Back ('B') in order, and compares the step after each press. A cancel that is taken back
-    // changes nothing.
+    // Presses Next ('N') and Back ('B') in order, and compares the step after each press. A cancel that is taken back changes nothing.
     static void Walk(const Driver& wizard, const std::string& buttons, const std::vector<int>& steps) {
         ASSERT_EQ(buttons.size(), steps.size());
         for (std::size_t i = 0; i < steps.size(); ++i) {

@@ -7,8 +7,7 @@ class Keyboard : public WizardTest {};
 
 // Moves the focus to a control of the page or the frame, as a key does.
 void FocusOn(const Driver& wizard, int control) {
-    const HWND inPage = control > IDC_BACK ? wizard.PageControl(control) : nullptr;
-    const HWND window = inPage ? inPage : wizard.Control(control);
+    const HWND window = control > IDC_BACK ? wizard.PageControl(control) : wizard.Control(control);
     (void)SendMessageW(wizard.Window(), WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(window), TRUE);
     EXPECT_EQ(wizard.Focus(), control);
 }

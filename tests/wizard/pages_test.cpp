@@ -43,8 +43,7 @@ TEST_F(Pages, WelcomeTellsTheVersion) {
 TEST_F(Pages, AgreementShowsTheFileOfTheCurrentFolder) {
     std::string tenMegabytes;
     while (tenMegabytes.size() < 5'000'000)
-        tenMegabytes +=
-            "A line of an agreement that nobody will read to its very end, whatever they say.\r\n";
+        tenMegabytes += "A line of an agreement that nobody will read to its very end.\r\n";
     const struct {
         const char* name;
         std::optional<std::string> file;

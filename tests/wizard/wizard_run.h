@@ -56,8 +56,7 @@ class WizardTest : public ScratchTest {
         for (; times > 0; --times)
             wizard.Press(IDOK);
     }
-    // Expects that these messages of the program were shown. One that isn't answered by OK must be the question whose
-    // default is No.
+    // Expects that these messages of the program were shown. One that isn't answered by OK must be the question whose default is No.
     static void ExpectShown(const BoxAnswers& answers, const std::vector<Text>& messages, int button = IDOK) {
         const UINT style = button == IDOK ? MB_OK : MB_YESNO | MB_ICONQUESTION | MB_DEFBUTTON2;
         std::vector<Text> texts;
@@ -86,8 +85,7 @@ class WizardTest : public ScratchTest {
         });
         ExpectShown(answers, messages);
     }
-    // While a box is open somebody closes the wizard, setup closes running copies, other programs press buttons,
-    // and the session ends.
+    // While a box is open somebody closes the wizard, setup closes running copies, other programs press buttons, and the session ends.
     static void Disturb(const Driver& wizard) {
         for (const HWND window : {wizard.Window(), wizard.Page()}) {
             for (const WPARAM closing : {0, 1001})
