@@ -83,9 +83,7 @@ TEST_F(ScratchTest, OwnFolderGoesInFrontOfPathUnlessItStandsThere) {
     const CString own = ParentDir(OwnPath());
     const Text lowered = CString(own).MakeLower().Text(), shouted = CString(own).MakeUpper().Text();
     const Text longest(1023, TEXT('X'));
-    const struct {
-        Text value, expected;
-    } rows[] = {
+    const std::pair<Text, Text> rows[] = {
         {TEXT("C:\\Base;D:\\Tools"), lowered + TEXT(";c:\\base;d:\\tools")},
         {TEXT(""), lowered + TEXT(";")},
         {TEXT("C:\\A;") + shouted + TEXT("\\Sub;C:\\B"), TEXT("C:\\A;") + shouted + TEXT("\\Sub;C:\\B")},
@@ -93,10 +91,10 @@ TEST_F(ScratchTest, OwnFolderGoesInFrontOfPathUnlessItStandsThere) {
         {longest + TEXT("X"), longest + TEXT("X")},
         {longest + longest, longest + longest},
     };
-    for (const auto& row : rows) {
-        (void)SetEnvironmentVariableW(TEXT("Path"), row.value.empty() ? nullptr : row.value.c_str());
+    for (const auto& [value, expected] : rows) {
+        (void)SetEnvironmentVariableW(TEXT("Path"), value.empty() ? nullptr : value.c_str());
         PutOwnFolderOnPath();
-        EXPECT_EQ(Path(), row.expected);
+        EXPECT_EQ(Path(), expected);
     }
     (void)SetEnvironmentVariableW(TEXT("Path"), before.c_str());
 }

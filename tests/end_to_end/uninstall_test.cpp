@@ -112,10 +112,8 @@ TEST_F(Uninstalled, OldMarksDeleteNewFiles) {
         Setup(TEXT("-s"));
         RestartMachine();
     }
-    State expected = Installed({.target = kDefault, .allUsers = true});
-    for (const char* name : {"\\readme.txt", "\\x64\\"})
-        expected.erase(kDefault + name);
-    EXPECT_TRUE(Same(expected, Changes()));
+    const State gone = {{kDefault + "\\readme.txt", ""}, {kDefault + "\\x64\\", ""}};
+    EXPECT_TRUE(Same(With(Installed({.target = kDefault, .allUsers = true}), gone), Changes()));
 }
 
 }  // namespace

@@ -24,6 +24,10 @@ class Driver {
     void Press(HWND button) const;
     void Press(int button) const { Press(Control(button)); }
     void PressInPage(int button) const { Press(PageControl(button)); }
+    void PressOk(int times) const {
+        for (; times > 0; --times)
+            Press(IDOK);
+    }
     // Presses a button that opens another dialog with that title, and returns that dialog.
     Driver Open(HWND button, const Text& title) const;
     void Type(HWND edit, const Text& text) const;

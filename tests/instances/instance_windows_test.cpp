@@ -108,8 +108,7 @@ TEST_F(InstanceWindows, LimitBringsTheEarlierForwardAndClosesTheYoungestFirst) {
     Await("the neighbour's second turn", comesForward);
     // No process is closed unless that is asked for.
     EXPECT_EQ(manager.SetMaxInstances(0, false), 1);
-    for (const Received& message : own.Take())
-        EXPECT_NE(message, Received(WM_CLOSE, 0, 0));
+    EXPECT_EQ(std::ranges::count(own.Take(), Received(WM_CLOSE, 0, 0)), 0);
     EXPECT_EQ(manager.SetMaxInstances(0xFFFFFFFF, true), 1);
     EXPECT_FALSE(manager.IsOverLimit(false));
     EXPECT_EQ(manager.SetMaxInstances(3, true), 1);

@@ -77,8 +77,7 @@ TEST_F(InstanceList, TakesAThousand) {
 
 // Another process may have written any count.
 TEST_F(InstanceList, LooksAtNoMoreThanItCanHold) {
-    static constexpr DWORD kCounts[] = {kFull + 1, 16382, 16383, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF};
-    for (const DWORD count : kCounts) {
+    for (const DWORD count : Ids{kFull + 1, 16382, 16383, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF}) {
         SCOPED_TRACE(count);
         COXInstanceManager manager(kListName, 1024, false);
         RawList raw;

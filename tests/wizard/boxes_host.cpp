@@ -18,7 +18,7 @@ TEST_F(WizardBoxes, BoxOfAShortcutAllowsNoSecondBox) {
     g_sourceDir = TEXT("C:\\Scratch\\package");
     winhost::ClearEvents();
     const auto person = [](const Driver& wizard) {
-        Next(wizard, 4);
+        wizard.PressOk(4);
         winhost::SetFaults({{.call = "IShellLinkW::SetPath", .nth = 1}});
         const BoxAnswers answers({kLeftOpen});
         const Driver box = wizard.Open(wizard.Control(IDOK), kProductName);

@@ -12,12 +12,9 @@ namespace {
 using Looks = std::tuple<int, Text, Text, Text, bool, bool>;
 
 Looks LooksOf(const Driver& wizard, int step) {
-    return {step,
-            TextOf(wizard.Window()),
-            TextOf(wizard.Control(IDOK)),
-            TextOf(wizard.Control(IDCANCEL)),
-            IsShown(wizard.Control(IDC_BACK)),
-            IsShown(wizard.Control(IDC_PICTURE))};
+    const HWND next = wizard.Control(IDOK), cancel = wizard.Control(IDCANCEL);
+    const bool back = IsShown(wizard.Control(IDC_BACK)), picture = IsShown(wizard.Control(IDC_PICTURE));
+    return {step, TextOf(wizard.Window()), TextOf(next), TextOf(cancel), back, picture};
 }
 
 Looks LooksAt(int step) {

@@ -42,35 +42,35 @@ TEST_F(Keyboard, TabGoesAroundThroughPageAndFrame) {
 }
 
 TEST_F(Keyboard, FrameHandlesEnterEscapeAndAccessKeys) {
-    enum Result { Nothing, Forth, Back, Asks, Browses };
+    enum Result { Nothing, Next, Back, Asks, Browses };
     constexpr WPARAM kEnter = VK_RETURN, kEscape = VK_ESCAPE;
     const struct {
         int step, focus;
         WPARAM key;  // a letter is pressed with Alt
         Result result;
     } rows[] = {
-        {0, IDOK, kEnter, Forth},
+        {0, IDOK, kEnter, Next},
         {0, IDCANCEL, kEnter, Asks},
         {0, IDOK, kEscape, Asks},
-        {0, IDOK, 'n', Forth},
+        {0, IDOK, 'n', Next},
         {0, IDOK, 'b', Nothing},  // hidden
-        {1, IDOK, kEnter, Forth},
+        {1, IDOK, kEnter, Next},
         {1, IDC_BACK, kEnter, Back},
         {1, IDC_AGREEMENT, kEnter, Nothing},  // nobody accepts what is still being read
         {1, IDC_AGREEMENT, kEscape, Asks},
         {1, IDCANCEL, kEscape, Asks},
         {1, IDC_AGREEMENT, 'b', Back},
         {1, IDC_AGREEMENT, 'n', Nothing},  // "Yes" and "No" have no keys
-        {2, IDC_FOR_USER, kEnter, Forth},
+        {2, IDC_FOR_USER, kEnter, Next},
         {2, IDC_BROWSE, kEnter, Browses},
         {2, IDC_FOR_USER, 'r', Browses},
         {2, IDC_FOR_USER, kEscape, Asks},
-        {2, IDC_BROWSE, 'n', Forth},
+        {2, IDC_BROWSE, 'n', Next},
         {2, IDC_FOR_USER, 'b', Back},
-        {3, IDC_GROUP, kEnter, Forth},
-        {3, IDC_DESKTOP, kEnter, Forth},
+        {3, IDC_GROUP, kEnter, Next},
+        {3, IDC_DESKTOP, kEnter, Next},
         {3, IDC_GROUP, kEscape, Asks},
-        {3, IDC_GROUP, 'n', Forth},
+        {3, IDC_GROUP, 'n', Next},
         {3, IDC_AUTOSTART, 'b', Back},
         {4, IDC_BACK, kEnter, Back},
         {4, IDOK, kEscape, Asks},
@@ -80,7 +80,7 @@ TEST_F(Keyboard, FrameHandlesEnterEscapeAndAccessKeys) {
         int step = 0;
         for (const auto& row : rows) {
             SCOPED_TRACE(::testing::Message() << row.step << ": " << row.focus << ", " << row.key);
-            Next(wizard, row.step - std::exchange(step, row.step));
+            wizard.PressOk(row.step - std::exchange(step, row.step));
             FocusOn(wizard, row.focus);
             const BoxAnswers answers(row.result == Asks ? std::vector{IDNO} : std::vector<int>{});
             wizard.Key(row.key == kEnter || row.key == kEscape ? WM_KEYDOWN : WM_SYSCHAR, row.key);
@@ -89,9 +89,9 @@ TEST_F(Keyboard, FrameHandlesEnterEscapeAndAccessKeys) {
             wizard.Await("the end of what the key opens", [&] {
                 return answers.Shown().size() == (row.result == Asks) && IsWindowEnabled(wizard.Window());
             });
-            EXPECT_EQ(StepOn(wizard), row.step + (row.result == Forth) - (row.result == Back));
+            EXPECT_EQ(StepOn(wizard), row.step + (row.result == Next) - (row.result == Back));
             EXPECT_TRUE(row.result != Back || row.step == 2 || wizard.Focus() == IDOK) << wizard.Focus();
-            if (row.result == Forth) wizard.Press(IDC_BACK);
+            if (row.result == Next) wizard.Press(IDC_BACK);
             if (row.result == Back) wizard.Press(IDOK);
         }
     });
@@ -109,7 +109,7 @@ TEST_F(Keyboard, EditsTheGroupAndOnlyMovesInTheAgreement) {
         wizard.Key(WM_KEYDOWN, VK_RIGHT, true);
         wizard.Key(WM_KEYDOWN, 'C', false, true);
         EXPECT_EQ(TextOf(agreement), text);
-        Next(wizard, 2);
+        wizard.PressOk(2);
 
         FocusOn(wizard, IDC_GROUP);
         const HWND group = wizard.PageControl(IDC_GROUP);

@@ -24,18 +24,15 @@ TEST_F(Pages, WelcomeTellsTheVersion) {
     const std::string year = std::to_string(std::localtime(&now)->tm_year + 1900);
     const Text rest = TEXT("\nCopyright 1999-") + Text(year.begin(), year.end()) +
                       TEXT(" Lorvanta Technology LLC.\nAll rights reserved.");
-    const struct {
-        decltype(g_version) version;
-        Text line;
-    } rows[] = {
+    const std::pair<VersionNumbers, Text> rows[] = {
         {{8, 5, 2, 0}, TEXT("Qantivo ver. 8.05.02 ")},
         {{8, 5, 2, 3}, TEXT("Qantivo ver. 8.05.02 Beta 3")},
         {{8, 5, 2, 65535}, TEXT("Qantivo ver. 8.05.02 Beta 65535")},
         {{0xFFFFFFFF, 0x80000000, 1, 0x80000000}, TEXT("Qantivo ver. -1.-2147483648.01 Beta -2147483648")}};
     for (const auto& row : rows) {
-        g_version = row.version;
+        g_version = row.first;
         RunAt(0, [&](const Driver& wizard) {
-            EXPECT_EQ(TextOf(wizard.PageControl(IDC_VERSION)), row.line + rest);
+            EXPECT_EQ(TextOf(wizard.PageControl(IDC_VERSION)), row.second + rest);
         });
     }
 }

@@ -40,7 +40,7 @@ class WizardTest : public ScratchTest {
     // Goes from the first page to the page of `step`, lets the person act there, and cancels the wizard.
     static void RunAt(int step, const Person& person) {
         const auto visit = [&](const Driver& wizard) {
-            Next(wizard, step);
+            wizard.PressOk(step);
             person(wizard);
             Press(wizard, IDCANCEL, {Resource(IDS_CONFIRM_CANCEL)}, IDYES);
         };
@@ -52,10 +52,6 @@ class WizardTest : public ScratchTest {
         EXPECT_EQ(Run(person, 4), IDOK);
     }
 
-    static void Next(const Driver& wizard, int times) {
-        for (; times > 0; --times)
-            wizard.Press(IDOK);
-    }
     // Expects that these messages of the program were shown. One that isn't answered by OK must be the question whose default is No.
     static void ExpectShown(const BoxAnswers& answers, const std::vector<Text>& messages, int button = IDOK) {
         const UINT style = button == IDOK ? MB_OK : MB_YESNO | MB_ICONQUESTION | MB_DEFBUTTON2;

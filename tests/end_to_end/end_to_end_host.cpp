@@ -1,5 +1,6 @@
-// What a run does last. Only the embedded machine tells about restarts and opened pages.
+// What a run does last, and which copies it closes. Only the embedded machine tells about restarts and pages, and makes calls fail.
 #include "end_to_end/run.h"
+#include "instances/instance_manager.h"
 #include "resource.h"
 #include <winhost.h>
 
@@ -79,8 +80,7 @@ TEST_F(LastStep, DamagedPackageOpensTheHomePage) {
 // In the wizard, the web page comes first. The product or the restart follows if the box is ticked.
 TEST_F(LastStep, ComesAfterTheWebPageInTheWizard) {
     const auto person = [](const Driver& wizard) {
-        for (int page = 0; page < 5; ++page)
-            wizard.Press(IDOK);
+        wizard.PressOk(5);
         // The box is ticked already if a restart is needed.
         if (!IsTicked(wizard.PageControl(IDC_RUN_AFTER))) wizard.PressInPage(IDC_RUN_AFTER);
         wizard.Press(IDOK);
@@ -89,6 +89,30 @@ TEST_F(LastStep, ComesAfterTheWebPageInTheWizard) {
     SetFileVersion(Wide(kFolder) + TEXT("\\QtvApp8.exe"), 8, 4, 0, 0);
     const HeldFile held(Wide(kFolder) + TEXT("\\QtvApp8Man.chm"), Hold::NoDelete);
     EXPECT_EQ(Last({}, person), (Events{kWebPage, kRestart}));
+}
+
+class ClosedCopies : public EndToEndTest {};
+
+// If the list can be counted but not read, the copies stay.
+TEST_F(ClosedCopies, AreThoseOfTheList) {
+    const RunningProgram copy = StartCopy(package);
+    winhost::SetProgramFaults("setup.exe", {{.call = "MapViewOfFile", .nth = 3}});
+    EXPECT_EQ(Setup(TEXT("-install -s -instdir C:\\Scratch\\Qantivo")), 0u);
+    winhost::ClearProgramFaults();
+    EXPECT_TRUE(copy.Runs() && Exists(target + TEXT("\\QtvUnInst.log")));
+}
+
+// If setup can't open a copy's process, the application itself decides how it ends.
+TEST_F(ClosedCopies, GetTheMessageThatSetupClosesThem) {
+    const RunningProgram copy = StartCopy(package);
+    COXInstanceManager list(TEXT("Lorvanta.Qantivo-ZR.v4"), 1024, false);
+    EXPECT_EQ(list.CountInstances(), 1);
+    winhost::SetProgramFaults("setup.exe", {{.call = "OpenProcess"}});
+    Setup(TEXT("-install -s -instdir C:\\Scratch\\Qantivo"));
+    EXPECT_GT(winhost::ProgramCallCounts()["OpenProcess"], 0u);
+    winhost::ClearProgramFaults();
+    EXPECT_EQ(copy.ExitCode(), 1001u);
+    EXPECT_EQ(list.CountInstances(), 0) << "setup has left it, too";
 }
 
 }  // namespace
