@@ -39,7 +39,7 @@ words() {
 
 # Prints the share of proof in the code, in lines that are not blank. It may not grow above the limit, of 1000.
 share() {
-    local limit=394 all proof
+    local limit=380 all proof
     lines() { tr '\n' '\0' | xargs -0 cat -- | grep -c '[^[:space:]]'; }
     code() {
         git ls-files -- '*.cpp' '*.h' '*.py' '*.sh' '*.rc' '*.nsi' '*.cmake' '*CMakeLists.txt' 'tools/plant_faults/*.txt' ':!fuzz/seeds' |
