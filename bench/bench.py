@@ -40,7 +40,8 @@ BOUNDS = {
 # The files of a package besides those of the sample: folders, files in each, and their bytes.
 KINDS = {'small': (50, 100, 1024), 'large': (1, 3, 200 << 20), 'fewer': (10, 125, 1024), 'more': (80, 125, 1024),
          'application': (12, 15, 349525), 'updated': (6, 23, 1 << 20)}
-MIXED = ('application', 'updated')  # files that pack to about half
+MIXED = ('application', 'updated')  # files that pack to about 60 %
+WORDS = [b'%05d' % number for number in range(0, 100000, 24)]
 LIBRARY = Path('/usr/lib/llvm-14/lib/libclang-cpp.so.14')  # of the compiler, 59 MB
 # Of its library, 47 MB, Debian has two versions: as released last, and with the patches since then.
 PATCHED = 'libnode108'
@@ -82,7 +83,8 @@ def make_package(kind, by_pattern=False):
         path = package / f'folder{number // files}/file{number % files}.dat'
         path.parent.mkdir(exist_ok=True)
         # All files differ, because the other installer would store equal files once.
-        content = chance.randbytes(size // 2).hex().encode() if kind in MIXED else b'x' * (size - 8)
+        # A picture and a text. Hex digits by chance pack 1 % better or worse by no more than the dates of the files.
+        content = chance.randbytes(size * 2 // 5) + b' '.join(chance.choices(WORDS, k=size // 10)) if kind in MIXED else b'x' * (size - 8)
         path.write_bytes(b'%08d' % number + content)
     names = sorted(f'{path.parent.name}\\{"*.*" if by_pattern else path.name}' for path in package.glob('folder*/*'))
     with open(package / 'QtvUnInst.log', 'ab' if kind in MIXED else 'wb') as manifest:
