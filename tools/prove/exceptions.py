@@ -199,7 +199,7 @@ def report(trials, prefix, whole):
 
 def all_rows_needed():
     """Prints the patterns of rows that no whole run needed. Chance decides how often a copy makes a call, and what goes on while a wait
-    fails. So the row without a number need not be."""
+    fails. So the rows without a number need not be."""
     odd = [(pattern, row) for row in EXCEPTIONS if row[0] and {prefix_of(call) for call in row[3].split('|')} <= whole_runs
            for pattern in '|'.join(row[2:]).split('|') if (row, pattern) not in used and pattern != 'WaitForSingleObject']
     for pattern, row in odd:

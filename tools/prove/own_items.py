@@ -8,11 +8,14 @@ from exceptions import HANDLER, LOG, TARGET
 
 # These settle the whole run: where the package, the product and the folders of the shell are, and what the user chose. The library
 # with the version of the package is probed and read by these too. Texts of the program name shortcuts and values.
-SETTLING = {'CoInitialize', 'CreateDialogParamW', 'CreateFileMappingW', 'CreateMutexW', 'DestroyWindow', 'DialogBoxParamW', 'EndDialog', 'EnumWindows',
-            'FindResourceW', 'GetCommandLineW', 'GetDlgItem', 'GetEnvironmentVariableW', 'GetModuleFileNameW', 'GetModuleHandleA',
-            'GetModuleHandleW', 'GetProcAddress', 'GetSystemDirectoryW', 'GetTempFileNameW', 'GetTempPathW', 'GetWindow', 'GetWindowLongPtrW', 'GetWindowTextLengthW', 'GetWindowTextW', 'GetWindowsDirectoryW',
-            'IsWindowEnabled', 'LoadLibraryW', 'LoadResource', 'LoadStringW', 'LockResource', 'MapViewOfFile', 'RegEnumKeyW', 'RegOpenKeyExW',
-            'RegQueryValueExW', 'RtlGetVersion', 'GetFileVersionInfoSizeW', 'GetFileVersionInfoW', 'VerQueryValueW', 'SHGetFolderPathW', 'SendMessageW', 'SetWindowLongPtrW', 'SetWindowTextW', 'SizeofResource', '_wexecl', 'WaitForSingleObject'}
+SETTLING = {'_wexecl', 'CoInitialize', 'CreateDialogParamW', 'CreateFileMappingW', 'CreateMutexW', 'DestroyWindow', 'DialogBoxParamW',
+            'EndDialog', 'EnumWindows', 'FindResourceW', 'GetCommandLineW', 'GetDlgItem', 'GetEnvironmentVariableW',
+            'GetFileVersionInfoSizeW', 'GetFileVersionInfoW', 'GetModuleFileNameW', 'GetModuleHandleA', 'GetModuleHandleW',
+            'GetProcAddress', 'GetSystemDirectoryW', 'GetTempFileNameW', 'GetTempPathW', 'GetWindow', 'GetWindowLongPtrW',
+            'GetWindowsDirectoryW', 'GetWindowTextLengthW', 'GetWindowTextW', 'IsWindowEnabled', 'LoadLibraryW', 'LoadResource',
+            'LoadStringW', 'LockResource', 'MapViewOfFile', 'RegEnumKeyW', 'RegOpenKeyExW', 'RegQueryValueExW', 'RtlGetVersion',
+            'SendMessageW', 'SetWindowLongPtrW', 'SetWindowTextW', 'SHGetFolderPathW', 'SizeofResource', 'VerQueryValueW',
+            'WaitForSingleObject'}
 MANIFEST = 'C:\\Package\\QtvUnInst.log'
 # What the failure of a file means for others: the application isn't started and doesn't register itself, and so on.
 FOLLOWS = {'QtvApp8.exe': ('programs: *QtvApp8.exe*', 'HKCU\\Software\\Lorvanta\\', 'HKCU\\Software\\Lorvanta\\Qantivo 8\\*'),
@@ -20,10 +23,11 @@ FOLLOWS = {'QtvApp8.exe': ('programs: *QtvApp8.exe*', 'HKCU\\Software\\Lorvanta\
            'QtvUnInst.log': ('log: *',)}
 # After a file in use the machine is to be restarted, and the application is not started before.
 RESTART = ('messages: * the machine is to be restarted *', 'programs: *QtvApp8.exe"')
-TELLS_OF_USE = {'CopyFileW', 'DeleteFileW', 'ExitWindowsEx', 'FindFirstFileW', 'FindNextFileW', 'MoveFileExW', 'MoveFileW', '_waccess', '_wfopen'}
+TELLS_OF_USE = {'CopyFileW', 'DeleteFileW', 'ExitWindowsEx', 'FindFirstFileW', 'FindNextFileW', 'MoveFileExW', 'MoveFileW', '_waccess',
+                '_wfopen'}
 REFUSED = 'messages: *failed!*'  # what the shell refuses of a shortcut
-HIVES = {'HKEY_USERS\\S-1-5-21-1000-1000-1000-1001': 'HKCU', 'HKEY_LOCAL_MACHINE': 'HKLM', 'HKEY_CURRENT_USER': 'HKCU', 'HKEY_CLASSES_ROOT': 'HKLM\\SOFTWARE\\Classes',
-         'HKEY_USERS': 'HKU'}
+HIVES = {'HKEY_USERS\\S-1-5-21-1000-1000-1000-1001': 'HKCU', 'HKEY_LOCAL_MACHINE': 'HKLM', 'HKEY_CURRENT_USER': 'HKCU',
+         'HKEY_CLASSES_ROOT': 'HKLM\\SOFTWARE\\Classes', 'HKEY_USERS': 'HKU'}
 CHANGES = re.compile('Copy|Create(Directory|File)W|Delete|Move|RemoveDirectory|SetFile|Reg(Create|Set|Delete)|_wfopen|IPersistFile::Save')
 
 
