@@ -53,8 +53,8 @@ struct Change {
 };
 std::vector<Change> Differences(const State& before, const State& after);
 
-// Whether nothing has changed in the key, or below it, since the last call with this name. Under Windows each value is a question
-// to another process, so that to read all of them takes longer than an install. False for the first call, and on an embedded machine.
+// Whether nothing has changed in the key, or below it, since the last call with this name. Under Wine each value is read by another
+// process, and reading all of them takes longer than an install. False for the first call, and on an embedded machine.
 bool IsUnchanged(HKEY key, const std::string& name);
 
 // Texts that differ between machines, each with a name. If one path contains another, the inner one is first. The first
