@@ -45,10 +45,6 @@ document.body.textContent = "results " + JSON.stringify(Object.keys(promises).fi
 </script>
 END
 broken=$(browse --dump-dom "file://$work/tested.html" | sed -n 's/.*results \(.*\) end.*/\1/p')
-fail() {
-    echo "browse_rehearsal.sh: $*" >&2
-    exit 1
-}
 [ "$broken" = '[]' ] || fail "the page breaks its promises: ${broken:-it does not run in the browser}"
 
 # 1 is light, 0 dark.

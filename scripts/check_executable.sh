@@ -11,13 +11,9 @@ program=$1
 most_bytes=$((360 * 1024))
 [ "$(basename "$program")" != download.exe ] || most_bytes=$((256 * 1024))
 
-fail() {
-    echo "$program: $*" >&2
-    exit 1
-}
-
-copy=$(mktemp)
-trap 'rm -f "$copy"' EXIT
+make_work
+self=$program
+copy=$work/stripped.exe
 x86_64-w64-mingw32-strip -o "$copy" "$program"
 size=$(stat -c %s "$copy")
 [ "$size" -le "$most_bytes" ] || fail "$size bytes stripped, more than $most_bytes"

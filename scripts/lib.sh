@@ -45,6 +45,12 @@ refuse() {
     exit 2
 }
 
+# fail MESSAGE...: ends the script with 1, for what is wrong.
+fail() {
+    echo "${self%.sh}: $*" >&2
+    exit 1
+}
+
 # bad_usage [MESSAGE...]: as refuse, and shows the usage.
 bad_usage() {
     [ $# -eq 0 ] || echo "$self: $*" >&2
@@ -100,8 +106,8 @@ find_wine() {
 # end_wine HOME: ends the programs and services of the Wine prefix in this home folder, and waits until they have ended.
 end_wine() {
     [ -d "$1/prefix" ] || return 0
-    WINEPREFIX=$1/prefix wineserver -k 2>/dev/null || true
-    WINEPREFIX=$1/prefix wineserver -w 2>/dev/null || true
+    TMPDIR=$1 WINEPREFIX=$1/prefix wineserver -k 2>/dev/null || true
+    TMPDIR=$1 WINEPREFIX=$1/prefix wineserver -w 2>/dev/null || true
 }
 
 # make_work [FOLDER]: makes the folder `work`, in FOLDER or where temporary folders go. When the script ends, the Wine prefix in

@@ -3,14 +3,14 @@
 # example: scripts/wine.sh build/windows/engine_tests.exe
 #
 # Runs a Windows program under Wine, in a prefix in build/, or in the user's cache if the script is installed. The script installs Wine and makes the prefix if they are missing.
-# HOME is there too, because a prefix links its Desktop and Documents to the home folder.
+# HOME is there too, because a prefix links its Desktop and Documents to the home folder, and TMPDIR, where Wine's server leaves a folder.
 # With --begin instead of a program, the machine starts anew and runs on until --end, which ends all that runs in the prefix.
 # QTV_WINE_HOME names another home folder, QTV_WINE_GRAPHICS a graphics driver that shows windows (x11).
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 [ $# -gt 0 ] || bad_usage
 wine_home=${QTV_WINE_HOME:-$store/wine}
-export HOME=$wine_home WINEPREFIX=$wine_home/prefix WINEARCH=win64
+export HOME=$wine_home TMPDIR=$wine_home WINEPREFIX=$wine_home/prefix WINEARCH=win64
 export WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES='winemenubuilder.exe,winedbg.exe=d;mscoree,mshtml=d'
 
 find_wine || { needs windows >&2 && find_wine; } || { echo 'wine.sh: 64-bit Wine is not installed' >&2; exit 127; }
@@ -22,7 +22,7 @@ run=("$wine")
 
 # Makes the prefix in $store/wine-new, of which the others are copies: Wine takes 20 s for its own files and keys.
 make_new() (
-    export HOME=$new_home WINEPREFIX=$new_home/prefix DISPLAY=''
+    export HOME=$new_home TMPDIR=$new_home WINEPREFIX=$new_home/prefix DISPLAY=''
     # After an interrupted attempt its server may still run. It would write into the new prefix.
     [ ! -d "$WINEPREFIX" ] || "$server" -k || true
     rm -rf "$WINEPREFIX"

@@ -5,11 +5,6 @@ set -uo pipefail
 make_work
 cd "$work" || exit 1
 
-# fail TEXT...: ends the test.
-fail() {
-    echo "${self%.sh}: $*" >&2
-    exit 1
-}
 # run EXIT-CODE COMMAND...: stores what the command says in the file "said".
 run() {
     local expected=$1 result=0

@@ -195,11 +195,12 @@ std::string Variable(const char* name, const char* otherwise) {
 // The services of the prefix still run after the programs have ended.
 class WineServer {
   public:
-    explicit WineServer(const fs::path& home) : m_prefix(home / "prefix") {}
+    explicit WineServer(const fs::path& home) : m_home(home) {}
     ~WineServer() {
         (void)rehearse::RunChild(
             [&]() -> int {
-                setenv("WINEPREFIX", m_prefix.c_str(), 1);
+                setenv("TMPDIR", m_home.c_str(), 1);
+                setenv("WINEPREFIX", (m_home / "prefix").c_str(), 1);
                 Become({"/bin/sh", "-c", "exec 2>/dev/null; wineserver -k || /usr/lib/wine/wineserver64 -k"});
             },
             rehearse::Until::Done);
@@ -208,7 +209,7 @@ class WineServer {
     WineServer& operator=(const WineServer&) = delete;
 
   private:
-    const fs::path m_prefix;
+    const fs::path m_home;
 };
 
 // Returns the name by which a program of Wine opens a file of the host.
