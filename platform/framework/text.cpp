@@ -17,10 +17,6 @@ LPCWSTR OrEmpty(LPCWSTR text) {
     return text ? text : TEXT("");
 }
 
-int Position(std::size_t found) {
-    return found == CString::Store::npos ? -1 : static_cast<int>(found);
-}
-
 }  // namespace
 
 WCHAR CString::GetAt(int index) const {
@@ -58,16 +54,17 @@ CString CString::Mid(int first, int count) const {
     return Mid(first).Left(count);
 }
 
+// As an int, npos is -1.
 int CString::Find(WCHAR character, int start) const {
-    return Position(m_text.find(character, static_cast<std::size_t>(std::max(start, 0))));
+    return static_cast<int>(m_text.find(character, static_cast<std::size_t>(std::max(start, 0))));
 }
 
 int CString::Find(LPCWSTR part, int start) const {
-    return Position(m_text.find(OrEmpty(part), static_cast<std::size_t>(std::max(start, 0))));
+    return static_cast<int>(m_text.find(OrEmpty(part), static_cast<std::size_t>(std::max(start, 0))));
 }
 
 int CString::ReverseFind(WCHAR character) const {
-    return Position(m_text.rfind(character));
+    return static_cast<int>(m_text.rfind(character));
 }
 
 int CString::Compare(LPCWSTR other) const {

@@ -71,8 +71,8 @@ void MakeFolders(CString& folder) {
     (void)CreateDirectoryW(folder, nullptr);
 }
 
-bool IsDotName(LPCWSTR name) {
-    return wcscmp(name, TEXT(".")) == 0 || wcscmp(name, TEXT("..")) == 0;
+bool IsDotName(const CString& name) {
+    return name == TEXT(".") || name == TEXT("..");
 }
 
 }  // namespace

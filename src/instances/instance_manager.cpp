@@ -21,11 +21,6 @@ DWORD RoundedSize(DWORD cbWanted, DWORD granularity) {
     return cbWanted / granularity + (cbWanted % granularity != 0 ? granularity : 0);
 }
 
-// Reads a word once that another process may be writing.
-DWORD ReadShared(const volatile DWORD& word) {
-    return word;
-}
-
 struct WindowSearch {
     DWORD processId;
     HWND found;
@@ -97,7 +92,8 @@ void COXInstanceManager::InitInstanceList() {
 }
 
 DWORD COXInstanceManager::ListedEntries() const {
-    return std::min(ReadShared(m_listView->instanceCount), kMaxListedInstances);
+    const DWORD count = m_listView->instanceCount;
+    return std::min(count, kMaxListedInstances);
 }
 
 // The message is posted, not sent, so that nobody waits for another process while holding the lock. For a
@@ -134,14 +130,14 @@ int COXInstanceManager::RemoveInstance(DWORD processId) {
     // In a full list it is the first word after the record.
     reinterpret_cast<DWORD*>(reinterpret_cast<BYTE*>(m_listView) +
                              offsetof(InstanceListHeader, processIds))[entries] = 0;
-    m_listView->instanceCount = ReadShared(m_listView->instanceCount) - 1;
+    m_listView->instanceCount = m_listView->instanceCount - 1;
     NotifyListed(WM_INSTANCE_REMOVED, processId);
     return 1;
 }
 
 int COXInstanceManager::CountInstances() {
     const ListAccess access(*this);
-    return access ? static_cast<int>(ReadShared(m_listView->instanceCount)) : 0;
+    return access ? static_cast<int>(m_listView->instanceCount) : 0;
 }
 
 int COXInstanceManager::ListInstances(CDWordArray& ids) {
@@ -188,7 +184,7 @@ int COXInstanceManager::CloseInstance(DWORD processId) {
 
 DWORD COXInstanceManager::GetMaxInstances() {
     const ListAccess access(*this);
-    return access ? ReadShared(m_listView->maxInstances) : 0;
+    return access ? m_listView->maxInstances : 0;
 }
 
 int COXInstanceManager::SetMaxInstances(DWORD limit, bool closeExcess) {
@@ -201,7 +197,7 @@ int COXInstanceManager::SetMaxInstances(DWORD limit, bool closeExcess) {
         m_listView->maxInstances = limit;
         entries = ListedEntries();
         (void)std::copy_n(m_listView->processIds, entries, ids);
-        excess = static_cast<LONGLONG>(ReadShared(m_listView->instanceCount)) - limit;
+        excess = static_cast<LONGLONG>(m_listView->instanceCount) - limit;
     }
     if (!closeExcess) return 1;
     const DWORD own = GetCurrentProcessId();
@@ -214,7 +210,7 @@ int COXInstanceManager::SetMaxInstances(DWORD limit, bool closeExcess) {
 bool COXInstanceManager::IsOverLimit(bool bringForward) {
     const ListAccess access(*this);
     if (!access) return false;
-    const bool over = ReadShared(m_listView->maxInstances) < ReadShared(m_listView->instanceCount);
+    const bool over = m_listView->maxInstances < m_listView->instanceCount;
     if (over && bringForward) BringForward();
     return over;
 }

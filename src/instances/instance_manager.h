@@ -15,10 +15,10 @@
 // The largest number of processes in the list.
 inline constexpr DWORD kMaxListedInstances = 1000;
 
-// The start of the mapping. Other processes write it too, so the count can be any number.
+// The start of the mapping. Other processes write it too, so the count can be any number, and another at each read.
 struct InstanceListHeader {
-    DWORD maxInstances;                     // the limit; AddInstance ignores it
-    DWORD instanceCount;                    // valid entries below
+    volatile DWORD maxInstances;            // the limit; AddInstance ignores it
+    volatile DWORD instanceCount;           // valid entries below
     DWORD processIds[kMaxListedInstances];  // oldest first
 };
 static_assert(offsetof(InstanceListHeader, maxInstances) == 0);

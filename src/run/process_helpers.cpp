@@ -32,8 +32,7 @@ void LookUpSystemFunctions() {
 }
 
 int ExecAndWait(LPCWSTR commandLine, LPCWSTR folder, DWORD waitMs) {
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof startup;
+    STARTUPINFOW startup = {.cb = sizeof startup};
     PROCESS_INFORMATION started = {};
 
     // CreateProcessW writes into its command line.

@@ -328,7 +328,7 @@ def call_faults(source, i, word):
         elif len(parts) == 1 and before not in (".", "->", "::", "~", ";", "{", "}"):
             yield source.tokens("call", i, closing, source.span(*parts[0]))
     for left, right in zip(parts, parts[1:]):
-        if differ_in_one_name(source, left, right):
+        if word not in ("min", "max") and differ_in_one_name(source, left, right):
             yield source.tokens("arguments", left[0], right[1], f"{source.span(*right)}, {source.span(*left)}")
 
 
