@@ -22,7 +22,7 @@ std::string JsonString(const std::string& text) {
         if (code < 0x20) {
             out += "\\u" + Hex(code, 4);
         } else if (IsHalfAt(text, at)) {
-            out += "\\u" + Hex(static_cast<std::uint16_t>(Wide(text.substr(at, 3))[0]), 4);
+            out += "\\u" + Hex(static_cast<std::uint16_t>(Wide(text.substr(at))[0]), 4);
             at += 2;
         } else if (const std::size_t length = CharacterAt(text, at); length != 1) {
             // A byte that belongs to no character counts as the character with its number.

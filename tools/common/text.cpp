@@ -78,10 +78,6 @@ std::optional<std::string> ReadWhole(const WideText& path) {
     const std::unique_ptr<FILE, int (*)(FILE*)> file(_wfopen(path.c_str(), TEXT("rb")), std::fclose);
     if (!file) return std::nullopt;
     std::string bytes;
-    // Large files are kept once, not grown into.
-    if (const long size = std::fseek(file.get(), 0, SEEK_END) ? 0 : std::ftell(file.get()); size > 0)
-        bytes.reserve(static_cast<std::size_t>(size));
-    std::rewind(file.get());
     char buffer[1 << 16];
     for (std::size_t cbRead; (cbRead = std::fread(buffer, 1, sizeof buffer, file.get())) > 0;)
         bytes.append(buffer, cbRead);

@@ -267,7 +267,7 @@ void RecordChecks::AddFile(const CString& source, const CString& target) {
 
 // Copying by a pattern makes all levels of the target folder.
 void RecordChecks::MakeFolders(const CString& target) {
-    for (CString path = FullPath(target + TEXT(".")); path.Find('\\') >= 0; path = FolderOf(path)) {
+    for (CString path = FullPath(target + TEXT(".")); !FolderOf(path).IsEmpty(); path = FolderOf(path)) {
         const Wide key = Key(path);
         Folder& folder = m_folders[key];
         if (folder.makers & Bit(m_record->kind->install) && folder.copiedAt) return;
@@ -282,10 +282,10 @@ void RecordChecks::MakeFolders(const CString& target) {
 bool RecordChecks::IsMade(const CString& folder) const {
     const auto found = m_folders.find(Key(folder));
     if (found == m_folders.end()) return false;
+    unsigned makers = Bit(AtInstall::MakeFolder) | Bit(AtInstall::Copy);
     // A machine that lacks one library may have the library of another such record.
-    const unsigned own =
-        m_record->kind->install == AtInstall::CopyIfMissing ? 0 : Bit(m_record->kind->install);
-    return (found->second.makers & (Bit(AtInstall::MakeFolder) | Bit(AtInstall::Copy) | own)) != 0;
+    if (m_record->kind->install != AtInstall::CopyIfMissing) makers |= Bit(m_record->kind->install);
+    return (found->second.makers & makers) != 0;
 }
 
 void RecordChecks::NoteRemoval() {

@@ -46,7 +46,7 @@ void RecordChecks::FinishFolders() {
         if (!folder.firstRecord) continue;
         // The uninstaller removes folders in the order of the records.
         Wide above = key;
-        while ((above = FolderOf(above).Text()).size() >= m_belowTarget.size()) {
+        while ((above = FolderOf(above).Text()).starts_with(m_belowTarget)) {
             const auto parent = m_folders.find(above);
             if (parent == m_folders.end() || !parent->second.lastRecord) continue;
             Folder& upper = parent->second;

@@ -117,7 +117,7 @@ std::optional<CString> OneByteText(const fs::path& path) {
     for (std::size_t i = 0; i < bytes.size(); ++i) {
         unsigned code = bytes[i];
         if (code >= 0x80) {
-            const unsigned next = i + 1 < bytes.size() ? bytes[i + 1] : 0U;
+            const unsigned next = bytes[i + 1];  // a null after the last byte
             if ((code != 0xC2 && code != 0xC3) || (next & 0xC0) != 0x80) return std::nullopt;
             code = (code & 3) << 6 | (next & 0x3F);
             ++i;

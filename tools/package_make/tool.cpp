@@ -33,7 +33,7 @@ void Stop(int signal) {
     stopped = signal;
 }
 
-// The package while it is made, in a new folder next to its final place. The destructor removes it unless it was put
+// The package while it is made, in a new folder next to its final place. The destructor removes what wasn't put
 // there.
 class NewPackage {
   public:
@@ -47,11 +47,10 @@ class NewPackage {
             m_folder += "." + tools::Hex(random(), 8) + ".unfinished";
         } while (!fs::create_directory(m_folder, error) && !error);
         if (error) throw BadInput(Shown(m_folder) + " can't be made: " + error.message());
-        m_isOpen = true;
     }
     ~NewPackage() {
         std::error_code error;
-        if (m_isOpen) fs::remove_all(m_folder, error);
+        fs::remove_all(m_folder, error);
     }
     NewPackage(const NewPackage&) = delete;
     NewPackage& operator=(const NewPackage&) = delete;
@@ -81,13 +80,11 @@ class NewPackage {
         fs::remove(m_place, error);
         fs::rename(m_folder, m_place, error);
         if (error) throw BadInput(Shown(m_place) + " can't be made: " + error.message());
-        m_isOpen = false;
     }
 
   private:
     const fs::path m_place;
     fs::path m_folder;
-    bool m_isOpen = false;
 };
 
 enum class Kind { Windows, Host, Other };

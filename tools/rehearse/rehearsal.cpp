@@ -91,18 +91,16 @@ class Origins {
   public:
     // The names come sorted: those of the earlier package first.
     void Add(const std::string& name) {
-        for (const std::string& key : {FileName(name), std::string()}) {
-            const auto [first, isNew] = m_first.try_emplace(key, name);
-            if (!isNew && IsEarlier(first->second) && !IsEarlier(name)) first->second = name;
-        }
+        for (const std::string& key : {FileName(name), std::string()})
+            m_last[key] = name;
     }
     const std::string& For(const std::string& fileName) const {
-        const auto same = m_first.find(fileName);
-        return same == m_first.end() ? m_first.at({}) : same->second;
+        const auto same = m_last.find(fileName);
+        return same == m_last.end() ? m_last.at({}) : same->second;
     }
 
   private:
-    std::map<std::string, std::string> m_first;  // by the name of the file, and for any name
+    std::map<std::string, std::string> m_last;  // by the name of the file, and for any name
 };
 
 struct Hangs {};
