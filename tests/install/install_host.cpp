@@ -101,6 +101,16 @@ TEST_F(InstallOnHost, LooksIntoStartupFolders) {
     }
 }
 
+TEST_F(InstallOnHost, HasNoVersionWithoutAFunctionThatReadsIt) {
+    ImportFile("package/QtvApp8.exe", kScratch + TEXT("\\app.exe"));
+    for (const unsigned nth : {1, 2, 3}) {
+        winhost::SetFaults({{.call = "GetProcAddress", .nth = nth}});
+        g_version.major = 8;
+        ReadFileVersion(TEXT("C:\\Scratch\\app.exe"));
+        EXPECT_EQ(g_version.major, 0u) << nth;
+    }
+}
+
 TEST_F(InstallOnHost, RegistersNoHandlerOn64BitXp) {
     g_isWow64Process = [](HANDLE, PBOOL answer) -> BOOL { return *answer = TRUE; };
     g_osVersion.dwMajorVersion = 5;

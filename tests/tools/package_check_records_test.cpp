@@ -108,7 +108,7 @@ TEST_F(PackageRecords, FindsEveryTrapOfARecord) {
         {"File Copy: \xC9", "", "\xC3\xA9"},
         // several records together
         {"Make Dir: s\\t\nMake Dir: s", "folder-before-parent:4", ""},
-        {"Make Dir: s\nMake Dir: s\\t", "removal-order:4", ""},
+        {"Make Dir: s\nMake Dir: s\\t\nMake Dir: s\\u", "removal-order:4", ""},
         {"File Copy: s\\t\\a", "folder-stays:4,4", "s\\t\\a"},
         {"File Copy: a\nFile Copy: A\nFile Copy ind: a > a\nFile Copy: b*\nFile Copy: B*",
          "written-twice:5,6 removal-takes-more:7 written-twice:8 removal-takes-more:8", "a b"},
@@ -117,7 +117,7 @@ TEST_F(PackageRecords, FindsEveryTrapOfARecord) {
         {"File Overwrite: *.ini\nFile Del: s\\*.*\nFile Copy: a*", "removal-takes-more:4,5,6"},
         {"", "unnamed-file(a),(s\\setup.exe)", "a s\\setup.exe"},
         // bytes
-        {"File Copy: a\n\032File Copy: b", "text-end:5"},
+        {"#\nFile Copy: a\032File Copy: b", "text-end:5"},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.records);

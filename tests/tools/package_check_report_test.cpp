@@ -16,6 +16,7 @@ TEST(PackageCheckReport, ShowsAllToAPersonAndToAProgram) {
               "f:3: [some-id] a\"\\\\x01\n    what happens: b\n    instead:      c\n"
               "pkg: [other] d\n    what happens: e\n    instead:      g\n"
               "f:1: [hint] note: h\n    what happens: i\n    instead:      j\npkg: 2 findings, 1 note\n");
+    EXPECT_TRUE(package_check::ToText({findings[2], findings[2]}, "p").ends_with(" clean, 2 notes\n"));
     EXPECT_EQ(package_check::ToJson(findings, "p"), R"({"package": "p", "exitCode": 1, "findings": [
   {"id": "some-id", "level": "error", "file": "f", "line": 3, "what": "a\"\\\u0001", "happens": "b", "instead": "c"},
   {"id": "other", "level": "error", "file": "", "line": 0, "what": "d", "happens": "e", "instead": "g"},
@@ -64,6 +65,7 @@ TEST(PackageCheckReport, SarifNamesRuleLevelAndPlace) {
         EXPECT_NE(text.find(part), text.npos) << part << "\nisn't in\n" << text;
     EXPECT_NE(package_check::ToSarif(findings, {"p", "r", "p"}).find(R"("uri": "s/%231.log")"), text.npos);
     EXPECT_NE(package_check::ToSarif(findings, {"p", "r", "q"}).find(R"("uri": "file:///)"), text.npos);
+    EXPECT_EQ(package_check::ToSarif(findings, {"p", "r", "q"}).find("file:////"), text.npos);
     EXPECT_NE(package_check::ToSarif({}, {}).find(R"("executionSuccessful": true)"), text.npos);
 }
 

@@ -31,6 +31,7 @@ TEST_F(PackageCheckTest, ChecksEveryFileThatSetupReads) {
         {"QtvApp8.exe", {}, "application-not-installed(QtvUnInst.log) application-missing(QtvApp8.exe)"},
         {"QtvApp8.exe", "no program", "application-version(QtvApp8.exe)"},
         {"agreement.txt", {}, "agreement-empty(agreement.txt)"},
+        {"agreement.txt", Utf16("A"), "", 0},
         {"agreement.txt", "An agreement", "agreement-encoding(agreement.txt)"},
         {"agreement.txt", '\0' + Utf16("Agreement"), "agreement-encoding(agreement.txt)"},
         {"agreement.txt", "\xFF\xFE" + Utf16("Agree?\n") + "x",

@@ -22,7 +22,7 @@ files() {
 }
 
 # ---- a manifest ----
-files app b.dat A.dat deep/er/x.dat deep/y.dat many/1 many/2 x64/ThumbQvi64.dll pat/p1 pat/p2 rare/r.dll start.exe two.txt
+files app b.dat A.dat deep/er/x.dat deep/y.dat bulk/1 bulk/2 x64/ThumbQvi64.dll pat/p1 pat/p2 rare/r.dll start.exe two.txt
 mkdir -p app/empty/inside
 iconv -f UTF-16LE -t UTF-8 app/agreement.txt | tr -d '\r' >app/Agreement.TXT
 rm app/agreement.txt
@@ -34,12 +34,13 @@ File Copy x64: x64\ThumbQvi64.dll
 File Copy ind: rare\r.dll
 File Copy prt: start.exe
 Make Dir: pat
+Make Dir: empty
 File Copy: pat\p*
 Make Dir: empty\inside\made
 
 File Overwrite: b.dat | written by the application
 END
-made 0 app out --recipe recipe --own many/
+made 0 app out --recipe recipe --own bulk/
 says 'out: no findings, the package is clean'
 diff - <(tr -d '\r' <out/QtvUnInst.log) <<END || fail 'the manifest differs'
 File Copy: QtvApp8.exe
@@ -55,15 +56,15 @@ Make Dir: rare
 Make Dir: x64
 Make Dir: empty\inside
 $(<recipe)
-File Copy: many\*.*
+File Copy: bulk\*.*
 Make Dir: empty\inside
 Make Dir: deep\er
-Make Dir: many
 Make Dir: empty
 Make Dir: deep
+Make Dir: bulk
 END
 cmp out/Agreement.TXT "$build/package/agreement.txt" || fail 'the agreement is not in the form that setup shows'
-made 0 app second --recipe recipe --own many
+made 0 app second --recipe recipe --own bulk
 diff -r out second || fail 'the same input results in other bytes'
 
 # ---- the sample ----
@@ -80,7 +81,7 @@ File Copy prt: start2.exe
 File Copy: same.dat > kept.dat
 File Del: named.dat | by the recipe
 END
-files old gone.dat named.dat pat/p1 pat/p2 pat/sub/s slash/s two.txt rare.dll back.dat start.exe start2.exe kept.dat x64/ThumbQvi64.dll
+files old gone.dat named.dat pat/p1 pat/p2 pat/sub/s slash/s duo/two.txt rare.dll back.dat start.exe start2.exe kept.dat x64/ThumbQvi64.dll
 cat >old/QtvUnInst.log <<'END'
 File Copy: QtvApp8.exe
 File Copy: gone.dat
@@ -89,7 +90,7 @@ File Copy: missing.dat
 File Copy: commented.dat | nothing
 File Copy: pat\*
 File Copy: slash/*
-File Copy: two.txt > 2.txt
+File Copy: duo\two.txt > 2.txt
 File Copy: rare.dll
 File Copy: BACK.dat
 File Copy: kept.dat
@@ -166,6 +167,7 @@ says 'recipe:3: [wrong-blank]'
 checked() {
     run "$1" "${check[@]}" "${@:3}"
     says "$2"
+    [[ $(<said) != {* ]] || /usr/bin/python3 -m json.tool said >/dev/null || fail "no JSON: $(<said)"
 }
 checked 1 '"uri": "recipe"}, "region": {"startLine": 3}' --sarif --recipe recipe --sarif-base . found
 [ -e found/setup.exe ] || fail 'a package with findings is not kept'
@@ -180,15 +182,16 @@ checked 0 'update: no findings' update --recipe recipe
 checked 2 'no-package' none
 checked 2 "none can't be read" update --recipe none
 for misuse in '' '--json' '--json --json found' '--json --sarif found' '--sarif-base . found' '--json --sarif-base . found' \
-    'found found' '--none found' 'found --recipe' 'found --recipe --json' '--sarif found --sarif-base'; do
+    'found found --json' '--none found' 'found --recipe' 'found --recipe --json' '--sarif found --sarif-base'; do
     # shellcheck disable=SC2086
     checked 2 'usage: package_check' $misuse
 done
 
 cp -r second odd
 echo content >'a long name outside.txt'
-ln -s '../a long name outside.txt' 'odd/a long name inside.txt'
-printf 'File Copy: a long name inside.txt\r\n' >>odd/QtvUnInst.log
+inside="a long name $(printf '%0200d' 0).txt"
+ln -s '../a long name outside.txt' "odd/$inside"
+printf 'File Copy: %s\r\n' "$inside" >>odd/QtvUnInst.log
 checked 0 'no findings' odd
 chmod 400 odd/QtvUnInst.log
 checked 1 manifest-read-only odd
@@ -227,18 +230,18 @@ refused_make 'lies in the folder of the files' app app/out
 refused_make "can't be read" app out --recipe none
 refused_make 'is no package: its QtvUnInst.log' app out --earlier new
 refused_make 'none is no program' app out --setup none
-refused_make '--own none: no such folder' app out --own many --own none
+refused_make '--own none: no such folder' app out --own bulk --own none
 refused_make '--own empty: it holds a folder' app out --own empty
 refused_make '--own empty\inside: it holds no file' app out --own empty/inside
 # refused_text SAYS FORMAT
 refused_text() {
     # shellcheck disable=SC2059
-    printf "$2" >text
-    refused_make "$1" app out --recipe text
+    printf "$2" >$'te\x1Bxt'
+    refused_make "$1" app out --recipe $'te\x1Bxt'
 }
-refused_text 'text:2: a byte 0' '\nFile Copy: \0'
-refused_text 'text:2: a byte 1A' '\n\x1AFile Copy: b.dat'
-refused_text 'text:1: more than 511 characters' "#$(printf '%0512d' 0)"
+refused_text 'te\x1bxt:2: a byte 0' '\nFile Copy: \0'
+refused_text 'te\x1bxt:2: a byte 1A' '\n\x1AFile Copy: b.dat'
+refused_text 'te\x1bxt:1: more than 511 characters' "#$(printf '%0512d' 0)"
 refused_text "a name that the host can't store" "File Copy: $(printf '\\xE4%.0s' {1..200})"
 mkfifo endless
 for option in --recipe --setup; do refused_make 'endless is no plain file' app out "$option" endless; done
@@ -264,8 +267,8 @@ refused_files 'for a device' folder/aux.dll
 refused_files "a blank can't begin a name" ' a'
 refused_files 'package_make adds this file' Setup.exe qtvuninst.EXE QtvUnInst.log
 refused_files 'for the log of an earlier version' install.log
-refused_files 'the same name as' homepage.URL
-rm odd/homepage.URL
+refused_files 'the same name as' HOMEPAGE.url
+rm odd/HOMEPAGE.url
 ln -s HomePage.url odd/link
 refused_make 'a link' odd out
 rm odd/link

@@ -8,6 +8,7 @@
 #include <set>
 
 #include "common/throwaway_folder.h"
+#include "rehearse/told_calls.h"
 #include "tools/rehearsed.h"
 #include <winhost.h>
 
@@ -70,9 +71,43 @@ TEST_F(Rehearsed, SortsLeftoversByWhetherTheyMayStay) {
         EXPECT_EQ(rehearsal.ExitCode(), row.left.find("()") != std::string::npos || *row.faults);
         EXPECT_EQ(FaultsOf(rehearsal), row.faults);
         EXPECT_EQ(LeftFiles(rehearsal), row.left);
+        EXPECT_TRUE(
+            std::ranges::is_sorted(rehearsal.left, {}, [](const auto& each) { return each.change.name; }));
+        const auto log = std::ranges::find(rehearsal.steps[0].changes,
+                                           "C:\\Scratch\\Apps\\Qantivo\\QtvUnInst.log", &lab::Change::name);
+        EXPECT_EQ(log->after,
+                  std::string(row.option) == "-instport" ? "the manifest" : "the manifest and 4 lines more");
         for (const Text& item : {kRehearsed, kScratch + TEXT("\\Apps"), kPlanted})
             DeleteTree(item);
     }
+}
+
+TEST(ToldCalls, NameWhatWasDoneAndToWhat) {
+    const std::pair<std::string, std::string> rows[] = {
+        {"MoveFileW\tsource=C:\\a\ttarget=C:\\b", "moved C:\\a to C:\\b"},
+        {"MoveFileExW\tsource=a\ttarget=b\tflags=1\t= 1", "moved a to b"},
+        {"MoveFileExW\tsource=a\ttarget=null\tflags=4\terror 5",
+         "not kept for the next start: delete a  (error 5)"},
+        {"MoveFileExW\tsource=a\ttarget=b\tflags=5\t= 1", "kept for the next start: move a to b"},
+        {"RemoveDirectoryW\tpath=a\terror 145", "folder not deleted a  (error 145)"},
+        {"WritePrivateProfileSectionW\tsection=rename\tfile=a", "kept for the next start, in a"},
+        {"RegDeleteKeyW\tkey=K\tname=n", "deleted key K\\n"},
+        {"RegDeleteValueW\tkey=K\tname=n\terror 5", "value not deleted K : n  (error 5)"},
+        {"_wexecl\tcommandLine=a b\terror 2", ""},
+        {"CreateProcessW\tcommandLine=a b\terror 2", "not started a b  (error 2)"},
+        {"ShellExecuteW\tfile=a", "opened a"},
+        {"MessageBoxW\ttext=a b", "showed message a b"},
+        {"ReadFile\tfile=a", ""},
+    };
+    const tools::ThrowawayFolder folder("told", QTV_BUILD_FOLDER);
+    const fs::path trace = folder.Path() / "trace";
+    std::string expected;
+    for (std::ofstream file(trace); const auto& [call, told] : rows) {
+        file << "setup.exe\t1\t" << call << "\n";
+        if (!told.empty()) expected += "setup.exe\t" + told + "\n";
+    }
+    EXPECT_EQ(rehearse::ToldByCalls(trace), expected);
+    EXPECT_EQ(rehearse::ToldByCalls(folder.Path() / "none"), "");
 }
 
 // A machine that can't be read is no machine without differences.
@@ -102,6 +137,8 @@ TEST(ThrowawayFolder, RemovesOnlyWhatAnEndedRunLeft) {
         stay.insert(name);
     }
     fs::create_symlink(parent.Path() / "u.Abc123/.throwaway", parent.Path() / "t.Link12/.throwaway");
+    fs::create_directory_symlink("u.Abc123", parent.Path() / "t.Link34");
+    stay.insert("t.Link34");
     const pid_t child = fork();
     if (child == 0) {
         const tools::ThrowawayFolder left("t", parent.Path());

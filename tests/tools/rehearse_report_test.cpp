@@ -132,11 +132,11 @@ TEST(RehearsalReport, ShowsAllToAProgram) {
 }
 
 TEST(RehearsalReport, EscapesControlAndInvalidCharacters) {
-    const std::string odd = "a\x1B[\x7F\302\233b\xE2\x80\xAE\xFF\xED\xA0\x80\xC3\xA4  c";
-    EXPECT_EQ(tools::Shown(odd), "a\\x1b[\\x7f\\x9bb\\u202e\\xff\\xed\\xa0\\x80\xC3\xA4  c");
+    const std::string odd = "a\x1B[\x7F\302\233\302\240b\xE2\x80\xAE\xFF\xED\xA0\x80\xC3\xA4  c";
+    EXPECT_EQ(tools::Shown(odd), "a\\x1b[\\x7f\\x9b\302\240b\\u202e\\xff\\xed\\xa0\\x80\xC3\xA4  c");
     const std::string json = rehearse::ToJson(Everything(), odd, "");
     EXPECT_TRUE(tools::IsUtf8(json));
-    ExpectInOrder(json, "\"a\\u001b[\x7F\302\233b\xE2\x80\xAE\\u00ff\\ud800\xC3\xA4  c\"");
+    ExpectInOrder(json, "\"a\\u001b[\x7F\302\233\302\240b\xE2\x80\xAE\\u00ff\\ud800\xC3\xA4  c\"");
 }
 
 TEST(RehearsalReport, HtmlLoadsNothingElse) {

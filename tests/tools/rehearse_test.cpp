@@ -12,6 +12,8 @@ std::string AllSteps(const rehearse::Rehearsal& rehearsal) {
         text += step.name + "\n";
         for (const std::string& program : step.outcome.programs)
             text += "> " + program + "\n";
+        for (const std::string& mark : step.marks)
+            text += "! " + mark + "\n";
         for (const auto& change : step.changes)
             if (!change.name.starts_with("HK") && !change.name.starts_with("<"))
                 text += std::string(1, change.kind) + " " + change.name + " " + change.before + ", " +
@@ -51,11 +53,14 @@ TEST_F(Rehearsed, TellsEachStep) {
               "> <Temp>\\uni*.tmp -delself C:\\Scratch\\Q\\QtvUnInst.exe -s\n"
               "> regsvr32.exe /s /u \"C:\\Scratch\\Q\\ThumbQvi32.dll\"\n"
               "> \"C:\\Scratch\\Q\\QtvApp8.exe\" -unregonly\n"
+              "! delete <Temp>\\uni*.tmp\n"
+              "! delete C:\\Scratch\\Q\\x64\n"
               "- C:\\Scratch\\Q\\QtvApp8.exe as in the package, \n"
               "- C:\\Scratch\\Q\\QtvUnInst.exe as in the package, \n"
               "- C:\\Scratch\\Q\\QtvUnInst.log the manifest and 4 lines more, \n"
               "- C:\\Scratch\\Q\\presets.dat as in the package, \n"
               "restart\n");
+    EXPECT_TRUE(rehearsal.steps.back().remains.empty());
     EXPECT_EQ(LeftFiles(rehearsal),
               "Q\\ (it holds what stays)\n"
               "Q\\StartQV8.exe (the log doesn't name it, so nothing takes it)\n");
@@ -114,11 +119,14 @@ TEST_F(Rehearsed, JudgesTwelveThousandFilesAtOnce) {
     MakeFile(kScratch + TEXT("\\Q\\d0\\F0 long name"), "");
     left.push_back({'+', folder + "d0\\F0 long name", "", "0 bytes"});
     MakeFile(kScratch + TEXT("\\Q\\QtvUnInst.log"), log + "File Del: d0\\*long*\r\n");
-    const auto judged = rehearse::Judge(left, {rehearse::Installation(folder + "QtvUnInst.exe", {})});
+    left.push_back({'+', "HKCU\\Software\\Maker\\", "", "key"});
+    const lab::State machine = {{"HKCU\\Software\\Maker\\QTV\\", "key"}};
+    const auto judged = rehearse::Judge(left, {rehearse::Installation(folder + "QtvUnInst.exe", machine)});
     ASSERT_EQ(judged.size(), left.size());
     const auto count = [&](const std::string& reason) {
         return std::ranges::count(judged, reason, &rehearse::Leftover::reason);
     };
+    EXPECT_EQ(count("on the way to a key of the product"), 1);
     EXPECT_EQ(count("it holds what stays"), 51);
     EXPECT_EQ(count(""), 6000 + 50 + 1);
     EXPECT_EQ(count("the log doesn't name it, so nothing takes it"), 6000);

@@ -83,11 +83,10 @@ TEST_F(Uninstall, MarksFoldersThatStay) {
 
 // Its own folder is also the temporary folder. With an argument the uninstall isn't silent.
 CHILD_PROGRAM(Relaunches) {
-    std::string line;
-    for (int position = 0; position < __argc; ++position)
-        line += Narrow(__wargv[position]) + "|";
-    MakeFile(kScratch + TEXT("\\line"), line);
-    if (__argc > 2) return 0;
+    if (__argc > 2) {
+        MakeFile(kScratch + TEXT("\\line"), Narrow(GetCommandLineW()));
+        return 0;
+    }
     g_silentMode = __argc == 1 ? 2 : 0;
     (void)SetEnvironmentVariableW(TEXT("TMP"), ParentDir(__wargv[0]));
     RelaunchFromTemp();
@@ -97,11 +96,13 @@ CHILD_PROGRAM(Relaunches) {
 TEST_F(Uninstall, CopyGetsFullPaths) {
     for (const std::string folder : {"C:\\Scratch\\t m p\\", "C:\\Scratch\\tmp\\"}) {
         const bool silent = folder.ends_with("tmp\\");
-        const std::string first = folder + "QtvUnInst.exe";
+        const std::string first = folder + "QtvUnInst.exe", quote = silent ? "" : "\"";
         (void)RunChild("Relaunches", Wide(first), silent ? TEXT("") : TEXT("-v"));
         const std::string line = FileBytes(kScratch + TEXT("\\line")).value_or("");
-        EXPECT_TRUE(line.starts_with(folder + "uni")) << line;
-        EXPECT_TRUE(line.ends_with(".tmp|-delself|" + first + (silent ? "|-s|" : "|"))) << line;
+        EXPECT_TRUE(line.starts_with(quote + folder + "uni")) << line;
+        EXPECT_TRUE(
+            line.ends_with(".tmp" + quote + " -delself " + quote + first + quote + (silent ? " -s" : "")))
+            << line;
     }
 }
 
