@@ -32,7 +32,8 @@ void LookUpSystemFunctions() {
 }
 
 int ExecAndWait(LPCWSTR commandLine, LPCWSTR folder, DWORD waitMs) {
-    STARTUPINFOW startup = {.cb = sizeof startup};
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
     PROCESS_INFORMATION started = {};
 
     // CreateProcessW writes into its command line.

@@ -28,16 +28,6 @@ void RemoveLoggedItems(const CString& folder) {
     (void)DeleteMatching(folder, kLogFile);
 }
 
-// For a product name of several levels, removes the folder above the installation folder, too.
-void RemoveParentFolder(const CString& folder) {
-    if (CString(kProductName).Find('\\') < 0) return;
-    CString parent = folder;
-    while (parent.Last() == '\\')
-        parent = parent.Left(parent.GetLength() - 1);
-    parent = parent.Left(parent.ReverseFind('\\'));
-    if (!RemoveDirectoryW(parent)) (void)ScheduleBootDelete(parent);
-}
-
 void RemoveInstallFolders(const CString& folder) {
     const CString x64 = folder + TEXT("\\x64");
     const CString x32 = folder + TEXT("\\x32");
@@ -45,7 +35,7 @@ void RemoveInstallFolders(const CString& folder) {
     if (!RemoveDirectoryW(x32) && Exists(x32)) (void)ScheduleBootDelete(x32);
     // On purpose the x32 folder decides here, too: without one, a folder that holds the user's files gets no mark.
     if (!RemoveDirectoryW(folder) && Exists(x32)) (void)ScheduleBootDelete(folder);
-    RemoveParentFolder(folder);
+    RemoveParentFolder(folder, kProductName);
 }
 
 void DeleteProductLink(const CString& folder) {
@@ -90,6 +80,15 @@ void SweepUserFolders() {
 }
 
 }  // namespace
+
+void RemoveParentFolder(const CString& folder, const CString& productName) {
+    if (productName.Find('\\') < 0) return;
+    CString parent = folder;
+    while (parent.Last() == '\\')
+        parent = parent.Left(parent.GetLength() - 1);
+    parent = parent.Left(parent.ReverseFind('\\'));
+    if (!RemoveDirectoryW(parent)) (void)ScheduleBootDelete(parent);
+}
 
 void PerformUninstall(LPCWSTR folder) {
     UnregisterApplication(folder);

@@ -84,9 +84,10 @@ broken_off KILL 137
 [ -n "$(ls -A tmp)" ] || fail 'a killed run leaves nothing to remove'
 rehearses 0 'nothing that should have gone' "$sample"
 
+rehearses 0 '"after": "the manifest"}' --json "$sample" -- -s -instport 'C:\Q'
+
 # ---- its files, where it is started ----
-mkdir here
-(cd here && "$build/rehearse" "$sample" --html x.html --trace x.txt) >said || fail "it fails: $(<said)"
+(mkdir here && cd here && "$build/rehearse" "$sample" --html x.html --trace x.txt) >said || fail "it fails: $(<said)"
 says 'nothing that should have gone' here/x.html
 rest=$(<here/x.txt)
 for line in $'==== setup ====\nsetup.exe\tmade folder C:\\Program Files\\Qantivo 8\n' \

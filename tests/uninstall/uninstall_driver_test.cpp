@@ -81,6 +81,19 @@ TEST_F(Uninstall, MarksFoldersThatStay) {
     }
 }
 
+TEST_F(Uninstall, RemovesTheFolderAboveForANameOfSeveralLevels) {
+    for (const std::string items : {"x\\file:1", ""}) {
+        Make(items, kFolder);
+        RemoveParentFolder((kMarked + TEXT("c\\\\")).c_str(), TEXT("c"));
+        EXPECT_TRUE(Exists(kFolder) && BootMarks().empty());
+        RemoveParentFolder((kMarked + TEXT("c\\\\")).c_str(), TEXT("a b\\c"));
+        EXPECT_EQ(Exists(kFolder), !items.empty());
+        EXPECT_EQ(BootMarks(), std::vector<Mark>(items.empty() ? 0 : 1, {kFolder, {}}));
+        DeleteTree(kFolder);
+        ForgetMarks();
+    }
+}
+
 // Its own folder is also the temporary folder. With an argument the uninstall isn't silent.
 CHILD_PROGRAM(Relaunches) {
     if (__argc > 2) {

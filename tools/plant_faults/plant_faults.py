@@ -344,8 +344,7 @@ def arguments():
         epilog="example: scripts/plant_faults.sh --room engine --count 40. Without a name of a row, faults are drawn from the rows and "
                "from all that the rules make. The exit code is 1 if one survives, 2 for unusable input.")
     parser.add_argument("--room", choices=GROUPS, metavar="ROOM", help="only faults of one room, or of several: %(choices)s")
-    parser.add_argument("--since", metavar="COMMIT", help="one fault in each line that changed since the commit")
-    parser.add_argument("--headers", action="store_true", help="faults in headers, too: each is compiled into much, for minutes")
+    parser.add_argument("--since", metavar="COMMIT", help="one fault in each line that changed since the commit, also in headers")
     parser.add_argument("--count", type=int, default=0, metavar="N", help="how many faults; 100 without --since")
     parser.add_argument("--seed", metavar="TEXT", help="what the draw depends on; the name of the commit")
     parser.add_argument("--sample", nargs="?", const="", metavar="SEED", help="as many as fit in a minute; three of four may survive")
@@ -364,9 +363,9 @@ def chosen(options):
         return [rows[name] for name in options.names]
     files = set(sources(GROUPS[options.room] if options.room else ROOMS))
     faults = [fault for fault in [*rows.values(), *made_by_rule(sorted(files))] if fault.file in files]
-    if not (options.headers or options.since):
+    if not options.since:  # A header is compiled into much, for minutes.
         faults = [fault for fault in faults if not fault.file.endswith(".h")]
-    if options.since:
+    else:
         changed = changed_lines(options.since)
         faults = [fault for fault in faults if (fault.file, fault.line) in changed]
     return in_turn(faults, options.sample or options.seed or git("rev-parse", "HEAD").strip())
