@@ -85,6 +85,7 @@ TEST(ToldCalls, NameWhatWasDoneAndToWhat) {
         {"MoveFileExW\tsource=a\ttarget=null\tflags=4\terror 5",
          "not kept for the next start: delete a  (error 5)"},
         {"MoveFileExW\tsource=a\ttarget=b\tflags=5\t= 1", "kept for the next start: move a to b"},
+        {"DeleteFileW\tpath=a\t= 1", "deleted a"},
         {"RemoveDirectoryW\tpath=a\terror 145", "folder not deleted a  (error 145)"},
         {"WritePrivateProfileSectionW\tsection=rename\tfile=a", "kept for the next start, in a"},
         {"RegDeleteKeyW\tkey=K\tname=n", "deleted key K\\n"},
