@@ -45,8 +45,7 @@ rehearses 1 'setup.exe runs instead' --json "$sample" --earlier package
 # ---- Wine's part, of which a stand-in for Wine shows how it is called ----
 mkdir -p inst/host inst/scripts inst/windows
 unset QTV_WINDOWS_BUILD
-cp "$build/rehearse" inst/host
-touch inst/version
+cp "$build/rehearse" inst/host && touch inst/version
 printf %s '#!/bin/bash
 mkdir -p "$QTV_WINE_HOME/prefix/drive_c" && cd "$QTV_WINE_HOME/prefix/drive_c" || exit
 echo "${QTV_WINE_HOME##*/} $QTV_REHEARSAL $QTV_HTML $LC_ALL $*:" *
